@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QString>
+
+/// What a connection test does after an attempt that failed.
+enum class VINST_CONNECTION_STEP
+{
+    retry,          ///< the same proxy once more
+    look_for_proxy, ///< discovery; then the proxy found, or the same one again
+    give_up
+};
+
+/// Every proxy is tried twice. On Linux, with the default proxy chosen and none in use, one is
+/// looked for first.
+///
+/// \param failed_attempts  with this proxy, from 1
+VINST_CONNECTION_STEP next_connection_step(int failed_attempts, const QString& platform,
+                                           bool use_default_proxy, bool proxy_has_host);

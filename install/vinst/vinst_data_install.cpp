@@ -1,0 +1,154 @@
+#include "install/vinst/vinst_data_install.h"
+
+#include "install/vinst/vinst_data_components.h"
+#include "install/vinst/vinst_platform.h"
+#include "install/vinst/vinst_process.h"
+#include "install/vinst/vinst_text.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QStringList>
+
+#include <algorithm>
+
+namespace
+{
+
+const QString edition_prefix = QStringLiteral("morlan_f");
+
+QString installdir_part(const VINST_RELEASE& release)
+{
+    return " --installdir " + command_part(release.install_dir());
+}
+
+/// " --enable-components a,b", or nothing for an empty list.
+QString names_part(const QString& option, const QStringList& names)
+{
+    return names.isEmpty() ? QString() : option + command_part(names.join(','));
+}
+
+QString enable_part(const QStringList& names)
+{
+    return names_part(QStringLiteral(" --enable-components "), names);
+}
+
+QString disable_part(const QStringList& names)
+{
+    return names_part(QStringLiteral(" --disable-components "), names);
+}
+
+/// What makes an installer run without asking anything.
+QString option_part(const VINST_COMPONENT& component, bool is_main_product, const QString& platform)
+{
+    QString options = QStringLiteral(" --mode unattended");
+    options += component.release->unattended_ui != 0 ? " --unattendedmodeui minimal"
+                                                     : " --unattendedmodeui none";
+    if (component.name != "flexlm")
+        options += " --accept_eula 1 ";
+    if (platform == "windows" && is_main_product)
+        options += " --skip_checksum 1 ";
+    return options;
+}
+
+/// The device installer, which the main product's installer has laid down, and one archive for it.
+QString device_command(VINST_COMPONENT& component, const QString& options)
+{
+    VINST_RELEASE& release = *component.release;
+    const QString installer = release.install_dir() + QDir::separator() +
+                              "devices/dev_install/dev_install" +
+                              installer_suffix(component.platform);
+    if (!QFileInfo(installer).isFile())
+        return {};
+    // A device of the same name for the other platform is this device as far as the name goes.
+    QStringList others;
+    for (const auto& other : release.components())
+        if (other->kind == VINST_COMPONENT_KIND::download && other->name != component.name &&
+            other->is_device_group_member())
+            others.append(other->name);
+    return command_part(installer) + options + " --downloaddir " +
+           command_part(release.ensure_download_dir()) + installdir_part(release) + ' ' +
+           enable_part({component.name}) + disable_part(others);
+}
+
+/// Whether the main product's installer is told to install a part, or to leave it out.
+bool takes_part(const VINST_COMPONENT& part)
+{
+    if (part.is_device_archive() && !part.is_device_group_member())
+        return false;
+    return part.is_simulator() ? part.name.startsWith(edition_prefix) : !part.filename.isEmpty();
+}
+
+QString parts_of_main_product(const VINST_COMPONENT& main_product, const QString& platform)
+{
+    QStringList enabled;
+    QStringList disabled;
+    for (const VINST_COMPONENT* part :
+         components_of_kind(*main_product.release, VINST_COMPONENT_KIND::download, platform))
+    {
+        if (part == &main_product)
+            continue;
+        if (part->standalone)
+            disabled.append(part->name);
+        else if (takes_part(*part))
+            (has_local_file(*part) ? enabled : disabled).append(part->name);
+    }
+    return enable_part(enabled) + disable_part(disabled);
+}
+
+QString shortcut_options(const VINST_RELEASE& release, const QString& platform)
+{
+    for (const VINST_COMPONENT* action :
+         components_of_kind(release, VINST_COMPONENT_KIND::install, platform))
+        if (action->name == "desktop_shortcuts")
+            return ' ' + action->cmd_options;
+    return {};
+}
+
+}
+
+bool has_local_file(const VINST_COMPONENT& component)
+{
+    return !component.filename.isEmpty() && QFileInfo(component.local_file_path()).isFile();
+}
+
+void make_installer_executable(const VINST_COMPONENT& component)
+{
+    const QString path = component.local_file_path();
+    if (path.endsWith(".run"))
+        FIO_FILE_SYSTEM::chmod(utf8(path), 0700);
+}
+
+QString build_install_command(VINST_COMPONENT& component, const QString& main_product_name,
+                              bool unattended, const QString& platform)
+{
+    const bool all_dependencies_present =
+        std::all_of(component.dependencies.begin(), component.dependencies.end(),
+                    [](const VINST_COMPONENT* dependency)
+                    { return dependency->filename.isEmpty() || has_local_file(*dependency); });
+    if (!has_local_file(component) || !all_dependencies_present)
+        return {};
+
+    const QString own_platform = is_platform(component.platform) ? component.platform : platform;
+    const VINST_RELEASE& release = *component.release;
+    const VINST_COMPONENT* main_product = release.find_component(main_product_name, own_platform);
+    if (!component.standalone && main_product != nullptr && main_product->is_selected() &&
+        has_local_file(*main_product))
+        return {};
+
+    const bool is_main_product = component.name == main_product_name;
+    const QString options = option_part(component, is_main_product, platform);
+    const QString own_installer = command_part(component.local_file_path()) +
+                                  (unattended ? options : QString()) + installdir_part(release);
+    if (is_main_product)
+        return own_installer + parts_of_main_product(component, own_platform) +
+               shortcut_options(release, own_platform);
+    if (component.is_device_group_member())
+        return device_command(component, options);
+    if (component.is_device_archive())
+        return {};
+    if (!component.is_simulator())
+        return own_installer;
+    return component.name.startsWith(edition_prefix)
+               ? own_installer + " --morlan_edition " + command_part(component.name)
+               : QString();
+}

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "install/vinst/vinst_data.h"
+
+#include <QString>
+
+/// Whether the component's file is there, whole or not.
+bool has_local_file(const VINST_COMPONENT& component);
+
+/// Makes a verified ".run" file executable by its owner alone; other files keep their mode.
+void make_installer_executable(const VINST_COMPONENT& component);
+
+/// The command line of a component's installer; empty when nothing is to be run for it: a file is
+/// missing, or the main product's installer takes care of it.
+///
+/// \param main_product_name  the name of the main product component
+/// \param unattended         whether the installer runs without asking; the device installer always
+/// does \param platform           the host's: "linux" or "windows"
+QString build_install_command(VINST_COMPONENT& component, const QString& main_product_name,
+                              bool unattended, const QString& platform);

@@ -1,0 +1,164 @@
+#include "install/vinst/vinst_connection_rules.h"
+#include "install/vinst/vinst_downloader_mgr.h"
+#include "install/vinst/vinst_messages.h"
+#include "install/vinst/vinst_platform.h"
+#include "install/vinst/vinst_text.h"
+#include "install/vinst/vinst_utils.h"
+#include "support/curl/curl_downloader.h"
+#include "support/curl/curl_redact.h"
+#include "support/fio/fio_file_system.h"
+
+#include <QDir>
+#include <QFile>
+#include <QUrl>
+
+namespace
+{
+
+constexpr long connect_seconds = 3;
+constexpr int http_ok = 200;
+
+/// Unlike a download, a test goes on whatever was stopped before it; only the end of the process
+/// ends it.
+std::int64_t on_test_progress(CURL_PROGRESS_DATA*, std::uint64_t, std::uint64_t)
+{
+    return shutdown_requested ? -1 : 0;
+}
+
+/// A private directory for the test file, so that neither another run nor another user's leftover
+/// stands in its way. Gone with the object.
+class TEST_FILE
+{
+public:
+    TEST_FILE(const QString& temp, const QString& test_url)
+        : m_dir(FIO_FILE_SYSTEM::get_tmp_path(utf8(temp)))
+    {
+        FIO_FILE_SYSTEM::create_private_directory(m_dir);
+        const QString name = QUrl(test_url).fileName();
+        m_path = m_dir + '/' + (is_safe_file_name(name) ? utf8(name) : "vinst_test_download.txt");
+    }
+    ~TEST_FILE() { QDir(QString::fromStdString(m_dir)).removeRecursively(); }
+    TEST_FILE(const TEST_FILE&) = delete;
+    TEST_FILE& operator=(const TEST_FILE&) = delete;
+
+    const std::string& path() const { return m_path; }
+
+private:
+    std::string m_dir;
+    std::string m_path;
+};
+
+std::string failure_details(const CURL_PROGRESS_DATA& data)
+{
+    return std::string("Test download failed with error: ") + data.error_text.data() +
+           ", Httpcode: " + std::to_string(data.http_code) +
+           ", Curlcode: " + std::to_string(data.curl_code);
+}
+
+}
+
+bool VINST_DOWNLOADER_MGR::test_download(const VINST_PROXY_SETTINGS& settings)
+{
+    const QString temp = temp_dir();
+    if (temp.isEmpty())
+    {
+        report(message("ERROR_TEMP_NOT_WRITABLE"), true);
+        return false;
+    }
+    CURL_PROXY_INFO proxy = proxy_of(settings);
+    run_log().info(settings.use_default_proxy ? "Proxy setting: default" : "Proxy setting: manual");
+
+    const TEST_FILE file(temp, m_release.test_url());
+    for (int attempt = 1;; ++attempt)
+    {
+        CURL_PROGRESS_DATA data;
+        if (test_once(proxy, file.path(), data))
+        {
+            report(message("TEST_DOWNLOAD_RESULTS", "success"), false);
+            m_release.proxy_info = proxy;
+            return true;
+        }
+        run_log().debug(message("TEST_DOWNLOAD_RESULTS", "fail"));
+        if (shutdown_requested)
+            return false;
+        switch (next_connection_step(attempt, host_platform(), settings.use_default_proxy,
+                                     proxy.has_host()))
+        {
+        case VINST_CONNECTION_STEP::give_up:
+            report_failed_test(proxy, data);
+            return false;
+        case VINST_CONNECTION_STEP::retry:
+            break;
+        case VINST_CONNECTION_STEP::look_for_proxy:
+            if (CURL_PROXY_INFO found = proxy_source(); found.has_host())
+            {
+                if (!settings.username.empty() && !settings.password.empty())
+                {
+                    found.set_username(settings.username);
+                    found.set_unecrypted_password(settings.password);
+                }
+                proxy = found;
+                attempt = 0;
+            }
+            break;
+        }
+    }
+}
+
+CURL_PROXY_INFO VINST_DOWNLOADER_MGR::proxy_of(const VINST_PROXY_SETTINGS& settings)
+{
+    if (!settings.use_default_proxy)
+        return {settings.server, settings.port, settings.username, settings.password};
+    CURL_PROXY_INFO proxy = get_default_proxy();
+    if (!settings.username.empty() && !settings.password.empty())
+    {
+        proxy.set_username(settings.username);
+        proxy.set_unecrypted_password(settings.password);
+    }
+    return proxy;
+}
+
+bool VINST_DOWNLOADER_MGR::test_once(const CURL_PROXY_INFO& proxy, const std::string& path,
+                                     CURL_PROGRESS_DATA& data)
+{
+    const std::string host = curl_redact(proxy.host());
+    run_log().info("Testing Internet connection ...");
+    run_log().info("  Proxy Server: %s, Port:%s", host, proxy.port());
+    if (m_console_mode)
+    {
+        print_line("Testing internet connection ... ");
+        print_line("INFO: Proxy server: " + host + ", port:" + proxy.port());
+    }
+    run_log().debug("test download file path: %s", path);
+
+    // Each attempt starts afresh: what an earlier one left may be anything.
+    FIO_FILE_SYSTEM::remove_if_exists(path);
+    CURL_DOWNLOADER downloader("", proxy, false, connect_seconds);
+    downloader.set_progress_callback(on_test_progress);
+    downloader.set_logger(&run_log());
+    const int status = downloader.download_one_file(utf8(m_release.test_url()), path, &data);
+    if (status != http_ok || data.curl_code != 0)
+        return false;
+    const QString local_path = QString::fromStdString(path);
+    if (!QFile::exists(local_path))
+    {
+        run_log().info("Download successful, but destination file doesn't exist");
+        return false;
+    }
+    if (calc_md5sum(local_path) == m_release.test_md5sum())
+        return true;
+    run_log().info("Download successful, but md5sum doesn't match");
+    return false;
+}
+
+void VINST_DOWNLOADER_MGR::report_failed_test(const CURL_PROXY_INFO& proxy,
+                                              const CURL_PROGRESS_DATA& data)
+{
+    const std::string details = failure_details(data);
+    run_log().info("%s", details);
+    const std::string text = message(proxy.has_host() ? "ERROR_TEST_DOWNLOAD_WITH_PROXY"
+                                                      : "ERROR_TEST_DOWNLOAD_WITHOUT_PROXY") +
+                             "\nDetails:\n" + details;
+    m_error_text = QString::fromStdString(text);
+    report(text, true);
+}

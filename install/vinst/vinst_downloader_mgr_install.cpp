@@ -1,0 +1,62 @@
+#include "install/vinst/vinst_downloader_mgr.h"
+
+#include "install/vinst/vinst_data_install.h"
+#include "install/vinst/vinst_messages.h"
+#include "install/vinst/vinst_platform.h"
+#include "install/vinst/vinst_process.h"
+#include "install/vinst/vinst_text.h"
+#include "install/vinst/vinst_utils.h"
+#include "support/thr/thr_sleep.h"
+
+#include <algorithm>
+
+namespace
+{
+
+const QString main_product_name = QStringLiteral("veltrin_base");
+
+}
+
+bool VINST_DOWNLOADER_MGR::install()
+{
+    report("Do install ...", false);
+    free_disk_space(utf8(m_release.install_dir()));
+    // Each command is built when its turn comes: what one installer lays down, such as the device
+    // installer, decides on the commands after it.
+    return std::all_of(m_passed_components.begin(), m_passed_components.end(),
+                       [this](VINST_COMPONENT* component) { return install_component(component); });
+}
+
+bool VINST_DOWNLOADER_MGR::install_component(VINST_COMPONENT* component)
+{
+    const QString command =
+        build_install_command(*component, main_product_name, true, host_platform());
+    if (command.isEmpty())
+    {
+        run_log().info("Nothing to run for component: %s", utf8(component->name));
+        return true;
+    }
+    // The main product's installer reads the files of its parts, too.
+    const VINST_COMPONENT_LIST own{component};
+    const VINST_COMPONENT_LIST& read_by_it =
+        component->is_main_product() ? m_passed_components : own;
+    const bool unchanged =
+        std::all_of(read_by_it.begin(), read_by_it.end(),
+                    [this](VINST_COMPONENT* file) { return is_unchanged_since_check(file); });
+    return unchanged && !thr_stop_requested() && run_command(command) == 0;
+}
+
+bool VINST_DOWNLOADER_MGR::is_unchanged_since_check(VINST_COMPONENT* component)
+{
+    const std::string path = utf8(component->local_file_path());
+    const auto file = FIO_FILE_SYSTEM::identity(path);
+    if (file && file == component->verified_file)
+        return true;
+    if (check_md5(component))
+    {
+        component->verified_file = file;
+        return true;
+    }
+    report("The file " + path + " has changed since it was verified. Nothing is run.", true);
+    return false;
+}

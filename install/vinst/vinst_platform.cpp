@@ -1,0 +1,62 @@
+#include "install/vinst/vinst_platform.h"
+
+#include <QRegularExpression>
+
+namespace
+{
+
+constexpr int longest_file_name = 255; // bytes, on every file system in use
+
+bool is_windows(const QString& platform)
+{
+    return platform == "windows";
+}
+
+/// For a POSIX shell; a text that needs no quotes stays as it is.
+QString shell_quoted(const QString& text)
+{
+    static const QRegularExpression special(QStringLiteral("[^A-Za-z0-9_./:=@%+,-]"));
+    if (!text.contains(special))
+        return text;
+    QString quoted = text;
+    return '\'' + quoted.replace('\'', "'\\''") + '\'';
+}
+
+}
+
+bool is_platform(const QString& text)
+{
+    return text == "linux" || text == "windows";
+}
+
+std::size_t install_path_limit(const QString& platform)
+{
+    return is_windows(platform) ? 65 : 3091;
+}
+
+QString installer_suffix(const QString& platform)
+{
+    return is_windows(platform) ? ".exe" : ".run";
+}
+
+QString console_host_name(const QString& platform)
+{
+    return platform == "linux" ? "vinst" : "vinst_cli";
+}
+
+QString open_page_command(const QString& path, const QString& platform)
+{
+    return is_windows(platform) ? "start " + path : "xdg-open " + shell_quoted(path);
+}
+
+bool is_safe_file_name(const QString& name)
+{
+    static const QRegularExpression forbidden(
+        QStringLiteral(R"([/\\:*?"<>|\x{0000}-\x{001f}\x{007f}])"));
+    static const QRegularExpression reserved(
+        QStringLiteral(R"(^(con|prn|aux|nul|com[0-9]|lpt[0-9])(\..*)?$)"),
+        QRegularExpression::CaseInsensitiveOption);
+    return !name.isEmpty() && name.toUtf8().size() <= longest_file_name &&
+           !name.contains(forbidden) && !name.contains(reserved) && !name.endsWith('.') &&
+           !name.endsWith(' ');
+}

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QString>
+
+#include <cstddef>
+
+/// The platform that this build runs on: "windows" or "linux".
+QString host_platform();
+
+/// Whether the text is "windows" or "linux".
+bool is_platform(const QString& text);
+
+/// Whether the run may install as far as rights are concerned. Only Windows has such a notion; on
+/// Linux the directories decide, so that the answer there is always yes.
+bool has_admin_rights();
+
+/// The longest installation path that the platform's installers take, in bytes of UTF-8.
+std::size_t install_path_limit(const QString& platform);
+
+/// ".exe" or ".run".
+QString installer_suffix(const QString& platform);
+
+/// "vinst_cli" or "vinst": the console host's name.
+QString console_host_name(const QString& platform);
+
+/// The shell command that opens a local page; the path is quoted for the platform's shell.
+QString open_page_command(const QString& path, const QString& platform);
+
+/// Whether a manifest's file name is a plain name that every platform can create in a directory:
+/// no separators, drive or stream marks, control characters, reserved names or trailing dots.
+bool is_safe_file_name(const QString& name);
+
+/// Makes the terminal understand escape sequences, where that needs saying.
+void set_up_console();
+
+bool stdout_is_terminal();
+
+/// Whether windows can be shown: there is a display, or a platform without one was chosen.
+bool has_display();
+
+/// File names are UTF-8 whatever the locale says.
+void use_utf8_file_names();

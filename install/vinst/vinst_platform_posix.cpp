@@ -1,0 +1,34 @@
+#include "install/vinst/vinst_platform.h"
+
+#include <QTextCodec>
+
+#include <unistd.h>
+
+QString host_platform()
+{
+    return QStringLiteral("linux");
+}
+
+bool has_admin_rights()
+{
+    return true;
+}
+
+void set_up_console() {}
+
+bool stdout_is_terminal()
+{
+    return ::isatty(STDOUT_FILENO) != 0;
+}
+
+bool has_display()
+{
+    return !qEnvironmentVariableIsEmpty("DISPLAY") ||
+           !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
+           !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
+}
+
+void use_utf8_file_names()
+{
+    QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
+}

@@ -1,0 +1,148 @@
+#include "install/vinst/vinst_process.h"
+
+#include "install/vinst/vinst_messages.h"
+#include "install/vinst/vinst_stop_signals.h"
+#include "install/vinst/vinst_text.h"
+#include "support/fio/fio_file_system.h"
+#include "support/main/main_assert.h"
+#include "support/thr/thr_sleep.h"
+
+#include <QDir>
+#include <QEventLoop>
+#include <QProcess>
+#include <QTimer>
+
+#include <chrono>
+
+namespace
+{
+
+constexpr int not_started = -1;
+constexpr int crash_base = 128; // as shells count: 128 and the signal's number
+constexpr std::chrono::milliseconds grace_after_stop{1200};
+
+/// The list form of a command: the program, then its arguments.
+struct COMMAND_LIST final : QStringList
+{
+    explicit COMMAND_LIST(const QString& command) : QStringList(QProcess::splitCommand(command))
+    {
+        MAIN_ASSERT(!isEmpty());
+    }
+};
+
+/// Takes an installer's output, so that megabytes of it need neither memory nor a reader.
+class OUTPUT_FILE
+{
+public:
+    OUTPUT_FILE() : m_path(FIO_FILE_SYSTEM::get_tmp_path(utf8(QDir::tempPath())))
+    {
+        m_exists = FIO_FILE_SYSTEM::create_private_file(m_path);
+    }
+    ~OUTPUT_FILE() { FIO_FILE_SYSTEM::remove_if_exists(m_path); }
+    OUTPUT_FILE(const OUTPUT_FILE&) = delete;
+    OUTPUT_FILE& operator=(const OUTPUT_FILE&) = delete;
+
+    const std::string& path() const { return m_path; }
+    QString name_for_process() const
+    {
+        return m_exists ? QString::fromStdString(m_path) : QProcess::nullDevice();
+    }
+
+private:
+    std::string m_path;
+    bool m_exists = false;
+};
+
+/// Ends the installer when the run is to stop; the request may come on any thread.
+class STOP_GUARD
+{
+public:
+    explicit STOP_GUARD(QProcess& process)
+        : m_process(process), m_subscription(
+                                  [this]
+                                  {
+                                      QMetaObject::invokeMethod(
+                                          &m_context, [this] { stop(); }, Qt::QueuedConnection);
+                                  })
+    {
+    }
+
+private:
+    void stop()
+    {
+        run_log().info("Stop requested, ending the installer");
+        pass_signal_on(m_process, VINST_STOP_SIGNALS::received());
+        QTimer::singleShot(grace_after_stop, &m_context, [this] { kill_group(m_process); });
+    }
+
+    QProcess& m_process;
+    QObject m_context;
+    THR_STOP_SUBSCRIPTION m_subscription;
+};
+
+/// Starts the process and returns once it has ended, or could not be started.
+void run_to_end(QProcess& process)
+{
+    QEventLoop loop;
+    QObject::connect(&process, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), &loop,
+                     [&loop] { loop.quit(); });
+    QObject::connect(&process, &QProcess::errorOccurred, &loop,
+                     [&loop](QProcess::ProcessError error)
+                     {
+                         if (error == QProcess::FailedToStart)
+                             loop.quit();
+                     });
+    process.start();
+    const STOP_GUARD guard(process);
+    if (process.state() != QProcess::NotRunning)
+        loop.exec();
+}
+
+}
+
+QString command_part(const QString& text)
+{
+    if (!text.contains(' ') && !text.contains('\t') && !text.contains('"'))
+        return text;
+    QString escaped = text;
+    return '"' + escaped.replace('"', "\"\"\"") + '"';
+}
+
+int run_command(const QString& command)
+{
+    const COMMAND_LIST parts(command);
+    run_log().info("Run command: %s\n", utf8(command));
+
+    const OUTPUT_FILE output;
+    const std::unique_ptr<QProcess> process = make_installer_process();
+    process->setProgram(parts.first());
+    process->setArguments(parts.mid(1));
+    process->setProcessChannelMode(QProcess::MergedChannels);
+    process->setStandardOutputFile(output.name_for_process());
+    process->setStandardInputFile(QProcess::nullDevice());
+    run_to_end(*process);
+
+    int code = process->exitCode();
+    std::string trouble;
+    if (process->error() == QProcess::FailedToStart)
+    {
+        code = not_started;
+        trouble = "It could not be started: " + utf8(process->errorString()) + "\n";
+    }
+    else if (process->exitStatus() == QProcess::CrashExit)
+    {
+        trouble = "It was ended by signal " + std::to_string(code) + "\n";
+        code += crash_base;
+    }
+    run_log().info_with_file(
+        CURL_LOGGER::formatted("Command: %s returned %d: %s", utf8(command), code, trouble),
+        output.path());
+    return code;
+}
+
+bool run_command_detached(const QString& command)
+{
+    const COMMAND_LIST parts(command);
+    run_log().info("Run command: %s\n", utf8(command));
+    return QProcess::startDetached(parts.first(), parts.mid(1));
+}

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QString>
+
+#include <memory>
+
+class QProcess;
+
+/// Runs an installer and waits for it, with the caller's event loop alive.
+///
+/// What it prints is logged whole, with its exit code. It runs in a process group of its own; a
+/// stop request of the run is passed on to that group, which is ended when it doesn't go by itself.
+///
+/// \param command  program and arguments in one text, parts with blanks in double quotes
+/// \return the exit code; never 0 for an installer that couldn't be started, crashed or was killed
+int run_command(const QString& command);
+
+/// Starts an installer and leaves it to itself. \return whether it started
+bool run_command_detached(const QString& command);
+
+/// A part of a command: in double quotes where it holds a blank or a quote, else as it stands.
+QString command_part(const QString& text);
+
+/// The platform's half: a process in a group of its own, and the ways to end the group.
+std::unique_ptr<QProcess> make_installer_process();
+void pass_signal_on(const QProcess& process, int signal_number);
+void kill_group(QProcess& process);

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <vector>
+
+/// How far one component is.
+struct VINST_COMPONENT_PROGRESS
+{
+    QString name;
+    quint64 bytes = 0;
+    quint64 size = 0;
+    quint64 percent = 0;
+    QString error_line; ///< stands in the component's place where it isn't empty
+};
+
+/// Sums over all components of a run, in bytes.
+struct VINST_PROGRESS_TOTALS
+{
+    quint64 downloaded = 0;
+    quint64 total = 0;
+    quint64 delta = 0;    ///< received since the pass before, which is a second ago
+    quint64 received = 0; ///< in this run
+};
+
+/// `part` of `whole` in percent, truncated and at most 100; 0 for an empty whole.
+quint64 percentage(quint64 part, quint64 whole);
+
+QString overall_text(const VINST_PROGRESS_TOTALS& totals);
+/// Both are empty while nothing is being received.
+QString speed_text(const VINST_PROGRESS_TOTALS& totals);
+QString remaining_text(const VINST_PROGRESS_TOTALS& totals);
+
+/// "NAME: Error: TEXT, Httpcode: 404, Curlcode: 22".
+QString transfer_error_line(const QString& name, const QString& error, int http_code,
+                            int curl_code);
+
+/// The lines that console mode redraws in place.
+QString progress_block(const std::vector<VINST_COMPONENT_PROGRESS>& components,
+                       const VINST_PROGRESS_TOTALS& totals);
+
+/// Moves the cursor that many lines up, to the start of an emptied line.
+QString cursor_up(int lines);
+
+/// How many lines a text that was written as a line of its own takes.
+int line_count(const QString& text);

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <chrono>
+
+/// What to do after a download attempt that left components behind.
+struct VINST_RETRY_DECISION
+{
+    enum class ACTION
+    {
+        retry,
+        give_up_on_error,
+        give_up_on_time
+    };
+
+    ACTION action;
+    std::chrono::seconds wait; ///< before the next attempt; zero when giving up
+};
+
+/// Decides on retries. The wait grows by 5 s an attempt, without a cap. Write errors and 404s are
+/// retried twice, since a third try has never helped and costs the user 15 s more.
+///
+/// \param attempt        the attempt that failed, from 1
+/// \param elapsed        since the first attempt began; compared in whole minutes
+/// \param limit          the user's retry duration; zero means no retry at all
+/// \param lasting_error  the attempt met a write error or a 404
+VINST_RETRY_DECISION decide_retry(int attempt, std::chrono::nanoseconds elapsed,
+                                  std::chrono::minutes limit, bool lasting_error);

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "support/curl/curl_progress_data.h"
+#include "support/curl/curl_proxy_info.h"
+
+#include <chrono>
+#include <string>
+
+class CURL_LOGGER;
+
+/// What all transfers of a connection have in common.
+struct CURL_CONNECTION_SETTINGS
+{
+    std::string name; ///< tells this connection's trace lines from others'; may be empty
+    CURL_PROXY_INFO proxy;
+    bool trace = false; ///< libcurl's own trace, as debug lines of the log
+    std::chrono::seconds connect_timeout{10};
+    std::chrono::milliseconds stall_timeout{60'000}; ///< for a transfer that moves nothing
+    CURL_LOGGER* logger = nullptr;                   ///< may be null; outlives the connection
+    CURL_PROGRESS_CALLBACK progress_callback = nullptr;
+};
+
+/// The face that every connection of the library has.
+class CURL_BASE_CONNECTION
+{
+public:
+    explicit CURL_BASE_CONNECTION(CURL_CONNECTION_SETTINGS settings);
+    virtual ~CURL_BASE_CONNECTION();
+    CURL_BASE_CONNECTION(const CURL_BASE_CONNECTION&) = delete;
+    CURL_BASE_CONNECTION& operator=(const CURL_BASE_CONNECTION&) = delete;
+
+    void set_logger(CURL_LOGGER* logger) { m_settings.logger = logger; }
+    void set_stall_timeout(std::chrono::milliseconds timeout)
+    {
+        m_settings.stall_timeout = timeout;
+    }
+
+protected:
+    CURL_CONNECTION_SETTINGS m_settings; ///< unchanged while transfers run
+};

@@ -1,0 +1,7 @@
+#pragma once
+
+#include <string>
+
+/// The file of trusted certificate authorities: SSL_CERT_FILE or CURL_CA_BUNDLE of the environment,
+/// else the first of the well-known places that exists. Empty leaves the choice to libcurl.
+std::string curl_find_ca_bundle();

@@ -1,0 +1,68 @@
+#pragma once
+
+#include "support/curl/curl_base_connection.h"
+#include "support/curl/curl_transfer.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+/// Fetches files over http and https, several at a time, on a thread of its own.
+///
+/// A file that is partly there goes on where it ends; bytes are only ever appended. A transfer ends
+/// when it is done, fails, moves nothing for a minute, or is stopped by the progress callback; what
+/// it has written stays. The records tell the results.
+class CURL_DOWNLOADER final : public CURL_BASE_CONNECTION
+{
+public:
+    /// \param trace            libcurl's own trace goes to the log, as debug lines
+    /// \param connect_seconds  limit of each attempt to connect
+    CURL_DOWNLOADER(const char* name, const CURL_PROXY_INFO& proxy, bool trace,
+                    long connect_seconds);
+    /// Stops what still runs, and waits for it.
+    ~CURL_DOWNLOADER() override;
+
+    void set_progress_callback(CURL_PROGRESS_CALLBACK callback);
+
+    /// Queues a file; before `download_files` only. The record stays the caller's.
+    void add_file(const std::string& url, const std::string& path, CURL_PROGRESS_DATA* data);
+
+    /// Starts the queued transfers, at most `parallel` at a time; the others wait outside libcurl,
+    /// so that their connect timeout doesn't run yet.
+    void download_files(int parallel, bool wait);
+
+    bool downloads_complete() const { return m_complete; }
+
+    /// How many files have ended, well or not.
+    std::size_t finished_files() const { return m_finished; }
+
+    /// Sleeps until more than `finished_before` files have ended, all have, or the time is over.
+    void wait_for_files(std::size_t finished_before, std::chrono::milliseconds at_most);
+
+    /// Fetches one file and waits for it. \return the HTTP status; -1 when no server answered
+    int download_one_file(const std::string& url, const std::string& path,
+                          CURL_PROGRESS_DATA* data);
+
+private:
+    using TRANSFERS = std::vector<std::unique_ptr<CURL_TRANSFER>>;
+
+    void run(int parallel);
+    void start_transfers(CURLM* multi, std::size_t parallel, TRANSFERS& active);
+    void collect_finished(CURLM* multi, TRANSFERS& active);
+    void end_unwanted(CURLM* multi, TRANSFERS& active);
+    void end_transfer(CURLM* multi, TRANSFERS& active, CURL* handle, CURLcode result);
+    void mark_finished();
+
+    std::deque<CURL_REQUEST> m_queue; ///< the caller's until the thread starts, then the thread's
+    std::thread m_thread;
+
+    std::mutex m_mutex; ///< for the two waits on the counters below
+    std::condition_variable m_changed;
+    std::atomic<std::size_t> m_finished{0}; ///< written by the thread, read by anybody
+    std::atomic<bool> m_complete{false};    ///< the same
+    std::atomic<bool> m_stop{false};        ///< written by the destructor, read by the thread
+};

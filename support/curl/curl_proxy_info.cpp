@@ -1,0 +1,15 @@
+#include "support/curl/curl_proxy_info.h"
+
+#include <utility>
+
+CURL_PROXY_INFO::CURL_PROXY_INFO(std::string host, std::string port, std::string username,
+                                 std::string password)
+    : m_host(std::move(host)), m_port(std::move(port)), m_username(std::move(username)),
+      m_password(std::move(password))
+{
+}
+
+std::string CURL_PROXY_INFO::address() const
+{
+    return m_port.empty() ? m_host : m_host + ":" + m_port;
+}

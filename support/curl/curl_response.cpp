@@ -1,0 +1,154 @@
+#include "support/curl/curl_response.h"
+
+#include <curl/curl.h>
+
+#include <algorithm>
+#include <cctype>
+#include <charconv>
+
+namespace
+{
+
+std::string_view trimmed(std::string_view text)
+{
+    const auto is_blank = [](char c) { return std::isspace(static_cast<unsigned char>(c)) != 0; };
+    while (!text.empty() && is_blank(text.front()))
+        text.remove_prefix(1);
+    while (!text.empty() && is_blank(text.back()))
+        text.remove_suffix(1);
+    return text;
+}
+
+std::optional<std::uint64_t> whole_number(std::string_view text)
+{
+    std::uint64_t value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (text.empty() || error != std::errc() || end != text.data() + text.size())
+        return std::nullopt;
+    return value;
+}
+
+std::string lower_case(std::string_view text)
+{
+    std::string result(text);
+    std::transform(result.begin(), result.end(), result.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return result;
+}
+
+CURL_BODY_DECISION refusal(int curl_code, std::string error)
+{
+    CURL_BODY_DECISION decision;
+    decision.action = CURL_BODY_DECISION::ACTION::refuse;
+    decision.curl_code = curl_code;
+    decision.error = std::move(error);
+    return decision;
+}
+
+CURL_BODY_DECISION decide_on_part(const CURL_RESPONSE_HEAD& head, std::uint64_t offset)
+{
+    if (!head.content_range || !head.content_range->start)
+        return refusal(CURLE_RANGE_ERROR,
+                       "The server sent a part of the file without saying which part");
+    if (*head.content_range->start != offset)
+        return refusal(CURLE_RANGE_ERROR, "The server sent the file from byte " +
+                                              std::to_string(*head.content_range->start) +
+                                              " on, asked for byte " + std::to_string(offset));
+    CURL_BODY_DECISION decision;
+    decision.total = head.content_range->total;
+    return decision;
+}
+
+CURL_BODY_DECISION decide_on_whole(const CURL_RESPONSE_HEAD& head, std::uint64_t offset)
+{
+    CURL_BODY_DECISION decision;
+    decision.skip = offset;
+    decision.total = head.content_length;
+    if (offset > 0 && head.content_length == offset)
+        decision.action = CURL_BODY_DECISION::ACTION::already_whole;
+    return decision;
+}
+
+}
+
+std::optional<CURL_CONTENT_RANGE> curl_parse_content_range(std::string_view value)
+{
+    value = trimmed(value);
+    if (lower_case(value.substr(0, 5)) != "bytes")
+        return std::nullopt;
+    value = trimmed(value.substr(5));
+    const std::size_t slash = value.find('/');
+    if (slash == std::string_view::npos)
+        return std::nullopt;
+
+    CURL_CONTENT_RANGE range;
+    range.total = whole_number(trimmed(value.substr(slash + 1)));
+    const std::string_view part = trimmed(value.substr(0, slash));
+    if (part == "*")
+        return range;
+    const std::size_t dash = part.find('-');
+    if (dash == std::string_view::npos)
+        return std::nullopt;
+    range.start = whole_number(part.substr(0, dash));
+    if (!range.start || !whole_number(part.substr(dash + 1)))
+        return std::nullopt;
+    return range;
+}
+
+void CURL_RESPONSE_HEAD::add_line(std::string_view line)
+{
+    const std::size_t bytes = total_bytes + line.size();
+    if (line.substr(0, 5) == "HTTP/")
+    {
+        *this = {};
+        const std::size_t blank = line.find(' ');
+        if (blank != std::string_view::npos)
+            status = static_cast<int>(whole_number(line.substr(blank + 1, 3)).value_or(0));
+    }
+    else if (const std::size_t colon = line.find(':'); colon != std::string_view::npos)
+    {
+        const std::string name = lower_case(line.substr(0, colon));
+        const std::string_view value = trimmed(line.substr(colon + 1));
+        if (name == "content-range")
+            content_range = curl_parse_content_range(value);
+        else if (name == "content-length")
+            content_length = whole_number(value);
+        else if (name == "content-encoding")
+            content_encoding = lower_case(value);
+        else if (name == "location")
+            location = value;
+    }
+    total_bytes = bytes;
+}
+
+CURL_BODY_DECISION curl_decide_on_body(const CURL_RESPONSE_HEAD& head, std::uint64_t offset)
+{
+    if (!head.content_encoding.empty() && head.content_encoding != "identity")
+        return refusal(CURLE_BAD_CONTENT_ENCODING,
+                       "The server sent the file encoded, which was not asked for");
+    if (head.status == 206)
+        return decide_on_part(head, offset);
+    if (head.status == 200 || head.status == 203)
+        return decide_on_whole(head, offset);
+    return refusal(CURLE_WEIRD_SERVER_REPLY, "The server's answer is not the file");
+}
+
+CURL_OUTCOME curl_judge_end(const CURL_OUTCOME& result, const CURL_RESPONSE_HEAD& head,
+                            std::uint64_t offset, std::uint64_t skipped, bool had_body)
+{
+    if (head.status == 416 && offset > 0 &&
+        (result.curl_code == CURLE_HTTP_RETURNED_ERROR || result.curl_code == CURLE_OK))
+    {
+        if (head.content_range && head.content_range->total == offset)
+            return {};
+        return {CURLE_RANGE_ERROR, "The server has nothing from byte " + std::to_string(offset) +
+                                       " on, where the file on disk ends"};
+    }
+    if (result.curl_code != CURLE_OK)
+        return result;
+    if (!had_body && (head.status < 200 || head.status > 299 || head.status == 204))
+        return {CURLE_WEIRD_SERVER_REPLY, "The server's answer is not the file"};
+    if (skipped < offset && (head.status == 200 || head.status == 203))
+        return {CURLE_PARTIAL_FILE, "The server sent fewer bytes than the file on disk holds"};
+    return {};
+}

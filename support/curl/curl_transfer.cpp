@@ -1,0 +1,306 @@
+#include "support/curl/curl_transfer.h"
+
+#include "support/curl/curl_ca_bundle.h"
+#include "support/curl/curl_logger.h"
+#include "support/curl/curl_redact.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace
+{
+
+constexpr std::size_t write_block = 256 * 1024; // bytes gathered into one write
+constexpr long receive_buffer = 512 * 1024;     // bytes
+constexpr std::size_t head_limit = 256 * 1024;  // bytes of all headers together
+constexpr auto longest_in_memory = std::chrono::milliseconds(300);
+constexpr long redirect_limit = 10;
+
+bool starts_with_scheme(std::string_view url, std::string_view scheme)
+{
+    return url.size() > scheme.size() && url[scheme.size()] == ':' &&
+           std::equal(scheme.begin(), scheme.end(), url.begin(),
+                      [](char expected, char actual)
+                      { return expected == static_cast<char>(actual | 0x20); });
+}
+
+}
+
+CURL_TRANSFER::CURL_TRANSFER(CURL_REQUEST request, const CURL_CONNECTION_SETTINGS& settings)
+    : m_request(std::move(request)), m_settings(settings), m_error_buffer(CURL_ERROR_SIZE),
+      m_last_activity(CLOCK::now())
+{
+}
+
+CURL_TRANSFER::~CURL_TRANSFER() = default;
+
+bool CURL_TRANSFER::prepare()
+{
+    if (!caller_wants_more())
+    {
+        store(*m_own_outcome, 0);
+        return false;
+    }
+    if (!m_file.open(m_request.path, FIO_APPEND_FILE::OPENING::existing_only) &&
+        !m_file.error().empty())
+    {
+        store({CURLE_WRITE_ERROR, m_file.error()}, 0);
+        return false;
+    }
+    m_offset = m_file.size();
+
+    m_handle.reset(curl_easy_init());
+    if (m_handle == nullptr)
+    {
+        store({CURLE_FAILED_INIT, curl_easy_strerror(CURLE_FAILED_INIT)}, 0);
+        return false;
+    }
+    set_options();
+    m_last_activity = CLOCK::now();
+    return true;
+}
+
+void CURL_TRANSFER::set_options()
+{
+    CURL* const easy = handle();
+    curl_easy_setopt(easy, CURLOPT_URL, m_request.url.c_str());
+    curl_easy_setopt(easy, CURLOPT_PRIVATE, this);
+    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, m_error_buffer.data());
+    curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+    // A stop does not wait for a name server that doesn't answer.
+    curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);
+    curl_easy_setopt(easy, CURLOPT_USERAGENT, "vinst");
+    curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT,
+                     static_cast<long>(m_settings.connect_timeout.count()));
+    curl_easy_setopt(easy, CURLOPT_TCP_KEEPALIVE, 1L);
+    curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, receive_buffer);
+    curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, CURL_HTTP_VERSION_1_1);
+    curl_easy_setopt(easy, CURLOPT_FAILONERROR, 1L);
+
+    curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(easy, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
+    curl_easy_setopt(easy, CURLOPT_MAXREDIRS, redirect_limit);
+
+    if (const std::string bundle = curl_find_ca_bundle(); !bundle.empty())
+        curl_easy_setopt(easy, CURLOPT_CAINFO, bundle.c_str());
+    set_proxy_options();
+
+    // A range of its own, not libcurl's resuming: that fails on servers without ranges.
+    if (m_offset > 0)
+        curl_easy_setopt(easy, CURLOPT_RANGE, (std::to_string(m_offset) + "-").c_str());
+
+    curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, &CURL_TRANSFER::on_header);
+    curl_easy_setopt(easy, CURLOPT_HEADERDATA, this);
+    curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &CURL_TRANSFER::on_body);
+    curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
+    if (m_settings.trace && m_settings.logger != nullptr)
+    {
+        curl_easy_setopt(easy, CURLOPT_VERBOSE, 1L);
+        curl_easy_setopt(easy, CURLOPT_DEBUGFUNCTION, &CURL_TRANSFER::on_trace);
+        curl_easy_setopt(easy, CURLOPT_DEBUGDATA, this);
+    }
+}
+
+void CURL_TRANSFER::set_proxy_options()
+{
+    const CURL_PROXY_INFO& proxy = m_settings.proxy;
+    CURL* const easy = handle();
+    curl_easy_setopt(easy, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
+    if (proxy.has_host())
+        curl_easy_setopt(easy, CURLOPT_PROXY, proxy.address().c_str());
+    if (!proxy.username().empty())
+    {
+        curl_easy_setopt(easy, CURLOPT_PROXYUSERNAME, proxy.username().c_str());
+        curl_easy_setopt(easy, CURLOPT_PROXYPASSWORD, proxy.password().c_str());
+        // The proxy chooses the strongest scheme that both sides know: one more round trip a file.
+        curl_easy_setopt(easy, CURLOPT_PROXYAUTH, static_cast<long>(CURLAUTH_ANY));
+    }
+}
+
+std::size_t CURL_TRANSFER::on_header(char* text, std::size_t size, std::size_t count, void* self)
+{
+    const std::size_t bytes = size * count;
+    const bool taken =
+        static_cast<CURL_TRANSFER*>(self)->take_header(std::string_view(text, bytes));
+    return taken ? bytes : 0;
+}
+
+bool CURL_TRANSFER::take_header(std::string_view line)
+{
+    m_last_activity = CLOCK::now();
+    m_head.add_line(line);
+    if (m_head.total_bytes > head_limit)
+        return end_with(CURLE_WEIRD_SERVER_REPLY, "The server's headers don't end");
+
+    const bool redirects = m_head.status >= 300 && m_head.status < 400 && !m_head.location.empty();
+    if (redirects && starts_with_scheme(m_head.location, "http"))
+    {
+        const char* url = nullptr;
+        curl_easy_getinfo(handle(), CURLINFO_EFFECTIVE_URL, &url);
+        if (url != nullptr && starts_with_scheme(url, "https"))
+            return end_with(CURLE_UNSUPPORTED_PROTOCOL, "The server redirects from https to http");
+    }
+    return caller_wants_more();
+}
+
+std::size_t CURL_TRANSFER::on_body(char* bytes, std::size_t size, std::size_t count, void* self)
+{
+    const std::size_t total = size * count;
+    return static_cast<CURL_TRANSFER*>(self)->take_body(bytes, total) ? total : 0;
+}
+
+bool CURL_TRANSFER::take_body(const char* bytes, std::size_t size)
+{
+    m_last_activity = CLOCK::now();
+    if (!m_decision && !start_body())
+        return false;
+
+    const std::uint64_t to_skip =
+        std::min<std::uint64_t>(size, m_decision->skip - std::min(m_decision->skip, m_skipped));
+    m_skipped += to_skip;
+    bytes += to_skip;
+    size -= static_cast<std::size_t>(to_skip);
+    if (size == 0)
+        return caller_wants_more();
+
+    if (m_pending.empty())
+        m_pending_since = m_last_activity;
+    m_pending.insert(m_pending.end(), bytes, bytes + size);
+    if (m_pending.size() >= write_block && !flush())
+        return false;
+    return caller_wants_more();
+}
+
+bool CURL_TRANSFER::start_body()
+{
+    m_decision = curl_decide_on_body(m_head, m_offset);
+    if (m_decision->action == CURL_BODY_DECISION::ACTION::refuse)
+        return end_with(m_decision->curl_code, m_decision->error);
+    if (m_decision->action == CURL_BODY_DECISION::ACTION::already_whole)
+        return end_with(CURLE_OK, {});
+    if (!m_file.is_open() &&
+        !m_file.open(m_request.path, FIO_APPEND_FILE::OPENING::create_if_missing))
+        return end_with(CURLE_WRITE_ERROR, m_file.error());
+    if (m_file.size() != m_offset)
+        return end_with(CURLE_WRITE_ERROR,
+                        "Cannot write " + m_request.path + ": another process has changed it");
+    m_pending.reserve(write_block + CURL_MAX_WRITE_SIZE);
+    return true;
+}
+
+bool CURL_TRANSFER::flush()
+{
+    if (m_pending.empty())
+        return true;
+    const bool written = m_file.append(m_pending.data(), m_pending.size());
+    m_pending.clear();
+    m_received = m_file.size() - m_offset;
+    return written || end_with(CURLE_WRITE_ERROR, m_file.error());
+}
+
+bool CURL_TRANSFER::caller_wants_more()
+{
+    if (m_settings.progress_callback == nullptr)
+        return true;
+    const std::uint64_t total = m_decision ? m_decision->total.value_or(0) : 0;
+    if (m_settings.progress_callback(m_request.data, total, m_received) == 0)
+        return true;
+    return end_with(CURLE_ABORTED_BY_CALLBACK, "Stopped");
+}
+
+bool CURL_TRANSFER::keep_going(CLOCK::time_point now)
+{
+    if (!m_pending.empty() && now - m_pending_since >= longest_in_memory && !flush())
+        return false;
+    if (now - m_last_activity >= m_settings.stall_timeout)
+        return end_with(CURLE_OPERATION_TIMEDOUT,
+                        "Nothing came for " +
+                            std::to_string(std::chrono::duration_cast<std::chrono::seconds>(
+                                               m_settings.stall_timeout)
+                                               .count()) +
+                            " seconds");
+    return caller_wants_more();
+}
+
+bool CURL_TRANSFER::end_with(int curl_code, std::string error)
+{
+    if (!m_own_outcome)
+        m_own_outcome = CURL_OUTCOME{curl_code, std::move(error)};
+    return false;
+}
+
+int CURL_TRANSFER::answered_status(CURLcode result) const
+{
+    // A redirect that was followed is not an answer yet; one that could not be followed is.
+    const bool redirected = m_head.status >= 300 && m_head.status < 400 && !m_head.location.empty();
+    const bool stayed = result == CURLE_TOO_MANY_REDIRECTS ||
+                        result == CURLE_UNSUPPORTED_PROTOCOL || result == CURLE_URL_MALFORMAT ||
+                        m_own_outcome.has_value();
+    return redirected && !stayed ? 0 : m_head.status;
+}
+
+void CURL_TRANSFER::finish(CURLcode result)
+{
+    flush();
+    CURL_OUTCOME outcome{result, {}};
+    if (result != CURLE_OK)
+    {
+        m_error_buffer.back() = '\0';
+        outcome.error = m_error_buffer.front() != '\0' ? std::string(m_error_buffer.data())
+                                                       : std::string(curl_easy_strerror(result));
+    }
+    if (m_own_outcome)
+        outcome = *m_own_outcome;
+    else
+        outcome = curl_judge_end(outcome, m_head, m_offset, m_skipped, m_decision.has_value());
+
+    // An empty file is a file, too.
+    if (outcome.curl_code == CURLE_OK && !m_file.is_open() &&
+        !m_file.open(m_request.path, FIO_APPEND_FILE::OPENING::create_if_missing))
+        outcome = {CURLE_WRITE_ERROR, m_file.error()};
+
+    if (m_settings.progress_callback != nullptr)
+        m_settings.progress_callback(m_request.data, m_decision ? m_decision->total.value_or(0) : 0,
+                                     m_received);
+    store(outcome, answered_status(result));
+    m_file.close();
+}
+
+void CURL_TRANSFER::store(const CURL_OUTCOME& outcome, int status)
+{
+    if (m_request.data == nullptr)
+        return;
+    CURL_PROGRESS_DATA& data = *m_request.data;
+    const std::string text = curl_redact(outcome.error);
+    const std::size_t length = std::min(text.size(), data.error_text.size() - 1);
+    std::memcpy(data.error_text.data(), text.data(), length);
+    data.error_text[length] = '\0';
+    data.curl_code = outcome.curl_code;
+    if (status > 0)
+        data.http_code = status;
+}
+
+int CURL_TRANSFER::on_trace(CURL*, curl_infotype type, char* text, std::size_t size, void* self)
+{
+    const char* direction = nullptr;
+    switch (type)
+    {
+    case CURLINFO_TEXT:
+        direction = "*";
+        break;
+    case CURLINFO_HEADER_IN:
+        direction = "<";
+        break;
+    case CURLINFO_HEADER_OUT:
+        direction = ">";
+        break;
+    default:
+        return 0;
+    }
+    const CURL_CONNECTION_SETTINGS& settings = static_cast<CURL_TRANSFER*>(self)->m_settings;
+    settings.logger->debug("%s%s %s", settings.name, direction,
+                           curl_redact(std::string_view(text, size)));
+    return 0;
+}

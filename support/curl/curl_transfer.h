@@ -1,0 +1,83 @@
+#pragma once
+
+#include "support/curl/curl_base_connection.h"
+#include "support/curl/curl_response.h"
+#include "support/fio/fio_append_file.h"
+
+#include <curl/curl.h>
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+/// One file to fetch. Both texts are UTF-8; the record outlives the transfer.
+struct CURL_REQUEST
+{
+    std::string url;
+    std::string path;
+    CURL_PROGRESS_DATA* data = nullptr;
+};
+
+/// One file on its way: the request, the answer and the growing file. Lives on one thread.
+class CURL_TRANSFER
+{
+public:
+    using CLOCK = std::chrono::steady_clock;
+
+    CURL_TRANSFER(CURL_REQUEST request, const CURL_CONNECTION_SETTINGS& settings);
+    ~CURL_TRANSFER();
+    CURL_TRANSFER(const CURL_TRANSFER&) = delete;
+    CURL_TRANSFER& operator=(const CURL_TRANSFER&) = delete;
+
+    /// Opens the local file, where there is one, and sets the request up. When it answers false the
+    /// transfer has ended already, and its record says why.
+    bool prepare();
+    CURL* handle() const { return m_handle.get(); }
+
+    /// To be called several times a second while the transfer runs: reports progress, and writes
+    /// what has been waiting in memory. \return false when the transfer is to be ended now
+    bool keep_going(CLOCK::time_point now);
+
+    /// Ends the transfer and stores its result in the record.
+    void finish(CURLcode result);
+
+private:
+    struct EASY_DELETER
+    {
+        void operator()(CURL* handle) const { curl_easy_cleanup(handle); }
+    };
+
+    static std::size_t on_header(char* text, std::size_t size, std::size_t count, void* self);
+    static std::size_t on_body(char* bytes, std::size_t size, std::size_t count, void* self);
+    static int on_trace(CURL* handle, curl_infotype type, char* text, std::size_t size, void* self);
+
+    void set_options();
+    void set_proxy_options();
+    bool take_header(std::string_view line);
+    bool take_body(const char* bytes, std::size_t size);
+    bool start_body();
+    bool flush();
+    bool caller_wants_more();
+    bool end_with(int curl_code, std::string error);
+    int answered_status(CURLcode result) const;
+    void store(const CURL_OUTCOME& outcome, int status);
+
+    const CURL_REQUEST m_request;
+    const CURL_CONNECTION_SETTINGS& m_settings;
+    std::unique_ptr<CURL, EASY_DELETER> m_handle;
+    std::vector<char> m_error_buffer;
+
+    FIO_APPEND_FILE m_file;
+    std::uint64_t m_offset = 0;   ///< bytes on disk when the transfer began
+    std::uint64_t m_received = 0; ///< bytes written in this run
+    std::uint64_t m_skipped = 0;  ///< bytes of the body passed over
+    std::vector<char> m_pending;  ///< received, not yet written
+    CLOCK::time_point m_pending_since;
+    CLOCK::time_point m_last_activity;
+
+    CURL_RESPONSE_HEAD m_head;
+    std::optional<CURL_BODY_DECISION> m_decision;
+    std::optional<CURL_OUTCOME> m_own_outcome; ///< why this side ended the transfer
+};

@@ -1,0 +1,68 @@
+#include "support/fio/fio_file_system.h"
+
+#include <array>
+#include <random>
+#include <system_error>
+
+FIO_PATH fio_path(std::string_view utf8)
+{
+    return std::filesystem::u8path(utf8);
+}
+
+std::string FIO_FILE_SYSTEM::get_tmp_path(const std::string& dir)
+{
+    constexpr std::string_view letters = "abcdefghijklmnopqrstuvwxyz0123456789";
+    std::random_device random;
+    std::uniform_int_distribution<std::size_t> any_letter(0, letters.size() - 1);
+    for (;;)
+    {
+        std::string name = "vinst_";
+        for (int i = 0; i < 16; ++i)
+            name += letters[any_letter(random)];
+        const std::string path = (fio_path(dir) / name).u8string();
+        if (!exists(path))
+            return path;
+    }
+}
+
+bool FIO_FILE_SYSTEM::exists(const std::string& path)
+{
+    std::error_code error;
+    return std::filesystem::exists(fio_path(path), error);
+}
+
+bool FIO_FILE_SYSTEM::remove_if_exists(const std::string& path)
+{
+    std::error_code error;
+    std::filesystem::remove(fio_path(path), error);
+    return !error;
+}
+
+bool FIO_FILE_SYSTEM::chmod(const std::string& path, int mode)
+{
+    std::error_code error;
+    std::filesystem::permissions(fio_path(path), static_cast<std::filesystem::perms>(mode), error);
+    return !error;
+}
+
+bool FIO_FILE_SYSTEM::move(const std::string& from, const std::string& to, bool overwrite)
+{
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(fio_path(from), error) || (!overwrite && exists(to)))
+        return false;
+    std::filesystem::rename(fio_path(from), fio_path(to), error);
+    if (!error)
+        return true;
+
+    // Another file system: copy beside the target first, so that the target is never half a file.
+    const FIO_PATH parent = fio_path(to).parent_path();
+    const std::string copy = get_tmp_path(parent.empty() ? "." : parent.u8string());
+    if (!create_private_file(copy))
+        return false;
+    const bool moved =
+        std::filesystem::copy_file(fio_path(from), fio_path(copy),
+                                   std::filesystem::copy_options::overwrite_existing, error) &&
+        !error && (std::filesystem::rename(fio_path(copy), fio_path(to), error), !error);
+    remove_if_exists(moved ? from : copy);
+    return moved;
+}

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+
+using FIO_PATH = std::filesystem::path;
+
+/// What tells one state of a file from another without reading it.
+struct FIO_FILE_IDENTITY
+{
+    std::uint64_t size = 0;       ///< bytes
+    std::int64_t modified_ns = 0; ///< last change of the content, in the file system's own clock
+    std::uint64_t device = 0;
+    std::uint64_t inode = 0;
+
+    bool operator==(const FIO_FILE_IDENTITY& other) const
+    {
+        return size == other.size && modified_ns == other.modified_ns && device == other.device &&
+               inode == other.inode;
+    }
+};
+
+/// Files and directories by path. Paths are UTF-8. No operation throws.
+class FIO_FILE_SYSTEM
+{
+public:
+    FIO_FILE_SYSTEM() = delete;
+
+    /// A name inside `dir` that does not exist yet and can't be guessed.
+    static std::string get_tmp_path(const std::string& dir);
+
+    static bool exists(const std::string& path);
+
+    /// Moves a file, across file systems too; then `to` appears whole or not at all.
+    /// \return false when nothing was moved: `from` is still there
+    static bool move(const std::string& from, const std::string& to, bool overwrite);
+
+    /// \return whether the path does not exist afterwards
+    static bool remove_if_exists(const std::string& path);
+
+    /// \param mode  permission bits, as in 0700; no effect where the platform has none
+    static bool chmod(const std::string& path, int mode);
+
+    /// Creates a file that did not exist, readable and writable by its owner alone.
+    static bool create_private_file(const std::string& path);
+    static bool create_private_directory(const std::string& path);
+
+    /// The identity of a regular file; nothing when there is none at the path.
+    static std::optional<FIO_FILE_IDENTITY> identity(const std::string& path);
+};
+
+FIO_PATH fio_path(std::string_view utf8);

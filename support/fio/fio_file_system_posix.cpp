@@ -1,0 +1,33 @@
+#include "support/fio/fio_file_system.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+bool FIO_FILE_SYSTEM::create_private_file(const std::string& path)
+{
+    const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (file < 0)
+        return false;
+    ::close(file);
+    return true;
+}
+
+bool FIO_FILE_SYSTEM::create_private_directory(const std::string& path)
+{
+    return ::mkdir(path.c_str(), 0700) == 0;
+}
+
+std::optional<FIO_FILE_IDENTITY> FIO_FILE_SYSTEM::identity(const std::string& path)
+{
+    struct stat status = {};
+    if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
+        return std::nullopt;
+    FIO_FILE_IDENTITY identity;
+    identity.size = static_cast<std::uint64_t>(status.st_size);
+    identity.modified_ns =
+        std::int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec;
+    identity.device = status.st_dev;
+    identity.inode = status.st_ino;
+    return identity;
+}

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+
+/// The process's one request to stop: made once, by a signal or a host, and never taken back.
+/// Safe on any thread, but not inside a signal handler.
+void thr_request_stop();
+bool thr_stop_requested() noexcept;
+
+/// Sleeps that long, or until a stop is requested.
+void thr_sleep(std::chrono::nanoseconds duration);
+
+/// Calls `on_stop` once a stop is requested, on the requesting thread; at once when it already is.
+/// When the destructor returns, the call has ended or will never come.
+class THR_STOP_SUBSCRIPTION
+{
+public:
+    explicit THR_STOP_SUBSCRIPTION(std::function<void()> on_stop);
+    ~THR_STOP_SUBSCRIPTION();
+    THR_STOP_SUBSCRIPTION(const THR_STOP_SUBSCRIPTION&) = delete;
+    THR_STOP_SUBSCRIPTION& operator=(const THR_STOP_SUBSCRIPTION&) = delete;
+
+private:
+    std::function<void()> m_on_stop;
+};
+
+/// For tests, which run many runs in one process: forgets the request.
+void thr_forget_stop_request();
