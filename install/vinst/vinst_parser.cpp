@@ -120,7 +120,7 @@ public:
 
     std::unique_ptr<VINST_RELEASE> load(const QJsonArray& elements)
     {
-        for (const QJsonValue& value : elements)
+        for (const QJsonValue value : elements)
             if (!load_element(ELEMENT(value, m_sink)))
                 return nullptr;
         resolve_deferred_dependencies();
@@ -243,7 +243,7 @@ private:
                                  " does not exist in the manifest data\n");
             }
         }
-        for (const QJsonValue& entry : element.value("dependency").toArray())
+        for (const QJsonValue entry : element.value("dependency").toArray())
         {
             const QString name = entry.toString();
             if (VINST_COMPONENT* dependency = find(name, *component))

@@ -1,0 +1,15 @@
+#!/usr/bin/env bash
+# Checks the sources' layout and looks for common mistakes. Needs a configured release build.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+if [ "${1:-}" = --help ]; then
+  echo "Usage: scripts/lint.sh"
+  echo
+  echo "Holds all C++ files against .clang-format and the program's own against .clang-tidy."
+  exit 0
+fi
+
+git ls-files -z '*.h' '*.cpp' | xargs -0 clang-format --dry-run --Werror
+git ls-files -z 'install/*.cpp' 'support/*.cpp' 'tools/*.cpp' |
+  xargs -0 -P "$(nproc)" -n 4 clang-tidy -p build/release --quiet
