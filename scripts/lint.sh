@@ -10,6 +10,23 @@ if [ "${1:-}" = --help ]; then
   exit 0
 fi
 
+# Walls that the linker can't hold: who may include what.
+only_in() { # PATTERN ALLOWED_PATH... : the header is included nowhere else
+  local pattern=$1
+  shift
+  if git grep -nE "#include <$pattern" -- install support tools "${@/#/:!}"; then
+    echo "Only $* may include <$pattern...>." >&2
+    return 1
+  fi
+}
+only_in 'curl/' support/curl
+only_in 'spdlog/' support/curl
+only_in 'QSettings' support/cfgq
+only_in 'tbb/|<oneapi/' install/vinst/vinst_downloader_mgr_integrity.cpp
+only_in 'boost/' 'install/vinst/vinst_cmdline*' tools/vinst_release
+only_in '(QApplication|QMessageBox|QWidget|QDialog)' install/vinst/vinst_message_box.cpp \
+  install/vinst/vinst_application.cpp install/vinst/vinst_entry.cpp
+
 git ls-files -z '*.h' '*.cpp' | xargs -0 clang-format --dry-run --Werror
 git ls-files -z 'install/*.cpp' 'support/*.cpp' 'tools/*.cpp' |
   xargs -0 -P "$(nproc)" -n 4 clang-tidy -p build/release --quiet

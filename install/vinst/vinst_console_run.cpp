@@ -77,8 +77,14 @@ void wait_for_retry(const VINST_DOWNLOADER_MGR& manager, int attempt, std::chron
     report("Retrying #" + std::to_string(attempt) + " after " +
                format_duration(static_cast<int>(wait.count())) + " ...\n",
            false);
-    redraw_from_above(line_count(manager.progress_text()) + lines_around_block, start_line);
+    // The failed attempt stays to be read; the next one is drawn over it.
+    print_text(utf8(cursor_up(line_count(manager.progress_text()) + lines_around_block)) +
+               start_line);
     thr_sleep(wait);
+    if (!thr_stop_requested())
+        return;
+    clear_below_cursor();
+    report("Download stopped", false);
 }
 
 /// \return whether all components are there and passed their checks

@@ -173,6 +173,7 @@ void VINST_DOWNLOADER_MGR::delete_if_corrupted(VINST_COMPONENT* component)
 
 void VINST_DOWNLOADER_MGR::print_placeholders() const
 {
+    clear_below_cursor();
     std::string text = "Download progress:\n";
     for (const VINST_COMPONENT* component : m_components)
         text += utf8(component->display_name()) + ": [...]\n";
@@ -333,7 +334,11 @@ void VINST_DOWNLOADER_MGR::show_progress(const std::vector<VINST_COMPONENT_PROGR
                                                       : line_count(m_progress_text);
     const QString block = progress_block(progress, totals);
     if (m_console_mode)
-        redraw_from_above(lines_above, utf8(block) + "\n");
+    {
+        print_text(utf8(cursor_up(lines_above)));
+        clear_below_cursor();
+        print_line(utf8(block));
+    }
     m_progress_text = cursor_up(lines_above) + block;
 }
 

@@ -1,7 +1,6 @@
 #include "install/vinst/vinst_messages.h"
 
 #include "install/vinst/vinst_platform.h"
-#include "install/vinst/vinst_progress_block.h"
 #include "install/vinst/vinst_text.h"
 
 #include <cstdio>
@@ -230,8 +229,8 @@ void print_line(const std::string& text)
     print_text(text + "\n");
 }
 
-void redraw_from_above(int lines, const std::string& text)
+void clear_below_cursor()
 {
-    const char* const clear_below = stdout_is_terminal() ? "\x1b[J" : "";
-    print_text(utf8(cursor_up(lines)) + clear_below + text);
+    if (stdout_is_terminal())
+        print_text("\x1b[J");
 }

@@ -78,6 +78,6 @@ void report_early(const std::string& text, bool is_error, bool gui_host);
 void print_text(const std::string& text);
 void print_line(const std::string& text);
 
-/// Writes the text over what was printed that many lines above the cursor. On a terminal everything
-/// below goes first, so that shorter lines leave nothing behind.
-void redraw_from_above(int lines, const std::string& text);
+/// Empties everything from the cursor on when standard output is a terminal, so that shorter lines
+/// leave nothing of longer ones behind. Elsewhere it writes nothing.
+void clear_below_cursor();

@@ -126,7 +126,8 @@ bool validate_install_path(const QString& path, std::string& error, const QStrin
 
 double gigabytes(quint64 bytes)
 {
-    return static_cast<double>(bytes / 1048576) * 0.0009765625;
+    const quint64 whole_mebibytes = bytes / 1048576;
+    return static_cast<double>(whole_mebibytes) / 1024;
 }
 
 quint64 free_disk_space(const std::string& path)

@@ -1,15 +1,13 @@
 #pragma once
 
 #include "support/curl/curl_base_connection.h"
-#include "support/curl/curl_transfer.h"
+#include "support/curl/curl_request.h"
 
 #include <atomic>
 #include <condition_variable>
 #include <deque>
-#include <memory>
 #include <mutex>
 #include <thread>
-#include <vector>
 
 /// Fetches files over http and https, several at a time, on a thread of its own.
 ///
@@ -28,11 +26,10 @@ public:
 
     void set_progress_callback(CURL_PROGRESS_CALLBACK callback);
 
-    /// Queues a file; before `download_files` only. The record stays the caller's.
+    /// Queues a file; before `download_files` only.
     void add_file(const std::string& url, const std::string& path, CURL_PROGRESS_DATA* data);
 
-    /// Starts the queued transfers, at most `parallel` at a time; the others wait outside libcurl,
-    /// so that their connect timeout doesn't run yet.
+    /// Starts the queued transfers, at most `parallel` at a time.
     void download_files(int parallel, bool wait);
 
     bool downloads_complete() const { return m_complete; }
@@ -48,19 +45,13 @@ public:
                           CURL_PROGRESS_DATA* data);
 
 private:
-    using TRANSFERS = std::vector<std::unique_ptr<CURL_TRANSFER>>;
-
-    void run(int parallel);
-    void start_transfers(CURLM* multi, std::size_t parallel, TRANSFERS& active);
-    void collect_finished(CURLM* multi, TRANSFERS& active);
-    void end_unwanted(CURLM* multi, TRANSFERS& active);
-    void end_transfer(CURLM* multi, TRANSFERS& active, CURL* handle, CURLcode result);
-    void mark_finished();
+    void run(std::size_t parallel);
+    void count_file();
 
     std::deque<CURL_REQUEST> m_queue; ///< the caller's until the thread starts, then the thread's
     std::thread m_thread;
 
-    std::mutex m_mutex; ///< for the two waits on the counters below
+    std::mutex m_mutex; ///< for the waits on the two counters below
     std::condition_variable m_changed;
     std::atomic<std::size_t> m_finished{0}; ///< written by the thread, read by anybody
     std::atomic<bool> m_complete{false};    ///< the same

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "support/curl/curl_base_connection.h"
+#include "support/curl/curl_request.h"
 #include "support/curl/curl_response.h"
 #include "support/fio/fio_append_file.h"
 
@@ -11,14 +12,6 @@
 #include <optional>
 #include <string>
 #include <vector>
-
-/// One file to fetch. Both texts are UTF-8; the record outlives the transfer.
-struct CURL_REQUEST
-{
-    std::string url;
-    std::string path;
-    CURL_PROGRESS_DATA* data = nullptr;
-};
 
 /// One file on its way: the request, the answer and the growing file. Lives on one thread.
 class CURL_TRANSFER

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "support/curl/curl_transfer.h"
+
+#include <atomic>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <vector>
+
+/// Carries a queue of requests to its end on the calling thread, some at a time. The others wait
+/// here, outside libcurl, so that their connect timeout doesn't run yet.
+class CURL_DOWNLOAD_LOOP
+{
+public:
+    /// \param on_file_end  called after each file that has ended, well or not
+    CURL_DOWNLOAD_LOOP(const CURL_CONNECTION_SETTINGS& settings, std::function<void()> on_file_end);
+    ~CURL_DOWNLOAD_LOOP();
+
+    /// \param stop  set by another thread to end all transfers where they are
+    void run(std::deque<CURL_REQUEST> queue, std::size_t parallel, const std::atomic<bool>& stop);
+
+private:
+    struct MULTI_DELETER
+    {
+        void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
+    };
+
+    void start_transfers(std::deque<CURL_REQUEST>& queue, std::size_t parallel);
+    void collect_finished();
+    void end_unwanted(bool stop);
+    void end_transfer(CURL* handle, CURLcode result);
+
+    const CURL_CONNECTION_SETTINGS& m_settings;
+    const std::function<void()> m_on_file_end;
+    const std::unique_ptr<CURLM, MULTI_DELETER> m_multi;
+    std::vector<std::unique_ptr<CURL_TRANSFER>> m_active;
+};

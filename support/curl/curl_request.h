@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+
+struct CURL_PROGRESS_DATA;
+
+/// One file to fetch. Both texts are UTF-8; the record outlives the transfer.
+struct CURL_REQUEST
+{
+    std::string url;
+    std::string path;
+    CURL_PROGRESS_DATA* data = nullptr;
+};
