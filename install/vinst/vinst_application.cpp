@@ -1,6 +1,8 @@
 #include "install/vinst/vinst_application.h"
 
 #include "install/vinst/vinst_messages.h"
+#include "install/vinst/vinst_platform.h"
+#include "install/vinst/vinst_text.h"
 
 #include <QApplication>
 #include <QByteArray>
@@ -23,7 +25,8 @@ void filter_message(QtMsgType type, const QMessageLogContext& context, const QSt
     if (type == QtFatalMsg && is_making_application)
     {
         // Qt would abort; a display that can't be opened is no reason for a core dump.
-        print_line("The display cannot be opened. Set DISPLAY, or run with --cli.");
+        print_line("The display cannot be opened. Check DISPLAY, or use the console program " +
+                   utf8(console_host_name(host_platform())) + ".");
         std::_Exit(1);
     }
 }

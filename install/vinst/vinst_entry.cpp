@@ -69,9 +69,14 @@ void use_release(VINST_RELEASE& release)
     set_current_release(&release);
 }
 
+std::string console_hint()
+{
+    return "Use the console program " + utf8(console_host_name(host_platform())) + ".";
+}
+
 int run_graphically()
 {
-    print_line("Graphical mode is not built yet. Run with --cli.");
+    print_line("Graphical mode is not built yet. " + console_hint());
     return stopped_early;
 }
 
@@ -125,7 +130,7 @@ int install_vinst_run(int argc, char** argv, bool gui_host)
     const bool with_windows = may_run_graphically(argc, argv, gui_host);
     if (with_windows && !has_display())
     {
-        print_line("There is no display to show windows on. Set DISPLAY, or run with --cli.");
+        print_line("There is no display to show windows on. " + console_hint());
         return stopped_early;
     }
 
