@@ -1,0 +1,113 @@
+#pragma once
+
+#include "tests/harness/pattern.h"
+
+#include <QByteArray>
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+/// What a route serves: bytes, or a pattern (see pattern.h) that is made while it is sent, so that
+/// it may be many GiB.
+class SERVED_BODY
+{
+public:
+    SERVED_BODY(std::string bytes);
+    SERVED_BODY(const char* text) : SERVED_BODY(std::string(text)) {}
+    SERVED_BODY(const QByteArray& bytes) : SERVED_BODY(bytes.toStdString()) {}
+    static SERVED_BODY of_pattern(std::uint64_t size, std::uint64_t seed = 1);
+
+    [[nodiscard]] std::uint64_t size() const { return m_size; }
+    [[nodiscard]] std::string part(std::uint64_t offset, std::size_t size) const;
+
+private:
+    std::shared_ptr<const std::string> m_bytes; ///< none for a pattern
+    std::uint64_t m_size = 0;
+    std::uint64_t m_seed = 0;
+};
+
+using HTTP_HEADERS = std::vector<std::pair<std::string, std::string>>;
+
+/// A way to answer wrongly. All that isn't said to be wrong is as the good answer has it: the
+/// status (206 for a range), Content-Length, Content-Range.
+struct FAULT
+{
+    // Ways to end the body early; n counts the body bytes of this answer.
+    static FAULT cut_after(std::uint64_t n);   ///< closes in an orderly way
+    static FAULT reset_after(std::uint64_t n); ///< by RST, once the n bytes have arrived
+    static FAULT stall_after(std::uint64_t n); ///< sends nothing more, keeps the connection open
+    static FAULT trickle(std::uint64_t bytes, std::chrono::milliseconds interval);
+
+    // Heads that never come to an end.
+    static FAULT stall_before_headers();
+    static FAULT endless_headers();     ///< ever more lines, some 10 MB/s
+    static FAULT endless_header_line(); ///< one line that never ends, as fast
+
+    // Bodies that are not what the head says.
+    static FAULT claim_length(std::uint64_t length); ///< then sends the true body and closes
+    static FAULT short_body(std::uint64_t n);        ///< 200, the first n bytes, as if it were all
+    static FAULT other_body(SERVED_BODY body);       ///< ranges and all, but other bytes
+    static FAULT chunked(std::uint64_t n = ~0ULL);   ///< in chunks, cut after n bytes
+    static FAULT without_length(std::uint64_t n = ~0ULL); ///< HTTP/1.0 that ends by closing after n
+    static FAULT content_encoding(const std::string& name = "gzip"); ///< said, not done
+
+    // For requests with a range alone; others are answered well and don't count.
+    static FAULT wrong_range_start(std::int64_t shift); ///< in Content-Range and in the body
+    static FAULT without_content_range();               ///< 206
+    static FAULT ignore_range();                        ///< 200, the whole body
+    static FAULT range_not_satisfiable(bool with_content_range); ///< 416, whatever was asked
+    static FAULT partial_unasked(); ///< 206 with a right Content-Range to requests without a range
+
+    // Other answers.
+    static FAULT status(int code, const std::string& html = "<html>no</html>",
+                        HTTP_HEADERS headers = {});
+    /// An empty location leaves the header out and sends a body.
+    static FAULT redirect(int code, const std::string& location);
+
+    /// Only for the first requests; after these the route's next fault, or the good answer.
+    [[nodiscard]] FAULT times(int count) const;
+    /// Only for requests with a range (or, by false, without one); others are passed over.
+    [[nodiscard]] FAULT for_ranges(bool with_range = true) const;
+
+    enum class KIND
+    {
+        cut,
+        reset,
+        stall,
+        trickle,
+        stall_before_headers,
+        endless_headers,
+        endless_header_line,
+        claim_length,
+        short_body,
+        other_body,
+        chunked,
+        without_length,
+        content_encoding,
+        wrong_range_start,
+        without_content_range,
+        ignore_range,
+        range_not_satisfiable,
+        partial_unasked,
+        status,
+    };
+    enum class APPLIES
+    {
+        always,
+        with_range,
+        without_range
+    };
+
+    KIND kind = KIND::cut;
+    std::uint64_t number = 0;
+    std::int64_t shift = 0;
+    std::chrono::milliseconds interval{0};
+    std::string text = {};
+    HTTP_HEADERS headers = {};
+    std::shared_ptr<const SERVED_BODY> body = {};
+    APPLIES applies = APPLIES::always;
+    int remaining = -1; ///< requests; negative for all
+};

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "tests/harness/fault.h"
+
+#include <optional>
+
+/// Of a body's bytes; the last one belongs to it.
+struct HTTP_RANGE
+{
+    std::uint64_t first;
+    std::uint64_t last;
+};
+
+/// All that a sender of one answer has to know: it looks at no fault and no route any more.
+struct FAULT_ANSWER
+{
+    enum class HEAD
+    {
+        normal,
+        none,
+        endless_lines,
+        endless_line
+    };
+    enum class END
+    {
+        keep_alive,
+        close,
+        reset,
+        stall
+    };
+
+    explicit FAULT_ANSWER(SERVED_BODY body_of_route) : body(std::move(body_of_route)) {}
+
+    HEAD head = HEAD::normal;
+    std::string version = "HTTP/1.1";
+    int code = 200;
+    HTTP_HEADERS headers;
+    bool with_length = true;
+    std::optional<std::uint64_t> claimed_length;
+    bool chunked = false;
+
+    SERVED_BODY body;
+    std::uint64_t offset = 0;
+    std::uint64_t length = 0;    ///< of a whole answer, from the offset on
+    std::uint64_t limit = ~0ULL; ///< sent at most
+    END end = END::keep_alive;
+    std::uint64_t step = 256 * 1024; ///< bytes sent at once
+    std::chrono::milliseconds interval{0};
+
+    void take_range(const HTTP_RANGE& range);
+    void become_whole();
+    void become_page(int status_code, const std::string& page, const HTTP_HEADERS& page_headers);
+    void drop_header(const std::string& name);
+    void apply(const FAULT& fault, const std::optional<HTTP_RANGE>& range);
+    [[nodiscard]] std::string head_text() const;
+};
+
+/// The answer to a request with that Range header, which may be empty.
+FAULT_ANSWER good_answer(const SERVED_BODY& body, const std::string& range_header);
+FAULT_ANSWER bad_answer(const SERVED_BODY& body, const std::string& range_header,
+                        const FAULT& fault);

@@ -1,0 +1,415 @@
+#include "tests/harness/fault_server.h"
+
+#include "tests/harness/fault_answer.h"
+#include "tests/harness/loopback.h"
+#include "tests/harness/temp_dir.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <cerrno>
+#include <linux/sockios.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <optional>
+#include <poll.h>
+#include <sstream>
+#include <stdexcept>
+#include <sys/eventfd.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+using std::chrono::milliseconds;
+
+namespace
+{
+
+std::string lower(std::string text)
+{
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+    return text;
+}
+
+}
+
+std::string HTTP_REQUEST::header(std::string name) const
+{
+    const auto found = headers.find(lower(std::move(name)));
+    return found == headers.end() ? std::string() : found->second;
+}
+
+/// One accepted socket, on a thread of its own.
+class FAULT_SERVER::CONNECTION final
+{
+public:
+    CONNECTION(FAULT_SERVER& server, int socket) : m_server(server), m_socket(socket) {}
+
+    void run()
+    {
+        while (const std::optional<HTTP_REQUEST> request = read_request())
+        {
+            const FAULT_ANSWER answer = note_and_answer(*request);
+            const bool goes_on = send_answer(answer, *request);
+            {
+                const std::lock_guard lock(m_server.m_mutex);
+                --m_server.m_answering;
+            }
+            if (!goes_on)
+                break;
+        }
+        ::close(m_socket);
+        const std::lock_guard lock(m_server.m_mutex);
+        --m_server.m_open;
+    }
+
+private:
+    /// Until the socket is ready; false when the server stops or the time is over.
+    [[nodiscard]] bool await(short events, int timeout = -1) const
+    {
+        pollfd watched[] = {{m_socket, events, 0}, {m_server.m_stop, POLLIN, 0}};
+        while (::poll(watched, 2, timeout) < 0)
+        {
+            if (errno != EINTR)
+                return false;
+        }
+        return watched[1].revents == 0 && watched[0].revents != 0;
+    }
+
+    [[nodiscard]] bool pause(milliseconds duration) const
+    {
+        pollfd watched = {m_server.m_stop, POLLIN, 0};
+        return ::poll(&watched, 1, static_cast<int>(duration.count())) == 0;
+    }
+
+    std::optional<HTTP_REQUEST> read_request()
+    {
+        std::size_t end;
+        while ((end = m_received.find("\r\n\r\n")) == std::string::npos)
+        {
+            std::array<char, 8192> buffer;
+            if (!await(POLLIN) || m_received.size() > 1024 * 1024)
+                return std::nullopt;
+            const ssize_t got = ::recv(m_socket, buffer.data(), buffer.size(), 0);
+            if (got <= 0)
+                return std::nullopt;
+            m_received.append(buffer.data(), static_cast<std::size_t>(got));
+        }
+        std::istringstream head(m_received.substr(0, end + 2));
+        m_received.erase(0, end + 4);
+
+        HTTP_REQUEST request;
+        request.at = std::chrono::steady_clock::now();
+        std::string line;
+        std::getline(head, line);
+        std::istringstream(line) >> request.method >> request.target;
+        const std::size_t scheme = request.target.find("://");
+        const std::size_t slash =
+            scheme == std::string::npos ? 0 : request.target.find('/', scheme + 3);
+        request.path = slash == std::string::npos ? "/" : request.target.substr(slash);
+        while (std::getline(head, line) && line.size() > 1)
+        {
+            const std::size_t colon = line.find(':');
+            const std::size_t value = line.find_first_not_of(' ', colon + 1);
+            if (colon != std::string::npos && value != std::string::npos)
+                request.headers[lower(line.substr(0, colon))] =
+                    line.substr(value, line.find_last_not_of("\r ") + 1 - value);
+        }
+        return request;
+    }
+
+    FAULT_ANSWER note_and_answer(const HTTP_REQUEST& request)
+    {
+        const std::lock_guard lock(m_server.m_mutex);
+        m_server.m_requests.push_back(request);
+        ++m_server.m_answering;
+        m_server.m_peak_answering = std::max(m_server.m_peak_answering, m_server.m_answering);
+        m_server.m_changed.notify_all();
+        return m_server.answer_to(request);
+    }
+
+    bool send_all(const std::string& bytes) const
+    {
+        std::size_t sent = 0;
+        while (sent < bytes.size())
+        {
+            if (!await(POLLOUT))
+                return false;
+            const ssize_t count = ::send(m_socket, bytes.data() + sent, bytes.size() - sent,
+                                         MSG_NOSIGNAL | MSG_DONTWAIT);
+            if (count < 0 && (errno == EAGAIN || errno == EINTR))
+                continue;
+            if (count < 0)
+                return false;
+            sent += static_cast<std::size_t>(count);
+        }
+        return true;
+    }
+
+    /// Whether the connection may take another request.
+    bool send_answer(const FAULT_ANSWER& answer, const HTTP_REQUEST& request) const
+    {
+        if (answer.head == FAULT_ANSWER::HEAD::none)
+            return await_peer();
+        if (answer.head != FAULT_ANSWER::HEAD::normal)
+            return send_endless_head(answer.head == FAULT_ANSWER::HEAD::endless_line);
+        if (!send_all(answer.head_text()))
+            return false;
+        if (request.method != "HEAD" && !send_body(answer, request.path))
+            return false;
+        switch (answer.end)
+        {
+        case FAULT_ANSWER::END::keep_alive:
+            return lower(request.header("connection")) != "close";
+        case FAULT_ANSWER::END::close:
+            return close_orderly();
+        case FAULT_ANSWER::END::reset:
+            return reset();
+        case FAULT_ANSWER::END::stall:
+            return await_peer();
+        }
+        return false;
+    }
+
+    bool send_body(const FAULT_ANSWER& answer, const std::string& path) const
+    {
+        const std::uint64_t total = std::min(answer.length, answer.limit);
+        for (std::uint64_t done = 0; done < total;)
+        {
+            if (done > 0 && answer.interval.count() > 0 && !pause(answer.interval))
+                return false;
+            const auto size = static_cast<std::size_t>(std::min(answer.step, total - done));
+            const std::string bytes = answer.body.part(answer.offset + done, size);
+            if (bytes.empty())
+                break;
+            if (!send_all(answer.chunked ? as_chunk(bytes) : bytes))
+                return false;
+            done += bytes.size();
+            const std::lock_guard lock(m_server.m_mutex);
+            m_server.m_body_bytes[path] += bytes.size();
+            m_server.m_changed.notify_all();
+        }
+        return !answer.chunked || total < answer.length || send_all("0\r\n\r\n");
+    }
+
+    static std::string as_chunk(const std::string& bytes)
+    {
+        std::ostringstream text;
+        text << std::hex << bytes.size() << "\r\n" << bytes << "\r\n";
+        return text.str();
+    }
+
+    bool send_endless_head(bool in_one_line) const
+    {
+        if (!send_all(in_one_line ? "HTTP/1.1 200 OK\r\nX-Filler: " : "HTTP/1.1 200 OK\r\n"))
+            return false;
+        const std::string line = "X-Filler: " + std::string(1012, 'x') + "\r\n";
+        std::string block;
+        for (int count = 0; count < 10; ++count)
+            block += in_one_line ? std::string(1024, 'x') : line;
+        while (send_all(block) && pause(milliseconds(1)))
+        {
+        }
+        return false;
+    }
+
+    /// Keeps still until the other side closes.
+    bool await_peer() const
+    {
+        std::array<char, 4096> buffer;
+        while (await(POLLIN) && ::recv(m_socket, buffer.data(), buffer.size(), 0) > 0)
+        {
+        }
+        return false;
+    }
+
+    bool close_orderly() const
+    {
+        ::shutdown(m_socket, SHUT_WR);
+        std::array<char, 4096> buffer;
+        while (await(POLLIN, 5000) && ::recv(m_socket, buffer.data(), buffer.size(), 0) > 0)
+        {
+        }
+        return false;
+    }
+
+    /// What still waits to be sent would be lost by a reset, so it goes out first.
+    bool reset() const
+    {
+        int waiting = 1;
+        for (int tries = 0; tries < 5000 && waiting > 0; ++tries)
+        {
+            if (::ioctl(m_socket, SIOCOUTQ, &waiting) != 0 || waiting == 0 ||
+                !pause(milliseconds(1)))
+                break;
+        }
+        const linger at_once = {1, 0};
+        ::setsockopt(m_socket, SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once);
+        return false;
+    }
+
+    FAULT_SERVER& m_server;
+    int m_socket;
+    std::string m_received;
+};
+
+FAULT_SERVER::FAULT_SERVER()
+{
+    std::tie(m_listener, m_port) = listen_on_loopback(64);
+    m_stop = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    m_acceptor = std::thread([this] { accept_all(); });
+}
+
+FAULT_SERVER::~FAULT_SERVER()
+{
+    ::eventfd_write(m_stop, 1);
+    m_acceptor.join();
+    for (std::thread& connection : m_connections)
+        connection.join();
+    ::close(m_listener);
+    ::close(m_stop);
+}
+
+void FAULT_SERVER::accept_all()
+{
+    for (;;)
+    {
+        pollfd watched[] = {{m_listener, POLLIN, 0}, {m_stop, POLLIN, 0}};
+        if (::poll(watched, 2, -1) < 0 && errno == EINTR)
+            continue;
+        if (watched[1].revents != 0)
+            return;
+        const int socket = ::accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
+        if (socket < 0)
+            continue;
+        const int on = 1;
+        ::setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+        {
+            const std::lock_guard lock(m_mutex);
+            ++m_accepted;
+            m_peak_open = std::max(m_peak_open, ++m_open);
+        }
+        m_connections.emplace_back([this, socket] { CONNECTION(*this, socket).run(); });
+    }
+}
+
+/// Called with the mutex held.
+FAULT_ANSWER FAULT_SERVER::answer_to(const HTTP_REQUEST& request)
+{
+    const auto found = m_routes.find(request.path);
+    if (found == m_routes.end())
+        return bad_answer("", "", FAULT::status(404, "<html>not here</html>"));
+    ROUTE& route = found->second;
+    const bool ranged = !request.range().empty();
+    const auto fault =
+        std::find_if(route.faults.begin(), route.faults.end(),
+                     [ranged](const FAULT& candidate)
+                     {
+                         return candidate.remaining != 0 &&
+                                (candidate.applies == FAULT::APPLIES::always ||
+                                 (candidate.applies == FAULT::APPLIES::with_range) == ranged);
+                     });
+    const bool faulty = fault != route.faults.end();
+
+    const FAULT_ANSWER answer = faulty ? bad_answer(route.body, request.range(), *fault)
+                                       : good_answer(route.body, request.range());
+    if (faulty && fault->remaining > 0)
+        --fault->remaining;
+    return answer;
+}
+
+void FAULT_SERVER::serve(const std::string& path, SERVED_BODY body, std::vector<FAULT> faults)
+{
+    const std::lock_guard lock(m_mutex);
+    m_routes.insert_or_assign(path, ROUTE{std::move(body), std::move(faults)});
+}
+
+void FAULT_SERVER::serve_directory(const fs::path& directory)
+{
+    for (const fs::directory_entry& entry : fs::directory_iterator(directory))
+    {
+        if (entry.is_regular_file())
+            serve("/" + entry.path().filename().string(), read_file(entry.path()));
+    }
+}
+
+void FAULT_SERVER::set_faults(const std::string& path, std::vector<FAULT> faults)
+{
+    const std::lock_guard lock(m_mutex);
+    m_routes.at(path).faults = std::move(faults);
+}
+
+std::string FAULT_SERVER::url(const std::string& path) const
+{
+    return loopback_url(m_port, path);
+}
+
+std::vector<HTTP_REQUEST> FAULT_SERVER::requests(const std::string& path) const
+{
+    const std::lock_guard lock(m_mutex);
+    std::vector<HTTP_REQUEST> found;
+    std::copy_if(m_requests.begin(), m_requests.end(), std::back_inserter(found),
+                 [&path](const HTTP_REQUEST& request)
+                 { return path.empty() || request.path == path; });
+    return found;
+}
+
+std::size_t FAULT_SERVER::request_count(const std::string& path) const
+{
+    return requests(path).size();
+}
+
+bool FAULT_SERVER::wait_for_requests(const std::string& path, std::size_t count,
+                                     milliseconds timeout) const
+{
+    std::unique_lock lock(m_mutex);
+    return m_changed.wait_for(lock, timeout,
+                              [&]
+                              {
+                                  const auto seen =
+                                      std::count_if(m_requests.begin(), m_requests.end(),
+                                                    [&path](const HTTP_REQUEST& request) {
+                                                        return path.empty() || request.path == path;
+                                                    });
+                                  return static_cast<std::size_t>(seen) >= count;
+                              });
+}
+
+std::uint64_t FAULT_SERVER::body_bytes(const std::string& path) const
+{
+    const std::lock_guard lock(m_mutex);
+    const auto found = m_body_bytes.find(path);
+    return found == m_body_bytes.end() ? 0 : found->second;
+}
+
+bool FAULT_SERVER::wait_for_body_bytes(const std::string& path, std::uint64_t count,
+                                       milliseconds timeout) const
+{
+    std::unique_lock lock(m_mutex);
+    return m_changed.wait_for(lock, timeout,
+                              [&]
+                              {
+                                  const auto found = m_body_bytes.find(path);
+                                  return found != m_body_bytes.end() && found->second >= count;
+                              });
+}
+
+std::size_t FAULT_SERVER::connection_count() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_accepted;
+}
+
+std::size_t FAULT_SERVER::peak_connections() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_peak_open;
+}
+
+std::size_t FAULT_SERVER::peak_requests() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_peak_answering;
+}

@@ -1,0 +1,78 @@
+#include "tests/harness/installer_scripts.h"
+
+#include "tests/harness/pattern.h"
+
+namespace
+{
+
+constexpr const char* find_the_directory = R"(#!/bin/sh
+arguments="$*"
+directory=
+while [ $# -gt 0 ]; do
+    if [ "$1" = --installdir ]; then
+        shift
+        directory="$1"
+    fi
+    shift
+done
+if [ -z "$directory" ]; then
+    echo "no --installdir" >&2
+    exit 97
+fi
+name=$(basename "$0")
+mkdir -p "$directory" || exit 98
+printf '%s\n' "$arguments" >> "$directory/$name" || exit 98
+printf '%s\n' "$name" >> "$directory/install_order" || exit 98
+)";
+
+constexpr const char* ready_and_sleep = "echo ready\nwhile :; do sleep 1; done\n";
+
+}
+
+std::string install_script(int exit_code, const std::map<std::string, std::string>& files)
+{
+    std::string script = find_the_directory;
+    for (const auto& [path, text] : files)
+    {
+        const std::string target = "\"$directory/" + path + "\"";
+        script.append("mkdir -p \"$(dirname ").append(target).append(")\"\n");
+        script.append("cat > ").append(target).append(" <<'END_OF_LAID_DOWN_FILE'\n");
+        script.append(text).append("\nEND_OF_LAID_DOWN_FILE\n");
+        script.append("chmod 755 ").append(target).append("\n");
+    }
+    return script + "echo \"installed $name\"\nexit " + std::to_string(exit_code) + "\n";
+}
+
+std::string main_product_script()
+{
+    return install_script(0, {{"devices/dev_install/dev_install.run", install_script()}});
+}
+
+std::string hanging_script(bool stubborn)
+{
+    return std::string("#!/bin/sh\n") + (stubborn ? "trap '' INT TERM\n" : "") + ready_and_sleep;
+}
+
+std::string script_with_lasting_child(int seconds)
+{
+    return "#!/bin/sh\necho ready\nsleep " + std::to_string(seconds) + " &\nexit 0\n";
+}
+
+std::string crashing_script(int signal_number)
+{
+    return "#!/bin/sh\nkill -" + std::to_string(signal_number) + " $$\n";
+}
+
+std::string talking_script(std::uint64_t lines, int exit_code)
+{
+    return "#!/bin/sh\ni=0\nwhile [ $i -lt " + std::to_string(lines) +
+           " ]; do\n    echo \"line $i of 100%s\"\n    echo \"line $i of 100%s\" >&2\n"
+           "    i=$((i + 1))\ndone\nexit " +
+           std::to_string(exit_code) + "\n";
+}
+
+std::string padded_script(const std::string& script, std::uint64_t size, std::uint64_t seed)
+{
+    const std::string text = script + "exit 0\n";
+    return size <= text.size() ? text : text + pattern(size - text.size(), seed);
+}

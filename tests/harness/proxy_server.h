@@ -1,0 +1,41 @@
+#pragma once
+
+#include "tests/harness/server_process.h"
+#include "tests/harness/temp_dir.h"
+
+enum class PROXY_ENGINE
+{
+    tinyproxy,
+    squid,
+};
+
+/// An http proxy on a loopback port that forwards to anywhere, https by CONNECT included. With a
+/// user it asks for these Basic credentials (tinyproxy's configuration can't hold a % or # in
+/// them). It accepts connections when the constructor returns.
+class PROXY_SERVER final
+{
+public:
+    explicit PROXY_SERVER(PROXY_ENGINE engine, const std::string& user = "",
+                          const std::string& password = "");
+
+    [[nodiscard]] std::string host() const { return "127.0.0.1"; }
+    [[nodiscard]] std::uint16_t port() const { return m_process->port(); }
+    [[nodiscard]] pid_t pid() { return m_process->child().pid(); }
+    /// "127.0.0.1:PORT"
+    [[nodiscard]] std::string address() const;
+
+    /// The engine's own words. Each request's line names its method and address, as in
+    /// "GET http://127.0.0.1:81/a" or "CONNECT 127.0.0.1:443"; squid's hold the status as well, as
+    /// in "TCP_DENIED/407", and are written when the answer has ended.
+    [[nodiscard]] std::vector<std::string> access_log() const;
+    bool wait_for_access(std::string_view text, std::chrono::milliseconds timeout) const;
+
+private:
+    CHILD_SETUP tinyproxy_setup(std::uint16_t port, const std::string& user,
+                                const std::string& password) const;
+    CHILD_SETUP squid_setup(std::uint16_t port, const std::string& user,
+                            const std::string& password) const;
+
+    TEMP_DIR m_dir;
+    std::unique_ptr<SERVER_PROCESS> m_process;
+};

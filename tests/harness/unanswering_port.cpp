@@ -1,0 +1,44 @@
+#include "tests/harness/unanswering_port.h"
+
+#include "tests/harness/loopback.h"
+
+#include <netinet/in.h>
+#include <poll.h>
+#include <stdexcept>
+#include <sys/socket.h>
+#include <unistd.h>
+
+UNANSWERING_PORT::UNANSWERING_PORT()
+{
+    const auto [listener, port] = listen_on_loopback(0);
+    m_sockets.push_back(listener);
+    m_port = port;
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(port);
+    // A connection that comes about on loopback does so at once; one that doesn't shows that the
+    // queue is full.
+    for (int count = 0; count < 16; ++count)
+    {
+        const int client = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+        m_sockets.push_back(client);
+        const bool connected =
+            ::connect(client, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+        pollfd watched = {client, POLLOUT, 0};
+        if (!connected && ::poll(&watched, 1, 200) == 0)
+            return;
+    }
+    throw std::runtime_error("the queue of a listening socket never fills up");
+}
+
+UNANSWERING_PORT::~UNANSWERING_PORT()
+{
+    for (const int socket : m_sockets)
+        ::close(socket);
+}
+
+std::string UNANSWERING_PORT::url(const std::string& path) const
+{
+    return loopback_url(m_port, path);
+}

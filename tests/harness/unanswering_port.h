@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+/// A loopback port whose connections never come about: its queue is full and nobody takes from it.
+class UNANSWERING_PORT final
+{
+public:
+    UNANSWERING_PORT();
+    ~UNANSWERING_PORT();
+    UNANSWERING_PORT(const UNANSWERING_PORT&) = delete;
+    UNANSWERING_PORT& operator=(const UNANSWERING_PORT&) = delete;
+
+    [[nodiscard]] std::uint16_t port() const { return m_port; }
+    [[nodiscard]] std::string url(const std::string& path = "") const;
+
+private:
+    std::vector<int> m_sockets;
+    std::uint16_t m_port = 0;
+};
