@@ -1,0 +1,84 @@
+#!/usr/bin/env bash
+# Installs what is missing on a Debian 12 machine.
+set -euo pipefail
+
+usage() {
+    cat <<'END'
+Usage: scripts/install_deps.sh [test] [bench]
+
+Installs through apt what is missing to build the project. With "test", also what its tests
+and style checks use; with "bench", what its benchmarks compare it with. Does nothing when all
+of it is there. Needs root, or sudo, only when something is missing. No service is started.
+END
+}
+
+packages=(
+    g++ cmake ninja-build pkg-config
+    qtbase5-dev libtbb-dev libboost-program-options-dev libboost-dev libcurl4-openssl-dev
+    libfmt-dev libspdlog-dev libcpp-httplib-dev
+    libgtest-dev libgmock-dev
+)
+
+for argument in "$@"; do
+    case $argument in
+        test) packages+=(nginx-light squid tinyproxy openssl tmux ca-certificates curl
+                         binutils clang-format clang-tidy) ;;
+        bench) packages+=(nginx-light aria2 curl openssl time) ;;
+        --help) usage; exit 0 ;;
+        *) echo "install_deps.sh: unknown argument: $argument" >&2; usage >&2; exit 2 ;;
+    esac
+done
+
+is_installed() {
+    [[ $(dpkg-query -W -f='${Status}' "$1" 2>/dev/null) == "install ok installed" ]]
+}
+
+if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
+    echo "install_deps.sh: needs a Debian system; install these by hand: ${packages[*]}" >&2
+    exit 1
+fi
+
+missing=()
+for package in "${packages[@]}"; do
+    is_installed "$package" || missing+=("$package")
+done
+if ((${#missing[@]} == 0)); then
+    exit 0
+fi
+
+as_root() {
+    if ((EUID == 0)); then
+        "$@"
+    else
+        sudo -- "$@"
+    fi
+}
+
+if ((EUID != 0)) && ! command -v sudo >/dev/null; then
+    echo "install_deps.sh: run this as root, or install sudo; missing: ${missing[*]}" >&2
+    exit 1
+fi
+
+# The servers come with services that would start when they are installed. Packages ask
+# /usr/sbin/policy-rc.d whether they may start one, and 101 means no. A policy that the machine
+# already has stays as it is: then it is the administrator's word that counts.
+policy=/usr/sbin/policy-rc.d
+own_policy=false
+
+restore_policy() {
+    if $own_policy; then
+        as_root rm -f "$policy"
+    fi
+}
+trap restore_policy EXIT
+
+if [[ ! -e $policy ]]; then
+    own_policy=true
+    printf '#!/bin/sh\nexit 101\n' | as_root tee "$policy" >/dev/null
+    as_root chmod 755 "$policy"
+fi
+
+echo "Installing: ${missing[*]}"
+as_root apt-get update -qq
+as_root env DEBIAN_FRONTEND=noninteractive \
+    apt-get install -y -qq -o Dpkg::Use-Pty=0 --no-install-recommends "${missing[@]}"
