@@ -14,7 +14,9 @@
 #include <tbb/task_group.h>
 
 #include <algorithm>
+#include <deque>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 namespace
@@ -95,6 +97,24 @@ using TASK = VINST_DOWNLOADER_MGR_CHECK_INTEGRITY_TASK;
 // pending one those among them whose result is still waited for.
 QList<TASK*> pending_integrity_tasks;
 QList<std::shared_ptr<TASK>> cancellable_integrity_tasks;
+
+// Tasks on their way from the main thread to a worker; under the mutex, which orders what both see.
+std::mutex handover_mutex;
+std::deque<std::shared_ptr<TASK>> handed_over_tasks;
+
+void hand_over(const std::shared_ptr<TASK>& task)
+{
+    const std::lock_guard lock(handover_mutex);
+    handed_over_tasks.push_back(task);
+}
+
+std::shared_ptr<TASK> take_over()
+{
+    const std::lock_guard lock(handover_mutex);
+    const std::shared_ptr<TASK> task = handed_over_tasks.front();
+    handed_over_tasks.pop_front();
+    return task;
+}
 
 tbb::task_group& task_group()
 {
@@ -220,7 +240,8 @@ void VINST_DOWNLOADER_MGR::start_integrity_task(VINST_COMPONENT* component)
     task->timer.start(collection_interval);
     pending_integrity_tasks.append(task.get());
     cancellable_integrity_tasks.append(task);
-    task_group().run([task] { task->work(); });
+    hand_over(task);
+    task_group().run([] { take_over()->work(); });
 }
 
 void VINST_DOWNLOADER_MGR::cancel_integrity_tasks()
