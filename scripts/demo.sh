@@ -101,7 +101,7 @@ installer() {
     local contents=$source/contents
     mkdir -p "$contents/bin"
     payload "$contents/$1" "$3"
-    printf '#!/bin/sh\necho "%s 5.2, a demo"\n' "$2" >"$contents/bin/$1"
+    printf '#!/bin/sh\necho "%s 5.2 (demo)"\n' "$2" >"$contents/bin/$1"
     chmod 755 "$contents/bin/$1"
     {
         sed -e "s/@NAME@/$1/" -e "s/@TITLE@/$2/" -e "s/@NEEDS_EULA@/$4/" "$root/demo/installer.sh.in"

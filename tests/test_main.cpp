@@ -26,6 +26,8 @@ void scrub_environment(const QString& home)
 int main(int argc, char** argv)
 {
     ::testing::InitGoogleTest(&argc, argv);
+    if (::testing::GTEST_FLAG(list_tests))
+        return RUN_ALL_TESTS();
     const QTemporaryDir home;
     scrub_environment(home.path());
     const QApplication application(argc, argv);

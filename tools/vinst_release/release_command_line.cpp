@@ -1,0 +1,291 @@
+#include "tools/vinst_release/release_command_line.h"
+
+#include "install/vinst/vinst_text.h"
+#include "tools/vinst_release/release_check.h"
+#include "tools/vinst_release/release_make.h"
+#include "tools/vinst_release/release_progress.h"
+#include "tools/vinst_release/release_server.h"
+#include "tools/vinst_release/release_terminal.h"
+#include "tools/vinst_release/release_text.h"
+
+#include <boost/program_options.hpp>
+
+#include <QString>
+
+#include <cstdio>
+#include <functional>
+#include <limits>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace po = boost::program_options;
+
+namespace
+{
+
+constexpr int all_is_well = 0;
+constexpr int failed = 1;
+constexpr int bad_usage = 2;
+
+const char* const general_help =
+    "Usage: vinst_release COMMAND [arguments...]\n"
+    "\n"
+    "Commands:\n"
+    "  make DESCRIPTION OUT    make a release in the directory OUT\n"
+    "  check MANIFEST [DIR]    tell every fault of a manifest, and of its files in DIR\n"
+    "  serve DIR               serve a directory over HTTP\n"
+    "\n"
+    "vinst_release COMMAND --help tells more of a command.\n";
+
+const char* const make_help =
+    "Usage: vinst_release make DESCRIPTION OUT [options...]\n"
+    "\n"
+    "Makes a release in the directory OUT: copies the files that the JSON file DESCRIPTION\n"
+    "names, measures their sizes, MD5 and SHA-1 sums, and writes the manifest\n"
+    "(manifest.json) and the connection test's file (vinst_test_download.txt). Files that\n"
+    "are in OUT already are not copied again.\n"
+    "\n";
+
+const char* const check_help =
+    "Usage: vinst_release check MANIFEST [DIR]\n"
+    "\n"
+    "Loads a manifest as the installer does and tells every fault on a line of its own:\n"
+    "what the installer says of it, broken relations, names and files that clash, malformed\n"
+    "sums. With DIR, compares the release's files there with the manifest. Elements without\n"
+    "a name are counted from 1. The exit code is 0 without a fault and 1 with one or more.\n"
+    "\n";
+
+const char* const serve_help =
+    "Usage: vinst_release serve DIR [options...]\n"
+    "\n"
+    "Serves the files below DIR over HTTP until it is ended by Ctrl-C or SIGTERM. The first\n"
+    "line that it prints is its address.\n"
+    "\n";
+
+void say(const QString& line)
+{
+    const std::string bytes = utf8(line) + '\n';
+    std::fwrite(bytes.data(), 1, bytes.size(), stdout);
+    std::fflush(stdout);
+}
+
+void complain(const QString& line)
+{
+    const std::string bytes = "vinst_release: " + utf8(line) + '\n';
+    std::fwrite(bytes.data(), 1, bytes.size(), stderr);
+}
+
+int refuse_usage(const QString& why, const QString& command)
+{
+    complain(why);
+    const std::string hint = "vinst_release " +
+                             utf8(command.isEmpty() ? QString() : command + ' ') +
+                             "--help tells how to use it\n";
+    std::fwrite(hint.data(), 1, hint.size(), stderr);
+    return bad_usage;
+}
+
+/// One command: what it takes and what it does.
+struct COMMAND
+{
+    QString name;
+    const char* help;
+    std::size_t fewest_arguments;
+    std::size_t most_arguments;
+    po::options_description options;
+    std::function<int(const QStringList& arguments, const po::variables_map& values)> run;
+};
+
+QString text_option(const po::variables_map& values, const char* name)
+{
+    return values.count(name) > 0 ? QString::fromStdString(values[name].as<std::string>())
+                                  : QString();
+}
+
+int make(const QStringList& arguments, const po::variables_map& values)
+{
+    QString url = text_option(values, "download-url");
+    while (url.endsWith('/'))
+        url.chop(1);
+    if (values.count("download-url") > 0 && !url.startsWith("http://") &&
+        !url.startsWith("https://"))
+        return refuse_usage(QStringLiteral("--download-url must begin with http:// or https://"),
+                            QStringLiteral("make"));
+    const RELEASE_MAKE_RESULT result = [&]
+    {
+        RELEASE_PROGRESS_LINE progress(QStringLiteral("Measuring"));
+        return make_release(arguments[0], arguments[1], url,
+                            [&](const RELEASE_FILE_PROGRESS& now) { progress.show(now); });
+    }();
+    for (const QString& fault : result.faults)
+        complain(fault);
+    if (!result.faults.isEmpty())
+        return failed;
+    say("Made a release of " + counted(result.components, QStringLiteral("component")) + " and " +
+        counted(result.files, QStringLiteral("file")) + ", " + readable_size(result.bytes) +
+        ", in " + arguments[1]);
+    say("Files copied: " + QString::number(result.files_copied) +
+        ", already there: " + QString::number(result.files - result.files_copied));
+    return all_is_well;
+}
+
+int check(const QStringList& arguments, const po::variables_map&)
+{
+    const RELEASE_CHECK_RESULT result = [&]
+    {
+        RELEASE_PROGRESS_LINE progress(QStringLiteral("Checking"));
+        return check_release(arguments[0], arguments.value(1),
+                             [&](const RELEASE_FILE_PROGRESS& now) { progress.show(now); });
+    }();
+    for (const QString& fault : result.faults)
+        say(without_control_characters(fault));
+    QString counts = counted(result.components, QStringLiteral("component"));
+    if (arguments.size() > 1)
+        counts += ", " + counted(result.files_read, QStringLiteral("file")) + " read";
+    const auto faults = static_cast<std::size_t>(result.faults.size());
+    say(counts + ", " + counted(faults, QStringLiteral("fault")));
+    return faults == 0 ? all_is_well : failed;
+}
+
+/// A whole number in an option's value; nothing when it is none, or too large.
+std::optional<quint64> number_option(const po::variables_map& values, const char* name,
+                                     quint64 largest)
+{
+    bool ok = false;
+    const quint64 number = text_option(values, name).toULongLong(&ok);
+    return ok && number <= largest ? std::optional(number) : std::nullopt;
+}
+
+int serve(const QStringList& arguments, const po::variables_map& values)
+{
+    constexpr quint64 largest_port = 65535;
+    const QString command = QStringLiteral("serve");
+    const auto port = number_option(values, "port", largest_port);
+    if (!port)
+        return refuse_usage(QStringLiteral("--port must be a number from 0 to 65535"), command);
+    const auto rate = number_option(values, "rate", std::numeric_limits<quint64>::max());
+    if (!rate)
+        return refuse_usage(QStringLiteral("--rate must be a whole number of bytes"), command);
+
+    hold_end_signals();
+    RELEASE_SERVER server;
+    bool broke_down = false;
+    const std::string fault = server.start(
+        {utf8(arguments[0]), utf8(text_option(values, "address")), static_cast<int>(*port), *rate},
+        [&broke_down]
+        {
+            // Read after the wait that this ends.
+            broke_down = true;
+            cancel_wait_for_end_signal();
+        });
+    if (!fault.empty())
+    {
+        complain(QString::fromStdString(fault));
+        return failed;
+    }
+    say(QString::fromStdString(server.url()));
+    wait_for_end_signal();
+    server.stop();
+    if (broke_down)
+        complain(QStringLiteral("the server has stopped accepting connections"));
+    return broke_down ? failed : all_is_well;
+}
+
+std::vector<COMMAND> commands()
+{
+    po::options_description make_options("Options");
+    make_options.add_options()("help", "this help")(
+        "download-url", po::value<std::string>()->value_name("URL"),
+        "where the release will be fetched from, in place of the description's download_url");
+
+    po::options_description check_options("Options");
+    check_options.add_options()("help", "this help");
+
+    po::options_description serve_options("Options");
+    serve_options.add_options()("help", "this help")(
+        "port", po::value<std::string>()->value_name("N")->default_value("0"),
+        "the port to listen on; 0 for any free one")(
+        "address", po::value<std::string>()->value_name("ADDRESS")->default_value("127.0.0.1"),
+        "the address to listen on")(
+        "rate", po::value<std::string>()->value_name("BYTES")->default_value("0"),
+        "bytes a second for each connection; 0 for as fast as can be");
+
+    return {{QStringLiteral("make"), make_help, 2, 2, make_options, make},
+            {QStringLiteral("check"), check_help, 1, 2, check_options, check},
+            {QStringLiteral("serve"), serve_help, 1, 1, serve_options, serve}};
+}
+
+int print_help(const COMMAND& command)
+{
+    std::string text = command.help;
+    std::ostringstream options;
+    options << command.options;
+    text += options.str();
+    std::fwrite(text.data(), 1, text.size(), stdout);
+    return all_is_well;
+}
+
+int run_command(const COMMAND& command, const std::vector<std::string>& words)
+{
+    po::options_description all;
+    all.add(command.options);
+    all.add_options()("argument", po::value<std::vector<std::string>>());
+    po::positional_options_description positional;
+    positional.add("argument", -1);
+    po::variables_map values;
+    try
+    {
+        namespace style = po::command_line_style;
+        po::store(po::command_line_parser(words)
+                      .options(all)
+                      .positional(positional)
+                      .style(style::unix_style & ~style::allow_guessing)
+                      .run(),
+                  values);
+        po::notify(values);
+    }
+    catch (const po::error& error)
+    {
+        return refuse_usage(QString::fromStdString(error.what()), command.name);
+    }
+    if (values.count("help") > 0)
+        return print_help(command);
+    QStringList arguments;
+    if (values.count("argument") > 0)
+        for (const std::string& argument : values["argument"].as<std::vector<std::string>>())
+            arguments.append(QString::fromStdString(argument));
+    const auto count = static_cast<std::size_t>(arguments.size());
+    if (count < command.fewest_arguments)
+        return refuse_usage(command.name + " needs more arguments", command.name);
+    if (count > command.most_arguments)
+        return refuse_usage(command.name + " takes no argument " + quoted(arguments.last()),
+                            command.name);
+    return command.run(arguments, values);
+}
+
+}
+
+int run_release_tool(int argc, const char* const* argv)
+{
+    const std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
+    if (words.empty())
+        return refuse_usage(QStringLiteral("a command is missing"), {});
+    if (words[0] == "--help")
+    {
+        std::fputs(general_help, stdout);
+        return all_is_well;
+    }
+    QStringList names;
+    for (const COMMAND& command : commands())
+    {
+        if (command.name == QString::fromStdString(words[0]))
+            return run_command(command, {words.begin() + 1, words.end()});
+        names.append(command.name);
+    }
+    const QString word = QString::fromStdString(words[0]);
+    const QString nearest = nearest_word(word, names);
+    return refuse_usage("unknown command " + quoted(word) +
+                            (nearest.isEmpty() ? QString() : "; did you mean '" + nearest + "'?"),
+                        {});
+}

@@ -1,0 +1,237 @@
+#include "tools/vinst_release/release_files.h"
+
+#include "tools/vinst_release/release_text.h"
+
+#include <QCryptographicHash>
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+namespace
+{
+
+constexpr qint64 block_size = 1 << 20;
+
+QString fault(const QString& what, const QString& path, const QFileDevice& file)
+{
+    return what + ' ' + quoted(path) + ": " + file.errorString();
+}
+
+/// A link in the place of a file to write is replaced; what it points at is somebody else's.
+void remove_link(const QString& path)
+{
+    if (QFileInfo(path).isSymLink())
+        QFile::remove(path);
+}
+
+/// Both sums of the bytes that went by.
+class MEASURE
+{
+public:
+    void add(const QByteArray& bytes)
+    {
+        m_md5.addData(bytes);
+        m_sha1.addData(bytes);
+        m_size += static_cast<quint64>(bytes.size());
+    }
+
+    RELEASE_FILE_SUMS sums() const
+    {
+        return {m_size, m_md5.result().toHex(), m_sha1.result().toHex()};
+    }
+
+    quint64 size() const { return m_size; }
+
+private:
+    QCryptographicHash m_md5{QCryptographicHash::Md5};
+    QCryptographicHash m_sha1{QCryptographicHash::Sha1};
+    quint64 m_size = 0;
+};
+
+/// Runs the jobs on threads of its own. The counters are all that crosses, and they are atomic; a
+/// result is written by one worker and read after that worker was joined.
+class FILE_WORK
+{
+public:
+    explicit FILE_WORK(const std::vector<RELEASE_FILE_JOB>& jobs)
+        : m_jobs(jobs), m_results(jobs.size())
+    {
+        for (const RELEASE_FILE_JOB& job : jobs)
+            m_bytes += static_cast<quint64>(QFileInfo(job.source).size());
+    }
+
+    std::vector<RELEASE_FILE_RESULT> run(const RELEASE_FILE_OBSERVER& observer)
+    {
+        const std::size_t cores = std::max(1U, std::thread::hardware_concurrency());
+        std::vector<std::thread> workers(std::min(cores, m_jobs.size()));
+        m_working = workers.size();
+        for (std::thread& worker : workers)
+            worker = std::thread([this] { work(); });
+        observe_until_done(observer);
+        for (std::thread& worker : workers)
+            worker.join();
+        return std::move(m_results);
+    }
+
+private:
+    void observe_until_done(const RELEASE_FILE_OBSERVER& observer)
+    {
+        constexpr std::chrono::milliseconds pause(200);
+        std::unique_lock lock(m_mutex);
+        while (!m_all_done.wait_for(lock, pause, [this] { return m_working == 0; }))
+        {
+            lock.unlock();
+            observer(progress());
+            lock.lock();
+        }
+        observer(progress());
+    }
+
+    RELEASE_FILE_PROGRESS progress() const
+    {
+        return {m_files_done, m_jobs.size(), m_bytes_done, m_bytes};
+    }
+
+    void work()
+    {
+        for (std::size_t i = m_next++; i < m_jobs.size(); i = m_next++)
+        {
+            process(m_jobs[i], m_results[i]);
+            ++m_files_done;
+        }
+        const std::lock_guard lock(m_mutex);
+        if (--m_working == 0)
+            m_all_done.notify_one();
+    }
+
+    void process(const RELEASE_FILE_JOB& job, RELEASE_FILE_RESULT& result)
+    {
+        QFile source(job.source);
+        if (!source.open(QIODevice::ReadOnly))
+            result.error = fault("cannot read", job.source, source);
+        else if (job.target.isEmpty())
+            measure(source, result);
+        else if (!is_same_as_target(source, job.target, result))
+            copy(source, job.target, result);
+    }
+
+    void measure(QFile& source, RELEASE_FILE_RESULT& result)
+    {
+        MEASURE measured;
+        if (read_all(source, measured, result, [](const QByteArray&) { return true; }))
+            result.sums = measured.sums();
+    }
+
+    /// Measures the source as long as the target holds the same bytes. Also true when reading the
+    /// source failed, since a copy would fail as well.
+    bool is_same_as_target(QFile& source, const QString& path, RELEASE_FILE_RESULT& result)
+    {
+        QFile target(path);
+        if (QFileInfo(path).isSymLink() || target.size() != source.size() ||
+            !target.open(QIODevice::ReadOnly))
+            return false;
+        MEASURE measured;
+        bool same = true;
+        const bool whole = read_all(source, measured, result,
+                                    [&](const QByteArray& block)
+                                    {
+                                        same = target.read(block.size()) == block;
+                                        return same;
+                                    });
+        if (whole)
+            result.sums = measured.sums();
+        if (!same)
+            m_bytes_done -= measured.size();
+        return same;
+    }
+
+    void copy(QFile& source, const QString& path, RELEASE_FILE_RESULT& result)
+    {
+        QSaveFile target(path);
+        if (!source.seek(0))
+        {
+            result.error = fault("cannot read", source.fileName(), source);
+            return;
+        }
+        remove_link(path);
+        if (!target.open(QIODevice::WriteOnly))
+        {
+            result.error = fault("cannot write", path, target);
+            return;
+        }
+        MEASURE measured;
+        const auto write = [&](const QByteArray& block)
+        { return target.write(block) == block.size(); };
+        const bool whole = read_all(source, measured, result, write);
+        if (!result.error.isEmpty())
+            return;
+        if (!whole || !target.commit())
+        {
+            result.error = fault("cannot write", path, target);
+            return;
+        }
+        result.sums = measured.sums();
+        result.copied = true;
+    }
+
+    /// Reads from the start to the end, or until a block is refused or can't be read.
+    template <typename TAKE>
+    bool read_all(QFile& source, MEASURE& measured, RELEASE_FILE_RESULT& result, const TAKE& take)
+    {
+        QByteArray block;
+        do
+        {
+            block.resize(static_cast<int>(block_size));
+            const qint64 got = source.read(block.data(), block_size);
+            if (got < 0)
+            {
+                result.error = fault("cannot read", source.fileName(), source);
+                return false;
+            }
+            block.resize(static_cast<int>(got));
+            measured.add(block);
+            m_bytes_done += static_cast<quint64>(got);
+            if (!take(block))
+                return false;
+        } while (!block.isEmpty());
+        return true;
+    }
+
+    const std::vector<RELEASE_FILE_JOB>& m_jobs;
+    std::vector<RELEASE_FILE_RESULT> m_results;
+    quint64 m_bytes = 0;
+    std::atomic<std::size_t> m_next = 0;
+    std::atomic<std::size_t> m_files_done = 0;
+    std::atomic<quint64> m_bytes_done = 0;
+    std::mutex m_mutex;
+    std::condition_variable m_all_done;
+    std::size_t m_working = 0; ///< guarded by the mutex once the workers run
+};
+
+}
+
+std::vector<RELEASE_FILE_RESULT> process_files(const std::vector<RELEASE_FILE_JOB>& jobs,
+                                               const RELEASE_FILE_OBSERVER& observer)
+{
+    return FILE_WORK(jobs).run(observer);
+}
+
+QString write_whole_file(const QString& path, const QByteArray& bytes)
+{
+    remove_link(path);
+    QFile present(path);
+    if (present.size() == bytes.size() && present.open(QIODevice::ReadOnly) &&
+        present.readAll() == bytes)
+        return {};
+    QSaveFile file(path);
+    const bool written =
+        file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit();
+    return written ? QString() : fault("cannot write", path, file);
+}

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <cstddef>
+#include <functional>
+#include <vector>
+
+/// What a manifest tells of a file.
+struct RELEASE_FILE_SUMS
+{
+    quint64 size = 0; ///< bytes
+    QByteArray md5;   ///< lower-case hexadecimal
+    QByteArray sha1;
+};
+
+/// One file to measure, and to copy if it has a target. No two jobs have the same target.
+struct RELEASE_FILE_JOB
+{
+    QString source;
+    QString target; ///< path of the copy; empty when the file is only measured
+};
+
+struct RELEASE_FILE_RESULT
+{
+    RELEASE_FILE_SUMS sums;
+    bool copied = false; ///< false, too, for a target that already held the same bytes
+    QString error;       ///< empty when all went well; else a sentence that names the file
+};
+
+struct RELEASE_FILE_PROGRESS
+{
+    std::size_t files_done = 0;
+    std::size_t files = 0;
+    quint64 bytes_done = 0;
+    quint64 bytes = 0;
+};
+
+using RELEASE_FILE_OBSERVER = std::function<void(const RELEASE_FILE_PROGRESS&)>;
+
+/// Reads every source once, many at a time, and gives its result at the job's own place. A copy
+/// appears under its name only when it is whole; a link in its place is replaced, not followed.
+///
+/// \param observer  called on the calling thread, some times a second and once at the end
+std::vector<RELEASE_FILE_RESULT> process_files(const std::vector<RELEASE_FILE_JOB>& jobs,
+                                               const RELEASE_FILE_OBSERVER& observer);
+
+/// Writes a small file so that it appears whole or not at all; leaves one alone that already holds
+/// these bytes. \return what went wrong, empty when nothing did
+QString write_whole_file(const QString& path, const QByteArray& bytes);

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QJsonObject>
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+/// Reads a file that holds one JSON object. What is wrong with it goes to `faults`, with the line.
+std::optional<QJsonObject> read_json_object(const QString& path, QStringList& faults);
+
+/// An object of a description. Its readers answer with the default when a key is absent, and put a
+/// sentence into the list of faults when its value is of another type.
+class RELEASE_JSON_OBJECT final
+{
+public:
+    /// \param owner  begins every sentence: "component 'veltrin_base'"
+    RELEASE_JSON_OBJECT(const QJsonObject& object, QString owner, QStringList& faults);
+
+    QJsonValue value(const char* key) const { return m_object.value(QLatin1String(key)); }
+    QString text(const char* key, const QString& otherwise = {}) const;
+    QString required_text(const char* key) const;
+    QStringList texts(const char* key) const;
+    bool flag(const char* key) const;
+    /// A whole number of bytes; nothing for "auto".
+    std::optional<quint64> byte_count_or_auto(const char* key) const;
+
+    /// "component 'a': 'size' <why>".
+    void refuse(const char* key, const QString& why) const;
+    void refuse_unknown_keys(const QStringList& known) const;
+
+private:
+    const QJsonObject m_object;
+    const QString m_owner;
+    QStringList& m_faults;
+};

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <cstddef>
+
+/// The text in single quotes, fit for a terminal.
+QString quoted(const QString& text);
+
+/// "1 file", "2 files".
+QString counted(std::size_t count, const QString& noun);
+
+/// The known word that was probably meant; empty when none is close.
+QString nearest_word(const QString& word, const QStringList& known);

@@ -1,0 +1,8 @@
+#include "install/vinst/vinst_platform.h"
+#include "tools/vinst_release/release_command_line.h"
+
+int main(int argc, char** argv)
+{
+    use_utf8_file_names();
+    return run_release_tool(argc, argv);
+}
