@@ -1,0 +1,423 @@
+#include "install/vinst/vinst_parser.h"
+
+#include "install/vinst/vinst_data.h"
+#include "tests/harness/temp_dir.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+
+#include <string>
+#include <vector>
+
+namespace
+{
+
+/// Loads manifest texts and keeps what the loader said.
+class ManifestTest : public ::testing::Test
+{
+protected:
+    bool load(const std::string& text)
+    {
+        messages.clear();
+        const std::string path = dir.write("manifest.json", text).string();
+        release = parse_manifest(QString::fromStdString(path), [this](const QByteArray& message)
+                                 { messages.push_back(message.toStdString()); });
+        return release != nullptr;
+    }
+
+    const VINST_COMPONENT& component(std::size_t index) const
+    {
+        return *release->components().at(index);
+    }
+
+    std::string path_message(const std::string& start, const std::string& end) const
+    {
+        return start + (dir / "manifest.json").string() + end;
+    }
+
+    TEMP_DIR dir;
+    std::unique_ptr<VINST_RELEASE> release;
+    std::vector<std::string> messages;
+};
+
+using MESSAGES = std::vector<std::string>;
+
+/// A component element that nothing is missing in, with `more` behind it.
+std::string whole(const std::string& name, const std::string& more = {})
+{
+    return R"({"data_type":"download","name":")" + name + R"(","platform":"linux","filename":")" +
+           name +
+           R"(.run","title":"T","desc":"D","md5sum":"m","sha1sum":"s","size":1,)"
+           R"("downloadsize_str":"1 B","installsize":2,"installsize_str":"2 B","selected":1)" +
+           more + "}";
+}
+
+}
+
+TEST_F(ManifestTest, RefusesAFileThatDoesNotExist)
+{
+    const QString path = dir.qstr() + "/none.json";
+    EXPECT_EQ(parse_manifest(path, [this](const QByteArray& m) { messages.push_back(m.data()); }),
+              nullptr);
+    EXPECT_EQ(messages, (MESSAGES{"Manifest file " + path.toStdString() + " does not exist\n"}));
+}
+
+TEST_F(ManifestTest, RefusesWhatIsNoFileToRead)
+{
+    dir.make_dir("manifest.json");
+    const QString path = dir.qstr() + "/manifest.json";
+    EXPECT_EQ(parse_manifest(path, [this](const QByteArray& m) { messages.push_back(m.data()); }),
+              nullptr);
+    EXPECT_EQ(messages, (MESSAGES{path_message("Cannot open manifest file: ", "\n")}));
+}
+
+TEST_F(ManifestTest, RefusesWhatIsNotANonEmptyArray)
+{
+    for (const char* text : {"", "[]", "{}", "{\"data_type\":\"main\"}", "nonsense", "[1,", "\"x\"",
+                             "null", "[{\"a\":1}] trailing", "\xff\xfe[]"})
+    {
+        EXPECT_FALSE(load(text)) << text;
+        EXPECT_EQ(messages,
+                  (MESSAGES{path_message("Manifest file ", " is not in the supported format\n")}))
+            << text;
+    }
+}
+
+TEST_F(ManifestTest, RefusesElementsWithoutTheirFatalKeys)
+{
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {R"([{"edition":"pro"}])",
+         "'data_type' is missing in the manifest data: {\"edition\":\"pro\"}\n"},
+        {R"([7])", "'data_type' is missing in the manifest data: 7\n"},
+        {R"([null])", "'data_type' is missing in the manifest data: null\n"},
+        {R"([{"data_type":"main","version":"1"}])",
+         "'edition' is missing in the manifest data: {\"data_type\":\"main\",\"version\":\"1\"}\n"},
+        {R"([{"data_type":"main","edition":"pro"}])",
+         "'version' is missing in the manifest data: "
+         "{\"data_type\":\"main\",\"edition\":\"pro\"}\n"},
+        {R"([{"data_type":"main","edition":"p","test_url":"u","version":"1"}])",
+         "'test_md5sum' is missing in the manifest data: "
+         "{\"data_type\":\"main\",\"edition\":\"p\",\"test_url\":\"u\",\"version\":\"1\"}\n"},
+        {R"([{"data_type":"download"}])",
+         "'name' is missing in the manifest data: {\"data_type\":\"download\"}\n"}};
+    for (const auto& [text, message] : cases)
+    {
+        EXPECT_FALSE(load(text)) << text;
+        EXPECT_EQ(messages, MESSAGES{message});
+    }
+}
+
+TEST_F(ManifestTest, ReadsTheRelease)
+{
+    ASSERT_TRUE(load(R"([{"data_type":"main","edition":"pro","version":"5.2.0.31",
+        "download_url":"http://a/b","test_url":"http://a/t","test_md5sum":"m",
+        "installdir_linux":"${user_home_directory}/x/${user_home_directory}",
+        "installdir_windows":"${user_home_directory}\\x","unknown":[1]}])"));
+    EXPECT_EQ(messages, MESSAGES{});
+    EXPECT_EQ(release->edition, "pro");
+    EXPECT_EQ(release->version, "5.2.0.31");
+    EXPECT_EQ(release->short_version, "5.2");
+    EXPECT_EQ(release->update_number, "0");
+    EXPECT_EQ(release->build_number, "31");
+    EXPECT_EQ(release->manifest_download_url, "http://a/b");
+    EXPECT_EQ(release->test_url(), "http://a/t");
+    EXPECT_EQ(release->test_md5sum(), "m");
+    EXPECT_EQ(release->installdir_linux, QDir::homePath() + "/x/" + QDir::homePath());
+    EXPECT_EQ(release->installdir_windows, "${user_home_directory}\\x");
+}
+
+TEST_F(ManifestTest, LetsALaterMainElementOverwriteAnEarlierOne)
+{
+    ASSERT_TRUE(load(R"([{"data_type":"main","edition":"pro","version":"1.2"},
+                         {"data_type":"main","edition":"standard","version":"3.4"}])"));
+    EXPECT_EQ(release->edition, "standard");
+    EXPECT_EQ(release->short_version, "3.4");
+}
+
+TEST_F(ManifestTest, DoesNotReadTheTestSumWithoutATestAddress)
+{
+    ASSERT_TRUE(load(R"([{"data_type":"main","edition":"p","version":"1","test_md5sum":"m"}])"));
+    EXPECT_NE(release->test_md5sum(), "m");
+}
+
+TEST_F(ManifestTest, LoadsWithoutAMainElement)
+{
+    ASSERT_TRUE(load("[" + whole("a") + "]"));
+    EXPECT_EQ(messages, MESSAGES{});
+    EXPECT_EQ(release->edition, "");
+    EXPECT_EQ(release->version, "");
+}
+
+TEST_F(ManifestTest, ReadsAComponent)
+{
+    ASSERT_TRUE(load(
+        "[" + whole("a", R"(,"standalone":1,"addon":2,"cmd_exe":"x","cmd_options":"-y")") + "]"));
+    const VINST_COMPONENT& a = component(0);
+    EXPECT_EQ(a.kind, VINST_COMPONENT_KIND::download);
+    EXPECT_EQ(a.name, "a");
+    EXPECT_EQ(a.platform, "linux");
+    EXPECT_EQ(a.filename, "a.run");
+    EXPECT_EQ(a.title, "T");
+    EXPECT_EQ(a.desc, "D");
+    EXPECT_EQ(a.md5sum, "m");
+    EXPECT_EQ(a.sha1sum, "s");
+    EXPECT_EQ(a.size, 1);
+    EXPECT_EQ(a.downloadsize_str, "1 B");
+    EXPECT_EQ(a.installsize, 2.0);
+    EXPECT_EQ(a.installsize_str, "2 B");
+    EXPECT_EQ(a.selection, VINST_SELECTION::selected);
+    EXPECT_TRUE(a.standalone);
+    EXPECT_TRUE(a.addon);
+    EXPECT_EQ(a.cmd_exe, "x");
+    EXPECT_EQ(a.cmd_options, "-y");
+    EXPECT_EQ(a.release, release.get());
+}
+
+TEST_F(ManifestTest, TellsEveryMissingKeyOfAComponentWithAFile)
+{
+    ASSERT_TRUE(load(R"([{"data_type":"download","name":"a","filename":"f"}])"));
+    const std::string element = R"({"data_type":"download","filename":"f","name":"a"})";
+    MESSAGES expected;
+    for (const char* key : {"platform", "title", "desc", "md5sum", "sha1sum", "size",
+                            "downloadsize_str", "installsize", "installsize_str", "selected"})
+        expected.push_back(std::string("'") + key +
+                           "' is missing in the manifest data: " + element + "\n");
+    EXPECT_EQ(messages, expected);
+}
+
+TEST_F(ManifestTest, AsksLittleOfAComponentWithoutAFile)
+{
+    ASSERT_TRUE(load(R"([{"data_type":"download","name":"a"}])"));
+    const std::string element = R"({"data_type":"download","name":"a"})";
+    MESSAGES expected;
+    for (const char* key : {"platform", "filename", "title", "selected"})
+        expected.push_back(std::string("'") + key +
+                           "' is missing in the manifest data: " + element + "\n");
+    EXPECT_EQ(messages, expected);
+    EXPECT_EQ(component(0).selection, VINST_SELECTION::not_selected);
+}
+
+TEST_F(ManifestTest, KnowsTheKindsByTheirWords)
+{
+    ASSERT_TRUE(load(R"([{"data_type":"install","name":"a"},{"data_type":"other","name":"b"},
+                         {"data_type":5,"name":"c"}])"));
+    EXPECT_EQ(component(0).kind, VINST_COMPONENT_KIND::install);
+    EXPECT_EQ(component(1).kind, VINST_COMPONENT_KIND::unknown);
+    EXPECT_EQ(component(2).kind, VINST_COMPONENT_KIND::unknown);
+    EXPECT_EQ(component_kind_text(VINST_COMPONENT_KIND::main), "main");
+    EXPECT_EQ(component_kind_text(VINST_COMPONENT_KIND::download), "download");
+    EXPECT_EQ(component_kind_text(VINST_COMPONENT_KIND::install), "install");
+    EXPECT_EQ(component_kind_text(VINST_COMPONENT_KIND::unknown), "");
+}
+
+TEST_F(ManifestTest, SelectsByNumbersAboveZero)
+{
+    for (const auto& [value, selected] : std::vector<std::pair<std::string, bool>>{
+             {"1", true}, {"2", true}, {"0", false}, {"-1", false}, {"\"1\"", true}})
+    {
+        ASSERT_TRUE(load(
+            R"([{"data_type":"x","name":"a","platform":"linux","filename":"","title":"","selected":)" +
+            value + "}]"));
+        EXPECT_EQ(messages, MESSAGES{}) << value;
+        EXPECT_EQ(component(0).is_selected(), selected) << value;
+    }
+}
+
+TEST_F(ManifestTest, TakesNumericTextsForNumbers)
+{
+    ASSERT_TRUE(load(R"([{"data_type":"x","name":"a","platform":"linux","filename":"f","title":"",
+        "desc":"","md5sum":"","sha1sum":"","size":"123","downloadsize_str":"","installsize":"1.5",
+        "installsize_str":"","selected":"0"}])"));
+    EXPECT_EQ(messages, MESSAGES{});
+    EXPECT_EQ(component(0).size, 123);
+    EXPECT_EQ(component(0).installsize, 1.5);
+}
+
+TEST_F(ManifestTest, KeepsSizesOver4GiBToTheByte)
+{
+    ASSERT_TRUE(load(R"([{"data_type":"x","name":"a","size":9007199254740993},
+                         {"data_type":"x","name":"b","size":"9223372036854775807"}])"));
+    EXPECT_EQ(component(0).size, 9007199254740993);
+    EXPECT_EQ(component(1).size, 9223372036854775807);
+}
+
+TEST_F(ManifestTest, TellsNumbersThatAreNone)
+{
+    for (const char* value : {"\"12x\"", "\"\"", "-1", "\"-1\"", "1e30", "-1e300", "true", "null",
+                              "[]", "{}", "\"9223372036854775808\"", "9223372036854775808"})
+    {
+        const std::string element =
+            std::string(R"({"data_type":"x","name":"a","size":)") + value + "}";
+        ASSERT_TRUE(load("[" + element + "]"));
+        EXPECT_EQ(component(0).size, 0) << value;
+        ASSERT_FALSE(messages.empty());
+        const auto told =
+            std::find_if(messages.begin(), messages.end(),
+                         [](const std::string& m)
+                         { return m.find("'size' is not in the supported format: ") == 0; });
+        EXPECT_NE(told, messages.end()) << value;
+    }
+    for (const char* value : {"\"x\"", "-1", "\"nan\"", "\"inf\"", "true", "[]"})
+    {
+        ASSERT_TRUE(
+            load(std::string(R"([{"data_type":"x","name":"a","installsize":)") + value + "}]"));
+        EXPECT_EQ(component(0).installsize, 0.0) << value;
+        EXPECT_EQ(messages.at(3).find("'installsize' is not in the supported format: "), 0U)
+            << value;
+    }
+}
+
+TEST_F(ManifestTest, TellsSwitchesThatAreNoNumbersAndTakesThemAsOff)
+{
+    ASSERT_TRUE(load(R"([{"data_type":"x","name":"a","platform":"linux","filename":"","title":"",
+        "selected":"yes","standalone":true,"addon":"1.5x"}])"));
+    ASSERT_EQ(messages.size(), 3U);
+    EXPECT_EQ(messages[0].find("'selected' is not in the supported format: {"), 0U);
+    EXPECT_EQ(messages[1].find("'standalone' is not in the supported format: {"), 0U);
+    EXPECT_EQ(messages[2].find("'addon' is not in the supported format: {"), 0U);
+    EXPECT_FALSE(component(0).is_selected());
+    EXPECT_FALSE(component(0).standalone);
+    EXPECT_FALSE(component(0).addon);
+}
+
+TEST_F(ManifestTest, CutsAnElementInAMessageAfter1024Bytes)
+{
+    ASSERT_FALSE(load("[{\"data_type\":\"x\",\"desc\":\"" + std::string(3000, 'd') + "\"}]"));
+    const std::string start = "'name' is missing in the manifest data: ";
+    ASSERT_EQ(messages.size(), 1U);
+    EXPECT_EQ(messages[0],
+              start +
+                  ("{\"data_type\":\"x\",\"desc\":\"" + std::string(3000, 'd')).substr(0, 1024) +
+                  "\n");
+}
+
+TEST_F(ManifestTest, FindsParentsAmongEarlierElementsOfThePlatform)
+{
+    ASSERT_TRUE(load("[" + whole("p") + "," + whole("a", R"(,"parent":"p")") + "," +
+                     whole("b", R"(,"parent":"later")") + "," + whole("later") + "," +
+                     whole("c", R"(,"parent":"p")") + "," + whole("d", R"(,"parent":"d")") + "]"));
+    EXPECT_EQ(component(1).parent, &component(0));
+    EXPECT_EQ(component(4).parent, &component(0));
+    EXPECT_EQ(component(0).children,
+              (std::vector<VINST_COMPONENT*>{release->components()[1].get(),
+                                             release->components()[4].get()}));
+    EXPECT_EQ(component(2).parent, nullptr);
+    EXPECT_EQ(component(5).parent, nullptr);
+    EXPECT_EQ(messages, (MESSAGES{"Parent component: later does not exist in the manifest data\n",
+                                  "Parent component: d does not exist in the manifest data\n"}));
+}
+
+TEST_F(ManifestTest, FindsDependenciesAnywhereInTheArray)
+{
+    ASSERT_TRUE(load("[" + whole("a", R"(,"dependency":["b","c","none","d",5])") + "," +
+                     whole("b") + "," + whole("c", R"(,"dependency":["a"])") + "," + whole("d") +
+                     "]"));
+    EXPECT_EQ(component(0).dependencies,
+              (std::vector<VINST_COMPONENT*>{release->components()[1].get(),
+                                             release->components()[2].get(),
+                                             release->components()[3].get()}));
+    EXPECT_EQ(component(2).dependencies,
+              (std::vector<VINST_COMPONENT*>{release->components()[0].get()}));
+    EXPECT_EQ(messages,
+              (MESSAGES{"Dependency component: none does not exist in the manifest data\n",
+                        "Dependency component:  does not exist in the manifest data\n"}));
+}
+
+TEST_F(ManifestTest, KeepsRelationsWithinAPlatform)
+{
+    ASSERT_TRUE(load(
+        R"([{"data_type":"x","name":"w","platform":"windows","filename":"","title":"","selected":1},
+        {"data_type":"x","name":"both","platform":"","filename":"","title":"","selected":1},
+        {"data_type":"x","name":"l","platform":"linux","filename":"","title":"","selected":1,"parent":"w","dependency":["w","both"]},
+        {"data_type":"x","name":"s","platform":"solaris","filename":"","title":"","selected":1,"parent":"both","dependency":["both"]}])"));
+    EXPECT_EQ(component(2).parent, nullptr);
+    EXPECT_EQ(component(2).dependencies,
+              (std::vector<VINST_COMPONENT*>{release->components()[1].get()}));
+    EXPECT_EQ(component(3).parent, nullptr);
+    EXPECT_TRUE(component(3).dependencies.empty());
+    EXPECT_EQ(messages,
+              (MESSAGES{"Parent component: w does not exist in the manifest data\n",
+                        "Parent component: both does not exist in the manifest data\n",
+                        "Dependency component: w does not exist in the manifest data\n",
+                        "Dependency component: both does not exist in the manifest data\n"}));
+}
+
+TEST_F(ManifestTest, TakesAnUnsafeFileNameForNone)
+{
+    for (const char* name :
+         {"../x", "a/b", "/etc/passwd", "..", ".", "a\\\\b", "C:x", "a:b", "a\\u0000b", "a\\nb",
+          "CON", "nul.txt", "com1", "x.", "x ", "a\\u007fb", "a|b", "a*b"})
+    {
+        ASSERT_TRUE(load(
+            std::string(R"([{"data_type":"download","name":"a","platform":"linux","filename":")") +
+            name + R"(","title":"","selected":1}])"));
+        EXPECT_EQ(component(0).filename, "") << name;
+        ASSERT_EQ(messages.size(), 1U) << name;
+        EXPECT_EQ(messages[0].find("'filename' is not safe: {\"data_type\":\"download\""), 0U)
+            << name;
+        EXPECT_EQ(component(0).download_url(), "");
+    }
+}
+
+TEST_F(ManifestTest, ReplacesControlCharactersInTheNamesThatItTells)
+{
+    ASSERT_TRUE(load("[" + whole("a", R"(,"parent":"p\u001b[2J")") + "]"));
+    EXPECT_EQ(
+        messages,
+        (MESSAGES{"Parent component: p\xEF\xBF\xBD[2J does not exist in the manifest data\n"}));
+}
+
+TEST_F(ManifestTest, SurvivesKeysOfTheWrongTypes)
+{
+    for (const char* value : {"1", "true", "null", "[]", "{}", "[[1]]", "\"x\"", "1e308"})
+    {
+        std::string element = R"({"data_type":"download")";
+        for (const char* key :
+             {"name", "platform", "filename", "title", "desc", "md5sum", "sha1sum", "size",
+              "downloadsize_str", "installsize", "installsize_str", "parent", "dependency",
+              "selected", "standalone", "addon", "cmd_exe", "cmd_options"})
+            element += std::string(",\"") + key + "\":" + value;
+        EXPECT_TRUE(load("[" + element + "}]")) << value;
+        EXPECT_TRUE(load(std::string(R"([{"data_type":"main","edition":)") + value +
+                         R"(,"version":)" + value + R"(,"download_url":)" + value +
+                         R"(,"installdir_linux":)" + value + "}]"));
+    }
+}
+
+TEST_F(ManifestTest, SurvivesDeepNestingAndABrokenText)
+{
+    const std::string deep = std::string(100000, '[') + std::string(100000, ']');
+    EXPECT_FALSE(load(deep));
+    EXPECT_TRUE(
+        load("[" + whole("a", ",\"x\":" + std::string(500, '[') + std::string(500, ']')) + "]"));
+    load("[{\"data_type\":\"x\",\"name\":\"\xff\xfe\"}]");
+    EXPECT_TRUE(load("\xEF\xBB\xBF[" + whole("a") + "]"));
+}
+
+TEST(LocateManifest, PrefersTheNamedOneThenTheOneBesideTheProgramThenASourceTree)
+{
+    const TEMP_DIR dir;
+    const QString app = dir.qstr() + "/a/bin";
+    dir.make_dir("a/bin");
+    dir.make_dir("ib_installers/manifest_files");
+    const QString tree = app + "/../../ib_installers/manifest_files/manifest_";
+    EXPECT_EQ(locate_manifest(app, {}, "linux"), tree + "linux_standard.json");
+    EXPECT_EQ(locate_manifest(app, {}, "windows"), tree + "windows_standard.json");
+
+    dir.write("ib_installers/manifest_files/manifest_linux_pro.json", "[]");
+    EXPECT_EQ(locate_manifest(app, {}, "linux"), tree + "linux_pro.json");
+    EXPECT_EQ(locate_manifest(app, dir.qstr() + "/none.json", "linux"), tree + "linux_pro.json");
+
+    dir.write("a/bin/manifest.json", "[]");
+    EXPECT_EQ(locate_manifest(app, {}, "linux"), app + "/manifest.json");
+    const QString named = QString::fromStdString(dir.write("named.json", "[]").string());
+    EXPECT_EQ(locate_manifest(app, named, "linux"), named);
+}
+
+TEST(LocateManifest, ReplacesTheEditionInTheWholePathOfTheFallBack)
+{
+    EXPECT_EQ(locate_manifest("/none/vinst_pro/bin", {}, "linux"),
+              "/none/vinst_standard/bin/../../ib_installers/manifest_files/"
+              "manifest_linux_standard.json");
+}
