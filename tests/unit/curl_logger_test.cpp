@@ -1,0 +1,103 @@
+#include "support/curl/curl_logger.h"
+
+#include "tests/harness/temp_dir.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <regex>
+#include <thread>
+#include <vector>
+
+namespace
+{
+
+using LINES = std::vector<std::string>;
+
+LINES lines_of(const TEMP_DIR& dir)
+{
+    LINES lines;
+    for (const std::string& line : read_lines(dir / "log"))
+        lines.push_back(line.substr(line.find("] ") + 2));
+    return lines;
+}
+
+}
+
+TEST(Logger, MakesItsFileForItsOwnerAlone)
+{
+    const TEMP_DIR dir;
+    CURL_LOGGER logger((dir / "log").string(), CURL_LOGGER::info_level);
+    ASSERT_TRUE(logger.open());
+    EXPECT_EQ(std::filesystem::status(dir / "log").permissions(),
+              std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+    CURL_LOGGER second((dir / "log").string(), CURL_LOGGER::info_level);
+    EXPECT_FALSE(second.open());
+    second.info("goes nowhere");
+    EXPECT_EQ(lines_of(dir), LINES{});
+}
+
+TEST(Logger, StampsEachLineAndWritesItAtOnce)
+{
+    const TEMP_DIR dir;
+    CURL_LOGGER logger((dir / "log").string(), CURL_LOGGER::info_level);
+    ASSERT_TRUE(logger.open());
+    logger.info("size %d of %s, %.2f GB\n", 5, std::string("x"), 1.5);
+    const std::regex stamped(
+        R"(\[\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}\] \[info\] size 5 of x, 1\.50 GB\n)");
+    EXPECT_TRUE(std::regex_match(dir.read("log"), stamped)) << dir.read("log");
+    logger.error("bad");
+    logger.debug("hidden");
+    logger.set_log_level(CURL_LOGGER::debug_level);
+    logger.debug("shown");
+    EXPECT_EQ(lines_of(dir),
+              (LINES{"[info] size 5 of x, 1.50 GB", "[error] bad", "[debug] shown"}));
+}
+
+TEST(Logger, LosesNoLineForAFormatThatDoesNotFit)
+{
+    EXPECT_EQ(CURL_LOGGER::formatted("100% %n %s"), "100% %n %s");
+    EXPECT_EQ(CURL_LOGGER::formatted("%d items", std::string("no")), "%d items no");
+    EXPECT_EQ(CURL_LOGGER::formatted("%s and %s", 1), "%s and %s 1");
+    EXPECT_EQ(CURL_LOGGER::formatted("%", 1), "% 1");
+    EXPECT_EQ(CURL_LOGGER::formatted("%u", std::uint64_t{18446744073709551615U}),
+              "18446744073709551615");
+    EXPECT_EQ(CURL_LOGGER::formatted("%s", std::string("50% %n")), "50% %n");
+}
+
+TEST(Logger, AppendsAFileOfAnyLengthInBoundedLines)
+{
+    const TEMP_DIR dir;
+    std::string content;
+    for (int i = 0; content.size() < 300000; ++i)
+        content += "line " + std::to_string(i) + " 100%\n";
+    const std::string path = dir.write("content", content).string();
+    CURL_LOGGER logger((dir / "log").string(), CURL_LOGGER::info_level);
+    ASSERT_TRUE(logger.open());
+    logger.info_with_file("Output: ", path);
+    logger.info_with_file("None: ", (dir / "none").string());
+    std::string text =
+        std::regex_replace(dir.read("log"), std::regex(R"(\[[^\]]*\] \[info\] )"), "");
+    EXPECT_EQ(text, "Output: " + content + "None: \n");
+}
+
+TEST(Logger, KeepsLinesOfSeveralThreadsWhole)
+{
+    const TEMP_DIR dir;
+    CURL_LOGGER logger((dir / "log").string(), CURL_LOGGER::info_level);
+    ASSERT_TRUE(logger.open());
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back(
+            [&logger]
+            {
+                for (int i = 0; i < 200; ++i)
+                    logger.info("%s", std::string(200, 'x'));
+            });
+    for (std::thread& thread : threads)
+        thread.join();
+    const LINES lines = lines_of(dir);
+    EXPECT_EQ(lines.size(), 800U);
+    for (const std::string& line : lines)
+        ASSERT_EQ(line, "[info] " + std::string(200, 'x'));
+}

@@ -1,0 +1,139 @@
+#include "support/curl/curl_response.h"
+
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+
+namespace
+{
+
+using ACTION = CURL_BODY_DECISION::ACTION;
+
+constexpr int weird_reply = 8;
+constexpr int partial_file = 18;
+constexpr int http_error = 22;
+constexpr int range_error = 33;
+constexpr int bad_encoding = 61;
+
+CURL_RESPONSE_HEAD head(std::initializer_list<const char*> lines)
+{
+    CURL_RESPONSE_HEAD result;
+    for (const char* line : lines)
+        result.add_line(std::string(line) + "\r\n");
+    return result;
+}
+
+}
+
+TEST(ContentRange, IsReadOnlyWhereItIsOne)
+{
+    const auto part = curl_parse_content_range(" bytes 100-199/1000 ");
+    ASSERT_TRUE(part);
+    EXPECT_EQ(part->start, 100U);
+    EXPECT_EQ(part->total, 1000U);
+    const auto none = curl_parse_content_range("bytes */1000");
+    ASSERT_TRUE(none);
+    EXPECT_FALSE(none->start);
+    EXPECT_EQ(none->total, 1000U);
+    EXPECT_EQ(curl_parse_content_range("bytes 5000000000-5000000001/*")->start, 5000000000U);
+    for (const char* bad : {"", "bytes", "items 0-1/2", "bytes 1/2", "bytes x-1/2", "bytes 1-/2",
+                            "bytes -1/2", "bytes 99999999999999999999-1/2"})
+        EXPECT_FALSE(curl_parse_content_range(bad)) << bad;
+}
+
+TEST(ResponseHead, BeginsAnewWithEachAnswer)
+{
+    const CURL_RESPONSE_HEAD last =
+        head({"HTTP/1.1 302 Found", "Location: http://x/", "Content-Encoding: gzip", "",
+              "HTTP/1.1 206 Partial Content", "CONTENT-RANGE: bytes 1-2/3", "content-length: 2"});
+    EXPECT_EQ(last.status, 206);
+    EXPECT_EQ(last.location, "");
+    EXPECT_EQ(last.content_encoding, "");
+    EXPECT_EQ(last.content_range->start, 1U);
+    EXPECT_EQ(last.content_length, 2U);
+    EXPECT_EQ(last.total_bytes, std::string("HTTP/1.1 302 Found\r\nLocation: http://x/\r\n"
+                                            "Content-Encoding: gzip\r\n\r\n"
+                                            "HTTP/1.1 206 Partial Content\r\n"
+                                            "CONTENT-RANGE: bytes 1-2/3\r\ncontent-length: 2\r\n")
+                                    .size());
+}
+
+TEST(BodyDecision, AppendsThePartThatWasAskedFor)
+{
+    const CURL_BODY_DECISION decision =
+        curl_decide_on_body(head({"HTTP/1.1 206 P", "Content-Range: bytes 10-19/20"}), 10);
+    EXPECT_EQ(decision.action, ACTION::write);
+    EXPECT_EQ(decision.skip, 0U);
+    EXPECT_EQ(decision.total, 20U);
+}
+
+TEST(BodyDecision, RefusesAPartThatWasNotAskedFor)
+{
+    for (const CURL_RESPONSE_HEAD& bad :
+         {head({"HTTP/1.1 206 P", "Content-Range: bytes 9-19/20"}), head({"HTTP/1.1 206 P"}),
+          head({"HTTP/1.1 206 P", "Content-Range: bytes */20"})})
+    {
+        const CURL_BODY_DECISION decision = curl_decide_on_body(bad, 10);
+        EXPECT_EQ(decision.action, ACTION::refuse);
+        EXPECT_EQ(decision.curl_code, range_error);
+        EXPECT_NE(decision.error, "");
+    }
+    EXPECT_EQ(curl_decide_on_body(head({"HTTP/1.1 206 P", "Content-Range: bytes 1-2/3"}), 0).action,
+              ACTION::refuse);
+    EXPECT_EQ(curl_decide_on_body(head({"HTTP/1.1 206 P", "Content-Range: bytes 0-2/3"}), 0).action,
+              ACTION::write);
+}
+
+TEST(BodyDecision, PassesOverWhatIsOnDiskInAWholeAnswer)
+{
+    const CURL_BODY_DECISION decision =
+        curl_decide_on_body(head({"HTTP/1.1 200 OK", "Content-Length: 20"}), 10);
+    EXPECT_EQ(decision.action, ACTION::write);
+    EXPECT_EQ(decision.skip, 10U);
+    EXPECT_EQ(decision.total, 20U);
+    EXPECT_EQ(curl_decide_on_body(head({"HTTP/1.1 200 OK", "Content-Length: 10"}), 10).action,
+              ACTION::already_whole);
+    EXPECT_EQ(curl_decide_on_body(head({"HTTP/1.1 200 OK"}), 0).action, ACTION::write);
+}
+
+TEST(BodyDecision, RefusesWhatIsNotTheFile)
+{
+    EXPECT_EQ(curl_decide_on_body(head({"HTTP/1.1 200 OK", "Content-Encoding: gzip"}), 0).curl_code,
+              bad_encoding);
+    EXPECT_EQ(
+        curl_decide_on_body(head({"HTTP/1.1 200 OK", "Content-Encoding: identity"}), 0).action,
+        ACTION::write);
+    for (const char* status : {"HTTP/1.1 300 Many", "HTTP/1.1 202 Accepted", "HTTP/1.1 304 Same"})
+        EXPECT_EQ(curl_decide_on_body(head({status}), 0).curl_code, weird_reply) << status;
+}
+
+TEST(TransferEnd, TakesA416OfAWholeFileForSuccess)
+{
+    const CURL_OUTCOME refused{http_error, "The requested URL returned error: 416"};
+    const CURL_RESPONSE_HEAD whole = head({"HTTP/1.1 416 R", "Content-Range: bytes */20"});
+    EXPECT_EQ(curl_judge_end(refused, whole, 20, 0, false).curl_code, 0);
+    EXPECT_EQ(curl_judge_end(refused, whole, 19, 0, false).curl_code, range_error);
+    EXPECT_EQ(curl_judge_end(refused, head({"HTTP/1.1 416 R"}), 20, 0, false).curl_code,
+              range_error);
+    EXPECT_EQ(curl_judge_end(refused, whole, 0, 0, false).curl_code, http_error);
+}
+
+TEST(TransferEnd, KeepsLibcurlsErrors)
+{
+    const CURL_OUTCOME end = curl_judge_end({56, "reset"}, head({"HTTP/1.1 200 OK"}), 0, 0, true);
+    EXPECT_EQ(end.curl_code, 56);
+    EXPECT_EQ(end.error, "reset");
+}
+
+TEST(TransferEnd, TellsAWholeAnswerThatIsShorterThanTheFile)
+{
+    EXPECT_EQ(curl_judge_end({}, head({"HTTP/1.1 200 OK"}), 10, 5, true).curl_code, partial_file);
+    EXPECT_EQ(curl_judge_end({}, head({"HTTP/1.1 200 OK"}), 10, 10, true).curl_code, 0);
+}
+
+TEST(TransferEnd, TellsAnAnswerWithoutABodyThatIsNotTheFile)
+{
+    EXPECT_EQ(curl_judge_end({}, head({"HTTP/1.1 304 Same"}), 0, 0, false).curl_code, weird_reply);
+    EXPECT_EQ(curl_judge_end({}, head({"HTTP/1.1 204 None"}), 0, 0, false).curl_code, weird_reply);
+    EXPECT_EQ(curl_judge_end({}, head({"HTTP/1.1 200 OK"}), 0, 0, false).curl_code, 0);
+}

@@ -1,0 +1,97 @@
+#include "support/fio/fio_append_file.h"
+
+#include "tests/harness/temp_dir.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <sys/stat.h>
+
+namespace
+{
+
+using OPENING = FIO_APPEND_FILE::OPENING;
+
+}
+
+TEST(AppendFile, GrowsAtItsEnd)
+{
+    const TEMP_DIR dir;
+    const std::string path = dir.write("a", "12345").string();
+    FIO_APPEND_FILE file;
+    ASSERT_TRUE(file.open(path, OPENING::existing_only));
+    EXPECT_EQ(file.size(), 5U);
+    EXPECT_TRUE(file.append("67", 2));
+    EXPECT_EQ(file.size(), 7U);
+    EXPECT_EQ(dir.read("a"), "1234567");
+}
+
+TEST(AppendFile, IsMadeOnlyWhenAsked)
+{
+    const TEMP_DIR dir;
+    const std::string path = (dir / "a").string();
+    FIO_APPEND_FILE file;
+    EXPECT_FALSE(file.open(path, OPENING::existing_only));
+    EXPECT_EQ(file.error(), "");
+    EXPECT_TRUE(dir.tree().empty());
+    EXPECT_TRUE(file.open(path, OPENING::create_if_missing));
+    EXPECT_EQ(file.size(), 0U);
+}
+
+TEST(AppendFile, BelongsToOneWriter)
+{
+    const TEMP_DIR dir;
+    const std::string path = dir.write("a", "x").string();
+    FIO_APPEND_FILE first;
+    ASSERT_TRUE(first.open(path, OPENING::existing_only));
+    FIO_APPEND_FILE second;
+    EXPECT_FALSE(second.open(path, OPENING::create_if_missing));
+    EXPECT_EQ(second.error(), "Cannot write " + path + ": another process is writing it");
+    first.close();
+    EXPECT_TRUE(second.open(path, OPENING::create_if_missing));
+}
+
+TEST(AppendFile, FollowsNoLink)
+{
+    const TEMP_DIR dir;
+    dir.write("real", "x");
+    std::filesystem::create_symlink(dir / "real", dir / "link");
+    const std::string path = (dir / "link").string();
+    FIO_APPEND_FILE file;
+    EXPECT_FALSE(file.open(path, OPENING::create_if_missing));
+    EXPECT_EQ(file.error(), "Cannot write " + path + ": it is a link. Remove it and try again");
+    std::filesystem::remove(dir / "real");
+    EXPECT_FALSE(file.open(path, OPENING::create_if_missing));
+    EXPECT_FALSE(std::filesystem::exists(dir / "real"));
+}
+
+TEST(AppendFile, IsNoPipeAndNoDirectory)
+{
+    const TEMP_DIR dir;
+    const std::string pipe = (dir / "pipe").string();
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    FIO_APPEND_FILE file;
+    EXPECT_FALSE(file.open(pipe, OPENING::create_if_missing));
+    EXPECT_EQ(file.error().find("Cannot write " + pipe + ": "), 0U);
+    dir.make_dir("d");
+    EXPECT_FALSE(file.open((dir / "d").string(), OPENING::create_if_missing));
+    EXPECT_NE(file.error(), "");
+    EXPECT_FALSE(file.open((dir / "none/a").string(), OPENING::create_if_missing));
+    EXPECT_EQ(file.error(),
+              "Cannot write " + (dir / "none/a").string() + ": No such file or directory");
+}
+
+TEST(AppendFile, KeepsWhatFitsOnAFullDisk)
+{
+    if (!TMPFS_DIR::available())
+        GTEST_SKIP() << "file systems can't be mounted here";
+    const TMPFS_DIR disk(256 * 1024);
+    FIO_APPEND_FILE file;
+    const std::string path = (disk.path() / "a").string();
+    ASSERT_TRUE(file.open(path, OPENING::create_if_missing));
+    const std::string block(1024 * 1024, 'x');
+    EXPECT_FALSE(file.append(block.data(), block.size()));
+    EXPECT_EQ(file.error(), "Cannot write " + path + ": No space left on device");
+    EXPECT_EQ(file.size(), std::filesystem::file_size(path));
+    EXPECT_GT(file.size(), 0U);
+}

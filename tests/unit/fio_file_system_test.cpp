@@ -1,0 +1,116 @@
+#include "support/fio/fio_file_system.h"
+
+#include "tests/harness/temp_dir.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+namespace
+{
+
+using std::filesystem::perms;
+
+perms mode_of(const std::filesystem::path& path)
+{
+    return std::filesystem::status(path).permissions();
+}
+
+}
+
+TEST(TmpPath, IsFreshAndInsideItsDirectory)
+{
+    const TEMP_DIR dir;
+    const std::string first = FIO_FILE_SYSTEM::get_tmp_path(dir.str());
+    const std::string second = FIO_FILE_SYSTEM::get_tmp_path(dir.str());
+    EXPECT_NE(first, second);
+    EXPECT_EQ(std::filesystem::path(first).parent_path(), dir.path());
+    EXPECT_FALSE(FIO_FILE_SYSTEM::exists(first));
+}
+
+TEST(PrivateFile, IsMadeOnceForItsOwnerAlone)
+{
+    const TEMP_DIR dir;
+    const std::string path = (dir / "log").string();
+    EXPECT_TRUE(FIO_FILE_SYSTEM::create_private_file(path));
+    EXPECT_EQ(mode_of(path), perms::owner_read | perms::owner_write);
+    EXPECT_FALSE(FIO_FILE_SYSTEM::create_private_file(path));
+    std::filesystem::create_symlink(dir / "elsewhere", dir / "link");
+    EXPECT_FALSE(FIO_FILE_SYSTEM::create_private_file((dir / "link").string()));
+    EXPECT_TRUE(FIO_FILE_SYSTEM::create_private_directory((dir / "d").string()));
+    EXPECT_EQ(mode_of(dir / "d"), perms::owner_all);
+}
+
+TEST(Move, ReplacesOnlyWhenAsked)
+{
+    const TEMP_DIR dir;
+    const std::string from = dir.write("from", "new").string();
+    const std::string to = dir.write("to", "old").string();
+    EXPECT_FALSE(FIO_FILE_SYSTEM::move(from, to, false));
+    EXPECT_EQ(dir.read("to"), "old");
+    EXPECT_TRUE(FIO_FILE_SYSTEM::move(from, to, true));
+    EXPECT_EQ(dir.read("to"), "new");
+    EXPECT_FALSE(FIO_FILE_SYSTEM::exists(from));
+}
+
+TEST(Move, LeavesAFileThatCannotBeMovedWhereItIs)
+{
+    const TEMP_DIR dir;
+    const std::string from = dir.write("from", "x").string();
+    EXPECT_FALSE(FIO_FILE_SYSTEM::move(from, (dir / "none/to").string(), true));
+    EXPECT_EQ(dir.read("from"), "x");
+    EXPECT_FALSE(FIO_FILE_SYSTEM::move((dir / "missing").string(), (dir / "to").string(), true));
+}
+
+TEST(Move, WorksAcrossFileSystems)
+{
+    ASSERT_TRUE(std::filesystem::is_directory("/dev/shm"));
+    const TEMP_DIR dir;
+    const std::string from = FIO_FILE_SYSTEM::get_tmp_path("/dev/shm");
+    ASSERT_TRUE(FIO_FILE_SYSTEM::create_private_file(from));
+    std::ofstream(from) << "content";
+    ASSERT_NE(FIO_FILE_SYSTEM::identity(from)->device,
+              FIO_FILE_SYSTEM::identity(dir.write("x", "").string())->device);
+    const std::string to = dir.write("to", "old").string();
+    EXPECT_TRUE(FIO_FILE_SYSTEM::move(from, to, true));
+    EXPECT_EQ(dir.read("to"), "content");
+    EXPECT_EQ(mode_of(to), perms::owner_read | perms::owner_write);
+    EXPECT_FALSE(FIO_FILE_SYSTEM::exists(from));
+    EXPECT_EQ(dir.tree(), (std::vector<std::string>{"to", "x"}));
+}
+
+TEST(RemoveIfExists, MindsNothingThatIsNotThere)
+{
+    const TEMP_DIR dir;
+    EXPECT_TRUE(FIO_FILE_SYSTEM::remove_if_exists((dir / "none").string()));
+    EXPECT_TRUE(FIO_FILE_SYSTEM::remove_if_exists(dir.write("a", "x").string()));
+    EXPECT_EQ(dir.tree(), std::vector<std::string>{});
+    dir.write("d/inside", "x");
+    EXPECT_FALSE(FIO_FILE_SYSTEM::remove_if_exists((dir / "d").string()));
+}
+
+TEST(Chmod, SetsTheMode)
+{
+    const TEMP_DIR dir;
+    const std::string path = dir.write("a.run", "x").string();
+    EXPECT_TRUE(FIO_FILE_SYSTEM::chmod(path, 448));
+    EXPECT_EQ(mode_of(path), perms::owner_all);
+    EXPECT_FALSE(FIO_FILE_SYSTEM::chmod((dir / "none").string(), 448));
+}
+
+TEST(Identity, ChangesWithContentAndPlace)
+{
+    const TEMP_DIR dir;
+    const std::string path = dir.write("a", "x").string();
+    const auto first = FIO_FILE_SYSTEM::identity(path);
+    ASSERT_TRUE(first);
+    EXPECT_EQ(first->size, 1U);
+    EXPECT_EQ(first, FIO_FILE_SYSTEM::identity(path));
+    dir.write("b", "x");
+    EXPECT_FALSE(first == FIO_FILE_SYSTEM::identity((dir / "b").string()));
+    dir.write("a", "xy");
+    EXPECT_FALSE(first == FIO_FILE_SYSTEM::identity(path));
+    EXPECT_FALSE(FIO_FILE_SYSTEM::identity((dir / "none").string()));
+    EXPECT_FALSE(FIO_FILE_SYSTEM::identity(dir.str()));
+}

@@ -1,0 +1,53 @@
+#include "install/vinst/vinst_platform.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+TEST(Platform, IsTheBuildsTarget)
+{
+    EXPECT_EQ(host_platform(), "linux");
+    EXPECT_TRUE(is_platform("linux"));
+    EXPECT_TRUE(is_platform("windows"));
+    EXPECT_FALSE(is_platform(""));
+    EXPECT_FALSE(is_platform("Linux"));
+}
+
+TEST(Platform, DecidesOnNamesAndLimits)
+{
+    EXPECT_EQ(install_path_limit("windows"), 65U);
+    EXPECT_EQ(install_path_limit("linux"), 3091U);
+    EXPECT_EQ(installer_suffix("windows"), ".exe");
+    EXPECT_EQ(installer_suffix("linux"), ".run");
+    EXPECT_EQ(installer_suffix(""), ".run");
+    EXPECT_EQ(console_host_name("linux"), "vinst");
+    EXPECT_EQ(console_host_name("windows"), "vinst_cli");
+}
+
+TEST(Platform, DecidesOnTheCommandThatOpensAPage)
+{
+    EXPECT_EQ(open_page_command("/opt/licenses/main.html", "linux"),
+              "xdg-open /opt/licenses/main.html");
+    EXPECT_EQ(open_page_command("C:/licenses/main.html", "windows"), "start C:/licenses/main.html");
+    EXPECT_EQ(open_page_command("/a b/$(x)/it's", "linux"), "xdg-open '/a b/$(x)/it'\\''s'");
+}
+
+TEST(Platform, NeedsNoSpecialRightsToInstallOnLinux)
+{
+    EXPECT_TRUE(has_admin_rights());
+}
+
+TEST(SafeFileName, IsAPlainNameThatEveryPlatformCanCreate)
+{
+    for (const char* good : {"a", "a.run", "veltrin 5.2 (pro).run", "ä.vdz", ".hidden", "-x",
+                             "console", "com", "lpt10", "a..b", "con_x"})
+        EXPECT_TRUE(is_safe_file_name(good)) << good;
+    for (const char* bad :
+         {"",    ".",    "..",      "a/b",  "/a",       "a\\b", "c:a",    "a:stream", "a?",
+          "a*",  "a\"b", "a<b",     "a>b",  "a|b",      "a\nb", "a\x7f",  "a.",       "a ",
+          "con", "CON",  "Nul.txt", "com1", "lpt9.x.y", "aux",  "prn.run"})
+        EXPECT_FALSE(is_safe_file_name(bad)) << bad;
+    EXPECT_TRUE(is_safe_file_name(QString(255, 'a')));
+    EXPECT_FALSE(is_safe_file_name(QString(256, 'a')));
+    EXPECT_FALSE(is_safe_file_name(QString("a") + QChar(0) + "b"));
+}

@@ -1,0 +1,171 @@
+#include "install/vinst/vinst_process.h"
+
+#include "install/vinst/vinst_messages.h"
+#include "support/thr/thr_sleep.h"
+#include "tests/harness/installer_scripts.h"
+#include "tests/harness/temp_dir.h"
+
+#include <gtest/gtest.h>
+
+#include <QProcess>
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <thread>
+
+namespace
+{
+
+using namespace std::chrono_literals;
+
+class RunCommand : public ::testing::Test
+{
+protected:
+    RunCommand()
+    {
+        VINST_MESSAGES::instance().log_path = (dir / "log").string();
+        VINST_MESSAGES::instance().open_log();
+    }
+    ~RunCommand() override { thr_forget_stop_request(); }
+
+    static std::string poser(const std::string& name)
+    {
+        return std::string(VINST_TEST_BINARY_DIR) + "/tests/posers/" + name;
+    }
+
+    int run(const std::string& command) { return run_command(QString::fromStdString(command)); }
+
+    std::string log() const { return read_file(dir / "log"); }
+
+    bool log_holds(const std::string& text) const { return log().find(text) != std::string::npos; }
+
+    /// Runs a command and requests a stop as soon as it has said that it is ready.
+    int run_and_stop(const std::string& command)
+    {
+        const auto started = std::chrono::steady_clock::now();
+        std::thread stopper(
+            []
+            {
+                std::this_thread::sleep_for(300ms);
+                thr_request_stop();
+            });
+        const int code = run(command);
+        stopper.join();
+        taken = std::chrono::steady_clock::now() - started;
+        return code;
+    }
+
+    TEMP_DIR dir;
+    std::chrono::nanoseconds taken{};
+};
+
+}
+
+TEST_F(RunCommand, ReturnsTheExitCodeAndLogsWhatWasPrinted)
+{
+    const std::string command = poser("poser_exit") + " 7";
+    EXPECT_EQ(run(command), 7);
+    EXPECT_TRUE(log_holds("[info] Run command: " + command + "\n"));
+    EXPECT_TRUE(log_holds("[info] Command: " + command + " returned 7: "));
+    EXPECT_EQ(run(poser("poser_exit") + " 0"), 0);
+}
+
+TEST_F(RunCommand, HandsPartsInQuotesOverAsOneArgument)
+{
+    dir.make_dir("with blank");
+    const std::string script =
+        dir.write("with blank/args.sh", "#!/bin/sh\nprintf '<%s>' \"$@\"\n", 0755).string();
+    const QString command = command_part(QString::fromStdString(script)) + " --a  b " +
+                            command_part("c d") + ' ' + command_part("say \"x\"");
+    EXPECT_EQ(run_command(command), 0);
+    EXPECT_TRUE(log_holds("<--a><b><c d><say \"x\">")) << log();
+}
+
+TEST_F(RunCommand, LeavesPartsWithoutBlanksAsTheyAre)
+{
+    EXPECT_EQ(command_part("/a/b.run"), "/a/b.run");
+    EXPECT_EQ(command_part("/a b"), "\"/a b\"");
+    EXPECT_EQ(command_part("a\"b"), "\"a\"\"\"b\"");
+    EXPECT_EQ(QProcess::splitCommand(command_part("a \"b\" c\"")), QStringList{"a \"b\" c\""});
+}
+
+TEST_F(RunCommand, ReturnsWhenTheInstallerCannotBeStarted)
+{
+    EXPECT_NE(run((dir / "none").string()), 0);
+    EXPECT_TRUE(log_holds("It could not be started: ")) << log();
+    const std::string plain = dir.write("plain.run", "#!/bin/sh\n", 0644).string();
+    EXPECT_NE(run(plain), 0);
+    EXPECT_NE(run(dir.path().string()), 0);
+    const std::string odd = dir.write("odd.run", "\x7f not a program", 0755).string();
+    EXPECT_NE(run(odd), 0);
+}
+
+TEST_F(RunCommand, TellsTheSignalOfACrash)
+{
+    EXPECT_NE(run(poser("poser_crash")), 0);
+    EXPECT_TRUE(log_holds("It was ended by signal 11")) << log();
+}
+
+TEST_F(RunCommand, TakesMegabytesOfOutputWithPercentSigns)
+{
+    EXPECT_EQ(run(poser("poser_output") + " 3000000 2000000"), 0);
+    const std::string text = log();
+    EXPECT_GT(text.size(), 5000000U);
+    EXPECT_NE(text.find('%'), std::string::npos);
+}
+
+TEST_F(RunCommand, DoesNotWaitForAChildThatKeepsTheOutputOpen)
+{
+    const std::string script =
+        dir.write("daemon.run", script_with_lasting_child(20), 0755).string();
+    const auto started = std::chrono::steady_clock::now();
+    EXPECT_EQ(run(script), 0);
+    EXPECT_LT(std::chrono::steady_clock::now() - started, 10s);
+}
+
+TEST_F(RunCommand, GivesTheInstallerNothingToRead)
+{
+    const std::string script =
+        dir.write("ask.run", "#!/bin/sh\nread answer || echo nothing to read\n", 0755).string();
+    run(script);
+    EXPECT_TRUE(log_holds("nothing to read"));
+}
+
+TEST_F(RunCommand, PassesAStopOnToTheInstaller)
+{
+    EXPECT_NE(run_and_stop(poser("poser_hang")), 0);
+    EXPECT_LT(taken, 1500ms);
+    EXPECT_TRUE(log_holds("Stop requested, ending the installer"));
+    EXPECT_TRUE(log_holds("It was ended by signal 15"));
+}
+
+TEST_F(RunCommand, EndsAnInstallerThatDoesNotHeedTheStop)
+{
+    EXPECT_NE(run_and_stop(poser("poser_hang") + " --stubborn --child"), 0);
+    EXPECT_LT(taken, 2500ms);
+    EXPECT_TRUE(log_holds("It was ended by signal 9"));
+}
+
+TEST_F(RunCommand, DoesNotOutliveAStopThatCameBefore)
+{
+    thr_request_stop();
+    EXPECT_NE(run(poser("poser_hang")), 0);
+}
+
+TEST_F(RunCommand, StartsADetachedInstallerAndGoesOn)
+{
+    const std::string script = dir.write("mark.run", "#!/bin/sh\necho x > \"$1\"\n", 0755).string();
+    const std::string mark = (dir / "mark").string();
+    EXPECT_TRUE(run_command_detached(QString::fromStdString(script + " " + mark)));
+    for (int i = 0; i < 500 && !std::filesystem::exists(mark); ++i)
+        std::this_thread::sleep_for(10ms);
+    EXPECT_TRUE(std::filesystem::exists(mark));
+    EXPECT_TRUE(log_holds("Run command: " + script + " " + mark));
+    EXPECT_FALSE(run_command_detached(QString::fromStdString((dir / "none").string())));
+}
+
+TEST(RunCommandDeathTest, AssertsThatThereIsACommand)
+{
+    EXPECT_DEATH(run_command(""), "Assertion failed: !isEmpty\\(\\)");
+}
