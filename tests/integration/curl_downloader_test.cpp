@@ -1,0 +1,687 @@
+#include "support/curl/curl_downloader.h"
+
+#include "support/curl/curl_logger.h"
+#include "tests/harness/fault_server.h"
+#include "tests/harness/loopback.h"
+#include "tests/harness/nginx_server.h"
+#include "tests/harness/proxy_server.h"
+#include "tests/harness/temp_dir.h"
+#include "tests/harness/test_authority.h"
+#include "tests/harness/unanswering_port.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <sys/stat.h>
+#include <thread>
+
+namespace
+{
+
+using namespace std::chrono_literals;
+using CLOCK = std::chrono::steady_clock;
+
+std::atomic<bool> stop_asked{false};
+
+std::int64_t count_progress(CURL_PROGRESS_DATA* data, std::uint64_t total, std::uint64_t received)
+{
+    data->reported_total = total;
+    data->bytes_received = received;
+    return stop_asked ? -1 : 0;
+}
+
+std::string text_of(const CURL_PROGRESS_DATA& data)
+{
+    return data.error_text.data();
+}
+
+/// Fetches files into a directory, mostly "/f" into "f".
+class Downloader : public ::testing::Test
+{
+protected:
+    Downloader() { stop_asked = false; }
+
+    int fetch(const std::string& url)
+    {
+        data = std::make_unique<CURL_PROGRESS_DATA>();
+        CURL_DOWNLOADER downloader("", proxy, false, 10);
+        downloader.set_progress_callback(count_progress);
+        downloader.set_stall_timeout(stall_timeout);
+        return downloader.download_one_file(url, path(), data.get());
+    }
+
+    int fetch() { return fetch(server.url("/f")); }
+
+    std::string path() const { return (dir / "f").string(); }
+    std::string on_disk() const { return dir.read("f"); }
+    bool exists() const { return std::filesystem::exists(path()); }
+
+    void expect_failure(int curl_code, int http_code)
+    {
+        EXPECT_EQ(data->curl_code, curl_code) << text_of(*data);
+        EXPECT_EQ(data->http_code, http_code) << text_of(*data);
+        EXPECT_NE(text_of(*data), "");
+    }
+
+    void expect_success(const std::string& content)
+    {
+        EXPECT_EQ(data->curl_code, 0) << text_of(*data);
+        EXPECT_EQ(on_disk(), content);
+        EXPECT_EQ(text_of(*data), "");
+    }
+
+    const std::string body = pattern(100'000);
+    TEMP_DIR dir;
+    FAULT_SERVER server;
+    CURL_PROXY_INFO proxy;
+    std::chrono::milliseconds stall_timeout{60'000};
+    std::unique_ptr<CURL_PROGRESS_DATA> data;
+};
+
+/// Starts a transfer, waits until `reached`, asks for a stop, and returns how long that took.
+std::chrono::nanoseconds time_to_stop(const std::string& url, const std::string& path,
+                                      const std::function<void()>& reached,
+                                      CURL_PROGRESS_DATA& data)
+{
+    CURL_DOWNLOADER downloader("", {}, false, 10);
+    downloader.set_progress_callback(count_progress);
+    downloader.add_file(url, path, &data);
+    downloader.download_files(1, false);
+    reached();
+    const auto asked = CLOCK::now();
+    stop_asked = true;
+    downloader.wait_for_files(0, 30s);
+    EXPECT_TRUE(downloader.finished_files() == 1);
+    EXPECT_EQ(data.curl_code, 42);
+    return CLOCK::now() - asked;
+}
+
+}
+
+TEST_F(Downloader, FetchesAFile)
+{
+    server.serve("/f", body);
+    EXPECT_EQ(fetch(), 200);
+    expect_success(body);
+    EXPECT_EQ(data->bytes_received, body.size());
+    EXPECT_EQ(data->reported_total, body.size());
+}
+
+TEST_F(Downloader, GoesOnWhereTheFileEnds)
+{
+    server.serve("/f", body);
+    dir.write("f", body.substr(0, 30'000));
+    EXPECT_EQ(fetch(), 206);
+    expect_success(body);
+    EXPECT_EQ(data->bytes_received, 70'000U);
+    EXPECT_EQ(data->reported_total, body.size());
+    EXPECT_EQ(server.requests("/f").at(0).range(), "bytes=30000-");
+}
+
+TEST_F(Downloader, AsksForNoBytesOfAWholeFile)
+{
+    server.serve("/f", body);
+    dir.write("f", body);
+    EXPECT_EQ(fetch(), 416);
+    expect_success(body);
+    EXPECT_EQ(data->bytes_received, 0U);
+    EXPECT_LT(server.body_bytes("/f"), 100U); // the error page
+}
+
+TEST_F(Downloader, RefusesA416ThatDoesNotFitTheFile)
+{
+    for (const bool with_content_range : {true, false})
+    {
+        server.serve("/f", body, {FAULT::range_not_satisfiable(with_content_range)});
+        dir.write("f", body.substr(0, 10));
+        fetch();
+        expect_failure(33, 416);
+        EXPECT_EQ(on_disk(), body.substr(0, 10));
+    }
+}
+
+TEST_F(Downloader, PassesOverWhatItHasInAWholeAnswer)
+{
+    server.serve("/f", body, {FAULT::ignore_range()});
+    dir.write("f", body.substr(0, 30'000));
+    EXPECT_EQ(fetch(), 200);
+    expect_success(body);
+    EXPECT_EQ(data->bytes_received, 70'000U);
+}
+
+TEST_F(Downloader, DoesNotReadAWholeAnswerOfTheFilesOwnLength)
+{
+    const std::uint64_t size = 200'000'000;
+    server.serve("/f", SERVED_BODY::of_pattern(size), {FAULT::ignore_range()});
+    dir.write("f", "");
+    std::filesystem::resize_file(path(), size);
+    EXPECT_EQ(fetch(), 200);
+    EXPECT_EQ(data->curl_code, 0) << text_of(*data);
+    EXPECT_EQ(data->bytes_received, 0U);
+    EXPECT_LT(server.body_bytes("/f"), size / 2);
+}
+
+TEST_F(Downloader, RefusesAWholeAnswerThatIsShorterThanTheFile)
+{
+    server.serve("/f", body, {FAULT::short_body(500)});
+    dir.write("f", body.substr(0, 1000));
+    fetch();
+    expect_failure(18, 200);
+    EXPECT_EQ(on_disk(), body.substr(0, 1000));
+}
+
+TEST_F(Downloader, RefusesAPartThatDoesNotBeginWhereTheFileEnds)
+{
+    for (const FAULT& fault : {FAULT::wrong_range_start(-1), FAULT::wrong_range_start(7),
+                               FAULT::without_content_range()})
+    {
+        server.serve("/f", body, {fault});
+        dir.write("f", body.substr(0, 1000));
+        fetch();
+        expect_failure(33, 206);
+        EXPECT_EQ(on_disk(), body.substr(0, 1000));
+        EXPECT_EQ(data->bytes_received, 0U);
+    }
+}
+
+TEST_F(Downloader, WritesNothingOfAnErrorPage)
+{
+    for (const int status : {400, 401, 403, 404, 408, 410, 429, 500, 502, 503})
+    {
+        server.serve("/f", body, {FAULT::status(status)});
+        EXPECT_EQ(fetch(), status);
+        expect_failure(22, status);
+        EXPECT_FALSE(exists()) << status;
+    }
+    dir.write("f", "kept");
+    fetch();
+    EXPECT_EQ(on_disk(), "kept");
+}
+
+TEST_F(Downloader, WritesNothingOfAnAnswerThatIsNotTheFile)
+{
+    server.serve("/f", body, {FAULT::redirect(302, "")});
+    fetch();
+    expect_failure(8, 302);
+    EXPECT_FALSE(exists());
+    server.serve("/f", body, {FAULT::status(202)});
+    fetch();
+    expect_failure(8, 202);
+    EXPECT_FALSE(exists());
+    server.serve("/f", body, {FAULT::content_encoding("gzip")});
+    fetch();
+    expect_failure(61, 200);
+    EXPECT_FALSE(exists());
+}
+
+TEST_F(Downloader, KeepsWhatCameBeforeACutForTheNextAttempt)
+{
+    server.serve("/f", body,
+                 {FAULT::cut_after(10'000).times(1), FAULT::reset_after(20'000).times(1),
+                  FAULT::chunked(30'000).times(1)});
+    fetch();
+    expect_failure(18, 200);
+    EXPECT_EQ(on_disk(), body.substr(0, 10'000));
+    fetch();
+    EXPECT_NE(data->curl_code, 0);
+    EXPECT_EQ(on_disk(), body.substr(0, 30'000));
+    fetch();
+    EXPECT_NE(data->curl_code, 0);
+    EXPECT_EQ(on_disk(), body.substr(0, 60'000));
+    fetch();
+    expect_success(body);
+}
+
+TEST_F(Downloader, CannotTellACutOfAnAnswerWithoutALength)
+{
+    server.serve("/f", body, {FAULT::without_length(10'000)});
+    EXPECT_EQ(fetch(), 200);
+    expect_success(body.substr(0, 10'000));
+}
+
+TEST_F(Downloader, SurvivesALieAboutTheLength)
+{
+    server.serve("/f", body, {FAULT::claim_length(body.size() + 50)});
+    fetch();
+    expect_failure(18, 200);
+    EXPECT_EQ(on_disk(), body);
+    std::filesystem::remove(path());
+    server.serve("/f", body, {FAULT::claim_length(1000)});
+    fetch();
+    EXPECT_EQ(on_disk(), body.substr(0, 1000));
+}
+
+TEST_F(Downloader, EndsATransferThatMovesNothing)
+{
+    stall_timeout = 1000ms;
+    server.serve("/f", body, {FAULT::stall_after(5000)});
+    const auto start = CLOCK::now();
+    fetch();
+    EXPECT_LT(CLOCK::now() - start, 5s);
+    expect_failure(28, 200);
+    EXPECT_EQ(on_disk(), body.substr(0, 5000));
+    server.serve("/f", body, {FAULT::stall_before_headers()});
+    fetch();
+    expect_failure(28, -1);
+}
+
+TEST_F(Downloader, LetsASlowTransferLive)
+{
+    stall_timeout = 1000ms;
+    server.serve("/f", body.substr(0, 20), {FAULT::trickle(1, 100ms)});
+    fetch();
+    expect_success(body.substr(0, 20));
+}
+
+TEST_F(Downloader, EndsHeadersThatDoNotEnd)
+{
+    server.serve("/f", body, {FAULT::endless_headers()});
+    fetch();
+    EXPECT_NE(data->curl_code, 0);
+    EXPECT_NE(data->curl_code, 23);
+    server.serve("/f", body, {FAULT::endless_header_line()});
+    fetch();
+    EXPECT_NE(data->curl_code, 0);
+    EXPECT_NE(data->curl_code, 23);
+    EXPECT_FALSE(exists());
+}
+
+TEST_F(Downloader, FollowsTenRedirectsAndNoMore)
+{
+    server.serve("/f", body);
+    for (int i = 1; i <= 11; ++i)
+        server.serve("/" + std::to_string(i), "",
+                     {FAULT::redirect(302, i == 1 ? "/f" : "/" + std::to_string(i - 1))});
+    EXPECT_EQ(fetch(server.url("/10")), 200);
+    expect_success(body);
+    std::filesystem::remove(path());
+    fetch(server.url("/11"));
+    expect_failure(47, 302);
+    server.serve("/loop", "", {FAULT::redirect(301, "/loop")});
+    fetch(server.url("/loop"));
+    expect_failure(47, 301);
+    EXPECT_FALSE(exists());
+}
+
+TEST_F(Downloader, GoesOnThroughARedirect)
+{
+    server.serve("/f", body);
+    server.serve("/old", "", {FAULT::redirect(307, "/f")});
+    dir.write("f", body.substr(0, 100));
+    EXPECT_EQ(fetch(server.url("/old")), 206);
+    expect_success(body);
+}
+
+TEST_F(Downloader, LeavesTheWebForNoRedirect)
+{
+    for (const char* target : {"file:///etc/passwd", "ftp://127.0.0.1/x", "gopher://127.0.0.1/x"})
+    {
+        server.serve("/f", body, {FAULT::redirect(302, target)});
+        fetch();
+        expect_failure(1, 302);
+        EXPECT_FALSE(exists());
+    }
+    fetch("file:///etc/passwd");
+    expect_failure(1, -1);
+}
+
+TEST_F(Downloader, StoresNoStatusWhereNoServerAnswered)
+{
+    fetch("http://127.0.0.1:" + std::to_string(free_port()) + "/f");
+    expect_failure(7, -1);
+    server.serve("/f", body,
+                 {FAULT::redirect(302, "http://127.0.0.1:" + std::to_string(free_port()) + "/")});
+    fetch();
+    expect_failure(7, -1);
+    EXPECT_FALSE(exists());
+}
+
+TEST_F(Downloader, WritesThroughNoLinkPipeOrDirectory)
+{
+    server.serve("/f", body);
+    dir.write("target", "precious");
+    std::filesystem::create_symlink(dir / "target", path());
+    fetch();
+    EXPECT_EQ(data->curl_code, 23);
+    EXPECT_EQ(text_of(*data), "Cannot write " + path() + ": it is a link. Remove it and try again");
+    EXPECT_EQ(dir.read("target"), "precious");
+    std::filesystem::remove(path());
+
+    ASSERT_EQ(::mkfifo(path().c_str(), 0600), 0);
+    fetch();
+    EXPECT_EQ(data->curl_code, 23);
+    std::filesystem::remove(path());
+
+    dir.make_dir("f");
+    fetch();
+    EXPECT_EQ(data->curl_code, 23);
+    EXPECT_EQ(server.request_count("/f"), 0U);
+}
+
+TEST_F(Downloader, LeavesAFileToItsFirstWriter)
+{
+    server.serve("/f", body, {FAULT::stall_after(100)});
+    CURL_PROGRESS_DATA first;
+    CURL_DOWNLOADER downloader("", {}, false, 10);
+    downloader.set_progress_callback(count_progress);
+    downloader.add_file(server.url("/f"), path(), &first);
+    downloader.download_files(1, false);
+    for (int i = 0; i < 500 && first.bytes_received < 100; ++i)
+        std::this_thread::sleep_for(10ms);
+    fetch();
+    EXPECT_EQ(data->curl_code, 23);
+    EXPECT_EQ(text_of(*data), "Cannot write " + path() + ": another process is writing it");
+    EXPECT_EQ(on_disk(), body.substr(0, 100));
+    stop_asked = true;
+}
+
+TEST_F(Downloader, TellsAFullDiskAndKeepsWhatFits)
+{
+    if (!TMPFS_DIR::available())
+        GTEST_SKIP() << "file systems can't be mounted here";
+    const TMPFS_DIR disk(1024 * 1024);
+    server.serve("/f", SERVED_BODY::of_pattern(5'000'000));
+    const std::string target = (disk.path() / "f").string();
+    CURL_PROGRESS_DATA record;
+    CURL_DOWNLOADER downloader("", {}, false, 10);
+    downloader.set_progress_callback(count_progress);
+    EXPECT_EQ(downloader.download_one_file(server.url("/f"), target, &record), 200);
+    EXPECT_EQ(record.curl_code, 23);
+    EXPECT_EQ(text_of(record), "Cannot write " + target + ": No space left on device");
+    EXPECT_EQ(record.bytes_received, std::filesystem::file_size(target));
+    EXPECT_EQ(read_file(target), pattern(record.bytes_received));
+}
+
+TEST_F(Downloader, CountsFilesOver4GiB)
+{
+    const std::uint64_t size = 5'000'000'000;
+    server.serve("/f", SERVED_BODY::of_pattern(size));
+    dir.write("f", "");
+    std::filesystem::resize_file(path(), size - 1000); // a hole
+    EXPECT_EQ(fetch(), 206);
+    EXPECT_EQ(data->curl_code, 0) << text_of(*data);
+    EXPECT_EQ(data->bytes_received, 1000U);
+    EXPECT_EQ(data->reported_total, size);
+    EXPECT_EQ(std::filesystem::file_size(path()), size);
+    EXPECT_EQ(server.requests("/f").at(0).range(), "bytes=4999999000-");
+}
+
+TEST_F(Downloader, CountsReceivedBytesOnceTheyAreOnDisk)
+{
+    server.serve("/f", body, {FAULT::trickle(2000, 10ms)});
+    dir.write("f", body.substr(0, 10'000));
+    CURL_PROGRESS_DATA record;
+    CURL_DOWNLOADER downloader("", {}, false, 10);
+    downloader.set_progress_callback(count_progress);
+    downloader.add_file(server.url("/f"), path(), &record);
+    downloader.download_files(1, false);
+    int seen_growing = 0;
+    std::uint64_t last = 0;
+    while (!downloader.downloads_complete())
+    {
+        const std::uint64_t before = record.bytes_received;
+        const std::uint64_t size = std::filesystem::file_size(path());
+        EXPECT_LE(10'000 + before, size);
+        seen_growing += size > last ? 1 : 0;
+        last = size;
+        std::this_thread::sleep_for(1ms);
+    }
+    EXPECT_GT(seen_growing, 1);
+    EXPECT_EQ(10'000 + record.bytes_received, std::filesystem::file_size(path()));
+    EXPECT_EQ(on_disk(), body);
+}
+
+TEST_F(Downloader, StopsWithinASecondWhileItConnects)
+{
+    const UNANSWERING_PORT port;
+    CURL_PROGRESS_DATA record;
+    EXPECT_LT(time_to_stop(
+                  port.url(), path(), [] { std::this_thread::sleep_for(200ms); }, record),
+              1s);
+    EXPECT_EQ(record.http_code, -1);
+}
+
+TEST_F(Downloader, StopsWithinASecondWhileItWaitsForHeaders)
+{
+    server.serve("/f", body, {FAULT::stall_before_headers()});
+    CURL_PROGRESS_DATA record;
+    const auto reached = [this] { server.wait_for_requests("/f", 1, 5s); };
+    EXPECT_LT(time_to_stop(server.url("/f"), path(), reached, record), 1s);
+}
+
+TEST_F(Downloader, StopsWithinASecondInAStalledOrRunningBody)
+{
+    for (const FAULT& fault : {FAULT::stall_after(5000), FAULT::trickle(100, 10ms)})
+    {
+        stop_asked = false;
+        std::filesystem::remove(path());
+        server.serve("/f", body, {fault});
+        CURL_PROGRESS_DATA record;
+        const auto reached = [&record]
+        {
+            for (int i = 0; i < 500 && record.bytes_received == 0; ++i)
+                std::this_thread::sleep_for(10ms);
+        };
+        EXPECT_LT(time_to_stop(server.url("/f"), path(), reached, record), 1s);
+        EXPECT_EQ(record.bytes_received, std::filesystem::file_size(path()));
+        EXPECT_EQ(on_disk(), body.substr(0, record.bytes_received));
+    }
+}
+
+TEST_F(Downloader, StopsWhatIsStillQueued)
+{
+    server.serve("/f", body, {FAULT::stall_after(10)});
+    std::vector<CURL_PROGRESS_DATA> records(5);
+    CURL_DOWNLOADER downloader("", {}, false, 10);
+    downloader.set_progress_callback(count_progress);
+    for (std::size_t i = 0; i < records.size(); ++i)
+        downloader.add_file(server.url("/f"), path() + std::to_string(i), &records[i]);
+    downloader.download_files(2, false);
+    server.wait_for_requests("/f", 2, 5s);
+    stop_asked = true;
+    const auto asked = CLOCK::now();
+    downloader.wait_for_files(records.size() - 1, 10s);
+    EXPECT_LT(CLOCK::now() - asked, 1s);
+    for (const CURL_PROGRESS_DATA& record : records)
+        EXPECT_EQ(record.curl_code, 42);
+    EXPECT_EQ(server.request_count("/f"), 2U);
+}
+
+TEST_F(Downloader, IsStoppedByItsDestructor)
+{
+    server.serve("/f", body, {FAULT::stall_after(10)});
+    CURL_PROGRESS_DATA record;
+    const auto start = CLOCK::now();
+    {
+        CURL_DOWNLOADER downloader("", {}, false, 10);
+        downloader.add_file(server.url("/f"), path(), &record);
+        downloader.add_file(server.url("/f"), path() + "2", &record);
+        downloader.download_files(1, false);
+        server.wait_for_requests("/f", 1, 5s);
+    }
+    EXPECT_LT(CLOCK::now() - start, 3s);
+}
+
+TEST_F(Downloader, RunsNoMoreThanItIsAllowedAtATime)
+{
+    std::vector<CURL_PROGRESS_DATA> records(7);
+    CURL_DOWNLOADER downloader("", {}, false, 10);
+    downloader.set_progress_callback(count_progress);
+    for (std::size_t i = 0; i < records.size(); ++i)
+    {
+        const std::string route = "/" + std::to_string(i);
+        server.serve(route, body.substr(0, 2000), {FAULT::trickle(200, 20ms)});
+        downloader.add_file(server.url(route), path() + std::to_string(i), &records[i]);
+    }
+    downloader.download_files(3, true);
+    EXPECT_TRUE(downloader.downloads_complete());
+    EXPECT_EQ(downloader.finished_files(), 7U);
+    EXPECT_EQ(server.peak_requests(), 3U);
+    for (const CURL_PROGRESS_DATA& record : records)
+        EXPECT_EQ(record.curl_code, 0);
+}
+
+TEST_F(Downloader, LetsNoConnectTimeoutRunWhileAFileIsQueued)
+{
+    server.serve("/slow", body.substr(0, 30), {FAULT::trickle(1, 100ms)});
+    server.serve("/f", body);
+    CURL_PROGRESS_DATA slow;
+    CURL_PROGRESS_DATA queued;
+    CURL_DOWNLOADER downloader("", {}, false, 1);
+    downloader.add_file(server.url("/slow"), path() + "slow", &slow);
+    downloader.add_file(server.url("/f"), path(), &queued);
+    downloader.download_files(1, true);
+    EXPECT_EQ(queued.curl_code, 0) << text_of(queued);
+}
+
+TEST_F(Downloader, MakesAnEmptyFile)
+{
+    server.serve("/f", "");
+    EXPECT_EQ(fetch(), 200);
+    expect_success("");
+    EXPECT_TRUE(exists());
+}
+
+TEST_F(Downloader, ShowsNoPasswordInErrorsAndTrace)
+{
+    CURL_LOGGER logger((dir / "log").string(), CURL_LOGGER::debug_level);
+    ASSERT_TRUE(logger.open());
+    const PROXY_SERVER gate(PROXY_ENGINE::tinyproxy, "ada", "s3cret");
+    server.serve("/f", body);
+    CURL_PROGRESS_DATA record;
+    CURL_DOWNLOADER downloader("test", {gate.host(), std::to_string(gate.port()), "ada", "s3cret"},
+                               true, 10);
+    downloader.set_logger(&logger);
+    EXPECT_EQ(downloader.download_one_file(server.url("/f"), path(), &record), 200);
+    const std::string log = dir.read("log");
+    EXPECT_NE(log.find("Authorization: ***"), std::string::npos) << log;
+    EXPECT_EQ(log.find("s3cret"), std::string::npos);
+    EXPECT_EQ(log.find("YWRhOnMzY3JldA"), std::string::npos);
+}
+
+class ThroughAProxy : public Downloader, public ::testing::WithParamInterface<PROXY_ENGINE>
+{
+};
+
+TEST_P(ThroughAProxy, GoesWithCredentialsThatTheOriginNeverSees)
+{
+    const PROXY_SERVER gate(GetParam(), "ada", "s3cret");
+    server.serve("/f", body);
+    proxy = {gate.host(), std::to_string(gate.port()), "ada", "s3cret"};
+    EXPECT_EQ(fetch(), 200);
+    expect_success(body);
+    for (const auto& request : server.requests("/f"))
+    {
+        EXPECT_EQ(request.header("Authorization"), "");
+        EXPECT_EQ(request.header("Proxy-Authorization"), "");
+    }
+    std::filesystem::remove(path());
+    proxy = {gate.host(), std::to_string(gate.port()), "ada", "wrong"};
+    // One of them takes wrong credentials for a matter of the origin's.
+    const int refused = GetParam() == PROXY_ENGINE::tinyproxy ? 401 : 407;
+    EXPECT_EQ(fetch(), refused);
+    expect_failure(22, refused);
+    EXPECT_FALSE(exists());
+}
+
+TEST_P(ThroughAProxy, ReachesHttpsByATunnel)
+{
+    const TEST_AUTHORITY authority;
+    qputenv("SSL_CERT_FILE", authority.ca_file().c_str());
+    dir.write("www/f", body);
+    NGINX_OPTIONS options;
+    options.root = dir / "www";
+    options.certificate = authority.server();
+    const NGINX_SERVER origin(options);
+    const PROXY_SERVER gate(GetParam(), "ada", "s3cret");
+    proxy = {gate.host(), std::to_string(gate.port()), "ada", "s3cret"};
+    EXPECT_EQ(fetch(origin.url("/f")), 200);
+    expect_success(body);
+    std::filesystem::remove(path());
+    proxy = {gate.host(), std::to_string(gate.port()), "ada", "wrong"};
+    EXPECT_EQ(fetch(origin.url("/f")), -1);
+    EXPECT_NE(data->curl_code, 0);
+    qunsetenv("SSL_CERT_FILE");
+}
+
+INSTANTIATE_TEST_SUITE_P(Engines, ThroughAProxy,
+                         ::testing::Values(PROXY_ENGINE::tinyproxy, PROXY_ENGINE::squid));
+
+TEST_F(Downloader, FollowsTheEnvironmentsProxyWhereNoneIsNamed)
+{
+    const PROXY_SERVER gate(PROXY_ENGINE::tinyproxy);
+    server.serve("/f", body);
+    qputenv("http_proxy", ("http://" + gate.address()).c_str());
+    EXPECT_EQ(fetch(), 200);
+    qunsetenv("http_proxy");
+    EXPECT_TRUE(gate.wait_for_access("/f", 5s));
+}
+
+TEST_F(Downloader, TrustsTheAuthoritiesThatItIsTold)
+{
+    const TEST_AUTHORITY authority;
+    dir.write("www/f", body);
+    NGINX_OPTIONS options;
+    options.root = dir / "www";
+    options.certificate = authority.server();
+    const NGINX_SERVER origin(options);
+    fetch(origin.url("/f"));
+    expect_failure(60, -1);
+    EXPECT_FALSE(exists());
+    qputenv("CURL_CA_BUNDLE", authority.ca_file().c_str());
+    EXPECT_EQ(fetch(origin.url("/f")), 200);
+    expect_success(body);
+
+    std::filesystem::remove(path());
+    for (const CERTIFICATE& certificate : {authority.other_host(), authority.untrusted()})
+    {
+        options.certificate = certificate;
+        const NGINX_SERVER impostor(options);
+        fetch(impostor.url("/f"));
+        expect_failure(60, -1);
+    }
+    qunsetenv("CURL_CA_BUNDLE");
+}
+
+TEST_F(Downloader, GoesFromHttpsDownToHttpInNoRoundaboutWay)
+{
+    const TEST_AUTHORITY authority;
+    qputenv("SSL_CERT_FILE", authority.ca_file().c_str());
+    server.serve("/f", body);
+    NGINX_OPTIONS options;
+    options.root = dir.path();
+    options.certificate = authority.server();
+    options.redirects = {{"/down", 302, server.url("/f")}};
+    const NGINX_SERVER secure(options);
+    fetch(secure.url("/down"));
+    expect_failure(1, 302);
+    EXPECT_EQ(text_of(*data), "The server redirects from https to http");
+    server.serve("/up", "", {FAULT::redirect(302, secure.url("/down"))});
+    fetch(server.url("/up"));
+    expect_failure(1, 302);
+    EXPECT_FALSE(exists());
+    EXPECT_EQ(server.request_count("/f"), 0U);
+    qunsetenv("SSL_CERT_FILE");
+}
+
+TEST_F(Downloader, ResumesFromNginxAndTakesItsWordForAWholeFile)
+{
+    dir.write("www/f", body);
+    NGINX_OPTIONS options;
+    options.root = dir / "www";
+    const NGINX_SERVER origin(options);
+    dir.write("f", body.substr(0, 50'000));
+    EXPECT_EQ(fetch(origin.url("/f")), 206);
+    expect_success(body);
+    EXPECT_EQ(fetch(origin.url("/f")), 416);
+    expect_success(body);
+
+    options.ranges = false;
+    const NGINX_SERVER without_ranges(options);
+    dir.write("f", body.substr(0, 50'000));
+    EXPECT_EQ(fetch(without_ranges.url("/f")), 200);
+    expect_success(body);
+}

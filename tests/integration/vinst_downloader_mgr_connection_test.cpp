@@ -1,0 +1,192 @@
+#include "tests/integration/manager_fixture.h"
+
+#include "tests/harness/loopback.h"
+#include "tests/harness/proxy_server.h"
+
+namespace
+{
+
+class ConnectionTest : public ManagerTest
+{
+protected:
+    ConnectionTest()
+    {
+        builder.component("one");
+        VINST_MESSAGES::instance().echo_to_console = true;
+    }
+
+    bool test(const VINST_PROXY_SETTINGS& settings)
+    {
+        if (release == nullptr)
+            load();
+        manager = std::make_unique<VINST_DOWNLOADER_MGR>(*release);
+        manager->set_console_mode(true);
+        if (source)
+            manager->proxy_source = source;
+        bool works = false;
+        printed = printed_by([&] { works = manager->test_download(settings); });
+        return works;
+    }
+
+    std::string route() const
+    {
+        return release->test_url().mid(release->test_url().lastIndexOf('/')).toStdString();
+    }
+
+    std::function<CURL_PROXY_INFO()> source;
+    std::unique_ptr<VINST_DOWNLOADER_MGR> manager;
+    std::string printed;
+};
+
+std::string once(const std::string& host, const std::string& port)
+{
+    return "Testing internet connection ... \nINFO: Proxy server: " + host + ", port:" + port +
+           "\n";
+}
+
+}
+
+TEST_F(ConnectionTest, SucceedsOnTheRightFile)
+{
+    dir.make_dir("tmp");
+    qputenv("TMPDIR", (dir / "tmp").c_str());
+    EXPECT_TRUE(test({}));
+    EXPECT_EQ(printed, once("", "") + "Test download -> success\n");
+    EXPECT_TRUE(log_holds("[info] Proxy setting: default\n"));
+    EXPECT_TRUE(log_holds("[info] Testing Internet connection ...\n"));
+    EXPECT_TRUE(log_holds("[info]   Proxy Server: , Port:\n"));
+    EXPECT_TRUE(log_holds("[debug] test download file path: "));
+    EXPECT_EQ(server.request_count(route()), 1U);
+    EXPECT_EQ(list_tree(dir / "tmp"), std::vector<std::string>{});
+    qunsetenv("TMPDIR");
+}
+
+TEST_F(ConnectionTest, TriesTwiceAndTellsTheDetails)
+{
+    load();
+    server.set_faults(route(), {FAULT::status(404)});
+    EXPECT_FALSE(test({}));
+    EXPECT_EQ(server.request_count(route()), 2U);
+    EXPECT_EQ(
+        printed,
+        once("", "") + once("", "") +
+            "Internet connection cannot be established. If you are behind a firewall, enter "
+            "the proxy settings and try again.\nDetails:\nTest download failed with error: The "
+            "requested URL returned error: 404, Httpcode: 404, Curlcode: 22\n");
+    EXPECT_TRUE(log_holds("[debug] Test download -> fail\n"));
+    EXPECT_EQ(manager->error_text().left(47), "Internet connection cannot be established. If y");
+    EXPECT_FALSE(release->proxy_info.has_host());
+}
+
+TEST_F(ConnectionTest, SucceedsAtTheSecondTry)
+{
+    load();
+    server.set_faults(route(), {FAULT::cut_after(1).times(1)});
+    EXPECT_TRUE(test({}));
+    EXPECT_EQ(server.request_count(route()), 2U);
+}
+
+TEST_F(ConnectionTest, FailsOnAnotherFile)
+{
+    load();
+    server.set_faults(route(), {FAULT::other_body("a captive portal's page")});
+    EXPECT_FALSE(test({}));
+    EXPECT_TRUE(log_holds("[info] Download successful, but md5sum doesn't match\n"));
+    EXPECT_NE(printed.find("Httpcode: 200, Curlcode: 0\n"), std::string::npos);
+}
+
+TEST_F(ConnectionTest, FailsOnALibraryErrorBehindA200)
+{
+    load();
+    server.set_faults(route(), {FAULT::claim_length(100'000)});
+    EXPECT_FALSE(test({}));
+    EXPECT_NE(printed.find(", Httpcode: 200, Curlcode: 18\n"), std::string::npos) << printed;
+}
+
+TEST_F(ConnectionTest, StoresTheProxyThatWorked)
+{
+    const PROXY_SERVER gate(PROXY_ENGINE::tinyproxy, "ada", "s3cret");
+    const std::string port = std::to_string(gate.port());
+    EXPECT_TRUE(test({gate.host(), port, "ada", "s3cret", false}));
+    EXPECT_EQ(printed, once(gate.host(), port) + "Test download -> success\n");
+    EXPECT_TRUE(log_holds("[info] Proxy setting: manual\n"));
+    EXPECT_EQ(release->proxy_info.host(), gate.host());
+    EXPECT_EQ(release->proxy_info.port(), port);
+    EXPECT_EQ(release->proxy_info.password(), "s3cret");
+    EXPECT_FALSE(log_holds("s3cret"));
+}
+
+TEST_F(ConnectionTest, KeepsTheReleasesProxyWhereTheTestFails)
+{
+    load();
+    release->proxy_info = {"kept", "1", "", ""};
+    const std::string port = std::to_string(free_port());
+    EXPECT_FALSE(test({"127.0.0.1", port, "", "", false}));
+    EXPECT_EQ(release->proxy_info.host(), "kept");
+    EXPECT_NE(
+        printed.find("Internet connection cannot be established. Verify your proxy settings.\n"
+                     "Details:\nTest download failed with error: "),
+        std::string::npos);
+    EXPECT_NE(printed.find(", Httpcode: -1, Curlcode: 7\n"), std::string::npos);
+}
+
+TEST_F(ConnectionTest, GoesOnWithAProxyThatIsFound)
+{
+    const PROXY_SERVER gate(PROXY_ENGINE::tinyproxy, "ada", "s3cret");
+    const std::string port = std::to_string(gate.port());
+    load();
+    server.set_faults(route(), {FAULT::status(403).times(1)});
+    int asked = 0;
+    source = [&]
+    {
+        ++asked;
+        return CURL_PROXY_INFO(gate.host(), port, "", "");
+    };
+    EXPECT_TRUE(test({"", "", "ada", "s3cret", true}));
+    EXPECT_EQ(asked, 1);
+    EXPECT_EQ(printed, once("", "") + once(gate.host(), port) + "Test download -> success\n");
+    EXPECT_EQ(release->proxy_info.username(), "ada");
+}
+
+TEST_F(ConnectionTest, TriesAFoundProxyTwiceAndLooksForNoOther)
+{
+    load();
+    server.set_faults(route(), {FAULT::status(403)});
+    const std::string port = std::to_string(free_port());
+    int asked = 0;
+    source = [&]
+    {
+        ++asked;
+        return CURL_PROXY_INFO("127.0.0.1", port, "", "");
+    };
+    EXPECT_FALSE(test({}));
+    EXPECT_EQ(asked, 1);
+    EXPECT_EQ(server.request_count(route()), 1U);
+    EXPECT_EQ(
+        printed.find(once("", "") + once("127.0.0.1", port) + once("127.0.0.1", port) +
+                     "Internet connection cannot be established. Verify your proxy settings.\n"),
+        0U)
+        << printed;
+}
+
+TEST_F(ConnectionTest, LooksForNoProxyWhereOneWasNamed)
+{
+    load();
+    source = []() -> CURL_PROXY_INFO
+    {
+        ADD_FAILURE() << "a proxy was named";
+        return {};
+    };
+    EXPECT_FALSE(test({"127.0.0.1", std::to_string(free_port()), "", "", false}));
+}
+
+TEST_F(ConnectionTest, NeedsATemporaryDirectory)
+{
+    load();
+    qputenv("TMPDIR", "/proc");
+    EXPECT_FALSE(test({}));
+    qunsetenv("TMPDIR");
+    EXPECT_EQ(printed, "Error: /proc/ is not writable\n"
+                       "Your temp directory is not writable, cannot perform test download.\n");
+    EXPECT_EQ(server.request_count(route()), 0U);
+}

@@ -1,0 +1,176 @@
+#include "tests/integration/manager_fixture.h"
+
+#include <regex>
+
+namespace
+{
+
+using std::filesystem::perms;
+
+class Integrity : public ManagerTest
+{
+protected:
+    void load_one(std::size_t size = 3000)
+    {
+        builder.component("one").pattern_content(size, 1);
+        builder.component("two").filename("two.vdz").pattern_content(2000, 2);
+        load();
+        one = component("one");
+        manager = std::make_unique<VINST_DOWNLOADER_MGR>(*release);
+        manager->set_components({one}, false);
+    }
+
+    void put(const std::string& content) { dir.write("dl/one.run", content); }
+
+    bool check()
+    {
+        manager->get_progress_percentage(one, true, true, 0);
+        return manager->check_integrity();
+    }
+
+    VINST_COMPONENT* one = nullptr;
+    std::unique_ptr<VINST_DOWNLOADER_MGR> manager;
+};
+
+}
+
+TEST_F(Integrity, PassesAFileThatHasItsSum)
+{
+    load_one();
+    put(content_of("one"));
+    EXPECT_TRUE(check());
+    EXPECT_EQ(manager->passed_components(), VINST_COMPONENT_LIST{one});
+    EXPECT_TRUE(one->integrity_passed);
+    EXPECT_TRUE(one->integrity_checked);
+    EXPECT_EQ(one->checked_download_dir, release->download_dir());
+    EXPECT_FALSE(manager->write_error());
+}
+
+TEST_F(Integrity, FailsAFileThatIsNotThereWithoutAWriteError)
+{
+    load_one();
+    EXPECT_FALSE(check());
+    EXPECT_EQ(manager->failed_components(), VINST_COMPONENT_LIST{one});
+    EXPECT_FALSE(manager->write_error());
+    EXPECT_TRUE(log_holds("[debug] add failed component: one\n"));
+    EXPECT_FALSE(log_holds("MD5 =>"));
+}
+
+TEST_F(Integrity, FailsAWrongSumWithAWriteError)
+{
+    load_one();
+    put(std::string(3000, 'x'));
+    EXPECT_FALSE(check());
+    EXPECT_EQ(manager->failed_components(), VINST_COMPONENT_LIST{one});
+    EXPECT_TRUE(manager->write_error());
+    EXPECT_TRUE(log_holds("MD5 => " + (dir / "dl/one.run").string() +
+                          ", actual md5:" + calc_md5sum(one->local_file_path()).toStdString() +
+                          ", expected md5:" + one->md5sum.toStdString() + "\n"));
+}
+
+TEST_F(Integrity, ComparesSumsByTheLetter)
+{
+    load_one();
+    put(content_of("one"));
+    EXPECT_TRUE(check_md5(one));
+    one->md5sum = one->md5sum.toUpper();
+    EXPECT_FALSE(check_md5(one));
+    one->md5sum.clear();
+    EXPECT_FALSE(check_md5(one));
+}
+
+TEST_F(Integrity, HoldsForTheDirectoryInWhichItWasMade)
+{
+    load_one();
+    put(content_of("one"));
+    ASSERT_TRUE(check());
+    release->set_download_dir(QString::fromStdString((dir / "other").string()));
+    EXPECT_FALSE(manager->check_integrity());
+    EXPECT_EQ(manager->failed_components(), VINST_COMPONENT_LIST{one});
+    EXPECT_FALSE(manager->write_error());
+    dir.write("other/one.run", content_of("one"));
+    EXPECT_TRUE(check());
+}
+
+TEST_F(Integrity, DropsAResultThatCameForAnotherDirectory)
+{
+    load_one();
+    put(content_of("one"));
+    manager->get_progress_percentage(one, true, true, 0);
+    release->set_download_dir(QString::fromStdString((dir / "other").string()));
+    EXPECT_FALSE(manager->check_integrity());
+    EXPECT_FALSE(one->integrity_checked);
+}
+
+TEST_F(Integrity, ReturnsAtOnceAfterAStop)
+{
+    load_one();
+    put(std::string(3000, 'x'));
+    manager->stop();
+    EXPECT_TRUE(manager->check_integrity());
+    EXPECT_TRUE(manager->failed_components().empty());
+    download_stop_requested = false;
+}
+
+TEST_F(Integrity, MakesVerifiedInstallersExecutableAndNothingElse)
+{
+    load_one();
+    put(content_of("one"));
+    dir.write("dl/two.vdz", content_of("two"));
+    const perms before = std::filesystem::status(dir / "dl/two.vdz").permissions();
+    VINST_COMPONENT* two = component("two");
+    manager->set_components({one, two}, true);
+    EXPECT_TRUE(manager->check_integrity());
+    EXPECT_EQ(std::filesystem::status(dir / "dl/one.run").permissions(), perms::owner_all);
+    EXPECT_EQ(std::filesystem::status(dir / "dl/two.vdz").permissions(), before);
+}
+
+TEST_F(Integrity, LeavesNoTaskBehind)
+{
+    load_one();
+    put(content_of("one"));
+    manager->get_progress_percentage(one, true, true, 0);
+    EXPECT_TRUE(VINST_DOWNLOADER_MGR::has_pending_integrity_tasks());
+    manager->get_progress_percentage(one, true, true, 0);
+    EXPECT_TRUE(manager->check_integrity());
+    EXPECT_FALSE(VINST_DOWNLOADER_MGR::has_pending_integrity_tasks());
+}
+
+TEST_F(Integrity, WritesNoResultOfACancelledCheck)
+{
+    load_one(50'000'000);
+    put(content_of("one"));
+    manager->get_progress_percentage(one, true, true, 0);
+    manager->cancel_integrity_tasks();
+    EXPECT_FALSE(VINST_DOWNLOADER_MGR::has_pending_integrity_tasks());
+    manager.reset(); // waits for the worker
+    EXPECT_FALSE(one->integrity_checked);
+}
+
+TEST_F(Integrity, IsShownByAView)
+{
+    load_one();
+    put(content_of("one"));
+    RECORDING_VIEW view;
+    VINST_DOWNLOADER_MGR windowed(*release, &view);
+    windowed.set_components({one}, true);
+    EXPECT_TRUE(windowed.check_integrity());
+    EXPECT_EQ(view.states.back(), std::pair(one, VINST_INTEGRITY_STATE::passed));
+    put(std::string(3000, 'x'));
+    one->integrity_checked = false;
+    windowed.set_components({one}, true);
+    EXPECT_FALSE(windowed.check_integrity());
+    EXPECT_EQ(view.states.back(), std::pair(one, VINST_INTEGRITY_STATE::failed));
+}
+
+TEST_F(Integrity, LogsHowLongASumTook)
+{
+    load_one();
+    const std::string path = dir.write("file", "abc").string();
+    EXPECT_EQ(calc_md5sum(QString::fromStdString(path)), "900150983cd24fb0d6963f7d28e17f72");
+    EXPECT_TRUE(std::regex_search(
+        log(), std::regex("\\[debug\\] calc_md5sum for file: " + path + ", took: [0-9]+ ms\\.\n")));
+    EXPECT_EQ(calc_md5sum(QString::fromStdString((dir / "none").string())), "");
+    EXPECT_EQ(calc_md5sum(dir.qstr()), "");
+    EXPECT_EQ(calc_md5sum(QString::fromStdString(path), [] { return true; }), "");
+}

@@ -1,0 +1,292 @@
+#include "tests/integration/manager_fixture.h"
+
+#include "support/curl/curl_progress_data.h"
+#include "tests/harness/loopback.h"
+
+namespace
+{
+
+using namespace std::chrono_literals;
+
+class Manager : public ManagerTest
+{
+protected:
+    /// One console attempt at all components; what it printed is in `printed`.
+    bool attempt()
+    {
+        if (manager == nullptr)
+        {
+            manager = std::make_unique<VINST_DOWNLOADER_MGR>(*release);
+            manager->set_console_mode(true);
+            VINST_MESSAGES::instance().echo_to_console = true;
+            manager->set_components(all(), false);
+        }
+        bool result = false;
+        printed = printed_by([&] { result = manager->download(4); });
+        return result;
+    }
+
+    bool printed_holds(const std::string& text) const
+    {
+        return printed.find(text) != std::string::npos;
+    }
+
+    std::string on_disk(const std::string& file) const { return dir.read("dl/" + file); }
+
+    std::unique_ptr<VINST_DOWNLOADER_MGR> manager;
+    std::string printed;
+};
+
+}
+
+TEST_F(Manager, FetchesAndChecksAllComponents)
+{
+    builder.component("one").title("The One").pattern_content(3000, 1);
+    builder.component("two").pattern_content(5000, 2).title("");
+    load();
+    EXPECT_TRUE(attempt());
+    EXPECT_EQ(on_disk("one.run"), content_of("one"));
+    EXPECT_EQ(on_disk("two.run"), content_of("two"));
+    EXPECT_EQ(manager->passed_components(), all());
+    EXPECT_TRUE(manager->failed_components().empty());
+    EXPECT_EQ(printed.find("Download progress:\nThe One: [...]\ntwo: [...]\n\n\n\n"), 0U)
+        << printed;
+    EXPECT_TRUE(printed_holds("\x1b[5A\x1b[2K\rThe One: ["));
+    EXPECT_TRUE(printed_holds("The One: [3000 / 3000] 100% \ntwo: [5000 / 5000] 100% \n"
+                              "Total downloaded: [7.81 KB / 7.81 KB]      \n"));
+    EXPECT_TRUE(printed_holds("\nChecking file integrity ...\nDownload successful\n"));
+    EXPECT_TRUE(log_holds("[info] Do download ...\n"));
+    EXPECT_TRUE(log_holds("[debug] add passed component: one\n"));
+    EXPECT_EQ(component("one")->progress_data->http_code, 200);
+}
+
+TEST_F(Manager, AsksNeverAgainForAVerifiedFile)
+{
+    builder.component("one").title("One").pattern_content(3000, 1);
+    builder.component("two").pattern_content(3000, 2);
+    load();
+    server.set_faults("/two.run", {FAULT::status(503).times(1)});
+    EXPECT_FALSE(attempt());
+    EXPECT_TRUE(attempt());
+    EXPECT_TRUE(attempt());
+    EXPECT_EQ(server.request_count("/one.run"), 1U);
+    EXPECT_EQ(server.request_count("/two.run"), 2U);
+    EXPECT_TRUE(printed_holds("One: [3000 / 3000] 100% \n"));
+    EXPECT_FALSE(printed_holds("Avg. download speed"));
+    EXPECT_EQ(manager->passed_components().size(), 2U);
+}
+
+TEST_F(Manager, FetchesACorruptFileAgainInTheVeryNextAttempt)
+{
+    builder.component("one").pattern_content(3000, 1);
+    load();
+    server.set_faults("/one.run", {FAULT::other_body(std::string(3000, 'x')).times(1)});
+    EXPECT_FALSE(attempt());
+    EXPECT_TRUE(printed_holds(
+        "Download failed. Failed to write data to the destination. Ensure you have sufficient disk "
+        "space.\n"));
+    EXPECT_TRUE(manager->write_error());
+    EXPECT_EQ(manager->failed_components(), all());
+    EXPECT_TRUE(log_holds("[debug] MD5 => " + (dir / "dl/one.run").string() + ", actual md5:"));
+    EXPECT_FALSE(VINST_DOWNLOADER_MGR::has_pending_integrity_tasks());
+    EXPECT_TRUE(attempt());
+    EXPECT_TRUE(log_holds("[info] Deleting corrupted components...\n"));
+    EXPECT_EQ(on_disk("one.run"), content_of("one"));
+    EXPECT_EQ(server.requests("/one.run").at(1).range(), "");
+}
+
+TEST_F(Manager, ChecksAWholeFileThatItFinds)
+{
+    builder.component("one").pattern_content(3000, 1);
+    load();
+    dir.write("dl/one.run", content_of("one"));
+    EXPECT_TRUE(attempt());
+    EXPECT_LT(server.body_bytes("/one.run"), 100U);
+    EXPECT_FALSE(printed_holds("Est. time remaining"));
+}
+
+TEST_F(Manager, TakesAWholeFileWithoutAServer)
+{
+    builder.component("one").pattern_content(3000, 1);
+    builder.download_url("http://127.0.0.1:" + std::to_string(free_port()));
+    load();
+    dir.write("dl/one.run", content_of("one"));
+    EXPECT_TRUE(attempt());
+}
+
+TEST_F(Manager, DeletesWhatIsNotFound)
+{
+    builder.component("one").title("One").pattern_content(3000, 1);
+    load();
+    dir.write("dl/one.run", content_of("one").substr(0, 100));
+    server.set_faults("/one.run", {FAULT::status(404)});
+    EXPECT_FALSE(attempt());
+    EXPECT_TRUE(printed_holds(
+        "One: Error: The requested URL returned error: 404, Httpcode: 404, Curlcode: 22\n"));
+    EXPECT_TRUE(printed_holds("\nDownload failed. Error 404: File not found.\n"));
+    EXPECT_TRUE(manager->not_found_error());
+    EXPECT_FALSE(manager->write_error());
+    EXPECT_FALSE(std::filesystem::exists(dir / "dl/one.run"));
+    EXPECT_EQ(manager->lasting_error_texts(), QStringList{"Error 404: File not found."});
+    EXPECT_TRUE(manager->error_lines().contains(
+        "One: Error: The requested URL returned error: 404, Httpcode: 404, Curlcode: 22"));
+}
+
+TEST_F(Manager, TellsAWriteErrorBeforeAMissingFile)
+{
+    builder.component("one").pattern_content(3000, 1);
+    builder.component("two").pattern_content(3000, 2);
+    load();
+    server.set_faults("/one.run", {FAULT::status(404)});
+    server.set_faults("/two.run", {FAULT::other_body(std::string(3000, 'x'))});
+    EXPECT_FALSE(attempt());
+    EXPECT_TRUE(printed_holds(
+        "Download failed. Failed to write data to the destination. Ensure you have sufficient disk "
+        "space.. Error 404: File not found.\n"));
+}
+
+TEST_F(Manager, TellsWhyNoServerAnsweredOnceForAllFiles)
+{
+    builder.component("one").title("One").pattern_content(3000, 1);
+    builder.component("two").pattern_content(3000, 2);
+    const int port = free_port();
+    builder.download_url("http://127.0.0.1:" + std::to_string(port));
+    load();
+    EXPECT_FALSE(attempt());
+    EXPECT_FALSE(printed_holds("Error:"));
+    const std::size_t reason =
+        printed.find("Download failed\nOne: Failed to connect to 127.0.0.1 port ");
+    ASSERT_NE(reason, std::string::npos) << printed;
+    EXPECT_TRUE(component("one")->progress_data->http_code == -1);
+    EXPECT_FALSE(manager->write_error());
+    // What stands on the screen is what the next attempt moves over.
+    EXPECT_NE(manager->progress_text().indexOf("One: Failed to connect"), -1);
+}
+
+TEST_F(Manager, TellsALinkInAFilesPlace)
+{
+    builder.component("one").title("One").pattern_content(3000, 1);
+    load();
+    std::filesystem::create_symlink(dir / "elsewhere", dir / "dl/one.run");
+    EXPECT_FALSE(attempt());
+    EXPECT_TRUE(manager->write_error());
+    EXPECT_TRUE(printed_holds("\nOne: Cannot write " + (dir / "dl/one.run").string() +
+                              ": it is a link. Remove it and try again\n"))
+        << printed;
+    EXPECT_FALSE(std::filesystem::exists(dir / "elsewhere"));
+}
+
+TEST_F(Manager, NeverCompletesAComponentWithoutASize)
+{
+    builder.component("one").title("One").pattern_content(3000, 1).raw_key("size", "0");
+    load();
+    EXPECT_FALSE(attempt());
+    EXPECT_TRUE(printed_holds("One: [3000 / 0] 0% \n"));
+    EXPECT_FALSE(component("one")->download_complete);
+    EXPECT_EQ(manager->failed_components(), all());
+    EXPECT_FALSE(manager->write_error());
+}
+
+TEST_F(Manager, LeavesOutComponentsWithoutAFile)
+{
+    builder.component("group").no_file();
+    builder.component("one").pattern_content(3000, 1);
+    load();
+    EXPECT_TRUE(attempt());
+    EXPECT_EQ(manager->components(), VINST_COMPONENT_LIST{component("one")});
+}
+
+TEST_F(Manager, LetsNoFilePassThatGrewAfterItsCheck)
+{
+    // The server's file is longer than the manifest says, and what is on disk is its right start.
+    builder.component("one").pattern_content(3000, 1);
+    load();
+    dir.write("dl/one.run", content_of("one"));
+    server.serve("/one.run", content_of("one") + std::string(5000, 'x'));
+    EXPECT_FALSE(attempt());
+    EXPECT_TRUE(manager->write_error());
+    EXPECT_GT(std::filesystem::file_size(dir / "dl/one.run"), 3000U);
+}
+
+TEST_F(Manager, ShowsControlCharactersOfATitleReplaced)
+{
+    builder.component("one").title("One\x1b[2J").pattern_content(3000, 1);
+    load();
+    EXPECT_TRUE(attempt());
+    EXPECT_TRUE(printed_holds("One\xEF\xBF\xBD[2J: [3000 / 3000] 100% \n"));
+}
+
+TEST_F(Manager, StopsInTheMiddle)
+{
+    builder.component("one").pattern_content(300'000, 1);
+    builder.component("two").pattern_content(3000, 2);
+    load();
+    server.set_faults("/one.run", {FAULT::stall_after(1000)});
+    server.set_faults("/two.run", {FAULT::status(404)});
+    RECORDING_VIEW view;
+    VINST_DOWNLOADER_MGR windowed(*release, &view);
+    windowed.set_components(all(), false);
+    view.on_events = [&] { windowed.stop(); };
+    const auto start = std::chrono::steady_clock::now();
+    windowed.download(4);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 4s);
+    EXPECT_EQ(view.statuses.back(), "Download stopped");
+    EXPECT_EQ(windowed.progress_text().section('\n', -2, -2), "Download stopped");
+    EXPECT_EQ(component("one")->progress_data->curl_code, 42);
+    EXPECT_TRUE(windowed.passed_components().empty());
+}
+
+TEST_F(Manager, TellsAViewAllThatHappens)
+{
+    builder.component("one").pattern_content(2048, 1);
+    load();
+    RECORDING_VIEW view;
+    VINST_DOWNLOADER_MGR windowed(*release, &view);
+    windowed.set_components(all(), false);
+    EXPECT_EQ(view.statuses, std::vector<std::string>{"Download progress:"});
+    EXPECT_EQ(view.overall, "0.00 B / 2.00 KB");
+    EXPECT_TRUE(windowed.download(1));
+    EXPECT_EQ(view.statuses,
+              (std::vector<std::string>{"Download progress:", "Downloading selected components...",
+                                        "Checking file integrity, please wait...",
+                                        "Download successful"}));
+    EXPECT_EQ(view.overall, "2.00 KB / 2.00 KB");
+    EXPECT_EQ(view.overall_percent, 100U);
+    EXPECT_EQ(view.percentages.back().second, 100U);
+    EXPECT_EQ(view.states.back(), std::pair(component("one"), VINST_INTEGRITY_STATE::passed));
+    EXPECT_EQ(view.speeds.back(), "");
+    EXPECT_EQ(view.remaining.back(), "");
+}
+
+TEST_F(Manager, CountsOnlySelectedComponentsForTheView)
+{
+    builder.component("one").pattern_content(2048, 1);
+    builder.component("two").pattern_content(4096, 2).selected(false);
+    load();
+    dir.write("dl/one.run", std::string(1024, 'x'));
+    RECORDING_VIEW view;
+    VINST_DOWNLOADER_MGR windowed(*release, &view);
+    windowed.set_components(all(), true);
+    EXPECT_EQ(view.overall, "1.00 KB / 2.00 KB");
+    EXPECT_EQ(view.overall_percent, 50U);
+}
+
+TEST_F(Manager, MeasuresAFileOnlyWhenAsked)
+{
+    builder.component("one").pattern_content(2000, 1);
+    load();
+    VINST_DOWNLOADER_MGR plain(*release);
+    VINST_COMPONENT* one = component("one");
+    dir.write("dl/one.run", std::string(500, 'x'));
+    EXPECT_EQ(plain.get_progress_percentage(one, false, true, 0), 25U);
+    EXPECT_EQ(one->bytes_on_disk, 500U);
+    dir.write("dl/one.run", std::string(600, 'x'));
+    EXPECT_EQ(plain.get_progress_percentage(one, false, false, 500), 50U);
+    EXPECT_EQ(one->bytes_on_disk, 500U);
+    one->integrity_checked = true;
+    EXPECT_EQ(plain.get_progress_percentage(one, false, false, 1499), 99U);
+    EXPECT_FALSE(one->integrity_checked);
+    EXPECT_FALSE(one->download_complete);
+    EXPECT_EQ(plain.get_progress_percentage(one, false, false, 99999), 100U);
+    EXPECT_TRUE(one->download_complete);
+}
