@@ -15,6 +15,7 @@
 #include <QUrl>
 
 #include <boost/program_options/parsers.hpp>
+#include <boost/program_options/positional_options.hpp>
 
 #include <algorithm>
 #include <cstdlib>
@@ -127,8 +128,13 @@ bool VINST_OPTIONS::parse_variables(int argc, char** argv)
     const VINST_OPTION_GROUPS groups({});
     try
     {
+        // No argument stands by itself: a stray word is an error, not nothing.
         boost::program_options::store(
-            boost::program_options::parse_command_line(argc, argv, groups.all()), variables);
+            boost::program_options::command_line_parser(argc, argv)
+                .options(groups.all())
+                .positional(boost::program_options::positional_options_description())
+                .run(),
+            variables);
         boost::program_options::notify(variables);
     }
     catch (const std::exception& error)

@@ -181,7 +181,7 @@ TEST_F(Manager, NeverCompletesAComponentWithoutASize)
     builder.component("one").title("One").pattern_content(3000, 1).raw_key("size", "0");
     load();
     EXPECT_FALSE(attempt());
-    EXPECT_TRUE(printed_holds("One: [3000 / 0] 0% \n"));
+    EXPECT_TRUE(printed_holds("One: [0 / 0] 0% \n"));
     EXPECT_FALSE(component("one")->download_complete);
     EXPECT_EQ(manager->failed_components(), all());
     EXPECT_FALSE(manager->write_error());

@@ -1,0 +1,185 @@
+#include "tests/integration/host_fixture.h"
+
+#include "tests/harness/installer_scripts.h"
+
+#include <csignal>
+
+namespace
+{
+
+class HostEntry : public HostTest
+{
+protected:
+    std::vector<std::string> temporary_logs() const
+    {
+        std::vector<std::string> names;
+        for (const std::string& name : list_tree(dir / "tmp"))
+            if (name.find("vinst_") == 0)
+                names.push_back(name);
+        return names;
+    }
+};
+
+}
+
+TEST_F(HostEntry, NeedsATemporaryDirectory)
+{
+    builder.component("one");
+    publish();
+    environment["TMPDIR"] = "/proc";
+    run(run_arguments());
+    expect_stopped("Error: /proc/ is not writable\n"
+                   "Ensure your temp directory is writable before running this application.\n");
+}
+
+TEST_F(HostEntry, NeedsAManifest)
+{
+    const std::string missing = (dir / "none.json").string();
+    environment["vinst_manifest"] = missing;
+    run(run_arguments());
+    EXPECT_TRUE(result.exited_with(1));
+    const std::string tree =
+        std::string(VINST_TEST_BINARY_DIR) + "/bin/../../ib_installers/manifest_files/";
+    EXPECT_EQ(output,
+              "Manifest file " + tree +
+                  "manifest_linux_standard.json does not exist\nCannot read manifest data\n");
+    environment["vinst_manifest"] = dir.write("bad.json", "{}").string();
+    run(run_arguments());
+    expect_stopped("Manifest file " + (dir / "bad.json").string() +
+                   " is not in the supported format\nCannot read manifest data\n");
+}
+
+TEST_F(HostEntry, KeepsTheLogsOfEarlierRuns)
+{
+    builder.component("one");
+    publish();
+    for (int i = 0; i < 3; ++i)
+        run(run_arguments());
+    EXPECT_TRUE(result.exited_with(0));
+    EXPECT_TRUE(temporary_logs().empty());
+    for (const char* ending : {"", ".1", ".2"})
+    {
+        const std::string path = log_path() + ending;
+        ASSERT_TRUE(std::filesystem::exists(path)) << path;
+        EXPECT_EQ(std::filesystem::status(path).permissions(),
+                  std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+    }
+    EXPECT_NE(
+        read_file(log_path() + ".1").find("Welcome to the Orvane Veltrin Crest Pro Edition 5.2"),
+        std::string::npos);
+}
+
+TEST_F(HostEntry, LeavesTheLogOfAStoppedRunInTheTemporaryDirectory)
+{
+    builder.component("one");
+    publish();
+    run({});
+    ASSERT_EQ(temporary_logs().size(), 1U);
+    EXPECT_NE(
+        dir.read("tmp/" + temporary_logs()[0]).find("[error] Download directory is not specified."),
+        std::string::npos);
+    run({"--help"});
+    EXPECT_EQ(temporary_logs().size(), 1U);
+}
+
+TEST_F(HostEntry, MovesTheLogToAnotherFileSystem)
+{
+    if (!TMPFS_DIR::available())
+        GTEST_SKIP() << "file systems can't be mounted here";
+    builder.component("one");
+    publish();
+    const TMPFS_DIR disk(4 * 1024 * 1024);
+    run({"--download-dir", disk.path().string()});
+    EXPECT_TRUE(std::filesystem::exists(disk.path() / "vinst-5.2.0.31-pro.log"));
+    EXPECT_TRUE(temporary_logs().empty());
+}
+
+TEST_F(HostEntry, LetsNoManifestNameTheLogElsewhere)
+{
+    builder.edition("../../../evil/x").component("one");
+    publish();
+    run(run_arguments());
+    EXPECT_TRUE(std::filesystem::exists(downloads() + "/vinst-5.2.0.31-.._.._.._evil_x.log"));
+}
+
+TEST_F(HostEntry, HandlesAnyNameWhateverTheLocale)
+{
+    builder.component("one").filename("gr\u00f6\u00dfe.run");
+    publish();
+    server.serve("/gr%C3%B6%C3%9Fe.run", read_file(builder.file("one").path));
+    environment["LC_ALL"] = "C";
+    const std::string target = (dir / "\u00dcbung").string();
+    run({"--download-dir", target});
+    EXPECT_TRUE(output_holds("Download dir: " + target + "\n"));
+    EXPECT_TRUE(output_holds("\nDownload successful\n")) << output;
+    EXPECT_TRUE(std::filesystem::exists(target + "/gr\u00f6\u00dfe.run"));
+}
+
+TEST_F(HostEntry, HandsItsInstallersTheEnvironmentOfTheUser)
+{
+    builder.component("one").content("#!/bin/sh\nenv\n");
+    publish();
+    environment["QT_QPA_PLATFORMTHEME"] = "mine";
+    run(run_arguments({"--install-dir", installed(), "--accept-eula"}));
+    EXPECT_TRUE(output_holds("Installation completed successfully"));
+    EXPECT_EQ(log().find("QT_QPA_PLATFORM="), std::string::npos);
+    EXPECT_NE(log().find("QT_QPA_PLATFORMTHEME=mine\n"), std::string::npos);
+}
+
+TEST_F(HostEntry, EndsWithWordsOnAFatalSignal)
+{
+    builder.component("one");
+    publish();
+    server.set_faults("/one.run", {FAULT::stall_before_headers()});
+    CHILD_PROCESS child(setup(run_arguments()));
+    ASSERT_TRUE(child.wait_for_output("Download progress:", 20s));
+    child.send_signal(SIGSEGV);
+    const auto ended = child.wait(10s);
+    ASSERT_TRUE(ended);
+    EXPECT_TRUE(ended->exited_with(2));
+    EXPECT_EQ(child.errors(),
+              "Fatal error: SE 11 thrown. The Veltrin Crest software will now exit.\n");
+}
+
+TEST_F(HostEntry, LeavesAFaultToTheDebugger)
+{
+    builder.component("one");
+    publish();
+    server.set_faults("/one.run", {FAULT::stall_before_headers()});
+    environment["VINST_DEBUG"] = "1";
+    CHILD_PROCESS child(setup(run_arguments()));
+    ASSERT_TRUE(child.wait_for_output("Download progress:", 20s));
+    child.send_signal(SIGFPE);
+    const auto ended = child.wait(10s);
+    ASSERT_TRUE(ended);
+    EXPECT_FALSE(ended->exited_with(2));
+    EXPECT_EQ(child.errors().find("Veltrin Crest"), std::string::npos);
+}
+
+TEST_F(HostEntry, DropsQtsMessagesUnlessTheyAreAskedFor)
+{
+    builder.component("one");
+    publish();
+    // Qt warns where no runtime directory is set, as in the tests' environment.
+    const std::string warning = "XDG_RUNTIME_DIR not set";
+    run({"--help"});
+    EXPECT_EQ(errors.find(warning), std::string::npos);
+    for (const char* name : {"VINST_SHOW_QT_MESSAGES", "VINST_ENABLE_QT_MESSAGES", "VINST_DEBUG"})
+    {
+        environment = {{name, "1"}};
+        run({"--help"});
+        EXPECT_NE(errors.find(warning), std::string::npos) << name;
+        environment = {{name, ""}};
+        run({"--help"});
+        EXPECT_EQ(errors.find(warning), std::string::npos) << name;
+    }
+}
+
+TEST(SharedLibrary, ExportsOneFunction)
+{
+    const std::string library = std::string(VINST_TEST_BINARY_DIR) + "/lib/libvinst.so";
+    const std::string symbols =
+        run_tool({"nm", {"-D", "--defined-only", "--format=posix", library}});
+    EXPECT_EQ(symbols.substr(0, symbols.find(' ')), "install_vinst_run");
+    EXPECT_EQ(symbols.find('\n'), symbols.size() - 1) << symbols;
+}

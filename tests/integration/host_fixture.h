@@ -1,0 +1,95 @@
+#pragma once
+
+#include "tests/harness/child_process.h"
+#include "tests/harness/fault_server.h"
+#include "tests/harness/release_builder.h"
+#include "tests/harness/temp_dir.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <map>
+#include <string>
+#include <vector>
+
+using namespace std::chrono_literals;
+
+using ARGUMENTS = std::vector<std::string>;
+
+/// Runs the console host as a process of its own over a release on a fault server.
+class HostTest : public ::testing::Test
+{
+protected:
+    HostTest() : builder(dir / "release")
+    {
+        builder.download_url(server.url("")).test_file(server.url(""));
+    }
+
+    static std::string host(const std::string& name = "vinst")
+    {
+        return std::string(VINST_TEST_BINARY_DIR) + "/bin/" + name;
+    }
+
+    /// Writes the release and serves it.
+    void publish()
+    {
+        manifest = builder.write().string();
+        server.serve_directory(dir / "release");
+    }
+
+    CHILD_SETUP setup(const ARGUMENTS& arguments, const std::string& name = "vinst") const
+    {
+        CHILD_SETUP child{host(name), arguments, dir.path(), {}};
+        child.live_in(dir.path());
+        if (!manifest.empty())
+            child.environment["vinst_manifest"] = manifest;
+        for (const auto& [name_of_variable, value] : environment)
+            child.environment[name_of_variable] = value;
+        return child;
+    }
+
+    /// The arguments of a run into the download directory, and more.
+    ARGUMENTS run_arguments(const ARGUMENTS& more = {}) const
+    {
+        ARGUMENTS arguments{"--download-dir", downloads()};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        return arguments;
+    }
+
+    /// Runs the host to its end.
+    void run(const ARGUMENTS& arguments, const std::string& name = "vinst")
+    {
+        CHILD_PROCESS child(setup(arguments, name));
+        const auto ended = child.wait(120s);
+        ASSERT_TRUE(ended) << child.output() << child.errors();
+        result = *ended;
+        output = child.output();
+        errors = child.errors();
+    }
+
+    void expect_stopped(const std::string& expected_output)
+    {
+        EXPECT_TRUE(result.exited_with(1));
+        EXPECT_EQ(output, expected_output);
+    }
+
+    std::string downloads() const { return (dir / "dl").string(); }
+    std::string installed() const { return (dir / "inst").string(); }
+    std::string log_path() const { return downloads() + "/vinst-5.2.0.31-pro.log"; }
+    std::string log() const { return read_file(log_path()); }
+
+    bool output_holds(const std::string& text) const
+    {
+        return output.find(text) != std::string::npos;
+    }
+
+    TEMP_DIR dir;
+    FAULT_SERVER server;
+    RELEASE_BUILDER builder;
+    std::string manifest;
+    std::map<std::string, std::string> environment; ///< more, or in place of the usual
+    CHILD_RESULT result;
+    std::string output;
+    std::string errors;
+};
