@@ -608,7 +608,9 @@ TEST_P(ThroughAProxy, ReachesHttpsByATunnel)
 }
 
 INSTANTIATE_TEST_SUITE_P(Engines, ThroughAProxy,
-                         ::testing::Values(PROXY_ENGINE::tinyproxy, PROXY_ENGINE::squid));
+                         ::testing::Values(PROXY_ENGINE::tinyproxy, PROXY_ENGINE::squid),
+                         [](const auto& engine)
+                         { return engine.param == PROXY_ENGINE::squid ? "squid" : "tinyproxy"; });
 
 TEST_F(Downloader, FollowsTheEnvironmentsProxyWhereNoneIsNamed)
 {

@@ -1,0 +1,161 @@
+#include "tests/integration/host_fixture.h"
+
+namespace
+{
+
+/// A fault of the server, and what the run says of it.
+struct FAULT_CASE
+{
+    const char* name;
+    FAULT fault;
+    std::size_t on_disk; ///< bytes of the file that are there before the run
+    const char* line;    ///< of the component, in the progress block
+    const char* result;  ///< behind "Download failed"
+    std::size_t kept;    ///< bytes that the run leaves on disk
+};
+
+constexpr const char* write_error =
+    ". Failed to write data to the destination. Ensure you have sufficient disk space.";
+
+const FAULT_CASE cases[] = {
+    {"Cut", FAULT::cut_after(1000), 0,
+     "One: Error: transfer closed with 2000 bytes remaining to read, Httpcode: 200, Curlcode: 18",
+     "", 1000},
+    {"Reset", FAULT::reset_after(1000), 0,
+     "One: Error: Recv failure: Connection reset by peer, Httpcode: 200, Curlcode: 56", "", 1000},
+    {"ShortLie", FAULT::claim_length(1000), 0, "One: [1000 / 3000] 33% ", "", 1000},
+    {"WrongContentRange", FAULT::wrong_range_start(10), 500,
+     "One: Error: The server sent the file from byte 510 on, asked for byte 500, Httpcode: 206, "
+     "Curlcode: 33",
+     "", 500},
+    {"NoContentRange", FAULT::without_content_range(), 500,
+     "One: Error: The server sent a part of the file without saying which part, Httpcode: 206, "
+     "Curlcode: 33",
+     "", 500},
+    {"RangeNotSatisfiable", FAULT::range_not_satisfiable(true), 500,
+     "One: Error: The server has nothing from byte 500 on, where the file on disk ends, Httpcode: "
+     "416, "
+     "Curlcode: 33",
+     "", 500},
+    {"NotFound", FAULT::status(404), 500,
+     "One: Error: The requested URL returned error: 404, Httpcode: 404, Curlcode: 22",
+     ". Error 404: File not found.", 0},
+    {"TooManyRequests", FAULT::status(429, "<html>wait</html>", {{"Retry-After", "3"}}), 500,
+     "One: Error: The requested URL returned error: 429, Httpcode: 429, Curlcode: 22", "", 500},
+    {"ServerError", FAULT::status(500), 500,
+     "One: Error: The requested URL returned error: 500, Httpcode: 500, Curlcode: 22", "", 500},
+    {"Unavailable", FAULT::status(503), 0,
+     "One: Error: The requested URL returned error: 503, Httpcode: 503, Curlcode: 22", "", 0},
+    {"Encoded", FAULT::content_encoding("gzip"), 0,
+     "One: Error: The server sent the file encoded, which was not asked for, Httpcode: 200, "
+     "Curlcode: "
+     "61",
+     "", 0},
+    {"WithoutALength", FAULT::without_length(1000), 0, "One: [1000 / 3000] 33% ", "", 1000},
+    {"CaptivePortal", FAULT::other_body("<html>log in</html>"), 0, "One: [19 / 3000] 0% ", "", 19},
+    {"OtherContent", FAULT::other_body(std::string(3000, 'x')), 0, "One: [3000 / 3000] 100% ",
+     write_error, 3000},
+    {"Loop", FAULT::redirect(302, "/one.run"), 0,
+     "One: Error: Maximum (10) redirects followed, Httpcode: 302, Curlcode: 47", "", 0},
+};
+
+void PrintTo(const FAULT_CASE& fault, std::ostream* out)
+{
+    *out << fault.name;
+}
+
+class HostFault : public HostTest, public ::testing::WithParamInterface<FAULT_CASE>
+{
+};
+
+}
+
+TEST_P(HostFault, IsToldInTheProgressBlockAndTheResult)
+{
+    const FAULT_CASE& fault = GetParam();
+    builder.component("one").title("One").pattern_content(3000, 1);
+    publish();
+    if (fault.on_disk > 0)
+        dir.write("dl/one.run", read_file(builder.file("one").path).substr(0, fault.on_disk));
+    server.set_faults("/one.run", {fault.fault});
+    run(run_arguments({"--retry-duration", "0"}));
+    EXPECT_TRUE(result.exited_with(0));
+    EXPECT_TRUE(output_holds(std::string(fault.line) + "\n")) << output;
+    EXPECT_TRUE(output_holds(std::string("\nChecking file integrity ...\nDownload failed") +
+                             fault.result +
+                             "\nDownload failed. Exceeded retry limit. Process aborted.\n"))
+        << output;
+    const std::string path = downloads() + "/one.run";
+    EXPECT_EQ(std::filesystem::exists(path) ? std::filesystem::file_size(path) : 0, fault.kept);
+}
+
+INSTANTIATE_TEST_SUITE_P(Server, HostFault, ::testing::ValuesIn(cases),
+                         [](const auto& fault) { return fault.param.name; });
+
+namespace
+{
+
+class HostFaults : public HostTest
+{
+};
+
+}
+
+TEST_F(HostFaults, DoNotSpoilAFileThatIsWholeAllTheSame)
+{
+    builder.component("one").title("One").pattern_content(3000, 1);
+    publish();
+    server.set_faults("/one.run", {FAULT::claim_length(3500)});
+    run(run_arguments({"--retry-duration", "0"}));
+    EXPECT_TRUE(
+        output_holds("One: Error: transfer closed with 500 bytes remaining to read, Httpcode: "
+                     "200, Curlcode: 18\n"))
+        << output;
+    EXPECT_FALSE(output_holds("Process aborted"));
+    EXPECT_EQ(dir.read("dl/one.run"), read_file(builder.file("one").path));
+}
+
+TEST_F(HostFaults, EndHeadersThatDoNotEnd)
+{
+    builder.component("one").title("One").pattern_content(3000, 1);
+    publish();
+    server.set_faults("/one.run", {FAULT::endless_headers()});
+    run(run_arguments({"--retry-duration", "0"}));
+    EXPECT_TRUE(output_holds("One: Error: ")) << output;
+    EXPECT_FALSE(output_holds("disk space."));
+}
+
+TEST_F(HostFaults, AreOvercomeWhereTheServerKnowsNoRanges)
+{
+    builder.component("one").pattern_content(300'000, 1);
+    publish();
+    server.set_faults("/one.run", {FAULT::cut_after(100'000).times(1), FAULT::ignore_range()});
+    run(run_arguments());
+    EXPECT_TRUE(output_holds("\nDownload successful\n")) << output;
+    EXPECT_EQ(dir.read("dl/one.run"), read_file(builder.file("one").path));
+}
+
+TEST_F(HostFaults, AreOvercomeWhereTheServerIsOnlySlow)
+{
+    builder.component("one").pattern_content(3000, 1);
+    publish();
+    server.set_faults("/one.run", {FAULT::trickle(500, 500ms)});
+    run(run_arguments({"--retry-duration", "0"}));
+    EXPECT_TRUE(output_holds("\nDownload successful\n")) << output;
+    EXPECT_TRUE(output_holds("  Avg. download speed: ["));
+}
+
+TEST_F(HostFaults, EndATransferThatMovesNothingForAMinute)
+{
+    builder.component("one").title("One").pattern_content(3000, 1);
+    publish();
+    server.set_faults("/one.run", {FAULT::stall_after(1000)});
+    const auto start = std::chrono::steady_clock::now();
+    run(run_arguments({"--retry-duration", "0"}));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, 59s);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 75s);
+    EXPECT_TRUE(
+        output_holds("One: Error: Nothing came for 60 seconds, Httpcode: 200, Curlcode: 28\n"))
+        << output;
+    EXPECT_EQ(std::filesystem::file_size(downloads() + "/one.run"), 1000U);
+}

@@ -1,0 +1,282 @@
+#include "tests/integration/host_fixture.h"
+
+#include "tests/harness/nginx_server.h"
+#include "tests/integration/screen_model.h"
+
+#include <csignal>
+#include <random>
+
+namespace
+{
+
+using LINES = std::vector<std::string>;
+
+class HostRun : public HostTest
+{
+protected:
+    std::string content_of(const std::string& name) const
+    {
+        return read_file(builder.file(name).path);
+    }
+};
+
+}
+
+TEST_F(HostRun, SaysWhatItDoesFromTheTestToTheResult)
+{
+    builder.component("one").title("The One").pattern_content(3000, 1);
+    builder.component("two").title("The Two").pattern_content(4000, 2).selected(false);
+    publish();
+    run(run_arguments());
+    EXPECT_TRUE(result.exited_with(0));
+    EXPECT_EQ(errors, "");
+    EXPECT_EQ(output.find("Testing internet connection ... \n"
+                          "INFO: Proxy server: , port:\n"
+                          "Test download -> success\n"
+                          "Platform selected: linux\n"
+                          "Components selected:\n"
+                          "  one\n"
+                          "Total selected components size: 0.00 GB\n"
+                          "Already downloaded size: 0.00 GB\n"
+                          "Total download size: 0.00 GB\n"
+                          "Download dir: " +
+                          downloads() +
+                          "\n"
+                          "Auto install: off\n"
+                          "Number of parallel downloads: 4\n"
+                          "Retry duration: 60 (minutes)\n"
+                          "Start download ...\n"
+                          "Download progress:\n"
+                          "The One: [...]\n\n\n\n"
+                          "\x1b[4A\x1b[2K\rThe One: ["),
+              0U)
+        << output;
+    SCREEN_MODEL screen;
+    screen.write(output);
+    const LINES shown = screen.from("Start download");
+    EXPECT_EQ(LINES(shown.begin(), shown.begin() + 4),
+              (LINES{"Start download ...", "Download progress:", "The One: [3000 / 3000] 100%",
+                     "Total downloaded: [2.93 KB / 2.93 KB]"}));
+    EXPECT_EQ(LINES(shown.end() - 2, shown.end()),
+              (LINES{"Checking file integrity ...", "Download successful"}));
+    EXPECT_EQ(dir.read("dl/one.run"), content_of("one"));
+    EXPECT_FALSE(std::filesystem::exists(dir / "dl/two.run"));
+}
+
+TEST_F(HostRun, FetchesNothingASecondTime)
+{
+    builder.component("one").pattern_content(300'000, 1);
+    builder.component("two").pattern_content(400'000, 2);
+    publish();
+    run(run_arguments());
+    const std::uint64_t first = server.body_bytes("/one.run") + server.body_bytes("/two.run");
+    EXPECT_EQ(first, 700'000U);
+    run(run_arguments());
+    EXPECT_TRUE(output_holds("\nDownload successful\n"));
+    EXPECT_LT(server.body_bytes("/one.run") + server.body_bytes("/two.run"), first + 200);
+}
+
+TEST_F(HostRun, BringsDependenciesAndParentsAlong)
+{
+    builder.component("parent").selected(false);
+    builder.component("dependency").selected(false);
+    builder.component("named").selected(false).parent("parent").depends_on({"dependency"});
+    builder.component("other");
+    publish();
+    run(run_arguments({"--components", "named"}));
+    EXPECT_TRUE(output_holds("Download progress:\n"));
+    for (const char* file : {"named.run", "dependency.run", "parent.run"})
+        EXPECT_TRUE(std::filesystem::exists(dir / "dl" / file)) << file;
+    EXPECT_FALSE(std::filesystem::exists(dir / "dl/other.run"));
+    EXPECT_NE(log().find("Add dependent component: dependency\n"), std::string::npos);
+    EXPECT_NE(log().find("Add parent component: parent\n"), std::string::npos);
+}
+
+TEST_F(HostRun, GoesOnAfterAFailureAndDrawsOverIt)
+{
+    builder.component("one").title("One").pattern_content(300'000, 1);
+    builder.component("two").title("Two").pattern_content(3000, 2);
+    publish();
+    server.set_faults("/one.run", {FAULT::cut_after(100'000).times(1)});
+    CHILD_SETUP child = setup(run_arguments());
+    child.terminal = CHILD_TERMINAL{50, 160};
+    CHILD_PROCESS process(child);
+    ASSERT_TRUE(process.wait_for_output("Retrying #1 after 5 secs ...", 30s));
+    const auto ended = process.wait(30s);
+    ASSERT_TRUE(ended);
+    SCREEN_MODEL screen;
+    screen.write(process.output());
+    const LINES shown = screen.from("Retry duration");
+    ASSERT_GE(shown.size(), 8U);
+    EXPECT_EQ(LINES(shown.begin(), shown.begin() + 6),
+              (LINES{"Retry duration: 60 (minutes)", "Start download ...",
+                     "Download progress:", "One: [300000 / 300000] 100%", "Two: [3000 / 3000] 100%",
+                     "Total downloaded: [295.90 KB / 295.90 KB]"}));
+    EXPECT_EQ(LINES(shown.end() - 2, shown.end()),
+              (LINES{"Checking file integrity ...", "Download successful"}));
+    EXPECT_EQ(server.requests("/one.run").at(1).range(), "bytes=100000-");
+    EXPECT_EQ(server.request_count("/two.run"), 1U);
+}
+
+TEST_F(HostRun, LeavesTheFailedAttemptOnTheScreenWhileItWaits)
+{
+    builder.component("one").title("One").pattern_content(3000, 1);
+    publish();
+    server.set_faults("/one.run", {FAULT::status(503)});
+    CHILD_SETUP child = setup(run_arguments());
+    child.terminal = CHILD_TERMINAL{50, 160};
+    CHILD_PROCESS process(child);
+    ASSERT_TRUE(process.wait_for_output("A\x1b[2K\rStart download ...", 30s));
+    SCREEN_MODEL screen;
+    screen.write(process.output());
+    EXPECT_EQ(
+        screen.from("Start download"),
+        (LINES{"Start download ...", "Download progress:",
+               "One: Error: The requested URL returned error: 503, Httpcode: 503, Curlcode: 22",
+               "Total downloaded: [0.00 B / 2.93 KB]", "", "", "Checking file integrity ...",
+               "Download failed", "Retrying #1 after 5 secs ..."}));
+}
+
+TEST_F(HostRun, DoesNotRetryWithADurationOfZero)
+{
+    builder.component("one").pattern_content(3000, 1);
+    publish();
+    server.set_faults("/one.run", {FAULT::cut_after(100)});
+    run(run_arguments({"--retry-duration", "0"}));
+    EXPECT_TRUE(result.exited_with(0));
+    EXPECT_TRUE(output_holds(
+        "\nDownload failed\nDownload failed. Exceeded retry limit. Process aborted.\n"));
+    EXPECT_FALSE(output_holds("Retrying"));
+    EXPECT_EQ(server.request_count("/one.run"), 1U);
+}
+
+TEST_F(HostRun, GivesUpOnAMissingFileAfterTheThirdAttempt)
+{
+    builder.component("one").pattern_content(3000, 1);
+    publish();
+    server.set_faults("/one.run", {FAULT::status(404)});
+    run(run_arguments());
+    EXPECT_EQ(server.request_count("/one.run"), 3U);
+    EXPECT_TRUE(output_holds("Retrying #1 after 5 secs ...\n\n"));
+    EXPECT_TRUE(output_holds("Retrying #2 after 10 secs ...\n\n"));
+    EXPECT_FALSE(output_holds("Retrying #3"));
+    const std::string end =
+        "Download failed. Error 404: File not found.\nError 404: File not found.\n";
+    EXPECT_EQ(output.substr(output.size() - end.size()), end);
+}
+
+TEST_F(HostRun, InstallsNothingAfterGivingUp)
+{
+    builder.component("one").pattern_content(3000, 1);
+    publish();
+    server.set_faults("/one.run", {FAULT::status(500)});
+    run(run_arguments({"--retry-duration", "0", "--install-dir", installed(), "--accept-eula"}));
+    EXPECT_FALSE(output_holds("Do install"));
+    EXPECT_FALSE(std::filesystem::exists(installed()));
+}
+
+TEST_F(HostRun, EndsWhereTheConnectionTestFails)
+{
+    builder.component("one");
+    publish();
+    server.set_faults("/test.txt", {FAULT::status(500)});
+    run(run_arguments());
+    EXPECT_TRUE(result.exited_with(0));
+    EXPECT_TRUE(output_holds("\nInternet connection cannot be established. "));
+    EXPECT_FALSE(output_holds("Platform selected"));
+    EXPECT_EQ(server.request_count("/one.run"), 0U);
+}
+
+TEST_F(HostRun, LeavesARunningFileToTheRunThatFetchesIt)
+{
+    builder.component("one").title("One").pattern_content(300'000, 1);
+    publish();
+    server.set_faults("/one.run", {FAULT::trickle(1000, 10ms).times(1)});
+    CHILD_PROCESS first(setup(run_arguments()));
+    ASSERT_TRUE(server.wait_for_body_bytes("/one.run", 10'000, 20s));
+    run(run_arguments({"--retry-duration", "0"}));
+    EXPECT_TRUE(output_holds("\nOne: Cannot write " + downloads() +
+                             "/one.run: another process is writing it\n"))
+        << output;
+    const auto ended = first.wait(60s);
+    ASSERT_TRUE(ended);
+    EXPECT_NE(first.output().find("\nDownload successful\n"), std::string::npos);
+    EXPECT_EQ(dir.read("dl/one.run"), content_of("one"));
+}
+
+TEST_F(HostRun, GoesOnAfterEveryKill)
+{
+    builder.component("one").pattern_content(6'000'000, 1);
+    builder.component("two").pattern_content(2'000'000, 2);
+    NGINX_OPTIONS options;
+    options.root = dir / "release";
+    options.bytes_per_second = 2'000'000;
+    const NGINX_SERVER origin(options);
+    builder.download_url(origin.url(""));
+    publish();
+    std::mt19937 random(20);
+    std::uniform_int_distribution<int> delay(0, 250);
+    std::uint64_t kept = 0;
+    for (int kill = 0; kill < 20; ++kill)
+    {
+        CHILD_PROCESS child(setup(run_arguments()));
+        child.wait_for_output("Download progress:", 20s);
+        child.wait(std::chrono::milliseconds(delay(random)));
+        child.send_signal(SIGKILL);
+        ASSERT_TRUE(child.wait(10s));
+        for (const char* name : {"one", "two"})
+        {
+            const std::string path = downloads() + "/" + name + ".run";
+            if (!std::filesystem::exists(path))
+                continue;
+            const std::string bytes = read_file(path);
+            EXPECT_EQ(bytes, content_of(name).substr(0, bytes.size()))
+                << name << " at kill " << kill;
+            kept = std::max<std::uint64_t>(kept, bytes.size());
+        }
+    }
+    EXPECT_GT(kept, 100'000U);
+    run(run_arguments());
+    EXPECT_TRUE(output_holds("\nDownload successful\n")) << output;
+    EXPECT_EQ(dir.read("dl/one.run"), content_of("one"));
+    EXPECT_EQ(dir.read("dl/two.run"), content_of("two"));
+}
+
+TEST_F(HostRun, TellsAFullDisk)
+{
+    if (!TMPFS_DIR::available())
+        GTEST_SKIP() << "file systems can't be mounted here";
+    const TMPFS_DIR disk(1024 * 1024);
+    builder.component("one").title("One").pattern_content(5'000'000, 1);
+    publish();
+    const std::string target = disk.path().string();
+    run({"--download-dir", target, "--bypass", "--retry-duration", "0"});
+    EXPECT_TRUE(output_holds("One: Error: Cannot write " + target +
+                             "/one.run: No space left on device, Httpcode: 200, Curlcode: 23\n"))
+        << output;
+    EXPECT_TRUE(
+        output_holds("\nDownload failed. Failed to write data to the destination. Ensure you "
+                     "have sufficient disk space.\n"));
+}
+
+TEST_F(HostRun, FetchesACorruptedFileAgain)
+{
+    builder.component("one").pattern_content(3000, 1);
+    publish();
+    server.set_faults("/one.run", {FAULT::other_body(std::string(3000, 'x')).times(1)});
+    run(run_arguments());
+    EXPECT_TRUE(output_holds("Retrying #1 after 5 secs ...\n"));
+    EXPECT_TRUE(output_holds("\nDownload successful\n"));
+    EXPECT_EQ(server.request_count("/one.run"), 2U);
+    EXPECT_EQ(dir.read("dl/one.run"), content_of("one"));
+}
+
+TEST_F(HostRun, SleepsBetweenItsLooks)
+{
+    builder.component("one").pattern_content(3000, 1);
+    publish();
+    server.set_faults("/one.run", {FAULT::trickle(600, 1000ms)});
+    run(run_arguments());
+    EXPECT_TRUE(output_holds("\nDownload successful\n"));
+    EXPECT_LT(result.processor_time, 1500ms);
+}

@@ -1,0 +1,189 @@
+#include "tests/integration/host_fixture.h"
+
+#include "tests/harness/installer_scripts.h"
+
+#include <csignal>
+
+namespace
+{
+
+using CLOCK = std::chrono::steady_clock;
+
+class HostSignals : public HostTest
+{
+protected:
+    /// Sends a signal and expects the orderly end by it within two seconds.
+    void expect_orderly_end(CHILD_PROCESS& child, int signal_number)
+    {
+        child.send_signal(signal_number);
+        const auto sent = CLOCK::now();
+        const auto ended = child.wait(20s);
+        ASSERT_TRUE(ended) << child.output();
+        EXPECT_LT(CLOCK::now() - sent, 2s);
+        EXPECT_EQ(ended->signal, signal_number) << child.output();
+        output = child.output();
+    }
+
+    void expect_log_kept() const
+    {
+        EXPECT_TRUE(std::filesystem::exists(log_path()));
+        for (const std::string& name : list_tree(dir / "tmp"))
+            EXPECT_NE(name.find("vinst_"), 0U) << name << " was left behind";
+    }
+};
+
+}
+
+TEST_F(HostSignals, EndTheConnectionTest)
+{
+    builder.component("one");
+    publish();
+    server.set_faults("/test.txt", {FAULT::stall_before_headers()});
+    CHILD_PROCESS child(setup(run_arguments()));
+    ASSERT_TRUE(server.wait_for_requests("/test.txt", 1, 20s));
+    expect_orderly_end(child, SIGINT);
+    expect_log_kept();
+}
+
+TEST_F(HostSignals, EndAConnectionTestOfItsOwn)
+{
+    builder.component("one");
+    publish();
+    server.set_faults("/test.txt", {FAULT::stall_after(1)});
+    CHILD_PROCESS child(setup({"--test-download"}));
+    ASSERT_TRUE(server.wait_for_requests("/test.txt", 1, 20s));
+    expect_orderly_end(child, SIGTERM);
+}
+
+TEST_F(HostSignals, EndTransfersAndKeepWhatTheyBrought)
+{
+    for (const int signal_number : {SIGINT, SIGTERM, SIGHUP})
+        for (const FAULT& fault : {FAULT::trickle(1000, 20ms), FAULT::stall_after(5000)})
+        {
+            std::filesystem::remove_all(downloads());
+            builder.component("one").pattern_content(3'000'000, 1);
+            publish();
+            server.set_faults("/one.run", {fault});
+            const std::uint64_t before = server.body_bytes("/one.run");
+            CHILD_PROCESS child(setup(run_arguments()));
+            ASSERT_TRUE(server.wait_for_body_bytes("/one.run", before + 5000, 20s));
+            ASSERT_TRUE(child.wait_for_output("Download progress:", 20s));
+            expect_orderly_end(child, signal_number);
+            EXPECT_TRUE(output_holds("\nDownload stopped\n"));
+            const std::string bytes = dir.read("dl/one.run");
+            EXPECT_GE(bytes.size(), 4000U);
+            EXPECT_EQ(bytes, read_file(builder.file("one").path).substr(0, bytes.size()));
+            expect_log_kept();
+            EXPECT_NE(log().find("[info] Download stopped\n"), std::string::npos);
+        }
+}
+
+TEST_F(HostSignals, EndTheHashingOfALargeFile)
+{
+    builder.component("one").pattern_content(1000, 1).raw_key("size", "20000000000");
+    publish();
+    dir.write("dl/one.run", "");
+    std::filesystem::resize_file(downloads() + "/one.run", 20'000'000'000); // a hole
+    CHILD_PROCESS child(setup(run_arguments({"--bypass"})));
+    ASSERT_TRUE(child.wait_for_output("Checking file integrity ...", 20s));
+    expect_orderly_end(child, SIGINT);
+    EXPECT_TRUE(output_holds("\nDownload stopped\n"));
+    expect_log_kept();
+}
+
+TEST_F(HostSignals, EndTheWaitForARetry)
+{
+    builder.component("one").pattern_content(3000, 1);
+    publish();
+    server.set_faults("/one.run", {FAULT::status(503)});
+    CHILD_PROCESS child(setup(run_arguments()));
+    ASSERT_TRUE(child.wait_for_output("A\x1b[2K\rStart download ...", 20s));
+    expect_orderly_end(child, SIGTERM);
+    EXPECT_EQ(output.substr(output.size() - 36), "Start download ...\nDownload stopped\n");
+    expect_log_kept();
+}
+
+TEST_F(HostSignals, ArePassedOnToARunningInstaller)
+{
+    builder.component("a").content("#!/bin/sh\ntrap 'echo caught; exit 9' TERM\n: > '" +
+                                   (dir / "running").string() +
+                                   "'\nwhile :; do sleep 0.05; done\n");
+    builder.component("b").content(install_script());
+    publish();
+    CHILD_PROCESS child(setup(run_arguments({"--install-dir", installed(), "--accept-eula"})));
+    while (!std::filesystem::exists(dir / "running") && child.is_running())
+        std::this_thread::sleep_for(10ms);
+    expect_orderly_end(child, SIGTERM);
+    expect_log_kept();
+    EXPECT_NE(log().find(" returned 9: "), std::string::npos) << log();
+    EXPECT_NE(log().find("caught\n"), std::string::npos) << log();
+    EXPECT_FALSE(std::filesystem::exists(installed() + "/install_order"));
+    EXPECT_FALSE(output_holds("Installation"));
+}
+
+TEST_F(HostSignals, EndAnInstallerThatIgnoresThem)
+{
+    const std::string mark = (dir / "running").string();
+    builder.component("a").content("#!/bin/sh\ntrap '' INT TERM\n: > '" + mark +
+                                   "'\nwhile :; do sleep 0.05; done\n");
+    publish();
+    CHILD_PROCESS child(setup(run_arguments({"--install-dir", installed(), "--accept-eula"})));
+    while (!std::filesystem::exists(mark) && child.is_running())
+        std::this_thread::sleep_for(10ms);
+    expect_orderly_end(child, SIGINT);
+    EXPECT_NE(log().find("It was ended by signal 9"), std::string::npos);
+}
+
+TEST_F(HostSignals, EndTheProcessAtOnceTheSecondTime)
+{
+    const std::string mark = (dir / "running").string();
+    builder.component("a").content("#!/bin/sh\ntrap '' INT TERM\n: > '" + mark +
+                                   "'\nwhile :; do sleep 0.05; done\n");
+    publish();
+    CHILD_PROCESS child(setup(run_arguments({"--install-dir", installed(), "--accept-eula"})));
+    while (!std::filesystem::exists(mark) && child.is_running())
+        std::this_thread::sleep_for(10ms);
+    child.send_signal(SIGINT);
+    std::this_thread::sleep_for(100ms);
+    const auto sent = CLOCK::now();
+    child.send_signal(SIGINT);
+    const auto ended = child.wait(10s);
+    ASSERT_TRUE(ended);
+    EXPECT_LT(CLOCK::now() - sent, 700ms);
+    EXPECT_EQ(ended->signal, SIGINT);
+}
+
+TEST_F(HostSignals, ThatTheHostsParentIgnoresStayIgnored)
+{
+    builder.component("one").pattern_content(3000, 1);
+    publish();
+    server.set_faults("/one.run", {FAULT::trickle(100, 50ms)});
+    CHILD_SETUP nohup = setup(run_arguments());
+    nohup.program = "/bin/sh";
+    nohup.arguments = {"-c",       "trap '' HUP INT; exec \"$@\"", "sh", host(), "--download-dir",
+                       downloads()};
+    CHILD_PROCESS child(nohup);
+    ASSERT_TRUE(child.wait_for_output("Download progress:", 20s));
+    child.send_signal(SIGHUP);
+    child.send_signal(SIGINT);
+    const auto ended = child.wait(30s);
+    ASSERT_TRUE(ended);
+    EXPECT_TRUE(ended->exited_with(0));
+    EXPECT_NE(child.output().find("\nDownload successful\n"), std::string::npos);
+}
+
+TEST_F(HostSignals, ComeFromTheTerminalsKeys)
+{
+    builder.component("one").pattern_content(300'000, 1);
+    publish();
+    server.set_faults("/one.run", {FAULT::trickle(100, 50ms)});
+    CHILD_SETUP terminal = setup(run_arguments());
+    terminal.terminal = CHILD_TERMINAL{};
+    CHILD_PROCESS child(terminal);
+    ASSERT_TRUE(child.wait_for_output("Download progress:", 20s));
+    child.type("\x03");
+    const auto ended = child.wait(10s);
+    ASSERT_TRUE(ended);
+    EXPECT_EQ(ended->signal, SIGINT);
+    EXPECT_NE(child.output().find("Download stopped"), std::string::npos);
+}

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// What a terminal of unlimited height shows after some output, as far as the program's escape
+/// sequences go: cursor up, erase line, erase below, carriage return, line feed.
+class SCREEN_MODEL
+{
+public:
+    void write(std::string_view text);
+
+    const std::vector<std::string>& lines() const { return m_lines; }
+    /// The lines from the last one that starts with this text on, without empty ones at the end.
+    std::vector<std::string> from(std::string_view start) const;
+
+private:
+    std::string& line();
+    std::size_t escape(std::string_view text);
+
+    std::vector<std::string> m_lines{""};
+    std::size_t m_row = 0;
+    std::size_t m_column = 0;
+};
