@@ -3,6 +3,9 @@
 #include "tests/harness/installer_scripts.h"
 
 #include <csignal>
+#include <functional>
+#include <system_error>
+#include <thread>
 
 namespace
 {
@@ -23,6 +26,22 @@ protected:
         EXPECT_EQ(ended->signal, signal_number) << child.output();
         output = child.output();
     }
+
+    /// Until it holds, or so long that the test fails by itself.
+    static void wait_until(const std::function<bool()>& holds)
+    {
+        for (int i = 0; i < 2000 && !holds(); ++i)
+            std::this_thread::sleep_for(10ms);
+    }
+
+    std::uintmax_t size_of(const std::string& name) const
+    {
+        std::error_code error;
+        const std::uintmax_t size = std::filesystem::file_size(dir / name, error);
+        return error ? 0 : size;
+    }
+
+    bool exists(const std::string& name) const { return std::filesystem::exists(dir / name); }
 
     void expect_log_kept() const
     {
@@ -64,10 +83,8 @@ TEST_F(HostSignals, EndTransfersAndKeepWhatTheyBrought)
             builder.component("one").pattern_content(3'000'000, 1);
             publish();
             server.set_faults("/one.run", {fault});
-            const std::uint64_t before = server.body_bytes("/one.run");
             CHILD_PROCESS child(setup(run_arguments()));
-            ASSERT_TRUE(server.wait_for_body_bytes("/one.run", before + 5000, 20s));
-            ASSERT_TRUE(child.wait_for_output("Download progress:", 20s));
+            wait_until([this] { return size_of("dl/one.run") >= 4000; });
             expect_orderly_end(child, signal_number);
             EXPECT_TRUE(output_holds("\nDownload stopped\n"));
             const std::string bytes = dir.read("dl/one.run");
@@ -111,8 +128,7 @@ TEST_F(HostSignals, ArePassedOnToARunningInstaller)
     builder.component("b").content(install_script());
     publish();
     CHILD_PROCESS child(setup(run_arguments({"--install-dir", installed(), "--accept-eula"})));
-    while (!std::filesystem::exists(dir / "running") && child.is_running())
-        std::this_thread::sleep_for(10ms);
+    wait_until([this] { return exists("running"); });
     expect_orderly_end(child, SIGTERM);
     expect_log_kept();
     EXPECT_NE(log().find(" returned 9: "), std::string::npos) << log();
@@ -128,8 +144,7 @@ TEST_F(HostSignals, EndAnInstallerThatIgnoresThem)
                                    "'\nwhile :; do sleep 0.05; done\n");
     publish();
     CHILD_PROCESS child(setup(run_arguments({"--install-dir", installed(), "--accept-eula"})));
-    while (!std::filesystem::exists(mark) && child.is_running())
-        std::this_thread::sleep_for(10ms);
+    wait_until([this] { return exists("running"); });
     expect_orderly_end(child, SIGINT);
     EXPECT_NE(log().find("It was ended by signal 9"), std::string::npos);
 }
@@ -141,8 +156,7 @@ TEST_F(HostSignals, EndTheProcessAtOnceTheSecondTime)
                                    "'\nwhile :; do sleep 0.05; done\n");
     publish();
     CHILD_PROCESS child(setup(run_arguments({"--install-dir", installed(), "--accept-eula"})));
-    while (!std::filesystem::exists(mark) && child.is_running())
-        std::this_thread::sleep_for(10ms);
+    wait_until([this] { return exists("running"); });
     child.send_signal(SIGINT);
     std::this_thread::sleep_for(100ms);
     const auto sent = CLOCK::now();
