@@ -95,6 +95,9 @@ TEST_F(HostSignals, EndTransfersAndKeepWhatTheyBrought)
         }
 }
 
+#if !defined(__SANITIZE_THREAD__)
+// The thread sanitizer holds a signal back while its thread sleeps in a library that is not built
+// with it, as the main thread does here while a worker hashes.
 TEST_F(HostSignals, EndTheHashingOfALargeFile)
 {
     builder.component("one").pattern_content(1000, 1).raw_key("size", "20000000000");
@@ -107,6 +110,7 @@ TEST_F(HostSignals, EndTheHashingOfALargeFile)
     EXPECT_TRUE(output_holds("\nDownload stopped\n"));
     expect_log_kept();
 }
+#endif
 
 TEST_F(HostSignals, EndTheWaitForARetry)
 {
