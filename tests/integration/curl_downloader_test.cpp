@@ -8,6 +8,7 @@
 #include "tests/harness/temp_dir.h"
 #include "tests/harness/test_authority.h"
 #include "tests/harness/unanswering_port.h"
+#include "tests/integration/slow_resolver.h"
 
 #include <gtest/gtest.h>
 
@@ -442,6 +443,33 @@ TEST_F(Downloader, StopsWithinASecondWhileItConnects)
                   port.url(), path(), [] { std::this_thread::sleep_for(200ms); }, record),
               1s);
     EXPECT_EQ(record.http_code, -1);
+}
+
+TEST_F(Downloader, StopsWithinASecondWhileItLooksAHostUp)
+{
+    const SLOW_RESOLVER resolver;
+    CURL_PROGRESS_DATA record;
+    const auto reached = []
+    {
+        for (int i = 0; i < 500 && slow_lookups() == 0; ++i)
+            std::this_thread::sleep_for(10ms);
+    };
+    const std::string url = std::string("http://") + slow_host_name + "/f";
+    EXPECT_LT(time_to_stop(url, path(), reached, record), 1s);
+    EXPECT_EQ(slow_lookups(), 1);
+    EXPECT_EQ(record.http_code, -1);
+}
+
+TEST_F(Downloader, GivesAConnectionItsTimeAndNoMore)
+{
+    const UNANSWERING_PORT port;
+    CURL_PROGRESS_DATA record;
+    CURL_DOWNLOADER downloader("", {}, false, 1);
+    const auto start = CLOCK::now();
+    EXPECT_EQ(downloader.download_one_file(port.url(), path(), &record), -1);
+    EXPECT_GE(CLOCK::now() - start, 900ms);
+    EXPECT_LT(CLOCK::now() - start, 5s);
+    EXPECT_EQ(record.curl_code, 28);
 }
 
 TEST_F(Downloader, StopsWithinASecondWhileItWaitsForHeaders)

@@ -1,6 +1,7 @@
 #include "tests/integration/host_fixture.h"
 
 #include "tests/harness/nginx_server.h"
+#include "tests/harness/proxy_server.h"
 #include "tests/integration/screen_model.h"
 
 #include <csignal>
@@ -74,6 +75,27 @@ TEST_F(HostRun, FetchesNothingASecondTime)
     run(run_arguments());
     EXPECT_TRUE(output_holds("\nDownload successful\n"));
     EXPECT_LT(server.body_bytes("/one.run") + server.body_bytes("/two.run"), first + 200);
+}
+
+TEST_F(HostRun, GoesThroughTheProxyThatItIsGiven)
+{
+    const PROXY_SERVER gate(PROXY_ENGINE::tinyproxy, "ada", "s3cret");
+    const std::string port = std::to_string(gate.port());
+    builder.component("one").pattern_content(300'000, 1);
+    publish();
+    const ARGUMENTS proxy{"--proxy", "http://" + gate.host() + ":" + port};
+    ARGUMENTS with_user = run_arguments(proxy);
+    with_user.insert(with_user.end(), {"--proxy-user", "ada:s3cret"});
+    run(with_user);
+    EXPECT_TRUE(
+        output_holds("INFO: Proxy server: http://" + gate.host() + ", port:" + port + "\n"));
+    EXPECT_TRUE(output_holds("\nDownload successful\n")) << output;
+    EXPECT_TRUE(gate.wait_for_access("/one.run", 5s));
+    EXPECT_EQ(log().find("s3cret"), std::string::npos);
+
+    run(run_arguments(proxy));
+    EXPECT_TRUE(output_holds("Verify your proxy settings.\nDetails:\n")) << output;
+    EXPECT_TRUE(output_holds("Httpcode: 407")) << output;
 }
 
 TEST_F(HostRun, BringsDependenciesAndParentsAlong)

@@ -1,0 +1,62 @@
+#include "install/vinst/vinst_message_box.h"
+
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QMessageBox>
+#include <QTimer>
+
+namespace
+{
+
+/// What a modal box looked like before it was closed.
+struct SEEN_BOX
+{
+    QString title;
+    QString text;
+    Qt::TextFormat format = Qt::AutoText;
+    QMessageBox::Icon icon = QMessageBox::NoIcon;
+    QMessageBox::StandardButtons buttons;
+    bool modal = false;
+};
+
+SEEN_BOX show_and_close(const std::string& text, bool is_error)
+{
+    SEEN_BOX seen;
+    QTimer::singleShot(
+        0, qApp,
+        [&seen]
+        {
+            auto* const box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+            ASSERT_NE(box, nullptr);
+            seen = {box->windowTitle(),     box->text(),   box->textFormat(), box->icon(),
+                    box->standardButtons(), box->isModal()};
+            box->accept();
+        });
+    show_message_box(text, is_error);
+    return seen;
+}
+
+}
+
+TEST(MessageBox, ShowsAnErrorWithTheProgramsTitle)
+{
+    const SEEN_BOX box = show_and_close("first\nsecond", true);
+    EXPECT_EQ(box.title, QString::fromUtf8("Orvane\u00ae Veltrin\u00ae Crest Installer"));
+    EXPECT_EQ(box.text, "first<br/>second");
+    EXPECT_EQ(box.format, Qt::RichText);
+    EXPECT_EQ(box.icon, QMessageBox::Critical);
+    EXPECT_EQ(box.buttons, QMessageBox::Ok);
+    EXPECT_TRUE(box.modal);
+}
+
+TEST(MessageBox, ShowsInformationWithItsIcon)
+{
+    EXPECT_EQ(show_and_close("fine", false).icon, QMessageBox::Information);
+}
+
+TEST(MessageBox, RendersNoMarkupOfATextsOwn)
+{
+    EXPECT_EQ(show_and_close("a <b>bold</b> & \"x\"", false).text,
+              "a &lt;b&gt;bold&lt;/b&gt; &amp; &quot;x&quot;");
+}
