@@ -11,11 +11,26 @@ namespace
 /// What a developer's or a build machine's environment says must not reach the program under test.
 void scrub_environment(const QString& home)
 {
-    for (const char* name :
-         {"vinst_manifest", "VINST_DEBUG", "VINST_SHOW_QT_MESSAGES", "VINST_ENABLE_QT_MESSAGES",
-          "http_proxy", "https_proxy", "all_proxy", "no_proxy", "HTTP_PROXY", "HTTPS_PROXY",
-          "ALL_PROXY", "NO_PROXY", "SSL_CERT_FILE", "SSL_CERT_DIR", "CURL_CA_BUNDLE", "DISPLAY",
-          "WAYLAND_DISPLAY", "QT_QPA_PLATFORMTHEME", "XDG_CONFIG_HOME", "XDG_CONFIG_DIRS"})
+    for (const char* name : {"vinst_manifest",
+                             "VINST_DEBUG",
+                             "VINST_SHOW_QT_MESSAGES",
+                             "VINST_ENABLE_QT_MESSAGES",
+                             "http_proxy",
+                             "https_proxy",
+                             "all_proxy",
+                             "no_proxy",
+                             "HTTP_PROXY",
+                             "HTTPS_PROXY",
+                             "ALL_PROXY",
+                             "NO_PROXY",
+                             "SSL_CERT_FILE",
+                             "SSL_CERT_DIR",
+                             "CURL_CA_BUNDLE",
+                             "DISPLAY",
+                             "WAYLAND_DISPLAY",
+                             "QT_QPA_PLATFORMTHEME",
+                             "XDG_CONFIG_HOME",
+                             "XDG_CONFIG_DIRS"})
         qunsetenv(name);
     qputenv("HOME", home.toLocal8Bit());
     qputenv("QT_QPA_PLATFORM", "offscreen");

@@ -2,6 +2,18 @@
 
 #include <QString>
 
+#include <string>
+
+/// How the connection test reaches the network.
+struct VINST_PROXY_SETTINGS
+{
+    std::string server;
+    std::string port;
+    std::string username;
+    std::string password;
+    bool use_default_proxy = true; ///< the system's proxy, and discovery when that fails
+};
+
 /// What a connection test does after an attempt that failed.
 enum class VINST_CONNECTION_STEP
 {

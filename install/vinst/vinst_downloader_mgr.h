@@ -1,5 +1,6 @@
 #pragma once
 
+#include "install/vinst/vinst_connection_rules.h"
 #include "install/vinst/vinst_data_components.h"
 #include "install/vinst/vinst_downloader_view.h"
 #include "install/vinst/vinst_progress_block.h"
@@ -13,16 +14,6 @@
 
 class CURL_DOWNLOADER;
 struct CURL_PROGRESS_DATA;
-
-/// How the connection test reaches the network.
-struct VINST_PROXY_SETTINGS
-{
-    std::string server;
-    std::string port;
-    std::string username;
-    std::string password;
-    bool use_default_proxy = true; ///< the system's proxy, and discovery when that fails
-};
 
 /// Fetches the chosen components of a release, checks them, and runs their installers.
 ///
@@ -155,10 +146,3 @@ private:
 /// main thread and, for the shutdown, by whoever takes a signal. They only ever delay an end.
 extern std::atomic<bool> download_stop_requested;
 extern std::atomic<bool> shutdown_requested;
-
-/// The MD5 sum of a file as 32 lower-case hexadecimal digits; empty when it can't be read, or when
-/// `is_cancelled` said so meanwhile. Its duration is logged.
-QString calc_md5sum(const QString& path, const std::function<bool()>& is_cancelled = {});
-
-/// Whether the component's local file is there and has the manifest's sum.
-bool check_md5(const VINST_COMPONENT* component);

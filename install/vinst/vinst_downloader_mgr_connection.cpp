@@ -1,5 +1,6 @@
 #include "install/vinst/vinst_connection_rules.h"
 #include "install/vinst/vinst_downloader_mgr.h"
+#include "install/vinst/vinst_downloader_mgr_integrity.h"
 #include "install/vinst/vinst_messages.h"
 #include "install/vinst/vinst_platform.h"
 #include "install/vinst/vinst_text.h"

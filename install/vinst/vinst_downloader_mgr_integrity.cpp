@@ -1,6 +1,7 @@
-#include "install/vinst/vinst_downloader_mgr.h"
+#include "install/vinst/vinst_downloader_mgr_integrity.h"
 
 #include "install/vinst/vinst_data_install.h"
+#include "install/vinst/vinst_downloader_mgr.h"
 #include "install/vinst/vinst_messages.h"
 #include "install/vinst/vinst_text.h"
 #include "support/fio/fio_file_system.h"

@@ -27,6 +27,18 @@ protected:
         output = child.output();
     }
 
+    /// A run whose first installer makes the file "running" and then stays for ever; `preparation`
+    /// is what it does before.
+    CHILD_SETUP setup_with_installer(const std::string& preparation)
+    {
+        builder.component("a").content("#!/bin/sh\n" + preparation + "\n: > '" +
+                                       (dir / "running").string() +
+                                       "'\nwhile :; do sleep 0.05; done\n");
+        builder.component("b").content(install_script());
+        publish();
+        return setup(run_arguments({"--install-dir", installed(), "--accept-eula"}));
+    }
+
     /// Until it holds, or so long that the test fails by itself.
     static void wait_until(const std::function<bool()>& holds)
     {
@@ -126,12 +138,7 @@ TEST_F(HostSignals, EndTheWaitForARetry)
 
 TEST_F(HostSignals, ArePassedOnToARunningInstaller)
 {
-    builder.component("a").content("#!/bin/sh\ntrap 'echo caught; exit 9' TERM\n: > '" +
-                                   (dir / "running").string() +
-                                   "'\nwhile :; do sleep 0.05; done\n");
-    builder.component("b").content(install_script());
-    publish();
-    CHILD_PROCESS child(setup(run_arguments({"--install-dir", installed(), "--accept-eula"})));
+    CHILD_PROCESS child(setup_with_installer("trap 'echo caught; exit 9' TERM"));
     wait_until([this] { return exists("running"); });
     expect_orderly_end(child, SIGTERM);
     expect_log_kept();
@@ -143,11 +150,7 @@ TEST_F(HostSignals, ArePassedOnToARunningInstaller)
 
 TEST_F(HostSignals, EndAnInstallerThatIgnoresThem)
 {
-    const std::string mark = (dir / "running").string();
-    builder.component("a").content("#!/bin/sh\ntrap '' INT TERM\n: > '" + mark +
-                                   "'\nwhile :; do sleep 0.05; done\n");
-    publish();
-    CHILD_PROCESS child(setup(run_arguments({"--install-dir", installed(), "--accept-eula"})));
+    CHILD_PROCESS child(setup_with_installer("trap '' INT TERM"));
     wait_until([this] { return exists("running"); });
     expect_orderly_end(child, SIGINT);
     EXPECT_NE(log().find("It was ended by signal 9"), std::string::npos);
@@ -155,11 +158,7 @@ TEST_F(HostSignals, EndAnInstallerThatIgnoresThem)
 
 TEST_F(HostSignals, EndTheProcessAtOnceTheSecondTime)
 {
-    const std::string mark = (dir / "running").string();
-    builder.component("a").content("#!/bin/sh\ntrap '' INT TERM\n: > '" + mark +
-                                   "'\nwhile :; do sleep 0.05; done\n");
-    publish();
-    CHILD_PROCESS child(setup(run_arguments({"--install-dir", installed(), "--accept-eula"})));
+    CHILD_PROCESS child(setup_with_installer("trap '' INT TERM"));
     wait_until([this] { return exists("running"); });
     child.send_signal(SIGINT);
     std::this_thread::sleep_for(100ms);

@@ -1,3 +1,5 @@
+#include "install/vinst/vinst_downloader_mgr_integrity.h"
+
 #include "tests/integration/manager_fixture.h"
 
 #include <regex>

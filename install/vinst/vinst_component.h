@@ -1,0 +1,88 @@
+#pragma once
+
+#include "support/fio/fio_file_system.h"
+
+#include <QString>
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+struct CURL_PROGRESS_DATA;
+class VINST_RELEASE;
+
+enum class VINST_COMPONENT_KIND : qint32
+{
+    main = 0,
+    download = 1,
+    install = 2,
+    unknown = 3
+};
+
+/// The manifest's word for a kind; empty for an unknown one.
+QString component_kind_text(VINST_COMPONENT_KIND kind);
+VINST_COMPONENT_KIND component_kind_from_text(const QString& text);
+
+/// Both `selected` and `partly_selected` count as selected.
+enum class VINST_SELECTION : qint32
+{
+    selected = 0,
+    not_selected = 1,
+    partly_selected = 2
+};
+
+/// One downloadable file, or one after-install action, of a release for one platform.
+/// Lives as long as its release, on whose thread all its fields are read and written.
+struct VINST_COMPONENT
+{
+    VINST_COMPONENT();
+    ~VINST_COMPONENT();
+    VINST_COMPONENT(const VINST_COMPONENT&) = delete;
+    VINST_COMPONENT& operator=(const VINST_COMPONENT&) = delete;
+
+    QString name;
+    QString title;
+    QString desc;
+    QString filename; ///< a plain name, never a path; empty when there is nothing to download
+    QString md5sum;   ///< lower-case hexadecimal; decides whether the file is good
+    QString sha1sum;
+    qint64 size = 0; ///< bytes, never negative
+    QString downloadsize_str;
+    double installsize = 0; ///< bytes
+    QString installsize_str;
+    VINST_COMPONENT* parent = nullptr;
+    std::vector<VINST_COMPONENT*> children;
+    std::vector<VINST_COMPONENT*> dependencies;
+    VINST_SELECTION selection = VINST_SELECTION::not_selected;
+    bool standalone = false;
+    bool addon = false;
+    VINST_COMPONENT_KIND kind = VINST_COMPONENT_KIND::unknown;
+    QString platform; ///< "windows", "linux", or empty for both
+    QString cmd_exe;
+    QString cmd_options;
+    VINST_RELEASE* release = nullptr;
+
+    quint64 bytes_on_disk = 0; ///< last measured size of the local file
+    bool download_complete = false;
+    bool integrity_passed = false;
+    bool integrity_checked = false;
+    QString checked_download_dir; ///< the download directory when the last check began
+    std::optional<FIO_FILE_IDENTITY> verified_file;    ///< what the last check that passed had read
+    std::unique_ptr<CURL_PROGRESS_DATA> progress_data; ///< of the current download run
+
+    /// `size` as the unsigned number that progress figures are made of.
+    quint64 expected_size() const { return static_cast<quint64>(size); }
+    /// The title, or the name where there is none, with control characters replaced.
+    QString display_name() const;
+    QString local_file_path() const;
+    /// Where the file is fetched from; empty when there is nothing to download.
+    QString download_url() const;
+    bool is_selected() const { return selection != VINST_SELECTION::not_selected; }
+    bool is_device_archive() const;
+    bool is_main_product() const;
+    bool is_simulator() const;
+    /// Whether one of its ancestors is the device group.
+    bool is_device_group_member() const;
+    /// Whether an integrity check of the file in the current download directory has finished.
+    bool is_checked_for_current_dir() const;
+};
