@@ -180,3 +180,90 @@ TEST_F(ComponentLists, AreSortedForTheHelp)
               "Default devices: orion\n"
               "Optional components: lyra,morlan_fe,extra");
 }
+
+TEST_F(ComponentLists, FollowNobodyFromAComponentThatCameAlong)
+{
+    VINST_COMPONENT* a = add("a");
+    VINST_COMPONENT* b = add("b");
+    a->dependencies = {b};
+    b->dependencies = {add("c")};
+    b->parent = add("p");
+    EXPECT_EQ(resolve("a,b"), (NAMES{"a", "b"}));
+    EXPECT_EQ(resolve("b,a"), (NAMES{"b", "c", "p", "a"}));
+}
+
+TEST_F(ComponentLists, HoldARepeatedDependencyOnce)
+{
+    VINST_COMPONENT* a = add("a");
+    VINST_COMPONENT* b = add("b");
+    a->dependencies = {b, b};
+    a->parent = b;
+    EXPECT_EQ(resolve("a"), (NAMES{"a", "b"}));
+    EXPECT_EQ(logged(), "[info] Add dependent component: b\n");
+}
+
+TEST_F(ComponentLists, SayTheMainProductsFullNameWhereThereIsNone)
+{
+    add("a");
+    EXPECT_EQ(resolve("veltrin"), NAMES{});
+    EXPECT_FALSE(all_valid);
+    EXPECT_EQ(logged(), "[error] Component: veltrin_base is invalid\n");
+}
+
+TEST_F(ComponentLists, KeepToThePlatform)
+{
+    VINST_COMPONENT* on_windows = add("both", true, "windows");
+    VINST_COMPONENT* on_linux = add("both");
+    add("w", true, "windows");
+    EXPECT_EQ(resolve("both,w"), (NAMES{"both"}));
+    EXPECT_TRUE(on_linux->is_selected());
+    EXPECT_TRUE(on_windows->is_selected());
+    EXPECT_EQ(logged(), "[error] Component: w is invalid\n");
+    EXPECT_EQ(names_of(resolve_components(release, "both,w", "windows", all_valid)),
+              (NAMES{"both", "w"}));
+}
+
+TEST_F(ComponentLists, SelectAChosenSimulatorEditionWithoutAFile)
+{
+    VINST_COMPONENT* edition = add("morlan_fe", false, "linux", "");
+    VINST_COMPONENT* other = add("morlan_fse", true, "linux", "");
+    EXPECT_EQ(resolve("morlan_fe"), (NAMES{"morlan_fe"}));
+    EXPECT_TRUE(edition->is_selected());
+    EXPECT_FALSE(other->is_selected());
+}
+
+TEST_F(ComponentLists, MakePartlySelectedComponentsWhollySelectedOrNot)
+{
+    VINST_COMPONENT* a = add("a");
+    VINST_COMPONENT* b = add("b");
+    a->selection = b->selection = VINST_SELECTION::partly_selected;
+    resolve("a");
+    EXPECT_EQ(a->selection, VINST_SELECTION::selected);
+    EXPECT_EQ(b->selection, VINST_SELECTION::not_selected);
+}
+
+TEST_F(ComponentLists, LogNamesWithoutTheirControlCharacters)
+{
+    VINST_COMPONENT* a = add("a");
+    VINST_COMPONENT* b = add("b\n[error] c\x1b[2J");
+    a->dependencies = {b};
+    resolve("a,x\ry");
+    EXPECT_EQ(logged(), "[info] Add dependent component: b\xEF\xBF\xBD[error] c\xEF\xBF\xBD[2J\n"
+                        "[error] Component: x\xEF\xBF\xBDy is invalid\n");
+}
+
+TEST_F(ComponentLists, LeaveHeadingsWithoutNamesInTheHelp)
+{
+    EXPECT_EQ(components_help(release, "windows").toStdString(),
+              "Specify the components to download/install in comma-separated values\n"
+              "Default components: \n"
+              "Default devices: \n"
+              "Optional components: ");
+}
+
+TEST_F(ComponentLists, AssertTheirPlatform)
+{
+    const char* const condition = "platform == \"linux\" \\|\\| platform == \"windows\"";
+    EXPECT_DEATH(selected_components(release, download, "Linux"), condition);
+    EXPECT_DEATH(components_help(release, ""), condition);
+}

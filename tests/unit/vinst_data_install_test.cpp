@@ -243,3 +243,73 @@ TEST_F(InstallCommand, MakesVerifiedRunFilesExecutableForTheirOwner)
     EXPECT_EQ(std::filesystem::status(dir / "dl/orion.vdz").permissions(), mode);
     EXPECT_EQ(std::filesystem::status(dir / "dl").permissions(), before);
 }
+
+TEST_F(InstallCommand, ReadsOnWindowsAsTheInstallersExpect)
+{
+    VINST_COMPONENT* main_product = add("veltrin_base", true, ".exe", "windows");
+    main_product->standalone = true;
+    main_product->selection = VINST_SELECTION::selected;
+    add("help", true, ".exe", "windows");
+    add("vprogrammer", false, ".exe", "windows");
+    VINST_COMPONENT* action = add("desktop_shortcuts", false, "", "windows");
+    action->kind = VINST_COMPONENT_KIND::install;
+    action->cmd_options = "--shortcuts 1";
+    EXPECT_EQ(command(main_product, true, "windows"),
+              "DL/veltrin_base.exe --mode unattended --unattendedmodeui minimal --accept_eula 1  "
+              "--skip_checksum 1  --installdir /opt/v --enable-components help "
+              "--disable-components vprogrammer --shortcuts 1");
+}
+
+TEST_F(InstallCommand, ShowsTheMinimalInterfaceForEverySettingButZero)
+{
+    release.unattended_ui = -1;
+    EXPECT_EQ(command(add("flexlm")),
+              "DL/flexlm.run --mode unattended --unattendedmodeui minimal --installdir /opt/v");
+}
+
+TEST_F(InstallCommand, IsEmptyWhereADirectoryStandsInTheFilesPlace)
+{
+    VINST_COMPONENT* tool = add("tool", false);
+    dir.make_dir("dl/tool.run");
+    EXPECT_FALSE(has_local_file(*tool));
+    EXPECT_EQ(command(tool), "");
+}
+
+TEST_F(InstallCommand, IsEmptyForTheMainProductWhileADependencysFileIsMissing)
+{
+    VINST_COMPONENT* main_product = add_main();
+    main_product->dependencies = {add("library", false)};
+    EXPECT_EQ(command(main_product), "");
+}
+
+TEST_F(InstallCommand, GivesALooseArchiveNoneEvenWhenItStandsAlone)
+{
+    VINST_COMPONENT* loose = add("loose", true, ".vdz");
+    loose->standalone = true;
+    EXPECT_EQ(command(loose), "");
+    EXPECT_EQ(command(add_main(), false),
+              "DL/veltrin_base.run --installdir /opt/v --disable-components loose");
+}
+
+TEST_F(InstallCommand, DoesNotCountADeviceForTheWholeGroup)
+{
+    release.set_install_dir(QString::fromStdString((dir / "inst").string()));
+    dir.make_dir("inst/devices/dev_install/dev_install.run");
+    VINST_COMPONENT* orion = add("orion", true, ".vdz");
+    orion->parent = add("devinfo", false, "");
+    EXPECT_EQ(command(orion), "") << "a directory is no installer";
+}
+
+TEST_F(InstallCommand, InstallsAStandaloneDeviceBesideASelectedMainProduct)
+{
+    add_main();
+    release.set_install_dir(QString::fromStdString((dir / "inst").string()));
+    dir.write("inst/devices/dev_install/dev_install.run", "x");
+    VINST_COMPONENT* family = add("family", false, "");
+    family->parent = add("devinfo", false, "");
+    VINST_COMPONENT* orion = add("orion", true, ".vdz");
+    orion->parent = family;
+    EXPECT_EQ(command(orion), "");
+    orion->standalone = true;
+    EXPECT_NE(command(orion).find("dev_install.run --mode unattended"), std::string::npos);
+}

@@ -170,3 +170,60 @@ TEST_F(Space, IsPartOfTheRunSummary)
                            "Accept EULA: yes", "Total install size: 3.00 GB",
                            "Number of parallel downloads: 1", "Retry duration: 0 (minutes)"}));
 }
+
+TEST_F(Space, IsNeverCountedBeyondWhatFits)
+{
+    constexpr quint64 largest = 9223372036854775807;
+    add("a", largest, 1e300);
+    add("b", largest, 1e300);
+    add("c", 1000, 1e300);
+    const VINST_SPACE_FIGURES figures = space_figures(release, "linux");
+    EXPECT_GE(figures.selected, largest);
+    EXPECT_GE(figures.to_download, largest);
+    EXPECT_GE(figures.to_install, largest);
+    EXPECT_FALSE(has_enough_download_space(release, "linux", volume("/", gibibyte)));
+    EXPECT_FALSE(has_enough_install_space(release, "linux", volume("/", gibibyte)));
+}
+
+TEST_F(Space, IsAskedOfTheNearestExistingDirectories)
+{
+    dir.make_dir("inst");
+    QStringList asked;
+    const VINST_VOLUME_QUERY query = [&asked](const QString& path)
+    {
+        asked.append(path);
+        return VINST_VOLUME{"/", gibibyte};
+    };
+    EXPECT_TRUE(has_enough_download_space(release, "linux", query));
+    EXPECT_EQ(asked, QStringList{dir.qstr()});
+    asked.clear();
+    EXPECT_TRUE(has_enough_install_space(release, "linux", query));
+    asked.sort();
+    EXPECT_EQ(asked, (QStringList{dir.qstr(), dir.qstr() + "/inst"}));
+}
+
+TEST_F(Space, ForInstallingIsNoneWhereTheVolumeCannotBeQueried)
+{
+    EXPECT_FALSE(has_enough_install_space(release, "linux", volume("/", -1)));
+    EXPECT_EQ(logged().at(1), "Total download & install size: 0.00 GB, total avail: 0.00 GB");
+}
+
+TEST_F(Space, IsSummarisedUnderNamesWithoutControlCharacters)
+{
+    add("a\nAuto install: on", 1, 0);
+    EXPECT_EQ(run_summary(release, {"linux", false, 4, 60}).at(2),
+              QString("  a\uFFFDAuto install: on"));
+}
+
+TEST_F(Space, IsSummarisedForTheChosenPlatformAndWithTheDefaultDirectory)
+{
+    release.set_download_dir("");
+    add("a", 1, 0);
+    const QStringList lines = run_summary(release, {"windows", false, 6, 10000});
+    EXPECT_EQ(lines,
+              (QStringList{"Platform selected: windows",
+                           "Components selected:", "Total selected components size: 0.00 GB",
+                           "Already downloaded size: 0.00 GB", "Total download size: 0.00 GB",
+                           "Download dir: " + release.default_download_dir(), "Auto install: off",
+                           "Number of parallel downloads: 6", "Retry duration: 10000 (minutes)"}));
+}

@@ -5,8 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <QCoreApplication>
 #include <QDir>
 
+#include <random>
 #include <string>
 #include <vector>
 
@@ -420,4 +422,191 @@ TEST(LocateManifest, ReplacesTheEditionInTheWholePathOfTheFallBack)
     EXPECT_EQ(locate_manifest("/none/vinst_pro/bin", {}, "linux"),
               "/none/vinst_standard/bin/../../ib_installers/manifest_files/"
               "manifest_linux_standard.json");
+}
+
+TEST_F(ManifestTest, TellsAnElementWithoutItsControlCharacters)
+{
+    // JSON itself escapes those below a blank, but neither DEL nor the second set of controls.
+    ASSERT_TRUE(load(
+        R"([{"data_type":"download","name":"a\u007f\u009b2J\u2028","platform":"linux","filename":""}])"));
+    const std::string element = "{\"data_type\":\"download\",\"filename\":\"\",\"name\":\"a"
+                                "\xEF\xBF\xBD\xEF\xBF\xBD"
+                                "2J\xEF\xBF\xBD\",\"platform\":\"linux\"}";
+    EXPECT_EQ(messages,
+              (MESSAGES{"'title' is missing in the manifest data: " + element + "\n",
+                        "'selected' is missing in the manifest data: " + element + "\n"}));
+}
+
+TEST_F(ManifestTest, TakesNamesOfDevicesAndInvisibleControlsForUnsafeFileNames)
+{
+    for (const char* name : {"a\\u0085b", "a\\u009bb", "CONIN$", "conout$.txt", "COM\\u00b9",
+                             "lpt\\u00b3.run", "nul .txt", "a\\tb", "\\u0001", "....", " ", "\\/"})
+    {
+        ASSERT_TRUE(load(
+            std::string(R"([{"data_type":"download","name":"a","platform":"linux","filename":")") +
+            name + R"(","title":"","selected":1}])"));
+        EXPECT_EQ(component(0).filename, "") << name;
+    }
+    ASSERT_TRUE(load("[" + whole(std::string(300, 'n')) + "]"));
+    EXPECT_EQ(component(0).filename, "");
+}
+
+TEST_F(ManifestTest, ReadsTextsOfTheWrongTypeAsEmptyWithoutAWord)
+{
+    ASSERT_TRUE(load(R"([{"data_type":"main","edition":5,"version":[],"download_url":{},
+        "installdir_linux":7,"installdir_windows":null},
+        {"data_type":null,"name":true,"platform":1,"filename":[],"title":{},"parent":3,
+        "dependency":"a","selected":1,"cmd_exe":1,"cmd_options":2}])"));
+    EXPECT_EQ(messages, MESSAGES{});
+    EXPECT_EQ(release->edition, "");
+    EXPECT_EQ(release->version, "");
+    EXPECT_EQ(release->manifest_download_url, "");
+    EXPECT_EQ(release->installdir_linux, "");
+    EXPECT_EQ(release->installdir_windows, "");
+    EXPECT_EQ(component(0).kind, VINST_COMPONENT_KIND::unknown);
+    EXPECT_EQ(component(0).name, "");
+    EXPECT_EQ(component(0).platform, "");
+    EXPECT_EQ(component(0).title, "");
+    EXPECT_EQ(component(0).cmd_exe, "");
+    EXPECT_TRUE(component(0).dependencies.empty());
+}
+
+TEST_F(ManifestTest, TakesSwitchesBeyond32BitsForNoNumbers)
+{
+    const std::string element =
+        R"({"addon":-2147483649,"data_type":"x","filename":"","name":"a","platform":"linux",)"
+        R"("selected":2147483648,"standalone":1e+300,"title":""})";
+    ASSERT_TRUE(load("[" + element + "]"));
+    EXPECT_EQ(messages, (MESSAGES{"'selected' is not in the supported format: " + element + "\n",
+                                  "'standalone' is not in the supported format: " + element + "\n",
+                                  "'addon' is not in the supported format: " + element + "\n"}));
+    ASSERT_TRUE(load(R"([{"data_type":"x","name":"a","selected":2147483647,"standalone":-2147483648,
+                          "addon":0}])"));
+    EXPECT_TRUE(component(0).is_selected());
+    EXPECT_FALSE(component(0).standalone);
+    EXPECT_FALSE(component(0).addon);
+}
+
+TEST_F(ManifestTest, TellsTheElementInEveryMessageOnItsNumbers)
+{
+    const std::string element =
+        R"({"addon":"-","data_type":"x","filename":"","installsize":"1 GB","name":"a",)"
+        R"("platform":"linux","selected":[],"size":"1 KB","standalone":{},"title":""})";
+    ASSERT_TRUE(load("[" + element + "]"));
+    MESSAGES expected;
+    for (const char* key : {"size", "installsize", "selected", "standalone", "addon"})
+        expected.push_back(std::string("'") + key + "' is not in the supported format: " + element +
+                           "\n");
+    EXPECT_EQ(messages, expected);
+}
+
+TEST_F(ManifestTest, ResolvesDeferredDependenciesBehindTheOthers)
+{
+    ASSERT_TRUE(load("[" + whole("early") + "," +
+                     whole("a", R"(,"dependency":["late","early","a"])") + "," + whole("late") +
+                     "]"));
+    const auto& all = release->components();
+    EXPECT_EQ(component(1).dependencies,
+              (std::vector<VINST_COMPONENT*>{all[0].get(), all[1].get(), all[2].get()}));
+    EXPECT_EQ(messages, MESSAGES{});
+}
+
+TEST_F(ManifestTest, LetsAComponentWithoutAPlatformBeTheParentOnBoth)
+{
+    ASSERT_TRUE(load(
+        R"([{"data_type":"x","name":"p","platform":"","filename":"","title":"","selected":1},
+        {"data_type":"x","name":"l","platform":"linux","filename":"","title":"","selected":1,"parent":"p"},
+        {"data_type":"x","name":"w","platform":"windows","filename":"","title":"","selected":1,"parent":"p"},
+        {"data_type":"x","name":"n","platform":"","filename":"","title":"","selected":1,"parent":"l"}])"));
+    EXPECT_EQ(component(1).parent, &component(0));
+    EXPECT_EQ(component(2).parent, &component(0));
+    EXPECT_EQ(component(3).parent, nullptr);
+    EXPECT_EQ(component(0).children.size(), 2U);
+    EXPECT_EQ(messages, (MESSAGES{"Parent component: l does not exist in the manifest data\n"}));
+}
+
+TEST_F(ManifestTest, FindsTheFirstOfComponentsOfOneName)
+{
+    ASSERT_TRUE(load("[" + whole("a") + "," + whole("a") + "," + whole("b", R"(,"parent":"a")") +
+                     "," + whole("a", R"(,"parent":"a")") + "]"));
+    EXPECT_EQ(component(2).parent, &component(0));
+    EXPECT_EQ(component(3).parent, &component(0));
+    EXPECT_EQ(release->find_component("a", "linux"), release->components()[0].get());
+}
+
+TEST_F(ManifestTest, HandsOutNoReleaseThatIsHalfRead)
+{
+    EXPECT_FALSE(load("[" + whole("a", R"(,"dependency":["none"])") + ",{\"data_type\":\"x\"}," +
+                      whole("b") + "]"));
+    EXPECT_EQ(messages,
+              MESSAGES{"'name' is missing in the manifest data: {\"data_type\":\"x\"}\n"});
+}
+
+TEST_F(ManifestTest, RefusesEveryTextThatIsCutShort)
+{
+    const std::string text = R"([{"data_type":"main","edition":"p\u00e9","version":"1.2"},)" +
+                             whole("a", R"(,"dependency":["b"])") + "," +
+                             whole("b", R"(,"parent":"a")") + "]";
+    ASSERT_TRUE(load(text));
+    for (std::size_t length = 0; length < text.size(); ++length)
+    {
+        ASSERT_FALSE(load(text.substr(0, length))) << length;
+        ASSERT_EQ(messages,
+                  (MESSAGES{path_message("Manifest file ", " is not in the supported format\n")}));
+    }
+}
+
+TEST_F(ManifestTest, SurvivesBytesThatWereChangedAtRandom)
+{
+    const std::string good =
+        R"([{"data_type":"main","edition":"p","version":"1.2.3","test_url":"u","test_md5sum":"m"},)" +
+        whole("a", R"(,"dependency":["b","a"],"standalone":1)") + "," +
+        whole("b", R"(,"parent":"a","addon":"1")") + "]";
+    std::mt19937 random(7);
+    for (int round = 0; round < 1500; ++round)
+    {
+        std::string text = good;
+        for (int changes = 1 + round % 4; changes > 0; --changes)
+            text[random() % text.size()] = static_cast<char>(random() % 256);
+        if (!load(text))
+            ASSERT_FALSE(messages.empty()) << text;
+        else
+            for (const auto& loaded : release->components())
+                ASSERT_TRUE(loaded->size >= 0 && loaded->installsize >= 0) << text;
+    }
+}
+
+TEST(ManifestMessages, GoToStandardOutputAsTheyStand)
+{
+    ::testing::internal::CaptureStdout();
+    print_manifest_message("100% of %s and %n\n");
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "100% of %s and %n\n");
+}
+
+TEST(FindManifestFile, LoadsTheOneThatTheEnvironmentNames)
+{
+    const TEMP_DIR dir;
+    dir.write("other.json", R"([{"data_type":"main","edition":"pro","version":"5.2"}])");
+    qputenv("vinst_manifest", (dir.qstr() + "/other.json").toUtf8());
+    const std::unique_ptr<VINST_RELEASE> release = find_manifest_file();
+    qunsetenv("vinst_manifest");
+    ASSERT_NE(release, nullptr);
+    EXPECT_EQ(release->edition, "pro");
+}
+
+TEST(FindManifestFile, TakesAnEmptyNameForNone)
+{
+    // Neither beside this test program nor in a source tree around it is there a manifest.
+    QString last = QCoreApplication::applicationDirPath() +
+                   "/../../ib_installers/manifest_files/manifest_linux_standard.json";
+    last.replace("_pro", "_standard");
+    for (const char* named : {"", "/none/such.json"})
+    {
+        qputenv("vinst_manifest", named);
+        ::testing::internal::CaptureStdout();
+        EXPECT_EQ(find_manifest_file(), nullptr);
+        EXPECT_EQ(::testing::internal::GetCapturedStdout(),
+                  "Manifest file " + last.toStdString() + " does not exist\n");
+    }
+    qunsetenv("vinst_manifest");
 }
