@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <QDir>
+#include <QFileInfo>
+
 TEST(RegistryKey, KeepsValuesFromOneObjectToTheNext)
 {
     {
@@ -19,4 +22,19 @@ TEST(RegistryKey, KeepsValuesFromOneObjectToTheNext)
     EXPECT_TRUE(key.get_value("a/b").toBool());
     EXPECT_TRUE(key.get_value("a").isNull());
     EXPECT_TRUE(CFGQ_REGISTRY_KEY("Other").get_value("text").isNull());
+}
+
+TEST(RegistryKey, LiesInTheUsersOwnDirectory)
+{
+    CFGQ_REGISTRY_KEY("place").set_value("here", 1);
+    EXPECT_TRUE(QFileInfo::exists(QDir::homePath() + "/.config/Orvane/vinst.conf"));
+}
+
+TEST(RegistryKey, ReplacesAValue)
+{
+    CFGQ_REGISTRY_KEY key("replaced");
+    key.set_value("text", "old");
+    key.set_value("text", QString::fromUtf8("n\u00fc\n100%"));
+    EXPECT_EQ(CFGQ_REGISTRY_KEY("replaced").get_value("text").toString(),
+              QString::fromUtf8("n\u00fc\n100%"));
 }

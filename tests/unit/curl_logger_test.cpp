@@ -101,3 +101,71 @@ TEST(Logger, KeepsLinesOfSeveralThreadsWhole)
     for (const std::string& line : lines)
         ASSERT_EQ(line, "[info] " + std::string(200, 'x'));
 }
+
+TEST(Logger, SurvivesTextsThatAreNone)
+{
+    const char* const none = nullptr;
+    EXPECT_EQ(CURL_LOGGER::formatted("%s", none), "(null)");
+    EXPECT_EQ(CURL_LOGGER::formatted("%", none, 1), "% (an argument can't be shown)");
+}
+
+TEST(Logger, TakesArgumentsForTextsAndNotForFormats)
+{
+    EXPECT_EQ(CURL_LOGGER::formatted("%s|%s", std::string("%d %s {}"), "{0} %n"),
+              "%d %s {}|{0} %n");
+    EXPECT_EQ(CURL_LOGGER::formatted("100%% of %s", "x"), "100% of x");
+    EXPECT_EQ(CURL_LOGGER::formatted("%d and %lld", -1, 9007199254740993LL),
+              "-1 and 9007199254740993");
+    EXPECT_EQ(CURL_LOGGER::formatted("%.2f%%", 12.345), "12.35%");
+}
+
+TEST(Logger, GoesNowhereWithoutAFile)
+{
+    const TEMP_DIR dir;
+    for (const std::string& path : {std::string(), (dir / "none/log").string(), dir.str()})
+    {
+        CURL_LOGGER logger(path, CURL_LOGGER::info_level);
+        EXPECT_FALSE(logger.open()) << path;
+        logger.info("x");
+        logger.error("%s", "x");
+        logger.info_with_file("x", path);
+        logger.close();
+    }
+    EXPECT_EQ(dir.tree(), std::vector<std::string>{});
+}
+
+TEST(Logger, FollowsNoLink)
+{
+    const TEMP_DIR dir;
+    dir.write("victim", "keep");
+    std::filesystem::create_symlink(dir / "victim", dir / "log");
+    CURL_LOGGER logger((dir / "log").string(), CURL_LOGGER::info_level);
+    EXPECT_FALSE(logger.open());
+    logger.info("x");
+    EXPECT_EQ(dir.read("victim"), "keep");
+}
+
+TEST(Logger, WritesNothingAfterItIsClosed)
+{
+    const TEMP_DIR dir;
+    CURL_LOGGER logger((dir / "log").string(), CURL_LOGGER::info_level);
+    ASSERT_TRUE(logger.open());
+    logger.info("one");
+    logger.close();
+    logger.info("two");
+    EXPECT_EQ(lines_of(dir), LINES{"[info] one"});
+}
+
+TEST(Logger, OutlivesAFullDisk)
+{
+    if (!TMPFS_DIR::available())
+        GTEST_SKIP() << "file systems can't be mounted here";
+    const TMPFS_DIR disk(64 * 1024);
+    CURL_LOGGER logger((disk.path() / "log").string(), CURL_LOGGER::info_level);
+    ASSERT_TRUE(logger.open());
+    logger.info("first");
+    for (int i = 0; i < 300; ++i)
+        logger.info("%s", std::string(1000, 'x'));
+    logger.close();
+    EXPECT_NE(read_lines(disk.path() / "log").at(0).find("[info] first"), std::string::npos);
+}

@@ -95,3 +95,26 @@ TEST(AppendFile, KeepsWhatFitsOnAFullDisk)
     EXPECT_EQ(file.size(), std::filesystem::file_size(path));
     EXPECT_GT(file.size(), 0U);
 }
+
+TEST(AppendFile, KeepsItsWriterOutOfASecondOpeningOfItsOwn)
+{
+    const TEMP_DIR dir;
+    const std::string path = dir.write("a", "123").string();
+    FIO_APPEND_FILE file;
+    ASSERT_TRUE(file.open(path, OPENING::existing_only));
+    ASSERT_TRUE(file.open(path, OPENING::existing_only)) << "the first opening ends by the second";
+    EXPECT_TRUE(file.append("4", 1));
+    file.close();
+    EXPECT_FALSE(file.is_open());
+    EXPECT_EQ(dir.read("a"), "1234");
+}
+
+TEST(AppendFile, TakesNothingForAWholeAppend)
+{
+    const TEMP_DIR dir;
+    FIO_APPEND_FILE file;
+    ASSERT_TRUE(file.open(dir.write("a", "x").string(), OPENING::existing_only));
+    EXPECT_TRUE(file.append("", 0));
+    EXPECT_EQ(file.size(), 1U);
+    EXPECT_EQ(file.error(), "");
+}

@@ -114,3 +114,47 @@ TEST(Identity, ChangesWithContentAndPlace)
     EXPECT_FALSE(FIO_FILE_SYSTEM::identity((dir / "none").string()));
     EXPECT_FALSE(FIO_FILE_SYSTEM::identity(dir.str()));
 }
+
+TEST(Move, TakesNoDirectoryAndKeepsOne)
+{
+    const TEMP_DIR dir;
+    dir.write("d/inside", "x");
+    EXPECT_FALSE(FIO_FILE_SYSTEM::move((dir / "d").string(), (dir / "e").string(), true));
+    const std::string file = dir.write("file", "y").string();
+    EXPECT_FALSE(FIO_FILE_SYSTEM::move(file, (dir / "d").string(), true));
+    EXPECT_EQ(dir.tree(), (std::vector<std::string>{"d/", "d/inside", "file"}));
+}
+
+TEST(Move, LeavesNothingBehindWhereTheOtherFileSystemIsFull)
+{
+    if (!TMPFS_DIR::available())
+        GTEST_SKIP() << "file systems can't be mounted here";
+    const TEMP_DIR dir;
+    const TMPFS_DIR disk(64 * 1024);
+    write_file(disk.path() / "log", "old");
+    const std::string from = dir.write("from", std::string(256 * 1024, 'x')).string();
+    EXPECT_FALSE(FIO_FILE_SYSTEM::move(from, (disk.path() / "log").string(), true));
+    EXPECT_EQ(read_file(disk.path() / "log"), "old");
+    EXPECT_EQ(list_tree(disk.path()), std::vector<std::string>{"log"});
+    EXPECT_EQ(dir.read("from").size(), 256U * 1024);
+}
+
+TEST(FileNames, AreUtf8)
+{
+    const TEMP_DIR dir;
+    const std::string path = (dir / "\xC3\xBC \xE6\xBC\xA2").string();
+    EXPECT_TRUE(FIO_FILE_SYSTEM::create_private_file(path));
+    EXPECT_TRUE(FIO_FILE_SYSTEM::exists(path));
+    EXPECT_TRUE(FIO_FILE_SYSTEM::move(path, path + "2", false));
+    EXPECT_EQ(dir.tree(), std::vector<std::string>{"\xC3\xBC \xE6\xBC\xA2"
+                                                   "2"});
+}
+
+TEST(RemoveIfExists, TakesALinkAndNotWhatItPointsTo)
+{
+    const TEMP_DIR dir;
+    dir.write("real", "x");
+    std::filesystem::create_symlink(dir / "real", dir / "link");
+    EXPECT_TRUE(FIO_FILE_SYSTEM::remove_if_exists((dir / "link").string()));
+    EXPECT_EQ(dir.tree(), std::vector<std::string>{"real"});
+}

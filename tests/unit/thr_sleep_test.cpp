@@ -57,3 +57,37 @@ TEST_F(Stop, IsToldAtOnceToWhoeverComesLate)
     const THR_STOP_SUBSCRIPTION late([&calls] { ++calls; });
     EXPECT_EQ(calls, 1);
 }
+
+TEST_F(Stop, WakesASleeperOnAnotherThread)
+{
+    std::atomic<bool> asleep{false};
+    const auto start = CLOCK::now();
+    std::thread sleeper(
+        [&asleep]
+        {
+            asleep = true;
+            thr_sleep(30s);
+        });
+    while (!asleep)
+        std::this_thread::yield();
+    std::this_thread::sleep_for(20ms);
+    thr_request_stop();
+    sleeper.join();
+    EXPECT_LT(CLOCK::now() - start, 10s);
+}
+
+TEST_F(Stop, LetsASubscriberLookAtTheRequest)
+{
+    bool seen = false;
+    const THR_STOP_SUBSCRIPTION subscription([&seen] { seen = thr_stop_requested(); });
+    thr_request_stop();
+    EXPECT_TRUE(seen);
+}
+
+TEST_F(Stop, LeavesNoSleepOfNothing)
+{
+    const auto start = CLOCK::now();
+    thr_sleep(0ns);
+    thr_sleep(-5s);
+    EXPECT_LT(CLOCK::now() - start, 1s);
+}

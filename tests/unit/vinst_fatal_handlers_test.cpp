@@ -12,6 +12,7 @@
 #include <exception>
 #include <new>
 #include <thread>
+#include <unistd.h>
 
 namespace
 {
@@ -186,4 +187,72 @@ TEST(MainGlobals, RememberWhetherTerminationIsUnderWay)
     EXPECT_TRUE(main_terminate_called(1));
     EXPECT_TRUE(main_terminate_called(0));
     EXPECT_FALSE(main_terminate_called(0));
+}
+
+TEST(FatalHandlersDeathTest, TellAFaultWithinTheHandlingOfAFault)
+{
+    EXPECT_EXIT(
+        {
+            install_fatal_handlers();
+            main_seh_callback = [](const void*) { std::raise(SIGBUS); };
+            std::raise(SIGSEGV);
+        },
+        ExitedWithCode(2), "^\n\\*\\*\\* Internal Error: Recursive termination requested.\n$");
+}
+
+TEST(FatalHandlersDeathTest, TellAFaultWithinATermination)
+{
+    EXPECT_EXIT(
+        {
+            install_fatal_handlers();
+            main_terminator_callback = [] { std::raise(SIGSEGV); };
+            std::terminate();
+        },
+        ExitedWithCode(2), "^\n\\*\\*\\* Internal Error: Recursive termination requested.\n$");
+}
+
+TEST(FatalHandlersDeathTest, LeaveTheLastWordOnATerminationToAHostsCallback)
+{
+    EXPECT_EXIT(
+        {
+            install_fatal_handlers();
+            main_terminator_callback = [] { std::fputs("the host's words\n", stderr); };
+            std::terminate();
+        },
+        ExitedWithCode(2), "^the host's words\n$");
+}
+
+TEST(FatalHandlersDeathTest, TellAnExceptionThatNobodyCaught)
+{
+    EXPECT_EXIT(
+        {
+            install_fatal_handlers();
+            std::thread([] { throw 1; }).join();
+        },
+        ExitedWithCode(2), terminated);
+}
+
+TEST(FatalHandlersDeathTest, WriteWhatWasPrintedBefore)
+{
+    EXPECT_EXIT(
+        {
+            install_fatal_handlers();
+            std::fflush(stdout);
+            dup2(STDERR_FILENO, STDOUT_FILENO);
+            std::setvbuf(stdout, nullptr, _IOFBF, 4096);
+            std::fputs("printed before, ", stdout);
+            std::terminate();
+        },
+        ExitedWithCode(2), "^printed before, Fatal error: Program termination requested.");
+}
+
+TEST(FatalHandlersDeathTest, BeginWithTheMarkOfTerminationCleared)
+{
+    EXPECT_EXIT(
+        {
+            main_terminate_called(1);
+            install_fatal_handlers();
+            std::terminate();
+        },
+        ExitedWithCode(2), terminated);
 }

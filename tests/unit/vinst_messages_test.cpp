@@ -226,3 +226,75 @@ TEST(Ranges, AreMadeFromTheBounds)
     EXPECT_EQ(parallel_downloads_range(), "1-6");
     EXPECT_EQ(retry_minutes_range(), "0-10000");
 }
+
+TEST_F(Messages, FillArgumentsInOneAfterTheOther)
+{
+    EXPECT_EQ(message("DIR_SPECIFIED_PATH", "<ARG2>", "x"), "x directory is set to: x");
+    EXPECT_EQ(message("DIR_SPECIFIED_PATH", "x", "<ARG1>"), "x directory is set to: <ARG1>");
+    EXPECT_EQ(message("DIR_SPECIFIED_PATH", "a", "$1 and $`"),
+              "a directory is set to:  and a directory is set to: ");
+    EXPECT_EQ(messages().message("ERROR_DIRECTORY_NOT_WRITABLE", "a", "b", "c", "d"),
+              "Directory a is not writable. b aborted.");
+}
+
+TEST_F(Messages, TakeArgumentsOfAnyLength)
+{
+    const std::string path(1000000, 'x');
+    EXPECT_EQ(message("MSG_VIEW_EULA", path),
+              "You can view the Orvane License Agreement in " + path + ".");
+}
+
+TEST_F(Messages, StayEmptyForAnUnknownIdHoweverOftenItIsAsked)
+{
+    EXPECT_EQ(message("NO_SUCH_ID"), "");
+    EXPECT_EQ(message("NO_SUCH_ID", "a", "b"), "");
+    EXPECT_EQ(message(""), "");
+}
+
+TEST_F(Messages, BeginAnewAfterTheirEnd)
+{
+    messages().echo_to_console = true;
+    messages().open_log();
+    VINST_MESSAGES::destroy();
+    EXPECT_FALSE(messages().echo_to_console);
+    EXPECT_EQ(messages().log_path, "");
+    EXPECT_EQ(printed_by_report("nobody hears this", true), "");
+    EXPECT_EQ(log_lines(), LINES{});
+}
+
+TEST_F(Messages, KeepTheirLogToItsOwnerAndToANewFile)
+{
+    messages().open_log();
+    using std::filesystem::perms;
+    EXPECT_EQ(std::filesystem::status(dir / "run.log").permissions(),
+              perms::owner_read | perms::owner_write);
+    dir.write("other", "keep");
+    std::filesystem::create_symlink(dir / "other", dir / "link");
+    for (const char* name : {"other", "link"})
+    {
+        messages().log_path = (dir / name).string();
+        messages().open_log();
+        printed_by_report("goes nowhere", false);
+        EXPECT_EQ(dir.read("other"), "keep") << name;
+    }
+}
+
+TEST_F(Messages, EchoAndLogAReport)
+{
+    messages().echo_to_console = true;
+    messages().open_log();
+    EXPECT_EQ(printed_by_report("50% of\nthat", false), "50% of\nthat\n");
+    messages().set_debug();
+    EXPECT_EQ(printed_by_report("more", false), "more\n");
+    EXPECT_EQ(dir.read("run.log").find("50% of\nthat\n") != std::string::npos, true);
+}
+
+TEST_F(Messages, SayEarlyTextsOnTheConsoleWhereThereIsNoBox)
+{
+    set_message_box({});
+    messages().open_log();
+    ::testing::internal::CaptureStdout();
+    report_early("100% early", false, true);
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "100% early\n");
+    EXPECT_EQ(log_lines(), LINES{});
+}

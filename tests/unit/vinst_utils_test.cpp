@@ -5,10 +5,13 @@
 
 #include <gtest/gtest.h>
 
+#include <QDesktopServices>
 #include <QDir>
+#include <QUrl>
 
 #include <filesystem>
 #include <string>
+#include <sys/mount.h>
 #include <unistd.h>
 
 namespace
@@ -203,3 +206,146 @@ TEST(ProxyServer, IsWhatATolerantAddressCanBe)
         EXPECT_TRUE(is_valid_proxy_server(good)) << good;
     EXPECT_FALSE(is_valid_proxy_server(""));
 }
+
+TEST_F(Paths, OfInstallationsAreMeasuredInBytes)
+{
+    // Two bytes each.
+    QString path = dir.qstr() + '/';
+    while (path.toUtf8().size() < 64)
+        path += QStringLiteral("\u00fc");
+    ASSERT_LT(path.size(), 65);
+    path = path.left(path.size() - 1);
+    while (path.toUtf8().size() < 65)
+        path += 'x';
+    EXPECT_TRUE(is_valid_install_dir(path, "windows"));
+    path.chop(1);
+    path += QStringLiteral("\u00fc");
+    ASSERT_EQ(path.toUtf8().size(), 66);
+    EXPECT_FALSE(is_valid_install_dir(path, "windows"));
+    EXPECT_EQ(error,
+              "The path string exceeds the supported path length limit. Specify a shorter path.");
+    EXPECT_EQ(list_tree(dir.path()), std::vector<std::string>{});
+}
+
+TEST_F(Paths, MayHoldCharactersThatOtherPlatformsForbid)
+{
+    EXPECT_TRUE(is_valid(path("a*?<>b")));
+    EXPECT_EQ(error, "");
+}
+
+TEST_F(Paths, AreRefusedByTheirFirstFaultAlone)
+{
+    const QString both = path("a b") + QString(100, 'x');
+    EXPECT_FALSE(is_valid_install_dir(both, "windows"));
+    EXPECT_EQ(error, "Download or installation path cannot include spaces.");
+    EXPECT_EQ(printed, error + "\n");
+    EXPECT_FALSE(is_valid_install_dir("", "windows"));
+    EXPECT_EQ(error, "Download or installation path is empty.");
+    dir.write("file", "x");
+    EXPECT_FALSE(is_valid_install_dir(path("file"), "linux"));
+    EXPECT_EQ(error, "Failed to create " + path("file").toStdString() +
+                         " directory. Check if you have the write permission.");
+}
+
+TEST_F(Paths, AreReportedToTheLogAsInformation)
+{
+    VINST_MESSAGES::instance().log_path = (dir / "log").string();
+    VINST_MESSAGES::instance().open_log();
+    is_valid("");
+    const std::vector<std::string> lines = read_lines(dir / "log");
+    ASSERT_EQ(lines.size(), 1U);
+    EXPECT_NE(lines[0].find("] [info] Download or installation path is empty."), std::string::npos);
+}
+
+TEST_F(Paths, OfTemporaryFilesAreNoneWhereThereIsNoSuchDirectory)
+{
+    qputenv("TMPDIR", path("none").toUtf8());
+    QString found = "something";
+    run(
+        [&found]
+        {
+            found = temp_dir();
+            return true;
+        });
+    EXPECT_EQ(found, "");
+    EXPECT_EQ(printed, "Error: can't locate TEMP directory on your machine\n");
+    EXPECT_EQ(list_tree(dir.path()), std::vector<std::string>{});
+}
+
+TEST_F(Paths, LeadToTheRootAndThroughLinks)
+{
+    EXPECT_EQ(nearest_existing_dir("/"), "/");
+    EXPECT_EQ(nearest_existing_dir("/none_such"), "/");
+    dir.make_dir("real");
+    std::filesystem::create_symlink(dir / "real", dir / "link");
+    EXPECT_EQ(nearest_existing_dir(path("link/below")), path("link"));
+    EXPECT_EQ(nearest_existing_dir(path("real/none/../x")), path("real"));
+}
+
+TEST_F(Paths, TellThatTheirVolumeCannotBeWritten)
+{
+    if (!TMPFS_DIR::available())
+        GTEST_SKIP() << "file systems can't be mounted here";
+    const TMPFS_DIR disk(8 * 1048576);
+    ASSERT_EQ(::mount(nullptr, disk.path().c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
+    VINST_MESSAGES::instance().log_path = (dir / "log").string();
+    VINST_MESSAGES::instance().open_log();
+    EXPECT_EQ(free_disk_space(disk.path().string()), 8U * 1048576);
+    const std::vector<std::string> lines = read_lines(dir / "log");
+    ASSERT_EQ(lines.size(), 4U);
+    EXPECT_NE(lines[1].find("[info] isReadOnly"), std::string::npos);
+    EXPECT_NE(lines[2].find("[info] Total disk space: 0.01 GB"), std::string::npos);
+    EXPECT_NE(lines[3].find("[info] Free disk space: 0.01 GB"), std::string::npos);
+    std::string refusal;
+    EXPECT_FALSE(validate_path(QString::fromStdString(disk.path().string()), refusal));
+    EXPECT_FALSE(validate_path(QString::fromStdString(disk.path().string()) + "/new", refusal));
+}
+
+TEST(ProxyServer, IsNotWhatNoAddressCanBe)
+{
+    for (const char* bad : {"http://[::1", "http://gate:port", "http://gate:99999", "http://a b"})
+        EXPECT_FALSE(is_valid_proxy_server(bad)) << bad;
+}
+
+TEST(ProxyPort, IsNotCutAtANul)
+{
+    EXPECT_FALSE(is_valid_proxy_port(std::string("80\0", 3)));
+    EXPECT_FALSE(is_valid_proxy_port(" "));
+    EXPECT_FALSE(is_valid_proxy_port("0x50"));
+}
+
+namespace
+{
+
+/// Stands in for the browser.
+class BROWSER final : public QObject
+{
+    Q_OBJECT
+
+public:
+    BROWSER() { QDesktopServices::setUrlHandler("https", this, "open"); }
+    ~BROWSER() override { QDesktopServices::unsetUrlHandler("https"); }
+
+    Q_INVOKABLE void open(const QUrl& url) { opened.append(url); }
+
+    QList<QUrl> opened;
+};
+
+}
+
+TEST(OpenUrl, LogsTheEncodedAddressAndHandsItToTheBrowser)
+{
+    const TEMP_DIR dir;
+    VINST_MESSAGES::instance().log_path = (dir / "log").string();
+    VINST_MESSAGES::instance().open_log();
+    const BROWSER browser;
+    const QUrl url(QString::fromUtf8("https://docs.orvane.example/a b?q=\u00fc"));
+    open_url(url);
+    EXPECT_EQ(browser.opened, QList<QUrl>{url});
+    const std::vector<std::string> lines = read_lines(dir / "log");
+    ASSERT_EQ(lines.size(), 1U);
+    EXPECT_NE(lines[0].find("] [info] Open URL: https://docs.orvane.example/a%20b?q=%C3%BC"),
+              std::string::npos);
+}
+
+#include "vinst_utils_test.moc"
