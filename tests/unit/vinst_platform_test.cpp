@@ -51,3 +51,28 @@ TEST(SafeFileName, IsAPlainNameThatEveryPlatformCanCreate)
     EXPECT_FALSE(is_safe_file_name(QString(256, 'a')));
     EXPECT_FALSE(is_safe_file_name(QString("a") + QChar(0) + "b"));
 }
+
+TEST(SafeFileName, IsNoDeviceOfWindowsHoweverItIsSpelt)
+{
+    for (const char* bad : {"conin$", "CONOUT$", "CONIN$.run", "com\xC2\xB9", "COM\xC2\xB2.run",
+                            "lpt\xC2\xB3", "nul .txt", "aux..run"})
+        EXPECT_FALSE(is_safe_file_name(bad)) << bad;
+    for (const char* good : {"conin", "conout$x", "com\xC2\xB9x", "nul_.txt", "xnul"})
+        EXPECT_TRUE(is_safe_file_name(good)) << good;
+}
+
+TEST(SafeFileName, HoldsNoControlCharacterOfEitherSet)
+{
+    for (ushort code = 0; code < 0x20; ++code)
+        EXPECT_FALSE(is_safe_file_name(QString("a") + QChar(code) + "b")) << code;
+    for (ushort code = 0x7f; code < 0xa0; ++code)
+        EXPECT_FALSE(is_safe_file_name(QString("a") + QChar(code) + "b")) << code;
+    EXPECT_FALSE(is_safe_file_name(QStringLiteral("a\u2028b")));
+    EXPECT_FALSE(is_safe_file_name(QStringLiteral("a\u2029b")));
+}
+
+TEST(SafeFileName, IsMeasuredInBytes)
+{
+    EXPECT_TRUE(is_safe_file_name(QString(127, QChar(0xfc))));
+    EXPECT_FALSE(is_safe_file_name(QString(128, QChar(0xfc))));
+}

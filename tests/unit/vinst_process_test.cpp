@@ -8,10 +8,12 @@
 #include <gtest/gtest.h>
 
 #include <QProcess>
+#include <QTimer>
 
 #include <chrono>
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 #include <thread>
 
 namespace
@@ -168,4 +170,136 @@ TEST_F(RunCommand, StartsADetachedInstallerAndGoesOn)
 TEST(RunCommandDeathTest, AssertsThatThereIsACommand)
 {
     EXPECT_DEATH(run_command(""), "Assertion failed: !isEmpty\\(\\)");
+}
+
+TEST_F(RunCommand, SurvivesEveryKindOfBlankAndQuote)
+{
+    // All texts of up to five of these characters, as a part between two others.
+    const QString letters = QStringLiteral("a \t\n\"\u00a0\u3000\\");
+    for (int length = 1; length <= 5; ++length)
+    {
+        int count = 1;
+        for (int i = 0; i < length; ++i)
+            count *= letters.size();
+        for (int code = 0; code < count; ++code)
+        {
+            QString text;
+            for (int rest = code, i = 0; i < length; ++i, rest /= letters.size())
+                text += letters[rest % letters.size()];
+            ASSERT_EQ(QProcess::splitCommand("run " + command_part(text) + " end"),
+                      (QStringList{"run", text, "end"}))
+                << code;
+        }
+    }
+}
+
+TEST_F(RunCommand, CountsTroubleAsShellsDo)
+{
+    const auto code_of = [this](const std::string& name, const std::string& text)
+    { return run(dir.write(name, text, 0755).string()); };
+    EXPECT_EQ(run((dir / "none").string()), -1);
+    EXPECT_EQ(code_of("killed.run", crashing_script(SIGKILL)), 137);
+    EXPECT_TRUE(log_holds("returned 137: It was ended by signal 9\n")) << log();
+    EXPECT_EQ(code_of("faulty.run", crashing_script(SIGSEGV)), 139);
+    EXPECT_TRUE(log_holds("returned 139: It was ended by signal 11\n")) << log();
+    EXPECT_EQ(code_of("full.run", "#!/bin/sh\nexit 255\n"), 255);
+}
+
+TEST_F(RunCommand, LogsBothOutputsWholeAndInTheirOrder)
+{
+    const std::string script =
+        dir.write("both.run", "#!/bin/sh\necho one%s\necho two%n >&2\nprintf 'three 100%%'\n", 0755)
+            .string();
+    EXPECT_EQ(run(script), 0);
+    EXPECT_TRUE(log_holds("Command: " + script + " returned 0: one%s\ntwo%n\nthree 100%\n"))
+        << log();
+}
+
+TEST_F(RunCommand, LogsEveryLineOfALongOutput)
+{
+    EXPECT_EQ(run(dir.write("talk.run", talking_script(20000), 0755).string()), 0);
+    const std::string text = log();
+    for (const int line : {0, 1, 9999, 19999})
+    {
+        const std::string words = "line " + std::to_string(line) + " of 100%s\n";
+        const std::size_t first = text.find(words);
+        ASSERT_NE(first, std::string::npos) << line;
+        EXPECT_NE(text.find(words, first + 1), std::string::npos) << line;
+    }
+}
+
+TEST_F(RunCommand, TakesBytesThatAreNoText)
+{
+    const std::string script =
+        dir.write("bytes.run", "#!/bin/sh\nprintf 'a\\000\\377\\376b\\n'\nexit 3\n", 0755).string();
+    EXPECT_EQ(run(script), 3);
+    EXPECT_TRUE(log_holds(std::string("returned 3: a\0\xff\xfe", 16) + "b\n")) << log();
+}
+
+TEST_F(RunCommand, LeavesNothingInTheTemporaryDirectory)
+{
+    dir.make_dir("tmp");
+    qputenv("TMPDIR", (dir.qstr() + "/tmp").toUtf8());
+    EXPECT_EQ(run(poser("poser_output") + " 100000 1000"), 0);
+    EXPECT_NE(run((dir / "none").string()), 0);
+    qunsetenv("TMPDIR");
+    EXPECT_EQ(list_tree(dir / "tmp"), std::vector<std::string>{});
+}
+
+TEST_F(RunCommand, RunsWithoutATemporaryDirectoryToo)
+{
+    qputenv("TMPDIR", "/none/such");
+    EXPECT_EQ(run(poser("poser_exit") + " 7"), 7);
+    qunsetenv("TMPDIR");
+    EXPECT_TRUE(log_holds(" returned 7: \n")) << log();
+}
+
+TEST_F(RunCommand, KeepsItsCallersEventsGoing)
+{
+    // The installer waits for what only an event of this thread brings.
+    const std::string mark = (dir / "mark").string();
+    const std::string script =
+        dir.write("wait.run",
+                  "#!/bin/sh\ni=0\nwhile [ ! -e \"$1\" ]; do\n  i=$((i + 1))\n"
+                  "  [ $i -gt 500 ] && exit 1\n  sleep 0.02\ndone\nexit 0\n",
+                  0755)
+            .string();
+    QTimer::singleShot(50, [&mark] { write_file(mark, "x"); });
+    EXPECT_EQ(run(script + " " + mark), 0);
+}
+
+TEST_F(RunCommand, EndsTheWholeGroupOfAnInstallerThatDoesNotHeedTheStop)
+{
+    EXPECT_EQ(run_and_stop(poser("poser_hang") + " --stubborn --child"), 137);
+    const std::string text = log();
+    const std::size_t at = text.find("\nchild ");
+    ASSERT_NE(at, std::string::npos) << text;
+    const std::string state = "/proc/" + std::to_string(std::stoi(text.substr(at + 7))) + "/stat";
+    const auto lives = [&state]
+    {
+        std::ifstream file(state);
+        std::string line;
+        std::getline(file, line);
+        return !line.empty() && line.find(") Z ") == std::string::npos;
+    };
+    for (int i = 0; i < 500 && lives(); ++i)
+        std::this_thread::sleep_for(10ms);
+    EXPECT_FALSE(lives());
+}
+
+TEST_F(RunCommand, ReturnsTheCodeOfAnInstallerThatHeedsTheStop)
+{
+    const std::string script = dir.write("tidy.run",
+                                         "#!/bin/sh\ntrap 'echo tidied up; exit 5' TERM\n"
+                                         "while :; do sleep 0.05; done\n",
+                                         0755)
+                                   .string();
+    EXPECT_EQ(run_and_stop(script), 5);
+    EXPECT_TRUE(log_holds(" returned 5: ")) << log();
+    EXPECT_TRUE(log_holds("tidied up\n")) << log();
+}
+
+TEST(RunCommandDeathTest, AssertsThatADetachedCommandIsOne)
+{
+    EXPECT_DEATH(run_command_detached("  "), "Assertion failed: !isEmpty\\(\\)");
 }
