@@ -48,6 +48,11 @@ QString VINST_COMPONENT::display_name() const
     return without_control_characters(title.isEmpty() ? name : title);
 }
 
+std::string VINST_COMPONENT::log_name() const
+{
+    return utf8(without_control_characters(name));
+}
+
 QString VINST_COMPONENT::local_file_path() const
 {
     return release->download_dir() + QDir::separator() + filename;

@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 struct CURL_PROGRESS_DATA;
@@ -74,6 +75,8 @@ struct VINST_COMPONENT
     quint64 expected_size() const { return static_cast<quint64>(size); }
     /// The title, or the name where there is none, with control characters replaced.
     QString display_name() const;
+    /// The name as log lines tell it: UTF-8, with control characters replaced.
+    std::string log_name() const;
     QString local_file_path() const;
     /// Where the file is fetched from; empty when there is nothing to download.
     QString download_url() const;

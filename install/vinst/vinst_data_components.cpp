@@ -36,7 +36,7 @@ private:
 void add_companion(RESULT_LIST& result, VINST_COMPONENT* companion, const char* log_format)
 {
     if (!companion->filename.isEmpty() && result.add(companion))
-        run_log().info(log_format, utf8(companion->name));
+        run_log().info(log_format, companion->log_name());
 }
 
 void add_with_companions(RESULT_LIST& result, VINST_COMPONENT* component)

@@ -8,6 +8,7 @@
 #include <QStorageInfo>
 
 #include <algorithm>
+#include <limits>
 
 namespace
 {
@@ -16,6 +17,13 @@ quint64 install_bytes(const VINST_COMPONENT& component)
 {
     constexpr double largest = 9.0e18;
     return static_cast<quint64>(std::clamp(component.installsize, 0.0, largest));
+}
+
+/// A manifest can say any sizes; their sum stays at the largest number instead of beginning anew.
+quint64 sum_of(quint64 one, quint64 other)
+{
+    const quint64 largest = std::numeric_limits<quint64>::max();
+    return one > largest - other ? largest : one + other;
 }
 
 /// A simulator edition stands for the components above it, not for itself.
@@ -27,7 +35,7 @@ quint64 install_bytes_added_by(const VINST_COMPONENT& component)
     if (component.name == "morlan_fse" || component.name == "morlan_fe")
         for (const VINST_COMPONENT* above = component.parent; above != nullptr;
              above = above->parent)
-            sum += install_bytes(*above);
+            sum = sum_of(sum, install_bytes(*above));
     return sum;
 }
 
@@ -56,10 +64,10 @@ VINST_SPACE_FIGURES space_figures(const VINST_RELEASE& release, const QString& p
     for (const VINST_COMPONENT* component :
          selected_components(release, VINST_COMPONENT_KIND::download, platform))
     {
-        figures.selected += component->expected_size();
+        figures.selected = sum_of(figures.selected, component->expected_size());
         if (has_local_file(*component))
-            figures.downloaded += component->expected_size();
-        figures.to_install += install_bytes_added_by(*component);
+            figures.downloaded = sum_of(figures.downloaded, component->expected_size());
+        figures.to_install = sum_of(figures.to_install, install_bytes_added_by(*component));
     }
     figures.to_download = figures.selected - figures.downloaded;
     return figures;

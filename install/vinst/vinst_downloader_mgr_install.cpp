@@ -34,7 +34,7 @@ bool VINST_DOWNLOADER_MGR::install_component(VINST_COMPONENT* component)
         build_install_command(*component, main_product_name, true, host_platform());
     if (command.isEmpty())
     {
-        run_log().info("Nothing to run for component: %s", utf8(component->name));
+        run_log().info("Nothing to run for component: %s", component->log_name());
         return true;
     }
     // The main product's installer reads the files of its parts, too.

@@ -296,11 +296,11 @@ bool VINST_DOWNLOADER_MGR::check_integrity()
         {
             make_installer_executable(*component);
             m_passed_components.push_back(component);
-            run_log().debug("add passed component: %s", utf8(component->name));
+            run_log().debug("add passed component: %s", component->log_name());
             continue;
         }
         m_failed_components.push_back(component);
-        run_log().debug("add failed component: %s", utf8(component->name));
+        run_log().debug("add failed component: %s", component->log_name());
         if (component->download_complete && component->is_checked_for_current_dir())
             m_write_error = true;
     }

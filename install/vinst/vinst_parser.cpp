@@ -104,7 +104,8 @@ private:
     QByteArray compact_text() const
     {
         const QByteArray array = QJsonDocument(QJsonArray{m_value}).toJson(QJsonDocument::Compact);
-        return array.mid(1, array.size() - 2).left(longest_element_in_message);
+        return shown(QString::fromUtf8(array.mid(1, array.size() - 2)))
+            .left(longest_element_in_message);
     }
 
     const QJsonObject m_object;

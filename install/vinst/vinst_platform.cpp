@@ -1,5 +1,7 @@
 #include "install/vinst/vinst_platform.h"
 
+#include "install/vinst/vinst_text.h"
+
 #include <QRegularExpression>
 
 namespace
@@ -51,12 +53,12 @@ QString open_page_command(const QString& path, const QString& platform)
 
 bool is_safe_file_name(const QString& name)
 {
-    static const QRegularExpression forbidden(
-        QStringLiteral(R"([/\\:*?"<>|\x{0000}-\x{001f}\x{007f}])"));
+    static const QRegularExpression forbidden(QStringLiteral(R"([/\\:*?"<>|])"));
     static const QRegularExpression reserved(
-        QStringLiteral(R"(^(con|prn|aux|nul|com[0-9]|lpt[0-9])(\..*)?$)"),
+        QStringLiteral(
+            "^(con|prn|aux|nul|conin\\$|conout\\$|(com|lpt)[0-9\u00b9\u00b2\u00b3])( *\\..*)?$"),
         QRegularExpression::CaseInsensitiveOption);
     return !name.isEmpty() && name.toUtf8().size() <= longest_file_name &&
-           !name.contains(forbidden) && !name.contains(reserved) && !name.endsWith('.') &&
-           !name.endsWith(' ');
+           name == without_control_characters(name) && !name.contains(forbidden) &&
+           !name.contains(reserved) && !name.endsWith('.') && !name.endsWith(' ');
 }

@@ -12,6 +12,7 @@
 #include <QProcess>
 #include <QTimer>
 
+#include <algorithm>
 #include <chrono>
 
 namespace
@@ -102,7 +103,9 @@ void run_to_end(QProcess& process)
 
 QString command_part(const QString& text)
 {
-    if (!text.contains(' ') && !text.contains('\t') && !text.contains('"'))
+    const bool is_plain =
+        std::none_of(text.begin(), text.end(), [](QChar c) { return c.isSpace() || c == '"'; });
+    if (is_plain)
         return text;
     QString escaped = text;
     return '"' + escaped.replace('"', "\"\"\"") + '"';

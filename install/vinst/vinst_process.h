@@ -18,7 +18,7 @@ int run_command(const QString& command);
 /// Starts an installer and leaves it to itself. \return whether it started
 bool run_command_detached(const QString& command);
 
-/// A part of a command: in double quotes where it holds a blank or a quote, else as it stands.
+/// A part of a command: in double quotes where it holds white space or a quote, else as it stands.
 QString command_part(const QString& text);
 
 /// The platform's half: a process in a group of its own, and the ways to end the group.

@@ -18,11 +18,11 @@ bool starts_with_ignoring_case(std::string_view text, std::string_view start)
                       { return std::tolower(static_cast<unsigned char>(actual)) == expected; });
 }
 
-/// Where an address can't go on, so that the search for its user information ends there.
+/// Where an address can't go on, so that the search for its user information ends there. Quotes and
+/// brackets don't count: a password may hold them.
 bool ends_authority(char c)
 {
-    return std::isspace(static_cast<unsigned char>(c)) != 0 || c == '/' || c == '?' || c == '#' ||
-           c == '"' || c == '\'' || c == '<' || c == '>';
+    return std::isspace(static_cast<unsigned char>(c)) != 0 || c == '/' || c == '?' || c == '#';
 }
 
 std::string without_user_information(std::string_view line)

@@ -30,6 +30,12 @@ TEST_F(HostEntry, NeedsATemporaryDirectory)
     run(run_arguments());
     expect_stopped("Error: /proc/ is not writable\n"
                    "Ensure your temp directory is writable before running this application.\n");
+    environment["TMPDIR"] = (dir / "none").string();
+    run({"--help"});
+    expect_stopped("Error: " + (dir / "none").string() +
+                   "/ is not writable\n"
+                   "Ensure your temp directory is writable before running this application.\n");
+    EXPECT_EQ(server.request_count(), 0U);
 }
 
 TEST_F(HostEntry, NeedsAManifest)
@@ -53,14 +59,18 @@ TEST_F(HostEntry, KeepsTheLogsOfEarlierRuns)
 {
     builder.component("one");
     publish();
-    for (int i = 0; i < 3; ++i)
-        run(run_arguments());
+    for (const char* minutes : {"11", "22", "33"})
+        run(run_arguments({"--retry-duration", minutes}));
     EXPECT_TRUE(result.exited_with(0));
     EXPECT_TRUE(temporary_logs().empty());
-    for (const char* ending : {"", ".1", ".2"})
+    for (const auto& [ending, minutes] :
+         std::vector<std::pair<std::string, std::string>>{{".1", "11"}, {".2", "22"}, {"", "33"}})
     {
         const std::string path = log_path() + ending;
         ASSERT_TRUE(std::filesystem::exists(path)) << path;
+        EXPECT_NE(read_file(path).find("Retry duration: " + minutes + " (minutes)\n"),
+                  std::string::npos)
+            << path;
         EXPECT_EQ(std::filesystem::status(path).permissions(),
                   std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
     }
@@ -80,6 +90,41 @@ TEST_F(HostEntry, LeavesTheLogOfAStoppedRunInTheTemporaryDirectory)
         std::string::npos);
     run({"--help"});
     EXPECT_EQ(temporary_logs().size(), 1U);
+}
+
+TEST_F(HostEntry, LeavesTheLogInTheTemporaryDirectoryWhereThereIsNoOther)
+{
+    builder.component("one");
+    publish();
+    server.set_faults("/test.txt", {FAULT::stall_before_headers()});
+    CHILD_PROCESS child(setup(run_arguments()));
+    ASSERT_TRUE(server.wait_for_requests("/test.txt", 1, 20s));
+    std::filesystem::remove_all(downloads());
+    child.send_signal(SIGTERM);
+    ASSERT_TRUE(child.wait(20s));
+    EXPECT_FALSE(std::filesystem::exists(downloads()));
+    ASSERT_EQ(temporary_logs().size(), 1U);
+    EXPECT_NE(dir.read("tmp/" + temporary_logs()[0]).find("Testing Internet connection ..."),
+              std::string::npos);
+}
+
+TEST_F(HostEntry, KeepsTheLogFromOthersWhileItRuns)
+{
+    builder.component("one");
+    publish();
+    server.set_faults("/test.txt", {FAULT::stall_before_headers()});
+    CHILD_SETUP open_umask = setup(run_arguments());
+    open_umask.program = "/bin/sh";
+    open_umask.arguments = {"-c",      "umask 0; exec \"$@\"", "sh",       host(),
+                            "--debug", "--download-dir",       downloads()};
+    CHILD_PROCESS child(open_umask);
+    ASSERT_TRUE(server.wait_for_requests("/test.txt", 1, 20s));
+    constexpr auto others = std::filesystem::perms::group_all | std::filesystem::perms::others_all;
+    ASSERT_FALSE(temporary_logs().empty());
+    for (const std::string& name : temporary_logs())
+        EXPECT_EQ(std::filesystem::status(dir / "tmp" / name).permissions() & others,
+                  std::filesystem::perms::none)
+            << name;
 }
 
 TEST_F(HostEntry, MovesTheLogToAnotherFileSystem)
@@ -131,14 +176,18 @@ TEST_F(HostEntry, EndsWithWordsOnAFatalSignal)
     builder.component("one");
     publish();
     server.set_faults("/one.run", {FAULT::stall_before_headers()});
-    CHILD_PROCESS child(setup(run_arguments()));
-    ASSERT_TRUE(child.wait_for_output("Download progress:", 20s));
-    child.send_signal(SIGSEGV);
-    const auto ended = child.wait(10s);
-    ASSERT_TRUE(ended);
-    EXPECT_TRUE(ended->exited_with(2));
-    EXPECT_EQ(child.errors(),
-              "Fatal error: SE 11 thrown. The Veltrin Crest software will now exit.\n");
+    for (const auto& [signal_number, code] : std::vector<std::pair<int, std::string>>{
+             {SIGSEGV, "11"}, {SIGBUS, "7"}, {SIGFPE, "8"}, {SIGILL, "4"}})
+    {
+        CHILD_PROCESS child(setup(run_arguments()));
+        ASSERT_TRUE(child.wait_for_output("Download progress:", 20s));
+        child.send_signal(signal_number);
+        const auto ended = child.wait(10s);
+        ASSERT_TRUE(ended);
+        EXPECT_TRUE(ended->exited_with(2));
+        EXPECT_EQ(child.errors(), "Fatal error: SE " + code +
+                                      " thrown. The Veltrin Crest software will now exit.\n");
+    }
 }
 
 TEST_F(HostEntry, LeavesAFaultToTheDebugger)
@@ -153,6 +202,9 @@ TEST_F(HostEntry, LeavesAFaultToTheDebugger)
     const auto ended = child.wait(10s);
     ASSERT_TRUE(ended);
     EXPECT_FALSE(ended->exited_with(2));
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+    EXPECT_EQ(ended->signal, SIGFPE); // the sanitizers tell of it and exit
+#endif
     EXPECT_EQ(child.errors().find("Veltrin Crest"), std::string::npos);
 }
 

@@ -2,6 +2,10 @@
 
 #include "tests/harness/loopback.h"
 
+#include <csignal>
+
+using namespace std::string_literals;
+
 namespace
 {
 
@@ -38,11 +42,65 @@ TEST_F(HostOptions, AreListedByHelp)
     EXPECT_EQ(errors, "");
 }
 
+TEST_F(HostOptions, AreExplainedByHelp)
+{
+    run({"--help"});
+    expect_stopped(
+        "Usage: vinst [options...]\n"
+        "Downloads/installs Orvane Veltrin Crest Pro Edition 5.2 for Linux\n"
+        "\n"
+        "Generic Options:\n"
+        "  --help                         Help\n"
+        "  --cli                          Run this application in command-line mode\n"
+        "  --view-eula                    View the End-User License Agreement\n"
+        "  --test-download                Test the internet connection\n"
+        "\n"
+        "Configuration:\n"
+        "  --download-dir arg             Specify the download directory\n"
+        "  --install-dir arg              Specify the install directory\n"
+        "  --accept-eula                  Specify whether to accept the Orvane Veltrin \n"
+        "                                 Crest Software End-User License Agreement. \n"
+        "                                 Passing in --accept-eula acknowledges you \n"
+        "                                 accept the Orvane Veltrin Crest Software \n"
+        "                                 End-User License Agreement.\n"
+        "  --auto-install                 Specify whether to auto install after \n"
+        "                                 download, default is on if --install-dir is \n"
+        "                                 specified, otherwise, off\n"
+        "  --bypass                       Specify whether to bypass the disk space \n"
+        "                                 availability check\n"
+        "  --parallel-downloads arg (=4)  Specify the number of parallel downloads \n"
+        "                                 (between 1-6)\n"
+        "  --retry-duration arg (=60)     Specify the retry duration in minutes (between\n"
+        "                                 0-10000) if internet connection is interrupted\n"
+        "  --platform arg                 Specify the platform of the installer files to\n"
+        "                                 be downloaded, default is your current \n"
+        "                                 platform. Choices: [linux, windows]\n"
+        "  --components arg               Specify the components to download/install in \n"
+        "                                 comma-separated values\n"
+        "                                 Default components: veltrin\n"
+        "                                 Default devices: \n"
+        "                                 Optional components: vscope\n"
+        "  --proxy arg                    Specify the proxy server and port information \n"
+        "                                 in the form of <server:port>\n"
+        "  --proxy-user arg               Specify the proxy user information in the form\n"
+        "                                 of <username:password>\n"
+        "\n");
+}
+
 TEST_F(HostOptions, ThatAreUnknownAreToldOnStandardError)
 {
     for (const auto& [arguments, error] : std::vector<std::pair<ARGUMENTS, std::string>>{
              {{"-style", "fusion"}, "Error: unrecognised option '-style'\n\n"},
              {{"--nonsense"}, "Error: unrecognised option '--nonsense'\n\n"},
+             {{"-h"}, "Error: unrecognised option '-h'\n\n"},
+             {{"--help", "--nonsense"}, "Error: unrecognised option '--nonsense'\n\n"},
+             {{"--cli=yes"}, "Error: option '--cli' does not take any arguments\n\n"},
+             {{"--retry-duration", "99999999999"},
+              "Error: the argument ('99999999999') for option '--retry-duration' is invalid\n\n"},
+             {{"--parallel-downloads", "4x"},
+              "Error: the argument ('4x') for option '--parallel-downloads' is invalid\n\n"},
+             {{"--platform", "linux", "--platform", "windows"},
+              "Error: option '--platform' cannot be specified more than once\n\n"},
              {{"--download-dir"},
               "Error: the required argument for option '--download-dir' is missing\n\n"},
              {{"--retry-duration", "soon"},
@@ -81,9 +139,27 @@ TEST_F(HostOptions, OutOfRangeAreRefused)
         run(run_arguments({std::string("--retry-duration=") + bad}));
         expect_stopped("Enter a number between 0-10000 in minutes for retry duration!\n");
     }
-    run(run_arguments({"--platform", "Linux"}));
-    expect_stopped("Please enter \"Windows\" or \"Linux\" platform.\n");
+    for (const char* bad : {"Linux", "Windows", "", "linux "})
+    {
+        run(run_arguments({"--platform", bad}));
+        expect_stopped("Please enter \"Windows\" or \"Linux\" platform.\n");
+    }
     EXPECT_EQ(server.request_count(), 0U);
+}
+
+TEST_F(HostOptions, AtTheirLimitsAreTaken)
+{
+    run(run_arguments({"--parallel-downloads", "1", "--retry-duration", "0"}));
+    EXPECT_TRUE(result.exited_with(0));
+    EXPECT_TRUE(
+        output_holds("Number of parallel downloads: 1\nRetry duration: 0 (minutes)\nStart download "
+                     "...\n"))
+        << output;
+    run(run_arguments({"--parallel-downloads", "6", "--retry-duration", "10000"}));
+    EXPECT_TRUE(result.exited_with(0));
+    EXPECT_TRUE(output_holds(
+        "Number of parallel downloads: 6\nRetry duration: 10000 (minutes)\nStart download ...\n"))
+        << output;
 }
 
 TEST_F(HostOptions, OfProxiesAreChecked)
@@ -99,8 +175,55 @@ TEST_F(HostOptions, OfProxiesAreChecked)
         run(run_arguments({"--proxy-user", bad}));
         expect_stopped("Enter valid proxy credentials separated by a colon.\n");
     }
-    run(run_arguments({"--proxy", "noproxy"}));
-    EXPECT_TRUE(result.exited_with(0));
+    EXPECT_EQ(server.request_count(), 0U);
+    for (const char* none : {"noproxy", ""})
+    {
+        run(run_arguments({"--proxy", none}));
+        EXPECT_TRUE(result.exited_with(0));
+        EXPECT_EQ(output.find("Testing internet connection ... \nINFO: Proxy server: , port:\n"),
+                  0U)
+            << output;
+        EXPECT_TRUE(output_holds("\nDownload successful\n")) << output;
+    }
+}
+
+TEST_F(HostOptions, OfProxiesNameTheServerAndThePort)
+{
+    // Nobody listens on these; what counts is how the text was taken apart.
+    const std::string port = std::to_string(free_port());
+    for (const std::string text : {"127.0.0.1", "http://127.0.0.1"})
+    {
+        run({"--test-download", "--proxy", text + ":" + port});
+        EXPECT_TRUE(result.exited_with(1));
+        EXPECT_EQ(output.find("Testing internet connection ... \nINFO: Proxy server: " + text +
+                              ", port:" + port + "\n"),
+                  0U)
+            << output;
+    }
+    for (const char* limit : {"1", "65535"})
+    {
+        run({"--test-download", "--proxy", std::string("http://127.0.0.1:") + limit});
+        EXPECT_TRUE(output_holds(std::string(", port:") + limit + "\n")) << output;
+    }
+    EXPECT_EQ(server.request_count(), 0U);
+}
+
+TEST_F(HostOptions, GiveTheProxyAUserWhosePasswordMayBeEmpty)
+{
+    // The server stands in for a proxy that asks for a user once.
+    const std::string proxy = "127.0.0.1:" + std::to_string(server.port());
+    for (const auto& [user, basic] : std::vector<std::pair<std::string, std::string>>{
+             {"ada:", "Basic YWRhOg=="}, {"ada:s3cret", "Basic YWRhOnMzY3JldA=="}})
+    {
+        server.set_faults("/test.txt", {FAULT::status(407, "<html>who?</html>",
+                                                      {{"Proxy-Authenticate", "Basic realm=\"x\""}})
+                                            .times(1)});
+        run({"--test-download", "--proxy", proxy, "--proxy-user", user});
+        EXPECT_TRUE(output_holds("\nTest download -> success\n")) << output;
+        const HTTP_REQUEST last = server.requests("/test.txt").back();
+        EXPECT_EQ(last.header("Proxy-Authorization"), basic);
+        EXPECT_EQ(last.header("Authorization"), "");
+    }
 }
 
 TEST_F(HostOptions, OfDirectoriesAreChecked)
@@ -121,6 +244,19 @@ TEST_F(HostOptions, NameComponentsOfThePlatform)
     expect_stopped(" is invalid\n");
     run(run_arguments({"--components", "vdriver"}));
     expect_stopped("vdriver is invalid\n");
+    for (const auto& [text, piece] :
+         std::vector<std::pair<std::string, std::string>>{{"vscope,", ""},
+                                                          {"", ""},
+                                                          {"none,other", "none"},
+                                                          {"Veltrin", "Veltrin"},
+                                                          {"vscope, veltrin", " veltrin"}})
+    {
+        run(run_arguments({"--components", text}));
+        expect_stopped(piece + " is invalid\n");
+    }
+    run(run_arguments({"--platform", "windows", "--components", "vscope"}));
+    expect_stopped("vscope is invalid\n");
+    EXPECT_EQ(server.request_count(), 0U);
     run(run_arguments({"--components", "vscope"}));
     EXPECT_TRUE(output_holds("Components selected:\n  vscope\nTotal "));
     EXPECT_TRUE(std::filesystem::exists(dir / "dl/vscope.run"));
@@ -129,6 +265,9 @@ TEST_F(HostOptions, NameComponentsOfThePlatform)
     EXPECT_TRUE(
         output_holds("Platform selected: windows\nComponents selected:\n  vdriver\nTotal "));
     EXPECT_TRUE(std::filesystem::exists(dir / "dl/vdriver.exe"));
+    run(run_arguments({"--components", "veltrin"}));
+    EXPECT_TRUE(output_holds("Components selected:\n  veltrin_base\nTotal ")) << output;
+    EXPECT_TRUE(std::filesystem::exists(dir / "dl/veltrin_base.run"));
 }
 
 TEST_F(HostOptions, NameAnotherManifest)
@@ -136,6 +275,10 @@ TEST_F(HostOptions, NameAnotherManifest)
     run({"--manifest", (dir / "none.json").string()});
     expect_stopped("Manifest file " + (dir / "none.json").string() +
                    " does not exist\nCan't read manifest data\n");
+    const std::string bad = dir.write("bad.json", "[{").string();
+    run({"--help", "--manifest", bad});
+    expect_stopped("Manifest file " + bad +
+                   " is not in the supported format\nCan't read manifest data\n");
     RELEASE_BUILDER other(dir / "other");
     other.edition("standard").download_url(server.url("")).test_file(server.url(""));
     other.component("else").pattern_content(10, 1);
@@ -170,8 +313,13 @@ TEST_F(HostOptions, ShowTheLicence)
     EXPECT_TRUE(std::filesystem::exists(licence));
     dir.write("bin/xdg-open", "#!/bin/sh\nexit 3\n", 0755);
     run({"--view-eula"});
-    expect_stopped("You can view the Orvane License Agreement in " +
-                   std::filesystem::path(licence).parent_path().string() + ".\n");
+    const std::string told = "You can view the Orvane License Agreement in " +
+                             std::filesystem::path(licence).parent_path().string() + ".\n";
+    expect_stopped(told);
+    environment["PATH"] = dir.make_dir("empty").string();
+    run({"--view-eula"});
+    expect_stopped(told);
+    EXPECT_NE(errors.find("xdg-open"), std::string::npos) << errors;
 }
 
 TEST_F(HostOptions, TestTheConnection)
@@ -179,6 +327,19 @@ TEST_F(HostOptions, TestTheConnection)
     run({"--test-download"});
     expect_stopped("Testing internet connection ... \nINFO: Proxy server: , port:\n"
                    "Test download -> success\n");
+    server.set_faults("/test.txt", {FAULT::status(404)});
+    run({"--test-download"});
+    expect_stopped(
+        "Testing internet connection ... \nINFO: Proxy server: , port:\n"
+        "Testing internet connection ... \nINFO: Proxy server: , port:\n"
+        "Internet connection cannot be established. If you are behind a firewall, enter the proxy "
+        "settings and try again.\nDetails:\nTest download failed with error: The requested URL "
+        "returned error: 404, Httpcode: 404, Curlcode: 22\n");
+    server.set_faults("/test.txt", {FAULT::other_body("<html>log in</html>")});
+    run({"--test-download"});
+    EXPECT_TRUE(result.exited_with(1));
+    EXPECT_FALSE(output_holds("success")) << output;
+    server.set_faults("/test.txt", {});
     const std::string port = std::to_string(free_port());
     run({"--test-download", "--proxy", "127.0.0.1:" + port});
     EXPECT_TRUE(result.exited_with(1));
@@ -203,6 +364,64 @@ TEST_F(HostOptions, ChooseTheMode)
     environment = {{"QT_QPA_PLATFORM", "offscreen"}};
     run({}, "vinst_gui");
     expect_stopped("Graphical mode is not built yet. Use the console program vinst.\n");
+}
+
+TEST_F(HostOptions, OfTheGraphicalHostAreItsOwn)
+{
+    environment["QT_QPA_PLATFORM"] = "offscreen";
+    // The documentation's page is opened instead; there is no browser here.
+    run({"--help"}, "vinst_gui");
+    expect_stopped("");
+    run({"--cli", "--download-dir", (dir / "with blank").string(), "--auto-install"}, "vinst_gui");
+    EXPECT_FALSE(output_holds("Download or installation path")) << output;
+    EXPECT_FALSE(output_holds("Install directory is not specified")) << output;
+    EXPECT_FALSE(std::filesystem::exists(dir / "with blank"));
+    EXPECT_EQ(server.request_count(), 0U);
+}
+
+TEST_F(HostOptions, ThatAreUnknownAreShownByTheGraphicalHostAsWell)
+{
+    environment["QT_QPA_PLATFORM"] = "offscreen";
+    CHILD_PROCESS child(setup({"--nonsense"}, "vinst_gui"));
+    ASSERT_TRUE(child.wait_for_output("Run --help to see available options\n", 20s));
+    EXPECT_EQ(child.errors(), "Error: unrecognised option '--nonsense'\n\n");
+    EXPECT_FALSE(child.wait(500ms)) << "the message box must be waiting for its button";
+    child.send_signal(SIGTERM);
+    const auto ended = child.wait(10s);
+    ASSERT_TRUE(ended);
+    EXPECT_EQ(ended->signal, SIGTERM);
+}
+
+TEST_F(HostOptions, LetTheLogSayMoreByDebug)
+{
+    run(run_arguments());
+    EXPECT_EQ(log().find("[debug]"), std::string::npos);
+    run(run_arguments({"--debug"}));
+    EXPECT_NE(log().find("[debug] get default proxy ..."), std::string::npos) << log();
+    EXPECT_FALSE(output_holds("get default proxy"));
+}
+
+TEST_F(HostOptions, KeepPasswordsOfProxiesToThemselves)
+{
+    const std::string address = "127.0.0.1:" + std::to_string(server.port());
+    server.set_faults("/veltrin_base.run", {FAULT::status(407)});
+    std::string said;
+    for (const std::string& proxy :
+         {"ada:s3cret@" + address, "http://ada:s3cret@" + address, "ada:s3cret@127.0.0.1:x"s})
+    {
+        run(run_arguments({"--debug", "--retry-duration", "0", "--proxy", proxy}));
+        said += output + errors;
+    }
+    EXPECT_NE(said.find("Httpcode: 407"), std::string::npos) << said;
+    EXPECT_EQ(said.find("s3cret"), std::string::npos) << said;
+    int logs = 0;
+    for (const std::string& name : list_tree(dir.path()))
+        if (name.find(".log") != std::string::npos || name.find("tmp/vinst_") != std::string::npos)
+        {
+            ++logs;
+            EXPECT_EQ(dir.read(name).find("s3cret"), std::string::npos) << name;
+        }
+    EXPECT_EQ(logs, 3);
 }
 
 TEST_F(HostOptions, KeepPasswordsToThemselves)
