@@ -27,13 +27,13 @@ protected:
         output = child.output();
     }
 
-    /// A run whose first installer makes the file "running" and then stays for ever; `preparation`
-    /// is what it does before.
+    /// A run whose first installer makes the file "running" and then stays, at most until the test
+    /// is over and the file gone; `preparation` is what it does before.
     CHILD_SETUP setup_with_installer(const std::string& preparation)
     {
         builder.component("a").content("#!/bin/sh\n" + preparation + "\n: > '" +
-                                       (dir / "running").string() +
-                                       "'\nwhile :; do sleep 0.05; done\n");
+                                       (dir / "running").string() + "'\nwhile [ -e '" +
+                                       (dir / "running").string() + "' ]; do sleep 0.05; done\n");
         builder.component("b").content(install_script());
         publish();
         return setup(run_arguments({"--install-dir", installed(), "--accept-eula"}));
