@@ -383,8 +383,14 @@ TEST_F(HostOptions, ThatAreUnknownAreShownByTheGraphicalHostAsWell)
 {
     environment["QT_QPA_PLATFORM"] = "offscreen";
     CHILD_PROCESS child(setup({"--nonsense"}, "vinst_gui"));
-    ASSERT_TRUE(child.wait_for_output("Run --help to see available options\n", 20s));
-    EXPECT_EQ(child.errors(), "Error: unrecognised option '--nonsense'\n\n");
+    EXPECT_TRUE(child.wait_for(
+        [](const std::string& said, const std::string& errors_said)
+        {
+            return said == "Run --help to see available options\n" &&
+                   errors_said == "Error: unrecognised option '--nonsense'\n\n";
+        },
+        20s))
+        << child.output() << child.errors();
     EXPECT_FALSE(child.wait(500ms)) << "the message box must be waiting for its button";
     child.send_signal(SIGTERM);
     const auto ended = child.wait(10s);
