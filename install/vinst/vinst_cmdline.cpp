@@ -48,6 +48,16 @@ bool is_within(int value, int lower, int upper)
            static_cast<unsigned>(value) <= static_cast<unsigned>(upper);
 }
 
+/// Whether what stands before the "@" of a server can't be told from the rest of an address, so
+/// that a password in it could not be kept off the screen.
+bool has_unclear_credentials(const std::string& server)
+{
+    const std::size_t scheme = server.find("://");
+    const std::size_t start = scheme == std::string::npos ? 0 : scheme + 3;
+    const std::size_t at = server.rfind('@');
+    return at != std::string::npos && server.find_first_of("/?# \t", start) < at;
+}
+
 std::string help_header(const VINST_RELEASE& release, const QString& platform)
 {
     const std::string name = utf8(console_host_name(platform));
@@ -210,7 +220,8 @@ bool VINST_OPTIONS::take_proxy()
     const std::size_t split = proxy.rfind(':');
     proxy_server = proxy.substr(0, split);
     proxy_port = proxy.substr(split + 1);
-    if (!is_valid_proxy_server(proxy_server) || !is_valid_proxy_port(proxy_port))
+    if (!is_valid_proxy_server(proxy_server) || has_unclear_credentials(proxy_server) ||
+        !is_valid_proxy_port(proxy_port))
         return refuse(message("ERROR_INVALID_PROXY_SERVER_INFO"), false);
     run_log().info("Proxy server: %s", curl_redact(proxy_server));
     run_log().info("Proxy port: %s", proxy_port);

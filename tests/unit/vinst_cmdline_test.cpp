@@ -136,7 +136,8 @@ TEST_F(OptionsTest, AsksForTheDefaultProxyWhenNoneWasNamed)
 
 TEST_F(OptionsTest, RefusesAProxyWithoutAPlausibleServerAndPort)
 {
-    for (const char* bad : {"host", "a:b:c:d", "host:0", "host:65536", "host:80x", "host:"})
+    for (const char* bad : {"host", "a:b:c:d", "host:0", "host:65536", "host:80x", "host:",
+                            "ada:se/cret@gate:80", "ada:se?cret@gate:80", "ada:se#t@gate:80"})
     {
         EXPECT_EQ(parse_run({"--proxy", bad}), 1) << bad;
         EXPECT_EQ(output,
