@@ -14,15 +14,15 @@ END
 
 packages=(
     g++ cmake ninja-build pkg-config
-    qtbase5-dev libtbb-dev libboost-program-options-dev libboost-dev libcurl4-openssl-dev
+    qtbase5-dev qtdeclarative5-dev libqt5svg5-dev libtbb-dev libboost-program-options-dev libboost-dev libcurl4-openssl-dev
     libfmt-dev libspdlog-dev libcpp-httplib-dev
     libgtest-dev libgmock-dev
 )
 
 for argument in "$@"; do
     case $argument in
-        test) packages+=(nginx-light squid tinyproxy openssl tmux ca-certificates curl
-                         binutils clang-format clang-tidy) ;;
+        test) packages+=(nginx-light squid tinyproxy dante-server iproute2 xvfb
+                         openssl tmux ca-certificates curl binutils clang-format clang-tidy) ;;
         bench) packages+=(nginx-light aria2 curl openssl time) ;;
         --help) usage; exit 0 ;;
         *) echo "install_deps.sh: unknown argument: $argument" >&2; usage >&2; exit 2 ;;

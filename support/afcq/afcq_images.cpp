@@ -1,0 +1,49 @@
+#include "support/afcq/afcq_images.h"
+
+#include <QFile>
+#include <QSize>
+#include <QString>
+
+#include <cmath>
+
+/// A static library's resources aren't there before this has run. A macro's rule: no namespace.
+static void load_afcq_images()
+{
+    Q_INIT_RESOURCE(afcq);
+}
+
+namespace
+{
+
+QString image_path(int number, const QString& ending)
+{
+    static const bool loaded = (load_afcq_images(), true);
+    static_cast<void>(loaded);
+    return QStringLiteral(":/afcq/images/%1%2").arg(number).arg(ending);
+}
+
+}
+
+QIcon afcq_get_icon(int number)
+{
+    const QString path = image_path(number, ".svg");
+    return QFile::exists(path) ? QIcon(path) : QIcon();
+}
+
+QPixmap afcq_get_pixmap(int number, const QSize& size, qreal ratio)
+{
+    QPixmap pixmap = afcq_get_icon(number).pixmap(nullptr, size * ratio);
+    pixmap.setDevicePixelRatio(ratio);
+    return pixmap;
+}
+
+std::unique_ptr<QMovie> afcq_get_movie(int number, qreal ratio)
+{
+    for (int scale = static_cast<int>(std::ceil(ratio)); scale > 1; --scale)
+    {
+        const QString path = image_path(number, QStringLiteral("@%1x.gif").arg(scale));
+        if (QFile::exists(path))
+            return std::make_unique<QMovie>(path);
+    }
+    return std::make_unique<QMovie>(image_path(number, ".gif"));
+}
