@@ -2,6 +2,7 @@
 
 #include "install/vinst/vinst_data_install.h"
 #include "install/vinst/vinst_messages.h"
+#include "install/vinst/vinst_pac_runner.h"
 #include "install/vinst/vinst_platform.h"
 #include "install/vinst/vinst_text.h"
 #include "install/vinst/vinst_utils.h"
@@ -56,7 +57,8 @@ void delete_local_file(const VINST_COMPONENT& component)
 }
 
 VINST_DOWNLOADER_MGR::VINST_DOWNLOADER_MGR(VINST_RELEASE& release, VINST_DOWNLOADER_VIEW* view)
-    : proxy_source([this] { return discover_proxy(); }), m_release(release), m_view(view)
+    : proxy_source([this] { return discover_proxy(); }), pac_helper(pac_helper_path()),
+      m_release(release), m_view(view)
 {
 }
 

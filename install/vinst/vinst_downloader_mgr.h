@@ -10,7 +10,9 @@
 #include <QStringList>
 
 #include <atomic>
+#include <chrono>
 #include <functional>
+#include <optional>
 
 class CURL_DOWNLOADER;
 struct CURL_PROGRESS_DATA;
@@ -69,11 +71,21 @@ public:
     /// release. \return whether the connection works; if not, the reason was reported
     bool test_download(const VINST_PROXY_SETTINGS& settings);
 
-    CURL_PROXY_INFO get_default_proxy();
-    /// Looks for a proxy where neither the user nor the system named one; empty when there is none.
+    /// The sources of a proxy. Each yields an empty one when it knows none.
+    CURL_PROXY_INFO get_default_proxy(); ///< the system's, for the release's download address
+    CURL_PROXY_INFO get_wpad_proxy();
+    /// The proxy that an automatic-configuration file names for the release's download address.
+    CURL_PROXY_INFO get_pac_proxy(const QString& url);
+    /// \param autoconfig_url  the address of such a file, where that is what the user chose
+    CURL_PROXY_INFO get_firefox_proxy(QString& autoconfig_url);
+
+    /// Asks the sources, but for the system, one after another for at most 20 s.
     CURL_PROXY_INFO discover_proxy();
     /// What `test_download` looks for a proxy with; `discover_proxy` unless it was replaced.
     std::function<CURL_PROXY_INFO()> proxy_source;
+    /// The helper that evaluates automatic-configuration scripts; unless it was replaced, the one
+    /// beside this library.
+    QString pac_helper;
 
     const VINST_COMPONENT_LIST& components() const { return m_components; }
     const VINST_COMPONENT_LIST& passed_components() const { return m_passed_components; }
@@ -122,6 +134,9 @@ private:
     bool is_unchanged_since_check(VINST_COMPONENT* component);
     bool install_component(VINST_COMPONENT* component);
 
+    std::chrono::milliseconds discovery_time_left() const;
+    bool may_discover() const;
+    std::optional<QString> fetch_pac_script(const QString& url);
     CURL_PROXY_INFO proxy_of(const VINST_PROXY_SETTINGS& settings);
     bool test_once(const CURL_PROXY_INFO& proxy, const std::string& path, CURL_PROGRESS_DATA& data);
     void report_failed_test(const CURL_PROXY_INFO& proxy, const CURL_PROGRESS_DATA& data);
@@ -140,6 +155,7 @@ private:
     bool m_not_found_error = false;
     QString m_progress_text;
     QString m_error_text;
+    std::optional<std::chrono::steady_clock::time_point> m_discovery_end;
 };
 
 /// Read by the progress callback on the transfer threads and by the hashing tasks; written by the

@@ -3,13 +3,13 @@
 #include "install/vinst/vinst_downloader_mgr_integrity.h"
 #include "install/vinst/vinst_messages.h"
 #include "install/vinst/vinst_platform.h"
+#include "install/vinst/vinst_private_dir.h"
 #include "install/vinst/vinst_text.h"
 #include "install/vinst/vinst_utils.h"
 #include "support/curl/curl_downloader.h"
 #include "support/curl/curl_redact.h"
 #include "support/fio/fio_file_system.h"
 
-#include <QDir>
 #include <QFile>
 #include <QUrl>
 
@@ -26,28 +26,12 @@ std::int64_t on_test_progress(CURL_PROGRESS_DATA*, std::uint64_t, std::uint64_t)
     return shutdown_requested ? -1 : 0;
 }
 
-/// A private directory for the test file, so that neither another run nor another user's leftover
-/// stands in its way. Gone with the object.
-class TEST_FILE
+/// The test file's own name, or a safe one.
+std::string test_file_name(const QString& test_url)
 {
-public:
-    TEST_FILE(const QString& temp, const QString& test_url)
-        : m_dir(FIO_FILE_SYSTEM::get_tmp_path(utf8(temp)))
-    {
-        FIO_FILE_SYSTEM::create_private_directory(m_dir);
-        const QString name = QUrl(test_url).fileName();
-        m_path = m_dir + '/' + (is_safe_file_name(name) ? utf8(name) : "vinst_test_download.txt");
-    }
-    ~TEST_FILE() { QDir(QString::fromStdString(m_dir)).removeRecursively(); }
-    TEST_FILE(const TEST_FILE&) = delete;
-    TEST_FILE& operator=(const TEST_FILE&) = delete;
-
-    const std::string& path() const { return m_path; }
-
-private:
-    std::string m_dir;
-    std::string m_path;
-};
+    const QString name = QUrl(test_url).fileName();
+    return is_safe_file_name(name) ? utf8(name) : "vinst_test_download.txt";
+}
 
 std::string failure_details(const CURL_PROGRESS_DATA& data)
 {
@@ -69,11 +53,12 @@ bool VINST_DOWNLOADER_MGR::test_download(const VINST_PROXY_SETTINGS& settings)
     CURL_PROXY_INFO proxy = proxy_of(settings);
     run_log().info(settings.use_default_proxy ? "Proxy setting: default" : "Proxy setting: manual");
 
-    const TEST_FILE file(temp, m_release.test_url());
+    const VINST_PRIVATE_DIR dir(temp);
+    const std::string path = dir.path_of(test_file_name(m_release.test_url()));
     for (int attempt = 1;; ++attempt)
     {
         CURL_PROGRESS_DATA data;
-        if (test_once(proxy, file.path(), data))
+        if (test_once(proxy, path, data))
         {
             report(message("TEST_DOWNLOAD_RESULTS", "success"), false);
             m_release.proxy_info = proxy;

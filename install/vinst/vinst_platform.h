@@ -30,6 +30,10 @@ QString open_page_command(const QString& path, const QString& platform);
 /// no separators, drive or stream marks, control characters, reserved names or trailing dots.
 bool is_safe_file_name(const QString& name);
 
+/// The directory of the file that this code was loaded from: the shared library, or the executable
+/// that holds it.
+QString library_directory();
+
 /// Makes the terminal understand escape sequences, where that needs saying.
 void set_up_console();
 

@@ -1,7 +1,11 @@
 #include "install/vinst/vinst_platform.h"
 
+#include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
 #include <QTextCodec>
 
+#include <dlfcn.h>
 #include <unistd.h>
 
 QString host_platform()
@@ -12,6 +16,14 @@ QString host_platform()
 bool has_admin_rights()
 {
     return true;
+}
+
+QString library_directory()
+{
+    Dl_info info{};
+    if (::dladdr(reinterpret_cast<void*>(&library_directory), &info) == 0)
+        return QCoreApplication::applicationDirPath();
+    return QFileInfo(QFileInfo(QFile::decodeName(info.dli_fname)).canonicalFilePath()).path();
 }
 
 void set_up_console() {}

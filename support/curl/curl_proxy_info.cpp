@@ -9,6 +9,13 @@ CURL_PROXY_INFO::CURL_PROXY_INFO(std::string host, std::string port, std::string
 {
 }
 
+CURL_PROXY_INFO CURL_PROXY_INFO::direct()
+{
+    CURL_PROXY_INFO none;
+    none.m_is_direct = true;
+    return none;
+}
+
 std::string CURL_PROXY_INFO::address() const
 {
     return m_port.empty() ? m_host : m_host + ":" + m_port;

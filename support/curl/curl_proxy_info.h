@@ -3,7 +3,8 @@
 #include <string>
 
 /// A proxy to go through. An empty host names none: transfers then follow the environment's proxy
-/// variables, as libcurl reads them. Texts are UTF-8.
+/// variables, as libcurl reads them, unless it is the value that means no proxy at all. Texts are
+/// UTF-8.
 class CURL_PROXY_INFO
 {
 public:
@@ -12,6 +13,10 @@ public:
     /// \param port  decimal; empty for the scheme's own
     CURL_PROXY_INFO(std::string host, std::string port, std::string username, std::string password);
 
+    /// No proxy, whatever the environment says.
+    static CURL_PROXY_INFO direct();
+
+    bool is_direct() const { return m_is_direct; }
     bool has_host() const { return !m_host.empty(); }
     const std::string& host() const { return m_host; }
     const std::string& port() const { return m_port; }
@@ -29,4 +34,5 @@ private:
     std::string m_port;
     std::string m_username;
     std::string m_password;
+    bool m_is_direct = false;
 };

@@ -110,6 +110,8 @@ void CURL_TRANSFER::set_proxy_options()
     curl_easy_setopt(easy, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
     if (proxy.has_host())
         curl_easy_setopt(easy, CURLOPT_PROXY, proxy.address().c_str());
+    else if (proxy.is_direct())
+        curl_easy_setopt(easy, CURLOPT_PROXY, "");
     if (!proxy.username().empty())
     {
         curl_easy_setopt(easy, CURLOPT_PROXYUSERNAME, proxy.username().c_str());

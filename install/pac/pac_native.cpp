@@ -1,0 +1,78 @@
+#include "install/pac/pac_native.h"
+
+#include <QStringList>
+
+#include <arpa/inet.h>
+
+namespace
+{
+
+constexpr std::size_t look_up_limit = 32;
+constexpr int line_limit = 100;
+constexpr int line_length = 500; // characters
+// The longest name there can be, and the longest numeric address.
+constexpr int name_length = 255;
+
+QString joined(const std::vector<std::string>& addresses)
+{
+    QStringList list;
+    for (const std::string& address : addresses)
+        list.append(QString::fromStdString(address));
+    return list.join(';');
+}
+
+}
+
+void PAC_NATIVE::take(const QJSValue& function)
+{
+    m_ended = true;
+    m_function = function;
+}
+
+QString PAC_NATIVE::resolve(const QString& name)
+{
+    if (name.isEmpty() || name.size() > name_length)
+        return {};
+    if (!address_bytes(name).isEmpty())
+        return name;
+    if (const auto known = m_resolved.find(name); known != m_resolved.end())
+        return known->second;
+    if (m_resolved.size() >= look_up_limit)
+    {
+        if (!m_told_look_ups)
+            log("The script looks up too many names; the others count as unknown.");
+        m_told_look_ups = true;
+        return {};
+    }
+    const QString addresses = joined(m_environment.resolve(name.toStdString()));
+    m_resolved.emplace(name, addresses);
+    return addresses;
+}
+
+QString PAC_NATIVE::own_addresses() const
+{
+    return joined(m_environment.own_addresses());
+}
+
+void PAC_NATIVE::log(const QString& line)
+{
+    if (m_lines++ < line_limit)
+        m_environment.log(line.left(line_length).toStdString());
+}
+
+QString PAC_NATIVE::address_bytes(const QString& text) const
+{
+    if (text.size() > name_length)
+        return {};
+    const QByteArray ascii = text.toLatin1();
+    unsigned char bytes[16];
+    int count = 0;
+    if (inet_pton(AF_INET, ascii.constData(), bytes) == 1)
+        count = 4;
+    else if (inet_pton(AF_INET6, ascii.constData(), bytes) == 1)
+        count = 16;
+    QStringList numbers;
+    for (int i = 0; i < count; ++i)
+        numbers.append(QString::number(bytes[i]));
+    return numbers.join(',');
+}

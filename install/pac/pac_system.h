@@ -1,0 +1,8 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+/// What a script may ask of this machine; see `PAC_ENVIRONMENT`.
+std::vector<std::string> pac_resolve(const std::string& name);
+std::vector<std::string> pac_own_addresses();

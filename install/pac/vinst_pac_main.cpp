@@ -1,0 +1,94 @@
+#include "install/pac/pac_engine.h"
+#include "install/pac/pac_request.h"
+#include "install/pac/pac_system.h"
+
+#include <QCoreApplication>
+
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <iostream>
+#include <iterator>
+#include <string>
+
+namespace
+{
+
+constexpr rlim_t address_space = 512 * 1024 * 1024; // bytes
+constexpr rlim_t processor_time = 2;                // seconds
+constexpr unsigned wall_clock = 5;                  // seconds
+constexpr rlim_t open_files = 32; // name look-ups need some; scripts have no way to files
+
+bool limit(int resource, rlim_t value)
+{
+    const rlimit both{value, value};
+    return ::setrlimit(static_cast<__rlimit_resource>(resource), &both) == 0;
+}
+
+/// The soft limit's signal tells what it was; the hard one comes a second later.
+bool limit_processor_time()
+{
+    const rlimit limits{processor_time, processor_time + 1};
+    return ::setrlimit(RLIMIT_CPU, &limits) == 0;
+}
+
+/// A script comes from whoever answers on the network. There is deliberately no limit of file
+/// sizes: the engine grows a memory file for its own code and would die of it.
+bool contain_this_process()
+{
+    ::alarm(wall_clock);
+    return limit(RLIMIT_AS, address_space) && limit_processor_time() && limit(RLIMIT_CORE, 0) &&
+           limit(RLIMIT_NOFILE, open_files) && ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+           ::prctl(PR_SET_DUMPABLE, 0) == 0;
+}
+
+std::int64_t milliseconds_since_epoch()
+{
+    return std::chrono::duration_cast<std::chrono::milliseconds>(
+               std::chrono::system_clock::now().time_since_epoch())
+        .count();
+}
+
+std::string one_line(std::string text)
+{
+    for (char& c : text)
+        if (c == '\n' || c == '\r')
+            c = ' ';
+    return text;
+}
+
+}
+
+/// Evaluates the automatic-configuration script that comes on standard input and prints its
+/// directive. Anything may happen to it but harm to its caller.
+int main(int argc, char** argv)
+{
+    if (!contain_this_process())
+    {
+        std::cerr << "The limits can't be set\n";
+        return pac_bad_request;
+    }
+    // Generated code would be one more way out, and is no faster for a script that runs once.
+    qputenv("QV4_FORCE_INTERPRETER", "1");
+    const QCoreApplication application(argc, argv);
+
+    const std::string input(std::istreambuf_iterator<char>(std::cin), {});
+    const auto request = pac_request_from_text(input);
+    if (!request)
+    {
+        std::cerr << "Standard input must hold a url, a host and a script of at most "
+                  << pac_script_limit << " bytes\n";
+        return pac_bad_request;
+    }
+    const PAC_ENVIRONMENT environment{pac_resolve, pac_own_addresses, milliseconds_since_epoch,
+                                      [](const std::string& line)
+                                      { std::cerr << one_line(line) << std::endl; }};
+    const auto directive = evaluate_pac(request->script, request->url, request->host, environment);
+    if (!directive)
+        return pac_no_directive;
+    std::cout << *directive << std::flush;
+    return pac_directive_found;
+}

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QString>
+
+#include <chrono>
+#include <functional>
+#include <optional>
+
+/// Where the helper that evaluates automatic-configuration scripts lies: beside this library.
+QString pac_helper_path();
+
+/// Evaluates an automatic-configuration script in a process of its own, which it can't leave
+/// anything behind in, with the caller's event loop alive. What the script says is logged at debug
+/// level; when there is no directive, the log says why.
+///
+/// \param helper    the path of the helper
+/// \param at_most   at the end of this time the helper is ended, at a stop request of the run too
+/// \return the directive, such as "PROXY a:3128; DIRECT"
+std::optional<QString> run_pac_script(const QString& helper, const QString& script,
+                                      const QString& url, const QString& host,
+                                      std::chrono::milliseconds at_most);
