@@ -11,6 +11,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QHostInfo>
 #include <QNetworkProxyFactory>
 #include <QUrl>
@@ -53,9 +54,25 @@ std::string scheme_of(const QNetworkProxy& proxy)
 std::optional<QByteArray> first_bytes(const QString& path, qint64 limit)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly))
         return std::nullopt;
     return file.read(limit);
+}
+
+std::optional<QString> read_script(const QString& path)
+{
+    // One byte more, so that a file which is too large is seen to be.
+    const std::optional<QByteArray> bytes = first_bytes(path, script_limit + 1);
+    if (!bytes)
+    {
+        run_log().debug("No autoproxy file: %s can't be read", utf8(path));
+        return std::nullopt;
+    }
+    const QString script = script_text(*bytes);
+    if (run_log().logs_debug())
+        for (const QString& line : script.split('\n'))
+            run_log().debug("%s", utf8(without_control_characters(line)));
+    return script;
 }
 
 }
@@ -152,6 +169,10 @@ CURL_PROXY_INFO VINST_DOWNLOADER_MGR::get_pac_proxy(const QString& url)
 
 std::optional<QString> VINST_DOWNLOADER_MGR::fetch_pac_script(const QString& url)
 {
+    // Browsers take a file of this machine, too.
+    if (const QUrl address(url); address.isLocalFile())
+        return read_script(address.toLocalFile());
+
     const QString temp = temp_dir();
     if (temp.isEmpty())
         return std::nullopt;
@@ -171,14 +192,7 @@ std::optional<QString> VINST_DOWNLOADER_MGR::fetch_pac_script(const QString& url
                         data.curl_code.load(), data.error_text.data());
         return std::nullopt;
     }
-    const std::optional<QByteArray> bytes = first_bytes(QString::fromStdString(path), script_limit);
-    if (!bytes)
-        return std::nullopt;
-    const QString script = script_text(*bytes);
-    if (run_log().logs_debug())
-        for (const QString& line : script.split('\n'))
-            run_log().debug("%s", utf8(without_control_characters(line)));
-    return script;
+    return read_script(QString::fromStdString(path));
 }
 
 CURL_PROXY_INFO VINST_DOWNLOADER_MGR::get_firefox_proxy(QString& autoconfig_url)
