@@ -89,7 +89,7 @@ QString unescaped(const QString& text)
         const int digits = mark == 'x' ? 2 : mark == 'u' ? 4 : 0;
         bool is_number = false;
         const ushort code = text.midRef(i + 1, digits).toUShort(&is_number, 16);
-        if (digits > 0 && is_number)
+        if (digits > 0 && is_number && i + digits < text.size())
         {
             result += QChar(code);
             i += digits;

@@ -93,6 +93,12 @@ bool VINST_DOWNLOADER_MGR::may_discover() const
 
 CURL_PROXY_INFO VINST_DOWNLOADER_MGR::discover_proxy()
 {
+    // For networks where nobody is to be trusted with an answer.
+    if (!qEnvironmentVariableIsEmpty("VINST_NO_PROXY_DISCOVERY"))
+    {
+        run_log().info("VINST_NO_PROXY_DISCOVERY is set, no proxy is looked for");
+        return {};
+    }
     m_discovery_end = CLOCK::now() + longest_discovery;
     CURL_PROXY_INFO proxy = get_wpad_proxy();
     const char* source = "the network (WPAD)";

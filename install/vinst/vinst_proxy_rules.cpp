@@ -3,6 +3,7 @@
 #include "install/vinst/vinst_text.h"
 #include "install/vinst/vinst_utils.h"
 
+#include <QHostAddress>
 #include <QRegularExpression>
 #include <QTextCodec>
 #include <QUrl>
@@ -10,10 +11,19 @@
 namespace
 {
 
+/// An address that holds colons, with or without the brackets that it needs before a port.
+bool is_ipv6_address(const QString& host)
+{
+    const bool has_brackets = host.startsWith('[') && host.endsWith(']');
+    const QHostAddress address(has_brackets ? host.mid(1, host.size() - 2) : host);
+    return address.protocol() == QAbstractSocket::IPv6Protocol;
+}
+
 bool is_host(const QString& host)
 {
     static const QRegularExpression foreign(R"([\s/@\\"'])");
-    return !host.isEmpty() && !host.contains(foreign) && is_valid_proxy_server(utf8(host));
+    return !host.isEmpty() && !host.contains(foreign) &&
+           (is_ipv6_address(host) || is_valid_proxy_server(utf8(host)));
 }
 
 /// Host and port of "host:port" or "[address]:port".
@@ -77,8 +87,7 @@ CURL_PROXY_INFO checked_proxy(const QString& host, const QString& port, const QS
 {
     if (!is_host(host) || !is_valid_proxy_port(utf8(port)))
         return {};
-    // A bare address of the younger family would swallow the port.
-    const bool needs_brackets = host.contains(':') && !host.startsWith('[');
+    const bool needs_brackets = is_ipv6_address(host) && !host.startsWith('[');
     return {utf8(scheme + (needs_brackets ? '[' + host + ']' : host)), utf8(port), {}, {}};
 }
 

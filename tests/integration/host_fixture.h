@@ -42,6 +42,8 @@ protected:
     {
         CHILD_SETUP child{host(name), arguments, dir.path(), {}};
         child.live_in(dir.path());
+        // A look for a proxy would ask the machine's name servers.
+        child.environment["VINST_NO_PROXY_DISCOVERY"] = "1";
         if (!manifest.empty())
             child.environment["vinst_manifest"] = manifest;
         for (const auto& [name_of_variable, value] : environment)
