@@ -26,6 +26,7 @@ using CLOCK = std::chrono::steady_clock;
 constexpr long connect_seconds = 3;
 constexpr int http_ok = 200;
 constexpr std::chrono::seconds longest_discovery{20};
+constexpr std::chrono::milliseconds longest_fetch{8000}; // one that stalls leaves time for the rest
 constexpr qint64 script_limit = 1024 * 1024;               // bytes
 constexpr qint64 preference_file_limit = 16 * 1024 * 1024; // bytes
 
@@ -187,7 +188,7 @@ std::optional<QString> VINST_DOWNLOADER_MGR::fetch_pac_script(const QString& url
     run_log().debug("download autoproxy file to: %s", path);
 
     SCRIPT_TRANSFER data;
-    data.end = CLOCK::now() + discovery_time_left();
+    data.end = CLOCK::now() + std::min(discovery_time_left(), longest_fetch);
     CURL_DOWNLOADER downloader("", CURL_PROXY_INFO::direct(), false, connect_seconds);
     downloader.set_progress_callback(on_script_progress);
     downloader.set_logger(&run_log());

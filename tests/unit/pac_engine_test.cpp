@@ -1,0 +1,98 @@
+#include "install/pac/pac_engine.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+class PacEngineTest : public ::testing::Test
+{
+protected:
+    std::string run(const std::string& script)
+    {
+        const PAC_ENVIRONMENT environment{
+            [this](const std::string& name)
+            {
+                looked_up.push_back(name);
+                return std::vector<std::string>{"192.0.2.7"};
+            },
+            [] { return std::vector<std::string>{"192.0.2.8"}; }, [] { return std::int64_t{0}; },
+            [this](const std::string& line) { lines.push_back(line); }};
+        return evaluate_pac(script, "http://h.example/", "h.example", environment)
+            .value_or("(none)");
+    }
+
+    std::vector<std::string> looked_up;
+    std::vector<std::string> lines;
+};
+
+std::string returning(const std::string& expression)
+{
+    return "function FindProxyForURL(url, host) { return " + expression + "; }";
+}
+
+}
+
+TEST_F(PacEngineTest, LooksANameUpOnce)
+{
+    EXPECT_EQ(run(returning("dnsResolve(host) + dnsResolve(host) + isResolvable(host)")),
+              "192.0.2.7192.0.2.7true");
+    EXPECT_EQ(looked_up, std::vector<std::string>{"h.example"});
+}
+
+TEST_F(PacEngineTest, NeverLooksUpAddresses)
+{
+    EXPECT_EQ(run(returning("dnsResolve('10.0.0.1') + ' ' + dnsResolveEx('2001:db8::1')")),
+              "10.0.0.1 2001:db8::1");
+    EXPECT_TRUE(looked_up.empty());
+}
+
+TEST_F(PacEngineTest, LooksUpSomeNamesOnly)
+{
+    EXPECT_EQ(run("function FindProxyForURL() { var found = 0; for (var i = 0; i < 1000; ++i) "
+                  "if (dnsResolve('n' + i) !== null) ++found; return String(found); }"),
+              "32");
+    EXPECT_EQ(looked_up.size(), 32U);
+    EXPECT_EQ(lines, std::vector<std::string>(
+                         {"The script looks up too many names; the others count as unknown."}));
+}
+
+TEST_F(PacEngineTest, NeverLooksUpEndlessNames)
+{
+    EXPECT_EQ(run(returning("String(dnsResolve(new Array(400).join('x')) + dnsResolve(''))")), "0");
+    EXPECT_TRUE(looked_up.empty());
+}
+
+TEST_F(PacEngineTest, LogsSomeLinesOnly)
+{
+    EXPECT_EQ(run("for (var i = 0; i < 1000; ++i) alert(new Array(1000).join('x')); " +
+                  returning("'DIRECT'")),
+              "DIRECT");
+    EXPECT_EQ(lines, std::vector<std::string>(100, "alert: " + std::string(493, 'x')));
+}
+
+TEST_F(PacEngineTest, TellsTheLineOfAnException)
+{
+    EXPECT_EQ(run("var a;\n\n" + returning("a.b.c")), "(none)");
+    EXPECT_EQ(lines, std::vector<std::string>({"The script fails in line 3: TypeError: Cannot "
+                                               "read property 'b' of undefined"}));
+}
+
+TEST_F(PacEngineTest, TellsThatThereIsNoFunction)
+{
+    EXPECT_EQ(run("var FindProxyForURL = 'PROXY a';"), "(none)");
+    EXPECT_EQ(lines, std::vector<std::string>({"The script doesn't define FindProxyForURL."}));
+}
+
+TEST_F(PacEngineTest, TellsThatTheTextCounts)
+{
+    EXPECT_EQ(run("PROXY a:1"), "PROXY a:1");
+    ASSERT_EQ(lines.size(), 2U);
+    EXPECT_EQ(lines[1], "Its text holds a directive, which counts instead.");
+}
+
+TEST_F(PacEngineTest, StartsAfreshEachTime)
+{
+    EXPECT_EQ(run("var leaked = 1; " + returning("'DIRECT'")), "DIRECT");
+    EXPECT_EQ(run(returning("typeof leaked")), "undefined");
+}
