@@ -24,8 +24,15 @@ only_in 'spdlog/' support/curl
 only_in 'QSettings' support/cfgq
 only_in 'tbb/|<oneapi/' install/vinst/vinst_downloader_mgr_integrity.cpp
 only_in 'boost/' 'install/vinst/vinst_cmdline*' tools/vinst_release
+only_in '(QJS|QQml|QtQml)' install/pac
 only_in '(QApplication|QMessageBox|QWidget|QDialog)' install/vinst/vinst_message_box.cpp \
   install/vinst/vinst_application.cpp install/vinst/vinst_entry.cpp
+
+# The helper that runs scripts from the network links nothing of the program.
+if git grep -nE '#include "(install/vinst|support)/' -- install/pac; then
+  echo "install/pac may include nothing of the program." >&2
+  exit 1
+fi
 
 git ls-files -z '*.h' '*.cpp' | xargs -0 clang-format --dry-run --Werror
 git ls-files -z 'install/*.cpp' 'support/*.cpp' 'tools/*.cpp' |
