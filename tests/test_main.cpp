@@ -32,7 +32,8 @@ void scrub_environment(const QString& home)
                              "XDG_CONFIG_HOME",
                              "XDG_CONFIG_DIRS"})
         qunsetenv(name);
-    // A look for a proxy would ask the machine's name servers; tests of it have networks of their own.
+    // A look for a proxy would ask the machine's name servers; tests of it have networks of their
+    // own.
     qputenv("VINST_NO_PROXY_DISCOVERY", "1");
     qputenv("HOME", home.toLocal8Bit());
     qputenv("QT_QPA_PLATFORM", "offscreen");

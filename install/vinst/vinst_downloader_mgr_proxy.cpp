@@ -27,7 +27,7 @@ constexpr long connect_seconds = 3;
 constexpr int http_ok = 200;
 constexpr std::chrono::seconds longest_discovery{20};
 constexpr std::chrono::milliseconds longest_fetch{8000}; // one that stalls leaves time for the rest
-constexpr qint64 script_limit = 1024 * 1024;               // bytes
+constexpr qint64 script_limit = 1024 * 1024;             // bytes
 constexpr qint64 preference_file_limit = 16 * 1024 * 1024; // bytes
 
 /// The record of one file's transfer, with when and where it is to end.

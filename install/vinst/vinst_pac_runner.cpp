@@ -57,7 +57,8 @@ public:
         m_process.start();
         m_process.write(m_request.data(), static_cast<qint64>(m_request.size()));
         m_process.closeWriteChannel();
-        QTimer::singleShot(at_most, Qt::PreciseTimer, &m_loop, [this] { end("it takes too long"); });
+        QTimer::singleShot(at_most, Qt::PreciseTimer, &m_loop,
+                           [this] { end("it takes too long"); });
         const THR_STOP_SUBSCRIPTION on_stop(
             [this]
             {
