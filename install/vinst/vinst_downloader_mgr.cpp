@@ -36,7 +36,7 @@ std::int64_t on_progress(CURL_PROGRESS_DATA* data, std::uint64_t total, std::uin
         data->reported_total = total;
         data->bytes_received = received;
     }
-    return download_stop_requested || shutdown_requested ? -1 : 0;
+    return VINST_DOWNLOADER_MGR::is_to_stop() ? -1 : 0;
 }
 
 quint64 received_bytes(const VINST_COMPONENT& component)

@@ -17,6 +17,11 @@
 class CURL_DOWNLOADER;
 struct CURL_PROGRESS_DATA;
 
+/// Read by the progress callback on the transfer threads and by the hashing tasks; written by the
+/// main thread and, for the shutdown, by whoever takes a signal. They only ever delay an end.
+extern std::atomic<bool> download_stop_requested;
+extern std::atomic<bool> shutdown_requested;
+
 /// Fetches the chosen components of a release, checks them, and runs their installers.
 ///
 /// Lives on the main thread. With a view it tells it all that happens; in console mode it prints a
@@ -45,6 +50,8 @@ public:
     void abort_on_close();
     /// The half of `abort_on_close` that any thread may do.
     static void request_shutdown();
+    /// Whether either was asked for, and no run or test has begun since.
+    static bool is_to_stop() { return download_stop_requested || shutdown_requested; }
 
     /// One look at all transfers, to be taken once a second. \return false when a file is in error
     bool update_progress();
@@ -137,6 +144,8 @@ private:
     std::chrono::milliseconds discovery_time_left() const;
     bool may_discover() const;
     std::optional<QString> fetch_pac_script(const QString& url);
+    int fetch_one(CURL_DOWNLOADER& downloader, const std::string& url, const std::string& path,
+                  CURL_PROGRESS_DATA& data);
     CURL_PROXY_INFO proxy_of(const VINST_PROXY_SETTINGS& settings);
     bool test_once(const CURL_PROXY_INFO& proxy, const std::string& path, CURL_PROGRESS_DATA& data);
     void report_failed_test(const CURL_PROXY_INFO& proxy, const CURL_PROGRESS_DATA& data);
@@ -157,8 +166,3 @@ private:
     QString m_error_text;
     std::optional<std::chrono::steady_clock::time_point> m_discovery_end;
 };
-
-/// Read by the progress callback on the transfer threads and by the hashing tasks; written by the
-/// main thread and, for the shutdown, by whoever takes a signal. They only ever delay an end.
-extern std::atomic<bool> download_stop_requested;
-extern std::atomic<bool> shutdown_requested;

@@ -11,6 +11,7 @@
 #include "support/fio/fio_file_system.h"
 
 #include <QFile>
+#include <QTimer>
 #include <QUrl>
 
 namespace
@@ -19,11 +20,11 @@ namespace
 constexpr long connect_seconds = 3;
 constexpr int http_ok = 200;
 
-/// Unlike a download, a test goes on whatever was stopped before it; only the end of the process
-/// ends it.
+constexpr std::chrono::milliseconds completion_check_interval{50};
+
 std::int64_t on_test_progress(CURL_PROGRESS_DATA*, std::uint64_t, std::uint64_t)
 {
-    return shutdown_requested ? -1 : 0;
+    return VINST_DOWNLOADER_MGR::is_to_stop() ? -1 : 0;
 }
 
 /// The test file's own name, or a safe one.
@@ -44,9 +45,13 @@ std::string failure_details(const CURL_PROGRESS_DATA& data)
 
 bool VINST_DOWNLOADER_MGR::test_download(const VINST_PROXY_SETTINGS& settings)
 {
+    // A test goes on whatever was stopped before it.
+    download_stop_requested = false;
+    m_error_text.clear();
     const QString temp = temp_dir();
     if (temp.isEmpty())
     {
+        m_error_text = QString::fromStdString(message("ERROR_TEMP_NOT_WRITABLE"));
         report(message("ERROR_TEMP_NOT_WRITABLE"), true);
         return false;
     }
@@ -65,7 +70,7 @@ bool VINST_DOWNLOADER_MGR::test_download(const VINST_PROXY_SETTINGS& settings)
             return true;
         }
         run_log().debug(message("TEST_DOWNLOAD_RESULTS", "fail"));
-        if (shutdown_requested)
+        if (is_to_stop())
             return false;
         switch (next_connection_step(attempt, host_platform(), settings.use_default_proxy,
                                      proxy.has_host()))
@@ -122,7 +127,7 @@ bool VINST_DOWNLOADER_MGR::test_once(const CURL_PROXY_INFO& proxy, const std::st
     CURL_DOWNLOADER downloader("", proxy, false, connect_seconds);
     downloader.set_progress_callback(on_test_progress);
     downloader.set_logger(&run_log());
-    const int status = downloader.download_one_file(utf8(m_release.test_url()), path, &data);
+    const int status = fetch_one(downloader, utf8(m_release.test_url()), path, data);
     if (status != http_ok || data.curl_code != 0)
         return false;
     const QString local_path = QString::fromStdString(path);
@@ -135,6 +140,21 @@ bool VINST_DOWNLOADER_MGR::test_once(const CURL_PROXY_INFO& proxy, const std::st
         return true;
     run_log().info("Download successful, but md5sum doesn't match");
     return false;
+}
+
+int VINST_DOWNLOADER_MGR::fetch_one(CURL_DOWNLOADER& downloader, const std::string& url,
+                                    const std::string& path, CURL_PROGRESS_DATA& data)
+{
+    if (m_view == nullptr)
+        return downloader.download_one_file(url, path, &data);
+    // With windows, they stay alive meanwhile.
+    QTimer wake_up;
+    wake_up.start(completion_check_interval);
+    downloader.add_file(url, path, &data);
+    downloader.download_files(1, false);
+    while (!downloader.downloads_complete())
+        m_view->process_events();
+    return data.http_code;
 }
 
 void VINST_DOWNLOADER_MGR::report_failed_test(const CURL_PROXY_INFO& proxy,

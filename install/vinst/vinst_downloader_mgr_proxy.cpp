@@ -41,7 +41,7 @@ std::int64_t on_script_progress(CURL_PROGRESS_DATA* data, std::uint64_t total,
 {
     const bool too_late = CLOCK::now() >= static_cast<SCRIPT_TRANSFER*>(data)->end;
     const bool too_large = std::max(total, received) > script_limit;
-    return shutdown_requested || too_late || too_large ? -1 : 0;
+    return VINST_DOWNLOADER_MGR::is_to_stop() || too_late || too_large ? -1 : 0;
 }
 
 /// Qt reads a proxy variable without a port as if it named this one.
@@ -89,7 +89,7 @@ std::chrono::milliseconds VINST_DOWNLOADER_MGR::discovery_time_left() const
 
 bool VINST_DOWNLOADER_MGR::may_discover() const
 {
-    return !shutdown_requested && discovery_time_left().count() > 0;
+    return !is_to_stop() && discovery_time_left().count() > 0;
 }
 
 CURL_PROXY_INFO VINST_DOWNLOADER_MGR::discover_proxy()
@@ -116,7 +116,7 @@ CURL_PROXY_INFO VINST_DOWNLOADER_MGR::discover_proxy()
     }
     if (proxy.has_host())
         run_log().info("Proxy found by %s", source);
-    else if (!may_discover() && !shutdown_requested)
+    else if (!may_discover() && !is_to_stop())
         run_log().info("The search for a proxy took too long and was ended");
     else
         run_log().info("No proxy found");
@@ -163,8 +163,9 @@ CURL_PROXY_INFO VINST_DOWNLOADER_MGR::get_pac_proxy(const QString& url)
     if (!script)
         return {};
     const QUrl target(m_release.download_url());
-    const std::optional<QString> directive = run_pac_script(
-        pac_helper, *script, url_for_script(target), target.host(), discovery_time_left());
+    const std::optional<QString> directive =
+        run_pac_script(pac_helper, *script, url_for_script(target), target.host(),
+                       discovery_time_left(), [this] { return may_discover(); });
     if (!directive)
         return {};
     run_log().debug("autoproxy directive: %s", utf8(without_control_characters(*directive)));
@@ -192,7 +193,7 @@ std::optional<QString> VINST_DOWNLOADER_MGR::fetch_pac_script(const QString& url
     CURL_DOWNLOADER downloader("", CURL_PROXY_INFO::direct(), false, connect_seconds);
     downloader.set_progress_callback(on_script_progress);
     downloader.set_logger(&run_log());
-    const int status = downloader.download_one_file(utf8(url), path, &data);
+    const int status = fetch_one(downloader, utf8(url), path, data);
     if (status != http_ok || data.curl_code != 0)
     {
         run_log().debug("No autoproxy file: Httpcode: %d, Curlcode: %d, %s", status,

@@ -4,7 +4,6 @@
 #include "install/vinst/vinst_messages.h"
 #include "install/vinst/vinst_platform.h"
 #include "install/vinst/vinst_text.h"
-#include "support/thr/thr_sleep.h"
 
 #include <QEventLoop>
 #include <QProcess>
@@ -16,6 +15,7 @@ namespace
 
 constexpr int output_limit = 64 * 1024; // bytes
 constexpr std::chrono::milliseconds longest_run{5000};
+constexpr std::chrono::milliseconds stop_check_interval{100};
 
 /// The script's world holds nothing of the user's: no proxy variable's password, no home.
 QProcessEnvironment bare_environment()
@@ -52,19 +52,21 @@ public:
                          });
     }
 
-    void run(std::chrono::milliseconds at_most)
+    void run(std::chrono::milliseconds at_most, const std::function<bool()>& may_go_on)
     {
         m_process.start();
         m_process.write(m_request.data(), static_cast<qint64>(m_request.size()));
         m_process.closeWriteChannel();
         QTimer::singleShot(at_most, Qt::PreciseTimer, &m_loop,
                            [this] { end("it takes too long"); });
-        const THR_STOP_SUBSCRIPTION on_stop(
-            [this]
-            {
-                QMetaObject::invokeMethod(
-                    &m_loop, [this] { end("the run is to stop"); }, Qt::QueuedConnection);
-            });
+        QTimer stop_check;
+        QObject::connect(&stop_check, &QTimer::timeout, &m_loop,
+                         [&]
+                         {
+                             if (!may_go_on())
+                                 end("the run is to stop");
+                         });
+        stop_check.start(stop_check_interval);
         if (m_process.state() != QProcess::NotRunning)
             m_loop.exec();
         take(m_process.readAllStandardOutput(), m_output);
@@ -132,14 +134,15 @@ QString pac_helper_path()
 
 std::optional<QString> run_pac_script(const QString& helper, const QString& script,
                                       const QString& url, const QString& host,
-                                      std::chrono::milliseconds at_most)
+                                      std::chrono::milliseconds at_most,
+                                      const std::function<bool()>& may_go_on)
 {
     PAC_REQUEST request{utf8(url), utf8(host), utf8(script)};
     QString trouble = "it is larger than 1 MiB";
     if (request.script.size() <= pac_script_limit)
     {
         HELPER_RUN run(helper, to_text(request));
-        run.run(std::min(at_most, longest_run));
+        run.run(std::min(at_most, longest_run), may_go_on);
         log_words(run.words());
         trouble = run.trouble();
         if (trouble.isEmpty())

@@ -13,9 +13,11 @@ QString pac_helper_path();
 /// anything behind in, with the caller's event loop alive. What the script says is logged at debug
 /// level; when there is no directive, the log says why.
 ///
-/// \param helper    the path of the helper
-/// \param at_most   at the end of this time the helper is ended, at a stop request of the run too
+/// \param helper     the path of the helper
+/// \param at_most    at the end of this time the helper is ended
+/// \param may_go_on  asked several times a second; when it answers false, the helper is ended, too
 /// \return the directive, such as "PROXY a:3128; DIRECT"
 std::optional<QString> run_pac_script(const QString& helper, const QString& script,
                                       const QString& url, const QString& host,
-                                      std::chrono::milliseconds at_most);
+                                      std::chrono::milliseconds at_most,
+                                      const std::function<bool()>& may_go_on);

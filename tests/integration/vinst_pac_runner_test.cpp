@@ -1,13 +1,13 @@
 #include "install/vinst/vinst_pac_runner.h"
 
 #include "install/vinst/vinst_messages.h"
-#include "support/thr/thr_sleep.h"
 #include "tests/harness/temp_dir.h"
 
 #include <gtest/gtest.h>
 
 #include <QElapsedTimer>
 
+#include <atomic>
 #include <thread>
 
 using namespace std::chrono_literals;
@@ -24,15 +24,13 @@ protected:
         VINST_MESSAGES::instance().open_log();
         VINST_MESSAGES::instance().set_debug();
     }
-    ~PacRunnerTest() override { thr_forget_stop_request(); }
-
     /// "(none)" when the script yields no directive.
     std::string run(const QString& script, std::chrono::milliseconds at_most = 20s)
     {
         QElapsedTimer clock;
         clock.start();
-        const auto directive =
-            run_pac_script(helper, script, "http://dl.example/x", "dl.example", at_most);
+        const auto directive = run_pac_script(helper, script, "http://dl.example/x", "dl.example",
+                                              at_most, [this] { return !stopped; });
         duration = std::chrono::milliseconds(clock.elapsed());
         return directive ? directive->toStdString() : "(none)";
     }
@@ -45,6 +43,7 @@ protected:
     TEMP_DIR dir;
     QString helper = VINST_TEST_BINARY_DIR "/lib/vinst_pac";
     std::chrono::milliseconds duration{};
+    std::atomic<bool> stopped{false};
 };
 
 QString returning(const QString& expression)
@@ -217,10 +216,10 @@ TEST_F(PacRunnerTest, EndsAHelperThatSleepsAfterFiveSeconds)
 TEST_F(PacRunnerTest, EndsTheHelperAtAStop)
 {
     std::thread stopper(
-        []
+        [this]
         {
             std::this_thread::sleep_for(200ms);
-            thr_request_stop();
+            stopped = true;
         });
     EXPECT_EQ(run("while (true) {}"), "(none)");
     stopper.join();
