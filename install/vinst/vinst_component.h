@@ -61,6 +61,8 @@ struct VINST_COMPONENT
     QString platform; ///< "windows", "linux", or empty for both
     QString cmd_exe;
     QString cmd_options;
+    /// Of an after-install action: 0 runs it, anything else skips it. Written by the user's choice.
+    qint32 skip = 0;
     VINST_RELEASE* release = nullptr;
 
     quint64 bytes_on_disk = 0; ///< last measured size of the local file

@@ -100,7 +100,7 @@ QString shortcut_options(const VINST_RELEASE& release, const QString& platform)
     for (const VINST_COMPONENT* action :
          components_of_kind(release, VINST_COMPONENT_KIND::install, platform))
         if (action->name == "desktop_shortcuts")
-            return ' ' + action->cmd_options;
+            return action->skip == 0 ? ' ' + action->cmd_options : QString();
     return {};
 }
 
@@ -118,7 +118,7 @@ void make_installer_executable(const VINST_COMPONENT& component)
         FIO_FILE_SYSTEM::chmod(utf8(path), 0700);
 }
 
-QString build_install_command(VINST_COMPONENT& component, const QString& main_product_name,
+QString build_install_command(VINST_COMPONENT& component, const QString& main_product,
                               bool unattended, const QString& platform)
 {
     const bool all_dependencies_present =
@@ -130,12 +130,12 @@ QString build_install_command(VINST_COMPONENT& component, const QString& main_pr
 
     const QString own_platform = is_platform(component.platform) ? component.platform : platform;
     const VINST_RELEASE& release = *component.release;
-    const VINST_COMPONENT* main_product = release.find_component(main_product_name, own_platform);
-    if (!component.standalone && main_product != nullptr && main_product->is_selected() &&
-        has_local_file(*main_product))
+    const VINST_COMPONENT* main_component = release.find_component(main_product, own_platform);
+    if (!component.standalone && main_component != nullptr && main_component->is_selected() &&
+        has_local_file(*main_component))
         return {};
 
-    const bool is_main_product = component.name == main_product_name;
+    const bool is_main_product = component.name == main_product;
     const QString options = option_part(component, is_main_product, platform);
     const QString own_installer = command_part(component.local_file_path()) +
                                   (unattended ? options : QString()) + installdir_part(release);
@@ -151,4 +151,21 @@ QString build_install_command(VINST_COMPONENT& component, const QString& main_pr
     return component.name.startsWith(edition_prefix)
                ? own_installer + " --morlan_edition " + command_part(component.name)
                : QString();
+}
+
+const VINST_COMPONENT* owner_of_action(const VINST_COMPONENT& action, const QString& platform)
+{
+    return action.parent != nullptr ? action.parent
+                                    : action.release->find_component(main_product_name, platform);
+}
+
+QString build_action_command(const VINST_COMPONENT& action, const QString& platform)
+{
+    const VINST_COMPONENT* owner = owner_of_action(action, platform);
+    const bool is_wanted = action.skip == 0 && (owner == nullptr || owner->is_selected());
+    if (action.cmd_exe.isEmpty() || !is_wanted)
+        return {};
+    const QString program = action.release->install_dir() + QDir::separator() + action.cmd_exe;
+    const QString options = action.cmd_options.isEmpty() ? QString() : ' ' + action.cmd_options;
+    return command_part(program) + options;
 }

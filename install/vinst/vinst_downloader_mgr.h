@@ -70,8 +70,8 @@ public:
     /// Whether a check's result is still to come.
     static bool has_pending_integrity_tasks();
 
-    /// Runs the installers of the components that passed, one after another, up to the first that
-    /// fails. \return whether all succeeded
+    /// Runs the installers of the components that passed, one after another, then the after-install
+    /// actions that aren't skipped, up to the first that fails. \return whether all succeeded
     bool install();
 
     /// Fetches the release's test file and compares its sum. A proxy that works is stored in the
@@ -140,6 +140,7 @@ private:
 
     bool is_unchanged_since_check(VINST_COMPONENT* component);
     bool install_component(VINST_COMPONENT* component);
+    bool run_after_install_actions();
 
     std::chrono::milliseconds discovery_time_left() const;
     bool may_discover() const;

@@ -11,13 +11,6 @@
 
 #include <algorithm>
 
-namespace
-{
-
-const QString main_product_name = QStringLiteral("veltrin_base");
-
-}
-
 bool VINST_DOWNLOADER_MGR::install()
 {
     report("Do install ...", false);
@@ -25,7 +18,22 @@ bool VINST_DOWNLOADER_MGR::install()
     // Each command is built when its turn comes: what one installer lays down, such as the device
     // installer, decides on the commands after it.
     return std::all_of(m_passed_components.begin(), m_passed_components.end(),
-                       [this](VINST_COMPONENT* component) { return install_component(component); });
+                       [this](VINST_COMPONENT* component)
+                       { return install_component(component); }) &&
+           run_after_install_actions();
+}
+
+bool VINST_DOWNLOADER_MGR::run_after_install_actions()
+{
+    const VINST_COMPONENT_LIST actions =
+        components_of_kind(m_release, VINST_COMPONENT_KIND::install, host_platform());
+    return std::all_of(actions.begin(), actions.end(),
+                       [](const VINST_COMPONENT* action)
+                       {
+                           const QString command = build_action_command(*action, host_platform());
+                           return command.isEmpty() ||
+                                  (!thr_stop_requested() && run_command(command) == 0);
+                       });
 }
 
 bool VINST_DOWNLOADER_MGR::install_component(VINST_COMPONENT* component)

@@ -118,3 +118,37 @@ TEST_F(Install, StartsNothingAfterAStop)
     EXPECT_FALSE(manager->install());
     EXPECT_EQ(order(), "");
 }
+
+TEST_F(Install, RunsTheActionsAfterTheInstallers)
+{
+    builder.component("a").content(install_script());
+    builder.component("first").data_type("install").no_file().cmd_exe("act").cmd_options("one two");
+    builder.component("second").data_type("install").no_file().cmd_exe("act").cmd_options("three");
+    builder.component("third").data_type("install").no_file().cmd_exe("act").cmd_options("skipped");
+    fetch();
+    component("third")->skip = 1;
+    dir.make_dir("inst");
+    write_file(dir / "inst/act",
+               "#!/bin/sh\necho \"action $*\" >> \"$(dirname \"$0\")/install_order\"\n");
+    std::filesystem::permissions(dir / "inst/act", std::filesystem::perms::owner_all);
+    EXPECT_TRUE(manager->install());
+    EXPECT_EQ(order(), "a.run\naction one two\naction three\n");
+}
+
+TEST_F(Install, FailsWhenAnActionFails)
+{
+    builder.component("a").content(install_script());
+    builder.component("act").data_type("install").no_file().cmd_exe("missing");
+    fetch();
+    EXPECT_FALSE(manager->install());
+    EXPECT_TRUE(log_holds("/inst/missing returned -1: It could not be started: "));
+}
+
+TEST_F(Install, RunsNoActionAfterAnInstallerThatFailed)
+{
+    builder.component("a").content(install_script(3));
+    builder.component("act").data_type("install").no_file().cmd_exe("act");
+    fetch();
+    EXPECT_FALSE(manager->install());
+    EXPECT_FALSE(log_holds("/inst/act"));
+}

@@ -313,3 +313,69 @@ TEST_F(InstallCommand, InstallsAStandaloneDeviceBesideASelectedMainProduct)
     orion->standalone = true;
     EXPECT_NE(command(orion).find("dev_install.run --mode unattended"), std::string::npos);
 }
+
+TEST_F(InstallCommand, LeavesShortcutsOutWhenTheUserSkipsThem)
+{
+    VINST_COMPONENT* main_product = add_main();
+    VINST_COMPONENT* action = add("desktop_shortcuts", false, "");
+    action->kind = VINST_COMPONENT_KIND::install;
+    action->cmd_options = "--shortcuts 1";
+    const std::string with_shortcuts = command(main_product);
+    action->skip = 1;
+    EXPECT_EQ(command(main_product) + " --shortcuts 1", with_shortcuts);
+}
+
+namespace
+{
+
+class ActionCommand : public InstallCommand
+{
+protected:
+    ActionCommand()
+    {
+        action = add("notify", false, "");
+        action->kind = VINST_COMPONENT_KIND::install;
+        action->cmd_exe = "bin/notify";
+        action->cmd_options = "--level 2";
+    }
+
+    std::string command() const { return build_action_command(*action, "linux").toStdString(); }
+
+    VINST_COMPONENT* action;
+};
+
+}
+
+TEST_F(ActionCommand, RunsInTheInstallDirectory)
+{
+    EXPECT_EQ(command(), "/opt/v/bin/notify --level 2");
+    release.set_install_dir("/opt/my v");
+    EXPECT_EQ(command(), "\"/opt/my v/bin/notify\" --level 2");
+    action->cmd_options.clear();
+    EXPECT_EQ(command(), "\"/opt/my v/bin/notify\"");
+}
+
+TEST_F(ActionCommand, IsNoneWithoutAProgram)
+{
+    action->cmd_exe.clear();
+    EXPECT_EQ(command(), "");
+}
+
+TEST_F(ActionCommand, IsNoneWhenTheUserSkipsIt)
+{
+    action->skip = 1;
+    EXPECT_EQ(command(), "");
+}
+
+TEST_F(ActionCommand, BelongsToItsParentOrTheMainProduct)
+{
+    EXPECT_EQ(owner_of_action(*action, "linux"), nullptr);
+    VINST_COMPONENT* main_product = add_main(false);
+    EXPECT_EQ(owner_of_action(*action, "linux"), main_product);
+    EXPECT_EQ(owner_of_action(*action, "windows"), nullptr);
+    EXPECT_EQ(command(), "");
+    action->parent = add("tools");
+    EXPECT_EQ(owner_of_action(*action, "linux"), action->parent);
+    action->parent->selection = VINST_SELECTION::partly_selected;
+    EXPECT_EQ(command(), "/opt/v/bin/notify --level 2");
+}
