@@ -8,6 +8,7 @@
 #include "install/vinst/vinst_progress_block.h"
 #include "install/vinst/vinst_retry.h"
 #include "install/vinst/vinst_text.h"
+#include "install/vinst/vinst_utils.h"
 #include "support/thr/thr_sleep.h"
 
 #include <QDir>
@@ -28,20 +29,13 @@ bool refuse(const char* id)
     return false;
 }
 
-bool is_empty_or_missing(const QString& dir)
-{
-    const QDir::Filters everything =
-        QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
-    return !QDir(dir).exists() || QDir(dir).isEmpty(everything);
-}
-
 bool pass_checks(const VINST_OPTIONS& options)
 {
     VINST_RELEASE& release = *options.release;
     const QString platform = QString::fromStdString(options.platform);
     if (options.auto_install && !has_admin_rights())
         return refuse("ERROR_ADMIN_PRIV");
-    if (options.auto_install && !is_empty_or_missing(release.install_dir()))
+    if (options.auto_install && !is_empty_or_missing_dir(release.install_dir()))
         return refuse("ERROR_INSTALLDIR_IS_NOT_EMPTY");
     if (options.bypass)
         return true;

@@ -97,6 +97,9 @@ void VINST_DOWNLOADER_MGR::set_components(const VINST_COMPONENT_LIST& components
 
 bool VINST_DOWNLOADER_MGR::download(int parallel_downloads)
 {
+    // First of all: a stop may come as soon as events are processed below.
+    download_stop_requested = false;
+    m_stopped = false;
     run_log().info("Do download ...");
     free_disk_space(utf8(m_release.ensure_download_dir()));
     finish_integrity_tasks();
@@ -126,8 +129,6 @@ void VINST_DOWNLOADER_MGR::prepare_run(CURL_DOWNLOADER& downloader)
 {
     downloader.set_progress_callback(on_progress);
     downloader.set_logger(&run_log());
-    download_stop_requested = false;
-    m_stopped = false;
     m_write_error = false;
     m_not_found_error = false;
     m_progress_text.clear();
@@ -246,6 +247,11 @@ void VINST_DOWNLOADER_MGR::abort_on_close()
 void VINST_DOWNLOADER_MGR::request_shutdown()
 {
     shutdown_requested = true;
+}
+
+bool VINST_DOWNLOADER_MGR::is_to_stop()
+{
+    return download_stop_requested || shutdown_requested || thr_stop_requested();
 }
 
 VINST_DOWNLOADER_MGR::TRANSFER_RESULT

@@ -50,8 +50,8 @@ public:
     void abort_on_close();
     /// The half of `abort_on_close` that any thread may do.
     static void request_shutdown();
-    /// Whether either was asked for, and no run or test has begun since.
-    static bool is_to_stop() { return download_stop_requested || shutdown_requested; }
+    /// Whether either was asked for, and no run or test has begun since; or the process is to end.
+    static bool is_to_stop();
 
     /// One look at all transfers, to be taken once a second. \return false when a file is in error
     bool update_progress();

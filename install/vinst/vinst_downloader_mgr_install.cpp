@@ -7,7 +7,6 @@
 #include "install/vinst/vinst_process.h"
 #include "install/vinst/vinst_text.h"
 #include "install/vinst/vinst_utils.h"
-#include "support/thr/thr_sleep.h"
 
 #include <algorithm>
 
@@ -32,7 +31,7 @@ bool VINST_DOWNLOADER_MGR::run_after_install_actions()
                        {
                            const QString command = build_action_command(*action, host_platform());
                            return command.isEmpty() ||
-                                  (!thr_stop_requested() && run_command(command) == 0);
+                                  (!is_to_stop() && run_command(command, is_to_stop) == 0);
                        });
 }
 
@@ -52,7 +51,7 @@ bool VINST_DOWNLOADER_MGR::install_component(VINST_COMPONENT* component)
     const bool unchanged =
         std::all_of(read_by_it.begin(), read_by_it.end(),
                     [this](VINST_COMPONENT* file) { return is_unchanged_since_check(file); });
-    return unchanged && !thr_stop_requested() && run_command(command) == 0;
+    return unchanged && !is_to_stop() && run_command(command, is_to_stop) == 0;
 }
 
 bool VINST_DOWNLOADER_MGR::is_unchanged_since_check(VINST_COMPONENT* component)

@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <utility>
 
 namespace
 {
@@ -21,6 +22,7 @@ namespace
 constexpr int not_started = -1;
 constexpr int crash_base = 128; // as shells count: 128 and the signal's number
 constexpr std::chrono::milliseconds grace_after_stop{1200};
+constexpr std::chrono::milliseconds stop_check_interval{200};
 
 /// The list form of a command: the program, then its arguments.
 struct COMMAND_LIST final : QStringList
@@ -58,7 +60,7 @@ private:
 class STOP_GUARD
 {
 public:
-    explicit STOP_GUARD(QProcess& process)
+    STOP_GUARD(QProcess& process, const std::function<bool()>& is_to_stop)
         : m_process(process), m_subscription(
                                   [this]
                                   {
@@ -66,11 +68,22 @@ public:
                                           &m_context, [this] { stop(); }, Qt::QueuedConnection);
                                   })
     {
+        if (!is_to_stop)
+            return;
+        QObject::connect(&m_check, &QTimer::timeout, &m_context,
+                         [this, is_to_stop]
+                         {
+                             if (is_to_stop())
+                                 stop();
+                         });
+        m_check.start(stop_check_interval);
     }
 
 private:
     void stop()
     {
+        if (std::exchange(m_is_stopping, true))
+            return;
         run_log().info("Stop requested, ending the installer");
         pass_signal_on(m_process, VINST_STOP_SIGNALS::received());
         QTimer::singleShot(grace_after_stop, &m_context, [this] { kill_group(m_process); });
@@ -78,11 +91,13 @@ private:
 
     QProcess& m_process;
     QObject m_context;
+    QTimer m_check;
+    bool m_is_stopping = false;
     THR_STOP_SUBSCRIPTION m_subscription;
 };
 
 /// Starts the process and returns once it has ended, or could not be started.
-void run_to_end(QProcess& process)
+void run_to_end(QProcess& process, const std::function<bool()>& is_to_stop)
 {
     QEventLoop loop;
     QObject::connect(&process, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), &loop,
@@ -94,7 +109,7 @@ void run_to_end(QProcess& process)
                              loop.quit();
                      });
     process.start();
-    const STOP_GUARD guard(process);
+    const STOP_GUARD guard(process, is_to_stop);
     if (process.state() != QProcess::NotRunning)
         loop.exec();
 }
@@ -111,7 +126,7 @@ QString command_part(const QString& text)
     return '"' + escaped.replace('"', "\"\"\"") + '"';
 }
 
-int run_command(const QString& command)
+int run_command(const QString& command, const std::function<bool()>& is_to_stop)
 {
     const COMMAND_LIST parts(command);
     run_log().info("Run command: %s\n", utf8(command));
@@ -123,7 +138,7 @@ int run_command(const QString& command)
     process->setProcessChannelMode(QProcess::MergedChannels);
     process->setStandardOutputFile(output.name_for_process());
     process->setStandardInputFile(QProcess::nullDevice());
-    run_to_end(*process);
+    run_to_end(*process, is_to_stop);
 
     int code = process->exitCode();
     std::string trouble;

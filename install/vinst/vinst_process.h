@@ -2,6 +2,7 @@
 
 #include <QString>
 
+#include <functional>
 #include <memory>
 
 class QProcess;
@@ -11,9 +12,10 @@ class QProcess;
 /// What it prints is logged whole, with its exit code. It runs in a process group of its own; a
 /// stop request of the run is passed on to that group, which is ended when it doesn't go by itself.
 ///
-/// \param command  program and arguments in one text, parts with blanks in double quotes
+/// \param command     program and arguments in one text, parts with blanks in double quotes
+/// \param is_to_stop  asked several times a second; when it answers true, that is a stop request
 /// \return the exit code; never 0 for an installer that couldn't be started, crashed or was killed
-int run_command(const QString& command);
+int run_command(const QString& command, const std::function<bool()>& is_to_stop = {});
 
 /// Starts an installer and leaves it to itself. \return whether it started
 bool run_command_detached(const QString& command);

@@ -84,6 +84,13 @@ bool is_writable_dir(const QString& path)
     return true;
 }
 
+bool is_empty_or_missing_dir(const QString& path)
+{
+    const QDir::Filters everything =
+        QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
+    return !QDir(path).exists() || QDir(path).isEmpty(everything);
+}
+
 QString nearest_existing_dir(const QString& path)
 {
     QString dir = QDir(path).absolutePath();

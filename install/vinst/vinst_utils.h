@@ -13,6 +13,9 @@ QString temp_dir();
 /// Whether a directory exists and can be written, proved by making a directory inside it.
 bool is_writable_dir(const QString& path);
 
+/// Whether a directory holds nothing at all, or isn't there.
+bool is_empty_or_missing_dir(const QString& path);
+
 /// The absolute path of the path itself, or of its closest existing ancestor.
 QString nearest_existing_dir(const QString& path);
 
