@@ -142,6 +142,15 @@ TEST_F(RunCommand, PassesAStopOnToTheInstaller)
     EXPECT_TRUE(log_holds("It was ended by signal 15"));
 }
 
+TEST_F(RunCommand, PassesItsCallersStopOnToTheInstaller)
+{
+    QElapsedTimer clock;
+    clock.start();
+    const int code = run_command("/bin/sh -c \"sleep 60\"", [&] { return clock.hasExpired(300); });
+    EXPECT_EQ(code, 128 + SIGTERM);
+    EXPECT_LT(clock.elapsed(), 2000);
+}
+
 TEST_F(RunCommand, EndsAnInstallerThatDoesNotHeedTheStop)
 {
     EXPECT_NE(run_and_stop(poser("poser_hang") + " --stubborn --child"), 0);
