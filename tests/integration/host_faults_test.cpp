@@ -1,5 +1,10 @@
 #include "tests/integration/host_fixture.h"
 
+#include "tests/harness/loopback.h"
+#include "tests/harness/nginx_server.h"
+
+#include <system_error>
+
 namespace
 {
 
@@ -55,6 +60,17 @@ const FAULT_CASE cases[] = {
     {"CaptivePortal", FAULT::other_body("<html>log in</html>"), 0, "One: [19 / 3000] 0% ", "", 19},
     {"OtherContent", FAULT::other_body(std::string(3000, 'x')), 0, "One: [3000 / 3000] 100% ",
      write_error, 3000},
+    {"CutInChunks", FAULT::chunked(1000), 0,
+     "One: Error: transfer closed with outstanding read data remaining, Httpcode: 200, Curlcode: "
+     "18",
+     "", 1000},
+    {"ShortBody", FAULT::short_body(1000), 0, "One: [1000 / 3000] 33% ", "", 1000},
+    {"RedirectToAFile", FAULT::redirect(302, "file:///etc/passwd"), 0,
+     "One: Error: Protocol \"file\" not supported or disabled in libcurl, Httpcode: 302, Curlcode: "
+     "1",
+     "", 0},
+    {"EndlessHeaderLine", FAULT::endless_header_line(), 0,
+     "One: Error: Out of memory, Httpcode: 200, Curlcode: 27", "", 0}, // a limit of libcurl's
     {"Loop", FAULT::redirect(302, "/one.run"), 0,
      "One: Error: Maximum (10) redirects followed, Httpcode: 302, Curlcode: 47", "", 0},
 };
@@ -121,7 +137,9 @@ TEST_F(HostFaults, EndHeadersThatDoNotEnd)
     publish();
     server.set_faults("/one.run", {FAULT::endless_headers()});
     run(run_arguments({"--retry-duration", "0"}));
-    EXPECT_TRUE(output_holds("One: Error: ")) << output;
+    EXPECT_TRUE(
+        output_holds("One: Error: The server's headers don't end, Httpcode: 200, Curlcode: 8\n"))
+        << output;
     EXPECT_FALSE(output_holds("disk space."));
 }
 
@@ -143,6 +161,65 @@ TEST_F(HostFaults, AreOvercomeWhereTheServerIsOnlySlow)
     run(run_arguments({"--retry-duration", "0"}));
     EXPECT_TRUE(output_holds("\nDownload successful\n")) << output;
     EXPECT_TRUE(output_holds("  Avg. download speed: ["));
+}
+
+TEST_F(HostFaults, AreToldAsWellWhereNoServerAnswers)
+{
+    const std::uint16_t nobody = free_port();
+    builder.component("one").title("One").pattern_content(3000, 1);
+    builder.download_url(loopback_url(nobody, ""));
+    publish();
+    run(run_arguments({"--retry-duration", "0"}));
+    EXPECT_TRUE(result.exited_with(0));
+    EXPECT_FALSE(output_holds("One: Error: ")) << output;
+    const std::size_t failed = output.find("\nDownload failed\nOne: ");
+    ASSERT_NE(failed, std::string::npos) << output;
+    EXPECT_NE(output.find("127.0.0.1 port " + std::to_string(nobody), failed), std::string::npos)
+        << output;
+    EXPECT_TRUE(output_holds("\nDownload failed. Exceeded retry limit. Process aborted.\n"));
+    EXPECT_NE(log().find("Couldn't connect to server"), std::string::npos) << log();
+}
+
+TEST_F(HostFaults, KeepAnUntrustedServerFromSendingAnything)
+{
+    const TEST_AUTHORITY authority;
+    builder.component("one").title("One").pattern_content(3000, 1);
+    publish();
+    environment["SSL_CERT_FILE"] = authority.ca_file();
+    NGINX_OPTIONS options;
+    options.root = dir / "release";
+    for (const CERTIFICATE& certificate : {authority.other_host(), authority.untrusted()})
+    {
+        options.certificate = certificate;
+        const NGINX_SERVER impostor(options);
+        run(run_arguments({"--retry-duration", "0", "--url", impostor.url("")}));
+        EXPECT_TRUE(output_holds("\nDownload failed\nOne: SSL")) << output;
+        EXPECT_EQ(impostor.count_in_access_log("GET"), 0U);
+        std::error_code error;
+        const auto size = std::filesystem::file_size(downloads() + "/one.run", error);
+        EXPECT_TRUE(error || size == 0);
+    }
+    options.certificate = authority.server();
+    const NGINX_SERVER origin(options);
+    run(run_arguments({"--retry-duration", "0", "--url", origin.url("")}));
+    EXPECT_TRUE(output_holds("\nDownload successful\n")) << output;
+}
+
+TEST_F(HostFaults, SpareTheOtherFiles)
+{
+    builder.component("bad").title("Bad").pattern_content(3000, 1);
+    builder.component("good").title("Good").pattern_content(3000, 2);
+    publish();
+    server.set_faults("/bad.run", {FAULT::status(500)});
+    run(run_arguments({"--retry-duration", "0"}));
+    EXPECT_TRUE(output_holds("\nDownload failed\n")) << output;
+    EXPECT_TRUE(output_holds("Good: [3000 / 3000] 100% \n")) << output;
+    EXPECT_EQ(dir.read("dl/good.run"), read_file(builder.file("good").path));
+    server.set_faults("/bad.run", {});
+    run(run_arguments());
+    EXPECT_TRUE(output_holds("\nDownload successful\n")) << output;
+    ASSERT_EQ(server.request_count("/good.run"), 2U);
+    EXPECT_EQ(server.requests("/good.run").at(1).range(), "bytes=3000-");
 }
 
 TEST_F(HostFaults, EndATransferThatMovesNothingForAMinute)

@@ -50,8 +50,93 @@ TEST_F(HostInstall, StopsAtAFailingInstaller)
     install();
     EXPECT_TRUE(result.exited_with(0));
     EXPECT_TRUE(output_holds("Do install ...\nInstallation cancelled or finished with error\n"));
-    EXPECT_EQ(dir.read("inst/install_order").find("c.run"), std::string::npos);
+    EXPECT_EQ(dir.read("inst/install_order"), "a.run\nb.run\n");
     EXPECT_NE(log().find(" returned 4: "), std::string::npos);
+}
+
+TEST_F(HostInstall, StopsAtAnInstallerThatCrashesOrCannotBeStarted)
+{
+    for (const auto& [script, reason] : std::vector<std::pair<std::string, std::string>>{
+             {crashing_script(9), "It was ended by signal 9\n"},
+             {"#!/none/sh\n", "It could not be started: "}})
+    {
+        std::filesystem::remove_all(downloads());
+        builder.component("a").content(script);
+        builder.component("b").content(install_script());
+        publish();
+        install();
+        EXPECT_TRUE(result.exited_with(0));
+        EXPECT_TRUE(output_holds("Do install ...\nInstallation cancelled or finished with error\n"))
+            << output;
+        EXPECT_NE(log().find(reason), std::string::npos) << log();
+        EXPECT_FALSE(std::filesystem::exists(installed() + "/install_order"));
+    }
+}
+
+TEST_F(HostInstall, PutsWhatItsInstallersSayIntoTheLog)
+{
+    builder.component("a").content(talking_script(20'000));
+    publish();
+    install();
+    EXPECT_TRUE(output_holds("\nInstallation completed successfully\n")) << output;
+    EXPECT_FALSE(output_holds("line 0 of 100%s"));
+    const std::string text = log();
+    for (const char* line : {"line 0 of 100%s\n", "line 19999 of 100%s\n"})
+    {
+        const std::size_t first = text.find(line);
+        ASSERT_NE(first, std::string::npos) << line;
+        EXPECT_NE(text.find(line, first + 1), std::string::npos) << "on both outputs: " << line;
+    }
+}
+
+TEST_F(HostInstall, WaitsForNoChildThatAnInstallerLeavesBehind)
+{
+    builder.component("a").content(script_with_lasting_child(30));
+    publish();
+    const auto start = std::chrono::steady_clock::now();
+    install();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 10s);
+    EXPECT_TRUE(output_holds("\nInstallation completed successfully\n")) << output;
+}
+
+TEST_F(HostInstall, RunsNothingThatChangedSinceItWasVerified)
+{
+    const std::string other = downloads() + "/b.run";
+    builder.component("a").content("#!/bin/sh\necho 'touch " + installed() + "/evil' >> " + other +
+                                   "\n");
+    builder.component("b").content(install_script());
+    publish();
+    install();
+    EXPECT_TRUE(output_holds("The file " + other +
+                             " has changed since it was verified. Nothing is run.\nInstallation "
+                             "cancelled or finished with error\n"))
+        << output;
+    EXPECT_FALSE(std::filesystem::exists(installed() + "/evil"));
+    EXPECT_EQ(log().find("Run command: " + other), std::string::npos);
+}
+
+TEST_F(HostInstall, RunsAFileAgainThatOnlyLooksChanged)
+{
+    builder.component("a").content("#!/bin/sh\ntouch " + downloads() + "/b.run\n");
+    builder.component("b").content(install_script());
+    publish();
+    install();
+    EXPECT_TRUE(output_holds("\nInstallation completed successfully\n")) << output;
+    EXPECT_EQ(dir.read("inst/install_order"), "b.run\n");
+}
+
+TEST_F(HostInstall, IsLeftOutUnlessItIsAskedFor)
+{
+    builder.component("a").content("#!/bin/sh\n: > '" + (dir / "ran").string() + "'\n");
+    publish();
+    dir.write("inst/.hidden", "x"); // of no matter to a download
+    run(run_arguments({"--accept-eula"}));
+    EXPECT_TRUE(output_holds("\nAuto install: off\nNumber of parallel downloads: 4\n")) << output;
+    EXPECT_FALSE(output_holds("Do install"));
+    EXPECT_FALSE(output_holds("Install dir"));
+    const std::string end = "\nDownload successful\n";
+    EXPECT_EQ(output.substr(output.size() - end.size()), end);
+    EXPECT_FALSE(std::filesystem::exists(dir / "ran"));
 }
 
 TEST_F(HostInstall, RefusesADirectoryThatIsNotEmpty)
@@ -94,4 +179,8 @@ TEST_F(HostInstall, ChecksTheSpaceForDownloads)
     EXPECT_EQ(output,
               "Disk space insufficient for download. Use --bypass to avoid the space check.\n");
     EXPECT_TRUE(result.exited_with(0));
+    EXPECT_EQ(server.request_count(), 0U);
+    run(run_arguments({"--bypass", "--retry-duration", "0"}));
+    EXPECT_TRUE(output_holds("\nStart download ...\n")) << output;
+    EXPECT_EQ(server.request_count("/a.run"), 1U);
 }

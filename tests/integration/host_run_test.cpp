@@ -4,6 +4,7 @@
 #include "tests/harness/proxy_server.h"
 #include "tests/integration/screen_model.h"
 
+#include <algorithm>
 #include <csignal>
 #include <random>
 
@@ -157,6 +158,98 @@ TEST_F(HostRun, LeavesTheFailedAttemptOnTheScreenWhileItWaits)
                "One: Error: The requested URL returned error: 503, Httpcode: 503, Curlcode: 22",
                "Total downloaded: [0.00 B / 2.93 KB]", "", "", "Checking file integrity ...",
                "Download failed", "Retrying #1 after 5 secs ..."}));
+}
+
+TEST_F(HostRun, NeverDrawsAboveItsBlock)
+{
+    builder.component("one").title("One").pattern_content(3000, 1);
+    builder.component("two").title("Two").pattern_content(3000, 2);
+    publish();
+    server.set_faults("/one.run", {FAULT::status(503).times(1), FAULT::trickle(1500, 1000ms)});
+    server.set_faults("/two.run", {FAULT::trickle(1000, 700ms)});
+    CHILD_SETUP child = setup(run_arguments());
+    child.terminal = CHILD_TERMINAL{50, 160};
+    CHILD_PROCESS process(child);
+    ASSERT_TRUE(process.wait_for_output("Download successful", 60s)) << process.output();
+    ASSERT_TRUE(process.wait(10s));
+    const std::string all = process.output();
+    const std::size_t first_draw = all.find("Start download ...");
+    ASSERT_NE(first_draw, std::string::npos);
+    SCREEN_MODEL screen;
+    screen.write(all.substr(0, first_draw));
+    const LINES above(screen.lines().begin(), screen.lines().end() - 1);
+    ASSERT_EQ(above.back(), "Retry duration: 60 (minutes)");
+    int draws = 0;
+    for (std::size_t at = first_draw; at < all.size();)
+    {
+        const std::size_t next = std::min(all.find('\x1b', at + 1), all.size());
+        screen.write(all.substr(at, next - at));
+        at = next;
+        ++draws;
+        ASSERT_GT(screen.lines().size(), above.size());
+        ASSERT_EQ(LINES(screen.lines().begin(),
+                        screen.lines().begin() + static_cast<std::ptrdiff_t>(above.size())),
+                  above)
+            << "after draw " << draws;
+    }
+    EXPECT_GE(draws, 8);
+    const LINES shown = screen.from("Retry duration");
+    ASSERT_GE(shown.size(), 5U);
+    EXPECT_EQ(LINES(shown.begin() + 1, shown.begin() + 5),
+              (LINES{"Start download ...", "Download progress:", "One: [3000 / 3000] 100%",
+                     "Two: [3000 / 3000] 100%"}));
+    for (const char* once : {"Start download ...", "Download progress:", "Download successful"})
+        EXPECT_EQ(std::count(shown.begin(), shown.end(), once), 1) << once;
+}
+
+TEST_F(HostRun, FetchesAsManyFilesAtATimeAsItIsTold)
+{
+    for (int i = 0; i < 8; ++i)
+        builder.component("part" + std::to_string(i)).pattern_content(4000, 1);
+    for (const auto& [arguments, peak] : std::vector<std::pair<std::vector<std::string>, unsigned>>{
+             {{}, 4}, {{"--parallel-downloads", "1"}, 1}, {{"--parallel-downloads", "6"}, 6}})
+    {
+        FAULT_SERVER counting;
+        builder.download_url(counting.url(""));
+        publish();
+        counting.serve_directory(dir / "release");
+        for (int i = 0; i < 8; ++i)
+            counting.set_faults("/part" + std::to_string(i) + ".run", {FAULT::trickle(1000, 60ms)});
+        std::filesystem::remove_all(downloads());
+        run(run_arguments(arguments));
+        EXPECT_TRUE(output_holds("\nDownload successful\n")) << output;
+        EXPECT_EQ(counting.peak_requests(), peak);
+    }
+}
+
+TEST_F(HostRun, LeavesWhatItFetchedReadyToBeRun)
+{
+    builder.component("one");
+    builder.component("two").filename("two.qdz");
+    publish();
+    run(run_arguments());
+    EXPECT_EQ(std::filesystem::status(downloads() + "/one.run").permissions(),
+              std::filesystem::perms::owner_all);
+    EXPECT_EQ(std::filesystem::status(downloads() + "/two.qdz").permissions() &
+                  std::filesystem::perms::owner_exec,
+              std::filesystem::perms::none);
+}
+
+TEST_F(HostRun, GoesOnWhereAnEarlierRunWasStopped)
+{
+    builder.component("one").pattern_content(300'000, 1);
+    publish();
+    server.set_faults("/one.run", {FAULT::stall_after(100'000).times(1)});
+    CHILD_PROCESS first(setup(run_arguments()));
+    // What was received counts once it is on disk: a second later it is shown, too.
+    ASSERT_TRUE(first.wait_for_output("[100000 / 300000] 33%", 20s)) << first.output();
+    first.send_signal(SIGTERM);
+    ASSERT_TRUE(first.wait(10s));
+    ASSERT_EQ(std::filesystem::file_size(downloads() + "/one.run"), 100'000U);
+    run(run_arguments());
+    EXPECT_TRUE(output_holds("\nDownload successful\n")) << output;
+    EXPECT_EQ(server.requests("/one.run").at(1).range(), "bytes=100000-");
+    EXPECT_EQ(dir.read("dl/one.run"), content_of("one"));
 }
 
 TEST_F(HostRun, DoesNotRetryWithADurationOfZero)
