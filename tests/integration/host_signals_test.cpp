@@ -1,9 +1,13 @@
 #include "tests/integration/host_fixture.h"
 
 #include "tests/harness/installer_scripts.h"
+#include "tests/harness/unanswering_port.h"
 
 #include <csignal>
+#include <fstream>
 #include <functional>
+#include <iterator>
+#include <random>
 #include <system_error>
 #include <thread>
 
@@ -39,6 +43,23 @@ protected:
         return setup(run_arguments({"--install-dir", installed(), "--accept-eula"}));
     }
 
+    /// What makes an installer deaf to requests, and lets the test find it.
+    std::string stubborn_installer() const
+    {
+        return "trap '' INT TERM\necho $$ > '" + (dir / "installer").string() + "'";
+    }
+
+    pid_t installer() const { return std::stoi(read_file(dir / "installer")); }
+
+    bool installer_is_running() const { return ::kill(installer(), 0) == 0; }
+
+    /// It is in a process group of its own, which outlives the host's.
+    void end_installer() const
+    {
+        if (installer_is_running())
+            ::kill(-installer(), SIGKILL);
+    }
+
     /// Until it holds, or so long that the test fails by itself.
     static void wait_until(const std::function<bool()>& holds)
     {
@@ -55,6 +76,21 @@ protected:
 
     bool exists(const std::string& name) const { return std::filesystem::exists(dir / name); }
 
+    /// What an installer says is in a file there as well, which goes at any moment.
+    bool temporary_log_holds(const std::string& text) const
+    {
+        for (const std::string& name : list_tree(dir / "tmp"))
+        {
+            if (name.back() == '/')
+                continue;
+            std::ifstream file(dir / "tmp" / name);
+            const std::string held{std::istreambuf_iterator<char>(file), {}};
+            if (held.find(text) != std::string::npos)
+                return true;
+        }
+        return false;
+    }
+
     void expect_log_kept() const
     {
         EXPECT_TRUE(std::filesystem::exists(log_path()));
@@ -70,10 +106,56 @@ TEST_F(HostSignals, EndTheConnectionTest)
     builder.component("one");
     publish();
     server.set_faults("/test.txt", {FAULT::stall_before_headers()});
+    std::size_t requests = 0;
+    for (const int signal_number : {SIGINT, SIGTERM})
+    {
+        CHILD_PROCESS child(setup(run_arguments()));
+        ASSERT_TRUE(server.wait_for_requests("/test.txt", ++requests, 20s));
+        expect_orderly_end(child, signal_number);
+        expect_log_kept();
+        EXPECT_FALSE(output_holds("Internet connection cannot be established"));
+        EXPECT_FALSE(output_holds("Platform selected"));
+    }
+}
+
+TEST_F(HostSignals, EndConnectingToAServerThatDoesNotAnswer)
+{
+    const UNANSWERING_PORT silent;
+    builder.component("one").pattern_content(3000, 1);
+    builder.download_url(silent.url(""));
+    publish();
+    for (const int signal_number : {SIGINT, SIGTERM})
+    {
+        CHILD_PROCESS child(setup(run_arguments()));
+        ASSERT_TRUE(child.wait_for_output("Download progress:", 20s));
+        expect_orderly_end(child, signal_number);
+        EXPECT_TRUE(output_holds("\nDownload stopped\n"));
+        expect_log_kept();
+    }
+    builder.test_file(silent.url(""));
+    publish();
     CHILD_PROCESS child(setup(run_arguments()));
-    ASSERT_TRUE(server.wait_for_requests("/test.txt", 1, 20s));
-    expect_orderly_end(child, SIGINT);
+    ASSERT_TRUE(child.wait_for_output("Testing internet connection ...", 20s));
+    expect_orderly_end(child, SIGTERM);
     expect_log_kept();
+}
+
+TEST_F(HostSignals, EndTheHostWhileItStarts)
+{
+    builder.component("one").pattern_content(3000, 1);
+    publish();
+    server.set_faults("/test.txt", {FAULT::stall_before_headers()});
+    std::mt19937 random(7);
+    std::uniform_int_distribution<int> delay(0, 60);
+    for (int i = 0; i < 20; ++i)
+    {
+        CHILD_PROCESS child(setup(run_arguments()));
+        std::this_thread::sleep_for(std::chrono::milliseconds(delay(random)));
+        expect_orderly_end(child, i % 2 == 0 ? SIGTERM : SIGINT);
+        for (const std::string& name : list_tree(dir / "tmp"))
+            EXPECT_NE(name.find("vinst_"), 0U) << name << " was left behind in round " << i;
+    }
+    EXPECT_FALSE(exists("dl/one.run"));
 }
 
 TEST_F(HostSignals, EndAConnectionTestOfItsOwn)
@@ -116,10 +198,37 @@ TEST_F(HostSignals, EndTheHashingOfALargeFile)
     publish();
     dir.write("dl/one.run", "");
     std::filesystem::resize_file(downloads() + "/one.run", 20'000'000'000); // a hole
-    CHILD_PROCESS child(setup(run_arguments({"--bypass"})));
-    ASSERT_TRUE(child.wait_for_output("Checking file integrity ...", 20s));
-    expect_orderly_end(child, SIGINT);
-    EXPECT_TRUE(output_holds("\nDownload stopped\n"));
+    for (const int signal_number : {SIGINT, SIGTERM})
+    {
+        CHILD_PROCESS child(setup(run_arguments({"--bypass"})));
+        ASSERT_TRUE(child.wait_for_output("Checking file integrity ...", 20s));
+        expect_orderly_end(child, signal_number);
+        EXPECT_TRUE(output_holds("\nDownload stopped\n"));
+        expect_log_kept();
+    }
+    EXPECT_EQ(size_of("dl/one.run"), 20'000'000'000U);
+}
+
+TEST_F(HostSignals, EndTheHashingOfALargeFileBeforeItsInstallation)
+{
+    constexpr std::uint64_t size = 4ULL << 30;
+    builder.component("a").content("#!/bin/sh\ntouch " + downloads() + "/b.run\n: > '" +
+                                   (dir / "running").string() + "'\n");
+    builder.component("b")
+        .pattern_content(1000, 1)
+        .raw_key("size", std::to_string(size))
+        .key("md5sum", "c9a5a6878d97b48cc965c1e41859f034"); // of so many zeros
+    publish();
+    dir.write("dl/b.run", "");
+    std::filesystem::resize_file(downloads() + "/b.run", size); // a hole
+    CHILD_PROCESS child(
+        setup(run_arguments({"--bypass", "--install-dir", installed(), "--accept-eula"})));
+    ASSERT_TRUE(child.wait_for_output("Do install ...", 120s)) << child.output();
+    wait_until([this] { return temporary_log_holds(" returned 0: "); });
+    ASSERT_TRUE(exists("running"));
+    expect_orderly_end(child, SIGTERM);
+    EXPECT_FALSE(output_holds("Installation"));
+    EXPECT_FALSE(output_holds("has changed"));
     expect_log_kept();
 }
 #endif
@@ -129,11 +238,14 @@ TEST_F(HostSignals, EndTheWaitForARetry)
     builder.component("one").pattern_content(3000, 1);
     publish();
     server.set_faults("/one.run", {FAULT::status(503)});
-    CHILD_PROCESS child(setup(run_arguments()));
-    ASSERT_TRUE(child.wait_for_output("A\x1b[2K\rStart download ...", 20s));
-    expect_orderly_end(child, SIGTERM);
-    EXPECT_EQ(output.substr(output.size() - 36), "Start download ...\nDownload stopped\n");
-    expect_log_kept();
+    for (const int signal_number : {SIGINT, SIGTERM})
+    {
+        CHILD_PROCESS child(setup(run_arguments()));
+        ASSERT_TRUE(child.wait_for_output("A\x1b[2K\rStart download ...", 20s));
+        expect_orderly_end(child, signal_number);
+        EXPECT_EQ(output.substr(output.size() - 36), "Start download ...\nDownload stopped\n");
+        expect_log_kept();
+    }
 }
 
 TEST_F(HostSignals, ArePassedOnToARunningInstaller)
@@ -148,17 +260,37 @@ TEST_F(HostSignals, ArePassedOnToARunningInstaller)
     EXPECT_FALSE(output_holds("Installation"));
 }
 
+TEST_F(HostSignals, OfTheTerminalReachTheInstallerOnce)
+{
+    const std::string caught = (dir / "caught").string();
+    CHILD_SETUP terminal =
+        setup_with_installer("trap 'echo caught >> " + caught + "; sleep 0.3; exit 9' INT");
+    terminal.terminal = CHILD_TERMINAL{};
+    CHILD_PROCESS child(terminal);
+    wait_until([this] { return exists("running"); });
+    child.type("\x03");
+    const auto ended = child.wait(10s);
+    ASSERT_TRUE(ended);
+    EXPECT_EQ(ended->signal, SIGINT);
+    EXPECT_EQ(read_file(caught), "caught\n");
+    EXPECT_NE(log().find(" returned 9: "), std::string::npos) << log();
+    EXPECT_FALSE(exists("inst/install_order"));
+}
+
 TEST_F(HostSignals, EndAnInstallerThatIgnoresThem)
 {
-    CHILD_PROCESS child(setup_with_installer("trap '' INT TERM"));
+    CHILD_PROCESS child(setup_with_installer(stubborn_installer()));
     wait_until([this] { return exists("running"); });
     expect_orderly_end(child, SIGINT);
     EXPECT_NE(log().find("It was ended by signal 9"), std::string::npos);
+    EXPECT_FALSE(installer_is_running());
+    EXPECT_FALSE(exists("inst/install_order"));
+    expect_log_kept();
 }
 
 TEST_F(HostSignals, EndTheProcessAtOnceTheSecondTime)
 {
-    CHILD_PROCESS child(setup_with_installer("trap '' INT TERM"));
+    CHILD_PROCESS child(setup_with_installer(stubborn_installer()));
     wait_until([this] { return exists("running"); });
     child.send_signal(SIGINT);
     std::this_thread::sleep_for(100ms);
@@ -168,6 +300,7 @@ TEST_F(HostSignals, EndTheProcessAtOnceTheSecondTime)
     ASSERT_TRUE(ended);
     EXPECT_LT(CLOCK::now() - sent, 700ms);
     EXPECT_EQ(ended->signal, SIGINT);
+    end_installer();
 }
 
 TEST_F(HostSignals, ThatTheHostsParentIgnoresStayIgnored)
