@@ -60,11 +60,13 @@ bool VINST_DOWNLOADER_MGR::is_unchanged_since_check(VINST_COMPONENT* component)
     const auto file = FIO_FILE_SYSTEM::identity(path);
     if (file && file == component->verified_file)
         return true;
-    if (check_md5(component))
+    if (check_md5(component, is_to_stop))
     {
         component->verified_file = file;
         return true;
     }
+    if (is_to_stop())
+        return false;
     report("The file " + path + " has changed since it was verified. Nothing is run.", true);
     return false;
 }

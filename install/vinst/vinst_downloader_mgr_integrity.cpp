@@ -218,9 +218,9 @@ QString calc_md5sum(const QString& path, const std::function<bool()>& is_cancell
     return QString::fromLatin1(hash.result().toHex());
 }
 
-bool check_md5(const VINST_COMPONENT* component)
+bool check_md5(const VINST_COMPONENT* component, const std::function<bool()>& is_cancelled)
 {
-    return md5_matches(component->local_file_path(), component->md5sum, {});
+    return md5_matches(component->local_file_path(), component->md5sum, is_cancelled);
 }
 
 void VINST_DOWNLOADER_MGR::start_integrity_task(VINST_COMPONENT* component)
