@@ -22,11 +22,6 @@ QString available_text(const QString& prefix, const VINST_VOLUME& volume)
 
 }
 
-QString program_title()
-{
-    return QStringLiteral("Orvane\u00ae Veltrin\u00ae Crest Installer");
-}
-
 VINST_AUTO_INSTALL_AVAILABILITY auto_install_availability(const QString& selected_platform,
                                                           const QString& running_platform,
                                                           bool is_admin)

@@ -9,9 +9,6 @@
 
 // What the main dialog decides and says, without a window.
 
-/// The title of the program's windows and boxes, and the name under which its settings are kept.
-QString program_title();
-
 /// Whether the release can be installed after its download.
 struct VINST_AUTO_INSTALL_AVAILABILITY
 {

@@ -1,14 +1,26 @@
 #include "install/vinst/vinst_message_box.h"
 
+#include "install/vinst/vinst_text.h"
+#include "support/afcq/afcq_images.h"
+
+#include <QApplication>
 #include <QMessageBox>
 #include <QString>
 
 void show_message_box(const std::string& text, bool is_error)
 {
-    QMessageBox box;
-    box.setWindowTitle(QStringLiteral("Orvane\u00ae Veltrin\u00ae Crest Installer"));
+    show_markup_box(QString::fromStdString(text).toHtmlEscaped(), is_error);
+}
+
+void show_markup_box(const QString& markup, bool is_error)
+{
+    QString text = markup;
+    // Centred on the window that asks, where there is one.
+    QMessageBox box(QApplication::activeWindow());
+    box.setWindowIcon(afcq_get_icon(afcq_window_icon));
+    box.setWindowTitle(program_title());
     box.setTextFormat(Qt::RichText);
-    box.setText(QString::fromStdString(text).toHtmlEscaped().replace('\n', "<br/>"));
+    box.setText(text.replace('\n', "<br/>"));
     box.setIcon(is_error ? QMessageBox::Critical : QMessageBox::Information);
     box.setStandardButtons(QMessageBox::Ok);
     box.exec();

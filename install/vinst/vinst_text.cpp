@@ -4,6 +4,11 @@
 #include <array>
 #include <limits>
 
+QString program_title()
+{
+    return QStringLiteral("Orvane\u00ae Veltrin\u00ae Crest Installer");
+}
+
 std::string utf8(const QString& text)
 {
     return text.toStdString();

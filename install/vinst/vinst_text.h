@@ -4,6 +4,9 @@
 
 #include <string>
 
+/// The title of the program's windows and boxes, and the name under which its settings are kept.
+QString program_title();
+
 /// The text as UTF-8, the form of messages, log lines and support-library arguments.
 std::string utf8(const QString& text);
 

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "support/afcq/afcq_dialog.h"
+
+#include <QTimer>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+namespace Ui
+{
+class VINST_LOG_VIEWER_DLG;
+}
+
+/// Shows the run log while it grows. Selected text is left alone until the selection goes away.
+class VINST_LOG_VIEWER_DLG final : public AFCQ_DIALOG
+{
+    Q_OBJECT
+
+public:
+    explicit VINST_LOG_VIEWER_DLG(QWidget* parent = nullptr);
+    ~VINST_LOG_VIEWER_DLG() override;
+
+    /// Reads the log again, where it has changed.
+    void refresh();
+
+protected:
+    void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
+
+private:
+    void show_text(const QString& text);
+
+    std::unique_ptr<Ui::VINST_LOG_VIEWER_DLG> m_ui;
+    QTimer m_refresh_timer;
+    qint64 m_shown_size = -1; ///< bytes of the log that are shown; -1 when it isn't shown
+    int m_scroll_position = 0;
+};
