@@ -34,11 +34,11 @@ target=${1:-$root/support/afcq/images}
 export LC_ALL=C
 frames=12
 delay=10 # hundredths of a second; one turn takes 1.2 s
-track='#d5dbe2'
+track='#e6eaef'
 arc='#505b69'
 # A GIF knows no half transparency. What would be half transparent is laid over this colour: it is
 # between the track and a dark row, and light enough not to fringe the track on a white one.
-edge='#a3adb8'
+edge='#aeb7c1'
 edge_coverage=45% # a pixel that is covered less is left out
 
 # The ring of the icon "not checked yet", with an arc that fades out behind its head: shorter and
@@ -48,13 +48,13 @@ draw_frame() { # NUMBER
     awk -v frame="$1" -v frames="$frames" -v track="$track" -v arc="$arc" 'BEGIN {
         circle = "  <circle cx=\"8\" cy=\"8\" r=\"6\" fill=\"none\""
         around = 2 * 3.14159265358979 * 6
-        arcs = 10
+        arcs = 16
         print "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 16 16\">"
         printf "%s stroke=\"%s\" stroke-width=\"3.4\"/>\n", circle, track
         for (i = 1; i <= arcs; ++i) {
             part = 0.1 + 0.55 * (arcs - i) / (arcs - 1)
             printf "%s stroke=\"%s\" stroke-width=\"2.2\" stroke-linecap=\"round\"", circle, arc
-            printf " stroke-opacity=\"%.2f\"", i == arcs ? 1 : 0.2
+            printf " stroke-opacity=\"%.2f\"", i == arcs ? 1 : 0.04 + 0.011 * i
             printf " stroke-dasharray=\"%.4f %.4f\"", part * around, around
             printf " transform=\"rotate(%.4f 8 8)\"/>\n", 360 * (frame / frames - part) - 90
         }
