@@ -1,5 +1,6 @@
 #include "install/vinst/vinst_downloader_dlg.h"
 
+#include "install/vinst/vinst_dialog_header.h"
 #include "install/vinst/vinst_downloader_dlg_rules.h"
 #include "install/vinst/vinst_feedback_prompt.h"
 #include "install/vinst/vinst_log_viewer_dlg.h"
@@ -26,7 +27,6 @@ namespace
 
 constexpr std::chrono::milliseconds typing_pause{300};
 constexpr std::chrono::milliseconds elapsed_interval{1000};
-constexpr QSize logo_size(160, 48);
 
 const QString geometry_key = QStringLiteral("FrameGeometry");
 const QString download_dir_key = QStringLiteral("vinst_downloader_download_dir");
@@ -80,13 +80,7 @@ VINST_DOWNLOADER_DLG::~VINST_DOWNLOADER_DLG()
 
 void VINST_DOWNLOADER_DLG::set_up_header()
 {
-    m_ui->m_title_label->setText(m_release.window_title());
-    QFont font = m_ui->m_title_label->font();
-    font.setPointSizeF(font.pointSizeF() * 1.5);
-    font.setBold(true);
-    m_ui->m_title_label->setFont(font);
-    m_ui->m_logo_label->setPixmap(afcq_get_pixmap(afcq_logo, logo_size, devicePixelRatioF()));
-    m_ui->m_logo_label->setAccessibleName(m_release.window_title());
+    fill_dialog_header(*m_ui->m_title_label, *m_ui->m_logo_label, m_release);
     m_ui->m_license_agreement_label->setOpenExternalLinks(false);
 }
 

@@ -10,6 +10,6 @@ struct VINST_COMPONENT;
 /// `is_cancelled` said so meanwhile. Its duration is logged.
 QString calc_md5sum(const QString& path, const std::function<bool()>& is_cancelled = {});
 
-/// Whether the component's local file is there and has the manifest's sum; false when `is_cancelled`
-/// said so meanwhile.
+/// Whether the component's local file is there and has the manifest's sum; false when
+/// `is_cancelled` said so meanwhile.
 bool check_md5(const VINST_COMPONENT* component, const std::function<bool()>& is_cancelled = {});

@@ -5,8 +5,10 @@
 class QString;
 
 /// Shows a plain text in a modal message box of the program, with the critical or the information
-/// icon. Whatever stands in it is shown as it is, but for line breaks. Needs the application object.
+/// icon. Whatever stands in it is shown as it is, but for line breaks. Needs the application
+/// object.
 void show_message_box(const std::string& text, bool is_error);
 
-/// The same for the program's own markup. No manifest's, server's or installer's words may be in it.
+/// The same for the program's own markup. No manifest's, server's or installer's words may be in
+/// it.
 void show_markup_box(const QString& markup, bool is_error);

@@ -19,9 +19,9 @@ QRect afcq_moved_onto_screen(const QRect& window, const std::vector<QRect>& scre
 {
     if (screens.empty())
         return window;
-    const QRect& screen =
-        *std::max_element(screens.begin(), screens.end(), [&](const QRect& one, const QRect& other)
-                          { return area(one & window) < area(other & window); });
+    const QRect& screen = *std::max_element(screens.begin(), screens.end(),
+                                            [&](const QRect& one, const QRect& other)
+                                            { return area(one & window) < area(other & window); });
     QRect moved(window.topLeft(), window.size().boundedTo(screen.size()));
     moved.moveLeft(std::clamp(moved.left(), screen.left(), screen.right() - moved.width() + 1));
     moved.moveTop(std::clamp(moved.top(), screen.top(), screen.bottom() - moved.height() + 1));
@@ -30,7 +30,8 @@ QRect afcq_moved_onto_screen(const QRect& window, const std::vector<QRect>& scre
 
 AFCQ_DIALOG::AFCQ_DIALOG(QWidget* parent) : QDialog(parent)
 {
-    setWindowFlags((windowFlags() | Qt::WindowMinMaxButtonsHint) & ~Qt::WindowContextHelpButtonHint);
+    setWindowFlags((windowFlags() | Qt::WindowMinMaxButtonsHint) &
+                   ~Qt::WindowContextHelpButtonHint);
     setSizeGripEnabled(true);
 }
 

@@ -37,13 +37,26 @@ QPixmap afcq_get_pixmap(int number, const QSize& size, qreal ratio)
     return pixmap;
 }
 
-std::unique_ptr<QMovie> afcq_get_movie(int number, qreal ratio)
+namespace
+{
+
+QString movie_path(int number, qreal ratio)
 {
     for (int scale = static_cast<int>(std::ceil(ratio)); scale > 1; --scale)
     {
         const QString path = image_path(number, QStringLiteral("@%1x.gif").arg(scale));
         if (QFile::exists(path))
-            return std::make_unique<QMovie>(path);
+            return path;
     }
-    return std::make_unique<QMovie>(image_path(number, ".gif"));
+    return image_path(number, ".gif");
+}
+
+}
+
+std::unique_ptr<QMovie> afcq_get_movie(int number, qreal ratio)
+{
+    auto movie = std::make_unique<QMovie>(movie_path(number, ratio));
+    // Without a cache a frame can only be reached from the one before it.
+    movie->setCacheMode(QMovie::CacheAll);
+    return movie;
 }
