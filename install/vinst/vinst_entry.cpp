@@ -4,6 +4,7 @@
 #include "install/vinst/vinst_cmdline.h"
 #include "install/vinst/vinst_console_run.h"
 #include "install/vinst/vinst_data.h"
+#include "install/vinst/vinst_downloader_dlg.h"
 #include "install/vinst/vinst_fatal_handlers.h"
 #include "install/vinst/vinst_message_box.h"
 #include "install/vinst/vinst_messages.h"
@@ -74,17 +75,18 @@ std::string console_hint()
     return "Use the console program " + utf8(console_host_name(host_platform())) + ".";
 }
 
-int run_graphically()
+int run_graphically(VINST_RELEASE& release)
 {
-    print_line("Graphical mode is not built yet. " + console_hint());
-    return stopped_early;
+    VINST_DOWNLOADER_DLG dialog(release);
+    dialog.open();
+    return QApplication::exec();
 }
 
 int run(VINST_OPTIONS& options)
 {
     use_release(*options.release);
     if (!options.console_mode)
-        return run_graphically();
+        return run_graphically(*options.release);
     run_console(options);
     return 0;
 }
