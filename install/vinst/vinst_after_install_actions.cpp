@@ -4,14 +4,15 @@
 #include "install/vinst/vinst_data_install.h"
 #include "support/cfgq/cfgq_registry_key.h"
 
+#include <QGridLayout>
 #include <QSignalBlocker>
-#include <QStyle>
-#include <QVBoxLayout>
 
 #include <algorithm>
 
 namespace
 {
+
+constexpr int boxes_in_a_row = 3;
 
 /// A check box takes '&' for a mnemonic; a manifest means the letter.
 QString literal_text(QString text)
@@ -52,14 +53,15 @@ VINST_DOWNLOADER_AFTER_INSTALL_ACTION_CHECKBOX::VINST_DOWNLOADER_AFTER_INSTALL_A
 }
 
 VINST_AFTER_INSTALL_ACTIONS::VINST_AFTER_INSTALL_ACTIONS(QWidget* parent)
-    : QWidget(parent), m_layout(new QVBoxLayout(this)),
+    : QWidget(parent), m_layout(new QGridLayout(this)),
       m_all_box(new QCheckBox(QStringLiteral("Run all actions after the installation"), this))
 {
     m_layout->setContentsMargins(0, 0, 0, 0);
-    m_layout->setSpacing(2);
+    m_layout->setVerticalSpacing(2);
+    m_layout->setColumnStretch(boxes_in_a_row, 1);
     m_all_box->setObjectName("m_all_actions_checkbox");
     m_all_box->setTristate(true);
-    m_layout->addWidget(m_all_box);
+    m_layout->addWidget(m_all_box, 0, 0);
     connect(m_all_box, &QCheckBox::clicked, this, [this] { take_all_state(); });
     hide();
 }
@@ -70,15 +72,14 @@ void VINST_AFTER_INSTALL_ACTIONS::rebuild(const VINST_RELEASE& release, const QS
         delete box;
     m_boxes.clear();
     m_platform = platform;
-    const int indent = style()->pixelMetric(QStyle::PM_IndicatorWidth);
     for (VINST_COMPONENT* action :
          components_of_kind(release, VINST_COMPONENT_KIND::install, platform))
     {
         auto* const box = new ACTION_BOX(action, this);
-        box->setContentsMargins(indent, 0, 0, 0);
         connect(box, &QCheckBox::stateChanged, this, [this] { take_action_state(); });
-        m_layout->addWidget(box);
         m_boxes.push_back(box);
+        const int place = static_cast<int>(m_boxes.size());
+        m_layout->addWidget(box, place / boxes_in_a_row, place % boxes_in_a_row);
     }
     setVisible(has_actions());
 }

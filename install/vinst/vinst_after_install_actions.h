@@ -8,7 +8,7 @@
 #include <vector>
 
 class CFGQ_REGISTRY_KEY;
-class QVBoxLayout;
+class QGridLayout;
 
 /// The skip flag that a check box writes: 0 for checked, 1 for unchecked, 2 for partly checked.
 qint32 skip_of(Qt::CheckState state);
@@ -60,7 +60,7 @@ private:
     void show_all_state();
 
     QString m_platform;
-    QVBoxLayout* m_layout;            ///< owned by this widget
+    QGridLayout* m_layout;            ///< owned by this widget
     QCheckBox* m_all_box;             ///< owned by this widget
     std::vector<ACTION_BOX*> m_boxes; ///< the same
 };

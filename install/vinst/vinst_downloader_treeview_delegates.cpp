@@ -18,6 +18,7 @@ namespace
 constexpr int checking_code = 4;
 constexpr QSize image_size(16, 16); // logical pixels
 constexpr int button_margin = 1;
+constexpr int row_padding = 5; // pixels
 
 /// The cell's ground: selection, stripes and focus, without any content.
 void paint_ground(QPainter& painter, const QStyleOptionViewItem& option)
@@ -68,6 +69,12 @@ QStyleOptionButton run_button(const QStyleOptionViewItem& option)
     return button;
 }
 
+}
+
+QSize VINST_DOWNLOADER_TREEVIEW_NAME_DELEGATE::sizeHint(const QStyleOptionViewItem& option,
+                                                        const QModelIndex& index) const
+{
+    return QStyledItemDelegate::sizeHint(option, index) + QSize(0, row_padding);
 }
 
 void VINST_DOWNLOADER_TREEVIEW_PROGRESS_BAR_DELEGATE::paint(QPainter* painter,

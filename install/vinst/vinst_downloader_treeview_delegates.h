@@ -20,6 +20,8 @@ public:
     {
         return false;
     }
+    /// As high as every row is.
+    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
 };
 
 /// Paints a component's percentage as a bar.
