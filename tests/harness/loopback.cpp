@@ -5,12 +5,13 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-std::pair<int, std::uint16_t> listen_on_loopback(int backlog)
+std::pair<int, std::uint16_t> listen_on_loopback(int backlog, std::uint16_t port)
 {
     const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in address = {};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(port);
     socklen_t size = sizeof address;
     auto* const plain = reinterpret_cast<sockaddr*>(&address);
     if (listener < 0 || ::bind(listener, plain, sizeof address) != 0 ||

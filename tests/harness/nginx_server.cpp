@@ -43,6 +43,8 @@ std::string configuration(const NGINX_OPTIONS& options, const std::filesystem::p
             "server_name localhost;\n"
             "root \"" +
             options.root.string() + "\";\n";
+    for (const std::string& place : options.also_listen)
+        text += "listen " + place + ";\n";
     if (options.certificate)
         text += "ssl_certificate " + options.certificate->certificate.string() + ";\n" +
                 "ssl_certificate_key " + options.certificate->key.string() + ";\n";

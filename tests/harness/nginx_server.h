@@ -19,6 +19,7 @@ struct NGINX_OPTIONS
     std::vector<NGINX_REDIRECT> redirects = {};
     bool ranges = true;
     std::optional<CERTIFICATE> certificate = {}; ///< https when given
+    std::vector<std::string> also_listen = {};   ///< further places, as "127.0.0.1:80"
 };
 
 /// nginx on a loopback port, as one process of the test's own user. It accepts connections when the

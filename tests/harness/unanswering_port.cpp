@@ -8,15 +8,15 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-UNANSWERING_PORT::UNANSWERING_PORT()
+UNANSWERING_PORT::UNANSWERING_PORT(std::uint16_t port)
 {
-    const auto [listener, port] = listen_on_loopback(0);
+    const auto [listener, bound_port] = listen_on_loopback(0, port);
     m_sockets.push_back(listener);
-    m_port = port;
+    m_port = bound_port;
     sockaddr_in address = {};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(port);
+    address.sin_port = htons(m_port);
     // A connection that comes about on loopback does so at once; one that doesn't shows that the
     // queue is full.
     for (int count = 0; count < 16; ++count)

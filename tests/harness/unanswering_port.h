@@ -8,7 +8,8 @@
 class UNANSWERING_PORT final
 {
 public:
-    UNANSWERING_PORT();
+    /// \param port  0 for a free one
+    explicit UNANSWERING_PORT(std::uint16_t port = 0);
     ~UNANSWERING_PORT();
     UNANSWERING_PORT(const UNANSWERING_PORT&) = delete;
     UNANSWERING_PORT& operator=(const UNANSWERING_PORT&) = delete;

@@ -1,0 +1,95 @@
+#include "tests/harness/network_namespace.h"
+
+#include "tests/harness/child_process.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <fstream>
+#include <sched.h>
+#include <stdexcept>
+#include <sys/mount.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace
+{
+
+// A file system in memory that this namespace alone sees; the directory is there on every system.
+constexpr const char* files = "/mnt";
+
+void check(int result, const std::string& what)
+{
+    if (result != 0)
+        throw std::runtime_error(what + ": " + std::strerror(errno));
+}
+
+void ip(const std::vector<std::string>& arguments)
+{
+    run_tool({"ip", arguments});
+}
+
+void replace_file(const std::string& path, const std::string& text)
+{
+    const std::string own = files + path.substr(path.rfind('/'));
+    const bool is_mounted = ::access(own.c_str(), F_OK) == 0;
+    std::ofstream(own) << text;
+    if (!is_mounted)
+        check(::mount(own.c_str(), path.c_str(), nullptr, MS_BIND, nullptr), "mount " + path);
+}
+
+}
+
+std::string NETWORK_NAMESPACE::obstacle()
+{
+    if (::geteuid() != 0)
+        return "network namespaces need root";
+    const pid_t child = ::fork();
+    if (child == 0)
+        ::_exit(::unshare(CLONE_NEWNET | CLONE_NEWNS) == 0 ? 0 : 1);
+    int status = 0;
+    if (child < 0 || ::waitpid(child, &status, 0) != child || status != 0)
+        return "network namespaces can't be made here";
+    return {};
+}
+
+NETWORK_NAMESPACE::NETWORK_NAMESPACE()
+    : m_network(::open("/proc/thread-self/ns/net", O_RDONLY | O_CLOEXEC)),
+      m_mounts(::open("/proc/thread-self/ns/mnt", O_RDONLY | O_CLOEXEC))
+{
+    check(::unshare(CLONE_NEWNET | CLONE_NEWNS), "unshare");
+    check(::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr), "mount /");
+    check(::mount("none", files, "tmpfs", 0, nullptr), std::string("mount ") + files);
+    ip({"link", "set", "lo", "up"});
+    set_hosts("");
+    set_resolver("");
+}
+
+NETWORK_NAMESPACE::~NETWORK_NAMESPACE()
+{
+    // The namespaces end with the last process in them.
+    if (::setns(m_network, CLONE_NEWNET) != 0 || ::setns(m_mounts, CLONE_NEWNS) != 0)
+        ::perror("leaving a namespace");
+    ::close(m_network);
+    ::close(m_mounts);
+}
+
+void NETWORK_NAMESPACE::set_hosts(const std::string& lines)
+{
+    replace_file("/etc/hosts", "127.0.0.1 localhost\n" + lines);
+}
+
+void NETWORK_NAMESPACE::set_resolver(const std::string& lines)
+{
+    replace_file("/etc/resolv.conf", "nameserver 127.0.0.1\n" + lines);
+}
+
+void NETWORK_NAMESPACE::add_guarded_address(const std::string& address, int port)
+{
+    ip({"addr", "add", address + "/32", "dev", "lo"});
+    // The table of local addresses comes first by default, where no rule could stand before it.
+    ip({"rule", "add", "pref", "20", "lookup", "local"});
+    ip({"rule", "add", "pref", "10", "uidrange", "0-0", "to", address, "dport",
+        std::to_string(port), "prohibit"});
+    ip({"rule", "del", "pref", "0"});
+}

@@ -1,0 +1,363 @@
+#include "tests/harness/network_namespace.h"
+#include "tests/harness/nginx_server.h"
+#include "tests/harness/proxy_server.h"
+#include "tests/harness/socks_server.h"
+#include "tests/harness/unanswering_port.h"
+#include "tests/integration/host_fixture.h"
+
+#include <csignal>
+#include <optional>
+
+namespace
+{
+
+using CLOCK = std::chrono::steady_clock;
+
+constexpr const char* origin_address = "10.98.0.1";
+constexpr int origin_port = 8088;
+
+std::string origin(const std::string& path)
+{
+    return std::string("http://") + origin_address + ":" + std::to_string(origin_port) + path;
+}
+
+/// Entered before anything of the test starts a thread or a process.
+class INSIDE_NAMESPACE
+{
+protected:
+    INSIDE_NAMESPACE() : obstacle(NETWORK_NAMESPACE::obstacle())
+    {
+        if (obstacle.empty())
+            network.emplace();
+    }
+
+    std::string obstacle;
+    std::optional<NETWORK_NAMESPACE> network;
+};
+
+/// A corporate network: the origin answers to the proxies alone, and names lead nowhere but where
+/// the test says.
+class HostDiscovery : private INSIDE_NAMESPACE, public HostTest
+{
+protected:
+    void SetUp() override
+    {
+        if (!obstacle.empty())
+            GTEST_SKIP() << obstacle;
+        network->add_guarded_address(origin_address, origin_port);
+        network->set_resolver("search lab.corp.example.test\n");
+        builder.download_url(origin("")).test_file(origin(""));
+        builder.component("one").pattern_content(3000, 1);
+        manifest = builder.write().string();
+        NGINX_OPTIONS options{dir / "release"};
+        options.also_listen = {std::string(origin_address) + ":" + std::to_string(origin_port)};
+        origin_server.emplace(options);
+        environment["VINST_NO_PROXY_DISCOVERY"] = "";
+        dir.make_dir("wpad");
+    }
+
+    /// The names that lead to the server of automatic-configuration files.
+    void name_wpad(const std::string& names) { network->set_hosts("127.0.0.1 " + names + "\n"); }
+
+    void serve_script(const std::string& script, const std::string& name = "wpad.dat")
+    {
+        write_file(dir / "wpad" / name, script);
+        if (wpad_server)
+            return;
+        NGINX_OPTIONS options{dir / "wpad"};
+        options.also_listen = {"127.0.0.1:80"};
+        wpad_server.emplace(options);
+    }
+
+    void serve_directive(const std::string& directive)
+    {
+        serve_script("function FindProxyForURL(url, host) {\n"
+                     "  if (isPlainHostName(host)) return 'DIRECT';\n"
+                     "  return '" +
+                     directive + "';\n}\n");
+    }
+
+    void write_preferences(const std::string& lines)
+    {
+        write_file(dir / "home/.mozilla/firefox/abc.default/prefs.js", "// Mozilla\n" + lines);
+    }
+
+    static std::string pref(const std::string& name, const std::string& value)
+    {
+        return "user_pref(\"network.proxy." + name + "\", " + value + ");\n";
+    }
+
+    void test_download(const ARGUMENTS& more = {})
+    {
+        ARGUMENTS arguments{"--test-download", "--debug"};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        run(arguments);
+    }
+
+    std::string test_log() const
+    {
+        for (const auto& entry : std::filesystem::directory_iterator(dir / "tmp"))
+            if (entry.is_regular_file())
+                return read_file(entry.path());
+        return {};
+    }
+
+    std::string attempt(const std::string& host, const std::string& port) const
+    {
+        return "Testing internet connection ... \nINFO: Proxy server: " + host + ", port:" + port +
+               "\n";
+    }
+
+    void expect_found(const std::string& host, int port)
+    {
+        EXPECT_EQ(output, attempt("", "") + attempt(host, std::to_string(port)) +
+                              "Test download -> success\n");
+    }
+
+    void expect_not_found()
+    {
+        EXPECT_EQ(output.substr(0, output.find("Details:")),
+                  attempt("", "") + attempt("", "") +
+                      "Internet connection cannot be established. If you are behind a firewall, "
+                      "enter the proxy settings and try again.\n");
+    }
+
+    std::optional<NGINX_SERVER> origin_server;
+    std::optional<NGINX_SERVER> wpad_server;
+};
+
+bool holds(const std::string& text, const std::string& part)
+{
+    return text.find(part) != std::string::npos;
+}
+
+}
+
+TEST_F(HostDiscovery, FindsNothingWhereNothingIs)
+{
+    test_download();
+    expect_not_found();
+    EXPECT_TRUE(holds(test_log(), "[info] No proxy found\n"));
+}
+
+TEST_F(HostDiscovery, BringsAWholeReleaseThroughTheProxyOfTheNetwork)
+{
+    const PROXY_SERVER proxy(PROXY_ENGINE::squid);
+    name_wpad("wpad");
+    serve_directive("SOCKS s:1; PROXY " + proxy.address() + "; DIRECT");
+    run(run_arguments({"--debug"}));
+    EXPECT_TRUE(result.exited_with(0));
+    EXPECT_TRUE(output_holds("Download successful\n")) << output << errors;
+    EXPECT_EQ(read_file(downloads() + "/one.run"), read_file(builder.file("one").path));
+    EXPECT_TRUE(holds(log(), "[debug] autoproxy for url: http://wpad/wpad.dat\n"));
+    EXPECT_TRUE(holds(
+        log(), "[info] autoproxy server: 127.0.0.1 port: " + std::to_string(proxy.port()) + "\n"));
+    EXPECT_TRUE(holds(log(), "[info] Proxy found by the network (WPAD)\n"));
+    EXPECT_TRUE(proxy.wait_for_access("GET " + origin("/one.run"), 5s));
+}
+
+namespace
+{
+
+class WpadCandidate : public HostDiscovery, public ::testing::WithParamInterface<const char*>
+{
+};
+
+}
+
+TEST_P(WpadCandidate, IsAsked)
+{
+    const PROXY_SERVER proxy(PROXY_ENGINE::squid);
+    name_wpad(GetParam());
+    serve_directive("PROXY " + proxy.address());
+    test_download();
+    expect_found("127.0.0.1", proxy.port());
+    EXPECT_TRUE(
+        holds(test_log(), std::string("autoproxy for url: http://") + GetParam() + "/wpad.dat\n"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Names, WpadCandidate,
+                         ::testing::Values("wpad", "wpad.example.test",
+                                           "wpad.lab.corp.example.test", "wpad.test"));
+
+TEST_F(HostDiscovery, AsksTheCandidatesInTheirOrder)
+{
+    test_download();
+    const std::string text = test_log();
+    std::size_t at = 0;
+    for (const char* name :
+         {"wpad", "wpad.example.test", "wpad.lab.corp.example.test", "wpad.test"})
+    {
+        const std::size_t next =
+            text.find(std::string("autoproxy for url: http://") + name + "/wpad.dat\n", at);
+        ASSERT_NE(next, std::string::npos) << name;
+        at = next;
+    }
+    EXPECT_NE(text.find("Get proxy settings from firefox ...", at), std::string::npos);
+}
+
+TEST_F(HostDiscovery, GoesOnFromAFileThatNamesNone)
+{
+    const PROXY_SERVER proxy(PROXY_ENGINE::squid);
+    name_wpad("wpad");
+    serve_directive("DIRECT");
+    write_preferences(pref("type", "1") + pref("http", "\"127.0.0.1\"") +
+                      pref("http_port", std::to_string(proxy.port())));
+    test_download();
+    expect_found("127.0.0.1", proxy.port());
+    EXPECT_TRUE(holds(test_log(), "[info] Proxy found by the browser's preferences\n"));
+}
+
+TEST_F(HostDiscovery, GoesOnFromAScriptThatDoesNotEnd)
+{
+    const PROXY_SERVER proxy(PROXY_ENGINE::squid);
+    name_wpad("wpad");
+    serve_script("while (true) {}");
+    write_preferences(pref("type", "1") + pref("http", "\"127.0.0.1\"") +
+                      pref("http_port", std::to_string(proxy.port())));
+    test_download();
+    expect_found("127.0.0.1", proxy.port());
+    EXPECT_TRUE(holds(test_log(), "No proxy from the autoproxy file: it went beyond its limits"));
+}
+
+TEST_F(HostDiscovery, UsesTheSocksProxyOfTheBrowser)
+{
+    const SOCKS_SERVER proxy;
+    for (const char* version : {"4", "5"})
+    {
+        write_preferences(pref("type", "1") + pref("socks", "\"https://127.0.0.1\"") +
+                          pref("socks_port", std::to_string(proxy.port())) +
+                          pref("socks_version", version));
+        test_download();
+        expect_found(std::string("socks") + version + "://127.0.0.1", proxy.port());
+    }
+    EXPECT_EQ(proxy.served_connections(), 2U);
+}
+
+TEST_F(HostDiscovery, FollowsTheBrowsersAutomaticConfiguration)
+{
+    const PROXY_SERVER proxy(PROXY_ENGINE::squid);
+    serve_script("function FindProxyForURL() { return 'PROXY " + proxy.address() + "'; }",
+                 "proxy.pac");
+    write_preferences(pref("autoconfig_url", "\"http://127.0.0.1/proxy.pac\"") + pref("type", "2"));
+    test_download();
+    expect_found("127.0.0.1", proxy.port());
+    EXPECT_TRUE(holds(test_log(), "[info] Proxy found by the browser's automatic configuration\n"));
+}
+
+TEST_F(HostDiscovery, TakesNoProxyOfABrowserThatUsesNone)
+{
+    for (const char* type : {"0", "4", "5"})
+    {
+        write_preferences(pref("type", type) + pref("http", "\"127.0.0.1\"") +
+                          pref("http_port", "1") +
+                          pref("autoconfig_url", "\"http://127.0.0.1/proxy.pac\""));
+        test_download();
+        expect_not_found();
+    }
+}
+
+TEST_F(HostDiscovery, HandsTheUsersCredentialsToTheProxyThatItFinds)
+{
+    const PROXY_SERVER proxy(PROXY_ENGINE::squid, "ada", "pass");
+    name_wpad("wpad");
+    serve_directive("PROXY " + proxy.address());
+    test_download({"--proxy-user", "ada:pass"});
+    expect_found("127.0.0.1", proxy.port());
+    EXPECT_FALSE(holds(test_log(), "ada:pass"));
+}
+
+TEST_F(HostDiscovery, SaysThatTheProxyRefuses)
+{
+    const PROXY_SERVER proxy(PROXY_ENGINE::squid, "ada", "pass");
+    name_wpad("wpad");
+    serve_directive("PROXY " + proxy.address());
+    test_download();
+    const std::string through = attempt("127.0.0.1", std::to_string(proxy.port()));
+    EXPECT_EQ(output.substr(0, output.find("Details:")),
+              attempt("", "") + through + through +
+                  "Internet connection cannot be established. Verify your proxy settings.\n");
+    EXPECT_TRUE(output_holds("Httpcode: 407")) << output;
+}
+
+TEST_F(HostDiscovery, TriesADeadProxyTwiceAndTellsIt)
+{
+    name_wpad("wpad");
+    serve_directive("PROXY 127.0.0.1:9");
+    test_download();
+    EXPECT_EQ(output.substr(0, output.find("Details:")),
+              attempt("", "") + attempt("127.0.0.1", "9") + attempt("127.0.0.1", "9") +
+                  "Internet connection cannot be established. Verify your proxy settings.\n");
+}
+
+TEST_F(HostDiscovery, WaitsForAnUnansweringServerOnlySoLong)
+{
+    const UNANSWERING_PORT wpad(80);
+    name_wpad("wpad wpad.example.test wpad.lab.corp.example.test wpad.test");
+    const CLOCK::time_point start = CLOCK::now();
+    test_download();
+    const auto taken = CLOCK::now() - start;
+    expect_not_found();
+    EXPECT_GE(taken, 11s); // 3 s for each of four
+    EXPECT_LT(taken, 16s);
+}
+
+TEST_F(HostDiscovery, EndsAtOnceWhenItIsStopped)
+{
+    const UNANSWERING_PORT wpad(80);
+    name_wpad("wpad");
+    CHILD_PROCESS child(setup({"--test-download"}));
+    ASSERT_TRUE(child.wait_for_output("INFO: Proxy server: , port:", 20s));
+    std::this_thread::sleep_for(300ms);
+    const CLOCK::time_point sent = CLOCK::now();
+    child.send_signal(SIGINT);
+    ASSERT_TRUE(child.wait(5s));
+    EXPECT_LT(CLOCK::now() - sent, 1s);
+}
+
+TEST_F(HostDiscovery, IsNotNeededWhereTheSystemNamesAProxy)
+{
+    const PROXY_SERVER proxy(PROXY_ENGINE::squid);
+    environment["http_proxy"] = "http://" + proxy.address();
+    test_download();
+    EXPECT_EQ(output,
+              attempt("127.0.0.1", std::to_string(proxy.port())) + "Test download -> success\n");
+    EXPECT_FALSE(holds(test_log(), "wpad"));
+}
+
+TEST_F(HostDiscovery, IsNotNeededWhereTheTransferReadsTheVariablesItself)
+{
+    const PROXY_SERVER proxy(PROXY_ENGINE::squid);
+    for (const char* name : {"ALL_PROXY", "all_proxy", "http_proxy"})
+    {
+        environment.erase("ALL_PROXY");
+        environment.erase("all_proxy");
+        environment[name] = proxy.address(); // without a scheme
+        run(run_arguments({"--debug"}));
+        EXPECT_TRUE(output_holds(attempt("", "") + "Test download -> success\n")) << name << output;
+        EXPECT_TRUE(output_holds("Download successful\n")) << name << output;
+        EXPECT_FALSE(holds(log(), "wpad")) << name;
+        remove_tree(downloads());
+    }
+}
+
+TEST_F(HostDiscovery, FetchesItsFilesDirectlyWhateverTheEnvironmentSays)
+{
+    const PROXY_SERVER proxy(PROXY_ENGINE::squid);
+    name_wpad("wpad");
+    serve_directive("PROXY " + proxy.address());
+    // No proxy for the origin, and a dead one for everything else.
+    environment["ALL_PROXY"] = "http://127.0.0.1:9";
+    test_download();
+    expect_found("127.0.0.1", proxy.port());
+}
+
+TEST_F(HostDiscovery, IsForbiddenByTheEnvironment)
+{
+    name_wpad("wpad");
+    serve_directive("PROXY 127.0.0.1:9");
+    environment["VINST_NO_PROXY_DISCOVERY"] = "1";
+    test_download();
+    expect_not_found();
+    EXPECT_TRUE(wpad_server->access_log().empty());
+}
