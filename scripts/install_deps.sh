@@ -22,7 +22,7 @@ packages=(
 for argument in "$@"; do
     case $argument in
         test) packages+=(nginx-light squid tinyproxy dante-server iproute2 xvfb
-                         openssl tmux ca-certificates curl binutils clang-format clang-tidy) ;;
+                         openssl tmux ca-certificates curl tzdata binutils clang-format clang-tidy) ;;
         bench) packages+=(nginx-light aria2 curl openssl time) ;;
         --help) usage; exit 0 ;;
         *) echo "install_deps.sh: unknown argument: $argument" >&2; usage >&2; exit 2 ;;

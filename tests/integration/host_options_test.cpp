@@ -361,9 +361,23 @@ TEST_F(HostOptions, ChooseTheMode)
     run({"--cli"}, "vinst_gui");
     expect_stopped(
         "The display cannot be opened. Check DISPLAY, or use the console program vinst.\n");
-    environment = {{"QT_QPA_PLATFORM", "offscreen"}};
-    run({}, "vinst_gui");
-    expect_stopped("Graphical mode is not built yet. Use the console program vinst.\n");
+}
+
+TEST_F(HostOptions, OpenTheWindowWhereOneCanBeShown)
+{
+    publish();
+    environment["QT_QPA_PLATFORM"] = "offscreen";
+    for (const auto& [arguments, name] :
+         {std::pair(ARGUMENTS{}, "vinst_gui"), std::pair(ARGUMENTS{"--gui"}, "vinst")})
+    {
+        CHILD_PROCESS child(setup(arguments, name));
+        EXPECT_FALSE(child.wait(1s)) << "the window must be waiting for its user";
+        child.send_signal(SIGTERM);
+        const auto ended = child.wait(10s);
+        ASSERT_TRUE(ended);
+        EXPECT_EQ(ended->signal, SIGTERM);
+        EXPECT_EQ(child.output(), "");
+    }
 }
 
 TEST_F(HostOptions, OfTheGraphicalHostAreItsOwn)
