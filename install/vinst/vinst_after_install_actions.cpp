@@ -77,6 +77,7 @@ void VINST_AFTER_INSTALL_ACTIONS::rebuild(const VINST_RELEASE& release, const QS
     {
         auto* const box = new ACTION_BOX(action, this);
         connect(box, &QCheckBox::stateChanged, this, [this] { take_action_state(); });
+        setTabOrder(m_boxes.empty() ? m_all_box : m_boxes.back(), box);
         m_boxes.push_back(box);
         const int place = static_cast<int>(m_boxes.size());
         m_layout->addWidget(box, place / boxes_in_a_row, place % boxes_in_a_row);

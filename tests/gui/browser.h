@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QObject>
+#include <QStringList>
+
+class QUrl;
+
+/// Takes the place of the browser while it lives, and keeps what was to be opened.
+class BROWSER final : public QObject
+{
+    Q_OBJECT
+
+public:
+    BROWSER();
+    ~BROWSER() override;
+
+    QStringList opened;
+
+public Q_SLOTS:
+    void open(const QUrl& url);
+};

@@ -1,0 +1,157 @@
+#pragma once
+
+#include "install/vinst/vinst_data.h"
+#include "install/vinst/vinst_downloader_dlg.h"
+#include "install/vinst/vinst_downloader_treeview.h"
+#include "install/vinst/vinst_messages.h"
+#include "install/vinst/vinst_parser.h"
+#include "install/vinst/vinst_text.h"
+#include "tests/gui/modal_box.h"
+#include "tests/harness/fault_server.h"
+#include "tests/harness/installer_scripts.h"
+#include "tests/harness/release_builder.h"
+#include "tests/harness/temp_dir.h"
+
+#include <QCheckBox>
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QGroupBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QTest>
+#include <QTimer>
+
+#include <functional>
+#include <memory>
+
+using namespace std::chrono_literals;
+
+/// The main dialog over a small release on a fault server, with settings of its own.
+class DownloaderDlgTest : public ::testing::Test
+{
+protected:
+    DownloaderDlgTest() : builder(dir / "release")
+    {
+        shutdown_requested = false;
+        QFile::remove(QDir::homePath() + "/.config/Orvane/vinst.conf");
+        host.platform = "linux";
+        host.is_admin = true;
+        host.query_volume = [](const QString&) { return VINST_VOLUME{"/", 1LL << 40}; };
+        builder.download_url(server.url("")).test_file(server.url(""));
+        VINST_MESSAGES::instance().log_path = (dir / "log").string();
+        VINST_MESSAGES::instance().open_log();
+        VINST_MESSAGES::instance().set_debug();
+        store("vinst_never_ask_feedback", true);
+        store("vinst_downloader_download_dir", path("dl"));
+        store("vinst_downloader_install_dir", path("inst"));
+        store("vinst_downloader_auto_install", false);
+        store("vinst_retry_duration", 0);
+    }
+    ~DownloaderDlgTest() override
+    {
+        dialog.reset();
+        shutdown_requested = false;
+    }
+
+    static void store(const QString& key, const QVariant& value)
+    {
+        CFGQ_REGISTRY_KEY(program_title()).set_value(key, value);
+    }
+    static QVariant stored(const QString& key)
+    {
+        return CFGQ_REGISTRY_KEY(program_title()).get_value(key);
+    }
+
+    QString path(const std::string& name) const
+    {
+        return QString::fromStdString((dir / name).string());
+    }
+
+    /// Writes the release, serves it, and opens the dialog over it.
+    void open()
+    {
+        const std::string manifest = builder.write().string();
+        server.serve_directory(dir / "release");
+        release = parse_manifest(QString::fromStdString(manifest), [](const QByteArray&) {});
+        ASSERT_NE(release, nullptr);
+        reopen();
+    }
+
+    void reopen()
+    {
+        dialog.reset();
+        dialog = std::make_unique<VINST_DOWNLOADER_DLG>(*release, host);
+        dialog->open();
+        wait_for_checks();
+    }
+
+    template <typename WIDGET>
+    WIDGET& find(const char* name) const
+    {
+        auto* const widget = dialog->findChild<WIDGET*>(name);
+        if (widget == nullptr)
+            throw std::runtime_error(std::string("no widget ") + name);
+        return *widget;
+    }
+    QPushButton& button(const char* name) const { return find<QPushButton>(name); }
+    QString text(const char* name) const { return find<QLabel>(name).text(); }
+    QString status() const { return text("m_download_message_label"); }
+    QGroupBox& auto_install() const { return find<QGroupBox>("m_install_options_groupbox"); }
+    VINST_DOWNLOADER_TREEVIEW& tree() const
+    {
+        return find<VINST_DOWNLOADER_TREEVIEW>("m_download_treeview");
+    }
+    QLineEdit& line(const char* name) const
+    {
+        return *find<QWidget>(name).findChild<QLineEdit*>("m_line_edit");
+    }
+
+    static void wait_for_checks()
+    {
+        QElapsedTimer clock;
+        clock.start();
+        while (VINST_DOWNLOADER_MGR::has_pending_integrity_tasks() && !clock.hasExpired(20'000))
+            QTest::qWait(10);
+    }
+
+    void click(const char* name) { QTest::mouseClick(&button(name), Qt::LeftButton); }
+
+    void check_auto_install()
+    {
+        auto_install().setChecked(true);
+        Q_EMIT auto_install().clicked(true);
+        find<QCheckBox>("m_agree_license_checkbox").setChecked(true);
+    }
+
+    /// Runs the action, once, as soon as the condition holds, while the test is inside a job.
+    void when(std::function<bool()> condition, std::function<void()> action)
+    {
+        auto* const timer = new QTimer(dialog.get());
+        QObject::connect(timer, &QTimer::timeout, timer,
+                         [timer, condition, action]
+                         {
+                             if (!condition())
+                                 return;
+                             timer->deleteLater();
+                             timer->stop();
+                             action();
+                         });
+        timer->start(10ms);
+    }
+
+    bool log_holds(const std::string& part) const
+    {
+        return read_file(dir / "log").find(part) != std::string::npos;
+    }
+    bool exists(const std::string& name) const { return std::filesystem::exists(dir / name); }
+
+    TEMP_DIR dir;
+    FAULT_SERVER server;
+    RELEASE_BUILDER builder;
+    VINST_DIALOG_HOST host;
+    std::unique_ptr<VINST_RELEASE> release;
+    std::unique_ptr<VINST_DOWNLOADER_DLG> dialog;
+};

@@ -1,0 +1,431 @@
+#include "tests/gui/downloader_dlg_fixture.h"
+
+#include <ctime>
+
+namespace
+{
+
+class DialogRun : public DownloaderDlgTest
+{
+protected:
+    void press_download(const QStringList& answers)
+    {
+        MODAL_BOXES boxes(answers);
+        click("m_download_button");
+        shown = boxes.shown();
+    }
+
+    void expect_idle()
+    {
+        EXPECT_FALSE(dialog->is_download_in_progress());
+        EXPECT_TRUE(button("m_download_button").isEnabled());
+        EXPECT_FALSE(button("m_stop_button").isEnabled());
+        EXPECT_TRUE(button("m_close_button").isEnabled());
+        EXPECT_TRUE(button("m_settings_button").isEnabled());
+    }
+
+    void expect_box(std::size_t index, const QString& text, QMessageBox::Icon icon,
+                    const QString& title = program_title())
+    {
+        ASSERT_LT(index, shown.size());
+        EXPECT_EQ(shown[index].text, text);
+        EXPECT_EQ(shown[index].icon, icon);
+        EXPECT_EQ(shown[index].title, title);
+    }
+
+    void stop_when(std::function<bool()> condition)
+    {
+        when(std::move(condition),
+             [this]
+             {
+                 since_stop.start();
+                 click("m_stop_button");
+             });
+    }
+
+    std::vector<SHOWN_BOX> shown;
+    QElapsedTimer since_stop;
+};
+
+}
+
+TEST_F(DialogRun, DownloadsAndTellsTheCount)
+{
+    builder.component("one").pattern_content(3000, 1);
+    builder.component("two").pattern_content(5000, 2);
+    open();
+    press_download({"OK"});
+    expect_box(0,
+               "<h2><font color=green>Download Complete</font></h2>2 component(s) have been "
+               "successfully downloaded.",
+               QMessageBox::Information);
+    EXPECT_EQ(shown[0].buttons, QStringList{"OK"});
+    EXPECT_EQ(read_file(dir / "dl/two.run"), read_file(builder.file("two").path));
+    EXPECT_EQ(status(), "Download successful");
+    EXPECT_EQ(find<QProgressBar>("m_total_download_progress_bar").value(), 100);
+    EXPECT_EQ(text("m_total_size_downloaded_label"), "Downloaded: 7.81 KB / 7.81 KB -- 100%");
+    EXPECT_EQ(text("m_avg_download_speed_label"), "");
+    EXPECT_EQ(text("m_time_label"), "Total download time: less than 1 sec");
+    expect_idle();
+    EXPECT_FALSE(exists("inst"));
+}
+
+TEST_F(DialogRun, DownloadsOnlyWhatIsChecked)
+{
+    builder.component("one");
+    builder.component("two").selected(false);
+    open();
+    press_download({"OK"});
+    EXPECT_TRUE(exists("dl/one.run"));
+    EXPECT_FALSE(exists("dl/two.run"));
+}
+
+TEST_F(DialogRun, InstallsAfterwards)
+{
+    builder.component("one").content(install_script());
+    open();
+    check_auto_install();
+    press_download({"OK"});
+    expect_box(0,
+               "<h2><font color=green>Installation Complete</font></h2>The software was "
+               "successfully installed.",
+               QMessageBox::Information);
+    EXPECT_TRUE(status().startsWith("Installation completed successfully.  Total install time: "))
+        << status().toStdString();
+    EXPECT_TRUE(log_holds("[info] Installation completed successfully.  Total install time: "));
+    EXPECT_EQ(dir.read("inst/install_order"), "one.run\n");
+    expect_idle();
+}
+
+TEST_F(DialogRun, TellsAnInstallerThatFails)
+{
+    builder.component("one").content(install_script(3));
+    open();
+    check_auto_install();
+    press_download({"OK"});
+    expect_box(0,
+               "<h2><font color=red>Installation Incomplete</font></h2>Please check the log for "
+               "more information.",
+               QMessageBox::Critical);
+    EXPECT_TRUE(status().startsWith(
+        "Installation cancelled or finished with error.  Total install time: "));
+    EXPECT_EQ(find<QLabel>("m_download_message_label").styleSheet(), "QLabel { color : red; }");
+    expect_idle();
+}
+
+TEST_F(DialogRun, RunsTheActionsThatAreChecked)
+{
+    builder.component("veltrin_base")
+        .standalone()
+        .content("#!/bin/sh\nfor a in \"$@\"; do last=\"$a\"; done\n"
+                 "while [ $# -gt 0 ]; do [ \"$1\" = --installdir ] && dir=\"$2\"; shift; done\n"
+                 "mkdir -p \"$dir\"\nprintf '#!/bin/sh\\ntouch \"$(dirname \"$0\")/$1\"\\n' > "
+                 "\"$dir/act\"\n"
+                 "chmod 755 \"$dir/act\"\n");
+    for (const char* name : {"first", "second"})
+        builder.component(name).data_type("install").no_file().cmd_exe("act").cmd_options(name);
+    open();
+    check_auto_install();
+    find<QCheckBox>("m_action_checkbox_second").click();
+    press_download({"OK"});
+    EXPECT_TRUE(exists("inst/first"));
+    EXPECT_FALSE(exists("inst/second"));
+}
+
+TEST_F(DialogRun, AsksForTheLicence)
+{
+    builder.component("one").content(install_script());
+    open();
+    check_auto_install();
+    find<QCheckBox>("m_agree_license_checkbox").setChecked(false);
+    press_download({"No"});
+    expect_box(0, "Do you agree to the Orvane License Agreement?", QMessageBox::Question,
+               "Accept License Agreement?");
+    shown[0].buttons.sort();
+    EXPECT_EQ(shown[0].buttons, QStringList({"No", "Yes"}));
+    EXPECT_EQ(server.request_count(), 0U);
+    expect_idle();
+
+    press_download({"Yes", "OK"});
+    EXPECT_TRUE(find<QCheckBox>("m_agree_license_checkbox").isChecked());
+    EXPECT_TRUE(exists("inst/install_order"));
+}
+
+TEST_F(DialogRun, AsksWhetherToGoOnWithoutRights)
+{
+    builder.component("one");
+    open();
+    check_auto_install();
+    // The rights were there when the window opened.
+    host.is_admin = false;
+    reopen();
+    auto_install().setEnabled(true);
+    auto_install().setChecked(true);
+    press_download({"No"});
+    expect_box(0,
+               "You do not have admin privilege to install. Do you want to continue downloading "
+               "the files?",
+               QMessageBox::Warning, "Proceed without installation?");
+    EXPECT_FALSE(exists("dl/one.run"));
+
+    auto_install().setEnabled(true);
+    auto_install().setChecked(true);
+    press_download({"Yes", "OK"});
+    EXPECT_FALSE(auto_install().isChecked());
+    EXPECT_TRUE(exists("dl/one.run"));
+}
+
+TEST_F(DialogRun, RefusesABadDownloadDirectory)
+{
+    builder.component("one");
+    open();
+    line("m_download_dir_line_edit").setText(path("with blank"));
+    press_download({"OK"});
+    expect_box(0, "Download or installation path cannot include spaces.", QMessageBox::Critical);
+    line("m_download_dir_line_edit").clear();
+    press_download({"OK"});
+    expect_box(0, "Download or installation path is empty.", QMessageBox::Critical);
+    EXPECT_EQ(server.request_count(), 0U);
+    expect_idle();
+}
+
+TEST_F(DialogRun, RefusesAnInstallDirectoryThatIsNotEmpty)
+{
+    builder.component("one").content(install_script());
+    open();
+    write_file(dir / "inst/.hidden", "x");
+    check_auto_install();
+    press_download({"OK"});
+    expect_box(0,
+               "The installation directory is not empty. This application does not support "
+               "updating an existing installation. <br/>Turn off the 'auto install after "
+               "download' option and run the installer manually after download.",
+               QMessageBox::Critical);
+    EXPECT_EQ(server.request_count(), 0U);
+    expect_idle();
+}
+
+TEST_F(DialogRun, AsksWhetherToGoOnWithoutSpace)
+{
+    host.query_volume = [this](const QString& asked) {
+        return VINST_VOLUME{asked.startsWith(path("inst")) ? "/inst" : "/dl", 0};
+    };
+    dir.make_dir("inst");
+    builder.component("one").content(install_script());
+    open();
+    check_auto_install();
+    press_download({"No"});
+    expect_box(0, "Disk space insufficient for download. Do you want to proceed?",
+               QMessageBox::Warning, "Insufficient Disk Space");
+    press_download({"Yes", "No"});
+    expect_box(1, "Disk space insufficient for installation. Do you want to proceed?",
+               QMessageBox::Warning, "Insufficient Disk Space");
+    EXPECT_EQ(server.request_count(), 0U);
+    press_download({"Yes", "Yes", "OK"});
+    EXPECT_TRUE(exists("inst/install_order"));
+}
+
+TEST_F(DialogRun, TellsAConnectionThatFails)
+{
+    builder.component("one");
+    open();
+    server.set_faults("/test.txt", {FAULT::status(404, "<b>gone</b>")});
+    press_download({"OK"});
+    ASSERT_EQ(shown.size(), 1U);
+    EXPECT_TRUE(shown[0].text.startsWith(
+        "Internet connection cannot be established. If you are behind a firewall, enter the proxy "
+        "settings and try again.<br/>Details:<br/>Test download failed with error: "))
+        << shown[0].text.toStdString();
+    EXPECT_EQ(shown[0].icon, QMessageBox::Critical);
+    EXPECT_EQ(status(), "Download failed");
+    EXPECT_FALSE(exists("dl/one.run"));
+    expect_idle();
+}
+
+TEST_F(DialogRun, EndsAtOnceWithoutARetryDuration)
+{
+    builder.component("one").title("The <b>One</b>");
+    open();
+    server.set_faults("/one.run", {FAULT::status(500)});
+    press_download({"OK"});
+    ASSERT_EQ(shown.size(), 1U);
+    EXPECT_TRUE(shown[0].text.startsWith(
+        "This application cannot download 1 component(s). Download the files directly from the "
+        "Orvane FPGA Download Center.<br/><br/>Failed component(s):<br/> - The "
+        "&lt;b&gt;One&lt;/b&gt;<br/><br/><br/>Details:<br/>"))
+        << shown[0].text.toStdString();
+    EXPECT_TRUE(shown[0].text.contains("500"));
+    EXPECT_EQ(shown[0].icon, QMessageBox::Critical);
+    EXPECT_EQ(status(), "Download failed. Exceeded retry limit. Process aborted.");
+    expect_idle();
+}
+
+TEST_F(DialogRun, TriesAgainAndSucceeds)
+{
+    builder.component("one").pattern_content(3000, 1);
+    store("vinst_retry_duration", 60);
+    open();
+    server.set_faults("/one.run", {FAULT::status(503).times(1)});
+    QStringList seen;
+    auto* const label = &find<QLabel>("m_download_message_label");
+    when(
+        [&]
+        {
+            if (label->text().contains("Retrying") && !seen.contains(label->text()))
+                seen.append(label->text());
+            return false;
+        },
+        [] {});
+    press_download({"OK"});
+    QStringList expected;
+    for (const char* left : {"5 secs", "4 secs", "3 secs", "2 secs", "1 sec"})
+        expected.append(QString("Download failed. Retrying #1 after ") + left);
+    EXPECT_EQ(seen, expected);
+    expect_box(0,
+               "<h2><font color=green>Download Complete</font></h2>1 component(s) have been "
+               "successfully downloaded.",
+               QMessageBox::Information);
+}
+
+TEST_F(DialogRun, GivesAMissingFileUpAfterTwoRetries)
+{
+    builder.component("one");
+    store("vinst_retry_duration", 60);
+    open();
+    server.set_faults("/one.run", {FAULT::status(404)});
+    press_download({"OK"});
+    expect_box(0, "Error 404: File not found.", QMessageBox::Critical);
+    EXPECT_EQ(server.request_count("/one.run"), 3U);
+    EXPECT_EQ(status(), "Error 404: File not found.");
+    expect_idle();
+}
+
+TEST_F(DialogRun, StopsWhileItDownloads)
+{
+    builder.component("one").pattern_content(100'000, 1);
+    open();
+    server.set_faults("/one.run", {FAULT::stall_after(5000)});
+    stop_when([this] { return server.body_bytes("/one.run") >= 5000; });
+    press_download({});
+    EXPECT_LT(since_stop.elapsed(), 2500);
+    EXPECT_EQ(status(), "Download stopped");
+    expect_idle();
+    EXPECT_EQ(std::filesystem::file_size(dir / "dl/one.run"), 5000U);
+}
+
+TEST_F(DialogRun, StopsWhileItWaitsForARetry)
+{
+    builder.component("one");
+    store("vinst_retry_duration", 60);
+    open();
+    server.set_faults("/one.run", {FAULT::status(503)});
+    stop_when([this] { return status().contains("Retrying #1 after 4 secs"); });
+    press_download({});
+    EXPECT_LT(since_stop.elapsed(), 1000);
+    EXPECT_EQ(status(), "Download stopped");
+    EXPECT_EQ(server.request_count("/one.run"), 1U);
+    expect_idle();
+}
+
+TEST_F(DialogRun, StopsWhileItTestsTheConnection)
+{
+    builder.component("one");
+    open();
+    server.set_faults("/test.txt", {FAULT::stall_before_headers()});
+    stop_when([this] { return server.request_count("/test.txt") > 0; });
+    press_download({});
+    EXPECT_LT(since_stop.elapsed(), 2000);
+    EXPECT_EQ(status(), "Download stopped");
+    expect_idle();
+}
+
+TEST_F(DialogRun, StopsWhileItInstalls)
+{
+    builder.component("one").content("#!/bin/sh\necho > '" + (dir / "running").string() +
+                                     "'\nexec sleep 60\n");
+    open();
+    check_auto_install();
+    stop_when([this] { return exists("running"); });
+    press_download({"OK"});
+    EXPECT_LT(since_stop.elapsed(), 3000);
+    expect_box(0,
+               "<h2><font color=red>Installation Incomplete</font></h2>Please check the log for "
+               "more information.",
+               QMessageBox::Critical);
+    EXPECT_TRUE(log_holds("It was ended by signal 15"));
+    expect_idle();
+}
+
+TEST_F(DialogRun, IsNotClosedWhileItRuns)
+{
+    builder.component("one").pattern_content(100'000, 1);
+    open();
+    server.set_faults("/one.run", {FAULT::stall_after(5000)});
+    when([this] { return server.body_bytes("/one.run") >= 5000; },
+         [this]
+         {
+             QTest::keyClick(dialog.get(), Qt::Key_Escape);
+             EXPECT_TRUE(dialog->isVisible());
+             EXPECT_FALSE(dialog->close());
+             EXPECT_TRUE(dialog->is_download_in_progress());
+             click("m_stop_button");
+         });
+    press_download({"OK", "OK"});
+    const QString words = "Download is currently in progress. Stop the download before exiting the "
+                          "application.";
+    expect_box(0, words, QMessageBox::Information);
+    expect_box(1, words, QMessageBox::Information);
+    EXPECT_TRUE(dialog->isVisible());
+}
+
+TEST_F(DialogRun, LocksItsControlsWhileItRuns)
+{
+    builder.component("one").pattern_content(100'000, 1);
+    open();
+    check_auto_install();
+    server.set_faults("/one.run", {FAULT::stall_after(5000)});
+    when([this] { return server.body_bytes("/one.run") >= 5000; },
+         [this]
+         {
+             EXPECT_EQ(tree().selectionMode(), QAbstractItemView::NoSelection);
+             EXPECT_FALSE(button("m_settings_button").isEnabled());
+             EXPECT_FALSE(button("m_download_button").isEnabled());
+             EXPECT_TRUE(button("m_stop_button").isEnabled());
+             EXPECT_FALSE(button("m_close_button").isEnabled());
+             EXPECT_TRUE(button("m_log_button").isEnabled());
+             EXPECT_FALSE(find<QWidget>("m_download_dir_line_edit").isEnabled());
+             EXPECT_FALSE(auto_install().isEnabled());
+             EXPECT_TRUE(text("m_license_agreement_label").contains("#cccccc"));
+             const QModelIndex row = tree().model()->index(0, 0);
+             QTest::mouseClick(tree().viewport(), Qt::LeftButton, {},
+                               tree().visualRect(row).center());
+             EXPECT_EQ(row.data(Qt::CheckStateRole).toInt(), Qt::Checked);
+             click("m_stop_button");
+         });
+    press_download({});
+    EXPECT_EQ(tree().selectionMode(), QAbstractItemView::SingleSelection);
+    EXPECT_TRUE(find<QWidget>("m_download_dir_line_edit").isEnabled());
+    EXPECT_TRUE(auto_install().isEnabled());
+    EXPECT_TRUE(text("m_license_agreement_label").contains("#0000ff"));
+    expect_idle();
+}
+
+TEST_F(DialogRun, UsesLittleProcessorTimeWhileItWaits)
+{
+    builder.component("one").pattern_content(100'000, 1);
+    open();
+    server.set_faults("/one.run", {FAULT::stall_after(5000)});
+    std::clock_t begin = 0;
+    QElapsedTimer clock;
+    when([this] { return server.body_bytes("/one.run") >= 5000; },
+         [&]
+         {
+             begin = std::clock();
+             clock.start();
+         });
+    stop_when([&] { return clock.isValid() && clock.hasExpired(3000); });
+    press_download({});
+    const double used = static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
+    // The test's own timers are in it; a loop that spins would use all of three seconds.
+    EXPECT_LT(used, 0.5);
+}

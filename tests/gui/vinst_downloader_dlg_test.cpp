@@ -1,0 +1,419 @@
+#include "tests/gui/browser.h"
+#include "tests/gui/downloader_dlg_fixture.h"
+
+#include "install/vinst/vinst_downloader_treeview_model.h"
+#include "install/vinst/vinst_log_viewer_dlg.h"
+#include "install/vinst/vinst_settings_dlg.h"
+#include "support/afcq/afcq_line_edit_browse_button.h"
+#include "support/afcq/afcq_native_file_dlg.h"
+
+#include <QRadioButton>
+#include <QSignalSpy>
+#include <QToolButton>
+#include <QUrl>
+
+namespace
+{
+
+class Dialog : public DownloaderDlgTest
+{
+protected:
+    ~Dialog() override { AFCQ_NATIVE_FILE_DLG::answer_with({}); }
+
+    /// Changes the platform as a user does in the settings, and presses the button of that text.
+    void choose_platform(const char* radio_button, const char* end_button)
+    {
+        when([] { return qobject_cast<VINST_SETTINGS_DLG*>(QApplication::activeModalWidget()); },
+             [this, radio_button, end_button]
+             {
+                 auto* const settings = dialog->findChild<VINST_SETTINGS_DLG*>();
+                 settings->findChild<QRadioButton*>(radio_button)->click();
+                 settings->findChild<QPushButton*>(end_button)->click();
+             });
+        click("m_settings_button");
+    }
+
+    bool is_run_column_shown() const { return !tree().isColumnHidden(run_column); }
+    QString row_text(int row, int column) const
+    {
+        return tree().model()->index(row, column).data().toString();
+    }
+};
+
+}
+
+TEST_F(Dialog, ShowsTheReleaseAndWhatItNeeds)
+{
+    builder.component("one").title("The One").pattern_content(3000, 1).installsize(2ULL << 30);
+    open();
+    EXPECT_EQ(dialog->windowTitle(), "Orvane\u00ae Veltrin\u00ae Crest Installer");
+    EXPECT_EQ(dialog->objectName(), "VINST_DOWNLOADER_DLG");
+    EXPECT_EQ(text("m_title_label"), "Orvane Veltrin Crest Pro Edition");
+    EXPECT_EQ(row_text(0, name_column), "The One");
+    EXPECT_EQ(text("m_total_download_size_label"), "Download size: 0.00 GB");
+    EXPECT_EQ(text("m_total_install_size_label"), "Installation size: N/A");
+    EXPECT_EQ(text("m_disk_space_available_label"), "Disk space available: 1024.00 GB");
+    check_auto_install();
+    EXPECT_EQ(text("m_total_install_size_label"), "Installation size: 2.00 GB");
+    EXPECT_EQ(text("m_disk_space_required_label"), "Disk space required: 2.00 GB");
+    EXPECT_EQ(status(), "Download progress:");
+    EXPECT_EQ(find<QLabel>("m_download_message_label").styleSheet(), "QLabel { color : blue; }");
+}
+
+TEST_F(Dialog, IsIdleAtFirst)
+{
+    builder.component("one");
+    open();
+    EXPECT_EQ(tree().selectionMode(), QAbstractItemView::SingleSelection);
+    for (const char* name : {"m_settings_button", "m_help_button", "m_log_button",
+                             "m_download_button", "m_close_button"})
+        EXPECT_TRUE(button(name).isEnabled()) << name;
+    EXPECT_FALSE(button("m_stop_button").isEnabled());
+    EXPECT_TRUE(find<QWidget>("m_download_dir_line_edit").isEnabled());
+    EXPECT_TRUE(auto_install().isEnabled());
+}
+
+TEST_F(Dialog, BeginsWithTheDefaultsOfTheRelease)
+{
+    store("vinst_downloader_download_dir", "");
+    store("vinst_downloader_install_dir", "");
+    builder.component("one");
+    open();
+    EXPECT_EQ(line("m_download_dir_line_edit").text(), release->default_download_dir());
+    EXPECT_EQ(line("m_install_dir_line_edit").text(), release->default_install_dir("linux"));
+}
+
+TEST_F(Dialog, RemembersWhatTheUserSet)
+{
+    builder.component("one");
+    builder.component("two").selected(false);
+    builder.component("act").data_type("install").no_file();
+    builder.component("veltrin_base");
+    open();
+    line("m_download_dir_line_edit").setText(path("elsewhere"));
+    line("m_install_dir_line_edit").setText(path("target"));
+    check_auto_install();
+    find<QCheckBox>("m_action_checkbox_act").click();
+    const QModelIndex one = tree().model()->index(0, 0);
+    QTest::mouseClick(tree().viewport(), Qt::LeftButton, {}, tree().visualRect(one).center());
+    QTest::qWait(300); // the click takes effect, and with it the actions anew
+    find<QCheckBox>("m_action_checkbox_act").click();
+    dialog->resize(1100, 750);
+    dialog.reset();
+
+    EXPECT_EQ(stored("vinst_downloader_download_dir").toString(), path("elsewhere"));
+    EXPECT_EQ(stored("vinst_downloader_install_dir").toString(), path("target"));
+    EXPECT_EQ(stored("vinst_downloader_auto_install").toBool(), true);
+    EXPECT_EQ(stored("act").toBool(), false);
+    EXPECT_EQ(stored("one").toUInt(), 0U);
+    EXPECT_EQ(stored("two").toUInt(), 0U);
+    EXPECT_FALSE(stored("FrameGeometry").toByteArray().isEmpty());
+
+    reopen();
+    EXPECT_EQ(line("m_download_dir_line_edit").text(), path("elsewhere"));
+    EXPECT_EQ(line("m_install_dir_line_edit").text(), path("target"));
+    EXPECT_TRUE(auto_install().isChecked());
+    EXPECT_FALSE(find<QCheckBox>("m_action_checkbox_act").isChecked());
+    EXPECT_EQ(tree().model()->index(0, 0).data(Qt::CheckStateRole).toInt(), Qt::Unchecked);
+}
+
+TEST_F(Dialog, OffersToRunInstallersWhereNothingInstallsByItself)
+{
+    builder.component("one");
+    open();
+    EXPECT_TRUE(is_run_column_shown());
+    check_auto_install();
+    EXPECT_FALSE(is_run_column_shown());
+}
+
+TEST_F(Dialog, OffersNoInstallationWithoutRights)
+{
+    host.is_admin = false;
+    store("vinst_downloader_auto_install", true);
+    builder.component("one");
+    open();
+    EXPECT_FALSE(auto_install().isEnabled());
+    EXPECT_FALSE(auto_install().isChecked());
+    EXPECT_EQ(auto_install().title(), "Auto install after download (Disabled: No admin privilege)");
+    EXPECT_EQ(auto_install().toolTip(),
+              "Auto-install is disabled as you do not have admin privilege.");
+    EXPECT_FALSE(is_run_column_shown());
+}
+
+TEST_F(Dialog, FollowsThePlatformOfTheSettings)
+{
+    builder.component("one");
+    builder.component("other").platform("windows").filename("other.exe");
+    builder.component("act").data_type("install").no_file();
+    open();
+    check_auto_install();
+    choose_platform("m_windows_radio_btn", "m_ok_btn");
+    wait_for_checks();
+    EXPECT_EQ(row_text(0, base_name_column), "other");
+    EXPECT_EQ(tree().model()->rowCount(), 1);
+    EXPECT_FALSE(auto_install().isEnabled());
+    EXPECT_FALSE(auto_install().isChecked());
+    EXPECT_EQ(auto_install().title(), "Auto install after download (Disabled: Unable to install "
+                                      "due to different platform)");
+    EXPECT_EQ(auto_install().toolTip(),
+              "Auto install is disabled as the platform selected does not match the platform that "
+              "the application is running on.");
+    EXPECT_FALSE(is_run_column_shown());
+    EXPECT_EQ(dialog->findChild<QCheckBox*>("m_action_checkbox_act"), nullptr);
+
+    choose_platform("m_linux_radio_btn", "m_ok_btn");
+    wait_for_checks();
+    EXPECT_EQ(row_text(0, base_name_column), "one");
+    EXPECT_TRUE(auto_install().isEnabled());
+    EXPECT_EQ(auto_install().title(), "Auto install after download");
+    EXPECT_EQ(auto_install().toolTip(), "");
+    EXPECT_NE(dialog->findChild<QCheckBox*>("m_action_checkbox_act"), nullptr);
+}
+
+TEST_F(Dialog, KeepsThePlatformWhenTheSettingsAreCancelled)
+{
+    builder.component("one");
+    builder.component("other").platform("windows").filename("other.exe");
+    open();
+    choose_platform("m_windows_radio_btn", "m_cancel_btn");
+    EXPECT_EQ(row_text(0, base_name_column), "one");
+    EXPECT_EQ(stored("vinst_os").toString(), "");
+}
+
+TEST_F(Dialog, DisablesInstallationWhereLinuxIsChosenOnAnotherMachine)
+{
+    store("vinst_os", "linux");
+    host.platform = "windows";
+    builder.component("one");
+    open();
+    EXPECT_FALSE(auto_install().isEnabled());
+    EXPECT_TRUE(
+        auto_install().title().endsWith("(Disabled: Unable to install due to different platform)"));
+}
+
+TEST_F(Dialog, OffersTheActionsOfTheCheckedComponents)
+{
+    builder.component("veltrin_base");
+    builder.component("tools");
+    builder.component("act").data_type("install").no_file().parent("tools");
+    open();
+    auto& action = find<QCheckBox>("m_action_checkbox_act");
+    EXPECT_FALSE(action.isEnabled());
+    check_auto_install();
+    EXPECT_TRUE(action.isEnabled());
+    EXPECT_TRUE(action.isChecked());
+    const QModelIndex tools = tree().model()->index(1, 0);
+    QTest::mouseClick(tree().viewport(), Qt::LeftButton, {}, tree().visualRect(tools).center());
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !action.isEnabled(); }, 2000));
+    EXPECT_FALSE(action.isChecked());
+}
+
+TEST_F(Dialog, DescribesTheComponentThatTheUserIsAt)
+{
+    builder.component("one").desc("<h1>Not markup</h1>\nSecond line");
+    open();
+    EXPECT_TRUE(text("m_description_label").contains("Select a component for more information"));
+    const QModelIndex row = tree().model()->index(0, download_size_column);
+    QTest::mouseClick(tree().viewport(), Qt::LeftButton, {}, tree().visualRect(row).center());
+    EXPECT_EQ(text("m_description_label"),
+              QString::fromStdString(
+                  "<h1>Not markup</h1>\nSecond line\n\nmd5sum: " + builder.file("one").md5 +
+                  "\nsha1sum:" + builder.file("one").sha1));
+    EXPECT_EQ(find<QLabel>("m_description_label").textFormat(), Qt::PlainText);
+    EXPECT_EQ(tree().model()->index(0, 0).data(Qt::CheckStateRole).toInt(), Qt::Checked);
+}
+
+TEST_F(Dialog, VerifiesFilesThatAreThereAlready)
+{
+    builder.component("one").pattern_content(3000, 1);
+    builder.write();
+    write_file(dir / "dl/one.run", read_file(builder.file("one").path));
+    open();
+    EXPECT_EQ(tree().model()->index(0, integrity_column).data(tree_cell_role).toInt(), 2);
+    EXPECT_EQ(tree().model()->index(0, progress_column).data(tree_cell_role).toString(), "100%");
+    EXPECT_TRUE(tree().model()->index(0, run_column).data(tree_cell_role).toBool());
+    EXPECT_EQ(text("m_total_size_downloaded_label"), "Downloaded: 2.93 KB / 2.93 KB -- 100%");
+    // In another directory it isn't there.
+    line("m_download_dir_line_edit").setText(path("other"));
+    EXPECT_TRUE(QTest::qWaitFor(
+        [this]
+        { return text("m_total_size_downloaded_label") == "Downloaded: 0.00 B / 2.93 KB -- 0%"; },
+        3000));
+    EXPECT_EQ(tree().model()->index(0, integrity_column).data(tree_cell_role).toInt(), 0);
+    EXPECT_FALSE(tree().model()->index(0, run_column).data(tree_cell_role).toBool());
+}
+
+TEST_F(Dialog, TakesADirectoryThatTheUserBrowsesFor)
+{
+    builder.component("one");
+    open();
+    QString start;
+    AFCQ_NATIVE_FILE_DLG::answer_with(
+        [&](const QString& from)
+        {
+            start = from;
+            return QString("/chosen/dir");
+        });
+    auto* const browse =
+        find<QWidget>("m_download_dir_line_edit").findChild<QToolButton*>("m_browse_button");
+    QTest::mouseClick(browse, Qt::LeftButton);
+    EXPECT_EQ(start, path("dl"));
+    EXPECT_EQ(line("m_download_dir_line_edit").text(), "/chosen/dir");
+    EXPECT_EQ(line("m_install_dir_line_edit").text(), path("inst"));
+    AFCQ_NATIVE_FILE_DLG::answer_with([](const QString&) { return QString(); });
+    QTest::mouseClick(browse, Qt::LeftButton);
+    EXPECT_EQ(line("m_download_dir_line_edit").text(), "/chosen/dir");
+}
+
+TEST_F(Dialog, OpensTheDocumentationAndTheLicence)
+{
+    builder.component("one");
+    open();
+    BROWSER browser;
+    click("m_help_button");
+    Q_EMIT find<QLabel>("m_license_agreement_label").linkActivated("anything");
+    ASSERT_EQ(browser.opened.size(), 2);
+    EXPECT_EQ(browser.opened[0], release->documentation_url());
+    EXPECT_EQ(browser.opened[1],
+              QUrl::fromLocalFile(QDir::cleanPath(QCoreApplication::applicationDirPath() +
+                                                  "/../licenses/main.html"))
+                  .toString());
+}
+
+TEST_F(Dialog, ShowsTheLogWithoutBlocking)
+{
+    builder.component("one");
+    open();
+    auto* const log = dialog->findChild<VINST_LOG_VIEWER_DLG*>();
+    EXPECT_FALSE(log->isVisible());
+    click("m_log_button");
+    EXPECT_TRUE(log->isVisible());
+    log->showMinimized();
+    click("m_log_button");
+    EXPECT_FALSE(log->isMinimized());
+    log->findChild<QPushButton*>("m_close_btn")->click();
+    EXPECT_FALSE(log->isVisible());
+    click("m_log_button");
+    EXPECT_TRUE(log->isVisible());
+    EXPECT_TRUE(dialog->close());
+    EXPECT_FALSE(log->isVisible());
+}
+
+TEST_F(Dialog, ClosesByEscapeAndByItsButton)
+{
+    builder.component("one");
+    open();
+    QTest::keyClick(dialog.get(), Qt::Key_Escape);
+    EXPECT_FALSE(dialog->isVisible());
+    EXPECT_TRUE(shutdown_requested);
+    shutdown_requested = false;
+    reopen();
+    click("m_close_button");
+    EXPECT_FALSE(dialog->isVisible());
+}
+
+TEST_F(Dialog, IsNotClosedWhileACheckRuns)
+{
+    constexpr std::uint64_t size = 6ULL << 30;
+    builder.component("one").raw_key("size", std::to_string(size));
+    builder.write();
+    write_file(dir / "dl/one.run", "");
+    std::filesystem::resize_file(dir / "dl/one.run", size); // a hole
+    const std::string manifest = (dir / "release/manifest.json").string();
+    release = parse_manifest(QString::fromStdString(manifest), [](const QByteArray&) {});
+    dialog = std::make_unique<VINST_DOWNLOADER_DLG>(*release, host);
+    dialog->open();
+    ASSERT_TRUE(VINST_DOWNLOADER_MGR::has_pending_integrity_tasks());
+    {
+        MODAL_BOXES boxes({"OK"});
+        EXPECT_FALSE(dialog->close());
+        ASSERT_EQ(boxes.shown().size(), 1U);
+        EXPECT_EQ(boxes.shown()[0].text, "Please wait while a background task is being processed.");
+        EXPECT_EQ(boxes.shown()[0].icon, QMessageBox::Information);
+    }
+    EXPECT_TRUE(dialog->isVisible());
+}
+
+TEST_F(Dialog, AsksForFeedbackWhenItCloses)
+{
+    store("vinst_never_ask_feedback", "false");
+    builder.component("one");
+    open();
+    MODAL_BOXES boxes({"No, thanks"});
+    EXPECT_TRUE(dialog->close());
+    ASSERT_EQ(boxes.shown().size(), 1U);
+    EXPECT_EQ(boxes.shown()[0].title, "Feedback");
+}
+
+TEST_F(Dialog, NeverAsksAgainWhereTheUserSaidSo)
+{
+    store("vinst_never_ask_feedback", "");
+    builder.component("one");
+    open();
+    {
+        MODAL_BOXES boxes({"(close)"});
+        boxes.check_boxes();
+        EXPECT_TRUE(dialog->close());
+    }
+    EXPECT_EQ(stored("vinst_never_ask_feedback").toString(), "true");
+    shutdown_requested = false;
+    reopen();
+    MODAL_BOXES none({});
+    EXPECT_TRUE(dialog->close());
+}
+
+TEST_F(Dialog, FitsASmallScreen)
+{
+    builder.component("one");
+    open();
+    EXPECT_LE(dialog->minimumSizeHint().width(), 1024);
+    EXPECT_LE(dialog->minimumSizeHint().height(), 700);
+}
+
+TEST_F(Dialog, CanBeUsedByTheKeyboardInReadingOrder)
+{
+    builder.component("one");
+    builder.component("veltrin_base");
+    builder.component("act").data_type("install").no_file();
+    open();
+    check_auto_install();
+    QApplication::setActiveWindow(dialog.get());
+    tree().setFocus();
+    QStringList order;
+    for (int i = 0; i < 40; ++i)
+    {
+        QWidget* focus = QApplication::focusWidget();
+        ASSERT_NE(focus, nullptr);
+        const QString name = focus->objectName();
+        const bool is_link_of_label = !order.isEmpty() && order.last() == name;
+        if (!is_link_of_label && order.contains(name) && name != "m_line_edit" &&
+            name != "m_browse_button")
+            break;
+        if (!is_link_of_label)
+            order.append(name);
+        QTest::keyClick(focus, Qt::Key_Tab);
+    }
+    EXPECT_EQ(order, QStringList({"m_download_treeview", "m_line_edit", "m_browse_button",
+                                  "m_install_options_groupbox", "m_agree_license_checkbox",
+                                  "m_license_agreement_label", "m_line_edit", "m_browse_button",
+                                  "m_all_actions_checkbox", "m_action_checkbox_act",
+                                  "m_settings_button", "m_help_button", "m_log_button",
+                                  "m_download_button", "m_close_button"}));
+}
+
+TEST_F(Dialog, TellsAReaderOfTheScreenWhatEachControlIs)
+{
+    builder.component("one");
+    open();
+    for (const QWidget* widget : dialog->findChildren<QWidget*>())
+    {
+        if (widget->focusPolicy() == Qt::NoFocus || widget->window() != dialog.get() ||
+            widget->focusProxy() != nullptr)
+            continue;
+        const auto* const push_button = qobject_cast<const QAbstractButton*>(widget);
+        const bool has_text = push_button != nullptr && !push_button->text().isEmpty();
+        const auto* const box = qobject_cast<const QGroupBox*>(widget);
+        EXPECT_TRUE(has_text || box != nullptr || !widget->accessibleName().isEmpty())
+            << widget->objectName().toStdString() << " " << widget->metaObject()->className();
+    }
+}
