@@ -1,0 +1,540 @@
+#include "install/vinst/vinst_downloader_treeview.h"
+
+#include "install/vinst/vinst_data.h"
+#include "install/vinst/vinst_downloader_treeview_delegates.h"
+#include "install/vinst/vinst_messages.h"
+#include "install/vinst/vinst_text.h"
+#include "tests/harness/temp_dir.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+#include <QHeaderView>
+#include <QPainter>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <filesystem>
+
+namespace
+{
+
+/// A tree over a small release:
+///     veltrin_base
+///     tools
+///       scope
+///         probe
+///       editor
+///     help
+class TreeView : public ::testing::Test
+{
+protected:
+    TreeView()
+    {
+        QFile::remove(QDir::homePath() + "/.config/Orvane/vinst.conf");
+        VINST_MESSAGES::instance().log_path = (dir / "log").string();
+        VINST_MESSAGES::instance().open_log();
+        release.set_download_dir(QString::fromStdString((dir / "dl").string()));
+        release.set_install_dir("/opt/v");
+        base = add("veltrin_base");
+        tools = add("tools");
+        scope = add("scope", tools);
+        probe = add("probe", scope);
+        editor = add("editor", tools);
+        help = add("help");
+        help->selection = VINST_SELECTION::not_selected;
+        other = add("other", nullptr, "windows");
+        action = add("action");
+        action->kind = VINST_COMPONENT_KIND::install;
+    }
+
+    VINST_COMPONENT* add(const QString& name, VINST_COMPONENT* parent = nullptr,
+                         const QString& platform = "linux")
+    {
+        VINST_COMPONENT* component = release.add_component();
+        component->name = name;
+        component->title = "The " + name;
+        component->filename = name + ".run";
+        component->kind = VINST_COMPONENT_KIND::download;
+        component->platform = platform;
+        component->selection = VINST_SELECTION::selected;
+        component->size = 3000;
+        component->installsize = 5.0 * 1024 * 1024;
+        component->parent = parent;
+        if (parent != nullptr)
+            parent->children.push_back(component);
+        release.index_component(component);
+        return component;
+    }
+
+    void fill()
+    {
+        tree.set_release(release);
+        tree.set_platform("linux");
+        tree.populate();
+        tree.restore_states();
+        tree.resize(900, 400);
+        tree.show();
+    }
+
+    QModelIndex index(const VINST_COMPONENT* component, int column = name_column) const
+    {
+        const QModelIndexList found =
+            tree.model()->match(tree.model()->index(0, 0), Qt::UserRole, component->name, 1,
+                                Qt::MatchExactly | Qt::MatchRecursive);
+        return found.isEmpty() ? QModelIndex() : found.first().siblingAtColumn(column);
+    }
+    Qt::CheckState state(const VINST_COMPONENT* component) const
+    {
+        return static_cast<Qt::CheckState>(index(component).data(Qt::CheckStateRole).toInt());
+    }
+    QString cell(const VINST_COMPONENT* component, int column) const
+    {
+        return index(component, column).data().toString();
+    }
+    QVariant value(const VINST_COMPONENT* component, int column) const
+    {
+        return index(component, column).data(tree_cell_role);
+    }
+    void click(const VINST_COMPONENT* component, int column = name_column)
+    {
+        QTest::mouseClick(tree.viewport(), Qt::LeftButton, {},
+                          tree.visualRect(index(component, column)).center());
+    }
+
+    /// Makes the installer's file, as if it had been fetched and verified.
+    void verify(VINST_COMPONENT* component)
+    {
+        write_file(dir / "dl" / component->filename.toStdString(),
+                   "#!/bin/sh\ntouch '" + (dir / "ran").string() + "'\n", 0755);
+        component->download_complete = true;
+        component->integrity_checked = true;
+        component->integrity_passed = true;
+        component->checked_download_dir = release.download_dir();
+    }
+
+    static bool is_blank(const QPixmap& picture)
+    {
+        const QImage image = picture.toImage();
+        for (int y = 0; y < image.height(); ++y)
+            for (int x = 0; x < image.width(); ++x)
+                if (image.pixel(x, y) != image.pixel(0, 0))
+                    return false;
+        return true;
+    }
+    /// What a cell shows, without the frame that the current row may have.
+    QPixmap picture(const VINST_COMPONENT* component, int column)
+    {
+        const QRect cell_rect = tree.visualRect(index(component, column));
+        return tree.viewport()->grab(cell_rect.adjusted(2, 2, -2, -2));
+    }
+
+    TEMP_DIR dir;
+    VINST_RELEASE release;
+    VINST_COMPONENT *base, *tools, *scope, *probe, *editor, *help, *other, *action;
+    VINST_DOWNLOADER_TREEVIEW tree;
+};
+
+}
+
+TEST_F(TreeView, HasItsColumnsInOrder)
+{
+    fill();
+    QStringList headers;
+    for (int column = 0; column < tree.model()->columnCount(); ++column)
+        headers.append(tree.model()->headerData(column, Qt::Horizontal).toString());
+    EXPECT_EQ(headers,
+              QStringList({"Name", "Base Name", "Download Size", "Install Size", "Progress",
+                           "File Integrity", "", "Description", "md5sum", "sha1sum"}));
+    for (const int hidden : {1, 7, 8, 9})
+        EXPECT_TRUE(tree.isColumnHidden(hidden)) << hidden;
+    EXPECT_EQ(tree.columnWidth(4), 100);
+    EXPECT_EQ(tree.header()->sectionResizeMode(0), QHeaderView::Stretch);
+    EXPECT_FALSE(tree.header()->stretchLastSection());
+}
+
+TEST_F(TreeView, ShowsThePlatformsComponentsBelowTheirParents)
+{
+    help->platform = "";
+    fill();
+    EXPECT_EQ(tree.model()->rowCount(), 3);
+    EXPECT_EQ(index(scope).parent(), index(tools));
+    EXPECT_EQ(index(probe).parent(), index(scope));
+    EXPECT_TRUE(tree.isExpanded(index(tools)));
+    EXPECT_FALSE(index(other).isValid());
+    EXPECT_FALSE(index(action).isValid());
+    tree.set_platform("windows");
+    tree.populate();
+    EXPECT_TRUE(index(other).isValid());
+    EXPECT_TRUE(index(help).isValid());
+    EXPECT_FALSE(index(tools).isValid());
+}
+
+TEST_F(TreeView, ShowsEachComponentsFields)
+{
+    base->desc = "<b>desc</b>";
+    base->md5sum = "m";
+    base->sha1sum = "s";
+    base->downloadsize_str = "3 KB or so";
+    help->filename.clear();
+    fill();
+    EXPECT_EQ(cell(base, name_column), "The veltrin_base");
+    EXPECT_EQ(cell(base, base_name_column), "veltrin_base");
+    EXPECT_EQ(cell(base, download_size_column), "3 KB or so");
+    EXPECT_EQ(cell(base, install_size_column), "5.00 MB");
+    EXPECT_EQ(cell(tools, download_size_column), "2.93 KB");
+    EXPECT_EQ(cell(help, download_size_column), "N/A");
+    EXPECT_EQ(cell(help, install_size_column), "N/A");
+    EXPECT_EQ(cell(base, description_column), "<b>desc</b>");
+    EXPECT_EQ(cell(base, md5sum_column), "m");
+    EXPECT_EQ(cell(base, sha1sum_column), "s");
+    EXPECT_EQ(index(base).data(Qt::UserRole).toString(), "veltrin_base");
+    EXPECT_EQ(index(base, download_size_column).data(Qt::TextAlignmentRole).toInt(),
+              static_cast<int>(Qt::AlignRight | Qt::AlignVCenter));
+}
+
+TEST_F(TreeView, ShowsTheSelectionOfTheRelease)
+{
+    fill();
+    EXPECT_EQ(state(base), Qt::Checked);
+    EXPECT_EQ(state(help), Qt::Unchecked);
+    EXPECT_EQ(state(tools), Qt::Checked);
+}
+
+TEST_F(TreeView, TellsManyClicksOnce)
+{
+    fill();
+    QSignalSpy changes(&tree, &VINST_DOWNLOADER_TREEVIEW::selection_changed);
+    click(base);
+    click(help);
+    click(scope);
+    EXPECT_EQ(changes.count(), 0);
+    EXPECT_TRUE(changes.wait(1000));
+    QTest::qWait(300);
+    EXPECT_EQ(changes.count(), 1);
+    EXPECT_EQ(base->selection, VINST_SELECTION::not_selected);
+    EXPECT_EQ(help->selection, VINST_SELECTION::selected);
+}
+
+TEST_F(TreeView, PushesAClickDownAndUp)
+{
+    fill();
+    click(tools);
+    for (const VINST_COMPONENT* component : {tools, scope, probe, editor})
+    {
+        EXPECT_EQ(state(component), Qt::Unchecked) << utf8(component->name);
+        EXPECT_EQ(component->selection, VINST_SELECTION::not_selected) << utf8(component->name);
+    }
+    click(probe);
+    EXPECT_EQ(state(probe), Qt::Checked);
+    EXPECT_EQ(state(scope), Qt::Checked);
+    EXPECT_EQ(state(tools), Qt::PartiallyChecked);
+    EXPECT_EQ(tools->selection, VINST_SELECTION::partly_selected);
+    EXPECT_EQ(scope->selection, VINST_SELECTION::selected);
+}
+
+TEST_F(TreeView, IsPartlyCheckedForASingleGrandchild)
+{
+    VINST_COMPONENT* second = add("second probe", scope);
+    static_cast<void>(second);
+    fill();
+    click(probe);
+    EXPECT_EQ(state(scope), Qt::PartiallyChecked);
+    EXPECT_EQ(state(editor), Qt::Checked);
+    EXPECT_EQ(state(tools), Qt::PartiallyChecked);
+}
+
+TEST_F(TreeView, SelectsAllOfAPartlyCheckedParent)
+{
+    fill();
+    click(probe);
+    ASSERT_EQ(state(tools), Qt::PartiallyChecked);
+    click(tools);
+    for (const VINST_COMPONENT* component : {tools, scope, probe, editor})
+        EXPECT_EQ(state(component), Qt::Checked) << utf8(component->name);
+}
+
+TEST_F(TreeView, TogglesByTheSpaceKeyInWhateverColumn)
+{
+    fill();
+    tree.setCurrentIndex(index(help, progress_column));
+    QTest::keyClick(&tree, Qt::Key_Space);
+    EXPECT_EQ(state(help), Qt::Checked);
+    QTest::keyClick(&tree, Qt::Key_Space);
+    EXPECT_EQ(state(help), Qt::Unchecked);
+}
+
+TEST_F(TreeView, TogglesByClicksInTheFirstColumnAlone)
+{
+    fill();
+    click(base, download_size_column);
+    EXPECT_EQ(state(base), Qt::Checked);
+    const QRect row = tree.visualRect(index(base));
+    QTest::mouseClick(tree.viewport(), Qt::LeftButton, {}, row.topLeft() + QPoint(8, 8));
+    EXPECT_EQ(state(base), Qt::Unchecked) << "one click on the box itself toggles once";
+}
+
+TEST_F(TreeView, IgnoresTheUserWhileItIsLocked)
+{
+    fill();
+    QSignalSpy changes(&tree, &VINST_DOWNLOADER_TREEVIEW::selection_changed);
+    tree.set_editable(false);
+    EXPECT_EQ(tree.selectionMode(), QAbstractItemView::NoSelection);
+    click(base);
+    tree.setCurrentIndex(index(base));
+    QTest::keyClick(&tree, Qt::Key_Space);
+    EXPECT_EQ(state(base), Qt::Checked);
+    QTest::qWait(300);
+    EXPECT_EQ(changes.count(), 0);
+    tree.set_editable(true);
+    EXPECT_EQ(tree.selectionMode(), QAbstractItemView::SingleSelection);
+    click(base);
+    EXPECT_EQ(state(base), Qt::Unchecked);
+}
+
+TEST_F(TreeView, RemembersItsStates)
+{
+    fill();
+    click(base);
+    click(probe);
+    tree.save_states();
+    CFGQ_REGISTRY_KEY settings(program_title());
+    EXPECT_EQ(settings.get_value("veltrin_base").toUInt(), 0U);
+    EXPECT_EQ(settings.get_value("tools").toUInt(), 1U);
+    EXPECT_EQ(settings.get_value("editor").toUInt(), 2U);
+
+    for (const auto& component : release.components())
+        component->selection = VINST_SELECTION::selected;
+    tree.populate();
+    tree.restore_states();
+    EXPECT_EQ(state(base), Qt::Unchecked);
+    EXPECT_EQ(base->selection, VINST_SELECTION::not_selected);
+    EXPECT_EQ(state(scope), Qt::Unchecked);
+    EXPECT_EQ(state(tools), Qt::PartiallyChecked);
+}
+
+TEST_F(TreeView, TakesNoOddStates)
+{
+    CFGQ_REGISTRY_KEY settings(program_title());
+    settings.set_value("veltrin_base", "nonsense");
+    settings.set_value("help", 7);
+    settings.set_value("gone", 0);
+    fill();
+    EXPECT_EQ(state(base), Qt::Checked);
+    EXPECT_EQ(state(help), Qt::Unchecked);
+}
+
+TEST_F(TreeView, ComputesParentsAnewFromWhatWasStored)
+{
+    CFGQ_REGISTRY_KEY settings(program_title());
+    settings.set_value("tools", 2);
+    settings.set_value("scope", 2);
+    settings.set_value("probe", 0);
+    settings.set_value("editor", 2);
+    fill();
+    EXPECT_EQ(state(scope), Qt::Unchecked);
+    EXPECT_EQ(state(tools), Qt::PartiallyChecked);
+    EXPECT_EQ(tools->selection, VINST_SELECTION::partly_selected);
+}
+
+TEST_F(TreeView, ShowsProgressAsABar)
+{
+    fill();
+    EXPECT_TRUE(is_blank(picture(base, progress_column)));
+    tree.show_percentage(base, 45);
+    EXPECT_EQ(value(base, progress_column).toString(), "45%");
+    EXPECT_FALSE(is_blank(picture(base, progress_column)));
+    tree.show_percentage(other, 45); // has no row
+}
+
+TEST_F(TreeView, ShowsEachIntegrityInItsOwnWay)
+{
+    fill();
+    EXPECT_TRUE(is_blank(picture(base, integrity_column)));
+    QList<QImage> pictures;
+    for (const VINST_INTEGRITY_STATE shown :
+         {VINST_INTEGRITY_STATE::passed, VINST_INTEGRITY_STATE::failed,
+          VINST_INTEGRITY_STATE::checking})
+    {
+        tree.show_integrity(base, shown);
+        EXPECT_EQ(value(base, integrity_column).toInt(), static_cast<int>(shown));
+        const QImage image = picture(base, integrity_column).toImage();
+        EXPECT_FALSE(is_blank(QPixmap::fromImage(image)));
+        EXPECT_FALSE(pictures.contains(image));
+        pictures.append(image);
+    }
+    tree.show_integrity(base, VINST_INTEGRITY_STATE::passed);
+    EXPECT_EQ(index(base, integrity_column).data(Qt::ToolTipRole).toString(), "Passed");
+    tree.show_integrity(base, VINST_INTEGRITY_STATE::none);
+    EXPECT_TRUE(is_blank(picture(base, integrity_column)));
+    EXPECT_EQ(index(base, integrity_column).data(Qt::AccessibleTextRole).toString(), "");
+}
+
+TEST_F(TreeView, SaysThatAWholeFileIsNotCheckedYet)
+{
+    write_file(dir / "dl/veltrin_base.run", std::string(3000, 'x'));
+    write_file(dir / "dl/help.run", std::string(10, 'x'));
+    fill();
+    EXPECT_EQ(value(base, integrity_column).toInt(), 1);
+    EXPECT_EQ(value(help, integrity_column).toInt(), 0);
+}
+
+TEST_F(TreeView, AnimatesInStepWithTheClock)
+{
+    fill();
+    tree.show_integrity(base, VINST_INTEGRITY_STATE::checking);
+    tree.show_integrity(probe, VINST_INTEGRITY_STATE::checking);
+    auto* const delegate = static_cast<VINST_DOWNLOADER_TREEVIEW_INTEGRITY_DELEGATE*>(
+        tree.itemDelegateForColumn(integrity_column));
+    qint64 now = 0;
+    delegate->clock = [&now] { return now; };
+    const QImage first = picture(base, integrity_column).toImage();
+    now = 3 * delegate->frame_delay();
+    const QImage fourth = picture(base, integrity_column).toImage();
+    EXPECT_NE(first, fourth);
+    now = 12 * 100 * 1000;
+    EXPECT_EQ(picture(base, integrity_column).toImage(), first);
+    EXPECT_EQ(picture(scope, integrity_column).toImage(),
+              picture(help, integrity_column).toImage());
+}
+
+TEST_F(TreeView, OffersToRunWhatIsVerified)
+{
+    verify(help);
+    fill();
+    tree.show_run_column(true);
+    EXPECT_FALSE(tree.isColumnHidden(run_column));
+    EXPECT_TRUE(value(help, run_column).toBool());
+    EXPECT_FALSE(value(base, run_column).toBool());
+    EXPECT_FALSE(is_blank(picture(help, run_column)));
+    EXPECT_TRUE(is_blank(picture(base, run_column)));
+    help->integrity_passed = false;
+    tree.refresh_run_flags();
+    EXPECT_FALSE(value(help, run_column).toBool());
+    base->standalone = true;
+    verify(base);
+    tree.show_integrity(base, VINST_INTEGRITY_STATE::passed);
+    EXPECT_TRUE(value(base, run_column).toBool());
+    tree.show_run_column(false);
+    EXPECT_TRUE(tree.isColumnHidden(run_column));
+}
+
+TEST_F(TreeView, OffersNothingToRunForAnotherPlatform)
+{
+    verify(other);
+    tree.set_release(release);
+    tree.set_platform("windows");
+    tree.populate();
+    EXPECT_FALSE(value(other, run_column).toBool());
+}
+
+TEST_F(TreeView, RunsAnInstallerByItsButton)
+{
+    verify(help);
+    base->selection = VINST_SELECTION::not_selected;
+    fill();
+    tree.show_run_column(true);
+    click(help, run_column);
+    EXPECT_TRUE(QTest::qWaitFor([this] { return std::filesystem::exists(dir / "ran"); }, 5000));
+    EXPECT_NE(read_file(dir / "log")
+                  .find("install cmd for help: " + (dir / "dl/help.run").string() +
+                        " --installdir /opt/v"),
+              std::string::npos);
+}
+
+TEST_F(TreeView, RunsNothingWhenTheButtonIsLeft)
+{
+    verify(help);
+    verify(editor);
+    fill();
+    tree.show_run_column(true);
+    QSignalSpy clicks(static_cast<VINST_DOWNLOADER_TREEVIEW_RUN_BUTTON_DELEGATE*>(
+                          tree.itemDelegateForColumn(run_column)),
+                      &VINST_DOWNLOADER_TREEVIEW_RUN_BUTTON_DELEGATE::clicked);
+    const QPoint button = tree.visualRect(index(help, run_column)).center();
+    const QPoint other_button = tree.visualRect(index(editor, run_column)).center();
+    const QPoint outside = tree.visualRect(index(help, progress_column)).center();
+    for (const QPoint& released : {other_button, outside})
+    {
+        QTest::mousePress(tree.viewport(), Qt::LeftButton, {}, button);
+        QTest::mouseRelease(tree.viewport(), Qt::LeftButton, {}, released);
+    }
+    QTest::mousePress(tree.viewport(), Qt::LeftButton, {}, outside);
+    QTest::mouseRelease(tree.viewport(), Qt::LeftButton, {}, button);
+    QTest::mouseClick(tree.viewport(), Qt::RightButton, {}, button);
+    EXPECT_EQ(clicks.count(), 0);
+    QTest::mouseClick(tree.viewport(), Qt::LeftButton, {}, button);
+    EXPECT_EQ(clicks.count(), 1);
+    EXPECT_TRUE(QTest::qWaitFor([this] { return std::filesystem::exists(dir / "ran"); }, 5000));
+}
+
+TEST_F(TreeView, RunsNothingWhileItIsLocked)
+{
+    verify(help);
+    fill();
+    tree.show_run_column(true);
+    tree.set_editable(false);
+    click(help, run_column);
+    EXPECT_EQ(read_file(dir / "log").find("install cmd"), std::string::npos);
+}
+
+TEST_F(TreeView, TellsAboutTheRowThatTheUserIsAt)
+{
+    base->desc = "Base";
+    help->desc = "Help";
+    fill();
+    QSignalSpy told(&tree, &VINST_DOWNLOADER_TREEVIEW::current_component_changed);
+    tree.setCurrentIndex(index(base));
+    tree.setCurrentIndex(index(help));
+    ASSERT_EQ(told.count(), 2);
+    EXPECT_EQ(told[0][0].toString(), "Base");
+    EXPECT_EQ(told[1][0].toString(), "Help");
+}
+
+TEST_F(TreeView, SurvivesAReleaseOfNothing)
+{
+    VINST_RELEASE empty;
+    tree.set_release(empty);
+    tree.set_platform("linux");
+    tree.populate();
+    tree.restore_states();
+    tree.save_states();
+    EXPECT_EQ(tree.model()->rowCount(), 0);
+    tree.show();
+    QTest::keyClick(&tree, Qt::Key_Space);
+}
+
+TEST(TreeDelegates, PaintOtherColumnsAsUsual)
+{
+    QStandardItemModel model(1, 10);
+    model.setItem(0, 0, new QStandardItem("words"));
+    VINST_DOWNLOADER_TREEVIEW_PROGRESS_BAR_DELEGATE progress;
+    VINST_DOWNLOADER_TREEVIEW_INTEGRITY_DELEGATE integrity(nullptr);
+    QStyleOptionViewItem option;
+    option.rect = QRect(0, 0, 80, 20);
+    for (const QStyledItemDelegate* delegate :
+         std::initializer_list<const QStyledItemDelegate*>{&progress, &integrity})
+    {
+        QImage image(80, 20, QImage::Format_ARGB32);
+        image.fill(Qt::white);
+        const QImage before = image;
+        QPainter painter(&image);
+        delegate->paint(&painter, option, model.index(0, 0));
+        painter.end();
+        EXPECT_NE(image, before);
+    }
+}
+
+TEST(TreeDelegates, TakeTheSizeOfTheAnimationWhileItShows)
+{
+    QStandardItemModel model(1, 10);
+    VINST_DOWNLOADER_TREEVIEW_INTEGRITY_DELEGATE integrity(nullptr);
+    const QModelIndex index = model.index(0, integrity_column);
+    model.setItem(0, integrity_column, new QStandardItem);
+    const QSize usual = integrity.sizeHint(QStyleOptionViewItem(), index);
+    model.item(0, integrity_column)->setData(4, tree_cell_role);
+    EXPECT_EQ(integrity.sizeHint(QStyleOptionViewItem(), index), QSize(16, 16));
+    model.item(0, integrity_column)->setData(2, tree_cell_role);
+    EXPECT_EQ(integrity.sizeHint(QStyleOptionViewItem(), index), usual);
+}
