@@ -6,6 +6,8 @@
 #include <QMessageBox>
 #include <QTimer>
 
+#include <functional>
+
 namespace
 {
 
@@ -20,7 +22,7 @@ struct SEEN_BOX
     bool modal = false;
 };
 
-SEEN_BOX show_and_close(const std::string& text, bool is_error)
+SEEN_BOX seen_while(const std::function<void()>& show)
 {
     SEEN_BOX seen;
     QTimer::singleShot(
@@ -33,8 +35,13 @@ SEEN_BOX show_and_close(const std::string& text, bool is_error)
                     box->standardButtons(), box->isModal()};
             box->accept();
         });
-    show_message_box(text, is_error);
+    show();
     return seen;
+}
+
+SEEN_BOX show_and_close(const std::string& text, bool is_error)
+{
+    return seen_while([&] { show_message_box(text, is_error); });
 }
 
 }
@@ -59,4 +66,11 @@ TEST(MessageBox, RendersNoMarkupOfATextsOwn)
 {
     EXPECT_EQ(show_and_close("a <b>bold</b> & \"x\"", false).text,
               "a &lt;b&gt;bold&lt;/b&gt; &amp; &quot;x&quot;");
+}
+
+TEST(MessageBox, RendersTheProgramsOwnMarkup)
+{
+    const SEEN_BOX box = seen_while([] { show_markup_box("<h2>Done</h2>one\ntwo", false); });
+    EXPECT_EQ(box.text, "<h2>Done</h2>one<br/>two");
+    EXPECT_EQ(box.format, Qt::RichText);
 }

@@ -1,0 +1,132 @@
+#include "install/vinst/vinst_log_viewer_dlg.h"
+
+#include "install/vinst/vinst_messages.h"
+#include "tests/harness/temp_dir.h"
+
+#include <gtest/gtest.h>
+
+#include <QElapsedTimer>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QTest>
+#include <QTextBrowser>
+
+#include <filesystem>
+
+namespace
+{
+
+class LogViewer : public ::testing::Test
+{
+protected:
+    LogViewer()
+    {
+        VINST_MESSAGES::instance().log_path = path().string();
+        write("one\ntwo\n");
+    }
+
+    std::filesystem::path path() const { return dir / "run.log"; }
+    void write(const std::string& text) const { write_file(path(), text); }
+    QTextBrowser& browser() const { return *viewer.findChild<QTextBrowser*>("m_log_text_browser"); }
+    QString text() const { return browser().toPlainText(); }
+
+    static std::string lines(int count)
+    {
+        std::string text;
+        for (int i = 0; i < count; ++i)
+            text += "line " + std::to_string(i) + "\n";
+        return text;
+    }
+
+    TEMP_DIR dir;
+    VINST_LOG_VIEWER_DLG viewer;
+};
+
+}
+
+TEST_F(LogViewer, ShowsTheLogAndItsPath)
+{
+    viewer.show();
+    EXPECT_EQ(viewer.windowTitle(),
+              QString("Orvane\u00ae Veltrin\u00ae Crest Installer - Log Viewer"));
+    EXPECT_EQ(viewer.findChild<QLineEdit*>("m_log_file_lineedit")->text().toStdString(),
+              path().string());
+    EXPECT_EQ(text(), "one\ntwo\n");
+    EXPECT_FALSE(viewer.windowFlags().testFlag(Qt::WindowContextHelpButtonHint));
+    EXPECT_TRUE(viewer.windowFlags().testFlag(Qt::WindowMinMaxButtonsHint));
+    EXPECT_TRUE(viewer.isSizeGripEnabled());
+    EXPECT_TRUE(browser().openExternalLinks());
+}
+
+TEST_F(LogViewer, FollowsTheLog)
+{
+    viewer.show();
+    write("one\ntwo\nthree\n");
+    EXPECT_TRUE(QTest::qWaitFor([this] { return text() == "one\ntwo\nthree\n"; }, 7000));
+}
+
+TEST_F(LogViewer, ShowsPlainTextOnly)
+{
+    write("<b>bold</b> <a href=\"http://x\">link</a>\n");
+    viewer.show();
+    EXPECT_EQ(text(), "<b>bold</b> <a href=\"http://x\">link</a>\n");
+}
+
+TEST_F(LogViewer, SaysThatTheLogIsMissingUntilItIsBack)
+{
+    viewer.show();
+    std::filesystem::remove(path());
+    viewer.refresh();
+    EXPECT_EQ(text(), "Failed to open the log file.");
+    write("one\ntwo\n");
+    viewer.refresh();
+    EXPECT_EQ(text(), "one\ntwo\n");
+}
+
+TEST_F(LogViewer, KeepsTheReadersPlace)
+{
+    write(lines(2000));
+    viewer.show();
+    browser().verticalScrollBar()->setValue(500);
+    write(lines(3000));
+    viewer.refresh();
+    EXPECT_TRUE(text().contains("line 2999"));
+    EXPECT_EQ(browser().verticalScrollBar()->value(), 500);
+}
+
+TEST_F(LogViewer, LeavesASelectionAlone)
+{
+    viewer.show();
+    browser().selectAll();
+    write("one\ntwo\nthree\n");
+    QTest::qWait(5500);
+    EXPECT_EQ(text(), "one\ntwo\n");
+    EXPECT_TRUE(browser().textCursor().hasSelection());
+    QTextCursor cursor = browser().textCursor();
+    cursor.clearSelection();
+    browser().setTextCursor(cursor);
+    EXPECT_TRUE(QTest::qWaitFor([this] { return text() == "one\ntwo\nthree\n"; }, 7000));
+}
+
+TEST_F(LogViewer, HidesByItsButton)
+{
+    viewer.show();
+    QTest::mouseClick(viewer.findChild<QPushButton*>("m_close_btn"), Qt::LeftButton);
+    EXPECT_FALSE(viewer.isVisible());
+    EXPECT_EQ(viewer.result(), QDialog::Rejected);
+    write("anew\n");
+    viewer.show();
+    EXPECT_EQ(text(), "anew\n");
+}
+
+TEST_F(LogViewer, DoesNothingWhileTheLogStaysTheSame)
+{
+    write(lines(200'000));
+    viewer.show();
+    QElapsedTimer clock;
+    clock.start();
+    for (int i = 0; i < 100; ++i)
+        viewer.refresh();
+    EXPECT_LT(clock.elapsed(), 500);
+}

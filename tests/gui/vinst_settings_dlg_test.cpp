@@ -1,0 +1,364 @@
+#include "install/vinst/vinst_settings_dlg.h"
+
+#include "install/vinst/vinst_data.h"
+#include "install/vinst/vinst_downloader_mgr.h"
+#include "install/vinst/vinst_text.h"
+#include "tests/gui/browser.h"
+#include "tests/gui/modal_box.h"
+#include "tests/harness/fault_server.h"
+#include "tests/harness/loopback.h"
+#include "tests/harness/temp_dir.h"
+
+#include <QDir>
+#include <QFile>
+#include <QGroupBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QSignalSpy>
+#include <QSpinBox>
+#include <QTest>
+
+#include <stdexcept>
+
+namespace
+{
+
+class SettingsDlg : public ::testing::Test
+{
+protected:
+    SettingsDlg()
+    {
+        shutdown_requested = false;
+        QFile::remove(QDir::homePath() + "/.config/Orvane/vinst.conf");
+        release.edition = "pro";
+        release.version = "5.2.0.31";
+    }
+
+    static void store(const QString& key, const QVariant& value)
+    {
+        CFGQ_REGISTRY_KEY(program_title()).set_value(key, value);
+    }
+    static QVariant stored(const QString& key)
+    {
+        return CFGQ_REGISTRY_KEY(program_title()).get_value(key);
+    }
+
+    VINST_SETTINGS_DLG& dialog()
+    {
+        if (m_dialog == nullptr)
+            m_dialog = std::make_unique<VINST_SETTINGS_DLG>(release);
+        return *m_dialog;
+    }
+    void reopen() { m_dialog.reset(); }
+
+    template <typename WIDGET>
+    WIDGET& find(const char* name)
+    {
+        auto* const widget = dialog().findChild<WIDGET*>(name);
+        if (widget == nullptr)
+            throw std::runtime_error(std::string("no widget ") + name);
+        return *widget;
+    }
+    QLineEdit& line(const char* name) { return find<QLineEdit>(name); }
+    QPushButton& button(const char* name) { return find<QPushButton>(name); }
+
+    /// Runs the dialog as the main dialog does, with the user's part inside.
+    int run(const std::function<void()>& user)
+    {
+        QTimer::singleShot(0, &dialog(), [user] { user(); });
+        return dialog().exec();
+    }
+
+    void serve_test_file(std::vector<FAULT> faults = {})
+    {
+        server.serve("/test.txt", "hello\n", std::move(faults));
+        release.set_test_file(QString::fromStdString(server.url("/test.txt")),
+                              "b1946ac92492d2347c6235b4d2611184");
+        release.manifest_download_url = QString::fromStdString(server.url(""));
+    }
+
+    VINST_RELEASE release;
+    FAULT_SERVER server;
+
+private:
+    std::unique_ptr<VINST_SETTINGS_DLG> m_dialog;
+};
+
+constexpr const char* proxy_widgets[] = {"m_proxy_server_label",   "m_proxy_server_line_edit",
+                                         "m_proxy_port_label",     "m_proxy_port_line_edit",
+                                         "m_proxy_username_label", "m_proxy_username_line_edit",
+                                         "m_proxy_password_label", "m_proxy_password_line_edit"};
+
+}
+
+TEST_F(SettingsDlg, SaysWhatItSets)
+{
+    EXPECT_EQ(dialog().windowTitle(),
+              QString("Orvane\u00ae Veltrin\u00ae Crest Installer - Settings"));
+    EXPECT_FALSE(dialog().windowFlags().testFlag(Qt::WindowContextHelpButtonHint));
+    EXPECT_EQ(find<QGroupBox>("m_download_settings_groupbox").title(), "Download Settings");
+    EXPECT_EQ(find<QGroupBox>("m_platform_groupbox").title(), "Platform Settings");
+    EXPECT_EQ(find<QGroupBox>("m_proxy_settings_groupbox").title(), "Proxy Settings");
+    EXPECT_NE(dialog().findChild<QGroupBox*>("m_feeback_groupbox"), nullptr);
+    EXPECT_EQ(find<QLabel>("m_parallel_download_label").text(),
+              "Number of parallel download threads (1-6):");
+    EXPECT_EQ(find<QLabel>("m_retry_duration_label").text(),
+              "Retry duration (0-10000 in minutes):");
+    EXPECT_EQ(button("m_test_internet_connection_btn").text(), "Test internet connection");
+    EXPECT_EQ(find<QRadioButton>("m_default_proxy_radio_btn").text(), "Use default proxy settings");
+    EXPECT_EQ(find<QRadioButton>("m_manual_proxy_radio_btn").text(),
+              "Manually configure proxy settings");
+    EXPECT_EQ(find<QSpinBox>("m_parallel_download_spinbox").minimum(), 1);
+    EXPECT_EQ(find<QSpinBox>("m_parallel_download_spinbox").maximum(), 6);
+    EXPECT_EQ(find<QSpinBox>("m_retry_duration_spinbox").minimum(), 0);
+    EXPECT_EQ(find<QSpinBox>("m_retry_duration_spinbox").maximum(), 10000);
+    EXPECT_EQ(line("m_proxy_password_line_edit").echoMode(), QLineEdit::Password);
+}
+
+TEST_F(SettingsDlg, BeginsWithItsDefaults)
+{
+    EXPECT_EQ(dialog().parallel_downloads(), 4);
+    EXPECT_EQ(dialog().retry_duration(), std::chrono::minutes(60));
+    EXPECT_TRUE(dialog().uses_default_proxy());
+    EXPECT_EQ(dialog().platform(), "linux");
+    EXPECT_TRUE(find<QRadioButton>("m_linux_radio_btn").isChecked());
+    for (const char* name : proxy_widgets)
+        EXPECT_FALSE(find<QWidget>(name).isEnabled()) << name;
+    EXPECT_FALSE(button("m_apply_btn").isEnabled());
+}
+
+TEST_F(SettingsDlg, StoresWhatIsAccepted)
+{
+    EXPECT_EQ(run(
+                  [this]
+                  {
+                      find<QSpinBox>("m_parallel_download_spinbox").setValue(2);
+                      find<QSpinBox>("m_retry_duration_spinbox").setValue(15);
+                      find<QRadioButton>("m_manual_proxy_radio_btn").click();
+                      QTest::keyClicks(&line("m_proxy_server_line_edit"), "gate");
+                      QTest::keyClicks(&line("m_proxy_port_line_edit"), "x12");
+                      QTest::keyClicks(&line("m_proxy_username_line_edit"), "ada");
+                      QTest::keyClicks(&line("m_proxy_password_line_edit"), "s3cret");
+                      button("m_ok_btn").click();
+                  }),
+              QDialog::Accepted);
+    EXPECT_EQ(stored("vinst_parallel_download").toInt(), 2);
+    EXPECT_EQ(stored("vinst_retry_duration").toInt(), 15);
+    EXPECT_EQ(stored("vinst_proxy_option").toString(), "manual");
+    EXPECT_EQ(stored("vinst_proxy_server").toString(), "gate");
+    EXPECT_EQ(stored("vinst_proxy_port").toString(), "x12");
+    EXPECT_EQ(stored("vinst_os").toString(), "linux");
+    const VINST_PROXY_SETTINGS settings = dialog().proxy_settings();
+    EXPECT_EQ(settings.username, "ada");
+    EXPECT_EQ(settings.password, "s3cret");
+    EXPECT_FALSE(settings.use_default_proxy);
+    EXPECT_EQ(dialog().proxy_info().address(), "gate:x12");
+
+    reopen();
+    EXPECT_EQ(dialog().parallel_downloads(), 2);
+    EXPECT_EQ(dialog().retry_duration(), std::chrono::minutes(15));
+    EXPECT_FALSE(dialog().uses_default_proxy());
+    EXPECT_EQ(line("m_proxy_server_line_edit").text(), "gate");
+    EXPECT_EQ(line("m_proxy_password_line_edit").text(), "");
+    QFile file(QDir::homePath() + "/.config/Orvane/vinst.conf");
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QByteArray all = file.readAll();
+    EXPECT_FALSE(all.contains("s3cret"));
+    EXPECT_FALSE(all.contains("ada"));
+}
+
+TEST_F(SettingsDlg, ForgetsWhatIsCancelled)
+{
+    const auto change_and = [this](const char* end)
+    {
+        find<QSpinBox>("m_parallel_download_spinbox").setValue(1);
+        find<QRadioButton>("m_windows_radio_btn").click();
+        button(end).click();
+    };
+    EXPECT_EQ(run([&] { change_and("m_cancel_btn"); }), QDialog::Rejected);
+    EXPECT_TRUE(stored("vinst_parallel_download").isNull());
+    EXPECT_EQ(run(
+                  [this]
+                  {
+                      EXPECT_EQ(find<QSpinBox>("m_parallel_download_spinbox").value(), 4);
+                      EXPECT_TRUE(find<QRadioButton>("m_linux_radio_btn").isChecked());
+                      QTest::keyClick(&dialog(), Qt::Key_Escape);
+                  }),
+              QDialog::Rejected);
+}
+
+TEST_F(SettingsDlg, AppliesWithoutClosing)
+{
+    run(
+        [this]
+        {
+            find<QSpinBox>("m_parallel_download_spinbox").setValue(3);
+            EXPECT_TRUE(button("m_apply_btn").isEnabled());
+            button("m_apply_btn").click();
+            EXPECT_TRUE(dialog().isVisible());
+            EXPECT_FALSE(button("m_apply_btn").isEnabled());
+            EXPECT_EQ(stored("vinst_parallel_download").toInt(), 3);
+            line("m_proxy_server_line_edit").setText("x");
+            EXPECT_TRUE(button("m_apply_btn").isEnabled());
+            button("m_cancel_btn").click();
+        });
+}
+
+TEST_F(SettingsDlg, NoticesEveryChange)
+{
+    const std::vector<std::function<void()>> changes = {
+        [this] { find<QSpinBox>("m_parallel_download_spinbox").setValue(1); },
+        [this] { find<QSpinBox>("m_retry_duration_spinbox").setValue(1); },
+        [this] { find<QRadioButton>("m_windows_radio_btn").click(); },
+        [this] { find<QRadioButton>("m_manual_proxy_radio_btn").click(); },
+        [this] { line("m_proxy_port_line_edit").setText("1"); },
+        [this] { line("m_proxy_username_line_edit").setText("1"); },
+        [this] { line("m_proxy_password_line_edit").setText("1"); }};
+    for (const auto& change : changes)
+    {
+        reopen();
+        QSignalSpy noticed(&dialog(), &VINST_SETTINGS_DLG::settings_changed);
+        EXPECT_FALSE(button("m_apply_btn").isEnabled());
+        change();
+        EXPECT_TRUE(button("m_apply_btn").isEnabled());
+        EXPECT_GE(noticed.count(), 1);
+    }
+}
+
+TEST_F(SettingsDlg, TellsAnotherPlatformOnce)
+{
+    QSignalSpy told(&dialog(), &VINST_SETTINGS_DLG::platform_changed);
+    run(
+        [this]
+        {
+            find<QRadioButton>("m_windows_radio_btn").click();
+            button("m_ok_btn").click();
+        });
+    ASSERT_EQ(told.count(), 1);
+    EXPECT_EQ(told[0][0].toString(), "windows");
+    EXPECT_EQ(stored("vinst_os").toString(), "windows");
+    EXPECT_EQ(dialog().platform(), "windows");
+    run(
+        [this]
+        {
+            find<QRadioButton>("m_linux_radio_btn").click();
+            button("m_apply_btn").click();
+            button("m_ok_btn").click();
+        });
+    EXPECT_EQ(told.count(), 2);
+    run([this] { button("m_ok_btn").click(); });
+    EXPECT_EQ(told.count(), 2);
+}
+
+TEST_F(SettingsDlg, TakesStoredValuesAsTheyAre)
+{
+    store("vinst_proxy_option", "whatever");
+    store("vinst_proxy_port", "not a number");
+    store("vinst_parallel_download", 99);
+    store("vinst_retry_duration", -5);
+    store("vinst_os", "beos");
+    EXPECT_FALSE(dialog().uses_default_proxy());
+    for (const char* name : proxy_widgets)
+        EXPECT_TRUE(find<QWidget>(name).isEnabled()) << name;
+    EXPECT_EQ(dialog().proxy_settings().port, "not a number");
+    EXPECT_EQ(dialog().parallel_downloads(), 6);
+    EXPECT_EQ(dialog().retry_duration(), std::chrono::minutes(0));
+    EXPECT_EQ(dialog().platform(), "windows");
+}
+
+TEST_F(SettingsDlg, TestsTheConnection)
+{
+    serve_test_file();
+    MODAL_BOXES boxes({"OK"});
+    button("m_test_internet_connection_btn").click();
+    ASSERT_EQ(boxes.shown().size(), 1U);
+    EXPECT_EQ(boxes.shown()[0].text, "Internet connection tested successfully!");
+    EXPECT_EQ(boxes.shown()[0].icon, QMessageBox::Information);
+    EXPECT_TRUE(button("m_test_internet_connection_btn").isEnabled());
+    EXPECT_EQ(button("m_test_internet_connection_btn").text(), "Test internet connection");
+}
+
+TEST_F(SettingsDlg, TellsThatTheConnectionFails)
+{
+    serve_test_file();
+    find<QRadioButton>("m_manual_proxy_radio_btn").click();
+    line("m_proxy_server_line_edit").setText("127.0.0.1");
+    line("m_proxy_port_line_edit").setText(QString::number(free_port()));
+    MODAL_BOXES boxes({"OK"});
+    button("m_test_internet_connection_btn").click();
+    ASSERT_EQ(boxes.shown().size(), 1U);
+    EXPECT_TRUE(boxes.shown()[0].text.startsWith(
+        "Internet connection cannot be established. Verify your proxy settings.<br/>Details:<br/>"))
+        << boxes.shown()[0].text.toStdString();
+    EXPECT_EQ(boxes.shown()[0].icon, QMessageBox::Critical);
+    EXPECT_EQ(server.request_count(), 0U);
+}
+
+TEST_F(SettingsDlg, StaysAliveAndOpenWhileItTests)
+{
+    serve_test_file({FAULT::stall_after(2).times(1)});
+    MODAL_BOXES boxes({"OK"});
+    QTimer user;
+    bool has_looked = false;
+    QObject::connect(&user, &QTimer::timeout, &user,
+                     [&]
+                     {
+                         if (has_looked || server.body_bytes("/test.txt") < 2)
+                             return;
+                         has_looked = true;
+                         QPushButton& test = button("m_test_internet_connection_btn");
+                         EXPECT_FALSE(test.isEnabled());
+                         EXPECT_EQ(test.text(), "Testing Internet connection, please wait ... ");
+                         QTest::keyClick(&dialog(), Qt::Key_Escape);
+                         button("m_ok_btn").click();
+                         EXPECT_TRUE(dialog().isVisible());
+                         EXPECT_TRUE(stored("vinst_os").isNull());
+                         // Ends the stalled transfer, as the end of the program would.
+                         shutdown_requested = true;
+                     });
+    user.start(10);
+    dialog().show();
+    button("m_test_internet_connection_btn").click();
+    EXPECT_TRUE(has_looked);
+    shutdown_requested = false;
+}
+
+TEST_F(SettingsDlg, OpensTheSurvey)
+{
+    BROWSER browser;
+    button("m_feedback_btn").click();
+    ASSERT_EQ(browser.opened.size(), 1);
+    EXPECT_EQ(browser.opened[0], release.survey_url());
+    EXPECT_TRUE(browser.opened[0].contains("version=5.2.0.31&edition=pro"));
+}
+
+TEST_F(SettingsDlg, CanBeUsedByTheKeyboardInReadingOrder)
+{
+    find<QRadioButton>("m_manual_proxy_radio_btn").setChecked(true);
+    dialog().show();
+    QApplication::setActiveWindow(&dialog());
+    find<QSpinBox>("m_parallel_download_spinbox").setFocus();
+    QStringList order;
+    for (QWidget* focus = QApplication::focusWidget();
+         focus != nullptr && !order.contains(focus->objectName());
+         focus = QApplication::focusWidget())
+    {
+        order.append(focus->objectName());
+        QTest::keyClick(focus, Qt::Key_Tab);
+    }
+    // Radio buttons of a group are one stop.
+    EXPECT_EQ(order, QStringList({"m_parallel_download_spinbox", "m_retry_duration_spinbox",
+                                  "m_test_internet_connection_btn", "m_linux_radio_btn",
+                                  "m_default_proxy_radio_btn", "m_proxy_server_line_edit",
+                                  "m_proxy_port_line_edit", "m_proxy_username_line_edit",
+                                  "m_proxy_password_line_edit", "m_feedback_btn", "m_apply_btn",
+                                  "m_ok_btn", "m_cancel_btn"}));
+    for (const char* key : {"server", "port", "username", "password"})
+    {
+        const QString name = QString("m_proxy_%1_").arg(key);
+        EXPECT_EQ(dialog().findChild<QLabel*>(name + "label")->buddy()->objectName(),
+                  name + "line_edit");
+    }
+}
