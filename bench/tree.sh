@@ -1,0 +1,18 @@
+#!/usr/bin/env bash
+# Measures what a tree of 5,000 components costs: to fill, to click, to renew.
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+# shellcheck source=bench/lib.sh
+. "$root/bench/lib.sh"
+
+if [ $# -gt 0 ]; then
+  echo "Usage: bench/tree.sh"
+  echo
+  echo "Prints the median time of each, beside what it may take. Needs no display."
+  [ "$1" = --help ] && exit 0 || exit 2
+fi
+
+need_tools cmake
+(cd "$root" && cmake --preset release -DVINST_BENCH=ON >/dev/null &&
+  cmake --build --preset release --target vinst_tree_bench >/dev/null) || fail "The benchmark does not build"
+"$root/build/release/bench/vinst_tree_bench"
