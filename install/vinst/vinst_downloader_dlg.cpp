@@ -106,7 +106,8 @@ void VINST_DOWNLOADER_DLG::set_up_connections()
             [this]
             {
                 take_directories();
-                follow_selection();
+                hand_components_to_manager();
+                update_space_labels();
             });
     connect(&m_elapsed_timer, &QTimer::timeout, this, &VINST_DOWNLOADER_DLG::show_elapsed_time);
 

@@ -36,7 +36,7 @@ protected:
     DownloaderDlgTest() : builder(dir / "release")
     {
         shutdown_requested = false;
-        QFile::remove(QDir::homePath() + "/.config/Orvane/vinst.conf");
+        forget_settings();
         host.platform = "linux";
         host.is_admin = true;
         host.query_volume = [](const QString&) { return VINST_VOLUME{"/", 1LL << 40}; };
@@ -56,6 +56,10 @@ protected:
         shutdown_requested = false;
     }
 
+    static void forget_settings()
+    {
+        QFile::remove(QDir::homePath() + "/.config/Orvane/vinst.conf");
+    }
     static void store(const QString& key, const QVariant& value)
     {
         CFGQ_REGISTRY_KEY(program_title()).set_value(key, value);
@@ -73,19 +77,31 @@ protected:
     /// Writes the release, serves it, and opens the dialog over it.
     void open()
     {
+        open_during_checks();
+        wait_for_checks();
+    }
+
+    /// The same without waiting for the checks of files that are there already.
+    void open_during_checks()
+    {
         const std::string manifest = builder.write().string();
         server.serve_directory(dir / "release");
         release = parse_manifest(QString::fromStdString(manifest), [](const QByteArray&) {});
         ASSERT_NE(release, nullptr);
-        reopen();
+        show_dialog();
     }
 
     void reopen()
     {
         dialog.reset();
+        show_dialog();
+        wait_for_checks();
+    }
+
+    void show_dialog()
+    {
         dialog = std::make_unique<VINST_DOWNLOADER_DLG>(*release, host);
         dialog->open();
-        wait_for_checks();
     }
 
     template <typename WIDGET>
@@ -118,6 +134,12 @@ protected:
     }
 
     void click(const char* name) { QTest::mouseClick(&button(name), Qt::LeftButton); }
+
+    void click_row(int row)
+    {
+        const QModelIndex index = tree().model()->index(row, 0);
+        QTest::mouseClick(tree().viewport(), Qt::LeftButton, {}, tree().visualRect(index).center());
+    }
 
     void check_auto_install()
     {
@@ -154,4 +176,76 @@ protected:
     VINST_DIALOG_HOST host;
     std::unique_ptr<VINST_RELEASE> release;
     std::unique_ptr<VINST_DOWNLOADER_DLG> dialog;
+};
+
+/// The same, with what tests of whole runs share.
+class DownloaderDlgRunTest : public DownloaderDlgTest
+{
+protected:
+    /// Returns when the run has ended and its boxes have been answered.
+    void press_download(const QStringList& answers)
+    {
+        MODAL_BOXES boxes(answers);
+        click("m_download_button");
+        shown = boxes.shown();
+    }
+
+    void expect_idle()
+    {
+        EXPECT_FALSE(dialog->is_download_in_progress());
+        EXPECT_EQ(tree().selectionMode(), QAbstractItemView::SingleSelection);
+        for (const char* name : {"m_settings_button", "m_help_button", "m_log_button",
+                                 "m_download_button", "m_close_button"})
+            EXPECT_TRUE(button(name).isEnabled()) << name;
+        EXPECT_FALSE(button("m_stop_button").isEnabled());
+        EXPECT_TRUE(find<QWidget>("m_download_dir_line_edit").isEnabled());
+        EXPECT_EQ(auto_install().isEnabled(), host.is_admin);
+        EXPECT_EQ(text("m_license_agreement_label").contains("#0000ff"),
+                  auto_install().isChecked());
+    }
+
+    void expect_busy()
+    {
+        EXPECT_TRUE(dialog->is_download_in_progress());
+        EXPECT_EQ(tree().selectionMode(), QAbstractItemView::NoSelection);
+        for (const char* name : {"m_settings_button", "m_download_button", "m_close_button"})
+            EXPECT_FALSE(button(name).isEnabled()) << name;
+        for (const char* name : {"m_help_button", "m_log_button", "m_stop_button"})
+            EXPECT_TRUE(button(name).isEnabled()) << name;
+        EXPECT_FALSE(find<QWidget>("m_download_dir_line_edit").isEnabled());
+        EXPECT_FALSE(auto_install().isEnabled());
+        EXPECT_TRUE(text("m_license_agreement_label").contains("#cccccc"));
+        const QModelIndex row = tree().model()->index(0, 0);
+        click_row(0);
+        tree().setFocus();
+        QTest::keyClick(&tree(), Qt::Key_Space);
+        EXPECT_EQ(row.data(Qt::CheckStateRole).toInt(), Qt::Checked);
+    }
+
+    /// One of the boxes of the last run.
+    void expect_box(std::size_t index, const QString& words, QMessageBox::Icon icon,
+                    const QString& title = program_title())
+    {
+        ASSERT_LT(index, shown.size());
+        EXPECT_EQ(shown[index].text, words);
+        EXPECT_EQ(shown[index].icon, icon);
+        EXPECT_EQ(shown[index].title, title);
+        const bool is_question = title != program_title();
+        shown[index].buttons.sort();
+        EXPECT_EQ(shown[index].buttons,
+                  is_question ? QStringList({"No", "Yes"}) : QStringList("OK"));
+    }
+
+    void stop_when(std::function<bool()> condition)
+    {
+        when(std::move(condition),
+             [this]
+             {
+                 since_stop.start();
+                 click("m_stop_button");
+             });
+    }
+
+    std::vector<SHOWN_BOX> shown;
+    QElapsedTimer since_stop;
 };

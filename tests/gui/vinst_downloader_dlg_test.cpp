@@ -7,6 +7,7 @@
 #include "support/afcq/afcq_line_edit_browse_button.h"
 #include "support/afcq/afcq_native_file_dlg.h"
 
+#include <QLayout>
 #include <QRadioButton>
 #include <QSignalSpy>
 #include <QToolButton>
@@ -60,6 +61,45 @@ TEST_F(Dialog, ShowsTheReleaseAndWhatItNeeds)
     EXPECT_EQ(find<QLabel>("m_download_message_label").styleSheet(), "QLabel { color : blue; }");
 }
 
+TEST_F(Dialog, HasItsWidgetsWithTheirTexts)
+{
+    builder.component("one");
+    open();
+    const std::vector<std::pair<const char*, const char*>> labels = {
+        {"m_description_header_label",
+         "<html><head/><body><p><span style=\" font-weight:700;\">Description</span></p></body>"
+         "</html>"},
+        {"m_description_label",
+         "<html><head/><body><p>Select a component for more information</p></body></html>"},
+        {"m_download_dir_label", "Download to:"},
+        {"m_install_dir_label", "Install to:"},
+        {"m_avg_download_speed_label", ""},
+        {"m_time_label", ""},
+    };
+    for (const auto& [name, words] : labels)
+        EXPECT_EQ(text(name), words) << name;
+    const std::vector<std::pair<const char*, const char*>> buttons = {
+        {"m_settings_button", "Settings"}, {"m_help_button", "Help"}, {"m_log_button", "Log"},
+        {"m_download_button", "Download"}, {"m_stop_button", "Stop"}, {"m_close_button", "Close"},
+    };
+    for (const auto& [name, words] : buttons)
+        EXPECT_EQ(button(name).text(), words) << name;
+    EXPECT_EQ(find<QCheckBox>("m_agree_license_checkbox").text(), "Agree to");
+    EXPECT_TRUE(auto_install().isCheckable());
+    EXPECT_EQ(find<QGroupBox>("m_disk_space_required_groupbox").title(), "Disk Space Required");
+    EXPECT_EQ(find<QGroupBox>("m_download_status_gropbox").title(), "Status");
+    EXPECT_FALSE(find<QLabel>("m_logo_label").pixmap(Qt::ReturnByValue).isNull());
+    for (const char* name : {"line", "line_2", "line_separator"})
+        EXPECT_NE(dialog->findChild<QFrame*>(name), nullptr) << name;
+    for (const char* name :
+         {"gridLayout_2", "horizontalLayout", "gridLayout", "verticalLayout_3",
+          "horizontalLayout_2", "horizontalLayout_9", "horizontalLayout_5", "gridLayout_5",
+          "gridLayout_4", "horizontalLayout_10", "horizontalLayout_8"})
+        EXPECT_NE(dialog->findChild<QLayout*>(name), nullptr) << name;
+    EXPECT_EQ(find<QProgressBar>("m_total_download_progress_bar").value(), 0);
+    EXPECT_FALSE(dialog->windowIcon().isNull());
+}
+
 TEST_F(Dialog, IsIdleAtFirst)
 {
     builder.component("one");
@@ -94,8 +134,7 @@ TEST_F(Dialog, RemembersWhatTheUserSet)
     line("m_install_dir_line_edit").setText(path("target"));
     check_auto_install();
     find<QCheckBox>("m_action_checkbox_act").click();
-    const QModelIndex one = tree().model()->index(0, 0);
-    QTest::mouseClick(tree().viewport(), Qt::LeftButton, {}, tree().visualRect(one).center());
+    click_row(0);
     QTest::qWait(300); // the click takes effect, and with it the actions anew
     find<QCheckBox>("m_action_checkbox_act").click();
     dialog->resize(1100, 750);
@@ -124,6 +163,39 @@ TEST_F(Dialog, OffersToRunInstallersWhereNothingInstallsByItself)
     EXPECT_TRUE(is_run_column_shown());
     check_auto_install();
     EXPECT_FALSE(is_run_column_shown());
+}
+
+TEST_F(Dialog, LinksToTheLicenceWhereItInstalls)
+{
+    builder.component("one");
+    open();
+    const QString inactive = "<html><head/><body><p><a href=><span style=\" text-decoration: "
+                             "underline; color:#cccccc;\">Orvane License Agreement</span></a></p>"
+                             "</body></html>";
+    const QString path =
+        QDir::cleanPath(QCoreApplication::applicationDirPath() + "/../licenses/main.html");
+    EXPECT_EQ(text("m_license_agreement_label"), inactive);
+    check_auto_install();
+    EXPECT_EQ(text("m_license_agreement_label"),
+              "<html><head/><body><p><a href=" + path +
+                  "><span style=\" text-decoration: underline; color:#0000ff;\">Orvane License "
+                  "Agreement</span></a></p></body></html>");
+    auto_install().setFocus();
+    QTest::keyClick(&auto_install(), Qt::Key_Space);
+    EXPECT_FALSE(auto_install().isChecked());
+    EXPECT_EQ(text("m_license_agreement_label"), inactive);
+}
+
+TEST_F(Dialog, TakesReturnInAFieldForNoButton)
+{
+    builder.component("one");
+    open();
+    line("m_download_dir_line_edit").setFocus();
+    MODAL_BOXES none({});
+    QTest::keyClick(&line("m_download_dir_line_edit"), Qt::Key_Return);
+    EXPECT_TRUE(dialog->isVisible());
+    EXPECT_FALSE(dialog->is_download_in_progress());
+    EXPECT_EQ(server.request_count(), 0U);
 }
 
 TEST_F(Dialog, OffersNoInstallationWithoutRights)
@@ -202,8 +274,7 @@ TEST_F(Dialog, OffersTheActionsOfTheCheckedComponents)
     check_auto_install();
     EXPECT_TRUE(action.isEnabled());
     EXPECT_TRUE(action.isChecked());
-    const QModelIndex tools = tree().model()->index(1, 0);
-    QTest::mouseClick(tree().viewport(), Qt::LeftButton, {}, tree().visualRect(tools).center());
+    click_row(1);
     EXPECT_TRUE(QTest::qWaitFor([&] { return !action.isEnabled(); }, 2000));
     EXPECT_FALSE(action.isChecked());
 }
@@ -319,10 +390,7 @@ TEST_F(Dialog, IsNotClosedWhileACheckRuns)
     builder.write();
     write_file(dir / "dl/one.run", "");
     std::filesystem::resize_file(dir / "dl/one.run", size); // a hole
-    const std::string manifest = (dir / "release/manifest.json").string();
-    release = parse_manifest(QString::fromStdString(manifest), [](const QByteArray&) {});
-    dialog = std::make_unique<VINST_DOWNLOADER_DLG>(*release, host);
-    dialog->open();
+    open_during_checks();
     ASSERT_TRUE(VINST_DOWNLOADER_MGR::has_pending_integrity_tasks());
     {
         MODAL_BOXES boxes({"OK"});
@@ -330,19 +398,33 @@ TEST_F(Dialog, IsNotClosedWhileACheckRuns)
         ASSERT_EQ(boxes.shown().size(), 1U);
         EXPECT_EQ(boxes.shown()[0].text, "Please wait while a background task is being processed.");
         EXPECT_EQ(boxes.shown()[0].icon, QMessageBox::Information);
+        EXPECT_EQ(boxes.shown()[0].title, program_title());
+        EXPECT_EQ(boxes.shown()[0].buttons, QStringList("OK"));
     }
     EXPECT_TRUE(dialog->isVisible());
+    EXPECT_FALSE(shutdown_requested);
 }
 
-TEST_F(Dialog, AsksForFeedbackWhenItCloses)
+TEST_F(Dialog, OpensTheSurveyForThoseWhoWantIt)
 {
-    store("vinst_never_ask_feedback", "false");
+    store("vinst_never_ask_feedback", "");
     builder.component("one");
     open();
-    MODAL_BOXES boxes({"No, thanks"});
+    BROWSER browser;
+    for (const char* declined : {"No, thanks", "(close)"})
+    {
+        MODAL_BOXES boxes({declined});
+        EXPECT_TRUE(dialog->close());
+        ASSERT_EQ(boxes.shown().size(), 1U);
+        EXPECT_EQ(boxes.shown()[0].title, "Feedback");
+        EXPECT_TRUE(browser.opened.isEmpty());
+        shutdown_requested = false;
+        reopen();
+    }
+    MODAL_BOXES boxes({" Sure, I'll give feedback "});
     EXPECT_TRUE(dialog->close());
-    ASSERT_EQ(boxes.shown().size(), 1U);
-    EXPECT_EQ(boxes.shown()[0].title, "Feedback");
+    EXPECT_FALSE(dialog->isVisible());
+    EXPECT_EQ(browser.opened, QStringList(release->survey_url()));
 }
 
 TEST_F(Dialog, NeverAsksAgainWhereTheUserSaidSo)
