@@ -4,11 +4,13 @@ set -euo pipefail
 
 usage() {
     cat <<'END'
-Usage: scripts/demo.sh [--keep DIR] [--rate BYTES] [--build-dir DIR]
+Usage: scripts/demo.sh [--gui] [--keep DIR] [--rate BYTES] [--build-dir DIR]
 
 Installs what is missing, builds the project, makes a demo release of some 200 MB, serves it
 on this machine alone, and lets the console program download, verify and install it.
 
+  --gui            open the window instead, and let you press the buttons; it proposes
+                   directories of the demo's own, and keeps its settings there
   --keep DIR       keep the release, the downloads, the installation and the log in DIR, a
                    new or empty directory or one of an earlier demo; a second run on it
                    fetches nothing again. Without it all is removed at the end.
@@ -25,9 +27,11 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 keep=
 rate=0
 build=
+gui=false
 while (($# > 0)); do
     case $1 in
         --help) usage; exit 0 ;;
+        --gui) gui=true; shift ;;
         --keep | --rate | --build-dir)
             if (($# < 2)) || [[ -z $2 ]]; then
                 echo "demo.sh: $1 needs a value" >&2
@@ -155,6 +159,22 @@ say "Making the release, which is served at $url"
 if [[ -e $install ]]; then
     say "Removing the installation of the last demo, since only an empty directory is installed to: $install"
     rm -rf "$install"
+fi
+
+# A home of the demo's own holds the window's settings, and what it proposes lies below it.
+if $gui; then
+    mkdir -p "$work/home"
+    say "Opening the window: accept the licence and press Download. All of it goes below $work/home"
+    env -u http_proxy -u https_proxy -u all_proxy -u HTTP_PROXY -u HTTPS_PROXY -u ALL_PROXY \
+        "HOME=$work/home" "vinst_manifest=$release/manifest.json" "$build/bin/vinst_gui" ||
+        fail "the window did not open"
+    echo
+    if [[ -x $work/home/orvaneFPGA_pro/5.2/bin/veltrin_base ]]; then
+        echo "$("$work/home/orvaneFPGA_pro/5.2/bin/veltrin_base") says it works."
+    else
+        echo "Nothing was installed."
+    fi
+    exit 0
 fi
 
 say "Running the console program"

@@ -17,7 +17,7 @@ const QString never_ask_key = QStringLiteral("vinst_never_ask_feedback");
 
 const QString invitation = QStringLiteral(
     "<h2>We'd welcome your feedback!</h2><p>Your feedback matters! We would greatly appreciate it "
-    "if you could take a moment to participate in our survey.Your valuable insights will help us "
+    "if you could take a moment to participate in our survey.\nYour valuable insights will help us "
     "improve and provide you with an even better experience. Thank you for your time!<br/></p>");
 
 /// Makes a button stand out as the suggested choice.

@@ -46,11 +46,12 @@ TEST_F(FeedbackPrompt, InvitesTheUser)
 {
     show("No, thanks");
     EXPECT_EQ(shown.title, "Feedback");
-    EXPECT_EQ(shown.text,
-              "<h2>We'd welcome your feedback!</h2><p>Your feedback matters! We would greatly "
-              "appreciate it if you could take a moment to participate in our survey.Your valuable "
-              "insights will help us improve and provide you with an even better experience. Thank "
-              "you for your time!<br/></p>");
+    EXPECT_EQ(
+        shown.text,
+        "<h2>We'd welcome your feedback!</h2><p>Your feedback matters! We would greatly "
+        "appreciate it if you could take a moment to participate in our survey.\nYour valuable "
+        "insights will help us improve and provide you with an even better experience. Thank "
+        "you for your time!<br/></p>");
     shown.buttons.sort();
     EXPECT_EQ(shown.buttons, QStringList({" Sure, I'll give feedback ", "No, thanks"}));
     EXPECT_EQ(browser.opened, QStringList());
