@@ -6,6 +6,8 @@
 
 #include <QSet>
 
+#include <set>
+
 namespace
 {
 
@@ -117,6 +119,32 @@ VINST_COMPONENT_LIST resolve_components(VINST_RELEASE& release, const QString& t
         component->selection =
             result.contains(component) ? VINST_SELECTION::selected : VINST_SELECTION::not_selected;
     return result.list();
+}
+
+VINST_COMPONENT_LIST missing_dependencies(const VINST_RELEASE& release, const QString& platform)
+{
+    std::set<const VINST_COMPONENT*> missing;
+    VINST_COMPONENT_LIST open =
+        selected_components(release, VINST_COMPONENT_KIND::download, platform);
+    while (!open.empty())
+    {
+        const VINST_COMPONENT* component = open.back();
+        open.pop_back();
+        for (VINST_COMPONENT* needed : component->dependencies)
+            if (!needed->filename.isEmpty() && !needed->is_selected() &&
+                missing.insert(needed).second)
+                open.push_back(needed);
+    }
+    VINST_COMPONENT_LIST in_order;
+    for (VINST_COMPONENT* component :
+         components_of_kind(release, VINST_COMPONENT_KIND::download, platform))
+    {
+        if (missing.count(component) == 0)
+            continue;
+        run_log().info("Add dependent component: %s\n", component->log_name());
+        in_order.push_back(component);
+    }
+    return in_order;
 }
 
 QString components_help(const VINST_RELEASE& release, const QString& platform)

@@ -31,5 +31,9 @@ QStringList selectable_names(const VINST_RELEASE& release, const QString& platfo
 VINST_COMPONENT_LIST resolve_components(VINST_RELEASE& release, const QString& text,
                                         const QString& platform, bool& all_valid);
 
+/// What the selected download components need that isn't selected, and what that needs in turn; in
+/// manifest order, those with a file alone. Each is logged. The selection stays as it is.
+VINST_COMPONENT_LIST missing_dependencies(const VINST_RELEASE& release, const QString& platform);
+
 /// What the help says about the names: the default components and devices, and the optional ones.
 QString components_help(const VINST_RELEASE& release, const QString& platform);

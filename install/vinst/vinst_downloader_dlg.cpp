@@ -118,7 +118,7 @@ void VINST_DOWNLOADER_DLG::set_up_connections()
     connect(m_settings_dlg, &VINST_SETTINGS_DLG::platform_changed, this,
             &VINST_DOWNLOADER_DLG::change_platform);
     connect(m_ui->m_download_treeview, &VINST_DOWNLOADER_TREEVIEW::selection_changed, this,
-            &VINST_DOWNLOADER_DLG::follow_selection);
+            &VINST_DOWNLOADER_DLG::follow_clicks);
     connect(m_ui->m_download_treeview, &VINST_DOWNLOADER_TREEVIEW::current_component_changed, this,
             [this](const QString& description)
             {
@@ -194,6 +194,16 @@ void VINST_DOWNLOADER_DLG::apply_auto_install_choice()
     m_ui->m_after_install_actions->follow_selection(auto_installs());
     update_licence_link();
     update_space_labels();
+}
+
+void VINST_DOWNLOADER_DLG::follow_clicks()
+{
+    // A component without what it needs would not be installed.
+    const VINST_COMPONENT_LIST needed = missing_dependencies(m_release, m_platform);
+    m_ui->m_download_treeview->check(needed);
+    follow_selection();
+    if (!needed.empty() && !m_is_busy)
+        show_status(needed_components_status(needed));
 }
 
 void VINST_DOWNLOADER_DLG::follow_selection()

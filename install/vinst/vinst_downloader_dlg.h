@@ -85,6 +85,8 @@ private:
     void rebuild_platform();
     void apply_auto_install_availability();
     void apply_auto_install_choice();
+    /// What the user has clicked, and what that needs besides.
+    void follow_clicks();
     /// Everything that hangs on which components are chosen.
     void follow_selection();
     void hand_components_to_manager();

@@ -90,6 +90,14 @@ VINST_SPACE_LABELS space_labels(const VINST_SPACE_FIGURES& figures,
     return labels;
 }
 
+QString needed_components_status(const VINST_COMPONENT_LIST& needed)
+{
+    QStringList names;
+    for (const VINST_COMPONENT* component : needed)
+        names.append(component->display_name());
+    return "Also selected, since other components need it: " + names.join(", ");
+}
+
 QString download_report(int components)
 {
     return "<h2><font color=green>Download Complete</font></h2>" + QString::number(components) +

@@ -57,6 +57,9 @@ struct VINST_SPACE_LABELS
 VINST_SPACE_LABELS space_labels(const VINST_SPACE_FIGURES& figures,
                                 const VINST_SPACE_AVAILABLE& available, bool auto_install);
 
+/// The status line after components were chosen because others need them.
+QString needed_components_status(const VINST_COMPONENT_LIST& needed);
+
 /// What the reports at the end of a run say, in the program's own markup.
 QString download_report(int components);
 QString install_report(bool succeeded);

@@ -129,6 +129,13 @@ void VINST_DOWNLOADER_TREEVIEW::restore_states()
     m_model->recompute();
 }
 
+void VINST_DOWNLOADER_TREEVIEW::check(const VINST_COMPONENT_LIST& components)
+{
+    for (const VINST_COMPONENT* component : components)
+        if (ITEM* const row = m_model->row_of(component))
+            row->setCheckState(Qt::Checked);
+}
+
 void VINST_DOWNLOADER_TREEVIEW::show_percentage(const VINST_COMPONENT* component, quint64 percent)
 {
     ITEM* const row = m_model->row_of(component);

@@ -35,6 +35,9 @@ public:
     void save_states();
     void restore_states();
 
+    /// Checks the rows of these components, as a click would, and tells nobody.
+    void check(const VINST_COMPONENT_LIST& components);
+
     void show_percentage(const VINST_COMPONENT* component, quint64 percent);
     void show_integrity(const VINST_COMPONENT* component, VINST_INTEGRITY_STATE state);
     /// Offers the Run button for each component whose verified installer can be started.

@@ -279,6 +279,30 @@ TEST_F(Dialog, OffersTheActionsOfTheCheckedComponents)
     EXPECT_FALSE(action.isChecked());
 }
 
+TEST_F(Dialog, SelectsWhatTheUsersChoiceNeeds)
+{
+    builder.component("base").selected(false).title("The Base");
+    builder.component("middle").selected(false).depends_on({"base"}).title("The Middle");
+    builder.component("top").selected(false).depends_on({"middle"});
+    open();
+    const QModelIndex top = tree().model()->index(2, 0);
+    QTest::mouseClick(tree().viewport(), Qt::LeftButton, {}, tree().visualRect(top).center());
+    EXPECT_TRUE(QTest::qWaitFor(
+        [this] {
+            return status() ==
+                   "Also selected, since other components need it: The Base, The Middle";
+        },
+        2000))
+        << status().toStdString();
+    for (int row = 0; row < 3; ++row)
+        EXPECT_EQ(tree().model()->index(row, 0).data(Qt::CheckStateRole).toInt(), Qt::Checked);
+    EXPECT_TRUE(log_holds("Add dependent component: base\n"));
+    // What nothing needs any more stays as it is.
+    QTest::mouseClick(tree().viewport(), Qt::LeftButton, {}, tree().visualRect(top).center());
+    QTest::qWait(300);
+    EXPECT_EQ(tree().model()->index(0, 0).data(Qt::CheckStateRole).toInt(), Qt::Checked);
+}
+
 TEST_F(Dialog, DescribesTheComponentThatTheUserIsAt)
 {
     builder.component("one").desc("<h1>Not markup</h1>\nSecond line");

@@ -267,3 +267,21 @@ TEST_F(ComponentLists, AssertTheirPlatform)
     EXPECT_DEATH(selected_components(release, download, "Linux"), condition);
     EXPECT_DEATH(components_help(release, ""), condition);
 }
+
+TEST_F(ComponentLists, TellWhatTheSelectionStillNeeds)
+{
+    VINST_COMPONENT* base = add("base");
+    VINST_COMPONENT* group = add("group", false, "linux", "");
+    VINST_COMPONENT* middle = add("middle");
+    VINST_COMPONENT* chosen = add("chosen", true);
+    VINST_COMPONENT* other = add("other");
+    VINST_COMPONENT* ready = add("ready", true);
+    chosen->dependencies = {middle, group, ready};
+    middle->dependencies = {base, chosen, middle};
+    other->dependencies = {base};
+    EXPECT_EQ(names_of(missing_dependencies(release, "linux")), (NAMES{"base", "middle"}));
+    EXPECT_EQ(logged(), "Add dependent component: base\n\nAdd dependent component: middle\n\n");
+    EXPECT_FALSE(base->is_selected());
+    chosen->selection = VINST_SELECTION::not_selected;
+    EXPECT_EQ(names_of(missing_dependencies(release, "linux")), NAMES{});
+}
