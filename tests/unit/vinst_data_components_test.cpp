@@ -280,7 +280,8 @@ TEST_F(ComponentLists, TellWhatTheSelectionStillNeeds)
     middle->dependencies = {base, chosen, middle};
     other->dependencies = {base};
     EXPECT_EQ(names_of(missing_dependencies(release, "linux")), (NAMES{"base", "middle"}));
-    EXPECT_EQ(logged(), "Add dependent component: base\n\nAdd dependent component: middle\n\n");
+    EXPECT_EQ(logged(),
+              "[info] Add dependent component: base\n[info] Add dependent component: middle\n");
     EXPECT_FALSE(base->is_selected());
     chosen->selection = VINST_SELECTION::not_selected;
     EXPECT_EQ(names_of(missing_dependencies(release, "linux")), NAMES{});
