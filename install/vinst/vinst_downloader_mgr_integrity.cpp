@@ -131,9 +131,9 @@ void show(const TASK& task, VINST_INTEGRITY_STATE state)
 
 void clear_check_of(const TASK& task)
 {
-    if (!task.component->is_checked_for_current_dir())
-        return;
-    task.component->integrity_checked = false;
+    if (task.component->is_checked_for_current_dir())
+        task.component->integrity_checked = false;
+    // It may have been shown as being checked.
     show(task, VINST_INTEGRITY_STATE::none);
 }
 

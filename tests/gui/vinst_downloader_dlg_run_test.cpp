@@ -272,20 +272,6 @@ TEST_F(DialogRun, StopsWhileItDownloads)
     EXPECT_EQ(std::filesystem::file_size(dir / "dl/one.run"), 5000U);
 }
 
-TEST_F(DialogRun, StopsWhileItWaitsForARetry)
-{
-    builder.component("one");
-    store("vinst_retry_duration", 60);
-    open();
-    server.set_faults("/one.run", {FAULT::status(503)});
-    stop_when([this] { return status().contains("Retrying #1 after 4 secs"); });
-    press_download({});
-    EXPECT_LT(since_stop.elapsed(), 1000);
-    EXPECT_EQ(status(), "Download stopped");
-    EXPECT_EQ(server.request_count("/one.run"), 1U);
-    expect_idle();
-}
-
 TEST_F(DialogRun, StopsWhileItTestsTheConnection)
 {
     builder.component("one");
@@ -295,23 +281,6 @@ TEST_F(DialogRun, StopsWhileItTestsTheConnection)
     press_download({});
     EXPECT_LT(since_stop.elapsed(), 2000);
     EXPECT_EQ(status(), "Download stopped");
-    expect_idle();
-}
-
-TEST_F(DialogRun, StopsWhileItInstalls)
-{
-    builder.component("one").content("#!/bin/sh\necho > '" + (dir / "running").string() +
-                                     "'\nexec sleep 60\n");
-    open();
-    check_auto_install();
-    stop_when([this] { return exists("running"); });
-    press_download({"OK"});
-    EXPECT_LT(since_stop.elapsed(), 3000);
-    expect_box(0,
-               "<h2><font color=red>Installation Incomplete</font></h2>Please check the log for "
-               "more information.",
-               QMessageBox::Critical);
-    EXPECT_TRUE(log_holds("It was ended by signal 15"));
     expect_idle();
 }
 
