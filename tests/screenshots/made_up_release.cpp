@@ -62,7 +62,7 @@ void MADE_UP_RELEASE::add_files()
             {fs::path(filename).stem().string(), filename, head, size, md5_of(head, size)});
         m_server.serve('/' + filename, SERVED_BODY::of_pattern(size));
     };
-    add("veltrin_base.run", main_product_script(), 812);
+    add("veltrin_base.run", main_product_script(), 1638);
     add("vprogrammer.run", install_script(), 148);
     add("vscope.run", install_script(), 36);
     add("vhelp.run", install_script(), 54);

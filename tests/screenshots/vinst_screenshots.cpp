@@ -113,6 +113,7 @@ private:
 void at_moment(const QString& name, std::function<bool()> holds, std::function<void()> act)
 {
     auto* const timer = new QTimer(qApp);
+    timer->setObjectName(name);
     QTimer::singleShot(time_limit, timer, [name] { fail(name + " did not come"); });
     QObject::connect(timer, &QTimer::timeout, timer,
                      [timer, holds = std::move(holds), act = std::move(act)]
@@ -124,6 +125,16 @@ void at_moment(const QString& name, std::function<bool()> holds, std::function<v
                          act();
                      });
     timer->start(look_interval);
+}
+
+/// Fails when a moment that was waited for has not come.
+void expect_all_moments()
+{
+    for (const QTimer* timer : qApp->findChildren<QTimer*>())
+    {
+        if (timer->isActive() && !timer->objectName().isEmpty())
+            fail(timer->objectName() + " did not come");
+    }
 }
 
 void wait_for(const QString& name, const std::function<bool()>& holds)
@@ -183,6 +194,7 @@ public:
         show_checking_and_installed();
         show_log();
         show_feedback();
+        expect_all_moments();
     }
 
 private:
@@ -195,6 +207,23 @@ private:
         QEventLoop loop;
         QTimer::singleShot(300ms, &loop, &QEventLoop::quit);
         loop.exec();
+    }
+
+    /// What was checked once counts as changed when it is laid anew, unless the directory was
+    /// another one in between.
+    void forget_checks()
+    {
+        auto& directory =
+            child<QLineEdit>(child<QWidget>(m_dialog, "m_download_dir_line_edit"), "m_line_edit");
+        const QString text = directory.text();
+        directory.setText(text + "/none");
+        wait_for("a directory without files",
+                 [this]
+                 {
+                     return rows_in_state(m_dialog, VINST_INTEGRITY_STATE::passed) == 0 &&
+                            rows_in_state(m_dialog, VINST_INTEGRITY_STATE::failed) == 0;
+                 });
+        directory.setText(text);
     }
 
     void show_idle()
@@ -217,6 +246,7 @@ private:
                 child<QLineEdit>(settings, "m_proxy_username_line_edit").setText("ada");
                 child<QLineEdit>(settings, "m_proxy_password_line_edit").setText("lovelace");
                 m_photographer.shoot(settings, "settings");
+                child<QRadioButton>(settings, "m_default_proxy_radio_btn").click();
                 settings.reject();
             });
         press("m_settings_button");
@@ -251,6 +281,7 @@ private:
 
     void show_failed()
     {
+        forget_checks();
         m_made_up.lay_whole(m_download_dir);
         m_made_up.lay_wrong(m_download_dir, "vscope");
         m_made_up.lay_part(m_download_dir, "orion", 37);
@@ -268,14 +299,10 @@ private:
 
     void show_checking_and_installed()
     {
-        // What failed its check is fetched anew, unless the directory was another one in between.
-        auto& directory =
-            child<QLineEdit>(child<QWidget>(m_dialog, "m_download_dir_line_edit"), "m_line_edit");
-        const QString text = directory.text();
-        directory.setText(text + "/none");
-        wait_for("an empty directory",
-                 [this] { return rows_in_state(m_dialog, VINST_INTEGRITY_STATE::failed) == 0; });
-        directory.setText(text);
+        forget_checks();
+        // A log of this run alone.
+        VINST_MESSAGES::instance().log_path += 'b';
+        VINST_MESSAGES::instance().open_log();
         m_made_up.lay_whole(m_download_dir);
         at_moment(
             "a running check",
