@@ -47,7 +47,7 @@ QPalette dark_palette()
     const QColor base(35, 35, 35);
     const QColor highlight(42, 130, 218);
     const QColor dimmed(127, 127, 127);
-    QPalette palette;
+    QPalette palette(window, window); // derives the shades of edges
     palette.setColor(QPalette::Window, window);
     palette.setColor(QPalette::WindowText, Qt::white);
     palette.setColor(QPalette::Base, base);
@@ -357,7 +357,7 @@ int main(int argc, char** argv)
     const QStringList arguments = QApplication::arguments();
     if (arguments.size() < 2 || arguments.size() > 4)
     {
-        std::fprintf(stderr, "Usage: vinst_screenshots DIRECTORY [SUFFIX] [dark]\n"
+        std::fprintf(stderr, "Usage: vinst_screenshots DIRECTORY [SUFFIX [dark]]\n"
                              "Saves the windows' pictures as DIRECTORY/NAME[SUFFIX].png. HOME must "
                              "be an empty directory.\n");
         return 2;
