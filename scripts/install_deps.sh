@@ -4,11 +4,12 @@ set -euo pipefail
 
 usage() {
     cat <<'END'
-Usage: scripts/install_deps.sh [test] [bench]
+Usage: scripts/install_deps.sh [test] [bench] [screenshots]
 
 Installs through apt what is missing to build the project. With "test", also what its tests
-and style checks use; with "bench", what its benchmarks compare it with. Does nothing when all
-of it is there. Needs root, or sudo, only when something is missing. No service is started.
+and style checks use; with "bench", what its benchmarks compare it with; with "screenshots",
+what the pictures of its windows are taken with. Does nothing when all of it is there. Needs
+root, or sudo, only when something is missing. No service is started.
 END
 }
 
@@ -24,6 +25,7 @@ for argument in "$@"; do
         test) packages+=(nginx-light squid tinyproxy dante-server iproute2 xvfb
                          openssl tmux ca-certificates curl tzdata binutils clang-format clang-tidy) ;;
         bench) packages+=(nginx-light aria2 curl openssl time) ;;
+        screenshots) packages+=(xvfb util-linux fonts-dejavu-core pngquant) ;;
         --help) usage; exit 0 ;;
         *) echo "install_deps.sh: unknown argument: $argument" >&2; usage >&2; exit 2 ;;
     esac

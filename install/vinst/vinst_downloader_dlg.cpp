@@ -38,6 +38,19 @@ QString licence_path()
     return QDir::cleanPath(QCoreApplication::applicationDirPath() + "/../licenses/main.html");
 }
 
+/// Blue and red words can't be read on a dark window: there their label gets a light ground. The
+/// label's own style sheet says the words' colour alone, so its parent's says the ground.
+void set_light_ground(QLabel& label, bool is_wanted)
+{
+    const QString style =
+        is_wanted ? QStringLiteral("QLabel#%1 { background-color: #f4f4f4; border-radius: 3px; "
+                                   "padding: 2px 6px; }")
+                        .arg(label.objectName())
+                  : QString();
+    if (QWidget& parent = *label.parentWidget(); parent.styleSheet() != style)
+        parent.setStyleSheet(style);
+}
+
 void set_optional_text(QLabel& label, const QString& text)
 {
     label.setText(text);
@@ -248,6 +261,16 @@ void VINST_DOWNLOADER_DLG::update_licence_link()
 {
     m_ui->m_license_agreement_label->setText(
         licence_link(licence_path(), auto_installs() && !m_is_busy));
+    update_label_grounds();
+}
+
+void VINST_DOWNLOADER_DLG::update_label_grounds()
+{
+    constexpr int half_light = 128;
+    const bool is_dark = palette().color(QPalette::Window).lightness() < half_light;
+    set_light_ground(*m_ui->m_download_message_label, is_dark);
+    // The inactive link is light itself.
+    set_light_ground(*m_ui->m_license_agreement_label, is_dark && auto_installs() && !m_is_busy);
 }
 
 void VINST_DOWNLOADER_DLG::take_directories()
@@ -347,6 +370,13 @@ void VINST_DOWNLOADER_DLG::closeEvent(QCloseEvent* event)
     m_manager.abort_on_close();
     m_log_viewer_dlg->close();
     event->accept();
+}
+
+void VINST_DOWNLOADER_DLG::changeEvent(QEvent* event)
+{
+    AFCQ_DIALOG::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange && m_ui != nullptr)
+        update_label_grounds();
 }
 
 void VINST_DOWNLOADER_DLG::show_status(const QString& text)

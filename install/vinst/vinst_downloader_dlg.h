@@ -65,6 +65,7 @@ Q_SIGNALS:
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    void changeEvent(QEvent* event) override;
 
 private:
     // What the manager tells.
@@ -92,6 +93,7 @@ private:
     void hand_components_to_manager();
     void update_space_labels();
     void update_licence_link();
+    void update_label_grounds();
     void take_directories();
 
     void enter_busy_state();

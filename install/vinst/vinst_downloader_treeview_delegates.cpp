@@ -19,6 +19,7 @@ constexpr int checking_code = 4;
 constexpr QSize image_size(16, 16); // logical pixels
 constexpr int button_margin = 1;
 constexpr int row_padding = 5; // pixels
+constexpr int bar_margin = 6;  // keeps the bar off the numbers beside it
 
 /// The cell's ground: selection, stripes and focus, without any content.
 void paint_ground(QPainter& painter, const QStyleOptionViewItem& option)
@@ -88,7 +89,7 @@ void VINST_DOWNLOADER_TREEVIEW_PROGRESS_BAR_DELEGATE::paint(QPainter* painter,
     if (percent < 0)
         return;
     QStyleOptionProgressBar bar;
-    bar.rect = option.rect.adjusted(1, 2, -1, -2);
+    bar.rect = option.rect.adjusted(bar_margin, 2, -bar_margin, -2);
     bar.palette = option.palette;
     bar.fontMetrics = option.fontMetrics;
     bar.direction = option.direction;

@@ -92,6 +92,8 @@ void VINST_DOWNLOADER_TREEVIEW_MODEL::populate(const VINST_RELEASE& release,
                                "File Integrity", "", "Description", "md5sum", "sha1sum"});
     for (const VINST_TREE_COLUMN column : {download_size_column, install_size_column})
         horizontalHeaderItem(column)->setTextAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    for (const VINST_TREE_COLUMN column : {progress_column, integrity_column})
+        horizontalHeaderItem(column)->setTextAlignment(Qt::AlignCenter);
     for (const auto& component : release.components())
     {
         const VINST_COMPONENT* const parent = component->parent;
