@@ -284,6 +284,11 @@ part_qtbase() {
     make install INSTALL_ROOT="$work/installed/qtbase"
     mv "$work/installed/qtbase$prefix"/* "$stage/"
 
+    # What was for the tools' own making, and is for this machine.
+    rm -f "$stage"/lib/libQt5Bootstrap.* "$stage/mkspecs/modules/qt_lib_bootstrap_private.pri"
+    rm -f "$stage"/bin/{qlalr,qvkgen,tracegen,fixqt4headers.pl}
+    strip "$stage"/bin/{moc,uic,rcc,qmake}
+
     # Of the descriptions of platforms, those of the two in question.
     find "$stage/mkspecs" -mindepth 1 -maxdepth 1 -type d \
         ! -name common ! -name features ! -name modules ! -name linux-g++ ! -name win32-g++ \
@@ -312,6 +317,7 @@ part_qtsvg() {
 
 # What names the place that the libraries believe to be installed in, or the one they were built in.
 make_relocatable() {
+    find "$stage" -name '*.la' -delete
     find "$stage" -name '*.prl' -exec sed -i '/^QMAKE_PRL_BUILD_DIR/d' {} +
     # shellcheck disable=SC2016 # pkg-config fills these in
     find "$stage" -name '*.pc' -exec sed -i \
