@@ -449,13 +449,14 @@ expect_plugins() {
 
 # The tools run on this machine; qmake has to find everything where the folder lies now.
 expect_tools() {
-    local tool place
+    local tool said place
     for tool in moc uic rcc qmake; do
-        "$output/bin/$tool" -v >/dev/null 2>&1 || found "bin/$tool doesn't run"
+        said=$("$output/bin/$tool" -v 2>&1) || true
+        [[ $said == *" 5.15."* ]] || found "bin/$tool doesn't run: \"$said\""
     done
-    for tool in QT_INSTALL_PREFIX QT_HOST_PREFIX; do
-        place=$("$output/bin/qmake" -query $tool 2>&1) || true
-        [[ $place == "$output" ]] || found "bin/qmake says that $tool is \"$place\""
+    for place in QT_INSTALL_PREFIX QT_HOST_PREFIX; do
+        said=$("$output/bin/qmake" -query $place 2>&1) || true
+        [[ $said == "$output" ]] || found "bin/qmake says that $place is \"$said\""
     done
 }
 
