@@ -323,7 +323,7 @@ make_relocatable() {
     find "$stage" -name '*.pc' -exec sed -i \
         -e 's,^prefix=.*,prefix=${pcfiledir}/../..,' -e "s,$prefix,\${prefix},g" \
         -e 's,[^ ]*/libz\.dll\.a,-lz,g' {} +
-    rm -rf "$stage/share"
+    rm -rf "$stage/share" "$stage/doc"
 }
 
 # Runs in a shell of its own, with its output in the log: what fails ends it.
