@@ -4,12 +4,13 @@ set -euo pipefail
 
 usage() {
     cat <<'END'
-Usage: scripts/install_deps.sh [test] [bench] [screenshots]
+Usage: scripts/install_deps.sh [test] [bench] [screenshots] [windows]
 
 Installs through apt what is missing to build the project. With "test", also what its tests
 and style checks use; with "bench", what its benchmarks compare it with; with "screenshots",
-what the pictures of its windows are taken with. Does nothing when all of it is there. Needs
-root, or sudo, only when something is missing. No service is started.
+what the pictures of its windows are taken with; with "windows", what it is built, tested and
+packed for Windows with. Does nothing when all of it is there. Needs root, or sudo, only when
+something is missing. No service is started.
 END
 }
 
@@ -26,6 +27,8 @@ for argument in "$@"; do
                          openssl tmux ca-certificates curl tzdata binutils clang-format clang-tidy) ;;
         bench) packages+=(nginx-light aria2 curl openssl time) ;;
         screenshots) packages+=(xvfb util-linux fonts-dejavu-core pngquant) ;;
+        windows) packages+=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev googletest wine wine64 nsis
+                            fonts-dejavu-core libqt5svg5 w3m zip unzip xz-utils) ;;
         --help) usage; exit 0 ;;
         *) echo "install_deps.sh: unknown argument: $argument" >&2; usage >&2; exit 2 ;;
     esac

@@ -1,3 +1,5 @@
+#include "tests/test_home.h"
+
 #include <gtest/gtest.h>
 
 #include <QApplication>
@@ -9,7 +11,7 @@ namespace
 {
 
 /// What a developer's or a build machine's environment says must not reach the program under test.
-void scrub_environment(const QString& home)
+void scrub_environment()
 {
     for (const char* name : {"vinst_manifest",
                              "VINST_DEBUG",
@@ -35,7 +37,6 @@ void scrub_environment(const QString& home)
     // A look for a proxy would ask the machine's name servers; tests of it have networks of their
     // own.
     qputenv("VINST_NO_PROXY_DISCOVERY", "1");
-    qputenv("HOME", home.toLocal8Bit());
     qputenv("QT_QPA_PLATFORM", "offscreen");
 }
 
@@ -46,8 +47,9 @@ int main(int argc, char** argv)
     ::testing::InitGoogleTest(&argc, argv);
     if (::testing::GTEST_FLAG(list_tests))
         return RUN_ALL_TESTS();
-    const QTemporaryDir home;
-    scrub_environment(home.path());
+    const QTemporaryDir directory;
+    const TEST_HOME home(directory.path());
+    scrub_environment();
     const QApplication application(argc, argv);
     return RUN_ALL_TESTS();
 }

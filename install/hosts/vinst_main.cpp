@@ -1,6 +1,6 @@
-#include "install/vinst/vinst_entry.h"
+#include "install/hosts/host_run.h"
 
 int main(int argc, char** argv)
 {
-    return install_vinst_run(argc, argv, false);
+    return run_host(argc, argv, false);
 }

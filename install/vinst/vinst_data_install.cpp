@@ -165,7 +165,8 @@ QString build_action_command(const VINST_COMPONENT& action, const QString& platf
     const bool is_wanted = action.skip == 0 && (owner == nullptr || owner->is_selected());
     if (action.cmd_exe.isEmpty() || !is_wanted)
         return {};
-    const QString program = action.release->install_dir() + QDir::separator() + action.cmd_exe;
+    const QString program =
+        QDir::toNativeSeparators(action.release->install_dir() + '/' + action.cmd_exe);
     const QString options = action.cmd_options.isEmpty() ? QString() : ' ' + action.cmd_options;
     return command_part(program) + options;
 }

@@ -105,10 +105,9 @@ void VINST_DOWNLOADER_TREEVIEW_PROGRESS_BAR_DELEGATE::paint(QPainter* painter,
 
 VINST_DOWNLOADER_TREEVIEW_INTEGRITY_DELEGATE::VINST_DOWNLOADER_TREEVIEW_INTEGRITY_DELEGATE(
     QObject* parent)
-    : QStyledItemDelegate(parent), clock(&QDateTime::currentMSecsSinceEpoch)
+    : QStyledItemDelegate(parent), clock(&QDateTime::currentMSecsSinceEpoch),
+      m_frame_delay(afcq_get_frame_delay(afcq_checking_movie))
 {
-    QMovie& first = movie(1);
-    m_frame_delay = first.isValid() ? first.nextFrameDelay() : 0;
 }
 
 QMovie& VINST_DOWNLOADER_TREEVIEW_INTEGRITY_DELEGATE::movie(qreal ratio) const
@@ -117,8 +116,7 @@ QMovie& VINST_DOWNLOADER_TREEVIEW_INTEGRITY_DELEGATE::movie(qreal ratio) const
     {
         m_movie = afcq_get_movie(afcq_checking_movie, ratio);
         m_movie_ratio = ratio;
-        // Its delay is known once a frame is there.
-        m_movie->jumpToFrame(0);
+        m_movie->jumpToFrame(0); // it has no size before that
     }
     return *m_movie;
 }

@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -193,7 +194,8 @@ private:
     void load_file(const ELEMENT& element, VINST_COMPONENT& component)
     {
         component.filename = element.expected_text("filename");
-        if (!component.filename.isEmpty() && !is_safe_file_name(component.filename))
+        if (!component.filename.isEmpty() &&
+            (!is_safe_file_name(component.filename) || differs_in_case_alone(component.filename)))
         {
             element.say_unsafe("filename");
             component.filename.clear();
@@ -207,6 +209,16 @@ private:
         component.downloadsize_str = element.expected_text("downloadsize_str", has_file);
         load_number(element, "installsize", has_file, component.installsize, to_double);
         component.installsize_str = element.expected_text("installsize_str", has_file);
+    }
+
+    /// Whether an earlier element has the name in other letter case: on Windows both would be one
+    /// file.
+    bool differs_in_case_alone(const QString& filename)
+    {
+        QString& spelling = m_spellings[filename.toCaseFolded()];
+        if (spelling.isEmpty())
+            spelling = filename;
+        return spelling != filename;
     }
 
     /// Stores a size, which is never negative.
@@ -289,6 +301,7 @@ private:
     const VINST_MANIFEST_SINK& m_sink;
     std::unique_ptr<VINST_RELEASE> m_release = std::make_unique<VINST_RELEASE>();
     /// Names that no earlier element had; in manifest order.
+    QHash<QString, QString> m_spellings; ///< of file names, by their case-folded form
     std::vector<std::pair<VINST_COMPONENT*, QString>> m_deferred;
 };
 

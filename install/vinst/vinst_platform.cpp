@@ -9,6 +9,8 @@ namespace
 
 constexpr int longest_file_name = 255; // bytes, on every file system in use
 
+std::optional<bool> set_rights; // main thread
+
 bool is_windows(const QString& platform)
 {
     return platform == "windows";
@@ -24,11 +26,28 @@ QString shell_quoted(const QString& text)
     return '\'' + quoted.replace('\'', "'\\''") + '\'';
 }
 
+/// For the "start" of cmd.exe, which takes the first text in quotes for a window's title.
+QString command_processor_quoted(const QString& path)
+{
+    static const QRegularExpression special(QStringLiteral("[^A-Za-z0-9_.:\\\\/-]"));
+    return path.contains(special) ? "\"\" \"" + path + '"' : path;
+}
+
 }
 
 bool is_platform(const QString& text)
 {
     return text == "linux" || text == "windows";
+}
+
+bool has_admin_rights()
+{
+    return set_rights ? *set_rights : user_is_administrator();
+}
+
+void set_admin_rights(std::optional<bool> rights)
+{
+    set_rights = rights;
 }
 
 std::size_t install_path_limit(const QString& platform)
@@ -48,7 +67,8 @@ QString console_host_name(const QString& platform)
 
 QString open_page_command(const QString& path, const QString& platform)
 {
-    return is_windows(platform) ? "start " + path : "xdg-open " + shell_quoted(path);
+    return is_windows(platform) ? "start " + command_processor_quoted(path)
+                                : "xdg-open " + shell_quoted(path);
 }
 
 bool is_safe_file_name(const QString& name)

@@ -3,6 +3,7 @@
 #include <QString>
 
 #include <cstddef>
+#include <optional>
 
 /// The platform that this build runs on: "windows" or "linux".
 QString host_platform();
@@ -13,6 +14,12 @@ bool is_platform(const QString& text);
 /// Whether the run may install as far as rights are concerned. Only Windows has such a notion; on
 /// Linux the directories decide, so that the answer there is always yes.
 bool has_admin_rights();
+
+/// Sets the answer of `has_admin_rights`, for tests; nothing gives it back to the system.
+void set_admin_rights(std::optional<bool> rights);
+
+/// The platform's half of it: whether the process may act for the group of administrators.
+bool user_is_administrator();
 
 /// The longest installation path that the platform's installers take, in bytes of UTF-8.
 std::size_t install_path_limit(const QString& platform);

@@ -13,7 +13,7 @@ QString host_platform()
     return QStringLiteral("linux");
 }
 
-bool has_admin_rights()
+bool user_is_administrator()
 {
     return true;
 }

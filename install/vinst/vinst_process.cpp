@@ -1,6 +1,7 @@
 #include "install/vinst/vinst_process.h"
 
 #include "install/vinst/vinst_messages.h"
+#include "install/vinst/vinst_platform.h"
 #include "install/vinst/vinst_stop_signals.h"
 #include "install/vinst/vinst_text.h"
 #include "support/fio/fio_file_system.h"
@@ -9,6 +10,7 @@
 
 #include <QDir>
 #include <QEventLoop>
+#include <QFileInfo>
 #include <QProcess>
 #include <QTimer>
 
@@ -32,6 +34,13 @@ struct COMMAND_LIST final : QStringList
         MAIN_ASSERT(!isEmpty());
     }
 };
+
+/// An installer runs where its own files are; a program that is looked up runs where this one does.
+QString working_directory(const QString& program)
+{
+    const QFileInfo file(program);
+    return file.isAbsolute() ? file.path() : QString();
+}
 
 /// Takes an installer's output, so that megabytes of it need neither memory nor a reader.
 class OUTPUT_FILE
@@ -126,6 +135,14 @@ QString command_part(const QString& text)
     return '"' + escaped.replace('"', "\"\"\"") + '"';
 }
 
+QString crash_text(int code, const QString& platform)
+{
+    if (platform == "linux")
+        return QStringLiteral("It was ended by signal %1").arg(code);
+    return QStringLiteral("It was ended with status 0x%1")
+        .arg(static_cast<quint32>(code), 8, 16, QLatin1Char('0'));
+}
+
 int run_command(const QString& command, const std::function<bool()>& is_to_stop)
 {
     const COMMAND_LIST parts(command);
@@ -138,6 +155,7 @@ int run_command(const QString& command, const std::function<bool()>& is_to_stop)
     process->setProcessChannelMode(QProcess::MergedChannels);
     process->setStandardOutputFile(output.name_for_process());
     process->setStandardInputFile(QProcess::nullDevice());
+    process->setWorkingDirectory(working_directory(parts.first()));
     run_to_end(*process, is_to_stop);
 
     int code = process->exitCode();
@@ -146,11 +164,14 @@ int run_command(const QString& command, const std::function<bool()>& is_to_stop)
     {
         code = not_started;
         trouble = "It could not be started: " + utf8(process->errorString()) + "\n";
+        if (needs_elevation(*process))
+            trouble += "Run this program as an administrator to install it.\n";
     }
     else if (process->exitStatus() == QProcess::CrashExit)
     {
-        trouble = "It was ended by signal " + std::to_string(code) + "\n";
-        code += crash_base;
+        trouble = utf8(crash_text(code, host_platform())) + "\n";
+        if (code >= 0 && code < crash_base)
+            code += crash_base;
     }
     run_log().info_with_file(
         CURL_LOGGER::formatted("Command: %s returned %d: %s", utf8(command), code, trouble),
@@ -162,5 +183,5 @@ bool run_command_detached(const QString& command)
 {
     const COMMAND_LIST parts(command);
     run_log().info("Run command: %s\n", utf8(command));
-    return QProcess::startDetached(parts.first(), parts.mid(1));
+    return QProcess::startDetached(parts.first(), parts.mid(1), working_directory(parts.first()));
 }

@@ -25,5 +25,13 @@ QString command_part(const QString& text);
 
 /// The platform's half: a process in a group of its own, and the ways to end the group.
 std::unique_ptr<QProcess> make_installer_process();
-void pass_signal_on(const QProcess& process, int signal_number);
+void pass_signal_on(QProcess& process, int signal_number);
 void kill_group(QProcess& process);
+
+/// Whether it was not started because only an administrator may start it.
+bool needs_elevation(const QProcess& process);
+
+/// How the log tells that an installer didn't end by itself.
+///
+/// \param code  a signal's number on Linux, an exit status of the system's on Windows
+QString crash_text(int code, const QString& platform);

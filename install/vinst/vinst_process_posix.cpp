@@ -28,7 +28,7 @@ std::unique_ptr<QProcess> make_installer_process()
     return std::make_unique<GROUP_PROCESS>();
 }
 
-void pass_signal_on(const QProcess& process, int signal_number)
+void pass_signal_on(QProcess& process, int signal_number)
 {
     signal_group(process, signal_number != 0 ? signal_number : SIGTERM);
 }
@@ -36,4 +36,9 @@ void pass_signal_on(const QProcess& process, int signal_number)
 void kill_group(QProcess& process)
 {
     signal_group(process, SIGKILL);
+}
+
+bool needs_elevation(const QProcess&)
+{
+    return false;
 }

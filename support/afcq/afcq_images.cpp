@@ -1,6 +1,7 @@
 #include "support/afcq/afcq_images.h"
 
 #include <QFile>
+#include <QImageReader>
 #include <QSize>
 #include <QString>
 
@@ -59,4 +60,10 @@ std::unique_ptr<QMovie> afcq_get_movie(int number, qreal ratio)
     // Without a cache a frame can only be reached from the one before it.
     movie->setCacheMode(QMovie::CacheAll);
     return movie;
+}
+
+int afcq_get_frame_delay(int number)
+{
+    QImageReader reader(movie_path(number, 1));
+    return reader.read().isNull() ? 0 : reader.nextImageDelay();
 }

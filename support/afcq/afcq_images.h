@@ -30,3 +30,7 @@ QPixmap afcq_get_pixmap(int number, const QSize& size, qreal ratio);
 /// The animation of that number, made of the frames that are closest to the ratio from above; not
 /// valid when there is no such image. It is not running.
 std::unique_ptr<QMovie> afcq_get_movie(int number, qreal ratio);
+
+/// How long a frame of that animation is shown, in milliseconds; 0 when there is no such image. The
+/// file's own number: QMovie's is less by the time that reading the frame took.
+int afcq_get_frame_delay(int number);

@@ -3,6 +3,7 @@
 #include "support/fio/fio_file_system.h"
 
 #include <spdlog/details/log_msg.h>
+#include <spdlog/pattern_formatter.h>
 #include <spdlog/sinks/basic_file_sink.h>
 
 #include <array>
@@ -21,8 +22,10 @@ bool CURL_LOGGER::open()
         return false;
     try
     {
-        m_sink = std::make_shared<spdlog::sinks::basic_file_sink_mt>(m_path);
-        m_sink->set_pattern("[%Y-%m-%d %H:%M:%S.%e] [%l] %v");
+        m_sink = std::make_shared<spdlog::sinks::basic_file_sink_mt>(fio_path(m_path).native());
+        // The same line ends on every platform: logs are compared and searched across them.
+        m_sink->set_formatter(std::make_unique<spdlog::pattern_formatter>(
+            "[%Y-%m-%d %H:%M:%S.%e] [%l] %v", spdlog::pattern_time_type::local, "\n"));
     }
     catch (const spdlog::spdlog_ex&)
     {

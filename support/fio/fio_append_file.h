@@ -39,8 +39,10 @@ public:
     const std::string& error() const { return m_error; }
 
 private:
+    static constexpr std::intptr_t no_file = -1;
+
     std::string m_path;
     std::string m_error;
     std::uint64_t m_size = 0;
-    int m_descriptor = -1;
+    std::intptr_t m_file = no_file; ///< the system's number of it, or handle to it
 };

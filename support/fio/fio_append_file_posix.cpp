@@ -15,6 +15,11 @@ std::string reason(int error_number)
     return std::generic_category().message(error_number);
 }
 
+int descriptor(std::intptr_t file)
+{
+    return static_cast<int>(file);
+}
+
 }
 
 FIO_APPEND_FILE::~FIO_APPEND_FILE()
@@ -24,14 +29,14 @@ FIO_APPEND_FILE::~FIO_APPEND_FILE()
 
 bool FIO_APPEND_FILE::is_open() const
 {
-    return m_descriptor >= 0;
+    return m_file != no_file;
 }
 
 void FIO_APPEND_FILE::close()
 {
-    if (m_descriptor >= 0)
-        ::close(m_descriptor);
-    m_descriptor = -1;
+    if (m_file != no_file)
+        ::close(descriptor(m_file));
+    m_file = no_file;
 }
 
 bool FIO_APPEND_FILE::open(const std::string& path, OPENING opening)
@@ -43,9 +48,9 @@ bool FIO_APPEND_FILE::open(const std::string& path, OPENING opening)
 
     // O_NONBLOCK keeps a named pipe from holding the run up until somebody reads it.
     const int create = opening == OPENING::create_if_missing ? O_CREAT : 0;
-    m_descriptor = ::open(path.c_str(),
-                          O_WRONLY | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | create, 0666);
-    if (m_descriptor < 0)
+    m_file = ::open(path.c_str(),
+                    O_WRONLY | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | create, 0666);
+    if (m_file == no_file)
     {
         if (errno == ELOOP)
             m_error = "Cannot write " + path + ": it is a link. Remove it and try again";
@@ -55,11 +60,11 @@ bool FIO_APPEND_FILE::open(const std::string& path, OPENING opening)
     }
 
     struct stat status = {};
-    if (::fstat(m_descriptor, &status) != 0 || !S_ISREG(status.st_mode))
+    if (::fstat(descriptor(m_file), &status) != 0 || !S_ISREG(status.st_mode))
         m_error = "Cannot write " + path + ": it is not a regular file";
-    else if (::flock(m_descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK)
+    else if (::flock(descriptor(m_file), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK)
         m_error = "Cannot write " + path + ": another process is writing it";
-    else if (::fstat(m_descriptor, &status) != 0)
+    else if (::fstat(descriptor(m_file), &status) != 0)
         m_error = "Cannot measure " + path + ": " + reason(errno);
     if (!m_error.empty())
     {
@@ -74,7 +79,7 @@ bool FIO_APPEND_FILE::append(const char* data, std::size_t size)
 {
     while (size > 0)
     {
-        const ssize_t written = ::write(m_descriptor, data, size);
+        const ssize_t written = ::write(descriptor(m_file), data, size);
         if (written < 0 && errno == EINTR)
             continue;
         if (written <= 0)

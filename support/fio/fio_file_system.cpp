@@ -4,11 +4,6 @@
 #include <random>
 #include <system_error>
 
-FIO_PATH fio_path(std::string_view utf8)
-{
-    return std::filesystem::u8path(utf8);
-}
-
 std::string FIO_FILE_SYSTEM::get_tmp_path(const std::string& dir)
 {
     constexpr std::string_view letters = "abcdefghijklmnopqrstuvwxyz0123456789";
@@ -31,13 +26,6 @@ bool FIO_FILE_SYSTEM::exists(const std::string& path)
     return std::filesystem::exists(fio_path(path), error);
 }
 
-bool FIO_FILE_SYSTEM::remove_if_exists(const std::string& path)
-{
-    std::error_code error;
-    std::filesystem::remove(fio_path(path), error);
-    return !error;
-}
-
 bool FIO_FILE_SYSTEM::chmod(const std::string& path, int mode)
 {
     std::error_code error;
@@ -50,8 +38,7 @@ bool FIO_FILE_SYSTEM::move(const std::string& from, const std::string& to, bool 
     std::error_code error;
     if (!std::filesystem::is_regular_file(fio_path(from), error) || (!overwrite && exists(to)))
         return false;
-    std::filesystem::rename(fio_path(from), fio_path(to), error);
-    if (!error)
+    if (rename(fio_path(from), fio_path(to)))
         return true;
 
     // Another file system: copy beside the target first, so that the target is never half a file.
@@ -62,7 +49,7 @@ bool FIO_FILE_SYSTEM::move(const std::string& from, const std::string& to, bool 
     const bool moved =
         std::filesystem::copy_file(fio_path(from), fio_path(copy),
                                    std::filesystem::copy_options::overwrite_existing, error) &&
-        !error && (std::filesystem::rename(fio_path(copy), fio_path(to), error), !error);
+        !error && rename(fio_path(copy), fio_path(to));
     remove_if_exists(moved ? from : copy);
     return moved;
 }

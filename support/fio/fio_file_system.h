@@ -11,19 +11,22 @@ using FIO_PATH = std::filesystem::path;
 /// What tells one state of a file from another without reading it.
 struct FIO_FILE_IDENTITY
 {
-    std::uint64_t size = 0;       ///< bytes
-    std::int64_t modified_ns = 0; ///< last change of the content, in the file system's own clock
+    std::uint64_t size = 0;    ///< bytes
+    std::int64_t modified = 0; ///< last change of the content, in the platform's own unit
     std::uint64_t device = 0;
     std::uint64_t inode = 0;
 
     bool operator==(const FIO_FILE_IDENTITY& other) const
     {
-        return size == other.size && modified_ns == other.modified_ns && device == other.device &&
+        return size == other.size && modified == other.modified && device == other.device &&
                inode == other.inode;
     }
 };
 
 /// Files and directories by path. Paths are UTF-8. No operation throws.
+///
+/// On Windows a virus scanner or an indexer may hold a file for a moment: moving and removing are
+/// tried again for up to 10 s there.
 class FIO_FILE_SYSTEM
 {
 public:
@@ -50,6 +53,11 @@ public:
 
     /// The identity of a regular file; nothing when there is none at the path.
     static std::optional<FIO_FILE_IDENTITY> identity(const std::string& path);
+
+private:
+    /// Within one file system; replaces `to`.
+    static bool rename(const FIO_PATH& from, const FIO_PATH& to);
 };
 
+/// The path in the form that the system's calls take; on Windows also beyond 260 letters.
 FIO_PATH fio_path(std::string_view utf8);

@@ -2,7 +2,27 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
+
+FIO_PATH fio_path(std::string_view utf8)
+{
+    return std::filesystem::u8path(utf8);
+}
+
+bool FIO_FILE_SYSTEM::rename(const FIO_PATH& from, const FIO_PATH& to)
+{
+    std::error_code error;
+    std::filesystem::rename(from, to, error);
+    return !error;
+}
+
+bool FIO_FILE_SYSTEM::remove_if_exists(const std::string& path)
+{
+    std::error_code error;
+    std::filesystem::remove(fio_path(path), error);
+    return !error;
+}
 
 bool FIO_FILE_SYSTEM::create_private_file(const std::string& path)
 {
@@ -25,7 +45,7 @@ std::optional<FIO_FILE_IDENTITY> FIO_FILE_SYSTEM::identity(const std::string& pa
         return std::nullopt;
     FIO_FILE_IDENTITY identity;
     identity.size = static_cast<std::uint64_t>(status.st_size);
-    identity.modified_ns =
+    identity.modified =
         std::int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec;
     identity.device = status.st_dev;
     identity.inode = status.st_ino;

@@ -11,6 +11,7 @@
 #include "tests/harness/installer_scripts.h"
 #include "tests/harness/release_builder.h"
 #include "tests/harness/temp_dir.h"
+#include "tests/harness/tested_host.h"
 
 #include <QCheckBox>
 #include <QCoreApplication>
@@ -37,7 +38,7 @@ protected:
     {
         shutdown_requested = false;
         forget_settings();
-        host.platform = "linux";
+        host.platform = this_platform();
         host.is_admin = true;
         host.query_volume = [](const QString&) { return VINST_VOLUME{"/", 1LL << 40}; };
         builder.download_url(server.url("")).test_file(server.url(""));

@@ -1,4 +1,5 @@
 #include "tests/gui/downloader_dlg_fixture.h"
+#include "tests/harness/tested_host.h"
 
 #include <QScreen>
 
@@ -34,7 +35,8 @@ TEST_F(DialogSettings, InstallAsBuiltWhereNothingIsStored)
     EXPECT_TRUE(auto_install().isChecked());
     EXPECT_FALSE(find<QCheckBox>("m_agree_license_checkbox").isChecked());
     EXPECT_EQ(line("m_download_dir_line_edit").text(), release->default_download_dir());
-    EXPECT_EQ(line("m_install_dir_line_edit").text(), release->default_install_dir("linux"));
+    EXPECT_EQ(line("m_install_dir_line_edit").text(),
+              release->default_install_dir(this_platform()));
 }
 
 TEST_F(DialogSettings, AreStoredWhenTheWindowIsGone)
@@ -116,8 +118,8 @@ TEST_F(DialogSettings, HoldTheBoxForAllActionsInEachState)
 
     reopen();
     EXPECT_EQ(all_actions().checkState(), Qt::PartiallyChecked);
-    EXPECT_EQ(release->find_component("first", "linux")->skip, 0);
-    EXPECT_EQ(release->find_component("second", "linux")->skip, 1);
+    EXPECT_EQ(release->find_component("first", this_platform())->skip, 0);
+    EXPECT_EQ(release->find_component("second", this_platform())->skip, 1);
 }
 
 TEST_F(DialogSettings, OfActionsLastUntilAnotherSelection)

@@ -1,5 +1,6 @@
 #include "tests/gui/browser.h"
 #include "tests/gui/downloader_dlg_fixture.h"
+#include "tests/harness/tested_host.h"
 
 #include "install/vinst/vinst_downloader_treeview_model.h"
 #include "install/vinst/vinst_log_viewer_dlg.h"
@@ -120,7 +121,8 @@ TEST_F(Dialog, BeginsWithTheDefaultsOfTheRelease)
     builder.component("one");
     open();
     EXPECT_EQ(line("m_download_dir_line_edit").text(), release->default_download_dir());
-    EXPECT_EQ(line("m_install_dir_line_edit").text(), release->default_install_dir("linux"));
+    EXPECT_EQ(line("m_install_dir_line_edit").text(),
+              release->default_install_dir(this_platform()));
 }
 
 TEST_F(Dialog, RemembersWhatTheUserSet)
@@ -215,11 +217,11 @@ TEST_F(Dialog, OffersNoInstallationWithoutRights)
 TEST_F(Dialog, FollowsThePlatformOfTheSettings)
 {
     builder.component("one");
-    builder.component("other").platform("windows").filename("other.exe");
+    builder.component("other").platform(other_platform().toStdString()).filename("other.exe");
     builder.component("act").data_type("install").no_file();
     open();
     check_auto_install();
-    choose_platform("m_windows_radio_btn", "m_ok_btn");
+    choose_platform(radio_button_of(other_platform()), "m_ok_btn");
     wait_for_checks();
     EXPECT_EQ(row_text(0, base_name_column), "other");
     EXPECT_EQ(tree().model()->rowCount(), 1);
@@ -233,7 +235,7 @@ TEST_F(Dialog, FollowsThePlatformOfTheSettings)
     EXPECT_FALSE(is_run_column_shown());
     EXPECT_EQ(dialog->findChild<QCheckBox*>("m_action_checkbox_act"), nullptr);
 
-    choose_platform("m_linux_radio_btn", "m_ok_btn");
+    choose_platform(radio_button_of(this_platform()), "m_ok_btn");
     wait_for_checks();
     EXPECT_EQ(row_text(0, base_name_column), "one");
     EXPECT_TRUE(auto_install().isEnabled());
@@ -245,17 +247,17 @@ TEST_F(Dialog, FollowsThePlatformOfTheSettings)
 TEST_F(Dialog, KeepsThePlatformWhenTheSettingsAreCancelled)
 {
     builder.component("one");
-    builder.component("other").platform("windows").filename("other.exe");
+    builder.component("other").platform(other_platform().toStdString()).filename("other.exe");
     open();
-    choose_platform("m_windows_radio_btn", "m_cancel_btn");
+    choose_platform(radio_button_of(other_platform()), "m_cancel_btn");
     EXPECT_EQ(row_text(0, base_name_column), "one");
     EXPECT_EQ(stored("vinst_os").toString(), "");
 }
 
 TEST_F(Dialog, DisablesInstallationWhereLinuxIsChosenOnAnotherMachine)
 {
-    store("vinst_os", "linux");
-    host.platform = "windows";
+    store("vinst_os", this_platform());
+    host.platform = other_platform();
     builder.component("one");
     open();
     EXPECT_FALSE(auto_install().isEnabled());

@@ -5,6 +5,7 @@
 #include "install/vinst/vinst_messages.h"
 #include "install/vinst/vinst_text.h"
 #include "tests/harness/temp_dir.h"
+#include "tests/harness/tested_host.h"
 
 #include <gtest/gtest.h>
 
@@ -44,13 +45,13 @@ protected:
         editor = add("editor", tools);
         help = add("help");
         help->selection = VINST_SELECTION::not_selected;
-        other = add("other", nullptr, "windows");
+        other = add("other", nullptr, other_platform());
         action = add("action");
         action->kind = VINST_COMPONENT_KIND::install;
     }
 
     VINST_COMPONENT* add(const QString& name, VINST_COMPONENT* parent = nullptr,
-                         const QString& platform = "linux")
+                         const QString& platform = this_platform())
     {
         VINST_COMPONENT* component = release.add_component();
         component->name = name;
@@ -71,7 +72,7 @@ protected:
     void fill()
     {
         tree.set_release(release);
-        tree.set_platform("linux");
+        tree.set_platform(this_platform());
         tree.populate();
         tree.restore_states();
         tree.resize(900, 400);
@@ -164,7 +165,7 @@ TEST_F(TreeView, ShowsThePlatformsComponentsBelowTheirParents)
     EXPECT_TRUE(tree.isExpanded(index(tools)));
     EXPECT_FALSE(index(other).isValid());
     EXPECT_FALSE(index(action).isValid());
-    tree.set_platform("windows");
+    tree.set_platform(other_platform());
     tree.populate();
     EXPECT_TRUE(index(other).isValid());
     EXPECT_TRUE(index(help).isValid());
@@ -423,7 +424,7 @@ TEST_F(TreeView, OffersNothingToRunForAnotherPlatform)
 {
     verify(other);
     tree.set_release(release);
-    tree.set_platform("windows");
+    tree.set_platform(other_platform());
     tree.populate();
     EXPECT_FALSE(value(other, run_column).toBool());
 }
@@ -495,7 +496,7 @@ TEST_F(TreeView, SurvivesAReleaseOfNothing)
 {
     VINST_RELEASE empty;
     tree.set_release(empty);
-    tree.set_platform("linux");
+    tree.set_platform(this_platform());
     tree.populate();
     tree.restore_states();
     tree.save_states();

@@ -8,6 +8,7 @@
 #include "tests/harness/fault_server.h"
 #include "tests/harness/loopback.h"
 #include "tests/harness/temp_dir.h"
+#include "tests/harness/tested_host.h"
 
 #include <QDir>
 #include <QFile>
@@ -122,8 +123,8 @@ TEST_F(SettingsDlg, BeginsWithItsDefaults)
     EXPECT_EQ(dialog().parallel_downloads(), 4);
     EXPECT_EQ(dialog().retry_duration(), std::chrono::minutes(60));
     EXPECT_TRUE(dialog().uses_default_proxy());
-    EXPECT_EQ(dialog().platform(), "linux");
-    EXPECT_TRUE(find<QRadioButton>("m_linux_radio_btn").isChecked());
+    EXPECT_EQ(dialog().platform(), this_platform());
+    EXPECT_TRUE(find<QRadioButton>(radio_button_of(this_platform())).isChecked());
     for (const char* name : proxy_widgets)
         EXPECT_FALSE(find<QWidget>(name).isEnabled()) << name;
     EXPECT_FALSE(button("m_apply_btn").isEnabled());
@@ -149,7 +150,7 @@ TEST_F(SettingsDlg, StoresWhatIsAccepted)
     EXPECT_EQ(stored("vinst_proxy_option").toString(), "manual");
     EXPECT_EQ(stored("vinst_proxy_server").toString(), "gate");
     EXPECT_EQ(stored("vinst_proxy_port").toString(), "x12");
-    EXPECT_EQ(stored("vinst_os").toString(), "linux");
+    EXPECT_EQ(stored("vinst_os").toString(), this_platform());
     const VINST_PROXY_SETTINGS settings = dialog().proxy_settings();
     EXPECT_EQ(settings.username, "ada");
     EXPECT_EQ(settings.password, "s3cret");
@@ -174,7 +175,7 @@ TEST_F(SettingsDlg, ForgetsWhatIsCancelled)
     const auto change_and = [this](const char* end)
     {
         find<QSpinBox>("m_parallel_download_spinbox").setValue(1);
-        find<QRadioButton>("m_windows_radio_btn").click();
+        find<QRadioButton>(radio_button_of(other_platform())).click();
         button(end).click();
     };
     EXPECT_EQ(run([&] { change_and("m_cancel_btn"); }), QDialog::Rejected);
@@ -183,7 +184,7 @@ TEST_F(SettingsDlg, ForgetsWhatIsCancelled)
                   [this]
                   {
                       EXPECT_EQ(find<QSpinBox>("m_parallel_download_spinbox").value(), 4);
-                      EXPECT_TRUE(find<QRadioButton>("m_linux_radio_btn").isChecked());
+                      EXPECT_TRUE(find<QRadioButton>(radio_button_of(this_platform())).isChecked());
                       QTest::keyClick(&dialog(), Qt::Key_Escape);
                   }),
               QDialog::Rejected);
@@ -211,7 +212,7 @@ TEST_F(SettingsDlg, NoticesEveryChange)
     const std::vector<std::function<void()>> changes = {
         [this] { find<QSpinBox>("m_parallel_download_spinbox").setValue(1); },
         [this] { find<QSpinBox>("m_retry_duration_spinbox").setValue(1); },
-        [this] { find<QRadioButton>("m_windows_radio_btn").click(); },
+        [this] { find<QRadioButton>(radio_button_of(other_platform())).click(); },
         [this] { find<QRadioButton>("m_manual_proxy_radio_btn").click(); },
         [this] { line("m_proxy_port_line_edit").setText("1"); },
         [this] { line("m_proxy_username_line_edit").setText("1"); },
@@ -233,17 +234,17 @@ TEST_F(SettingsDlg, TellsAnotherPlatformOnce)
     run(
         [this]
         {
-            find<QRadioButton>("m_windows_radio_btn").click();
+            find<QRadioButton>(radio_button_of(other_platform())).click();
             button("m_ok_btn").click();
         });
     ASSERT_EQ(told.count(), 1);
-    EXPECT_EQ(told[0][0].toString(), "windows");
-    EXPECT_EQ(stored("vinst_os").toString(), "windows");
-    EXPECT_EQ(dialog().platform(), "windows");
+    EXPECT_EQ(told[0][0].toString(), other_platform());
+    EXPECT_EQ(stored("vinst_os").toString(), other_platform());
+    EXPECT_EQ(dialog().platform(), other_platform());
     run(
         [this]
         {
-            find<QRadioButton>("m_linux_radio_btn").click();
+            find<QRadioButton>(radio_button_of(this_platform())).click();
             button("m_apply_btn").click();
             button("m_ok_btn").click();
         });
@@ -265,7 +266,7 @@ TEST_F(SettingsDlg, TakesStoredValuesAsTheyAre)
     EXPECT_EQ(dialog().proxy_settings().port, "not a number");
     EXPECT_EQ(dialog().parallel_downloads(), 6);
     EXPECT_EQ(dialog().retry_duration(), std::chrono::minutes(0));
-    EXPECT_EQ(dialog().platform(), "windows");
+    EXPECT_EQ(dialog().platform(), other_platform());
 }
 
 TEST_F(SettingsDlg, TestsTheConnection)

@@ -2,23 +2,14 @@
 
 #include "tests/harness/fault_answer.h"
 #include "tests/harness/loopback.h"
+#include "tests/harness/socket.h"
 #include "tests/harness/temp_dir.h"
 
 #include <algorithm>
 #include <array>
 #include <cctype>
-#include <cerrno>
-#include <linux/sockios.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <optional>
-#include <poll.h>
 #include <sstream>
-#include <stdexcept>
-#include <sys/eventfd.h>
-#include <sys/ioctl.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 namespace fs = std::filesystem;
 using std::chrono::milliseconds;
@@ -45,7 +36,7 @@ std::string HTTP_REQUEST::header(std::string name) const
 class FAULT_SERVER::CONNECTION final
 {
 public:
-    CONNECTION(FAULT_SERVER& server, int socket) : m_server(server), m_socket(socket) {}
+    CONNECTION(FAULT_SERVER& server, SOCKET_NUMBER socket) : m_server(server), m_socket(socket) {}
 
     void run()
     {
@@ -60,28 +51,21 @@ public:
             if (!goes_on)
                 break;
         }
-        ::close(m_socket);
+        close_socket(m_socket);
         const std::lock_guard lock(m_server.m_mutex);
         --m_server.m_open;
     }
 
 private:
     /// Until the socket is ready; false when the server stops or the time is over.
-    [[nodiscard]] bool await(short events, int timeout = -1) const
+    [[nodiscard]] bool await(READINESS readiness, milliseconds timeout = for_ever) const
     {
-        pollfd watched[] = {{m_socket, events, 0}, {m_server.m_stop, POLLIN, 0}};
-        while (::poll(watched, 2, timeout) < 0)
-        {
-            if (errno != EINTR)
-                return false;
-        }
-        return watched[1].revents == 0 && watched[0].revents != 0;
+        return await_socket(m_socket, readiness, m_server.m_stop, timeout);
     }
 
     [[nodiscard]] bool pause(milliseconds duration) const
     {
-        pollfd watched = {m_server.m_stop, POLLIN, 0};
-        return ::poll(&watched, 1, static_cast<int>(duration.count())) == 0;
+        return pause_unless(m_server.m_stop, duration);
     }
 
     std::optional<HTTP_REQUEST> read_request()
@@ -90,12 +74,12 @@ private:
         while ((end = m_received.find("\r\n\r\n")) == std::string::npos)
         {
             std::array<char, 8192> buffer;
-            if (!await(POLLIN) || m_received.size() > 1024 * 1024)
+            if (!await(READINESS::to_read) || m_received.size() > 1024 * 1024)
                 return std::nullopt;
-            const ssize_t got = ::recv(m_socket, buffer.data(), buffer.size(), 0);
-            if (got <= 0)
+            const std::size_t got = receive_some(m_socket, buffer.data(), buffer.size());
+            if (got == 0)
                 return std::nullopt;
-            m_received.append(buffer.data(), static_cast<std::size_t>(got));
+            m_received.append(buffer.data(), got);
         }
         std::istringstream head(m_received.substr(0, end + 2));
         m_received.erase(0, end + 4);
@@ -135,15 +119,13 @@ private:
         std::size_t sent = 0;
         while (sent < bytes.size())
         {
-            if (!await(POLLOUT))
+            if (!await(READINESS::to_write))
                 return false;
-            const ssize_t count = ::send(m_socket, bytes.data() + sent, bytes.size() - sent,
-                                         MSG_NOSIGNAL | MSG_DONTWAIT);
-            if (count < 0 && (errno == EAGAIN || errno == EINTR))
-                continue;
-            if (count < 0)
+            const std::optional<std::size_t> count =
+                send_some(m_socket, bytes.data() + sent, bytes.size() - sent);
+            if (!count)
                 return false;
-            sent += static_cast<std::size_t>(count);
+            sent += *count;
         }
         return true;
     }
@@ -219,7 +201,8 @@ private:
     bool await_peer() const
     {
         std::array<char, 4096> buffer;
-        while (await(POLLIN) && ::recv(m_socket, buffer.data(), buffer.size(), 0) > 0)
+        while (await(READINESS::to_read) &&
+               receive_some(m_socket, buffer.data(), buffer.size()) > 0)
         {
         }
         return false;
@@ -227,9 +210,10 @@ private:
 
     bool close_orderly() const
     {
-        ::shutdown(m_socket, SHUT_WR);
+        end_sending(m_socket);
         std::array<char, 4096> buffer;
-        while (await(POLLIN, 5000) && ::recv(m_socket, buffer.data(), buffer.size(), 0) > 0)
+        while (await(READINESS::to_read, milliseconds(5000)) &&
+               receive_some(m_socket, buffer.data(), buffer.size()) > 0)
         {
         }
         return false;
@@ -238,60 +222,48 @@ private:
     /// What still waits to be sent would be lost by a reset, so it goes out first.
     bool reset() const
     {
-        int waiting = 1;
-        for (int tries = 0; tries < 5000 && waiting > 0; ++tries)
+        for (int tries = 0; tries < 5000 && has_unsent_bytes(m_socket); ++tries)
         {
-            if (::ioctl(m_socket, SIOCOUTQ, &waiting) != 0 || waiting == 0 ||
-                !pause(milliseconds(1)))
+            if (!pause(milliseconds(1)))
                 break;
         }
-        const linger at_once = {1, 0};
-        ::setsockopt(m_socket, SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once);
+        make_close_a_reset(m_socket);
         return false;
     }
 
     FAULT_SERVER& m_server;
-    int m_socket;
+    SOCKET_NUMBER m_socket;
     std::string m_received;
 };
 
 FAULT_SERVER::FAULT_SERVER()
 {
     std::tie(m_listener, m_port) = listen_on_loopback(64);
-    m_stop = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     m_acceptor = std::thread([this] { accept_all(); });
 }
 
 FAULT_SERVER::~FAULT_SERVER()
 {
-    ::eventfd_write(m_stop, 1);
+    m_stop.set();
     m_acceptor.join();
     for (std::thread& connection : m_connections)
         connection.join();
-    ::close(m_listener);
-    ::close(m_stop);
+    close_socket(m_listener);
 }
 
 void FAULT_SERVER::accept_all()
 {
-    for (;;)
+    while (await_socket(m_listener, READINESS::to_read, m_stop))
     {
-        pollfd watched[] = {{m_listener, POLLIN, 0}, {m_stop, POLLIN, 0}};
-        if (::poll(watched, 2, -1) < 0 && errno == EINTR)
+        const std::optional<SOCKET_NUMBER> socket = accept_connection(m_listener);
+        if (!socket)
             continue;
-        if (watched[1].revents != 0)
-            return;
-        const int socket = ::accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
-        if (socket < 0)
-            continue;
-        const int on = 1;
-        ::setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
         {
             const std::lock_guard lock(m_mutex);
             ++m_accepted;
             m_peak_open = std::max(m_peak_open, ++m_open);
         }
-        m_connections.emplace_back([this, socket] { CONNECTION(*this, socket).run(); });
+        m_connections.emplace_back([this, socket = *socket] { CONNECTION(*this, socket).run(); });
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/harness/fault.h"
+#include "tests/harness/socket.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -79,8 +80,8 @@ private:
     void accept_all();
     FAULT_ANSWER answer_to(const HTTP_REQUEST& request);
 
-    int m_listener = -1;
-    int m_stop = -1; ///< an event descriptor; readable from the moment of the destructor on
+    SOCKET_NUMBER m_listener = -1;
+    WAKE_EVENT m_stop; ///< set from the moment of the destructor on
     std::uint16_t m_port = 0;
 
     mutable std::mutex m_mutex; ///< guards all below: the test and every connection's thread use it

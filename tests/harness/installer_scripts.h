@@ -4,7 +4,8 @@
 #include <map>
 #include <string>
 
-// Texts of /bin/sh scripts that pose as installers: what a release carries as its files.
+// Files that pose as installers: what a release carries. On Linux they are /bin/sh scripts; for
+// Windows they are poser_script.exe with lines behind it that tell what to do.
 
 /// Lays down, in the directory after "--installdir", a file of its own file's name with a line for
 /// each run: its arguments, joined by blanks. Adds its name to "install_order" there. Then writes
@@ -24,7 +25,7 @@ std::string hanging_script(bool stubborn = false);
 /// for that many seconds.
 std::string script_with_lasting_child(int seconds);
 
-/// Ends itself by a signal.
+/// Ends itself by a signal; on Windows by an access violation.
 std::string crashing_script(int signal_number);
 
 /// Writes that many lines "line N of 100%s" to each of its outputs; exits with the code.

@@ -3,6 +3,7 @@
 #include "tests/harness/installer_scripts.h"
 #include "tests/harness/pattern.h"
 #include "tests/harness/temp_dir.h"
+#include "tests/harness/tested_host.h"
 
 #include <QCryptographicHash>
 #include <QJsonArray>
@@ -110,8 +111,9 @@ RELEASE_FILE write_measured(const fs::path& path, const std::string& content)
 }
 
 COMPONENT_BUILDER::COMPONENT_BUILDER(const std::string& name)
-    : m_name(name), m_filename(name + ".run"), m_title("The " + name + " part"),
-      m_desc("What " + name + " is good for"), m_content(install_script())
+    : m_name(name), m_platform(tested_platform()), m_filename(name + ".run"),
+      m_title("The " + name + " part"), m_desc("What " + name + " is good for"),
+      m_content(install_script())
 {
 }
 

@@ -13,14 +13,14 @@
 using MANIFEST_KEYS = std::vector<std::pair<std::string, std::string>>;
 
 /// One component of a release that is being built. What isn't set is sensible: a working installer
-/// for linux (see installer_scripts.h), selected, with a title and a description.
+/// for the tested platform (see installer_scripts.h), selected, with a title and a description.
 class COMPONENT_BUILDER
 {
 public:
     explicit COMPONENT_BUILDER(const std::string& name);
 
     COMPONENT_BUILDER& data_type(const std::string& text); ///< "download" by default
-    COMPONENT_BUILDER& platform(const std::string& text);  ///< "linux" by default
+    COMPONENT_BUILDER& platform(const std::string& text);  ///< the tested one by default
     COMPONENT_BUILDER& filename(const std::string& text);  ///< the name and ".run" by default
     COMPONENT_BUILDER& title(const std::string& text);
     COMPONENT_BUILDER& desc(const std::string& text);
@@ -47,7 +47,7 @@ public:
 private:
     friend class RELEASE_BUILDER;
 
-    std::string m_name, m_data_type = "download", m_platform = "linux", m_filename, m_title, m_desc;
+    std::string m_name, m_data_type = "download", m_platform, m_filename, m_title, m_desc;
     std::string m_parent, m_cmd_exe, m_cmd_options;
     std::vector<std::string> m_dependencies;
     bool m_selected = true, m_standalone = false, m_addon = false;

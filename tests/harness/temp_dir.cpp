@@ -2,13 +2,10 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <sstream>
 #include <stdexcept>
-#include <sys/mount.h>
-#include <sys/stat.h>
 #include <system_error>
 
 namespace fs = std::filesystem;
@@ -34,12 +31,6 @@ void open_directories(const fs::path& directory)
     }
 }
 
-bool mount_tmpfs(const fs::path& where, std::uint64_t size)
-{
-    const std::string options = "mode=0700,size=" + std::to_string(size);
-    return ::mount("tmpfs", where.c_str(), "tmpfs", MS_NOSUID | MS_NODEV, options.c_str()) == 0;
-}
-
 }
 
 void write_file(const fs::path& path, std::string_view bytes, unsigned mode)
@@ -50,8 +41,10 @@ void write_file(const fs::path& path, std::string_view bytes, unsigned mode)
     stream.close();
     if (!stream)
         fail("cannot write", path, errno);
-    if (::chmod(path.c_str(), mode) != 0)
-        fail("cannot set the mode of", path, errno);
+    std::error_code error;
+    fs::permissions(path, static_cast<fs::perms>(mode), error);
+    if (error)
+        fail("cannot set the mode of", path, error.value());
 }
 
 std::string read_file(const fs::path& path)
@@ -77,7 +70,7 @@ std::vector<std::string> list_tree(const fs::path& directory)
     for (const fs::directory_entry& entry : fs::recursive_directory_iterator(directory))
     {
         const bool is_directory = entry.is_directory() && !entry.is_symlink();
-        names.push_back(entry.path().lexically_relative(directory).string() +
+        names.push_back(entry.path().lexically_relative(directory).generic_u8string() +
                         (is_directory ? "/" : ""));
     }
     std::sort(names.begin(), names.end());
@@ -94,13 +87,7 @@ void remove_tree(const fs::path& directory)
     fs::remove_all(directory, error);
 }
 
-TEMP_DIR::TEMP_DIR()
-{
-    std::string name = (fs::temp_directory_path() / "vinst-test-XXXXXX").string();
-    if (::mkdtemp(name.data()) == nullptr)
-        fail("cannot make", name, errno);
-    m_path = name;
-}
+TEMP_DIR::TEMP_DIR() : m_path(make_temp_dir()) {}
 
 TEMP_DIR::~TEMP_DIR()
 {
@@ -122,25 +109,4 @@ fs::path TEMP_DIR::make_dir(const fs::path& relative) const
 std::string TEMP_DIR::read(const fs::path& relative) const
 {
     return read_file(m_path / relative);
-}
-
-bool TMPFS_DIR::available()
-{
-    const TEMP_DIR probe;
-    if (!mount_tmpfs(probe.path(), 4096))
-        return false;
-    ::umount2(probe.path().c_str(), MNT_DETACH);
-    return true;
-}
-
-TMPFS_DIR::TMPFS_DIR(std::uint64_t size)
-{
-    const fs::path where = m_parent.make_dir("disk");
-    if (!mount_tmpfs(where, size))
-        fail("cannot mount a file system in memory at", where, errno);
-}
-
-TMPFS_DIR::~TMPFS_DIR()
-{
-    ::umount2(path().c_str(), MNT_DETACH);
 }

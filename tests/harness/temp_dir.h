@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDir>
 #include <QString>
 #include <cstdint>
 #include <filesystem>
@@ -9,6 +10,20 @@
 
 // Where the set-up of a test fails, the harness throws std::runtime_error: GoogleTest reports it as
 // the test's failure, with its text.
+
+/// A text with paths, written with '/', as the program says it on this platform.
+inline QString native(const QString& text)
+{
+    return QDir::toNativeSeparators(text);
+}
+inline std::string native(const std::string& text)
+{
+    return native(QString::fromStdString(text)).toStdString();
+}
+inline std::string native(const char* text)
+{
+    return native(std::string(text));
+}
 
 /// Writes a whole file, making the directories above it; `mode` as for chmod.
 void write_file(const std::filesystem::path& path, std::string_view bytes, unsigned mode = 0644);
@@ -21,6 +36,9 @@ std::vector<std::string> list_tree(const std::filesystem::path& directory);
 
 /// Removes a directory with all below it, write-protected children included. Links aren't followed.
 void remove_tree(const std::filesystem::path& directory);
+
+/// The platform's half of TEMP_DIR: makes a directory of its owner's alone.
+std::filesystem::path make_temp_dir();
 
 /// A directory of its owner's alone (mode 0700) that goes with this object.
 class TEMP_DIR final
@@ -36,7 +54,7 @@ public:
     [[nodiscard]] QString qstr() const { return QString::fromStdString(m_path.string()); }
     [[nodiscard]] std::filesystem::path operator/(const std::filesystem::path& relative) const
     {
-        return m_path / relative;
+        return (m_path / relative).make_preferred();
     }
 
     /// The absolute path of what was made.

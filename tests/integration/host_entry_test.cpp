@@ -2,6 +2,7 @@
 
 #include "tests/harness/installer_scripts.h"
 
+#include <algorithm>
 #include <csignal>
 
 namespace
@@ -10,6 +11,12 @@ namespace
 class HostEntry : public HostTest
 {
 protected:
+    static std::string with_forward_slashes(std::string text)
+    {
+        std::replace(text.begin(), text.end(), '\\', '/');
+        return text;
+    }
+
     std::vector<std::string> temporary_logs() const
     {
         std::vector<std::string> names;
@@ -39,18 +46,17 @@ TEST_F(HostEntry, NeedsATemporaryDirectory)
 
 TEST_F(HostEntry, NeedsAManifest)
 {
-    const std::string missing = (dir / "none.json").string();
+    const std::string missing = host_path(dir / "none.json");
     environment["vinst_manifest"] = missing;
     run(run_arguments());
     EXPECT_TRUE(result.exited_with(1));
-    const std::string tree =
-        std::string(VINST_TEST_BINARY_DIR) + "/bin/../../ib_installers/manifest_files/";
-    EXPECT_EQ(output,
-              "Manifest file " + tree +
-                  "manifest_linux_standard.json does not exist\nCannot read manifest data\n");
-    environment["vinst_manifest"] = dir.write("bad.json", "{}").string();
+    const std::string tree = with_forward_slashes(host_path(tested_build_dir())) +
+                             "/bin/../../ib_installers/manifest_files/";
+    EXPECT_EQ(output, "Manifest file " + tree + "manifest_" + tested_platform() +
+                          "_standard.json does not exist\nCannot read manifest data\n");
+    environment["vinst_manifest"] = host_path(dir.write("bad.json", "{}"));
     run(run_arguments());
-    expect_stopped("Manifest file " + (dir / "bad.json").string() +
+    expect_stopped("Manifest file " + host_path(dir / "bad.json") +
                    " is not in the supported format\nCannot read manifest data\n");
 }
 
@@ -98,10 +104,10 @@ TEST_F(HostEntry, LeavesTheLogInTheTemporaryDirectoryWhereThereIsNoOther)
     server.set_faults("/test.txt", {FAULT::stall_before_headers()});
     CHILD_PROCESS child(setup(run_arguments()));
     ASSERT_TRUE(server.wait_for_requests("/test.txt", 1, 20s));
-    std::filesystem::remove_all(downloads());
+    std::filesystem::remove_all(dir / "dl");
     child.send_signal(SIGTERM);
     ASSERT_TRUE(child.wait(20s));
-    EXPECT_FALSE(std::filesystem::exists(downloads()));
+    EXPECT_FALSE(std::filesystem::exists(dir / "dl"));
     ASSERT_EQ(temporary_logs().size(), 1U);
     EXPECT_NE(dir.read("tmp/" + temporary_logs()[0]).find("Testing Internet connection ..."),
               std::string::npos);
@@ -143,7 +149,7 @@ TEST_F(HostEntry, LetsNoManifestNameTheLogElsewhere)
     builder.edition("../../../evil/x").component("one");
     publish();
     run(run_arguments());
-    EXPECT_TRUE(std::filesystem::exists(downloads() + "/vinst-5.2.0.31-.._.._.._evil_x.log"));
+    EXPECT_TRUE(std::filesystem::exists(dir / "dl/vinst-5.2.0.31-.._.._.._evil_x.log"));
 }
 
 TEST_F(HostEntry, HandlesAnyNameWhateverTheLocale)
@@ -152,11 +158,11 @@ TEST_F(HostEntry, HandlesAnyNameWhateverTheLocale)
     publish();
     server.serve("/gr%C3%B6%C3%9Fe.run", read_file(builder.file("one").path));
     environment["LC_ALL"] = "C";
-    const std::string target = (dir / "\u00dcbung").string();
+    const std::string target = host_path(dir / "\u00dcbung");
     run({"--download-dir", target});
     EXPECT_TRUE(output_holds("Download dir: " + target + "\n"));
     EXPECT_TRUE(output_holds("\nDownload successful\n")) << output;
-    EXPECT_TRUE(std::filesystem::exists(target + "/gr\u00f6\u00dfe.run"));
+    EXPECT_TRUE(std::filesystem::exists(dir / "\u00dcbung/gr\u00f6\u00dfe.run"));
 }
 
 TEST_F(HostEntry, HandsItsInstallersTheEnvironmentOfTheUser)
@@ -228,7 +234,19 @@ TEST_F(HostEntry, DropsQtsMessagesUnlessTheyAreAskedFor)
 
 TEST(SharedLibrary, ExportsOneFunction)
 {
-    const std::string library = std::string(VINST_TEST_BINARY_DIR) + "/lib/libvinst.so";
+    if (tested_platform() == "windows")
+    {
+        const std::string library = (tested_build_dir() / "bin/vinst.dll").string();
+        const std::string headers = run_tool({"x86_64-w64-mingw32-objdump", {"-p", library}});
+        const std::string title = "[Ordinal/Name Pointer] Table\n";
+        const std::size_t table = headers.find(title);
+        ASSERT_NE(table, std::string::npos);
+        const std::size_t end = headers.find("\n\n", table);
+        EXPECT_EQ(headers.substr(table + title.size(), end - table - title.size()),
+                  "\t[   0] install_vinst_run");
+        return;
+    }
+    const std::string library = (tested_build_dir() / "lib/libvinst.so").string();
     const std::string symbols =
         run_tool({"nm", {"-D", "--defined-only", "--format=posix", library}});
     EXPECT_EQ(symbols.substr(0, symbols.find(' ')), "install_vinst_run");

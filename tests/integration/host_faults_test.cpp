@@ -101,7 +101,7 @@ TEST_P(HostFault, IsToldInTheProgressBlockAndTheResult)
                              fault.result +
                              "\nDownload failed. Exceeded retry limit. Process aborted.\n"))
         << output;
-    const std::string path = downloads() + "/one.run";
+    const std::filesystem::path path = dir / "dl/one.run";
     EXPECT_EQ(std::filesystem::exists(path) ? std::filesystem::file_size(path) : 0, fault.kept);
 }
 
@@ -185,7 +185,7 @@ TEST_F(HostFaults, KeepAnUntrustedServerFromSendingAnything)
     const TEST_AUTHORITY authority;
     builder.component("one").title("One").pattern_content(3000, 1);
     publish();
-    environment["SSL_CERT_FILE"] = authority.ca_file();
+    environment["SSL_CERT_FILE"] = host_path(authority.ca_file());
     NGINX_OPTIONS options;
     options.root = dir / "release";
     for (const CERTIFICATE& certificate : {authority.other_host(), authority.untrusted()})
@@ -196,7 +196,7 @@ TEST_F(HostFaults, KeepAnUntrustedServerFromSendingAnything)
         EXPECT_TRUE(output_holds("\nDownload failed\nOne: SSL")) << output;
         EXPECT_EQ(impostor.count_in_access_log("GET"), 0U);
         std::error_code error;
-        const auto size = std::filesystem::file_size(downloads() + "/one.run", error);
+        const auto size = std::filesystem::file_size(dir / "dl/one.run", error);
         EXPECT_TRUE(error || size == 0);
     }
     options.certificate = authority.server();
@@ -234,5 +234,5 @@ TEST_F(HostFaults, EndATransferThatMovesNothingForAMinute)
     EXPECT_TRUE(
         output_holds("One: Error: Nothing came for 60 seconds, Httpcode: 200, Curlcode: 28\n"))
         << output;
-    EXPECT_EQ(std::filesystem::file_size(downloads() + "/one.run"), 1000U);
+    EXPECT_EQ(std::filesystem::file_size(dir / "dl/one.run"), 1000U);
 }

@@ -4,6 +4,8 @@
 #include "tests/harness/fault_server.h"
 #include "tests/harness/release_builder.h"
 #include "tests/harness/temp_dir.h"
+#include "tests/harness/tested_host.h"
+#include "tests/integration/host_setup.h"
 
 #include <gtest/gtest.h>
 
@@ -26,29 +28,29 @@ protected:
         builder.download_url(server.url("")).test_file(server.url(""));
     }
 
-    static std::string host(const std::string& name = "vinst")
+    static std::string host()
     {
-        return std::string(VINST_TEST_BINARY_DIR) + "/bin/" + name;
+        return (tested_build_dir() / "bin" / tested_console_host()).string();
     }
 
     /// Writes the release and serves it.
     void publish()
     {
-        manifest = builder.write().string();
+        manifest = host_path(builder.write());
         server.serve_directory(dir / "release");
     }
 
-    CHILD_SETUP setup(const ARGUMENTS& arguments, const std::string& name = "vinst") const
+    CHILD_SETUP setup(const ARGUMENTS& arguments,
+                      const std::string& name = tested_console_host()) const
     {
-        CHILD_SETUP child{host(name), arguments, dir.path(), {}};
-        child.live_in(dir.path());
+        HOST_SETUP child{name, arguments, dir.path()};
         // A look for a proxy would ask the machine's name servers.
         child.environment["VINST_NO_PROXY_DISCOVERY"] = "1";
         if (!manifest.empty())
             child.environment["vinst_manifest"] = manifest;
         for (const auto& [name_of_variable, value] : environment)
             child.environment[name_of_variable] = value;
-        return child;
+        return child.for_tested_platform();
     }
 
     /// The arguments of a run into the download directory, and more.
@@ -60,14 +62,14 @@ protected:
     }
 
     /// Runs the host to its end.
-    void run(const ARGUMENTS& arguments, const std::string& name = "vinst")
+    void run(const ARGUMENTS& arguments, const std::string& name = tested_console_host())
     {
         CHILD_PROCESS child(setup(arguments, name));
         const auto ended = child.wait(120s);
         ASSERT_TRUE(ended) << child.output() << child.errors();
         result = *ended;
-        output = child.output();
-        errors = child.errors();
+        output = with_plain_line_ends(child.output());
+        errors = with_plain_line_ends(child.errors());
     }
 
     void expect_stopped(const std::string& expected_output)
@@ -76,9 +78,12 @@ protected:
         EXPECT_EQ(output, expected_output);
     }
 
-    std::string downloads() const { return (dir / "dl").string(); }
-    std::string installed() const { return (dir / "inst").string(); }
-    std::string log_path() const { return downloads() + "/vinst-5.2.0.31-pro.log"; }
+    // As the host is told them and says them.
+    std::string downloads() const { return host_path(dir / "dl"); }
+    std::string installed() const { return host_path(dir / "inst"); }
+    std::string download(const std::string& name) const { return host_path(dir / "dl" / name); }
+
+    std::string log_path() const { return (dir / "dl/vinst-5.2.0.31-pro.log").string(); }
     std::string log() const { return read_file(log_path()); }
 
     bool output_holds(const std::string& text) const

@@ -13,11 +13,22 @@ namespace
 class HostOptions : public HostTest
 {
 protected:
+    static std::string help_start()
+    {
+        const bool on_linux = tested_platform() == "linux";
+        return std::string(on_linux ? "Usage: vinst [options...]\n"
+                                    : "Usage: vinst_cli [options...]\n") +
+               "Downloads/installs Orvane Veltrin Crest Pro Edition 5.2 for " +
+               (on_linux ? "Linux\n" : "Windows\n");
+    }
+
     HostOptions()
     {
         builder.component("veltrin_base").standalone();
         builder.component("vscope").selected(false);
-        builder.component("vdriver").platform("windows").filename("vdriver.exe");
+        builder.component("vdriver")
+            .platform(other_platform().toStdString())
+            .filename("vdriver.exe");
         publish();
     }
 };
@@ -28,10 +39,7 @@ TEST_F(HostOptions, AreListedByHelp)
 {
     run({"--help"});
     EXPECT_TRUE(result.exited_with(1));
-    EXPECT_EQ(output.find("Usage: vinst [options...]\nDownloads/installs Orvane Veltrin Crest Pro "
-                          "Edition 5.2 for Linux\n\nGeneric Options:\n  --help "),
-              0U)
-        << output;
+    EXPECT_EQ(output.find(help_start() + "\nGeneric Options:\n  --help "), 0U) << output;
     for (const char* shown :
          {"\nConfiguration:\n", "--download-dir arg", "--retry-duration arg (=60)",
           "--parallel-downloads arg (=4)", "(between 1-6)", "0-10000)",
@@ -46,8 +54,7 @@ TEST_F(HostOptions, AreExplainedByHelp)
 {
     run({"--help"});
     expect_stopped(
-        "Usage: vinst [options...]\n"
-        "Downloads/installs Orvane Veltrin Crest Pro Edition 5.2 for Linux\n"
+        help_start() +
         "\n"
         "Generic Options:\n"
         "  --help                         Help\n"
@@ -228,13 +235,13 @@ TEST_F(HostOptions, GiveTheProxyAUserWhosePasswordMayBeEmpty)
 
 TEST_F(HostOptions, OfDirectoriesAreChecked)
 {
-    run({"--download-dir", (dir / "with blank").string()});
+    run({"--download-dir", host_path(dir / "with blank")});
     expect_stopped("Download or installation path cannot include spaces.\n");
     dir.write("file", "x");
-    run({"--download-dir", (dir / "file").string()});
-    expect_stopped("Failed to create " + (dir / "file").string() +
+    run({"--download-dir", host_path(dir / "file")});
+    expect_stopped("Failed to create " + host_path(dir / "file") +
                    " directory. Check if you have the write permission.\n");
-    run(run_arguments({"--install-dir", (dir / "in st").string(), "--accept-eula"}));
+    run(run_arguments({"--install-dir", host_path(dir / "in st"), "--accept-eula"}));
     expect_stopped("Download or installation path cannot include spaces.\n");
 }
 
@@ -254,16 +261,16 @@ TEST_F(HostOptions, NameComponentsOfThePlatform)
         run(run_arguments({"--components", text}));
         expect_stopped(piece + " is invalid\n");
     }
-    run(run_arguments({"--platform", "windows", "--components", "vscope"}));
+    run(run_arguments({"--platform", other_platform().toStdString(), "--components", "vscope"}));
     expect_stopped("vscope is invalid\n");
     EXPECT_EQ(server.request_count(), 0U);
     run(run_arguments({"--components", "vscope"}));
     EXPECT_TRUE(output_holds("Components selected:\n  vscope\nTotal "));
     EXPECT_TRUE(std::filesystem::exists(dir / "dl/vscope.run"));
     EXPECT_FALSE(std::filesystem::exists(dir / "dl/veltrin_base.run"));
-    run(run_arguments({"--platform", "windows"}));
-    EXPECT_TRUE(
-        output_holds("Platform selected: windows\nComponents selected:\n  vdriver\nTotal "));
+    run(run_arguments({"--platform", other_platform().toStdString()}));
+    EXPECT_TRUE(output_holds("Platform selected: " + other_platform().toStdString() +
+                             "\nComponents selected:\n  vdriver\nTotal "));
     EXPECT_TRUE(std::filesystem::exists(dir / "dl/vdriver.exe"));
     run(run_arguments({"--components", "veltrin"}));
     EXPECT_TRUE(output_holds("Components selected:\n  veltrin_base\nTotal ")) << output;
@@ -272,17 +279,17 @@ TEST_F(HostOptions, NameComponentsOfThePlatform)
 
 TEST_F(HostOptions, NameAnotherManifest)
 {
-    run({"--manifest", (dir / "none.json").string()});
-    expect_stopped("Manifest file " + (dir / "none.json").string() +
+    run({"--manifest", host_path(dir / "none.json")});
+    expect_stopped("Manifest file " + host_path(dir / "none.json") +
                    " does not exist\nCan't read manifest data\n");
-    const std::string bad = dir.write("bad.json", "[{").string();
+    const std::string bad = host_path(dir.write("bad.json", "[{"));
     run({"--help", "--manifest", bad});
     expect_stopped("Manifest file " + bad +
                    " is not in the supported format\nCan't read manifest data\n");
     RELEASE_BUILDER other(dir / "other");
     other.edition("standard").download_url(server.url("")).test_file(server.url(""));
     other.component("else").pattern_content(10, 1);
-    const std::string other_manifest = other.write().string();
+    const std::string other_manifest = host_path(other.write());
     server.serve_directory(dir / "other");
     run(run_arguments({"--manifest", other_manifest}));
     EXPECT_TRUE(output_holds("Components selected:\n  else\nTotal "));
@@ -307,8 +314,7 @@ TEST_F(HostOptions, ShowTheLicence)
     dir.write("bin/xdg-open", "#!/bin/sh\necho \"opened $1\"\n", 0755);
     environment["PATH"] = (dir / "bin").string() + ":" + std::getenv("PATH");
     run({"--view-eula"});
-    const std::string licence =
-        std::filesystem::path(VINST_TEST_BINARY_DIR).string() + "/licenses/main.html";
+    const std::string licence = tested_build_dir().string() + "/licenses/main.html";
     expect_stopped("opened " + licence + "\n");
     EXPECT_TRUE(std::filesystem::exists(licence));
     dir.write("bin/xdg-open", "#!/bin/sh\nexit 3\n", 0755);
@@ -355,10 +361,10 @@ TEST_F(HostOptions, ChooseTheMode)
     EXPECT_TRUE(output_holds("Download successful"));
     run({"--gui"});
     expect_stopped("There is no display to show windows on. Use the console program vinst.\n");
-    run({}, "vinst_gui");
+    run({}, tested_graphical_host());
     expect_stopped("There is no display to show windows on. Use the console program vinst.\n");
     environment["DISPLAY"] = ":9999";
-    run({"--cli"}, "vinst_gui");
+    run({"--cli"}, tested_graphical_host());
     expect_stopped(
         "The display cannot be opened. Check DISPLAY, or use the console program vinst.\n");
 }
@@ -367,8 +373,8 @@ TEST_F(HostOptions, OpenTheWindowWhereOneCanBeShown)
 {
     publish();
     environment["QT_QPA_PLATFORM"] = "offscreen";
-    for (const auto& [arguments, name] :
-         {std::pair(ARGUMENTS{}, "vinst_gui"), std::pair(ARGUMENTS{"--gui"}, "vinst")})
+    for (const auto& [arguments, name] : {std::pair(ARGUMENTS{}, tested_graphical_host()),
+                                          std::pair(ARGUMENTS{"--gui"}, tested_console_host())})
     {
         CHILD_PROCESS child(setup(arguments, name));
         EXPECT_FALSE(child.wait(1s)) << "the window must be waiting for its user";
@@ -384,11 +390,12 @@ TEST_F(HostOptions, OfTheGraphicalHostAreItsOwn)
 {
     environment["QT_QPA_PLATFORM"] = "offscreen";
     // The documentation's page is opened instead; there is no browser here.
-    run({"--help"}, "vinst_gui");
+    run({"--help"}, tested_graphical_host());
     expect_stopped("");
     // Those of the console decide nothing here: the window opens.
-    CHILD_PROCESS child(setup(
-        {"--cli", "--download-dir", (dir / "with blank").string(), "--auto-install"}, "vinst_gui"));
+    CHILD_PROCESS child(
+        setup({"--cli", "--download-dir", host_path(dir / "with blank"), "--auto-install"},
+              tested_graphical_host()));
     EXPECT_FALSE(child.wait(1s));
     EXPECT_EQ(child.output(), "");
     EXPECT_FALSE(std::filesystem::exists(dir / "with blank"));
@@ -398,7 +405,7 @@ TEST_F(HostOptions, OfTheGraphicalHostAreItsOwn)
 TEST_F(HostOptions, ThatAreUnknownAreShownByTheGraphicalHostAsWell)
 {
     environment["QT_QPA_PLATFORM"] = "offscreen";
-    CHILD_PROCESS child(setup({"--nonsense"}, "vinst_gui"));
+    CHILD_PROCESS child(setup({"--nonsense"}, tested_graphical_host()));
     EXPECT_TRUE(child.wait_for(
         [](const std::string& said, const std::string& errors_said)
         {

@@ -148,7 +148,7 @@ TEST_F(HostDiscovery, BringsAWholeReleaseThroughTheProxyOfTheNetwork)
     run(run_arguments({"--debug"}));
     EXPECT_TRUE(result.exited_with(0));
     EXPECT_TRUE(output_holds("Download successful\n")) << output << errors;
-    EXPECT_EQ(read_file(downloads() + "/one.run"), read_file(builder.file("one").path));
+    EXPECT_EQ(read_file(dir / "dl/one.run"), read_file(builder.file("one").path));
     EXPECT_TRUE(holds(log(), "[debug] autoproxy for url: http://wpad/wpad.dat\n"));
     EXPECT_TRUE(holds(
         log(), "[info] autoproxy server: 127.0.0.1 port: " + std::to_string(proxy.port()) + "\n"));
@@ -337,7 +337,7 @@ TEST_F(HostDiscovery, IsNotNeededWhereTheTransferReadsTheVariablesItself)
         EXPECT_TRUE(output_holds(attempt("", "") + "Test download -> success\n")) << name << output;
         EXPECT_TRUE(output_holds("Download successful\n")) << name << output;
         EXPECT_FALSE(holds(log(), "wpad")) << name;
-        remove_tree(downloads());
+        remove_tree(dir / "dl");
     }
 }
 

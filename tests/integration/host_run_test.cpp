@@ -35,7 +35,9 @@ TEST_F(HostRun, SaysWhatItDoesFromTheTestToTheResult)
     EXPECT_EQ(output.find("Testing internet connection ... \n"
                           "INFO: Proxy server: , port:\n"
                           "Test download -> success\n"
-                          "Platform selected: linux\n"
+                          "Platform selected: " +
+                          tested_platform() +
+                          "\n"
                           "Components selected:\n"
                           "  one\n"
                           "Total selected components size: 0.00 GB\n"
@@ -215,7 +217,7 @@ TEST_F(HostRun, FetchesAsManyFilesAtATimeAsItIsTold)
         counting.serve_directory(dir / "release");
         for (int i = 0; i < 8; ++i)
             counting.set_faults("/part" + std::to_string(i) + ".run", {FAULT::trickle(1000, 60ms)});
-        std::filesystem::remove_all(downloads());
+        std::filesystem::remove_all(dir / "dl");
         run(run_arguments(arguments));
         EXPECT_TRUE(output_holds("\nDownload successful\n")) << output;
         EXPECT_EQ(counting.peak_requests(), peak);
@@ -228,9 +230,9 @@ TEST_F(HostRun, LeavesWhatItFetchedReadyToBeRun)
     builder.component("two").filename("two.qdz");
     publish();
     run(run_arguments());
-    EXPECT_EQ(std::filesystem::status(downloads() + "/one.run").permissions(),
+    EXPECT_EQ(std::filesystem::status(dir / "dl/one.run").permissions(),
               std::filesystem::perms::owner_all);
-    EXPECT_EQ(std::filesystem::status(downloads() + "/two.qdz").permissions() &
+    EXPECT_EQ(std::filesystem::status(dir / "dl/two.qdz").permissions() &
                   std::filesystem::perms::owner_exec,
               std::filesystem::perms::none);
 }
@@ -245,7 +247,7 @@ TEST_F(HostRun, GoesOnWhereAnEarlierRunWasStopped)
     ASSERT_TRUE(first.wait_for_output("[100000 / 300000] 33%", 20s)) << first.output();
     first.send_signal(SIGTERM);
     ASSERT_TRUE(first.wait(10s));
-    ASSERT_EQ(std::filesystem::file_size(downloads() + "/one.run"), 100'000U);
+    ASSERT_EQ(std::filesystem::file_size(dir / "dl/one.run"), 100'000U);
     run(run_arguments());
     EXPECT_TRUE(output_holds("\nDownload successful\n")) << output;
     EXPECT_EQ(server.requests("/one.run").at(1).range(), "bytes=100000-");
@@ -287,7 +289,7 @@ TEST_F(HostRun, InstallsNothingAfterGivingUp)
     server.set_faults("/one.run", {FAULT::status(500)});
     run(run_arguments({"--retry-duration", "0", "--install-dir", installed(), "--accept-eula"}));
     EXPECT_FALSE(output_holds("Do install"));
-    EXPECT_FALSE(std::filesystem::exists(installed()));
+    EXPECT_FALSE(std::filesystem::exists(dir / "inst"));
 }
 
 TEST_F(HostRun, EndsWhereTheConnectionTestFails)
@@ -310,8 +312,8 @@ TEST_F(HostRun, LeavesARunningFileToTheRunThatFetchesIt)
     CHILD_PROCESS first(setup(run_arguments()));
     ASSERT_TRUE(server.wait_for_body_bytes("/one.run", 10'000, 20s));
     run(run_arguments({"--retry-duration", "0"}));
-    EXPECT_TRUE(output_holds("\nOne: Cannot write " + downloads() +
-                             "/one.run: another process is writing it\n"))
+    EXPECT_TRUE(output_holds("\nOne: Cannot write " + download("one.run") +
+                             ": another process is writing it\n"))
         << output;
     const auto ended = first.wait(60s);
     ASSERT_TRUE(ended);
@@ -341,7 +343,7 @@ TEST_F(HostRun, GoesOnAfterEveryKill)
         ASSERT_TRUE(child.wait(10s));
         for (const char* name : {"one", "two"})
         {
-            const std::string path = downloads() + "/" + name + ".run";
+            const std::filesystem::path path = dir / "dl" / (name + std::string(".run"));
             if (!std::filesystem::exists(path))
                 continue;
             const std::string bytes = read_file(path);

@@ -173,7 +173,7 @@ TEST_F(HostSignals, EndTransfersAndKeepWhatTheyBrought)
     for (const int signal_number : {SIGINT, SIGTERM, SIGHUP})
         for (const FAULT& fault : {FAULT::trickle(1000, 20ms), FAULT::stall_after(5000)})
         {
-            std::filesystem::remove_all(downloads());
+            std::filesystem::remove_all(dir / "dl");
             builder.component("one").pattern_content(3'000'000, 1);
             publish();
             server.set_faults("/one.run", {fault});
@@ -197,7 +197,7 @@ TEST_F(HostSignals, EndTheHashingOfALargeFile)
     builder.component("one").pattern_content(1000, 1).raw_key("size", "20000000000");
     publish();
     dir.write("dl/one.run", "");
-    std::filesystem::resize_file(downloads() + "/one.run", 20'000'000'000); // a hole
+    std::filesystem::resize_file(dir / "dl/one.run", 20'000'000'000); // a hole
     for (const int signal_number : {SIGINT, SIGTERM})
     {
         CHILD_PROCESS child(setup(run_arguments({"--bypass"})));
@@ -220,7 +220,7 @@ TEST_F(HostSignals, EndTheHashingOfALargeFileBeforeItsInstallation)
         .key("md5sum", "c9a5a6878d97b48cc965c1e41859f034"); // of so many zeros
     publish();
     dir.write("dl/b.run", "");
-    std::filesystem::resize_file(downloads() + "/b.run", size); // a hole
+    std::filesystem::resize_file(dir / "dl/b.run", size); // a hole
     CHILD_PROCESS child(
         setup(run_arguments({"--bypass", "--install-dir", installed(), "--accept-eula"})));
     ASSERT_TRUE(child.wait_for_output("Do install ...", 120s)) << child.output();
@@ -256,7 +256,7 @@ TEST_F(HostSignals, ArePassedOnToARunningInstaller)
     expect_log_kept();
     EXPECT_NE(log().find(" returned 9: "), std::string::npos) << log();
     EXPECT_NE(log().find("caught\n"), std::string::npos) << log();
-    EXPECT_FALSE(std::filesystem::exists(installed() + "/install_order"));
+    EXPECT_FALSE(std::filesystem::exists(dir / "inst/install_order"));
     EXPECT_FALSE(output_holds("Installation"));
 }
 

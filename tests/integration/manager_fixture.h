@@ -7,6 +7,7 @@
 #include "tests/harness/fault_server.h"
 #include "tests/harness/release_builder.h"
 #include "tests/harness/temp_dir.h"
+#include "tests/harness/tested_host.h"
 
 #include <gtest/gtest.h>
 
@@ -43,7 +44,7 @@ protected:
 
     VINST_COMPONENT* component(const QString& name) const
     {
-        return release->find_component(name, "linux");
+        return release->find_component(name, this_platform());
     }
 
     VINST_COMPONENT_LIST all() const

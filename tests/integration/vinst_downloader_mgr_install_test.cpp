@@ -73,7 +73,7 @@ TEST_F(Install, FindsTheDeviceInstallerThatTheMainProductLaidDown)
     builder.component("orion").parent("devinfo").standalone().filename("orion.vdz");
     fetch();
     EXPECT_TRUE(manager->install());
-    EXPECT_EQ(order(), "veltrin_base.run\ndev_install.run\n");
+    EXPECT_EQ(order(), "veltrin_base.run\ndev_install" + tested_installer_suffix() + "\n");
 }
 
 TEST_F(Install, HashesAChangedFileAgain)
@@ -141,7 +141,7 @@ TEST_F(Install, FailsWhenAnActionFails)
     builder.component("act").data_type("install").no_file().cmd_exe("missing");
     fetch();
     EXPECT_FALSE(manager->install());
-    EXPECT_TRUE(log_holds("/inst/missing returned -1: It could not be started: "));
+    EXPECT_TRUE(log_holds(native("/inst/missing") + " returned -1: It could not be started: "));
 }
 
 TEST_F(Install, RunsNoActionAfterAnInstallerThatFailed)

@@ -142,7 +142,7 @@ TEST(Move, LeavesNothingBehindWhereTheOtherFileSystemIsFull)
 TEST(FileNames, AreUtf8)
 {
     const TEMP_DIR dir;
-    const std::string path = (dir / "\xC3\xBC \xE6\xBC\xA2").string();
+    const std::string path = dir.str() + "/\xC3\xBC \xE6\xBC\xA2";
     EXPECT_TRUE(FIO_FILE_SYSTEM::create_private_file(path));
     EXPECT_TRUE(FIO_FILE_SYSTEM::exists(path));
     EXPECT_TRUE(FIO_FILE_SYSTEM::move(path, path + "2", false));

@@ -1,10 +1,10 @@
 #include "support/main/main_assert.h"
 
+#include "tests/harness/death_test.h"
+
 #include <gtest/gtest.h>
 
-#include <csignal>
 #include <exception>
-#include <unistd.h>
 
 namespace
 {
@@ -19,7 +19,7 @@ bool counted(bool answer)
 
 [[noreturn]] void end_with_code_9()
 {
-    _exit(9);
+    end_with(9);
 }
 
 }
@@ -41,10 +41,9 @@ TEST(Assertion, IsAnExpression)
 
 TEST(AssertionDeathTest, PrintsItsConditionFileAndLineInEveryBuildType)
 {
-    EXPECT_EXIT(MAIN_ASSERT(counted(false) && "a \"quoted\" 100%s"),
-                ::testing::KilledBySignal(SIGABRT),
+    EXPECT_EXIT(MAIN_ASSERT(counted(false) && "a \"quoted\" 100%s"), ended_by_abort,
                 "^Assertion failed: counted\\(false\\) && \"a \\\\\"quoted\\\\\" 100%s\", file "
-                "tests/unit/main_assert_test.cpp, line [0-9]+\n");
+                "tests/unit/main_assert_test.cpp, line " VINST_DIGITS "\n");
 }
 
 TEST(AssertionDeathTest, EndsThroughTheTerminateHandler)

@@ -1,6 +1,7 @@
 #include "install/vinst/vinst_cmdline.h"
 
 #include "install/vinst/vinst_messages.h"
+#include "install/vinst/vinst_platform.h"
 #include "tests/harness/temp_dir.h"
 
 #include <gtest/gtest.h>
@@ -67,7 +68,7 @@ protected:
     /// With a download directory, which every console run needs.
     int parse_run(std::vector<std::string> arguments)
     {
-        arguments.insert(arguments.begin(), {"--download-dir", dir / "downloads"});
+        arguments.insert(arguments.begin(), {"--download-dir", (dir / "downloads").string()});
         return parse(arguments);
     }
 
@@ -101,12 +102,13 @@ TEST_F(OptionsTest, TakesTheDefaultsWhereNothingIsGiven)
     EXPECT_TRUE(options.console_mode);
     EXPECT_EQ(options.parallel_downloads, 4);
     EXPECT_EQ(options.retry_duration, 60);
-    EXPECT_EQ(options.platform, "linux");
+    EXPECT_EQ(options.platform, host_platform().toStdString());
     EXPECT_FALSE(options.auto_install);
     EXPECT_FALSE(options.accept_eula);
     EXPECT_FALSE(options.bypass);
     EXPECT_FALSE(options.debug);
-    EXPECT_EQ(selected_names(), (NAMES{"veltrin_base", "vscope"}));
+    EXPECT_EQ(selected_names(),
+              host_platform() == "linux" ? (NAMES{"veltrin_base", "vscope"}) : NAMES{"vdriver"});
 }
 
 TEST_F(OptionsTest, KeepsTheSchemeOfAProxyWithItsServer)
@@ -204,17 +206,19 @@ TEST_F(OptionsTest, TakesPlatformsInLowerCaseAlone)
 
 TEST_F(OptionsTest, ResolvesNamedComponentsInTheirOrder)
 {
-    ASSERT_EQ(parse_run({"--components", "vscope,veltrin,veltrin_base,vscope"}), 0);
+    ASSERT_EQ(
+        parse_run({"--platform", "linux", "--components", "vscope,veltrin,veltrin_base,vscope"}),
+        0);
     EXPECT_EQ(selected_names(), (NAMES{"vscope", "veltrin_base"}));
 }
 
 TEST_F(OptionsTest, NamesTheFirstComponentThatThePlatformDoesNotOffer)
 {
-    EXPECT_EQ(parse_run({"--components", "vscope,,nothing"}), 1);
+    EXPECT_EQ(parse_run({"--platform", "linux", "--components", "vscope,,nothing"}), 1);
     EXPECT_EQ(output, " is invalid\n");
-    EXPECT_EQ(parse_run({"--components", "vdriver,nothing"}), 1);
+    EXPECT_EQ(parse_run({"--platform", "linux", "--components", "vdriver,nothing"}), 1);
     EXPECT_EQ(output, "vdriver is invalid\n");
-    EXPECT_EQ(parse_run({"--components", "VSCOPE"}), 1);
+    EXPECT_EQ(parse_run({"--platform", "linux", "--components", "VSCOPE"}), 1);
     EXPECT_EQ(output, "VSCOPE is invalid\n");
 }
 
@@ -226,11 +230,11 @@ TEST_F(OptionsTest, ShowsNoControlCharactersOfABadName)
 
 TEST_F(OptionsTest, TurnsInstallingOnWhereADirectoryIsGiven)
 {
-    ASSERT_EQ(parse_run({"--install-dir", dir / "product/", "--accept-eula"}), 0);
+    ASSERT_EQ(parse_run({"--install-dir", (dir / "product/").string(), "--accept-eula"}), 0);
     EXPECT_TRUE(options.auto_install);
     EXPECT_TRUE(options.accept_eula);
-    EXPECT_EQ(options.release->install_dir().toStdString(), dir / "product");
-    EXPECT_FALSE(QDir(QString::fromStdString(dir / "product")).exists());
+    EXPECT_EQ(options.release->install_dir().toStdString(), (dir / "product").string());
+    EXPECT_FALSE(QDir(QString::fromStdString((dir / "product").string())).exists());
 }
 
 TEST_F(OptionsTest, DoesNotLookAtTheLicenceWithoutInstalling)
@@ -241,9 +245,9 @@ TEST_F(OptionsTest, DoesNotLookAtTheLicenceWithoutInstalling)
 
 TEST_F(OptionsTest, MakesTheDownloadDirectoryWithItsParents)
 {
-    ASSERT_EQ(parse({"--download-dir", dir / "a/b/c/"}), 0);
-    EXPECT_TRUE(QDir(QString::fromStdString(dir / "a/b/c")).exists());
-    EXPECT_EQ(options.release->download_dir().toStdString(), dir / "a/b/c");
+    ASSERT_EQ(parse({"--download-dir", (dir / "a/b/c/").string()}), 0);
+    EXPECT_TRUE(QDir(QString::fromStdString((dir / "a/b/c").string())).exists());
+    EXPECT_EQ(options.release->download_dir().toStdString(), native((dir / "a/b/c").string()));
 }
 
 TEST_F(OptionsTest, TakesAMirrorInPlaceOfTheManifestsAddress)

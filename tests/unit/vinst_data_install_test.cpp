@@ -79,32 +79,34 @@ TEST_F(InstallCommand, IsEmptyWhileADependencysFileIsMissing)
 TEST_F(InstallCommand, RunsAnInstallerWithoutAsking)
 {
     EXPECT_EQ(command(add("tool")),
-              "DL/tool.run --mode unattended --unattendedmodeui minimal --accept_eula 1  "
-              "--installdir /opt/v");
+              native("DL/tool.run --mode unattended --unattendedmodeui minimal --accept_eula 1  "
+                     "--installdir /opt/v"));
     release.unattended_ui = 0;
     EXPECT_EQ(command(add("other")),
-              "DL/other.run --mode unattended --unattendedmodeui none --accept_eula 1  "
-              "--installdir /opt/v");
+              native("DL/other.run --mode unattended --unattendedmodeui none --accept_eula 1  "
+                     "--installdir /opt/v"));
 }
 
 TEST_F(InstallCommand, AcceptsNoLicenceForTheLicenceServiceAlone)
 {
-    EXPECT_EQ(command(add("flexlm")),
-              "DL/flexlm.run --mode unattended --unattendedmodeui minimal --installdir /opt/v");
+    EXPECT_EQ(
+        command(add("flexlm")),
+        native("DL/flexlm.run --mode unattended --unattendedmodeui minimal --installdir /opt/v"));
 }
 
 TEST_F(InstallCommand, LetsAnAttendedInstallerAsk)
 {
-    EXPECT_EQ(command(add("tool"), false), "DL/tool.run --installdir /opt/v");
+    EXPECT_EQ(command(add("tool"), false), native("DL/tool.run --installdir /opt/v"));
 }
 
 TEST_F(InstallCommand, NamesTheSimulatorsEdition)
 {
-    EXPECT_EQ(command(add("morlan_fe")),
-              "DL/morlan_fe.run --mode unattended --unattendedmodeui minimal --accept_eula 1  "
-              "--installdir /opt/v --morlan_edition morlan_fe");
+    EXPECT_EQ(
+        command(add("morlan_fe")),
+        native("DL/morlan_fe.run --mode unattended --unattendedmodeui minimal --accept_eula 1  "
+               "--installdir /opt/v --morlan_edition morlan_fe"));
     EXPECT_EQ(command(add("morlan_fse"), false),
-              "DL/morlan_fse.run --installdir /opt/v --morlan_edition morlan_fse");
+              native("DL/morlan_fse.run --installdir /opt/v --morlan_edition morlan_fse"));
     EXPECT_EQ(command(add("morlan")), "");
     EXPECT_EQ(command(add("morlan_common")), "");
 }
@@ -123,26 +125,28 @@ TEST_F(InstallCommand, ListsThePartsOfTheMainProduct)
     add("morlan_fe");
     add("morlan_fse", false, "");
     add("driver", true, ".exe", "windows");
-    EXPECT_EQ(command(main_product),
-              "DL/veltrin_base.run --mode unattended --unattendedmodeui minimal --accept_eula 1  "
-              "--installdir /opt/v --enable-components tool,orion,morlan_fe "
-              "--disable-components missing,alone,lyra,morlan_fse");
+    EXPECT_EQ(
+        command(main_product),
+        native("DL/veltrin_base.run --mode unattended --unattendedmodeui minimal --accept_eula 1  "
+               "--installdir /opt/v --enable-components tool,orion,morlan_fe "
+               "--disable-components missing,alone,lyra,morlan_fse"));
 }
 
 TEST_F(InstallCommand, OmitsEmptyListsOfParts)
 {
     VINST_COMPONENT* main_product = add_main();
-    EXPECT_EQ(command(main_product, false), "DL/veltrin_base.run --installdir /opt/v");
+    EXPECT_EQ(command(main_product, false), native("DL/veltrin_base.run --installdir /opt/v"));
     add("missing", false);
     EXPECT_EQ(command(main_product, false),
-              "DL/veltrin_base.run --installdir /opt/v --disable-components missing");
+              native("DL/veltrin_base.run --installdir /opt/v --disable-components missing"));
 }
 
 TEST_F(InstallCommand, SkipsTheMainProductsOwnSumsOnWindows)
 {
-    EXPECT_EQ(command(add_main(), true, "windows"),
-              "DL/veltrin_base.run --mode unattended --unattendedmodeui minimal --accept_eula 1  "
-              "--skip_checksum 1  --installdir /opt/v");
+    EXPECT_EQ(
+        command(add_main(), true, "windows"),
+        native("DL/veltrin_base.run --mode unattended --unattendedmodeui minimal --accept_eula 1  "
+               "--skip_checksum 1  --installdir /opt/v"));
 }
 
 TEST_F(InstallCommand, EndsWithTheShortcutOptionsOfThePlatform)
@@ -155,7 +159,7 @@ TEST_F(InstallCommand, EndsWithTheShortcutOptionsOfThePlatform)
     action->kind = VINST_COMPONENT_KIND::install;
     action->cmd_options = "--shortcuts 1 --menu 1";
     EXPECT_EQ(command(main_product, false),
-              "DL/veltrin_base.run --installdir /opt/v --shortcuts 1 --menu 1");
+              native("DL/veltrin_base.run --installdir /opt/v --shortcuts 1 --menu 1"));
 }
 
 TEST_F(InstallCommand, LeavesPartsToASelectedMainProduct)
@@ -191,7 +195,7 @@ TEST_F(InstallCommand, HandsADeviceToTheDeviceInstaller)
     EXPECT_EQ(command(orion), "");
     EXPECT_EQ(command(add("loose", true, ".vdz")), "");
 
-    const std::string installer = install + "/devices/dev_install/dev_install.run";
+    const std::string installer = native(install + "/") + "devices/dev_install/dev_install.run";
     dir.write("inst/devices/dev_install/dev_install.run", "x");
     const std::string start = installer +
                               " --mode unattended --unattendedmodeui minimal --accept_eula 1  "
@@ -221,8 +225,8 @@ TEST_F(InstallCommand, PutsPartsWithBlanksInQuotes)
     release.set_install_dir("/opt/my \"v\"");
     dir.write("d l/tool.run", "x");
     VINST_COMPONENT* tool = add("tool", false);
-    EXPECT_EQ(command(tool, false),
-              '"' + (dir / "d l").string() + "/tool.run\" --installdir \"/opt/my \"\"\"v\"\"\"\"");
+    EXPECT_EQ(command(tool, false), native('"' + (dir / "d l").string() +
+                                           "/tool.run\" --installdir \"/opt/my \"\"\"v\"\"\"\""));
 }
 
 TEST_F(InstallCommand, SurvivesAComponentOfNoPlatform)
@@ -254,17 +258,19 @@ TEST_F(InstallCommand, ReadsOnWindowsAsTheInstallersExpect)
     VINST_COMPONENT* action = add("desktop_shortcuts", false, "", "windows");
     action->kind = VINST_COMPONENT_KIND::install;
     action->cmd_options = "--shortcuts 1";
-    EXPECT_EQ(command(main_product, true, "windows"),
-              "DL/veltrin_base.exe --mode unattended --unattendedmodeui minimal --accept_eula 1  "
-              "--skip_checksum 1  --installdir /opt/v --enable-components help "
-              "--disable-components vprogrammer --shortcuts 1");
+    EXPECT_EQ(
+        command(main_product, true, "windows"),
+        native("DL/veltrin_base.exe --mode unattended --unattendedmodeui minimal --accept_eula 1  "
+               "--skip_checksum 1  --installdir /opt/v --enable-components help "
+               "--disable-components vprogrammer --shortcuts 1"));
 }
 
 TEST_F(InstallCommand, ShowsTheMinimalInterfaceForEverySettingButZero)
 {
     release.unattended_ui = -1;
-    EXPECT_EQ(command(add("flexlm")),
-              "DL/flexlm.run --mode unattended --unattendedmodeui minimal --installdir /opt/v");
+    EXPECT_EQ(
+        command(add("flexlm")),
+        native("DL/flexlm.run --mode unattended --unattendedmodeui minimal --installdir /opt/v"));
 }
 
 TEST_F(InstallCommand, IsEmptyWhereADirectoryStandsInTheFilesPlace)
@@ -288,7 +294,7 @@ TEST_F(InstallCommand, GivesALooseArchiveNoneEvenWhenItStandsAlone)
     loose->standalone = true;
     EXPECT_EQ(command(loose), "");
     EXPECT_EQ(command(add_main(), false),
-              "DL/veltrin_base.run --installdir /opt/v --disable-components loose");
+              native("DL/veltrin_base.run --installdir /opt/v --disable-components loose"));
 }
 
 TEST_F(InstallCommand, IsEmptyWhereADirectoryStandsInTheDeviceInstallersPlace)
@@ -348,11 +354,11 @@ protected:
 
 TEST_F(ActionCommand, RunsInTheInstallDirectory)
 {
-    EXPECT_EQ(command(), "/opt/v/bin/notify --level 2");
+    EXPECT_EQ(command(), native("/opt/v/bin/notify --level 2"));
     release.set_install_dir("/opt/my v");
-    EXPECT_EQ(command(), "\"/opt/my v/bin/notify\" --level 2");
+    EXPECT_EQ(command(), native("\"/opt/my v/bin/notify\" --level 2"));
     action->cmd_options.clear();
-    EXPECT_EQ(command(), "\"/opt/my v/bin/notify\"");
+    EXPECT_EQ(command(), native("\"/opt/my v/bin/notify\""));
 }
 
 TEST_F(ActionCommand, IsNoneWithoutAProgram)
@@ -377,5 +383,5 @@ TEST_F(ActionCommand, BelongsToItsParentOrTheMainProduct)
     action->parent = add("tools");
     EXPECT_EQ(owner_of_action(*action, "linux"), action->parent);
     action->parent->selection = VINST_SELECTION::partly_selected;
-    EXPECT_EQ(command(), "/opt/v/bin/notify --level 2");
+    EXPECT_EQ(command(), native("/opt/v/bin/notify --level 2"));
 }

@@ -1,5 +1,7 @@
 #include "install/vinst/vinst_data.h"
 
+#include "tests/harness/temp_dir.h"
+
 #include <gtest/gtest.h>
 
 #include <QDir>
@@ -81,10 +83,13 @@ TEST(DefaultDirectories, NameTheEditionAndTheShortVersion)
     VINST_RELEASE release;
     release.edition = "pro";
     release.set_version("5.2.0.31");
-    EXPECT_EQ(release.default_download_dir(), QDir::homePath() + "/Downloads/orvaneFPGA_pro_5.2");
-    EXPECT_EQ(release.default_install_dir("linux"), "C:\\orvaneFPGA_pro/5.2");
-    EXPECT_EQ(release.install_dir(), "C:\\orvaneFPGA_pro/5.2");
-    EXPECT_EQ(release.default_install_dir("windows"), "C:\\orvaneFPGA_pro/5.2");
+    EXPECT_EQ(release.default_download_dir(),
+              native(QDir::homePath() + "/Downloads/orvaneFPGA_pro_5.2"));
+    EXPECT_EQ(QDir::fromNativeSeparators(release.default_install_dir("linux")),
+              QDir::fromNativeSeparators("C:\\orvaneFPGA_pro/5.2"));
+    EXPECT_EQ(release.install_dir(), native(QStringLiteral("C:\\orvaneFPGA_pro/5.2")));
+    EXPECT_EQ(release.default_install_dir("windows"),
+              native(QStringLiteral("C:\\orvaneFPGA_pro/5.2")));
 }
 
 TEST(DefaultDirectories, AreTheManifestsWhereItNamesThem)
@@ -92,9 +97,9 @@ TEST(DefaultDirectories, AreTheManifestsWhereItNamesThem)
     VINST_RELEASE release;
     release.installdir_linux = "/opt//orvane/./5.2/";
     release.installdir_windows = "D:/orvane";
-    EXPECT_EQ(release.default_install_dir("linux"), "/opt/orvane/5.2");
-    EXPECT_EQ(release.install_dir(), "/opt/orvane/5.2");
-    EXPECT_EQ(release.default_install_dir("windows"), "D:/orvane");
+    EXPECT_EQ(QDir::fromNativeSeparators(release.default_install_dir("linux")), "/opt/orvane/5.2");
+    EXPECT_EQ(release.install_dir(), native(QStringLiteral("/opt/orvane/5.2")));
+    EXPECT_EQ(release.default_install_dir("windows"), native(QStringLiteral("D:/orvane")));
 }
 
 TEST(DefaultDirectoriesDeathTest, AssertThePlatform)
@@ -108,9 +113,9 @@ TEST(StoredDirectories, AreCleanAndWithoutATrailingSeparator)
 {
     VINST_RELEASE release;
     release.set_download_dir("/a//b/../c/");
-    EXPECT_EQ(release.download_dir(), "/a/c");
+    EXPECT_EQ(release.download_dir(), native(QStringLiteral("/a/c")));
     release.set_install_dir("relative/./x/");
-    EXPECT_EQ(release.install_dir(), "relative/x");
+    EXPECT_EQ(release.install_dir(), native(QStringLiteral("relative/x")));
 }
 
 TEST(StoredDirectories, TakeTheDefaultOnFirstUse)
@@ -120,7 +125,7 @@ TEST(StoredDirectories, TakeTheDefaultOnFirstUse)
     release.set_version("5.2");
     EXPECT_EQ(release.ensure_download_dir(), release.default_download_dir());
     release.set_download_dir("/x");
-    EXPECT_EQ(release.ensure_download_dir(), "/x");
+    EXPECT_EQ(release.ensure_download_dir(), native(QStringLiteral("/x")));
 }
 
 TEST(DownloadUrl, IsTheManifestsOrTheBuiltInOne)
@@ -141,7 +146,7 @@ TEST(DownloadUrl, OfAComponentEncodesItsFileName)
     component->filename = "a b#1%.run";
     EXPECT_EQ(component->download_url(), "http://a/b/a%20b%231%25.run");
     release.set_download_dir("/dl");
-    EXPECT_EQ(component->local_file_path(), "/dl/a b#1%.run");
+    EXPECT_EQ(component->local_file_path(), native(QStringLiteral("/dl/a b#1%.run")));
 }
 
 TEST(TestFile, HasABuiltInAddressAndSumThatStayStored)

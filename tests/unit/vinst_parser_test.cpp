@@ -1,6 +1,7 @@
 #include "install/vinst/vinst_parser.h"
 
 #include "install/vinst/vinst_data.h"
+#include "install/vinst/vinst_platform.h"
 #include "tests/harness/temp_dir.h"
 
 #include <gtest/gtest.h>
@@ -22,8 +23,9 @@ protected:
     bool load(const std::string& text)
     {
         messages.clear();
-        const std::string path = dir.write("manifest.json", text).string();
-        release = parse_manifest(QString::fromStdString(path), [this](const QByteArray& message)
+        dir.write("manifest.json", text);
+        release = parse_manifest(QString::fromStdString(manifest_path()),
+                                 [this](const QByteArray& message)
                                  { messages.push_back(message.toStdString()); });
         return release != nullptr;
     }
@@ -33,9 +35,11 @@ protected:
         return *release->components().at(index);
     }
 
+    std::string manifest_path() const { return (dir / "manifest.json").string(); }
+
     std::string path_message(const std::string& start, const std::string& end) const
     {
-        return start + (dir / "manifest.json").string() + end;
+        return start + manifest_path() + end;
     }
 
     TEMP_DIR dir;
@@ -68,7 +72,7 @@ TEST_F(ManifestTest, RefusesAFileThatDoesNotExist)
 TEST_F(ManifestTest, RefusesWhatIsNoFileToRead)
 {
     dir.make_dir("manifest.json");
-    const QString path = dir.qstr() + "/manifest.json";
+    const QString path = QString::fromStdString(manifest_path());
     EXPECT_EQ(parse_manifest(path, [this](const QByteArray& m) { messages.push_back(m.data()); }),
               nullptr);
     EXPECT_EQ(messages, (MESSAGES{path_message("Cannot open manifest file: ", "\n")}));
@@ -362,6 +366,24 @@ TEST_F(ManifestTest, TakesAnUnsafeFileNameForNone)
     }
 }
 
+TEST_F(ManifestTest, TakesAFileNameForNoneThatDiffersFromAnotherInLetterCaseAlone)
+{
+    const auto element = [](const char* name, const char* filename)
+    {
+        return std::string(R"({"data_type":"download","platform":"linux","title":"","name":")") +
+               name + R"(","filename":")" + filename +
+               R"(","desc":"","md5sum":"","sha1sum":"","size":1,"downloadsize_str":"",)" +
+               R"("installsize":1,"installsize_str":"","selected":1})";
+    };
+    ASSERT_TRUE(load("[" + element("a", "Setup.run") + "," + element("b", "setup.RUN") + "," +
+                     element("c", "Setup.run") + "]"));
+    EXPECT_EQ(component(0).filename, "Setup.run");
+    EXPECT_EQ(component(1).filename, "");
+    EXPECT_EQ(component(2).filename, "Setup.run");
+    ASSERT_EQ(messages.size(), 1U);
+    EXPECT_EQ(messages[0].find("'filename' is not safe: {"), 0U);
+}
+
 TEST_F(ManifestTest, ReplacesControlCharactersInTheNamesThatItTells)
 {
     ASSERT_TRUE(load("[" + whole("a", R"(,"parent":"p\u001b[2J")") + "]"));
@@ -598,7 +620,8 @@ TEST(FindManifestFile, TakesAnEmptyNameForNone)
 {
     // Neither beside this test program nor in a source tree around it is there a manifest.
     QString last = QCoreApplication::applicationDirPath() +
-                   "/../../ib_installers/manifest_files/manifest_linux_standard.json";
+                   "/../../ib_installers/manifest_files/manifest_" + host_platform() +
+                   "_standard.json";
     last.replace("_pro", "_standard");
     for (const char* named : {"", "/none/such.json"})
     {

@@ -1,6 +1,7 @@
 #include "tests/harness/unanswering_port.h"
 
 #include "tests/harness/loopback.h"
+#include "tests/harness/socket.h"
 
 #include <netinet/in.h>
 #include <poll.h>
@@ -11,7 +12,7 @@
 UNANSWERING_PORT::UNANSWERING_PORT(std::uint16_t port)
 {
     const auto [listener, bound_port] = listen_on_loopback(0, port);
-    m_sockets.push_back(listener);
+    m_sockets.push_back(static_cast<int>(listener));
     m_port = bound_port;
     sockaddr_in address = {};
     address.sin_family = AF_INET;

@@ -1,0 +1,41 @@
+# What the program is built with, the same targets on every platform.
+find_package(Qt5 5.15 REQUIRED COMPONENTS Core Gui Network Svg Widgets Test)
+find_package(TBB REQUIRED)
+find_package(CURL 7.87 REQUIRED)
+find_package(Threads REQUIRED)
+
+if(NOT CMAKE_CROSSCOMPILING)
+  find_package(Qt5 5.15 REQUIRED COMPONENTS Qml)
+  find_package(Boost 1.74 REQUIRED COMPONENTS program_options)
+  find_package(fmt REQUIRED)
+  find_package(spdlog REQUIRED)
+  return()
+endif()
+
+# Libraries of headers alone are the build machine's own. A folder of links shows them, and nothing
+# else of that machine, to the cross compiler.
+set(header_links ${CMAKE_BINARY_DIR}/header_links)
+file(MAKE_DIRECTORY ${header_links})
+foreach(name boost fmt spdlog)
+  if(NOT EXISTS /usr/include/${name})
+    message(FATAL_ERROR "/usr/include/${name} is missing. Run scripts/install_deps.sh windows.")
+  endif()
+  file(CREATE_LINK /usr/include/${name} ${header_links}/${name} SYMBOLIC)
+endforeach()
+
+add_library(vinst_headers INTERFACE)
+target_include_directories(vinst_headers SYSTEM INTERFACE ${header_links})
+
+add_library(fmt::fmt INTERFACE IMPORTED)
+target_link_libraries(fmt::fmt INTERFACE vinst_headers)
+target_compile_definitions(fmt::fmt INTERFACE FMT_HEADER_ONLY)
+
+# The log's path may hold any letter.
+add_library(spdlog::spdlog INTERFACE IMPORTED)
+target_link_libraries(spdlog::spdlog INTERFACE fmt::fmt)
+target_compile_definitions(spdlog::spdlog INTERFACE SPDLOG_FMT_EXTERNAL SPDLOG_WCHAR_FILENAMES)
+
+add_library(Boost::program_options STATIC IMPORTED)
+set_target_properties(Boost::program_options PROPERTIES
+  IMPORTED_LOCATION ${VINST_WIN64_SDK}/lib/libboost_program_options.a
+  INTERFACE_LINK_LIBRARIES vinst_headers)

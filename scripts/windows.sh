@@ -1,0 +1,93 @@
+#!/usr/bin/env bash
+# Builds the program for Windows on a Debian 12 machine and tests it under Wine: see usage below.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+usage() {
+    cat <<'END'
+Usage: scripts/windows.sh [--no-tests]
+
+Installs what is missing, cross-builds the Windows programs, runs their tests under Wine and leaves
+build/windows/dist/ with a zip file and a set-up program.
+
+The libraries to link with come from the folder that VINST_WIN64_SDK names; else from
+../shared/win64-sdk.tar.xz, where it is there; else packaging/windows/build_sdk.sh builds them from
+Debian's sources, which takes about an hour.
+END
+}
+
+with_tests=true
+case ${1:-} in
+    --help) usage; exit 0 ;;
+    --no-tests) with_tests=false ;;
+    '') ;;
+    *) usage >&2; exit 2 ;;
+esac
+
+say() { printf '\n== %s\n' "$*"; }
+
+root=$PWD
+build=$root/build/windows
+jobs=$(nproc)
+
+say "Installing what is missing"
+scripts/install_deps.sh test windows
+
+say "Finding the libraries for Windows"
+if [[ -z ${VINST_WIN64_SDK:-} ]]; then
+    VINST_WIN64_SDK=$root/build/win64-sdk
+    if [[ -e $VINST_WIN64_SDK/complete ]]; then
+        :
+    elif [[ -f ../shared/win64-sdk.tar.xz ]]; then
+        rm -rf "$VINST_WIN64_SDK"
+        mkdir -p "$VINST_WIN64_SDK"
+        tar -xJf ../shared/win64-sdk.tar.xz -C "$VINST_WIN64_SDK" --strip-components=1
+        touch "$VINST_WIN64_SDK/complete"
+    else
+        packaging/windows/build_sdk.sh "$VINST_WIN64_SDK"
+        touch "$VINST_WIN64_SDK/complete"
+    fi
+fi
+export VINST_WIN64_SDK
+echo "$VINST_WIN64_SDK"
+
+# Wine's service processes of this prefix end with the script.
+export WINEPREFIX=${WINEPREFIX:-$root/build/wine}
+export WINEDEBUG=-all
+mkdir -p "$(dirname "$WINEPREFIX")"
+end_wine() {
+    WINEPREFIX=$WINEPREFIX "$(command -v wineserver || echo /usr/lib/wine/wineserver)" -k 2>/dev/null || true
+}
+trap end_wine EXIT
+if [[ ! -e $WINEPREFIX/system.reg ]]; then
+    say "Setting Wine up"
+    WINEDLLOVERRIDES=mscoree,mshtml= timeout 180 wineboot -i
+fi
+
+say "Building"
+cmake --preset windows ${CI:+-DVINST_WERROR=ON}
+cmake --build --preset windows -j "$jobs"
+
+if $with_tests; then
+    say "Running the Windows test programs"
+    ctest --preset windows
+
+    say "Running the end-to-end tests with the Windows hosts"
+    cmake --preset release ${CI:+-DVINST_WERROR=ON}
+    cmake --build --preset release -j "$jobs" --target vinst_integration_tests
+    left_out=$(sed -e 's/#.*//' -e 's/[[:space:]]*$//' -e '/^$/d' tests/integration/not_for_windows_hosts.txt | paste -sd '|')
+    VINST_TEST_WINDOWS_BUILD=$build ctest --preset release -R '^integration\.Host' -E "^integration\.($left_out)\$"
+fi
+
+say "Packing"
+version=$(sed -n 's/^project(vinst VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
+rm -rf "$build/dist"
+mkdir -p "$build/dist"
+packaging/windows/collect.sh "$build/bin" "$build/licenses" "$VINST_WIN64_SDK" "$build/layout"
+packaging/windows/pack.sh "$build/layout" "$version" "$build/dist"
+if $with_tests; then
+    say "Testing the set-up program"
+    packaging/windows/test_setup.sh "$build"/dist/*-setup.exe "$build"/dist/*.zip
+fi
+say "Done"
+ls -l "$build/dist"

@@ -1,0 +1,6 @@
+#include "support/curl/curl_ca_bundle.h"
+
+std::string curl_well_known_ca_bundle()
+{
+    return {}; // the system's own store of certificates
+}

@@ -1,0 +1,136 @@
+#include "support/fio/fio_append_file.h"
+
+#include "support/fio/fio_file_system.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+
+#include <windows.h>
+
+namespace
+{
+
+HANDLE handle(std::intptr_t file)
+{
+    return reinterpret_cast<HANDLE>(file);
+}
+
+/// The system's sentence for an error, without its full stop and line end.
+std::string reason(DWORD error)
+{
+    std::array<wchar_t, 512> wide{};
+    const DWORD size = ::FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
+                                        nullptr, error, 0, wide.data(), wide.size(), nullptr);
+    std::wstring text(wide.data(), size);
+    text.erase(text.find_last_not_of(L"\r\n .") + 1);
+    return text.empty() ? "error " + std::to_string(error) : std::filesystem::path(text).u8string();
+}
+
+bool is_link(HANDLE file)
+{
+    FILE_ATTRIBUTE_TAG_INFO tag = {};
+    return ::GetFileInformationByHandleEx(file, FileAttributeTagInfo, &tag, sizeof tag) != FALSE &&
+           (tag.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
+           IsReparseTagNameSurrogate(tag.ReparseTag);
+}
+
+/// Other programs may read it meanwhile, as hashing does, and none may write, move or remove it.
+HANDLE open_for_appending(const FIO_PATH& path, bool create, DWORD link_flag)
+{
+    return ::CreateFileW(path.c_str(), FILE_APPEND_DATA | FILE_READ_ATTRIBUTES | SYNCHRONIZE,
+                         FILE_SHARE_READ, nullptr, create ? OPEN_ALWAYS : OPEN_EXISTING,
+                         FILE_ATTRIBUTE_NORMAL | link_flag, nullptr);
+}
+
+}
+
+FIO_APPEND_FILE::~FIO_APPEND_FILE()
+{
+    close();
+}
+
+bool FIO_APPEND_FILE::is_open() const
+{
+    return m_file != no_file;
+}
+
+void FIO_APPEND_FILE::close()
+{
+    if (m_file != no_file)
+        ::CloseHandle(handle(m_file));
+    m_file = no_file;
+}
+
+bool FIO_APPEND_FILE::open(const std::string& path, OPENING opening)
+{
+    close();
+    m_path = path;
+    m_error.clear();
+    m_size = 0;
+
+    const FIO_PATH native = fio_path(path);
+    const bool create = opening == OPENING::create_if_missing;
+    HANDLE file = open_for_appending(native, create, FILE_FLAG_OPEN_REPARSE_POINT);
+    const bool led_elsewhere = file != INVALID_HANDLE_VALUE && is_link(file);
+    if (file != INVALID_HANDLE_VALUE && !led_elsewhere)
+    {
+        // What isn't a link and still needs the file system's help, as a file kept in a cloud
+        // does, is opened the way every program opens it.
+        FILE_ATTRIBUTE_TAG_INFO tag = {};
+        ::GetFileInformationByHandleEx(file, FileAttributeTagInfo, &tag, sizeof tag);
+        if ((tag.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0)
+        {
+            ::CloseHandle(file);
+            file = open_for_appending(native, create, 0);
+        }
+    }
+    if (file == INVALID_HANDLE_VALUE)
+    {
+        const DWORD error = ::GetLastError();
+        const DWORD attributes = ::GetFileAttributesW(native.c_str());
+        const bool is_missing = error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+        if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
+            m_error = "Cannot write " + path + ": it is not a regular file";
+        else if (error == ERROR_SHARING_VIOLATION)
+            m_error = "Cannot write " + path + ": another process is writing it";
+        else if (!is_missing || create)
+            m_error = "Cannot write " + path + ": " + reason(error);
+        return false;
+    }
+    m_file = reinterpret_cast<std::intptr_t>(file);
+
+    LARGE_INTEGER size = {};
+    if (led_elsewhere)
+        m_error = "Cannot write " + path + ": it is a link. Remove it and try again";
+    else if (::GetFileType(file) != FILE_TYPE_DISK)
+        m_error = "Cannot write " + path + ": it is not a regular file";
+    else if (::GetFileSizeEx(file, &size) == FALSE)
+        m_error = "Cannot measure " + path + ": " + reason(::GetLastError());
+    if (!m_error.empty())
+    {
+        close();
+        return false;
+    }
+    m_size = static_cast<std::uint64_t>(size.QuadPart);
+    return true;
+}
+
+bool FIO_APPEND_FILE::append(const char* data, std::size_t size)
+{
+    while (size > 0)
+    {
+        const auto part = static_cast<DWORD>(
+            std::min<std::size_t>(size, std::numeric_limits<std::int32_t>::max()));
+        DWORD written = 0;
+        if (::WriteFile(handle(m_file), data, part, &written, nullptr) == FALSE || written == 0)
+        {
+            m_error = "Cannot write " + m_path + ": " + reason(::GetLastError());
+            return false;
+        }
+        data += written;
+        size -= written;
+        m_size += written;
+    }
+    return true;
+}

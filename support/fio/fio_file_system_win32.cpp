@@ -1,0 +1,185 @@
+#include "support/fio/fio_file_system.h"
+
+#include <chrono>
+#include <memory>
+#include <thread>
+
+#include <windows.h>
+
+#include <aclapi.h>
+#include <sddl.h>
+
+namespace
+{
+
+constexpr std::chrono::seconds longest_hold{10};
+constexpr std::chrono::milliseconds first_pause{20};
+constexpr std::chrono::milliseconds longest_pause{500};
+
+/// From here on the calls want the prefix; a directory must leave room for a short file name.
+constexpr std::size_t longest_plain_path = 246;
+
+bool is_held_by_another(DWORD error)
+{
+    // A file that is being deleted answers with "access denied" until its last user has gone.
+    return error == ERROR_SHARING_VIOLATION || error == ERROR_LOCK_VIOLATION ||
+           error == ERROR_ACCESS_DENIED || error == ERROR_USER_MAPPED_FILE;
+}
+
+/// Repeats an operation for as long as another program seems to hold the file.
+/// \param operation  answers with an error of the system, or ERROR_SUCCESS
+template <typename OPERATION>
+DWORD repeat_while_held(const OPERATION& operation)
+{
+    const auto deadline = std::chrono::steady_clock::now() + longest_hold;
+    for (auto pause = first_pause;; pause = std::min(pause * 2, longest_pause))
+    {
+        const DWORD error = operation();
+        if (!is_held_by_another(error) || std::chrono::steady_clock::now() + pause > deadline)
+            return error;
+        std::this_thread::sleep_for(pause);
+    }
+}
+
+DWORD last_error_unless(BOOL succeeded)
+{
+    return succeeded != FALSE ? ERROR_SUCCESS : ::GetLastError();
+}
+
+struct LOCAL_DELETER
+{
+    void operator()(void* memory) const { ::LocalFree(memory); }
+};
+struct HANDLE_DELETER
+{
+    using pointer = HANDLE;
+    void operator()(HANDLE handle) const
+    {
+        if (handle != INVALID_HANDLE_VALUE)
+            ::CloseHandle(handle);
+    }
+};
+using HANDLE_OWNER = std::unique_ptr<void, HANDLE_DELETER>;
+
+/// Rights for the user who runs this, the system and the administrators; none are inherited.
+class PRIVATE_RIGHTS
+{
+public:
+    PRIVATE_RIGHTS()
+    {
+        const std::wstring user = user_sid();
+        if (user.empty())
+            return;
+        const std::wstring rights =
+            L"D:P(A;OICI;FA;;;" + user + L")(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)";
+        PSECURITY_DESCRIPTOR descriptor = nullptr;
+        if (::ConvertStringSecurityDescriptorToSecurityDescriptorW(rights.c_str(), SDDL_REVISION_1,
+                                                                   &descriptor, nullptr) == FALSE)
+            return;
+        m_descriptor.reset(descriptor);
+        m_attributes = {sizeof m_attributes, descriptor, FALSE};
+    }
+
+    SECURITY_ATTRIBUTES* get() { return m_descriptor == nullptr ? nullptr : &m_attributes; }
+
+private:
+    static std::wstring user_sid()
+    {
+        HANDLE token = nullptr;
+        if (::OpenProcessToken(::GetCurrentProcess(), TOKEN_QUERY, &token) == FALSE)
+            return {};
+        const HANDLE_OWNER owner(token);
+        alignas(TOKEN_USER) char user[sizeof(TOKEN_USER) + SECURITY_MAX_SID_SIZE];
+        DWORD size = 0;
+        wchar_t* text = nullptr;
+        if (::GetTokenInformation(token, TokenUser, user, sizeof user, &size) == FALSE ||
+            ::ConvertSidToStringSidW(reinterpret_cast<TOKEN_USER*>(user)->User.Sid, &text) == FALSE)
+            return {};
+        const std::unique_ptr<void, LOCAL_DELETER> text_owner(text);
+        return text;
+    }
+
+    std::unique_ptr<void, LOCAL_DELETER> m_descriptor;
+    SECURITY_ATTRIBUTES m_attributes = {};
+};
+
+}
+
+FIO_PATH fio_path(std::string_view utf8)
+{
+    FIO_PATH path = std::filesystem::u8path(utf8).make_preferred();
+    const std::wstring& text = path.native();
+    if (text.size() <= longest_plain_path || !path.is_absolute() || text.rfind(L"\\\\?\\", 0) == 0)
+        return path;
+    // Behind the prefix the system takes every part as it stands, so that ".." must have gone.
+    const std::wstring whole = path.lexically_normal().native();
+    return whole.rfind(L"\\\\", 0) == 0 ? L"\\\\?\\UNC" + whole.substr(1) : L"\\\\?\\" + whole;
+}
+
+bool FIO_FILE_SYSTEM::rename(const FIO_PATH& from, const FIO_PATH& to)
+{
+    const DWORD attributes = ::GetFileAttributesW(to.c_str());
+    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
+        return false;
+    return repeat_while_held(
+               [&]
+               {
+                   return last_error_unless(
+                       ::MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING));
+               }) == ERROR_SUCCESS;
+}
+
+bool FIO_FILE_SYSTEM::remove_if_exists(const std::string& path)
+{
+    const FIO_PATH native = fio_path(path);
+    const DWORD error = repeat_while_held(
+        [&]
+        {
+            const DWORD attributes = ::GetFileAttributesW(native.c_str());
+            if (attributes == INVALID_FILE_ATTRIBUTES)
+                return ::GetLastError();
+            if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
+                return last_error_unless(::RemoveDirectoryW(native.c_str()));
+            if ((attributes & FILE_ATTRIBUTE_READONLY) != 0)
+                ::SetFileAttributesW(native.c_str(), attributes & ~DWORD{FILE_ATTRIBUTE_READONLY});
+            return last_error_unless(::DeleteFileW(native.c_str()));
+        });
+    return error == ERROR_SUCCESS || error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+}
+
+bool FIO_FILE_SYSTEM::create_private_file(const std::string& path)
+{
+    PRIVATE_RIGHTS rights;
+    const HANDLE_OWNER file(::CreateFileW(fio_path(path).c_str(), GENERIC_WRITE, 0, rights.get(),
+                                          CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
+    return file.get() != INVALID_HANDLE_VALUE;
+}
+
+bool FIO_FILE_SYSTEM::create_private_directory(const std::string& path)
+{
+    PRIVATE_RIGHTS rights;
+    return ::CreateDirectoryW(fio_path(path).c_str(), rights.get()) != FALSE;
+}
+
+std::optional<FIO_FILE_IDENTITY> FIO_FILE_SYSTEM::identity(const std::string& path)
+{
+    const HANDLE_OWNER file(::CreateFileW(fio_path(path).c_str(), FILE_READ_ATTRIBUTES,
+                                          FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                          nullptr, OPEN_EXISTING, 0, nullptr));
+    BY_HANDLE_FILE_INFORMATION information = {};
+    if (file.get() == INVALID_HANDLE_VALUE ||
+        ::GetFileInformationByHandle(file.get(), &information) == FALSE ||
+        (information.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
+        return std::nullopt;
+
+    const auto joined = [](DWORD high, DWORD low)
+    { return static_cast<std::uint64_t>(high) << 32U | low; };
+    const std::uint64_t ticks = joined(information.ftLastWriteTime.dwHighDateTime,
+                                       information.ftLastWriteTime.dwLowDateTime);
+    FIO_FILE_IDENTITY identity;
+    identity.size = joined(information.nFileSizeHigh, information.nFileSizeLow);
+    identity.modified = static_cast<std::int64_t>(ticks);
+    identity.device = information.dwVolumeSerialNumber;
+    identity.inode = joined(information.nFileIndexHigh, information.nFileIndexLow);
+    return identity;
+}

@@ -1,0 +1,13 @@
+/// Poses as an installer that crashes.
+
+#include <cstdio>
+
+#include <windows.h>
+
+int main()
+{
+    ::SetErrorMode(SEM_NOGPFAULTERRORBOX); // nobody is there to close a box
+    std::puts("about to crash");
+    std::fflush(stdout);
+    ::RaiseException(EXCEPTION_ACCESS_VIOLATION, EXCEPTION_NONCONTINUABLE, 0, nullptr);
+}

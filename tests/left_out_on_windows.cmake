@@ -1,0 +1,38 @@
+# Test and harness files that a Windows build leaves out, by name without ".cpp", each group with
+# its reason. docs/windows.md tells users the same.
+set(VINST_LEFT_OUT_ON_WINDOWS
+  # The release author's tool and the helper for automatic-configuration scripts are for Linux.
+  "vinst_release_.*" "pac_.*" vinst_pac_runner_test
+  # These run hosts and servers as processes of Linux. The same files test the Windows hosts, as
+  # Linux programs that run them through Wine.
+  "host_.*_test" host_setup screen_model slow_resolver vinst_release_test
+  child_process server_process nginx_server proxy_server socks_server network_namespace
+  test_authority
+  # Tests inside the process that need those servers.
+  curl_downloader_network_test curl_downloader_test vinst_downloader_mgr_connection_test
+  vinst_downloader_mgr_proxy_test)
+
+# Tests that a Windows build leaves out, as GoogleTest's filter names them.
+set(VINST_TESTS_LEFT_OUT_ON_WINDOWS
+  # Wine makes no links, so that none can be refused. The rule for links is tested on Linux, by the
+  # platform's text.
+  AppendFile.FollowsNoLink Logger.FollowsNoLink RemoveIfExists.TakesALinkAndNotWhatItPointsTo
+  PreferenceFilesTest.AreNotReachedThroughLinks Paths.OfInstallationsAreNoLinksOnWindows
+  Paths.LeadToTheRootAndThroughLinks
+  # Permission bits are Linux's; on Windows a private file has rights for its owner, the system and
+  # the administrators.
+  Chmod.SetsTheMode PrivateFile.IsMadeOnceForItsOwnerAlone Logger.MakesItsFileForItsOwnerAlone
+  Messages.KeepTheirLogToItsOwnerAndToANewFile Move.WorksAcrossFileSystems
+  InstallCommand.MakesVerifiedRunFilesExecutableForTheirOwner
+  # Names and places of Linux: characters that Windows forbids, the settings' file, TMPDIR, /proc,
+  # paths beyond its own limit.
+  Paths.MayHoldCharactersThatOtherPlatformsForbid Paths.AreRefusedWhereNothingCanBeWritten
+  RegistryKey.LiesInTheUsersOwnDirectory
+  Paths.OfTemporaryFilesAreNoneWhereThereIsNoSuchDirectory
+  Paths.OfTemporaryFilesAreToldWhenTheyCannotBeUsed Paths.OfTemporaryFilesEndWithASeparator
+  Paths.LeadToTheirNearestExistingDirectory Paths.OfInstallationsHaveALongerLimitOnLinux
+  Integrity.MakesVerifiedInstallersExecutableAndNothingElse
+  # Installers of these tests are shell scripts with a purpose of their own.
+  Install.RunsTheActionsAfterTheInstallers
+  # Wine makes no links.
+  Manager.TellsALinkInAFilesPlace)

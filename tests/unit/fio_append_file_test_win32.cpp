@@ -1,0 +1,127 @@
+#include "support/fio/fio_append_file.h"
+
+#include "support/fio/fio_file_system.h"
+#include "tests/harness/temp_dir.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <thread>
+
+#include <windows.h>
+
+using OPENING = FIO_APPEND_FILE::OPENING;
+using namespace std::chrono_literals;
+
+namespace
+{
+
+/// As a virus scanner holds a file: nobody else may do anything with it.
+class SCANNER
+{
+public:
+    explicit SCANNER(const std::filesystem::path& path)
+        : m_file(::CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr))
+    {
+    }
+    ~SCANNER() { ::CloseHandle(m_file); }
+    SCANNER(const SCANNER&) = delete;
+    SCANNER& operator=(const SCANNER&) = delete;
+
+    bool holds() const { return m_file != INVALID_HANDLE_VALUE; }
+
+private:
+    HANDLE m_file;
+};
+
+/// Runs an operation while a scanner holds the file for that long.
+template <typename OPERATION>
+bool while_scanned(const std::filesystem::path& path, std::chrono::milliseconds duration,
+                   const OPERATION& operation)
+{
+    auto scanner = std::make_unique<SCANNER>(path);
+    EXPECT_TRUE(scanner->holds());
+    std::thread releaser(
+        [&]
+        {
+            std::this_thread::sleep_for(duration);
+            scanner.reset();
+        });
+    const bool succeeded = operation();
+    releaser.join();
+    return succeeded;
+}
+
+}
+
+TEST(AppendFile, CanBeReadWhileItIsWritten)
+{
+    const TEMP_DIR dir;
+    const std::string path = (dir / "a").string();
+    FIO_APPEND_FILE file;
+    ASSERT_TRUE(file.open(path, OPENING::create_if_missing));
+    ASSERT_TRUE(file.append("abc", 3));
+    EXPECT_EQ(dir.read("a"), "abc");
+    EXPECT_EQ(::DeleteFileW((dir / "a").c_str()), FALSE);
+}
+
+TEST(FileSystem, WaitsForAScannerBeforeItRemoves)
+{
+    const TEMP_DIR dir;
+    const auto path = dir.write("a", "x");
+    EXPECT_TRUE(while_scanned(path, 700ms,
+                              [&] { return FIO_FILE_SYSTEM::remove_if_exists(path.string()); }));
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST(FileSystem, WaitsForAScannerBeforeItMoves)
+{
+    const TEMP_DIR dir;
+    const auto path = dir.write("a", "x");
+    EXPECT_TRUE(while_scanned(
+        path, 700ms,
+        [&] { return FIO_FILE_SYSTEM::move(path.string(), (dir / "b").string(), false); }));
+    EXPECT_EQ(dir.read("b"), "x");
+}
+
+TEST(FileSystem, GivesAFileUpThatIsHeldForLonger)
+{
+    const TEMP_DIR dir;
+    const auto path = dir.write("a", "x");
+    const SCANNER scanner(path);
+    const auto started = std::chrono::steady_clock::now();
+    EXPECT_FALSE(FIO_FILE_SYSTEM::remove_if_exists(path.string()));
+    const auto taken = std::chrono::steady_clock::now() - started;
+    EXPECT_GT(taken, 9s);
+    EXPECT_LT(taken, 12s);
+}
+
+TEST(FileSystem, RemovesAFileThatIsWriteProtected)
+{
+    const TEMP_DIR dir;
+    const auto path = dir.write("a", "x");
+    ASSERT_NE(::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_READONLY), FALSE);
+    EXPECT_TRUE(FIO_FILE_SYSTEM::remove_if_exists(path.string()));
+}
+
+TEST(FileSystem, TakesPathsBeyond260Letters)
+{
+    const TEMP_DIR dir;
+    std::string path = dir.str();
+    for (int level = 0; level < 6; ++level)
+    {
+        path += "\\" + std::string(60, 'x');
+        ASSERT_TRUE(FIO_FILE_SYSTEM::create_private_directory(path)) << path.size();
+    }
+    const std::string file_path = path + "\\" + std::string(60, 'f');
+    FIO_APPEND_FILE file;
+    ASSERT_TRUE(file.open(file_path, OPENING::create_if_missing)) << file.error();
+    ASSERT_TRUE(file.append("abc", 3));
+    file.close();
+    EXPECT_TRUE(FIO_FILE_SYSTEM::exists(file_path));
+    EXPECT_EQ(FIO_FILE_SYSTEM::identity(file_path)->size, 3U);
+    EXPECT_TRUE(FIO_FILE_SYSTEM::move(file_path, path + "\\g", false));
+    EXPECT_TRUE(FIO_FILE_SYSTEM::remove_if_exists(path + "\\g"));
+    for (; path.size() > dir.str().size(); path.resize(path.size() - 61))
+        EXPECT_TRUE(FIO_FILE_SYSTEM::remove_if_exists(path)) << path.size();
+}
