@@ -33,6 +33,8 @@ set(VINST_TESTS_LEFT_OUT_ON_WINDOWS
   Paths.LeadToTheirNearestExistingDirectory Paths.OfInstallationsHaveALongerLimitOnLinux
   Integrity.MakesVerifiedInstallersExecutableAndNothingElse
   # Installers of these tests are shell scripts with a purpose of their own.
-  Install.RunsTheActionsAfterTheInstallers
+  Install.RunsTheActionsAfterTheInstallers TreeView.RunsAnInstallerByItsButton
+  TreeView.RunsNothingWhenTheButtonIsLeft DialogStop.EndsARunThatInstalls
+  DialogRun.RunsTheActionsThatAreChecked
   # Wine makes no links.
   Manager.TellsALinkInAFilesPlace)

@@ -22,6 +22,7 @@
 #include <QLineEdit>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QSettings>
 #include <QTest>
 #include <QTimer>
 
@@ -57,10 +58,7 @@ protected:
         shutdown_requested = false;
     }
 
-    static void forget_settings()
-    {
-        QFile::remove(QDir::homePath() + "/.config/Orvane/vinst.conf");
-    }
+    static void forget_settings() { QSettings(QSettings::UserScope, "Orvane", "vinst").clear(); }
     static void store(const QString& key, const QVariant& value)
     {
         CFGQ_REGISTRY_KEY(program_title()).set_value(key, value);
@@ -170,6 +168,14 @@ protected:
         return read_file(dir / "log").find(part) != std::string::npos;
     }
     bool exists(const std::string& name) const { return std::filesystem::exists(dir / name); }
+
+    /// 0 when there is no such file.
+    std::uintmax_t size_of(const std::string& name) const
+    {
+        std::error_code error;
+        const std::uintmax_t size = std::filesystem::file_size(dir / name, error);
+        return error ? 0 : size;
+    }
 
     TEMP_DIR dir;
     FAULT_SERVER server;

@@ -100,7 +100,7 @@ TEST_F(DialogStop, LeavesWhatWasFetchedForTheNextRun)
     server.set_faults("/one.run", {FAULT::stall_after(60'000).times(1)});
     click_row(1);
     line("m_install_dir_line_edit").setText(path("target"));
-    stop_when([this] { return server.body_bytes("/one.run") >= 60'000; });
+    stop_when([this] { return size_of("dl/one.run") >= 60'000; });
     press_download({});
     EXPECT_EQ(tree().model()->index(0, 0).data(Qt::CheckStateRole).toInt(), Qt::Checked);
     EXPECT_EQ(tree().model()->index(1, 0).data(Qt::CheckStateRole).toInt(), Qt::Unchecked);
