@@ -137,6 +137,20 @@ HOME=$work/home w3m -dump -T text/html -I UTF-8 -O UTF-8 -cols 4000 "$layout/lic
     sed -e 's/[[:space:]]*$//' -e 's/$/\r/' "$work/text"
 } >"$work/license.txt"
 
+# The picture beside the last page: a plain run of colour, 164 by 314 pixels.
+perl -e '
+    my ($width, $height) = (164, 314);
+    my @low = (0x98, 0x5f, 0x1c); # blue, green, red
+    my @high = (0x8d, 0x95, 0x1a);
+    my $rows = "";
+    for my $y (0 .. $height - 1) {
+        my @pixel = map { int($low[$_] + ($high[$_] - $low[$_]) * $y / ($height - 1) + 0.5) } 0 .. 2;
+        $rows .= pack("C3", @pixel) x $width;
+    }
+    print pack("a2 V V V", "BM", 54 + length $rows, 0, 54),
+        pack("V V V v v V6", 40, $width, $height, 1, 24, 0, length $rows, 2835, 2835, 0, 0), $rows;
+' >"$work/picture.bmp"
+
 mkdir -p "$out"
 rm -f "$out/$name.zip" "$out/$name-setup.exe"
 (
@@ -145,7 +159,7 @@ rm -f "$out/$name.zip" "$out/$name-setup.exe"
 )
 kilobytes=$(find "$work/$name" -type f -printf '%s\n' | awk '{ sum += $1 } END { print int((sum + 1023) / 1024) }')
 defines=(-DVERSION="$version" -DNUMBERS="$numbers" -DKILOBYTES="$kilobytes" -DFILES="$work/files.nsh"
-    -DLICENSE="$work/license.txt" -DSETUP="$work/$name-setup.exe")
+    -DLICENSE="$work/license.txt" -DPICTURE="$work/picture.bmp" -DSETUP="$work/$name-setup.exe")
 [[ -z $icon ]] || defines+=(-DICON="$icon")
 # Warnings are errors.
 makensis -NOCD -V2 -WX "${defines[@]}" "$here/setup.nsi"

@@ -1,5 +1,6 @@
 ; The set-up program and its uninstaller. pack.sh makes it, and defines VERSION, NUMBERS (four of
-; them), KILOBYTES, FILES (the macros with the list of files), LICENSE, SETUP and perhaps ICON.
+; them), KILOBYTES, FILES (the macros with the list of files), LICENSE, PICTURE, SETUP and
+; perhaps ICON.
 ;
 ; Command line: /CurrentUser or /AllUsers, /S for no questions (then for the current user, unless
 ; told otherwise), and last /D=DIRECTORY without quotes. Exit codes, besides 0:
@@ -25,7 +26,8 @@ AllowSkipFiles off
 
 !define TITLE "Veltrin Crest Installer"
 !define PUBLISHER "Orvane"
-!define KEY "Software\Microsoft\Windows\CurrentVersion\Uninstall\OrvaneVeltrinCrestInstaller"
+!define PARENT_KEY "Software\Microsoft\Windows\CurrentVersion\Uninstall"
+!define KEY "${PARENT_KEY}\OrvaneVeltrinCrestInstaller"
 !define FOLDER "Orvane\${TITLE}"
 
 !include MUI2.nsh
@@ -65,9 +67,12 @@ Var ForAllButton
 !ifdef ICON
   !define MUI_ICON "${ICON}"
   !define MUI_UNICON "${ICON}"
+!else
+  !define MUI_ICON "${NSISDIR}\Contrib\Graphics\Icons\box-install.ico"
+  !define MUI_UNICON "${NSISDIR}\Contrib\Graphics\Icons\box-uninstall.ico"
 !endif
+!define MUI_WELCOMEFINISHPAGE_BITMAP "${PICTURE}"
 !define MUI_ABORTWARNING
-!define MUI_LICENSEPAGE_BUTTON "$(^NextBtn)"
 !define MUI_FINISHPAGE_NOAUTOCLOSE
 
 Page custom ShowModePage LeaveModePage
@@ -192,6 +197,8 @@ Page custom ShowModePage LeaveModePage
     ${If} $0 == $INSTDIR
       Delete "$SMPROGRAMS\${TITLE}.lnk"
       DeleteRegKey SHCTX "${KEY}"
+      ; A user who has nothing else of their own hasn't got this one.
+      DeleteRegKey /ifempty SHCTX "${PARENT_KEY}"
     ${EndIf}
   FunctionEnd
 
