@@ -82,11 +82,11 @@ same() {
 there() { [[ -e $1 ]] || fail "there is no $1"; ok "there is ${1#"$work"/}"; }
 gone() { [[ ! -e $1 ]] || fail "there is still $1"; ok "there is no ${1#"$work"/}"; }
 
-# until_ WHAT COMMAND...: waits for it, a minute at most.
+# until_ WHAT COMMAND...: waits for it, two minutes at most.
 until_() {
-    local what=$1 i
+    local what=$1 end=$((SECONDS + 120))
     shift
-    for ((i = 0; i < 300; ++i)); do
+    while ((SECONDS < end)); do
         if "$@"; then
             ok "$what"
             return
@@ -144,6 +144,7 @@ value() { # HIVE NAME
 }
 has_key() { run reg query "$1\\$key" >"$work/key" 2>&1; }
 is_gone() { [[ ! -e $1 ]]; }
+in_use() { [[ $(run_line "type nul >> \"$1\"" 2>&1) == *"haring violation"* ]]; }
 has_no_key() { ! has_key "$1"; }
 
 # help_of FILE: the console program runs by itself, from wherever it is called.
@@ -296,7 +297,8 @@ cp -r "$files/bin/." "$(to_unix "$mine")/bin/"
 place=$(to_unix "$mine")
 timeout -k 10 300 wine "$place/bin/vinst.exe" >/dev/null 2>"$work/stderr" </dev/null &
 program=$!
-sleep 10
+until_ "vinst.exe is being run" in_use "$mine\\bin\\vinst.exe"
+sleep 5
 kill -0 "$program" 2>/dev/null || { cat "$work/stderr" >&2; fail "vinst.exe does not stay open"; }
 ok "vinst.exe opens and stays open"
 tree "$place" >"$work/running.files"
