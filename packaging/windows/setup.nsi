@@ -197,8 +197,10 @@ Page custom ShowModePage LeaveModePage
     ${If} $0 == $INSTDIR
       Delete "$SMPROGRAMS\${TITLE}.lnk"
       DeleteRegKey SHCTX "${KEY}"
-      ; A user who has nothing else of their own hasn't got this one.
-      DeleteRegKey /ifempty SHCTX "${PARENT_KEY}"
+      ${If} $Mode == CurrentUser
+        ; A user who has nothing else of their own hasn't got this one. The machine always has it.
+        DeleteRegKey /ifempty HKCU "${PARENT_KEY}"
+      ${EndIf}
     ${EndIf}
   FunctionEnd
 
