@@ -150,6 +150,7 @@ perl -e '
     print pack("a2 V V V", "BM", 54 + length $rows, 0, 54),
         pack("V V V v v V6", 40, $width, $height, 1, 24, 0, length $rows, 2835, 2835, 0, 0), $rows;
 ' >"$work/picture.bmp"
+touch -d "@$epoch" "$work/picture.bmp" # the set-up program keeps the time of what it brings along
 
 mkdir -p "$out"
 rm -f "$out/$name.zip" "$out/$name-setup.exe"
