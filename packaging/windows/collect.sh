@@ -1,0 +1,210 @@
+#!/usr/bin/env bash
+# Lays out what runs on a bare Windows 10 machine: see usage below.
+set -euo pipefail
+
+usage() {
+    cat <<'END'
+Usage: packaging/windows/collect.sh BIN_DIR LICENSES_DIR SDK_DIR OUTPUT_DIR
+
+Lays out in OUTPUT_DIR, which must be empty or not there yet, what runs on a bare Windows 10
+machine: the programs with every DLL they need, and nothing more.
+
+  BIN_DIR       has vinst.exe, vinst_cli.exe and vinst.dll, made by x86_64-w64-mingw32-g++-posix
+  LICENSES_DIR  has main.html
+  SDK_DIR       has the libraries' DLLs in bin/ and Qt's plugins in plugins/
+
+Debugging information is left out of the copies. All files get the time SOURCE_DATE_EPOCH, or
+without it that of the last commit. The licences of the libraries are those of the Debian
+packages with the same sources, from /usr/share/doc.
+END
+}
+
+fail() { printf 'collect.sh: %s\n' "$*" >&2; exit 1; }
+
+if [[ ${1:-} == --help ]]; then
+    usage
+    exit 0
+fi
+(($# == 4)) || { usage >&2; exit 2; }
+bin=$1
+licenses=$2
+sdk=$3
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+export LC_ALL=C
+
+tool=x86_64-w64-mingw32
+for command in "$tool-g++-posix" "$tool-objdump" "$tool-strip"; do
+    command -v "$command" >/dev/null || fail "there is no $command"
+done
+
+ours=(vinst.exe vinst_cli.exe vinst.dll)
+plugins=(
+    platforms/qwindows.dll platforms/qoffscreen.dll # the console program runs on the second
+    imageformats/qgif.dll imageformats/qico.dll imageformats/qsvg.dll
+    iconengines/qsvgicon.dll
+    styles/qwindowsvistastyle.dll
+)
+for file in "${ours[@]/#/$bin/}" "$licenses/main.html" "${plugins[@]/#/$sdk/plugins/}"; do
+    [[ -f $file ]] || fail "there is no $file"
+done
+[[ ! -e $4 || (-d $4 && -z $(ls -A "$4")) ]] || fail "$4 is there already and not empty"
+
+epoch=${SOURCE_DATE_EPOCH:-$(git -C "$here" log -1 --format=%ct)}
+[[ $epoch =~ ^[0-9]+$ ]] || fail "SOURCE_DATE_EPOCH is no number: $epoch"
+# For strip, which otherwise writes the time it runs into what it makes.
+export SOURCE_DATE_EPOCH=$epoch
+
+compiler_dll=$("$tool-g++-posix" -print-file-name=libstdc++-6.dll)
+[[ $compiler_dll == /* ]] || fail "the compiler has no libstdc++-6.dll"
+search=("$bin" "$sdk/bin" "$(dirname "$compiler_dll")" "/usr/$tool/lib")
+
+declare -A windows_own=()
+while read -r name; do
+    [[ -z $name || $name == '#'* ]] || windows_own[$name]=1
+done <"$here/windows_dlls.txt"
+
+is_windows_own() { # NAME, in lower case
+    [[ -n ${windows_own[$1]:-} || $1 == api-ms-win-core-* || $1 == api-ms-win-crt-* ]]
+}
+
+find_dll() { # NAME: prints its path; Windows takes no notice of the case
+    find "${search[@]}" -maxdepth 1 -type f -iname "$1" | head -n 1
+}
+
+# headers FILE: prints objdump's view of it, and holds it against what all files must be.
+headers() {
+    local text
+    text=$("$tool-objdump" -p "$1") || fail "$1 can't be read as a program of Windows"
+    [[ $text == *"file format pei-x86-64"* ]] || fail "$1 is not for x86-64"
+    # Names in there would not be seen below.
+    [[ $text =~ Entry\ d\ 0+\ 0+\ Delay\ Import ]] || fail "$1 loads DLLs with delay, which is not looked into"
+    printf '%s\n' "$text"
+}
+
+# check_hardening FILE: it may be laid anywhere in memory, and its data isn't run.
+check_hardening() {
+    local text flags
+    text=$(headers "$1")
+    flags=$(awk '$1 == "DllCharacteristics" { print $2; exit }' <<<"$text")
+    [[ -n $flags ]] || fail "$1 has no DllCharacteristics"
+    ((16#$flags & 0x0040)) || fail "$1 is not linked with --dynamicbase"
+    ((16#$flags & 0x0020)) || fail "$1 is not linked with --high-entropy-va"
+    ((16#$flags & 0x0100)) || fail "$1 is not linked with --nxcompat"
+}
+
+# copy SOURCE TARGET
+copy() {
+    local text
+    install -D -m 644 "$1" "$2"
+    text=$("$tool-objdump" -h "$2")
+    if [[ $text == *" .debug_info "* ]]; then
+        "$tool-strip" --strip-debug "$2"
+    fi
+}
+
+# What is still to be looked into, and what is known: a lower-case name and its place.
+queue=()
+declare -A laid_out=()
+# It is laid out beside OUTPUT_DIR, which there is only when all has gone well.
+mkdir -p "$(dirname "$4")"
+work=$(mktemp -d "$(dirname "$4")/.collect.XXXXXX")
+trap 'rm -rf "$work"' EXIT
+out=$work/layout
+mkdir "$out"
+for name in "${ours[@]}"; do
+    check_hardening "$bin/$name"
+    copy "$bin/$name" "$out/bin/$name"
+    check_hardening "$out/bin/$name"
+    laid_out[${name,,}]=$bin/$name
+    queue+=("$bin/$name")
+done
+for plugin in "${plugins[@]}"; do
+    copy "$sdk/plugins/$plugin" "$out/bin/$plugin"
+    queue+=("$sdk/plugins/$plugin")
+done
+
+missing=()
+while ((${#queue[@]} > 0)); do
+    file=${queue[0]}
+    queue=("${queue[@]:1}")
+    text=$(headers "$file")
+    while read -r import; do
+        key=${import,,}
+        [[ -z ${laid_out[$key]:-} ]] || continue
+        ! is_windows_own "$key" || continue
+        path=$(find_dll "$import")
+        if [[ -z $path ]]; then
+            missing+=("$import (for ${file##*/})")
+            continue
+        fi
+        laid_out[$key]=$path
+        copy "$path" "$out/bin/${path##*/}"
+        queue+=("$path")
+    done < <(awk '$1 == "DLL" && $2 == "Name:" { print $3 }' <<<"$text")
+done
+((${#missing[@]} == 0)) || fail "these DLLs are neither here nor Windows' own: ${missing[*]}"
+
+install -D -m 644 "$licenses/main.html" "$out/licenses/main.html"
+
+# The licences: FAMILY of a file laid out, and the package whose texts are the family's.
+family_of() { # FILE NAME
+    case ${1,,} in
+        qt5svg.dll | qsvg.dll | qsvgicon.dll) echo qtsvg ;;
+        qt5*.dll | qwindows.dll | qoffscreen.dll | qgif.dll | qico.dll | qwindowsvistastyle.dll) echo qtbase ;;
+        libcurl.dll) echo curl ;;
+        libtbb12.dll) echo onetbb ;;
+        zlib1.dll) echo zlib ;;
+        libstdc++-6.dll | libgcc_s_seh-1.dll) echo gcc-runtime ;;
+        libwinpthread-1.dll) echo mingw-w64 ;;
+    esac
+}
+declare -A package_of=(
+    [qtbase]=libqt5core5a [qtsvg]=libqt5svg5 [curl]=libcurl4 [onetbb]=libtbb12 [zlib]=libz-mingw-w64
+    [gcc-runtime]=gcc-mingw-w64-x86-64-posix-runtime [mingw-w64]=mingw-w64-common
+    [boost]=libboost-dev [fmt]=libfmt-dev [spdlog]=libspdlog-dev
+)
+# The compiler puts its start-up code, and with it parts of these, into every program.
+declare -A family_files=([gcc-runtime]="every program" [mingw-w64]="every program")
+
+third_party=$out/licenses/third_party
+mkdir -p "$third_party"
+while read -r path; do
+    name=${path##*/}
+    [[ " ${ours[*]} " != *" $name "* ]] || continue
+    family=$(family_of "$name")
+    [[ -n $family ]] || fail "no licence is known for $name"
+    family_files[$family]+=${family_files[$family]:+, }$name
+done < <(find "$out/bin" -type f | sort)
+# What is linked into our programs shows by the names of its types.
+for linked in boost:N5boost fmt:N3fmt spdlog:6spdlog; do
+    for name in "${ours[@]}"; do
+        if grep -q -a -F "${linked#*:}" "$out/bin/$name"; then
+            family_files[${linked%%:*}]+=${family_files[${linked%%:*}]:+, }"in $name"
+        fi
+    done
+done
+
+{
+    echo "These parts of others come with the program. Each file here has the licences of one of them,"
+    echo "as the package of that name in Debian 12 states them, and says where its sources come from."
+    echo "Texts that it mentions as lying in /usr/share/common-licenses are in the directory"
+    echo "common-licenses here."
+    while read -r family; do
+        package=${package_of[$family]}
+        text=/usr/share/doc/$package/copyright
+        [[ -f $text ]] || fail "there is no $text; install the package $package"
+        install -m 644 "$text" "$third_party/$family.txt"
+        printf '\n%s.txt (package %s)\n    %s\n' "$family" "$package" "${family_files[$family]}"
+    done < <(printf '%s\n' "${!family_files[@]}" | sort)
+} >"$third_party/README.txt"
+while read -r name; do
+    [[ -f /usr/share/common-licenses/$name ]] || fail "there is no /usr/share/common-licenses/$name"
+    install -D -m 644 "/usr/share/common-licenses/$name" "$third_party/common-licenses/$name"
+done < <(grep -ho '/usr/share/common-licenses/[A-Za-z0-9.-]*[A-Za-z0-9]' "$third_party"/*.txt |
+    sed 's,.*/,,' | sort -u)
+
+chmod -R u=rwX,go=rX "$out"
+find "$out" -exec touch -h -d "@$epoch" {} +
+[[ ! -d $4 ]] || rmdir "$4"
+mv -T "$out" "$4"
+du -sk "$4"

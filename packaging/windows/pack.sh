@@ -1,0 +1,170 @@
+#!/usr/bin/env bash
+# Makes what is handed out for Windows: see usage below.
+set -euo pipefail
+
+usage() {
+    cat <<'END'
+Usage: packaging/windows/pack.sh [--icon FILE.ico] LAYOUT_DIR VERSION OUTPUT_DIR
+
+Makes, from what collect.sh has laid out in LAYOUT_DIR,
+
+  OUTPUT_DIR/vinst-VERSION-windows-x86_64.zip        to be unpacked and run from anywhere
+  OUTPUT_DIR/vinst-VERSION-windows-x86_64-setup.exe  a set-up program, with an uninstaller
+
+  --icon FILE.ico  the picture of the set-up program and the uninstaller
+
+VERSION is as in 1.2.3, or as in 1.2.3-rc1. The same layout gives the same bytes: all files get
+the time SOURCE_DATE_EPOCH, or without it that of the last commit.
+Needs makensis (Debian package nsis), w3m and zip; installs nothing.
+END
+}
+
+fail() { printf 'pack.sh: %s\n' "$*" >&2; exit 1; }
+
+icon=
+while (($# > 0)); do
+    case $1 in
+        --help) usage; exit 0 ;;
+        --icon)
+            if (($# < 2)) || [[ -z $2 ]]; then
+                echo "pack.sh: $1 needs a value" >&2
+                exit 2
+            fi
+            icon=$2
+            shift 2
+            ;;
+        -*) echo "pack.sh: unknown argument: $1" >&2; usage >&2; exit 2 ;;
+        *) break ;;
+    esac
+done
+(($# == 3)) || { usage >&2; exit 2; }
+layout=$1
+version=$2
+out=$3
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+export LC_ALL=C
+
+missing=()
+command -v makensis >/dev/null || missing+=(nsis)
+command -v w3m >/dev/null || missing+=(w3m)
+command -v zip >/dev/null || missing+=(zip)
+((${#missing[@]} == 0)) || fail "these packages are missing: ${missing[*]}"
+
+[[ $version =~ ^([0-9]{1,5}\.[0-9]{1,5}\.[0-9]{1,5})([-+.][A-Za-z0-9.+-]+)?$ ]] || fail "this is no version: $version"
+numbers=${BASH_REMATCH[1]}.0
+for file in bin/vinst.exe bin/vinst_cli.exe bin/vinst.dll licenses/main.html; do
+    [[ -f $layout/$file ]] || fail "there is no $layout/$file"
+done
+[[ -z $icon || -f $icon ]] || fail "there is no $icon"
+[[ -z $icon ]] || icon=$(realpath "$icon")
+
+epoch=${SOURCE_DATE_EPOCH:-$(git -C "$here" log -1 --format=%ct)}
+[[ $epoch =~ ^[0-9]+$ ]] || fail "SOURCE_DATE_EPOCH is no number: $epoch"
+export SOURCE_DATE_EPOCH=$epoch
+export TZ=UTC # zip writes local time
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+name=vinst-$version-windows-x86_64
+cp -rT "$layout" "$work/$name"
+cd "$work"
+[[ -z $(find "$name" ! -type f ! -type d) ]] || fail "$layout has more than files and directories"
+chmod -R u=rwX,go=rX "$name"
+find "$name" -exec touch -d "@$epoch" {} +
+cd "$OLDPWD"
+
+# The list of all that is laid down, for the uninstaller too. A name must mean nothing to makensis.
+directories=()
+files=()
+while IFS= read -r path; do directories+=("$path"); done < <(cd "$work/$name" && find . -mindepth 1 -type d | sed 's,^\./,,' | sort)
+while IFS= read -r path; do files+=("$path"); done < <(cd "$work/$name" && find . -type f | sed 's,^\./,,' | sort)
+for path in "${directories[@]}" "${files[@]}"; do
+    [[ $path =~ ^[A-Za-z0-9][A-Za-z0-9._+/-]*$ ]] || fail "the set-up can't handle the name $path"
+    [[ ${path,,} != uninstall.exe ]] || fail "the uninstaller has that name: $path"
+done
+
+# What looks like variables is for makensis.
+# shellcheck disable=SC2016
+{
+    echo "!macro LAY_DOWN_FILES"
+    for directory in . "${directories[@]}"; do
+        in_it=()
+        for path in "${files[@]}"; do
+            [[ $(dirname "$path") != "$directory" ]] || in_it+=("$path")
+        done
+        ((${#in_it[@]} > 0)) || continue
+        if [[ $directory == . ]]; then
+            echo '  SetOutPath "$INSTDIR"'
+        else
+            printf '  SetOutPath "$INSTDIR\\%s"\n' "${directory//\//\\}"
+        fi
+        for path in "${in_it[@]}"; do
+            printf '  File "%s"\n' "$work/$name/$path"
+        done
+    done
+    echo "!macroend"
+
+    # Files that can't be opened for writing while their program runs.
+    echo "!macro EACH_PROGRAM_FILE FUNCTION"
+    for path in "${files[@]}"; do
+        case ${path,,} in
+            *.exe | *.dll) printf '  Push "$INSTDIR\\%s"\n  Call ${FUNCTION}\n' "${path//\//\\}" ;;
+        esac
+    done
+    echo "!macroend"
+
+    # In the uninstaller, errors afterwards mean that a file could not be removed. A directory that
+    # others have put something into stays, and is no error.
+    echo "!macro REMOVE_FILES"
+    echo "  ClearErrors"
+    for path in "${files[@]}"; do
+        printf '  Delete "$INSTDIR\\%s"\n' "${path//\//\\}"
+    done
+    echo "!macroend"
+    echo "!macro REMOVE_DIRECTORIES"
+    for ((i = ${#directories[@]} - 1; i >= 0; --i)); do
+        printf '  RMDir "$INSTDIR\\%s"\n' "${directories[i]//\//\\}"
+    done
+    echo "!macroend"
+} >"$work/files.nsh"
+
+# The licence as text: a paragraph a line, for the page breaks lines itself.
+mkdir "$work/home"
+HOME=$work/home w3m -dump -T text/html -I UTF-8 -O UTF-8 -cols 4000 "$layout/licenses/main.html" >"$work/text"
+[[ $(wc -w <"$work/text") -gt 20 ]] || fail "$layout/licenses/main.html has no text"
+{
+    printf '\xEF\xBB\xBF'
+    sed -e 's/[[:space:]]*$//' -e 's/$/\r/' "$work/text"
+} >"$work/license.txt"
+
+# The picture beside the last page: a plain run of colour, 164 by 314 pixels.
+perl -e '
+    my ($width, $height) = (164, 314);
+    my @low = (0x98, 0x5f, 0x1c); # blue, green, red
+    my @high = (0x8d, 0x95, 0x1a);
+    my $rows = "";
+    for my $y (0 .. $height - 1) {
+        my @pixel = map { int($low[$_] + ($high[$_] - $low[$_]) * $y / ($height - 1) + 0.5) } 0 .. 2;
+        $rows .= pack("C3", @pixel) x $width;
+    }
+    print pack("a2 V V V", "BM", 54 + length $rows, 0, 54),
+        pack("V V V v v V6", 40, $width, $height, 1, 24, 0, length $rows, 2835, 2835, 0, 0), $rows;
+' >"$work/picture.bmp"
+touch -d "@$epoch" "$work/picture.bmp" # the set-up program keeps the time of what it brings along
+
+mkdir -p "$out"
+rm -f "$out/$name.zip" "$out/$name-setup.exe"
+(
+    cd "$work"
+    find "$name" -type f | sort | zip -q -X -D -9 "$work/$name.zip" -@
+)
+kilobytes=$(find "$work/$name" -type f -printf '%s\n' | awk '{ sum += $1 } END { print int((sum + 1023) / 1024) }')
+defines=(-DVERSION="$version" -DNUMBERS="$numbers" -DKILOBYTES="$kilobytes" -DFILES="$work/files.nsh"
+    -DLICENSE="$work/license.txt" -DPICTURE="$work/picture.bmp" -DSETUP="$work/$name-setup.exe")
+[[ -z $icon ]] || defines+=(-DICON="$icon")
+# Warnings are errors.
+makensis -NOCD -V2 -WX "${defines[@]}" "$here/setup.nsi"
+chmod 644 "$work/$name-setup.exe"
+mv "$work/$name.zip" "$out/"
+mv "$work/$name-setup.exe" "$out/"
+(cd "$out" && sha256sum "$name.zip" "$name-setup.exe")

@@ -1,0 +1,335 @@
+#!/usr/bin/env bash
+# Proves under Wine what pack.sh has made: see usage below.
+set -euo pipefail
+
+usage() {
+    cat <<'END'
+Usage: packaging/windows/test_setup.sh SETUP_EXE ZIP
+
+Unpacks the archive and installs, upgrades and uninstalls by the set-up program, for one user and
+for all, in a Windows of Wine's that is made for this and removed at the end; no window is shown.
+Prints a line for each thing that holds, and ends with an error at the first that doesn't.
+
+Needs wine64 with wine, nsis, w3m, zip, unzip and binutils (Debian packages); installs nothing.
+END
+}
+
+fail() { printf 'test_setup.sh: %s\n' "$*" >&2; exit 1; }
+
+if [[ ${1:-} == --help ]]; then
+    usage
+    exit 0
+fi
+(($# == 2)) || { usage >&2; exit 2; }
+[[ -f $1 ]] || fail "there is no $1"
+[[ -f $2 ]] || fail "there is no $2"
+setup=$(realpath "$1")
+zip=$(realpath "$2")
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+for command in wine wineserver unzip strings; do
+    command -v "$command" >/dev/null || fail "there is no $command"
+done
+[[ ${setup##*/} =~ ^vinst-(.+)-windows-x86_64-setup\.exe$ ]] || fail "there is no version in the name $setup"
+version=${BASH_REMATCH[1]}
+
+work=$(mktemp -d "${TMPDIR:-/tmp}/vinst_setup.XXXXXX")
+# Of Wine's own nothing is asked and nothing gets into the desktop's menus of this machine.
+export WINEPREFIX=$work/prefix WINEARCH=win64 WINEDEBUG=-all
+export WINEDLLOVERRIDES="mscoree,mshtml=;winemenubuilder.exe=d"
+export HOME=$work/home XDG_RUNTIME_DIR=$work/run LC_ALL=C.UTF-8
+unset DISPLAY WAYLAND_DISPLAY WINEPATH XDG_DATA_HOME XDG_CONFIG_HOME XDG_CACHE_HOME
+mkdir -m 700 "$HOME" "$XDG_RUNTIME_DIR"
+
+program=
+finish() {
+    if [[ -n $program ]]; then
+        kill "$program" 2>/dev/null || true
+        wait "$program" 2>/dev/null || true
+    fi
+    if [[ -d $WINEPREFIX ]]; then
+        timeout 60 wineserver -k 2>/dev/null || true
+        timeout 60 wineserver -w 2>/dev/null || true
+    fi
+    rm -rf "$work"
+}
+trap finish EXIT
+trap 'exit 130' INT
+trap 'exit 143' TERM
+
+run() { timeout -k 10 300 wine "$@"; }
+ok() { printf 'ok: %s\n' "$*"; }
+
+# equal WHAT EXPECTED ACTUAL
+equal() {
+    [[ $2 == "$3" ]] || fail "$1: expected '$2', got '$3'"
+    ok "$1: $2"
+}
+
+# exits CODE WHAT COMMAND...
+exits() {
+    local expected=$1 what=$2 code=0
+    shift 2
+    "$@" || code=$?
+    equal "$what exits with" "$expected" "$code"
+}
+
+# same WHAT FILE FILE
+same() {
+    diff -u "$2" "$3" >&2 || fail "$1: see the differences above"
+    ok "$1"
+}
+
+there() { [[ -e $1 ]] || fail "there is no $1"; ok "there is ${1#"$work"/}"; }
+gone() { [[ ! -e $1 ]] || fail "there is still $1"; ok "there is no ${1#"$work"/}"; }
+
+# until_ WHAT COMMAND...: waits for it, two minutes at most.
+until_() {
+    local what=$1 end=$((SECONDS + 120))
+    shift
+    while ((SECONDS < end)); do
+        if "$@"; then
+            ok "$what"
+            return
+        fi
+        sleep 0.2
+    done
+    fail "waited in vain: $what"
+}
+
+# Ends all of this Windows' processes, its registry then being in its files.
+shut_down() {
+    timeout 120 wineserver -w || { timeout 60 wineserver -k || true; timeout 60 wineserver -w; }
+}
+
+tree() { (cd "$1" && find . -mindepth 1 -printf '%y %P\n' | sort); }
+sums() { (cd "$1" && find . -type f -exec sha256sum {} + | sort -k 2); }
+
+# snapshot NAME: all files and directories of drive C, and all of the registry, in $work/NAME.*, as
+# they are after a restart: the copy that an uninstaller runs as goes then. Left out are
+# - the directory of that copy, which Windows removes with it, but not Wine's restart;
+# - the times at which keys were changed;
+# - the keys of devices, which Wine makes anew at each start, and not always in the same order.
+snapshot() {
+    shut_down
+    timeout 120 wineboot
+    shut_down
+    tree "$WINEPREFIX/drive_c" | sed -E '/^d users\/[^\/]+\/Temp\/~nsu[0-9A-Z]*\.tmp$/d' >"$work/$1.files"
+    sed -E -e '/^#time=/d' -e 's/^(\[.*\]) [0-9]+$/\1/' \
+        "$WINEPREFIX"/{system,user,userdef}.reg |
+        awk '/^\[/ { devices = /^\[System\\\\CurrentControlSet\\\\(Control\\\\(Class|DeviceClasses)|Enum)\\\\/ } !devices' \
+            >"$work/$1.registry"
+    grep -q 'CurrentVersion' "$work/$1.registry" || fail "the registry can't be read"
+}
+
+unchanged() { # SINCE WHAT
+    snapshot now
+    same "$2 leaves no file and no directory behind" "$work/$1.files" "$work/now.files"
+    same "$2 leaves nothing in the registry" "$work/$1.registry" "$work/now.registry"
+}
+
+to_unix() { run winepath -u "$1" | tr -d '\r'; }
+variable() { run cmd /c "echo %$1%" | tr -d '\r'; }
+
+# run_line LINE: as if it was typed there. A directory after /D= or _?= must not be in quotes, even
+# if there are spaces in it, and among arguments Wine would quote it.
+run_line() {
+    printf '@%s\r\n' "$1" >"$work/line.bat"
+    run cmd /c "$(run winepath -w "$work/line.bat" | tr -d '\r')"
+}
+
+key='Software\Microsoft\Windows\CurrentVersion\Uninstall\OrvaneVeltrinCrestInstaller'
+
+value() { # HIVE NAME
+    run reg query "$1\\$key" /v "$2" | tr -d '\r' | sed -nE "s/^ +$2 +REG_(SZ|DWORD) +//p"
+}
+has_key() { run reg query "$1\\$key" >"$work/key" 2>&1; }
+is_gone() { [[ ! -e $1 ]]; }
+in_use() { [[ $(run_line "type nul >> \"$1\"" 2>&1) == *"haring violation"* ]]; }
+has_no_key() { ! has_key "$1"; }
+
+# help_of FILE: the console program runs by itself, from wherever it is called.
+help_of() {
+    local text code=0
+    text=$(cd / && run "$1" --help </dev/null 2>"$work/stderr") || code=$?
+    ((code == 0)) || { cat "$work/stderr" >&2; fail "$1 --help exits with $code"; }
+    [[ $text == *--help* ]] || fail "$1 --help prints no help but '$text'"
+    ok "${1#"$work"/} --help prints its help"
+}
+
+mkdir "$work/zip" "$work/old"
+timeout 300 wineboot -i >"$work/wineboot" 2>&1 || { cat "$work/wineboot" >&2; fail "Wine does not start"; }
+# Windows that nobody sees.
+run reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f >/dev/null
+setup_there=$(run winepath -w "$setup" | tr -d '\r')
+local_data=$(variable LOCALAPPDATA)
+program_files=$(variable ProgramFiles)
+roaming=$(to_unix "$(variable APPDATA)")
+program_data=$(to_unix "$(variable ProgramData)")
+[[ $local_data == C:\\* && $program_files == C:\\* && -d $roaming && -d $program_data ]] ||
+    fail "Wine has no usual folders: '$local_data' '$program_files' '$roaming' '$program_data'"
+# Only the lowest eight bits of an exit code get through.
+run winecfg /v win7
+exits "$((1150 & 255))" "set-up on Windows 7" run "$setup" /S
+run winecfg /v win10
+ok "a fresh $(run cmd /c ver | tr -d '\r\n')"
+
+# ---- The archive ----
+
+unzip -q "$zip" -d "$work/zip"
+top=vinst-$version-windows-x86_64
+equal "the archive's only directory is" "$top" "$(ls -A "$work/zip")"
+files=$work/zip/$top
+help_of "$files/bin/vinst_cli.exe"
+sums "$files" >"$work/zip.sums"
+
+# An older version, with a file that the new one hasn't got.
+mkdir "$work/older"
+for file in bin/vinst.exe bin/vinst_cli.exe bin/vinst.dll licenses/main.html; do
+    install -D "$files/$file" "$work/older/$file"
+done
+mkdir "$work/older/former"
+echo former >"$work/older/former/former.txt"
+SOURCE_DATE_EPOCH=0 "$here/pack.sh" "$work/older" 0.0.1 "$work/old" >"$work/pack" 2>&1 ||
+    { cat "$work/pack" >&2; fail "the older version can't be packed"; }
+older=$work/old/vinst-0.0.1-windows-x86_64-setup.exe
+
+# installed HIVE MODE DIRECTORY MENU: what has to be there then
+installed() {
+    local hive=$1 mode=$2 directory=$3 menu=$4 place shortcut text
+    place=$(to_unix "$directory")
+    sums "$place" | grep -v ' \./uninstall\.exe$' >"$work/installed.sums"
+    same "the files for $mode are those of the archive" "$work/zip.sums" "$work/installed.sums"
+    there "$place/uninstall.exe"
+    help_of "$place/bin/vinst_cli.exe"
+    equal "DisplayName" "Veltrin Crest Installer" "$(value "$hive" DisplayName)"
+    equal "DisplayVersion" "$version" "$(value "$hive" DisplayVersion)"
+    equal "Publisher" Orvane "$(value "$hive" Publisher)"
+    equal "DisplayIcon" "$directory\\bin\\vinst.exe,0" "$(value "$hive" DisplayIcon)"
+    equal "InstallLocation" "$directory" "$(value "$hive" InstallLocation)"
+    equal "UninstallString" "\"$directory\\uninstall.exe\" /$mode" "$(value "$hive" UninstallString)"
+    equal "QuietUninstallString" "\"$directory\\uninstall.exe\" /S /$mode" "$(value "$hive" QuietUninstallString)"
+    equal "EstimatedSize" "$(printf '0x%x' "$(find "$files" -type f -printf '%s\n' |
+        awk '{ sum += $1 } END { print int((sum + 1023) / 1024) }')")" "$(value "$hive" EstimatedSize)"
+    equal "NoModify" 0x1 "$(value "$hive" NoModify)"
+    equal "NoRepair" 0x1 "$(value "$hive" NoRepair)"
+    shortcut="$menu/Microsoft/Windows/Start Menu/Programs/Veltrin Crest Installer.lnk"
+    there "$shortcut"
+    text=$(strings -el "$shortcut"; strings "$shortcut")
+    [[ $text == *"$directory\\bin\\vinst.exe"* ]] || fail "the shortcut leads elsewhere: $text"
+    ok "the shortcut leads to $directory\\bin\\vinst.exe"
+}
+
+# uninstall HIVE: as Windows would without questions
+uninstall() {
+    local command directory
+    directory=$(to_unix "$(value "$1" InstallLocation)")
+    command=$(value "$1" QuietUninstallString)
+    exits 0 "$command" run_line "$command"
+    # It goes on as a copy of itself, so that it can remove itself.
+    until_ "the uninstaller has removed itself" is_gone "$directory/uninstall.exe"
+    until_ "the uninstaller has removed its registry key" has_no_key "$1"
+    shut_down
+}
+
+# cycle HIVE MODE DIRECTORY MENU OPTIONS
+cycle() {
+    local hive=$1 mode=$2 directory=$3 menu=$4 place
+    exits 0 "set-up /S $5" run_line "\"$setup_there\" /S $5"
+    installed "$hive" "$mode" "$directory" "$menu"
+    place=$(to_unix "$directory")
+    uninstall "$hive"
+    gone "$place"
+    unchanged before "uninstalling for $mode"
+}
+
+folder='Orvane\Veltrin Crest Installer'
+mine=$local_data\\Programs\\$folder
+everybodys=$program_files\\$folder
+snapshot first # some of Wine comes to be at the second start
+snapshot before
+unchanged before "doing nothing"
+
+cycle HKCU CurrentUser "$mine" "$roaming" ""
+cycle HKCU CurrentUser 'C:\Some where\else' "$roaming" '/CurrentUser /D=C:\Some where\else'
+cycle HKLM AllUsers "$everybodys" "$program_data" /AllUsers
+
+# ---- Upgrading ----
+
+for mode in CurrentUser AllUsers; do
+    if [[ $mode == CurrentUser ]]; then
+        hive=HKCU directory=$mine menu=$roaming
+    else
+        hive=HKLM directory=$everybodys menu=$program_data
+    fi
+    exits 0 "the older set-up /S /$mode" run "$older" /S "/$mode"
+    there "$(to_unix "$directory")/former/former.txt"
+    equal "DisplayVersion" 0.0.1 "$(value "$hive" DisplayVersion)"
+    cycle "$hive" "$mode" "$directory" "$menu" "/$mode"
+done
+exits 0 "the older set-up" run "$older" /S '/D=C:\older'
+cycle HKCU CurrentUser 'C:\newer\there' "$roaming" '/D=C:\newer\there'
+
+# ---- Strangers' files ----
+
+exits 0 "set-up" run "$setup" /S '/D=C:\shared\place'
+place=$(to_unix 'C:\shared\place')
+mkdir "$place/theirs"
+echo theirs >"$place/theirs/file.txt"
+echo theirs >"$place/bin/their.dll"
+tree "$place" | grep their >"$work/theirs"
+uninstall HKCU
+tree "$place" | grep -v '^d bin$' >"$work/left"
+same "others' files stay, and nothing else" "$work/theirs" "$work/left"
+# Once more around them, and over an older version.
+exits 0 "the older set-up" run "$older" /S '/D=C:\shared\place'
+exits 0 "set-up" run "$setup" /S '/D=C:\shared\place'
+uninstall HKCU
+tree "$place" | grep -v '^d bin$' >"$work/left"
+same "others' files stay after an upgrade too" "$work/theirs" "$work/left"
+rm -r "${place%/place}"
+unchanged before "uninstalling beside others' files"
+
+# ---- While the program runs ----
+
+exits 0 "the older set-up" run "$older" /S
+# The older version hasn't got the libraries, but it is the same file.
+cp -r "$files/bin/." "$(to_unix "$mine")/bin/"
+place=$(to_unix "$mine")
+timeout -k 10 300 wine "$place/bin/vinst.exe" >/dev/null 2>"$work/stderr" </dev/null &
+program=$!
+until_ "vinst.exe is being run" in_use "$mine\\bin\\vinst.exe"
+sleep 5
+kill -0 "$program" 2>/dev/null || { cat "$work/stderr" >&2; fail "vinst.exe does not stay open"; }
+ok "vinst.exe opens and stays open"
+tree "$place" >"$work/running.files"
+exits 32 "set-up while the program runs" run "$setup" /S
+exits 32 "the uninstaller while the program runs" run_line "\"$mine\\uninstall.exe\" /S _?=$mine"
+tree "$place" >"$work/now.files"
+same "nothing has changed while the program runs" "$work/running.files" "$work/now.files"
+equal "DisplayVersion" 0.0.1 "$(value HKCU DisplayVersion)"
+kill "$program"
+wait "$program" || true
+program=
+exits 0 "set-up when the program has ended" run "$setup" /S
+installed HKCU CurrentUser "$mine" "$roaming"
+uninstall HKCU
+gone "$place"
+
+# ---- What can't be ----
+
+exits 87 "set-up with both modes" run "$setup" /S /AllUsers /CurrentUser
+exits 0 "set-up" run "$setup" /S
+exits 183 "set-up for all into one user's directory" run_line "\"$setup_there\" /S /AllUsers /D=$mine"
+installed HKCU CurrentUser "$mine" "$roaming"
+equal "HKLM's key" none "$(has_key HKLM && echo there || echo none)"
+uninstall HKCU
+
+# A file can't be laid down where a directory is.
+mkdir -p "$WINEPREFIX/drive_c/half/licenses/main.html"
+tree "$WINEPREFIX/drive_c/half" >"$work/half.files"
+exits 2 "set-up that can't lay down a file" run "$setup" /S '/D=C:\half'
+tree "$WINEPREFIX/drive_c/half" >"$work/now.files"
+same "it takes back what it has laid down" "$work/half.files" "$work/now.files"
+rm -r "$WINEPREFIX/drive_c/half"
+unchanged before "all of this"
+echo "All checks hold."
