@@ -32,6 +32,9 @@ set(VINST_TESTS_LEFT_OUT_ON_WINDOWS
   Paths.OfTemporaryFilesAreToldWhenTheyCannotBeUsed Paths.OfTemporaryFilesEndWithASeparator
   Paths.LeadToTheirNearestExistingDirectory Paths.OfInstallationsHaveALongerLimitOnLinux
   Integrity.MakesVerifiedInstallersExecutableAndNothingElse
+  # A small disk that fills up is mounted by the test.
+  Move.LeavesNothingBehindWhereTheOtherFileSystemIsFull AppendFile.KeepsWhatFitsOnAFullDisk
+  Logger.OutlivesAFullDisk
   # Installers of these tests are shell scripts with a purpose of their own.
   Install.RunsTheActionsAfterTheInstallers TreeView.RunsAnInstallerByItsButton
   TreeView.RunsNothingWhenTheButtonIsLeft DialogStop.EndsARunThatInstalls

@@ -69,7 +69,7 @@ protected:
         ASSERT_TRUE(ended) << child.output() << child.errors();
         result = *ended;
         output = with_plain_line_ends(child.output());
-        errors = with_plain_line_ends(child.errors());
+        errors = without_lines_of_wine(with_plain_line_ends(child.errors()));
     }
 
     void expect_stopped(const std::string& expected_output)
@@ -84,7 +84,7 @@ protected:
     std::string download(const std::string& name) const { return host_path(dir / "dl" / name); }
 
     std::string log_path() const { return (dir / "dl/vinst-5.2.0.31-pro.log").string(); }
-    std::string log() const { return read_file(log_path()); }
+    std::string log() const { return with_plain_line_ends(read_file(log_path())); }
 
     bool output_holds(const std::string& text) const
     {

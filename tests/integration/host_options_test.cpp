@@ -409,8 +409,9 @@ TEST_F(HostOptions, ThatAreUnknownAreShownByTheGraphicalHostAsWell)
     EXPECT_TRUE(child.wait_for(
         [](const std::string& said, const std::string& errors_said)
         {
-            return said == "Run --help to see available options\n" &&
-                   errors_said == "Error: unrecognised option '--nonsense'\n\n";
+            return with_plain_line_ends(said) == "Run --help to see available options\n" &&
+                   without_lines_of_wine(with_plain_line_ends(errors_said)) ==
+                       "Error: unrecognised option '--nonsense'\n\n";
         },
         20s))
         << child.output() << child.errors();

@@ -245,7 +245,10 @@ TEST_F(HostRun, GoesOnWhereAnEarlierRunWasStopped)
     CHILD_PROCESS first(setup(run_arguments()));
     // What was received counts once it is on disk: a second later it is shown, too.
     ASSERT_TRUE(first.wait_for_output("[100000 / 300000] 33%", 20s)) << first.output();
-    first.send_signal(SIGTERM);
+    if (tested_platform() == "windows")
+        first.send_signal_to_group(SIGKILL);
+    else
+        first.send_signal(SIGTERM);
     ASSERT_TRUE(first.wait(10s));
     ASSERT_EQ(std::filesystem::file_size(dir / "dl/one.run"), 100'000U);
     run(run_arguments());
@@ -317,7 +320,8 @@ TEST_F(HostRun, LeavesARunningFileToTheRunThatFetchesIt)
         << output;
     const auto ended = first.wait(60s);
     ASSERT_TRUE(ended);
-    EXPECT_NE(first.output().find("\nDownload successful\n"), std::string::npos);
+    EXPECT_NE(with_plain_line_ends(first.output()).find("\nDownload successful\n"),
+              std::string::npos);
     EXPECT_EQ(dir.read("dl/one.run"), content_of("one"));
 }
 

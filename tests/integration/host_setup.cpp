@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <sstream>
 #include <stdexcept>
 
 namespace
@@ -54,6 +55,7 @@ CHILD_SETUP for_windows(const HOST_SETUP& host)
     for (const char* const name : {"WINEPREFIX", "WINEDEBUG", "VINST_WINE_LIBRARIES"})
         if (const char* const value = std::getenv(name))
             child.environment[name] = value;
+    child.environment["LC_ALL"] = "C.UTF-8"; // of the arguments
     return child;
 }
 
@@ -79,4 +81,14 @@ std::string with_plain_line_ends(std::string text)
         for (std::size_t at = 0; (at = text.find("\r\n", at)) != std::string::npos; ++at)
             text.erase(at, 1);
     return text;
+}
+
+std::string without_lines_of_wine(const std::string& text)
+{
+    std::string kept;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);)
+        if (line.rfind("wine: ", 0) != 0)
+            kept += line + (lines.eof() ? "" : "\n");
+    return kept;
 }

@@ -19,3 +19,6 @@ std::string host_path(const std::filesystem::path& path);
 
 /// What a Windows program printed ends its lines with "\r\n"; the tests' expectations with "\n".
 std::string with_plain_line_ends(std::string text);
+
+/// Wine says things of its own on the standard error.
+std::string without_lines_of_wine(const std::string& text);

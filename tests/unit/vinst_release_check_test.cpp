@@ -193,6 +193,7 @@ TEST_F(CheckRelease, TellsDifferentFilesOfOneName)
                component("c", "a.run", {{"md5sum", QString(32, '0')}}), component("d", "A.run")}),
         ElementsAre("component 'c' (linux): its file 'a.run' is also the file of component 'a' "
                     "(linux), with another size or sum",
+                    "component 'd' (linux): 'filename' is not safe",
                     "component 'd' (linux): its file 'A.run' differs from the file of component "
                     "'a' (linux) only in the case of letters"));
 }
