@@ -30,10 +30,10 @@ add_library(fmt::fmt INTERFACE IMPORTED)
 target_link_libraries(fmt::fmt INTERFACE vinst_headers)
 target_compile_definitions(fmt::fmt INTERFACE FMT_HEADER_ONLY)
 
-# The log's path may hold any letter.
+# The log's path may hold any letter, and installers don't inherit the log.
 add_library(spdlog::spdlog INTERFACE IMPORTED)
 target_link_libraries(spdlog::spdlog INTERFACE fmt::fmt)
-target_compile_definitions(spdlog::spdlog INTERFACE SPDLOG_FMT_EXTERNAL SPDLOG_WCHAR_FILENAMES)
+target_compile_definitions(spdlog::spdlog INTERFACE SPDLOG_FMT_EXTERNAL SPDLOG_WCHAR_FILENAMES SPDLOG_PREVENT_CHILD_FD)
 
 add_library(Boost::program_options STATIC IMPORTED)
 set_target_properties(Boost::program_options PROPERTIES

@@ -50,7 +50,8 @@ public:
     {
         m_exists = FIO_FILE_SYSTEM::create_private_file(m_path);
     }
-    ~OUTPUT_FILE() { FIO_FILE_SYSTEM::remove_if_exists(m_path); }
+    /// A child that the installer leaves behind may hold it on; nobody waits for that.
+    ~OUTPUT_FILE() { FIO_FILE_SYSTEM::remove_unless_held(m_path); }
     OUTPUT_FILE(const OUTPUT_FILE&) = delete;
     OUTPUT_FILE& operator=(const OUTPUT_FILE&) = delete;
 

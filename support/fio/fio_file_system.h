@@ -44,6 +44,9 @@ public:
     /// \return whether the path does not exist afterwards
     static bool remove_if_exists(const std::string& path);
 
+    /// The same without waiting for others who hold the file: then it stays.
+    static bool remove_unless_held(const std::string& path);
+
     /// \param mode  permission bits, as in 0700; no effect where the platform has none
     static bool chmod(const std::string& path, int mode);
 

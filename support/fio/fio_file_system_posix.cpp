@@ -38,6 +38,11 @@ bool FIO_FILE_SYSTEM::create_private_directory(const std::string& path)
     return ::mkdir(path.c_str(), 0700) == 0;
 }
 
+bool FIO_FILE_SYSTEM::remove_unless_held(const std::string& path)
+{
+    return remove_if_exists(path);
+}
+
 std::optional<FIO_FILE_IDENTITY> FIO_FILE_SYSTEM::identity(const std::string& path)
 {
     struct stat status = {};

@@ -46,6 +46,23 @@ DWORD last_error_unless(BOOL succeeded)
     return succeeded != FALSE ? ERROR_SUCCESS : ::GetLastError();
 }
 
+DWORD remove_once(const FIO_PATH& path)
+{
+    const DWORD attributes = ::GetFileAttributesW(path.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES)
+        return ::GetLastError();
+    if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
+        return last_error_unless(::RemoveDirectoryW(path.c_str()));
+    if ((attributes & FILE_ATTRIBUTE_READONLY) != 0)
+        ::SetFileAttributesW(path.c_str(), attributes & ~DWORD{FILE_ATTRIBUTE_READONLY});
+    return last_error_unless(::DeleteFileW(path.c_str()));
+}
+
+bool is_gone(DWORD error)
+{
+    return error == ERROR_SUCCESS || error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+}
+
 struct LOCAL_DELETER
 {
     void operator()(void* memory) const { ::LocalFree(memory); }
@@ -132,19 +149,12 @@ bool FIO_FILE_SYSTEM::rename(const FIO_PATH& from, const FIO_PATH& to)
 bool FIO_FILE_SYSTEM::remove_if_exists(const std::string& path)
 {
     const FIO_PATH native = fio_path(path);
-    const DWORD error = repeat_while_held(
-        [&]
-        {
-            const DWORD attributes = ::GetFileAttributesW(native.c_str());
-            if (attributes == INVALID_FILE_ATTRIBUTES)
-                return ::GetLastError();
-            if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
-                return last_error_unless(::RemoveDirectoryW(native.c_str()));
-            if ((attributes & FILE_ATTRIBUTE_READONLY) != 0)
-                ::SetFileAttributesW(native.c_str(), attributes & ~DWORD{FILE_ATTRIBUTE_READONLY});
-            return last_error_unless(::DeleteFileW(native.c_str()));
-        });
-    return error == ERROR_SUCCESS || error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+    return is_gone(repeat_while_held([&native] { return remove_once(native); }));
+}
+
+bool FIO_FILE_SYSTEM::remove_unless_held(const std::string& path)
+{
+    return is_gone(remove_once(fio_path(path)));
 }
 
 bool FIO_FILE_SYSTEM::create_private_file(const std::string& path)

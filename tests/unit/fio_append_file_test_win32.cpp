@@ -96,6 +96,20 @@ TEST(FileSystem, GivesAFileUpThatIsHeldForLonger)
     EXPECT_LT(taken, 12s);
 }
 
+TEST(FileSystem, LeavesAHeldFileAtOnceWhereNobodyIsToWait)
+{
+    const TEMP_DIR dir;
+    const auto path = dir.write("a", "x");
+    {
+        const SCANNER scanner(path);
+        const auto started = std::chrono::steady_clock::now();
+        EXPECT_FALSE(FIO_FILE_SYSTEM::remove_unless_held(path.string()));
+        EXPECT_LT(std::chrono::steady_clock::now() - started, 1s);
+    }
+    EXPECT_TRUE(FIO_FILE_SYSTEM::remove_unless_held(path.string()));
+    EXPECT_TRUE(FIO_FILE_SYSTEM::remove_unless_held(path.string()));
+}
+
 TEST(FileSystem, RemovesAFileThatIsWriteProtected)
 {
     const TEMP_DIR dir;
