@@ -28,7 +28,7 @@ for argument in "$@"; do
         bench) packages+=(nginx-light aria2 curl openssl time) ;;
         screenshots) packages+=(xvfb util-linux fonts-dejavu-core pngquant) ;;
         windows) packages+=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev googletest wine wine64 nsis
-                            fonts-dejavu-core libqt5svg5 w3m zip unzip xz-utils) ;;
+                            fonts-dejavu-core libqt5svg5 jq w3m zip unzip xz-utils) ;;
         --help) usage; exit 0 ;;
         *) echo "install_deps.sh: unknown argument: $argument" >&2; usage >&2; exit 2 ;;
     esac

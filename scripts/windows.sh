@@ -100,6 +100,8 @@ packaging/windows/pack.sh --icon install/hosts/vinst.ico "$build/layout" "$versi
 if $with_tests; then
     say "Testing the set-up program"
     packaging/windows/test_setup.sh "$build"/dist/*-setup.exe "$build"/dist/*.zip
+    say "Installing the demo release"
+    scripts/windows_demo.sh
 fi
 say "Done"
 ls -l "$build/dist"

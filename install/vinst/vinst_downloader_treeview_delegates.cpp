@@ -90,7 +90,9 @@ void VINST_DOWNLOADER_TREEVIEW_PROGRESS_BAR_DELEGATE::paint(QPainter* painter,
         return;
     QStyleOptionProgressBar bar;
     bar.rect = option.rect.adjusted(bar_margin, 2, -bar_margin, -2);
+    // A window that isn't active has no colour for the bar on some platforms; its progress goes on.
     bar.palette = option.palette;
+    bar.palette.setCurrentColorGroup(QPalette::Active);
     bar.fontMetrics = option.fontMetrics;
     bar.direction = option.direction;
     bar.state = QStyle::State_Enabled | QStyle::State_Horizontal;

@@ -526,6 +526,26 @@ TEST(TreeDelegates, PaintOtherColumnsAsUsual)
     }
 }
 
+TEST(TreeDelegates, ShowProgressInAWindowThatIsNotActive)
+{
+    QStandardItemModel model(1, 10);
+    model.setItem(0, progress_column, new QStandardItem);
+    model.item(0, progress_column)->setData("100", tree_cell_role);
+    QStyleOptionViewItem option;
+    option.rect = QRect(0, 0, 80, 20);
+    option.palette.setColor(QPalette::Active, QPalette::Highlight, Qt::blue);
+    option.palette.setColor(QPalette::Inactive, QPalette::Highlight, Qt::white);
+    option.palette.setCurrentColorGroup(QPalette::Inactive);
+    QImage image(80, 20, QImage::Format_ARGB32);
+    image.fill(Qt::white);
+    QPainter painter(&image);
+    VINST_DOWNLOADER_TREEVIEW_PROGRESS_BAR_DELEGATE().paint(&painter, option,
+                                                            model.index(0, progress_column));
+    painter.end();
+    const QColor filled = image.pixelColor(10, 10);
+    EXPECT_GT(filled.blue(), filled.red() + 100);
+}
+
 TEST(TreeDelegates, TakeTheSizeOfTheAnimationWhileItShows)
 {
     QStandardItemModel model(1, 10);
