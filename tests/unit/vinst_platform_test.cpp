@@ -34,6 +34,18 @@ TEST(Platform, DecidesOnTheCommandThatOpensAPage)
               "xdg-open /opt/licenses/main.html");
     EXPECT_EQ(open_page_command("C:/licenses/main.html", "windows"), "start C:/licenses/main.html");
     EXPECT_EQ(open_page_command("/a b/$(x)/it's", "linux"), "xdg-open '/a b/$(x)/it'\\''s'");
+    EXPECT_EQ(open_page_command("C:\\Program Files\\v & w\\main.html", "windows"),
+              "start \"\" \"C:\\Program Files\\v & w\\main.html\"");
+}
+
+TEST(Platform, TellsTheRightsThatATestHasSet)
+{
+    const bool real = has_admin_rights();
+    EXPECT_EQ(real, user_is_administrator());
+    set_admin_rights(!real);
+    EXPECT_EQ(has_admin_rights(), !real);
+    set_admin_rights(std::nullopt);
+    EXPECT_EQ(has_admin_rights(), real);
 }
 
 TEST(Platform, NeedsNoSpecialRightsToInstallOnLinux)
