@@ -280,6 +280,8 @@ part_qtbase() {
     fi
     say "qtbase: compiling; this takes the longest"
     cd "$build"
+    # Left behind by a compiler that was killed: newer than its source, so make would keep it.
+    find . -name '*.o' -empty -delete
     make -j "$jobs"
     make install INSTALL_ROOT="$work/installed/qtbase"
     mv "$work/installed/qtbase$prefix"/* "$stage/"
