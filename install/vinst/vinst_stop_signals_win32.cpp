@@ -34,7 +34,7 @@ BOOL WINAPI on_request(DWORD kind)
     thr_request_stop();
     if (!can_wait)
         ::WaitForSingleObject(run_ended, grace_of_the_system); // returning ends the process
-    return can_wait ? TRUE : FALSE;
+    return TRUE;
 }
 
 }
@@ -53,9 +53,10 @@ VINST_STOP_SIGNALS::VINST_STOP_SIGNALS() : m_watch(std::make_unique<WATCH>())
 
 VINST_STOP_SIGNALS::~VINST_STOP_SIGNALS()
 {
-    ::SetConsoleCtrlHandler(on_request, FALSE);
-    // A request that came last may still wait on another thread: the event is left to the process.
+    // First, as the system takes no handler back while it runs. The event is left to the process:
+    // a request that came last may still look at it.
     ::SetEvent(m_watch->ended);
+    ::SetConsoleCtrlHandler(on_request, FALSE);
 }
 
 int VINST_STOP_SIGNALS::received()
@@ -68,6 +69,5 @@ void VINST_STOP_SIGNALS::end_by_signal()
     if (received_request == 0)
         return;
     std::fflush(nullptr);
-    ::SetEvent(m_watch->ended);
     ::ExitProcess(ended_by_control_c);
 }

@@ -72,6 +72,11 @@ std::string hanging_script(bool stubborn)
                     std::string(stubborn ? "stubborn\n" : "") + "ready\nsleep 0\n");
 }
 
+std::string hanging_install_script()
+{
+    return for_host(std::string(find_the_directory) + ready_and_sleep, "install\nready\nsleep 0\n");
+}
+
 std::string script_with_lasting_child(int seconds)
 {
     const std::string count = std::to_string(seconds);

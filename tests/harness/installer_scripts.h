@@ -21,6 +21,9 @@ std::string main_product_script();
 /// Writes "ready" and sleeps until it is ended. A stubborn one ignores SIGINT and SIGTERM.
 std::string hanging_script(bool stubborn = false);
 
+/// Lays its file down as install_script does, and sleeps until it is ended.
+std::string hanging_install_script();
+
 /// Writes "ready" and exits at once with 0, but leaves a child that keeps its standard output open
 /// for that many seconds.
 std::string script_with_lasting_child(int seconds);

@@ -321,19 +321,3 @@ TEST_F(HostSignals, ThatTheHostsParentIgnoresStayIgnored)
     EXPECT_TRUE(ended->exited_with(0));
     EXPECT_NE(child.output().find("\nDownload successful\n"), std::string::npos);
 }
-
-TEST_F(HostSignals, ComeFromTheTerminalsKeys)
-{
-    builder.component("one").pattern_content(300'000, 1);
-    publish();
-    server.set_faults("/one.run", {FAULT::trickle(100, 50ms)});
-    CHILD_SETUP terminal = setup(run_arguments());
-    terminal.terminal = CHILD_TERMINAL{};
-    CHILD_PROCESS child(terminal);
-    ASSERT_TRUE(child.wait_for_output("Download progress:", 20s));
-    child.type("\x03");
-    const auto ended = child.wait(10s);
-    ASSERT_TRUE(ended);
-    EXPECT_EQ(ended->signal, SIGINT);
-    EXPECT_NE(child.output().find("Download stopped"), std::string::npos);
-}

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <optional>
 #include <thread>
 
 #include <windows.h>
@@ -33,6 +34,40 @@ private:
     bool m_exists = false;
 };
 
+/// What Wine has no window and no key for: the thread that the system starts in a process whose
+/// console is asked to end, at the place where the system starts it.
+class REQUEST_THREAD
+{
+public:
+    explicit REQUEST_THREAD(DWORD request)
+    {
+        const auto routine = reinterpret_cast<LPTHREAD_START_ROUTINE>(
+            ::GetProcAddress(::GetModuleHandleW(L"kernelbase.dll"), "CtrlRoutine"));
+        if (routine != nullptr)
+            m_thread =
+                ::CreateThread(nullptr, 0, routine,
+                               reinterpret_cast<void*>(static_cast<UINT_PTR>(request)), 0, nullptr);
+    }
+    ~REQUEST_THREAD()
+    {
+        if (m_thread == nullptr)
+            return;
+        ::WaitForSingleObject(m_thread, 20'000);
+        ::CloseHandle(m_thread);
+    }
+    REQUEST_THREAD(const REQUEST_THREAD&) = delete;
+    REQUEST_THREAD& operator=(const REQUEST_THREAD&) = delete;
+
+    bool exists() const { return m_thread != nullptr; }
+    bool ends_within(std::chrono::milliseconds limit) const
+    {
+        return ::WaitForSingleObject(m_thread, static_cast<DWORD>(limit.count())) == WAIT_OBJECT_0;
+    }
+
+private:
+    HANDLE m_thread = nullptr;
+};
+
 bool stop_comes_within(std::chrono::milliseconds limit)
 {
     for (auto passed = 0ms; passed < limit && !thr_stop_requested(); passed += 10ms)
@@ -50,27 +85,54 @@ protected:
 
 TEST_P(StopSignals, BecomeTheRunsStopRequest)
 {
+    std::optional<VINST_STOP_SIGNALS> signals(std::in_place);
+    EXPECT_EQ(VINST_STOP_SIGNALS::received(), 0);
+    const REQUEST_THREAD request(GetParam());
+    ASSERT_TRUE(request.exists());
+    EXPECT_TRUE(stop_comes_within(5s));
+    EXPECT_NE(VINST_STOP_SIGNALS::received(), 0);
+    signals.reset();
+}
+
+INSTANTIATE_TEST_SUITE_P(Console, StopSignals,
+                         ::testing::Values(CTRL_C_EVENT, CTRL_BREAK_EVENT, CTRL_CLOSE_EVENT,
+                                           CTRL_LOGOFF_EVENT, CTRL_SHUTDOWN_EVENT));
+
+TEST_F(StopSignals, ComeFromTheConsole)
+{
     const OWN_CONSOLE console;
     ASSERT_TRUE(console.exists());
     const VINST_STOP_SIGNALS signals;
-    EXPECT_EQ(VINST_STOP_SIGNALS::received(), 0);
-    ASSERT_NE(::GenerateConsoleCtrlEvent(GetParam(), 0), FALSE);
+    ASSERT_NE(::GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0), FALSE);
     EXPECT_TRUE(stop_comes_within(5s));
-    EXPECT_NE(VINST_STOP_SIGNALS::received(), 0);
 }
 
-// Wine sends no CTRL_BREAK_EVENT; the handler treats it as it does this one.
-INSTANTIATE_TEST_SUITE_P(Console, StopSignals, ::testing::Values(CTRL_C_EVENT));
+// The system ends the process as soon as it has its answer.
+TEST_F(StopSignals, OfAClosedConsoleAreAnsweredWhenTheRunHasUnwound)
+{
+    std::optional<VINST_STOP_SIGNALS> signals(std::in_place);
+    const REQUEST_THREAD request(CTRL_CLOSE_EVENT);
+    ASSERT_TRUE(stop_comes_within(5s));
+    EXPECT_FALSE(request.ends_within(500ms));
+    signals.reset();
+    EXPECT_TRUE(request.ends_within(2s));
+}
 
-TEST(StopSignalsDeathTest, EndTheProcessWithTheCodeOfControlC)
+class StopSignalsDeathTest : public ::testing::TestWithParam<DWORD>
+{
+};
+
+TEST_P(StopSignalsDeathTest, EndTheProcessWithTheCodeOfControlC)
 {
     EXPECT_EXIT(
         {
-            const OWN_CONSOLE console;
             VINST_STOP_SIGNALS signals;
-            ::GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0);
+            const REQUEST_THREAD request(GetParam());
             stop_comes_within(5s);
             signals.end_by_signal();
         },
         ::testing::ExitedWithCode(static_cast<int>(0xC000013A)), "");
 }
+
+INSTANTIATE_TEST_SUITE_P(Console, StopSignalsDeathTest,
+                         ::testing::Values(CTRL_C_EVENT, CTRL_BREAK_EVENT, CTRL_CLOSE_EVENT));
