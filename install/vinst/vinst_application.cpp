@@ -3,6 +3,7 @@
 #include "install/vinst/vinst_messages.h"
 #include "install/vinst/vinst_platform.h"
 #include "install/vinst/vinst_text.h"
+#include "support/afcq/afcq_style.h"
 
 #include <QApplication>
 #include <QByteArray>
@@ -89,6 +90,6 @@ std::unique_ptr<QApplication> make_application(char** argv, bool with_windows)
     is_making_application = true;
     auto application = std::make_unique<QApplication>(argument_count, argv);
     is_making_application = false;
-    QApplication::setStyle(QStringLiteral("Fusion"));
+    QApplication::setStyle(new AFCQ_STYLE);
     return application;
 }

@@ -12,6 +12,7 @@
 #include "install/vinst/vinst_utils.h"
 #include "support/afcq/afcq_images.h"
 #include "support/afcq/afcq_native_file_dlg.h"
+#include "support/afcq/afcq_style.h"
 #include "ui_vinst_downloader_dlg.h"
 
 #include <QCloseEvent>
@@ -266,8 +267,7 @@ void VINST_DOWNLOADER_DLG::update_licence_link()
 
 void VINST_DOWNLOADER_DLG::update_label_grounds()
 {
-    constexpr int half_light = 128;
-    const bool is_dark = palette().color(QPalette::Window).lightness() < half_light;
+    const bool is_dark = afcq_is_dark(palette());
     set_light_ground(*m_ui->m_download_message_label, is_dark);
     // The inactive link is light itself.
     set_light_ground(*m_ui->m_license_agreement_label, is_dark && auto_installs() && !m_is_busy);

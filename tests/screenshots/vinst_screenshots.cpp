@@ -8,6 +8,7 @@
 #include "install/vinst/vinst_messages.h"
 #include "install/vinst/vinst_settings_dlg.h"
 #include "install/vinst/vinst_text.h"
+#include "support/afcq/afcq_style.h"
 #include "tests/screenshots/made_up_release.h"
 
 #include <QApplication>
@@ -362,7 +363,7 @@ int main(int argc, char** argv)
                              "be an empty directory.\n");
         return 2;
     }
-    QApplication::setStyle("Fusion");
+    QApplication::setStyle(new AFCQ_STYLE);
     QApplication::setFont(QFont("DejaVu Sans", 9));
     if (arguments.value(3) == "dark")
         QApplication::setPalette(dark_palette());
