@@ -290,6 +290,7 @@ part_qtbase() {
     rm -f "$stage"/lib/libQt5Bootstrap.* "$stage/mkspecs/modules/qt_lib_bootstrap_private.pri"
     rm -f "$stage"/bin/{qlalr,qvkgen,tracegen,fixqt4headers.pl}
     strip "$stage"/bin/{moc,uic,rcc,qmake}
+    sed -i "s,$build/lib,\$\$[QT_INSTALL_LIBS],g" "$stage"/mkspecs/modules/qt_ext_*.pri
 
     # Of the descriptions of platforms, those of the two in question.
     find "$stage/mkspecs" -mindepth 1 -maxdepth 1 -type d \
@@ -308,7 +309,8 @@ part_qtsvg() {
     rm -rf "$build"
     mkdir -p "$build"
     cd "$build"
-    "$output/bin/qmake" "$work/src/qtsvg/qtsvg.pro"
+    # Qt Core holds a zlib of its own, with names of its own: its header goes before the other's.
+    "$output/bin/qmake" "$work/src/qtsvg/qtsvg.pro" "INCLUDEPATH += $output/include/QtZlib"
     make -j "$jobs"
     make install INSTALL_ROOT="$work/installed/qtsvg"
     mv "$work/installed/qtsvg$output"/* "$stage/"
