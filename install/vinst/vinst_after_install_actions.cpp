@@ -49,7 +49,7 @@ VINST_DOWNLOADER_AFTER_INSTALL_ACTION_CHECKBOX::VINST_DOWNLOADER_AFTER_INSTALL_A
     setObjectName("m_action_checkbox_" + action->name);
     setAccessibleName(action->display_name());
     if (!action->desc.isEmpty())
-        setToolTip(action->desc.toHtmlEscaped());
+        setToolTip("<qt>" + action->desc.toHtmlEscaped().replace('\n', "<br/>") + "</qt>");
 }
 
 VINST_AFTER_INSTALL_ACTIONS::VINST_AFTER_INSTALL_ACTIONS(QWidget* parent)
@@ -132,9 +132,12 @@ void VINST_AFTER_INSTALL_ACTIONS::show_all_state()
 
 void VINST_AFTER_INSTALL_ACTIONS::restore(const CFGQ_REGISTRY_KEY& settings)
 {
+    // That of all of them counts for those that are new since.
+    const QVariant stored_for_all = settings.get_value(m_all_box->text());
     for (ACTION_BOX* box : m_boxes)
     {
-        const QVariant stored = settings.get_value(box->text());
+        const QVariant own = settings.get_value(box->text());
+        const QVariant& stored = own.isValid() ? own : stored_for_all;
         if (!box->isEnabled() || !stored.isValid())
             continue;
         set_silently(*box, stored.toBool() ? Qt::Checked : Qt::Unchecked);

@@ -95,12 +95,13 @@ QString parts_of_main_product(const VINST_COMPONENT& main_product, const QString
     return enable_part(enabled) + disable_part(disabled);
 }
 
-QString shortcut_options(const VINST_RELEASE& release, const QString& platform)
+/// Whoever runs the installer by hand hasn't been asked about shortcuts.
+QString shortcut_options(const VINST_RELEASE& release, const QString& platform, bool unattended)
 {
     for (const VINST_COMPONENT* action :
          components_of_kind(release, VINST_COMPONENT_KIND::install, platform))
         if (action->name == "desktop_shortcuts")
-            return action->skip == 0 ? ' ' + action->cmd_options : QString();
+            return action->skip != 0 && unattended ? QString() : ' ' + action->cmd_options;
     return {};
 }
 
@@ -141,7 +142,7 @@ QString build_install_command(VINST_COMPONENT& component, const QString& main_pr
                                   (unattended ? options : QString()) + installdir_part(release);
     if (is_main_product)
         return own_installer + parts_of_main_product(component, own_platform) +
-               shortcut_options(release, own_platform);
+               shortcut_options(release, own_platform, unattended);
     if (component.is_device_group_member())
         return device_command(component, options);
     if (component.is_device_archive())

@@ -78,6 +78,7 @@ VINST_DOWNLOADER_DLG::VINST_DOWNLOADER_DLG(VINST_RELEASE& release, VINST_DIALOG_
     m_directory_timer.setInterval(typing_pause);
     m_elapsed_timer.setInterval(elapsed_interval);
 
+    m_no_description = m_ui->m_description_label->text();
     set_up_header();
     m_ui->m_download_treeview->set_release(m_release);
     restore_settings();
@@ -120,6 +121,7 @@ void VINST_DOWNLOADER_DLG::set_up_connections()
             [this]
             {
                 take_directories();
+                m_ui->m_download_treeview->look_at_files();
                 hand_components_to_manager();
                 update_space_labels();
             });
@@ -183,6 +185,8 @@ void VINST_DOWNLOADER_DLG::rebuild_platform()
     tree.set_platform(m_platform);
     tree.populate();
     tree.restore_states();
+    m_ui->m_description_label->setTextFormat(Qt::AutoText);
+    m_ui->m_description_label->setText(m_no_description);
     m_ui->m_after_install_actions->rebuild(m_release, m_platform);
     m_ui->line_separator->setVisible(m_ui->m_after_install_actions->has_actions());
     apply_auto_install_availability();
@@ -200,31 +204,46 @@ void VINST_DOWNLOADER_DLG::apply_auto_install_availability()
     if (!availability.is_available)
         box.setChecked(false);
     m_ui->m_download_treeview->show_run_column(offers_manual_run(availability, box.isChecked()));
+    update_licence_link();
 }
 
 void VINST_DOWNLOADER_DLG::apply_auto_install_choice()
 {
     apply_auto_install_availability();
     m_ui->m_after_install_actions->follow_selection(auto_installs());
-    update_licence_link();
     update_space_labels();
 }
 
 void VINST_DOWNLOADER_DLG::follow_clicks()
 {
-    // A component without what it needs would not be installed.
-    const VINST_COMPONENT_LIST needed = missing_dependencies(m_release, m_platform);
-    m_ui->m_download_treeview->check(needed);
+    const VINST_COMPONENT_LIST needed = complete_selection();
     follow_selection();
-    if (!needed.empty() && !m_is_busy)
+    if (!needed.empty())
         show_status(needed_components_status(needed));
+}
+
+VINST_COMPONENT_LIST VINST_DOWNLOADER_DLG::complete_selection()
+{
+    // A component without what it needs would not be installed. What comes along may bring its own
+    // children, and these their own needs.
+    VINST_COMPONENT_LIST all;
+    for (;;)
+    {
+        VINST_COMPONENT_LIST needed = missing_dependencies(m_release, m_platform);
+        needed.erase(
+            std::remove_if(needed.begin(), needed.end(),
+                           [&all](const VINST_COMPONENT* component)
+                           { return std::find(all.begin(), all.end(), component) != all.end(); }),
+            needed.end());
+        if (needed.empty())
+            return all;
+        m_ui->m_download_treeview->check(needed);
+        all.insert(all.end(), needed.begin(), needed.end());
+    }
 }
 
 void VINST_DOWNLOADER_DLG::follow_selection()
 {
-    // A job works on what it began with; its end comes here again.
-    if (m_is_busy)
-        return;
     hand_components_to_manager();
     m_ui->m_after_install_actions->follow_selection(auto_installs());
     update_space_labels();
@@ -232,15 +251,8 @@ void VINST_DOWNLOADER_DLG::follow_selection()
 
 void VINST_DOWNLOADER_DLG::hand_components_to_manager()
 {
-    // Cancelling checks processes events, and these may bring the next change.
-    m_hand_components_again = true;
-    if (m_is_handing_components)
-        return;
-    m_is_handing_components = true;
-    while (std::exchange(m_hand_components_again, false))
-        m_manager.set_components(
-            selected_components(m_release, VINST_COMPONENT_KIND::download, m_platform), true);
-    m_is_handing_components = false;
+    m_manager.set_components(
+        selected_components(m_release, VINST_COMPONENT_KIND::download, m_platform), true);
 }
 
 void VINST_DOWNLOADER_DLG::update_space_labels()
@@ -309,8 +321,7 @@ void VINST_DOWNLOADER_DLG::return_to_idle()
     m_ui->m_close_button->setEnabled(true);
     m_ui->m_download_dir_line_edit->setEnabled(true);
     apply_auto_install_availability();
-    update_licence_link();
-    if (m_ui->m_stop_button->hasFocus())
+    if (m_ui->m_stop_button->hasFocus() || std::exchange(m_stop_had_focus, false))
         m_ui->m_download_button->setFocus();
     m_ui->m_stop_button->setEnabled(false);
 }

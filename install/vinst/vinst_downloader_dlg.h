@@ -58,8 +58,6 @@ public Q_SLOTS:
     void browse_clicked();
 
 Q_SIGNALS:
-    /// The job that ran has ended and the dialog is idle again; any report is still to be shown.
-    void job_ended();
     /// What waits for the next attempt need not wait any longer.
     void stop_requested();
 
@@ -88,6 +86,8 @@ private:
     void apply_auto_install_choice();
     /// What the user has clicked, and what that needs besides.
     void follow_clicks();
+    /// Checks what the chosen components need. \return what wasn't chosen before
+    VINST_COMPONENT_LIST complete_selection();
     /// Everything that hangs on which components are chosen.
     void follow_selection();
     void hand_components_to_manager();
@@ -133,11 +133,11 @@ private:
     QString m_platform;                     ///< the selected one
     bool m_download_in_progress = false;
     bool m_is_busy = false; ///< a job is on the stack, also while it ends after a stop
-    bool m_is_handing_components = false;
-    bool m_hand_components_again = false;
+    bool m_stop_had_focus = false;
     bool m_never_ask_feedback = false;
     double m_download_seconds = 0; ///< of the attempts of the job that have ended
     QString m_remaining_text;
+    QString m_no_description;      ///< what stands for one until the user is at a component
     QElapsedTimer m_attempt_clock; ///< valid while an attempt runs
     QTimer m_elapsed_timer;
     QTimer m_directory_timer; ///< gathers key strokes in the directory fields

@@ -18,14 +18,12 @@ void VINST_DOWNLOADER_DLG::start_download()
 {
     if (m_is_busy)
         return;
-    if (m_is_handing_components)
-    {
-        // The list is being changed further up the stack.
-        QTimer::singleShot(0, this, &VINST_DOWNLOADER_DLG::start_download);
-        return;
-    }
+    m_ui->m_download_treeview->take_clicks();
     take_directories();
-    hand_components_to_manager();
+    if (complete_selection().empty())
+        hand_components_to_manager();
+    else
+        follow_selection();
     m_download_in_progress = true;
     enter_busy_state();
     const REPORT report = run_job();
@@ -33,7 +31,6 @@ void VINST_DOWNLOADER_DLG::start_download()
     return_to_idle();
     m_ui->m_download_treeview->refresh_run_flags();
     update_space_labels();
-    Q_EMIT job_ended();
     show(report);
 }
 
@@ -42,6 +39,7 @@ void VINST_DOWNLOADER_DLG::stop_download()
     if (!m_is_busy)
         return;
     m_download_in_progress = false;
+    m_stop_had_focus = m_ui->m_stop_button->hasFocus();
     m_ui->m_stop_button->setEnabled(false);
     m_manager.stop();
     show_status(QStringLiteral("Download stopped"));

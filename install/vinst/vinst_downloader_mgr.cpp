@@ -64,7 +64,9 @@ VINST_DOWNLOADER_MGR::VINST_DOWNLOADER_MGR(VINST_RELEASE& release, VINST_DOWNLOA
 
 VINST_DOWNLOADER_MGR::~VINST_DOWNLOADER_MGR()
 {
-    finish_integrity_tasks();
+    // One that only tested the connection leaves the window's checks alone.
+    if (has_started_integrity_tasks())
+        finish_integrity_tasks();
 }
 
 void VINST_DOWNLOADER_MGR::set_components(const VINST_COMPONENT_LIST& components, bool start_check)

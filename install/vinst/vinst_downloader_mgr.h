@@ -133,6 +133,8 @@ private:
 
     void start_integrity_task(VINST_COMPONENT* component);
     void wait_for_integrity_tasks();
+    /// Whether a check of this manager's is not yet let go.
+    bool has_started_integrity_tasks() const;
     /// Cancels all checks and waits until no worker is at one.
     void finish_integrity_tasks();
     bool has_passed(VINST_COMPONENT* component);

@@ -45,8 +45,9 @@ bool md5_matches(const QString& path, const QString& expected,
 class VINST_DOWNLOADER_MGR_CHECK_INTEGRITY_TASK
 {
 public:
-    VINST_DOWNLOADER_MGR_CHECK_INTEGRITY_TASK(VINST_COMPONENT* checked, VINST_DOWNLOADER_VIEW* view)
-        : dialog(view), component(checked), m_path(checked->local_file_path()),
+    VINST_DOWNLOADER_MGR_CHECK_INTEGRITY_TASK(const VINST_DOWNLOADER_MGR* manager,
+                                              VINST_COMPONENT* checked, VINST_DOWNLOADER_VIEW* view)
+        : owner(manager), dialog(view), component(checked), m_path(checked->local_file_path()),
           m_md5sum(checked->md5sum)
     {
     }
@@ -80,6 +81,7 @@ public:
 
     std::atomic<bool> cancelled{false};
     std::atomic<bool> finished{false};
+    const VINST_DOWNLOADER_MGR* const owner;
     VINST_DOWNLOADER_VIEW* const dialog;
     VINST_COMPONENT* const component;
     QTimer timer;
@@ -231,7 +233,7 @@ void VINST_DOWNLOADER_MGR::start_integrity_task(VINST_COMPONENT* component)
     if (is_pending || shutdown_requested)
         return;
     component->checked_download_dir = m_release.download_dir();
-    const auto task = std::make_shared<TASK>(component, m_view);
+    const auto task = std::make_shared<TASK>(this, component, m_view);
     QObject::connect(&task->timer, &QTimer::timeout, &task->timer,
                      [weak = std::weak_ptr<TASK>(task)]
                      {
@@ -263,6 +265,12 @@ void VINST_DOWNLOADER_MGR::finish_integrity_tasks()
     cancel_integrity_tasks();
     task_group().wait();
     collect_all();
+}
+
+bool VINST_DOWNLOADER_MGR::has_started_integrity_tasks() const
+{
+    return std::any_of(cancellable_integrity_tasks.cbegin(), cancellable_integrity_tasks.cend(),
+                       [this](const std::shared_ptr<TASK>& task) { return task->owner == this; });
 }
 
 void VINST_DOWNLOADER_MGR::wait_for_integrity_tasks()

@@ -3,6 +3,7 @@
 #include "install/vinst/vinst_data_install.h"
 #include "install/vinst/vinst_downloader_treeview_delegates.h"
 #include "install/vinst/vinst_downloader_treeview_rules.h"
+#include "install/vinst/vinst_message_box.h"
 #include "install/vinst/vinst_messages.h"
 #include "install/vinst/vinst_platform.h"
 #include "install/vinst/vinst_process.h"
@@ -12,6 +13,7 @@
 #include <QKeyEvent>
 
 #include <chrono>
+#include <utility>
 
 namespace
 {
@@ -19,7 +21,13 @@ namespace
 constexpr std::chrono::milliseconds batch_interval{200};
 constexpr std::chrono::milliseconds layout_delay{50};
 constexpr int progress_width = 100; // pixels
-constexpr int not_checked_code = 1;
+
+bool is_verified(const VINST_COMPONENT& component)
+{
+    return component.download_complete && component.integrity_passed &&
+           component.is_checked_for_current_dir() && component.verified_file &&
+           component.verified_file == FIO_FILE_SYSTEM::identity(utf8(component.local_file_path()));
+}
 
 }
 
@@ -71,24 +79,32 @@ void VINST_DOWNLOADER_TREEVIEW::populate()
                 if (const ITEM* row = m_model->row_at(current))
                     Q_EMIT current_component_changed(description_text(*row->component()));
             });
-    for (ITEM* row : m_model->rows())
-    {
-        const VINST_COMPONENT& component = *row->component();
-        const auto file = FIO_FILE_SYSTEM::identity(utf8(component.local_file_path()));
-        if (!component.filename.isEmpty() && file && file->size == component.expected_size())
-            show_integrity_code(*row, not_checked_code);
-    }
-    set_up_columns();
-    refresh_run_flags();
-}
-
-void VINST_DOWNLOADER_TREEVIEW::set_up_columns()
-{
     for (const VINST_TREE_COLUMN column :
          {base_name_column, description_column, md5sum_column, sha1sum_column})
         hideColumn(column);
     setColumnHidden(run_column, !m_is_run_column_shown);
     expandAll();
+    resize_columns();
+    look_at_files();
+}
+
+void VINST_DOWNLOADER_TREEVIEW::look_at_files()
+{
+    for (ITEM* row : m_model->rows())
+    {
+        const VINST_COMPONENT& component = *row->component();
+        const auto file = FIO_FILE_SYSTEM::identity(utf8(component.local_file_path()));
+        const bool is_whole =
+            !component.filename.isEmpty() && file && file->size == component.expected_size();
+        show_state(*row,
+                   is_whole ? VINST_INTEGRITY_STATE::not_checked : VINST_INTEGRITY_STATE::none);
+        show_progress_text(*row, {});
+    }
+    refresh_run_flags();
+}
+
+void VINST_DOWNLOADER_TREEVIEW::resize_columns()
+{
     for (int column = 0; column < m_model->columnCount(); ++column)
         resizeColumnToContents(column);
     setColumnWidth(progress_column, progress_width);
@@ -138,26 +154,31 @@ void VINST_DOWNLOADER_TREEVIEW::check(const VINST_COMPONENT_LIST& components)
 
 void VINST_DOWNLOADER_TREEVIEW::show_percentage(const VINST_COMPONENT* component, quint64 percent)
 {
-    ITEM* const row = m_model->row_of(component);
-    if (row == nullptr)
+    if (ITEM* const row = m_model->row_of(component))
+        show_progress_text(*row, QString::number(percent) + '%');
+}
+
+void VINST_DOWNLOADER_TREEVIEW::show_progress_text(ITEM& row, const QString& text)
+{
+    QStandardItem& cell = *row.cell(progress_column);
+    if (!m_model->store(cell, text))
         return;
-    if (m_model->store(*row->cell(progress_column), QString::number(percent) + '%'))
-        viewport()->update();
+    const QSignalBlocker blocker(m_model);
+    cell.setAccessibleText(text);
+    viewport()->update();
 }
 
 void VINST_DOWNLOADER_TREEVIEW::show_integrity(const VINST_COMPONENT* component,
                                                VINST_INTEGRITY_STATE state)
 {
     ITEM* const row = m_model->row_of(component);
-    if (row == nullptr)
-        return;
-    show_integrity_code(*row, static_cast<int>(state));
-    refresh_run_flag(*row);
+    if (row != nullptr && show_state(*row, state))
+        refresh_run_flag(*row);
 }
 
-void VINST_DOWNLOADER_TREEVIEW::show_integrity_code(ITEM& row, int code)
+bool VINST_DOWNLOADER_TREEVIEW::show_state(ITEM& row, VINST_INTEGRITY_STATE state)
 {
-    if (code == static_cast<int>(VINST_INTEGRITY_STATE::checking))
+    if (state == VINST_INTEGRITY_STATE::checking)
         m_checking_rows.insert(&row);
     else
         m_checking_rows.remove(&row);
@@ -167,12 +188,13 @@ void VINST_DOWNLOADER_TREEVIEW::show_integrity_code(ITEM& row, int code)
         m_animation_timer.start();
 
     QStandardItem& cell = *row.cell(integrity_column);
-    if (!m_model->store(cell, code))
-        return;
+    if (!m_model->store(cell, static_cast<int>(state)))
+        return false;
     const QSignalBlocker blocker(m_model);
-    cell.setToolTip(integrity_text(code));
-    cell.setAccessibleText(integrity_text(code));
+    cell.setToolTip(integrity_text(state));
+    cell.setAccessibleText(integrity_text(state));
     viewport()->update();
+    return true;
 }
 
 void VINST_DOWNLOADER_TREEVIEW::animate()
@@ -187,16 +209,20 @@ void VINST_DOWNLOADER_TREEVIEW::refresh_run_flags()
         refresh_run_flag(*row);
 }
 
-void VINST_DOWNLOADER_TREEVIEW::refresh_run_flag(ITEM& row)
+bool VINST_DOWNLOADER_TREEVIEW::refresh_run_flag(ITEM& row)
 {
     VINST_COMPONENT& component = *row.component();
-    const bool is_verified = component.download_complete && component.integrity_passed &&
-                             component.is_checked_for_current_dir();
     const bool can_run =
-        is_verified && m_platform == host_platform() &&
+        is_verified(component) && m_platform == host_platform() &&
         !build_install_command(component, main_product_name, false, m_platform).isEmpty();
-    if (m_model->store(*row.cell(run_column), can_run))
+    QStandardItem& cell = *row.cell(run_column);
+    if (m_model->store(cell, can_run))
+    {
+        const QSignalBlocker blocker(m_model);
+        cell.setAccessibleText(can_run ? run_button_text() : QString());
         viewport()->update();
+    }
+    return can_run;
 }
 
 void VINST_DOWNLOADER_TREEVIEW::toggle(const QModelIndex& index)
@@ -212,20 +238,47 @@ void VINST_DOWNLOADER_TREEVIEW::toggle(const QModelIndex& index)
 void VINST_DOWNLOADER_TREEVIEW::run_installer(const QModelIndex& index)
 {
     ITEM* const row = m_model->row_at(index);
-    if (m_is_busy || row == nullptr)
+    if (m_is_busy || row == nullptr || !is_run_offered(*row))
         return;
     VINST_COMPONENT& component = *row->component();
+    const std::string path = utf8(component.local_file_path());
+    // The file may have changed since the button was shown.
+    if (!refresh_run_flag(*row))
+    {
+        show_message_box(
+            "The installer is no longer the file that was verified. Download it again: " + path,
+            true);
+        return;
+    }
     const QString command =
         build_install_command(component, main_product_name, false, host_platform());
     run_log().info("install cmd for %s: %s", component.log_name(), utf8(command));
-    if (!command.isEmpty())
-        run_command_detached(command);
+    if (run_command_detached(command))
+        return;
+    run_log().error("The installer could not be started: %s", path);
+    show_message_box("The installer could not be started: " + path, true);
+}
+
+bool VINST_DOWNLOADER_TREEVIEW::is_run_offered(const ITEM& row) const
+{
+    return m_is_run_column_shown && row.cell(run_column)->data(tree_cell_role).toBool();
+}
+
+void VINST_DOWNLOADER_TREEVIEW::take_clicks()
+{
+    if (!m_batch_timer.isActive())
+        return;
+    m_batch_timer.stop();
+    Q_EMIT selection_changed();
 }
 
 void VINST_DOWNLOADER_TREEVIEW::keyPressEvent(QKeyEvent* event)
 {
-    if (event->key() == Qt::Key_Space && event->modifiers() == Qt::NoModifier)
+    const bool is_plain = (event->modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier;
+    if (is_plain && event->key() == Qt::Key_Space)
         toggle(currentIndex());
+    else if (is_plain && (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter))
+        run_installer(currentIndex());
     else
         AFCQ_TREE_VIEW::keyPressEvent(event);
 }
@@ -240,6 +293,7 @@ void VINST_DOWNLOADER_TREEVIEW::mouseReleaseEvent(QMouseEvent* event)
 void VINST_DOWNLOADER_TREEVIEW::showEvent(QShowEvent* event)
 {
     AFCQ_TREE_VIEW::showEvent(event);
-    // Once fonts and styles are final.
-    QTimer::singleShot(layout_delay, this, &VINST_DOWNLOADER_TREEVIEW::set_up_columns);
+    // Once fonts and styles are final; later the widths are the user's.
+    if (!std::exchange(m_was_shown, true))
+        QTimer::singleShot(layout_delay, this, &VINST_DOWNLOADER_TREEVIEW::resize_columns);
 }

@@ -35,11 +35,17 @@ public:
     void save_states();
     void restore_states();
 
+    /// Tells at once of clicks that are still to be told of.
+    void take_clicks();
+
     /// Checks the rows of these components, as a click would, and tells nobody.
     void check(const VINST_COMPONENT_LIST& components);
 
     void show_percentage(const VINST_COMPONENT* component, quint64 percent);
     void show_integrity(const VINST_COMPONENT* component, VINST_INTEGRITY_STATE state);
+    /// Shows of each row what its file in the download directory allows to say, as if nothing were
+    /// known of it.
+    void look_at_files();
     /// Offers the Run button for each component whose verified installer can be started.
     void refresh_run_flags();
 
@@ -57,11 +63,15 @@ protected:
 private:
     using ITEM = VINST_DOWNLOADER_TREEVIEW_ITEM;
 
-    void set_up_columns();
+    void resize_columns();
     void toggle(const QModelIndex& index);
     void run_installer(const QModelIndex& index);
-    void refresh_run_flag(ITEM& row);
-    void show_integrity_code(ITEM& row, int code);
+    bool is_run_offered(const ITEM& row) const;
+    /// \return whether it is offered
+    bool refresh_run_flag(ITEM& row);
+    /// \return whether that is a change
+    bool show_state(ITEM& row, VINST_INTEGRITY_STATE state);
+    void show_progress_text(ITEM& row, const QString& text);
     void animate();
 
     VINST_RELEASE* m_release = nullptr;
@@ -72,6 +82,7 @@ private:
     VINST_DOWNLOADER_TREEVIEW_RUN_BUTTON_DELEGATE* m_run_button_delegate; ///< owned by this view
     bool m_is_busy = false;
     bool m_is_run_column_shown = false;
+    bool m_was_shown = false;
     QSet<ITEM*> m_checking_rows;
     QTimer m_batch_timer;
     QTimer m_animation_timer; ///< runs while a row is being checked

@@ -15,7 +15,6 @@
 namespace
 {
 
-constexpr int checking_code = 4;
 constexpr QSize image_size(16, 16); // logical pixels
 constexpr int button_margin = 1;
 constexpr int row_padding = 5; // pixels
@@ -33,19 +32,27 @@ const QStyle& style_of(const QStyleOptionViewItem& option)
     return option.widget != nullptr ? *option.widget->style() : *QApplication::style();
 }
 
-int icon_of(int integrity_code)
+VINST_INTEGRITY_STATE state_at(const QModelIndex& index)
 {
-    switch (integrity_code)
+    return static_cast<VINST_INTEGRITY_STATE>(index.data(tree_cell_role).toInt());
+}
+
+/// 0 where there is none.
+int icon_of(VINST_INTEGRITY_STATE state)
+{
+    switch (state)
     {
-    case 1:
+    case VINST_INTEGRITY_STATE::not_checked:
         return afcq_not_checked_icon;
-    case 2:
+    case VINST_INTEGRITY_STATE::passed:
         return afcq_passed_icon;
-    case 3:
+    case VINST_INTEGRITY_STATE::failed:
         return afcq_failed_icon;
-    default:
-        return 0;
+    case VINST_INTEGRITY_STATE::none:
+    case VINST_INTEGRITY_STATE::checking:
+        break;
     }
+    return 0;
 }
 
 qreal ratio_of(const QStyleOptionViewItem& option)
@@ -62,7 +69,7 @@ QStyleOptionButton run_button(const QStyleOptionViewItem& option)
 {
     QStyleOptionButton button;
     button.rect = button_rect(option);
-    button.text = QStringLiteral("Run");
+    button.text = run_button_text();
     button.palette = option.palette;
     button.fontMetrics = option.fontMetrics;
     button.direction = option.direction;
@@ -137,22 +144,22 @@ void VINST_DOWNLOADER_TREEVIEW_INTEGRITY_DELEGATE::paint(QPainter* painter,
     if (index.column() != integrity_column)
         return QStyledItemDelegate::paint(painter, option, index);
     paint_ground(*painter, option);
-    paint_image(*painter, option, index.data(tree_cell_role).toInt());
+    paint_image(*painter, option, state_at(index));
 }
 
 void VINST_DOWNLOADER_TREEVIEW_INTEGRITY_DELEGATE::paint_image(QPainter& painter,
                                                                const QStyleOptionViewItem& option,
-                                                               int code) const
+                                                               VINST_INTEGRITY_STATE state) const
 {
     const int side = std::min({option.rect.width(), option.rect.height(), image_size.height()});
     const QRect square =
         QStyle::alignedRect(option.direction, Qt::AlignCenter, QSize(side, side), option.rect);
-    if (code == checking_code)
+    if (state == VINST_INTEGRITY_STATE::checking)
     {
         painter.drawPixmap(square, current_frame(ratio_of(option)));
         return;
     }
-    const QIcon icon = afcq_get_icon(icon_of(code));
+    const QIcon icon = afcq_get_icon(icon_of(state));
     if (!icon.isNull())
         icon.paint(&painter, square, Qt::AlignCenter);
 }
@@ -162,14 +169,14 @@ void VINST_DOWNLOADER_TREEVIEW_INTEGRITY_DELEGATE::setModelData(QWidget* editor,
                                                                 const QModelIndex& index) const
 {
     QStyledItemDelegate::setModelData(editor, model, index);
-    if (index.data(tree_cell_role).toInt() == checking_code)
+    if (state_at(index) == VINST_INTEGRITY_STATE::checking && m_movie != nullptr)
         m_movie->stop();
 }
 
 QSize VINST_DOWNLOADER_TREEVIEW_INTEGRITY_DELEGATE::sizeHint(const QStyleOptionViewItem& option,
                                                              const QModelIndex& index) const
 {
-    const bool is_checking = index.data(tree_cell_role).toInt() == checking_code;
+    const bool is_checking = state_at(index) == VINST_INTEGRITY_STATE::checking;
     const QPixmap frame = is_checking ? movie(ratio_of(option)).currentPixmap() : QPixmap();
     return frame.isNull() ? QStyledItemDelegate::sizeHint(option, index)
                           : frame.size() / frame.devicePixelRatio();
@@ -190,7 +197,8 @@ void VINST_DOWNLOADER_TREEVIEW_RUN_BUTTON_DELEGATE::paint(QPainter* painter,
 QSize VINST_DOWNLOADER_TREEVIEW_RUN_BUTTON_DELEGATE::sizeHint(const QStyleOptionViewItem& option,
                                                               const QModelIndex& index) const
 {
-    const int width = option.fontMetrics.horizontalAdvance("Run") * 2 + 2 * button_margin;
+    const int width =
+        option.fontMetrics.horizontalAdvance(run_button_text()) * 2 + 2 * button_margin;
     return QStyledItemDelegate::sizeHint(option, index).expandedTo(QSize(width, 0));
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "install/vinst/vinst_downloader_view.h"
+
 #include <QMovie>
 #include <QPersistentModelIndex>
 #include <QStyledItemDelegate>
@@ -57,7 +59,8 @@ public:
 private:
     QMovie& movie(qreal ratio) const;
     QPixmap current_frame(qreal ratio) const;
-    void paint_image(QPainter& painter, const QStyleOptionViewItem& option, int code) const;
+    void paint_image(QPainter& painter, const QStyleOptionViewItem& option,
+                     VINST_INTEGRITY_STATE state) const;
 
     mutable std::unique_ptr<QMovie> m_movie; ///< made for `m_movie_ratio`
     mutable qreal m_movie_ratio = 0;

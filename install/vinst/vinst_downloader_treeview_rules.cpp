@@ -78,19 +78,25 @@ QString description_text(const VINST_COMPONENT& component)
     return text;
 }
 
-QString integrity_text(int code)
+QString integrity_text(VINST_INTEGRITY_STATE state)
 {
-    switch (code)
+    switch (state)
     {
-    case 1:
+    case VINST_INTEGRITY_STATE::not_checked:
         return "Not checked yet";
-    case 2:
+    case VINST_INTEGRITY_STATE::passed:
         return "Passed";
-    case 3:
+    case VINST_INTEGRITY_STATE::failed:
         return "Failed";
-    case 4:
+    case VINST_INTEGRITY_STATE::checking:
         return "Checking";
-    default:
-        return {};
+    case VINST_INTEGRITY_STATE::none:
+        break;
     }
+    return {};
+}
+
+QString run_button_text()
+{
+    return QStringLiteral("Run");
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "install/vinst/vinst_component.h"
+#include "install/vinst/vinst_downloader_view.h"
 
 #include <QString>
 
@@ -29,5 +30,8 @@ QString size_text(const QString& display_text, double bytes);
 /// What is told about a component when its row is chosen. Plain text.
 QString description_text(const VINST_COMPONENT& component);
 
-/// What an integrity code means, in words.
-QString integrity_text(int code);
+/// What a state means, in words.
+QString integrity_text(VINST_INTEGRITY_STATE state);
+
+/// What stands on the button that starts a component's installer.
+QString run_button_text();

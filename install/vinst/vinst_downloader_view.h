@@ -8,6 +8,7 @@ struct VINST_COMPONENT;
 enum class VINST_INTEGRITY_STATE
 {
     none = 0,
+    not_checked = 1, ///< whole, but of unknown content
     passed = 2,
     failed = 3,
     checking = 4

@@ -74,7 +74,10 @@ void VINST_LOG_VIEWER_DLG::refresh()
 void VINST_LOG_VIEWER_DLG::show_text(const QString& text)
 {
     QScrollBar& scroll_bar = *m_ui->m_log_text_browser->verticalScrollBar();
+    QScrollBar& sideways = *m_ui->m_log_text_browser->horizontalScrollBar();
     m_scroll_position = scroll_bar.value();
+    const int column = sideways.value();
     m_ui->m_log_text_browser->setPlainText(text);
     scroll_bar.setValue(m_scroll_position);
+    sideways.setValue(column);
 }

@@ -18,7 +18,7 @@ class QProcess;
 int run_command(const QString& command, const std::function<bool()>& is_to_stop = {});
 
 /// Starts an installer and leaves it to itself. \return whether it started
-bool run_command_detached(const QString& command);
+[[nodiscard]] bool run_command_detached(const QString& command);
 
 /// A part of a command: in double quotes where it holds white space or a quote, else as it stands.
 QString command_part(const QString& text);

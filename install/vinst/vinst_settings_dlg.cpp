@@ -109,6 +109,8 @@ VINST_PROXY_SETTINGS VINST_SETTINGS_DLG::proxy_settings() const
 int VINST_SETTINGS_DLG::exec()
 {
     load();
+    m_accepted_username = m_ui->m_proxy_username_line_edit->text();
+    m_accepted_password = m_ui->m_proxy_password_line_edit->text();
     return QDialog::exec();
 }
 
@@ -123,8 +125,13 @@ void VINST_SETTINGS_DLG::accept()
 void VINST_SETTINGS_DLG::reject()
 {
     // The test's results have nowhere to go without this window; it is over in seconds.
-    if (!m_is_testing)
-        QDialog::reject();
+    if (m_is_testing)
+        return;
+    // The next download reads the fields as they are.
+    load();
+    m_ui->m_proxy_username_line_edit->setText(m_accepted_username);
+    m_ui->m_proxy_password_line_edit->setText(m_accepted_password);
+    QDialog::reject();
 }
 
 void VINST_SETTINGS_DLG::load()

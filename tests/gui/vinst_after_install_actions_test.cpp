@@ -158,6 +158,28 @@ TEST_F(AfterInstallActions, RememberTheUsersChoiceForTheNextRun)
               Qt::PartiallyChecked);
 }
 
+TEST_F(AfterInstallActions, ThatAreNewFollowWhatWasChosenForAll)
+{
+    actions.follow_selection(true);
+    all()->click();
+    CFGQ_REGISTRY_KEY settings("after install actions");
+    actions.save(settings);
+    add("new", VINST_COMPONENT_KIND::install);
+    actions.rebuild(release, "linux");
+    actions.follow_selection(true);
+    actions.restore(settings);
+    EXPECT_FALSE(box("new")->isChecked());
+    EXPECT_EQ(all()->checkState(), Qt::Unchecked);
+}
+
+TEST_F(AfterInstallActions, DescribeThemselvesInTheManifestsOwnWords)
+{
+    notify->desc = "R&D tools, \"new\" <b>here</b>\nand there";
+    actions.rebuild(release, "linux");
+    EXPECT_EQ(box("notify")->toolTip(),
+              "<qt>R&amp;D tools, &quot;new&quot; &lt;b&gt;here&lt;/b&gt;<br/>and there</qt>");
+}
+
 TEST(SkipFlag, IsTheInverseOfTheCheckState)
 {
     EXPECT_EQ(skip_of(Qt::Checked), 0);

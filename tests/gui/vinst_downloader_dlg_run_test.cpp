@@ -40,6 +40,27 @@ TEST_F(DialogRun, DownloadsOnlyWhatIsChecked)
     EXPECT_FALSE(exists("dl/two.run"));
 }
 
+TEST_F(DialogRun, DownloadsWhatTheChosenComponentsNeedHoweverQuicklyItIsStarted)
+{
+    builder.component("base").selected(false);
+    builder.component("top").selected(false).depends_on({"base"});
+    open();
+    click_row(1);
+    press_download({"OK"});
+    EXPECT_TRUE(exists("dl/top.run"));
+    EXPECT_TRUE(exists("dl/base.run"));
+    EXPECT_EQ(tree().model()->index(0, 0).data(Qt::CheckStateRole).toInt(), Qt::Checked);
+}
+
+TEST_F(DialogRun, DownloadsWhatTheManifestsOwnSelectionNeeds)
+{
+    builder.component("base").selected(false);
+    builder.component("top").depends_on({"base"});
+    open();
+    press_download({"OK"});
+    EXPECT_TRUE(exists("dl/base.run"));
+}
+
 TEST_F(DialogRun, InstallsAfterwards)
 {
     builder.component("one").content(install_script());
@@ -269,6 +290,19 @@ TEST_F(DialogRun, StopsWhileItDownloads)
     EXPECT_EQ(status(), "Download stopped");
     expect_idle();
     EXPECT_EQ(std::filesystem::file_size(dir / "dl/one.run"), 5000U);
+}
+
+TEST_F(DialogRun, GivesTheFocusBackAfterAStopByKey)
+{
+    builder.component("one").pattern_content(300'000, 1);
+    open();
+    server.set_faults("/one.run", {FAULT::trickle(1000, 20ms)});
+    QApplication::setActiveWindow(dialog.get());
+    button("m_download_button").setFocus();
+    when([this] { return size_of("dl/one.run") > 0; },
+         [this] { QTest::keyClick(&button("m_stop_button"), Qt::Key_Space); });
+    QTest::keyClick(&button("m_download_button"), Qt::Key_Space);
+    EXPECT_TRUE(button("m_download_button").hasFocus());
 }
 
 TEST_F(DialogRun, StopsWhileItTestsTheConnection)

@@ -227,6 +227,7 @@ TEST_F(Dialog, FollowsThePlatformOfTheSettings)
     EXPECT_EQ(tree().model()->rowCount(), 1);
     EXPECT_FALSE(auto_install().isEnabled());
     EXPECT_FALSE(auto_install().isChecked());
+    EXPECT_TRUE(text("m_license_agreement_label").contains("#cccccc"));
     EXPECT_EQ(auto_install().title(), "Auto install after download (Disabled: Unable to install "
                                       "due to different platform)");
     EXPECT_EQ(auto_install().toolTip(),
@@ -305,6 +306,23 @@ TEST_F(Dialog, SelectsWhatTheUsersChoiceNeeds)
     EXPECT_EQ(tree().model()->index(0, 0).data(Qt::CheckStateRole).toInt(), Qt::Checked);
 }
 
+TEST_F(Dialog, SelectsWhatComesAlongNeeds)
+{
+    builder.component("deep").selected(false).title("Deep");
+    builder.component("group").selected(false).no_file();
+    builder.component("child").selected(false).parent("group").depends_on({"deep"});
+    builder.component("plain").selected(false).parent("group");
+    builder.component("middle").selected(false).depends_on({"group"});
+    builder.component("top").selected(false).depends_on({"child"});
+    open();
+    const QModelIndex top = tree().model()->index(tree().model()->rowCount() - 1, 0);
+    QTest::mouseClick(tree().viewport(), Qt::LeftButton, {}, tree().visualRect(top).center());
+    EXPECT_TRUE(QTest::qWaitFor(
+        [this]
+        { return tree().model()->index(0, 0).data(Qt::CheckStateRole).toInt() == Qt::Checked; },
+        2000));
+}
+
 TEST_F(Dialog, DescribesTheComponentThatTheUserIsAt)
 {
     builder.component("one").desc("<h1>Not markup</h1>\nSecond line");
@@ -317,6 +335,10 @@ TEST_F(Dialog, DescribesTheComponentThatTheUserIsAt)
                   "<h1>Not markup</h1>\nSecond line\n\nmd5sum: " + builder.file("one").md5 +
                   "\nsha1sum:" + builder.file("one").sha1));
     EXPECT_EQ(find<QLabel>("m_description_label").textFormat(), Qt::PlainText);
+    choose_platform(radio_button_of(other_platform()), "m_ok_btn");
+    EXPECT_EQ(text("m_description_label"),
+              "<html><head/><body><p>Select a component for more information</p></body></html>");
+    choose_platform(radio_button_of(this_platform()), "m_ok_btn");
     EXPECT_EQ(tree().model()->index(0, 0).data(Qt::CheckStateRole).toInt(), Qt::Checked);
 }
 
@@ -338,6 +360,24 @@ TEST_F(Dialog, VerifiesFilesThatAreThereAlready)
         3000));
     EXPECT_EQ(tree().model()->index(0, integrity_column).data(tree_cell_role).toInt(), 0);
     EXPECT_FALSE(tree().model()->index(0, run_column).data(tree_cell_role).toBool());
+}
+
+TEST_F(Dialog, ForgetsFilesOfAnotherDirectoryThatAreNotSelectedAnyMore)
+{
+    builder.component("one").pattern_content(3000, 1);
+    builder.write();
+    write_file(dir / "dl/one.run", read_file(builder.file("one").path));
+    write_file(dir / "other/one.run", "something else");
+    open();
+    click_row(0);
+    QTest::qWait(300);
+    ASSERT_TRUE(tree().model()->index(0, run_column).data(tree_cell_role).toBool());
+    line("m_download_dir_line_edit").setText(path("other"));
+    EXPECT_TRUE(QTest::qWaitFor(
+        [this] { return !tree().model()->index(0, run_column).data(tree_cell_role).toBool(); },
+        3000));
+    EXPECT_EQ(tree().model()->index(0, integrity_column).data(tree_cell_role).toInt(), 0);
+    EXPECT_EQ(tree().model()->index(0, progress_column).data(tree_cell_role).toString(), "");
 }
 
 TEST_F(Dialog, TakesADirectoryThatTheUserBrowsesFor)
@@ -431,6 +471,21 @@ TEST_F(Dialog, IsNotClosedWhileACheckRuns)
     EXPECT_FALSE(shutdown_requested);
 }
 
+TEST_F(Dialog, GoesOnCheckingWhileTheConnectionIsTested)
+{
+    constexpr std::uint64_t size = 6ULL << 30;
+    builder.component("one").raw_key("size", std::to_string(size));
+    builder.write();
+    write_file(dir / "dl/one.run", "");
+    std::filesystem::resize_file(dir / "dl/one.run", size); // a hole
+    open_during_checks();
+    MODAL_BOXES boxes({"OK"});
+    dialog->findChild<QPushButton*>("m_test_internet_connection_btn")->click();
+    ASSERT_EQ(boxes.shown().size(), 1U);
+    EXPECT_EQ(boxes.shown()[0].text, "Internet connection tested successfully!");
+    EXPECT_TRUE(VINST_DOWNLOADER_MGR::has_pending_integrity_tasks());
+}
+
 TEST_F(Dialog, OpensTheSurveyForThoseWhoWantIt)
 {
     store("vinst_never_ask_feedback", "");
@@ -501,12 +556,12 @@ TEST_F(Dialog, CanBeUsedByTheKeyboardInReadingOrder)
             order.append(name);
         QTest::keyClick(focus, Qt::Key_Tab);
     }
-    EXPECT_EQ(order, QStringList({"m_download_treeview", "m_line_edit", "m_browse_button",
-                                  "m_install_options_groupbox", "m_agree_license_checkbox",
-                                  "m_license_agreement_label", "m_line_edit", "m_browse_button",
-                                  "m_all_actions_checkbox", "m_action_checkbox_act",
-                                  "m_settings_button", "m_help_button", "m_log_button",
-                                  "m_download_button", "m_close_button"}));
+    EXPECT_EQ(order, QStringList({"m_download_treeview", "m_description_scroll_area", "m_line_edit",
+                                  "m_browse_button", "m_install_options_groupbox",
+                                  "m_agree_license_checkbox", "m_license_agreement_label",
+                                  "m_line_edit", "m_browse_button", "m_all_actions_checkbox",
+                                  "m_action_checkbox_act", "m_settings_button", "m_help_button",
+                                  "m_log_button", "m_download_button", "m_close_button"}));
 }
 
 TEST_F(Dialog, TellsAReaderOfTheScreenWhatEachControlIs)

@@ -4,6 +4,7 @@
 #include "install/vinst/vinst_downloader_treeview_delegates.h"
 #include "install/vinst/vinst_messages.h"
 #include "install/vinst/vinst_text.h"
+#include "tests/gui/modal_box.h"
 #include "tests/harness/temp_dir.h"
 #include "tests/harness/tested_host.h"
 
@@ -113,6 +114,13 @@ protected:
         component->integrity_checked = true;
         component->integrity_passed = true;
         component->checked_download_dir = release.download_dir();
+        component->verified_file =
+            FIO_FILE_SYSTEM::identity((dir / "dl" / component->filename.toStdString()).string());
+    }
+
+    bool log_holds(const std::string& part) const
+    {
+        return read_file(dir / "log").find(part) != std::string::npos;
     }
 
     static bool is_blank(const QPixmap& picture)
@@ -469,6 +477,98 @@ TEST_F(TreeView, RunsNothingWhenTheButtonIsLeft)
     EXPECT_TRUE(QTest::qWaitFor([this] { return std::filesystem::exists(dir / "ran"); }, 5000));
 }
 
+TEST_F(TreeView, RunsAnInstallerByTheReturnKey)
+{
+    verify(help);
+    base->selection = VINST_SELECTION::not_selected;
+    fill();
+    tree.setCurrentIndex(index(help));
+    QTest::keyClick(&tree, Qt::Key_Return);
+    EXPECT_FALSE(log_holds("install cmd")) << "the buttons are not shown";
+    tree.show_run_column(true);
+    EXPECT_EQ(index(help, run_column).data(Qt::AccessibleTextRole).toString(), "Run");
+    EXPECT_EQ(index(base, run_column).data(Qt::AccessibleTextRole).toString(), "");
+    QTest::keyClick(&tree, Qt::Key_Return);
+    EXPECT_TRUE(QTest::qWaitFor([this] { return std::filesystem::exists(dir / "ran"); }, 5000));
+    tree.setCurrentIndex(index(base));
+    QTest::keyClick(&tree, Qt::Key_Return);
+    EXPECT_FALSE(log_holds("install cmd for veltrin_base"));
+}
+
+TEST_F(TreeView, RunsNoFileThatChangedSinceItWasVerified)
+{
+    verify(help);
+    fill();
+    tree.show_run_column(true);
+    write_file(dir / "dl/help.run", "#!/bin/sh\ntouch '" + (dir / "ran").string() + "' #\n", 0755);
+    MODAL_BOXES boxes({"OK"});
+    click(help, run_column);
+    ASSERT_EQ(boxes.shown().size(), 1U);
+    EXPECT_EQ(utf8(boxes.shown()[0].text),
+              "The installer is no longer the file that was verified. Download it again: " +
+                  (dir / "dl/help.run").string());
+    EXPECT_EQ(boxes.shown()[0].icon, QMessageBox::Critical);
+    EXPECT_FALSE(log_holds("install cmd"));
+    EXPECT_FALSE(value(help, run_column).toBool());
+}
+
+TEST_F(TreeView, TellsThatAnInstallerCannotBeStarted)
+{
+    verify(help);
+    write_file(dir / "dl/help.run", "\x01 no program", 0644);
+    help->verified_file = FIO_FILE_SYSTEM::identity((dir / "dl/help.run").string());
+    base->selection = VINST_SELECTION::not_selected;
+    fill();
+    tree.show_run_column(true);
+    MODAL_BOXES boxes({"OK"});
+    click(help, run_column);
+    ASSERT_EQ(boxes.shown().size(), 1U);
+    EXPECT_EQ(utf8(boxes.shown()[0].text),
+              "The installer could not be started: " + (dir / "dl/help.run").string());
+    EXPECT_TRUE(log_holds("[error] The installer could not be started: "));
+}
+
+TEST_F(TreeView, ForgetsWhatItShowedOfAnotherDirectory)
+{
+    verify(help);
+    fill();
+    tree.show_percentage(help, 100);
+    tree.show_integrity(help, VINST_INTEGRITY_STATE::passed);
+    ASSERT_TRUE(value(help, run_column).toBool());
+    EXPECT_EQ(index(help, progress_column).data(Qt::AccessibleTextRole).toString(), "100%");
+    release.set_download_dir(QString::fromStdString((dir / "elsewhere").string()));
+    tree.look_at_files();
+    EXPECT_EQ(value(help, progress_column).toString(), "");
+    EXPECT_EQ(value(help, integrity_column).toInt(), 0);
+    EXPECT_FALSE(value(help, run_column).toBool());
+}
+
+TEST_F(TreeView, LeavesColumnsAndBranchesAsTheUserSetThem)
+{
+    fill();
+    QTest::qWait(100);
+    tree.collapse(index(tools));
+    tree.setColumnWidth(download_size_column, 200);
+    tree.hide();
+    tree.show();
+    QTest::qWait(100);
+    EXPECT_FALSE(tree.isExpanded(index(tools)));
+    EXPECT_EQ(tree.columnWidth(download_size_column), 200);
+}
+
+TEST_F(TreeView, TellsOfClicksAtOnceWhenAsked)
+{
+    fill();
+    QSignalSpy changes(&tree, &VINST_DOWNLOADER_TREEVIEW::selection_changed);
+    tree.take_clicks();
+    EXPECT_EQ(changes.count(), 0);
+    click(base);
+    tree.take_clicks();
+    EXPECT_EQ(changes.count(), 1);
+    QTest::qWait(300);
+    EXPECT_EQ(changes.count(), 1);
+}
+
 TEST_F(TreeView, RunsNothingWhileItIsLocked)
 {
     verify(help);
@@ -544,6 +644,17 @@ TEST(TreeDelegates, ShowProgressInAWindowThatIsNotActive)
     painter.end();
     const QColor filled = image.pixelColor(10, 10);
     EXPECT_GT(filled.blue(), filled.red() + 100);
+}
+
+TEST(TreeDelegates, TakeAnEditorsResultBeforeAnythingWasPainted)
+{
+    QStandardItemModel model(1, 10);
+    model.setItem(0, integrity_column, new QStandardItem);
+    model.item(0, integrity_column)->setData(4, tree_cell_role);
+    const VINST_DOWNLOADER_TREEVIEW_INTEGRITY_DELEGATE integrity(nullptr);
+    QWidget editor;
+    integrity.setModelData(&editor, &model, model.index(0, integrity_column));
+    EXPECT_EQ(model.item(0, integrity_column)->data(tree_cell_role).toInt(), 4);
 }
 
 TEST(TreeDelegates, TakeTheSizeOfTheAnimationWhileItShows)

@@ -86,13 +86,16 @@ TEST_F(LogViewer, SaysThatTheLogIsMissingUntilItIsBack)
 
 TEST_F(LogViewer, KeepsTheReadersPlace)
 {
-    write(lines(2000));
+    const std::string long_line(2000, 'x');
+    write(long_line + '\n' + lines(2000));
     viewer.show();
     browser().verticalScrollBar()->setValue(500);
-    write(lines(3000));
+    browser().horizontalScrollBar()->setValue(300);
+    write(long_line + '\n' + lines(3000));
     viewer.refresh();
     EXPECT_TRUE(text().contains("line 2999"));
     EXPECT_EQ(browser().verticalScrollBar()->value(), 500);
+    EXPECT_EQ(browser().horizontalScrollBar()->value(), 300);
 }
 
 TEST_F(LogViewer, LeavesASelectionAlone)

@@ -193,6 +193,35 @@ TEST_F(SettingsDlg, ForgetsWhatIsCancelled)
               QDialog::Rejected);
 }
 
+TEST_F(SettingsDlg, TellsTheNextDownloadNothingOfWhatWasCancelled)
+{
+    run(
+        [this]
+        {
+            line("m_proxy_username_line_edit").setText("ada");
+            line("m_proxy_password_line_edit").setText("s3cret");
+            button("m_ok_btn").click();
+        });
+    run(
+        [this]
+        {
+            find<QSpinBox>("m_parallel_download_spinbox").setValue(1);
+            find<QSpinBox>("m_retry_duration_spinbox").setValue(1);
+            find<QRadioButton>("m_manual_proxy_radio_btn").click();
+            line("m_proxy_server_line_edit").setText("wrong");
+            line("m_proxy_username_line_edit").setText("eve");
+            line("m_proxy_password_line_edit").setText("other");
+            button("m_cancel_btn").click();
+        });
+    EXPECT_EQ(dialog().parallel_downloads(), 4);
+    EXPECT_EQ(dialog().retry_duration(), std::chrono::minutes(60));
+    const VINST_PROXY_SETTINGS settings = dialog().proxy_settings();
+    EXPECT_TRUE(settings.use_default_proxy);
+    EXPECT_EQ(settings.server, "");
+    EXPECT_EQ(settings.username, "ada");
+    EXPECT_EQ(settings.password, "s3cret");
+}
+
 TEST_F(SettingsDlg, AppliesWithoutClosing)
 {
     run(

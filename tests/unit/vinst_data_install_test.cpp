@@ -331,6 +331,18 @@ TEST_F(InstallCommand, LeavesShortcutsOutWhenTheUserSkipsThem)
     EXPECT_EQ(command(main_product) + " --shortcuts 1", with_shortcuts);
 }
 
+TEST_F(InstallCommand, KeepsShortcutsForWhoRunsTheInstallerByHand)
+{
+    VINST_COMPONENT* main_product = add_main();
+    VINST_COMPONENT* action = add("desktop_shortcuts", false, "");
+    action->kind = VINST_COMPONENT_KIND::install;
+    action->cmd_options = "--shortcuts 1";
+    const QString offered = build_install_command(*main_product, "veltrin_base", false, "linux");
+    EXPECT_TRUE(offered.endsWith(" --shortcuts 1"));
+    action->skip = 1;
+    EXPECT_EQ(build_install_command(*main_product, "veltrin_base", false, "linux"), offered);
+}
+
 namespace
 {
 

@@ -41,8 +41,8 @@ class REQUEST_THREAD
 public:
     explicit REQUEST_THREAD(DWORD request)
     {
-        const auto routine = reinterpret_cast<LPTHREAD_START_ROUTINE>(
-            ::GetProcAddress(::GetModuleHandleW(L"kernelbase.dll"), "CtrlRoutine"));
+        const auto routine = reinterpret_cast<LPTHREAD_START_ROUTINE>(reinterpret_cast<void*>(
+            ::GetProcAddress(::GetModuleHandleW(L"kernelbase.dll"), "CtrlRoutine")));
         if (routine != nullptr)
             m_thread =
                 ::CreateThread(nullptr, 0, routine,
