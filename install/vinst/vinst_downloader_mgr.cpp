@@ -49,11 +49,6 @@ QString error_text_of(const CURL_PROGRESS_DATA& data)
     return without_control_characters(QString::fromUtf8(data.error_text.data()));
 }
 
-void delete_local_file(const VINST_COMPONENT& component)
-{
-    FIO_FILE_SYSTEM::remove_if_exists(utf8(component.local_file_path()));
-}
-
 }
 
 VINST_DOWNLOADER_MGR::VINST_DOWNLOADER_MGR(VINST_RELEASE& release, VINST_DOWNLOADER_VIEW* view)
@@ -172,7 +167,13 @@ void VINST_DOWNLOADER_MGR::delete_if_corrupted(VINST_COMPONENT* component)
     if (m_view != nullptr)
         m_view->show_status(text);
     run_log().info(utf8(text));
-    delete_local_file(*component);
+    FIO_FILE_SYSTEM::remove_if_exists(utf8(component->local_file_path()),
+                                      [this]
+                                      {
+                                          if (m_view != nullptr)
+                                              m_view->process_events();
+                                          return is_to_stop();
+                                      });
     get_progress_percentage(component, true, true, 0);
 }
 
@@ -267,7 +268,8 @@ VINST_DOWNLOADER_MGR::judge_transfer(VINST_COMPONENT* component)
     if (http_code == http_not_found)
     {
         m_not_found_error = true;
-        delete_local_file(*component);
+        // What is held now is tried again at the next look.
+        FIO_FILE_SYSTEM::remove_unless_held(utf8(component->local_file_path()));
     }
     if (curl_code == 0)
         return http_code == http_not_found ? TRANSFER_RESULT::error : TRANSFER_RESULT::good;

@@ -31,6 +31,7 @@ bool md5_matches(const QString& path, const QString& expected,
 {
     if (!QFile::exists(path))
         return false;
+    FIO_FILE_SYSTEM::wait_until_readable(utf8(path), is_cancelled);
     const QString actual = calc_md5sum(path, is_cancelled);
     if (actual == expected)
         return true;

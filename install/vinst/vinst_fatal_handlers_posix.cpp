@@ -35,19 +35,19 @@ void say_signal(int signal_number) noexcept
 
 extern "C" void on_fatal_signal(int signal_number, siginfo_t* info, void*)
 {
-    const bool under_way = main_terminate_called(1);
-    if (under_way && terminating_thread != 0 && terminating_thread != this_thread())
+    long first = 0;
+    const bool is_first = terminating_thread.compare_exchange_strong(first, this_thread());
+    if (!is_first && first != this_thread())
     {
         // Another thread is ending the process; returning would only raise the fault again.
         for (;;)
             ::pause();
     }
-    if (under_way)
+    if (main_terminate_called(1))
     {
         write_to_standard_error(recursive_termination_text);
         end_process_now(fatal_exit_code);
     }
-    terminating_thread = this_thread();
     if (main_seh_callback != nullptr)
         main_seh_callback(info);
     else

@@ -33,17 +33,17 @@ void say_exception(const EXCEPTION_RECORD* record) noexcept
 
 void end_by_exception(const EXCEPTION_RECORD* record)
 {
-    const bool under_way = main_terminate_called(1);
-    const DWORD nobody = 0;
-    if (under_way && terminating_thread != nobody && terminating_thread != ::GetCurrentThreadId())
+    DWORD first = 0;
+    const bool is_first = terminating_thread.compare_exchange_strong(first, ::GetCurrentThreadId());
+    if (!is_first && first != ::GetCurrentThreadId())
         ::Sleep(INFINITE); // another thread is ending the process
+    const bool under_way = main_terminate_called(1);
     if (under_way)
     {
         std::fflush(stdout);
         write_to_standard_error(recursive_termination_text);
         end_process_now(fatal_exit_code);
     }
-    terminating_thread = ::GetCurrentThreadId();
     try
     {
         std::fflush(stdout);

@@ -88,6 +88,14 @@ public:
                          });
         m_check.start(stop_check_interval);
     }
+    /// What the installer has started may have outlived it.
+    ~STOP_GUARD()
+    {
+        if (m_is_stopping)
+            kill_group(m_process);
+    }
+    STOP_GUARD(const STOP_GUARD&) = delete;
+    STOP_GUARD& operator=(const STOP_GUARD&) = delete;
 
 private:
     void stop()

@@ -20,8 +20,8 @@ const PROCESS_INFORMATION& handles_of(const QProcess& process)
     QT_WARNING_POP
 }
 
-/// The installer and all that it starts, in a job: what is killed is killed whole. It gets no
-/// Ctrl-C of the console, only what this program passes on.
+/// The installer and all that it starts, in a job: what is killed is killed whole. A Ctrl-C of the
+/// console comes to it from this program alone.
 class GROUP_PROCESS final : public QProcess
 {
 public:
@@ -34,20 +34,31 @@ public:
                 [this]
                 {
                     const PROCESS_INFORMATION& handles = handles_of(*this);
-                    ::AssignProcessToJobObject(m_job, handles.hProcess);
+                    m_is_in_job = m_job != nullptr &&
+                                  ::AssignProcessToJobObject(m_job, handles.hProcess) != FALSE;
                     ::ResumeThread(handles.hThread);
                 });
     }
-    ~GROUP_PROCESS() override { ::CloseHandle(m_job); }
+    ~GROUP_PROCESS() override
+    {
+        if (m_job != nullptr)
+            ::CloseHandle(m_job);
+    }
     GROUP_PROCESS(const GROUP_PROCESS&) = delete;
     GROUP_PROCESS& operator=(const GROUP_PROCESS&) = delete;
 
-    void kill_job() { ::TerminateJobObject(m_job, ended_on_request); }
+    /// Without a job, only the process itself can be ended.
+    void kill_job()
+    {
+        if (!m_is_in_job || ::TerminateJobObject(m_job, ended_on_request) == FALSE)
+            kill();
+    }
 
 private:
     static constexpr unsigned long group_flags = CREATE_NEW_PROCESS_GROUP | CREATE_SUSPENDED;
 
-    HANDLE m_job;
+    HANDLE m_job; ///< null when the system gave none
+    bool m_is_in_job = false;
 };
 
 }

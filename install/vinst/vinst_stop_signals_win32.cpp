@@ -2,7 +2,6 @@
 
 #include "support/thr/thr_sleep.h"
 
-#include <array>
 #include <atomic>
 #include <cstdio>
 
@@ -11,7 +10,7 @@
 namespace
 {
 
-/// The system ends a process 5 s after its console was closed, and 5 s after the user logs off.
+/// The system ends a process 5 s after its console was closed.
 constexpr DWORD grace_of_the_system = 4500; // ms
 
 constexpr DWORD ended_by_control_c = 0xC000013A; // what such a process's exit code is by itself
@@ -30,7 +29,7 @@ BOOL WINAPI on_request(DWORD kind)
         received_request.compare_exchange_strong(none, static_cast<int>(kind) + 1);
     const bool can_wait = kind == CTRL_C_EVENT || kind == CTRL_BREAK_EVENT;
     if (!is_first && can_wait)
-        return FALSE; // whoever asks twice doesn't want to wait
+        ::TerminateProcess(::GetCurrentProcess(), ended_by_control_c); // asked twice: at once
     thr_request_stop();
     if (!can_wait)
         ::WaitForSingleObject(run_ended, grace_of_the_system); // returning ends the process

@@ -262,12 +262,13 @@ void CURL_TRANSFER::finish(CURLcode result)
     if (outcome.curl_code == CURLE_OK && !m_file.is_open() &&
         !m_file.open(m_request.path, FIO_APPEND_FILE::OPENING::create_if_missing))
         outcome = {CURLE_WRITE_ERROR, m_file.error()};
+    // Before anybody is told: whoever looks at the file then sees the time of its last change.
+    m_file.close();
 
     if (m_settings.progress_callback != nullptr)
         m_settings.progress_callback(m_request.data, m_decision ? m_decision->total.value_or(0) : 0,
                                      m_received);
     store(outcome, answered_status(result));
-    m_file.close();
 }
 
 void CURL_TRANSFER::store(const CURL_OUTCOME& outcome, int status)

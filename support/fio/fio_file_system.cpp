@@ -20,12 +20,6 @@ std::string FIO_FILE_SYSTEM::get_tmp_path(const std::string& dir)
     }
 }
 
-bool FIO_FILE_SYSTEM::exists(const std::string& path)
-{
-    std::error_code error;
-    return std::filesystem::exists(fio_path(path), error);
-}
-
 bool FIO_FILE_SYSTEM::chmod(const std::string& path, int mode)
 {
     std::error_code error;
@@ -35,21 +29,19 @@ bool FIO_FILE_SYSTEM::chmod(const std::string& path, int mode)
 
 bool FIO_FILE_SYSTEM::move(const std::string& from, const std::string& to, bool overwrite)
 {
-    std::error_code error;
-    if (!std::filesystem::is_regular_file(fio_path(from), error) || (!overwrite && exists(to)))
+    if (!identity(from) || (!overwrite && exists(to)))
         return false;
-    if (rename(fio_path(from), fio_path(to)))
-        return true;
+    const RENAMING renaming = rename(fio_path(from), fio_path(to));
+    if (renaming != RENAMING::other_file_system)
+        return renaming == RENAMING::done;
 
-    // Another file system: copy beside the target first, so that the target is never half a file.
+    // Copy beside the target first, so that the target is never half a file.
     const FIO_PATH parent = fio_path(to).parent_path();
     const std::string copy = get_tmp_path(parent.empty() ? "." : parent.u8string());
     if (!create_private_file(copy))
         return false;
-    const bool moved =
-        std::filesystem::copy_file(fio_path(from), fio_path(copy),
-                                   std::filesystem::copy_options::overwrite_existing, error) &&
-        !error && rename(fio_path(copy), fio_path(to));
+    const bool moved = copy_content(fio_path(from), fio_path(copy)) &&
+                       rename(fio_path(copy), fio_path(to)) == RENAMING::done;
     remove_if_exists(moved ? from : copy);
     return moved;
 }

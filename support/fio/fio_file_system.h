@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -26,7 +27,7 @@ struct FIO_FILE_IDENTITY
 /// Files and directories by path. Paths are UTF-8. No operation throws.
 ///
 /// On Windows a virus scanner or an indexer may hold a file for a moment: moving and removing are
-/// tried again for up to 10 s there.
+/// tried again for up to 10 s there, and so is what waits until a file is readable.
 class FIO_FILE_SYSTEM
 {
 public:
@@ -41,8 +42,10 @@ public:
     /// \return false when nothing was moved: `from` is still there
     static bool move(const std::string& from, const std::string& to, bool overwrite);
 
+    /// \param is_to_stop  asked between two attempts where others hold the file; true ends them
     /// \return whether the path does not exist afterwards
-    static bool remove_if_exists(const std::string& path);
+    static bool remove_if_exists(const std::string& path,
+                                 const std::function<bool()>& is_to_stop = {});
 
     /// The same without waiting for others who hold the file: then it stays.
     static bool remove_unless_held(const std::string& path);
@@ -57,9 +60,21 @@ public:
     /// The identity of a regular file; nothing when there is none at the path.
     static std::optional<FIO_FILE_IDENTITY> identity(const std::string& path);
 
+    /// Waits for others to let the file go, as far as the platform lets them keep readers out.
+    static void wait_until_readable(const std::string& path,
+                                    const std::function<bool()>& is_to_stop = {});
+
 private:
-    /// Within one file system; replaces `to`.
-    static bool rename(const FIO_PATH& from, const FIO_PATH& to);
+    enum class RENAMING
+    {
+        done,
+        other_file_system,
+        failed
+    };
+
+    /// Replaces `to`.
+    static RENAMING rename(const FIO_PATH& from, const FIO_PATH& to);
+    static bool copy_content(const FIO_PATH& from, const FIO_PATH& to);
 };
 
 /// The path in the form that the system's calls take; on Windows also beyond 260 letters.

@@ -10,14 +10,32 @@ FIO_PATH fio_path(std::string_view utf8)
     return std::filesystem::u8path(utf8);
 }
 
-bool FIO_FILE_SYSTEM::rename(const FIO_PATH& from, const FIO_PATH& to)
+bool FIO_FILE_SYSTEM::exists(const std::string& path)
+{
+    std::error_code error;
+    return std::filesystem::exists(fio_path(path), error);
+}
+
+FIO_FILE_SYSTEM::RENAMING FIO_FILE_SYSTEM::rename(const FIO_PATH& from, const FIO_PATH& to)
 {
     std::error_code error;
     std::filesystem::rename(from, to, error);
-    return !error;
+    if (!error)
+        return RENAMING::done;
+    return error == std::errc::cross_device_link ? RENAMING::other_file_system : RENAMING::failed;
 }
 
-bool FIO_FILE_SYSTEM::remove_if_exists(const std::string& path)
+bool FIO_FILE_SYSTEM::copy_content(const FIO_PATH& from, const FIO_PATH& to)
+{
+    std::error_code error;
+    return std::filesystem::copy_file(from, to, std::filesystem::copy_options::overwrite_existing,
+                                      error) &&
+           !error;
+}
+
+void FIO_FILE_SYSTEM::wait_until_readable(const std::string&, const std::function<bool()>&) {}
+
+bool FIO_FILE_SYSTEM::remove_if_exists(const std::string& path, const std::function<bool()>&)
 {
     std::error_code error;
     std::filesystem::remove(fio_path(path), error);

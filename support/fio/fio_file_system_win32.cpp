@@ -1,5 +1,6 @@
 #include "support/fio/fio_file_system.h"
 
+#include <algorithm>
 #include <chrono>
 #include <memory>
 #include <thread>
@@ -29,13 +30,14 @@ bool is_held_by_another(DWORD error)
 /// Repeats an operation for as long as another program seems to hold the file.
 /// \param operation  answers with an error of the system, or ERROR_SUCCESS
 template <typename OPERATION>
-DWORD repeat_while_held(const OPERATION& operation)
+DWORD repeat_while_held(const OPERATION& operation, const std::function<bool()>& is_to_stop = {})
 {
     const auto deadline = std::chrono::steady_clock::now() + longest_hold;
     for (auto pause = first_pause;; pause = std::min(pause * 2, longest_pause))
     {
         const DWORD error = operation();
-        if (!is_held_by_another(error) || std::chrono::steady_clock::now() + pause > deadline)
+        if (!is_held_by_another(error) || std::chrono::steady_clock::now() + pause > deadline ||
+            (is_to_stop && is_to_stop()))
             return error;
         std::this_thread::sleep_for(pause);
     }
@@ -133,33 +135,70 @@ FIO_PATH fio_path(std::string_view utf8)
     return whole.rfind(L"\\\\", 0) == 0 ? L"\\\\?\\UNC" + whole.substr(1) : L"\\\\?\\" + whole;
 }
 
-bool FIO_FILE_SYSTEM::rename(const FIO_PATH& from, const FIO_PATH& to)
+// The library's own questions about paths find nothing behind the prefix of long ones.
+bool FIO_FILE_SYSTEM::exists(const std::string& path)
+{
+    return ::GetFileAttributesW(fio_path(path).c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+FIO_FILE_SYSTEM::RENAMING FIO_FILE_SYSTEM::rename(const FIO_PATH& from, const FIO_PATH& to)
 {
     const DWORD attributes = ::GetFileAttributesW(to.c_str());
     if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
-        return false;
-    return repeat_while_held(
-               [&]
-               {
-                   return last_error_unless(
-                       ::MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING));
-               }) == ERROR_SUCCESS;
+        return RENAMING::failed;
+    const DWORD error = repeat_while_held(
+        [&] {
+            return last_error_unless(
+                ::MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING));
+        });
+    if (error == ERROR_SUCCESS)
+        return RENAMING::done;
+    return error == ERROR_NOT_SAME_DEVICE ? RENAMING::other_file_system : RENAMING::failed;
 }
 
-bool FIO_FILE_SYSTEM::remove_if_exists(const std::string& path)
+bool FIO_FILE_SYSTEM::copy_content(const FIO_PATH& from, const FIO_PATH& to)
+{
+    return ::CopyFileW(from.c_str(), to.c_str(), FALSE) != FALSE;
+}
+
+void FIO_FILE_SYSTEM::wait_until_readable(const std::string& path,
+                                          const std::function<bool()>& is_to_stop)
 {
     const FIO_PATH native = fio_path(path);
-    return is_gone(repeat_while_held([&native] { return remove_once(native); }));
+    repeat_while_held(
+        [&native]
+        {
+            const HANDLE_OWNER file(
+                ::CreateFileW(native.c_str(), GENERIC_READ,
+                              FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                              OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+            return last_error_unless(file.get() != INVALID_HANDLE_VALUE ? TRUE : FALSE);
+        },
+        is_to_stop);
+}
+
+bool FIO_FILE_SYSTEM::remove_if_exists(const std::string& path,
+                                       const std::function<bool()>& is_to_stop)
+{
+    const FIO_PATH native = fio_path(path);
+    return is_gone(repeat_while_held([&native] { return remove_once(native); }, is_to_stop));
 }
 
 bool FIO_FILE_SYSTEM::remove_unless_held(const std::string& path)
 {
-    return is_gone(remove_once(fio_path(path)));
+    const FIO_PATH native = fio_path(path);
+    if (is_gone(remove_once(native)))
+        return true;
+    // An administrator's run can leave it to the system.
+    ::MoveFileExW(native.c_str(), nullptr, MOVEFILE_DELAY_UNTIL_REBOOT);
+    return false;
 }
 
 bool FIO_FILE_SYSTEM::create_private_file(const std::string& path)
 {
     PRIVATE_RIGHTS rights;
+    if (rights.get() == nullptr)
+        return false;
     const HANDLE_OWNER file(::CreateFileW(fio_path(path).c_str(), GENERIC_WRITE, 0, rights.get(),
                                           CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
     return file.get() != INVALID_HANDLE_VALUE;
@@ -168,7 +207,8 @@ bool FIO_FILE_SYSTEM::create_private_file(const std::string& path)
 bool FIO_FILE_SYSTEM::create_private_directory(const std::string& path)
 {
     PRIVATE_RIGHTS rights;
-    return ::CreateDirectoryW(fio_path(path).c_str(), rights.get()) != FALSE;
+    return rights.get() != nullptr &&
+           ::CreateDirectoryW(fio_path(path).c_str(), rights.get()) != FALSE;
 }
 
 std::optional<FIO_FILE_IDENTITY> FIO_FILE_SYSTEM::identity(const std::string& path)

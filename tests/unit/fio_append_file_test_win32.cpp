@@ -1,58 +1,15 @@
 #include "support/fio/fio_append_file.h"
 
 #include "support/fio/fio_file_system.h"
+#include "tests/harness/scanner_win32.h"
 #include "tests/harness/temp_dir.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <thread>
-
-#include <windows.h>
 
 using OPENING = FIO_APPEND_FILE::OPENING;
 using namespace std::chrono_literals;
-
-namespace
-{
-
-/// As a virus scanner holds a file: nobody else may do anything with it.
-class SCANNER
-{
-public:
-    explicit SCANNER(const std::filesystem::path& path)
-        : m_file(::CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr))
-    {
-    }
-    ~SCANNER() { ::CloseHandle(m_file); }
-    SCANNER(const SCANNER&) = delete;
-    SCANNER& operator=(const SCANNER&) = delete;
-
-    bool holds() const { return m_file != INVALID_HANDLE_VALUE; }
-
-private:
-    HANDLE m_file;
-};
-
-/// Runs an operation while a scanner holds the file for that long.
-template <typename OPERATION>
-bool while_scanned(const std::filesystem::path& path, std::chrono::milliseconds duration,
-                   const OPERATION& operation)
-{
-    auto scanner = std::make_unique<SCANNER>(path);
-    EXPECT_TRUE(scanner->holds());
-    std::thread releaser(
-        [&]
-        {
-            std::this_thread::sleep_for(duration);
-            scanner.reset();
-        });
-    const bool succeeded = operation();
-    releaser.join();
-    return succeeded;
-}
-
-}
 
 TEST(AppendFile, CanBeReadWhileItIsWritten)
 {
@@ -94,6 +51,34 @@ TEST(FileSystem, GivesAFileUpThatIsHeldForLonger)
     const auto taken = std::chrono::steady_clock::now() - started;
     EXPECT_GT(taken, 9s);
     EXPECT_LT(taken, 12s);
+}
+
+TEST(FileSystem, MovesNothingWhereTheTargetStaysHeld)
+{
+    const TEMP_DIR dir;
+    const auto path = dir.write("a", "x");
+    const auto target = dir.write("b", "y");
+    {
+        const SCANNER scanner(target);
+        const auto started = std::chrono::steady_clock::now();
+        EXPECT_FALSE(FIO_FILE_SYSTEM::move(path.string(), target.string(), true));
+        EXPECT_LT(std::chrono::steady_clock::now() - started, 12s);
+    }
+    EXPECT_EQ(list_tree(dir.path()), std::vector<std::string>({"a", "b"}));
+    EXPECT_EQ(dir.read("b"), "y");
+}
+
+TEST(FileSystem, EndsItsWaitWhenAsked)
+{
+    const TEMP_DIR dir;
+    const auto path = dir.write("a", "x");
+    const SCANNER scanner(path);
+    int asked = 0;
+    const auto third_time = [&asked] { return ++asked == 3; };
+    const auto started = std::chrono::steady_clock::now();
+    EXPECT_FALSE(FIO_FILE_SYSTEM::remove_if_exists(path.string(), third_time));
+    EXPECT_EQ(asked, 3);
+    EXPECT_LT(std::chrono::steady_clock::now() - started, 2s);
 }
 
 TEST(FileSystem, LeavesAHeldFileAtOnceWhereNobodyIsToWait)

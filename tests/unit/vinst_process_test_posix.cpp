@@ -59,6 +59,27 @@ protected:
         return code;
     }
 
+    /// Whether the process that the log names as "child NUMBER" is gone, or goes within 5 s.
+    bool child_ends() const
+    {
+        const std::string text = log();
+        const std::size_t at = text.find("\nchild ");
+        if (at == std::string::npos)
+            throw std::runtime_error("the log names no child");
+        const std::string state =
+            "/proc/" + std::to_string(std::stoi(text.substr(at + 7))) + "/stat";
+        const auto lives = [&state]
+        {
+            std::ifstream file(state);
+            std::string line;
+            std::getline(file, line);
+            return !line.empty() && line.find(") Z ") == std::string::npos;
+        };
+        for (int i = 0; i < 500 && lives(); ++i)
+            std::this_thread::sleep_for(10ms);
+        return !lives();
+    }
+
     TEMP_DIR dir;
     std::chrono::nanoseconds taken{};
 };
@@ -281,20 +302,20 @@ TEST_F(RunCommand, KeepsItsCallersEventsGoing)
 TEST_F(RunCommand, EndsTheWholeGroupOfAnInstallerThatDoesNotHeedTheStop)
 {
     EXPECT_EQ(run_and_stop(poser("poser_hang") + " --stubborn --child"), 137);
-    const std::string text = log();
-    const std::size_t at = text.find("\nchild ");
-    ASSERT_NE(at, std::string::npos) << text;
-    const std::string state = "/proc/" + std::to_string(std::stoi(text.substr(at + 7))) + "/stat";
-    const auto lives = [&state]
-    {
-        std::ifstream file(state);
-        std::string line;
-        std::getline(file, line);
-        return !line.empty() && line.find(") Z ") == std::string::npos;
-    };
-    for (int i = 0; i < 500 && lives(); ++i)
-        std::this_thread::sleep_for(10ms);
-    EXPECT_FALSE(lives());
+    EXPECT_TRUE(child_ends()) << log();
+}
+
+TEST_F(RunCommand, EndsWhatAnInstallerLeavesBehindThatHeedsTheStop)
+{
+    const std::string script =
+        dir.write("setup.run",
+                  "#!/bin/sh\n"
+                  "sh -c 'trap \"\" TERM; echo \"child $$\"; while :; do sleep 0.05; done' &\n"
+                  "while :; do sleep 0.05; done\n",
+                  0755)
+            .string();
+    EXPECT_EQ(run_and_stop(script), 143);
+    EXPECT_TRUE(child_ends()) << log();
 }
 
 TEST_F(RunCommand, ReturnsTheCodeOfAnInstallerThatHeedsTheStop)

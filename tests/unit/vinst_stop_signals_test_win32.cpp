@@ -95,8 +95,7 @@ TEST_P(StopSignals, BecomeTheRunsStopRequest)
 }
 
 INSTANTIATE_TEST_SUITE_P(Console, StopSignals,
-                         ::testing::Values(CTRL_C_EVENT, CTRL_BREAK_EVENT, CTRL_CLOSE_EVENT,
-                                           CTRL_LOGOFF_EVENT, CTRL_SHUTDOWN_EVENT));
+                         ::testing::Values(CTRL_C_EVENT, CTRL_BREAK_EVENT, CTRL_CLOSE_EVENT));
 
 TEST_F(StopSignals, ComeFromTheConsole)
 {
@@ -118,11 +117,11 @@ TEST_F(StopSignals, OfAClosedConsoleAreAnsweredWhenTheRunHasUnwound)
     EXPECT_TRUE(request.ends_within(2s));
 }
 
-class StopSignalsDeathTest : public ::testing::TestWithParam<DWORD>
+class StopRequestDeathTest : public ::testing::TestWithParam<DWORD>
 {
 };
 
-TEST_P(StopSignalsDeathTest, EndTheProcessWithTheCodeOfControlC)
+TEST_P(StopRequestDeathTest, EndTheProcessWithTheCodeOfControlC)
 {
     EXPECT_EXIT(
         {
@@ -134,5 +133,19 @@ TEST_P(StopSignalsDeathTest, EndTheProcessWithTheCodeOfControlC)
         ::testing::ExitedWithCode(static_cast<int>(0xC000013A)), "");
 }
 
-INSTANTIATE_TEST_SUITE_P(Console, StopSignalsDeathTest,
+INSTANTIATE_TEST_SUITE_P(Console, StopRequestDeathTest,
                          ::testing::Values(CTRL_C_EVENT, CTRL_BREAK_EVENT, CTRL_CLOSE_EVENT));
+
+TEST(StopSignalsDeathTest, EndTheProcessAtOnceTheSecondTime)
+{
+    EXPECT_EXIT(
+        {
+            const VINST_STOP_SIGNALS signals;
+            const REQUEST_THREAD first(CTRL_C_EVENT);
+            stop_comes_within(5s);
+            const REQUEST_THREAD second(CTRL_BREAK_EVENT);
+            std::this_thread::sleep_for(10s);
+            ::ExitProcess(1);
+        },
+        ::testing::ExitedWithCode(static_cast<int>(0xC000013A)), "");
+}
