@@ -127,6 +127,21 @@ int main(int argc, char** argv)
                   settle();
               }),
           50);
+    for (const auto& component : release.components())
+        tree.show_integrity(component.get(), VINST_INTEGRITY_STATE::passed);
+    print("the same over rows that have passed, each told so again",
+          time_of(
+              [&]
+              {
+                  percent += 7;
+                  for (const auto& component : release.components())
+                  {
+                      tree.show_percentage(component.get(), percent);
+                      tree.show_integrity(component.get(), VINST_INTEGRITY_STATE::passed);
+                  }
+                  settle();
+              }),
+          50);
     print("the rows' states stored", time_of([&] { tree.save_states(); }), 1000);
     print("the rows' states restored", time_of([&] { tree.restore_states(); }), 1000);
     return 0;

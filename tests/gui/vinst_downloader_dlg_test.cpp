@@ -35,6 +35,18 @@ protected:
         click("m_settings_button");
     }
 
+    /// Over a file that takes many seconds to be checked.
+    void open_with_long_check()
+    {
+        constexpr std::uint64_t size = 6ULL << 30;
+        builder.component("one").raw_key("size", std::to_string(size));
+        builder.write();
+        write_file(dir / "dl/one.run", "");
+        std::filesystem::resize_file(dir / "dl/one.run", size); // a hole
+        open_during_checks();
+        ASSERT_TRUE(VINST_DOWNLOADER_MGR::has_pending_integrity_tasks());
+    }
+
     bool is_run_column_shown() const { return !tree().isColumnHidden(run_column); }
     QString row_text(int row, int column) const
     {
@@ -449,13 +461,7 @@ TEST_F(Dialog, ClosesByEscapeAndByItsButton)
 
 TEST_F(Dialog, IsNotClosedWhileACheckRuns)
 {
-    constexpr std::uint64_t size = 6ULL << 30;
-    builder.component("one").raw_key("size", std::to_string(size));
-    builder.write();
-    write_file(dir / "dl/one.run", "");
-    std::filesystem::resize_file(dir / "dl/one.run", size); // a hole
-    open_during_checks();
-    ASSERT_TRUE(VINST_DOWNLOADER_MGR::has_pending_integrity_tasks());
+    open_with_long_check();
     {
         MODAL_BOXES boxes({"OK"});
         EXPECT_FALSE(dialog->close());
@@ -471,12 +477,7 @@ TEST_F(Dialog, IsNotClosedWhileACheckRuns)
 
 TEST_F(Dialog, GoesOnCheckingWhileTheConnectionIsTested)
 {
-    constexpr std::uint64_t size = 6ULL << 30;
-    builder.component("one").raw_key("size", std::to_string(size));
-    builder.write();
-    write_file(dir / "dl/one.run", "");
-    std::filesystem::resize_file(dir / "dl/one.run", size); // a hole
-    open_during_checks();
+    open_with_long_check();
     MODAL_BOXES boxes({"OK"});
     dialog->findChild<QPushButton*>("m_test_internet_connection_btn")->click();
     ASSERT_EQ(boxes.shown().size(), 1U);
