@@ -37,6 +37,7 @@ set(VINST_TESTS_LEFT_OUT_ON_WINDOWS
   Logger.OutlivesAFullDisk
   # Installers of these tests are shell scripts with a purpose of their own.
   Install.RunsTheActionsAfterTheInstallers TreeView.RunsAnInstallerByItsButton
+  TreeView.RunsAnInstallerByTheReturnKey
   TreeView.RunsNothingWhenTheButtonIsLeft DialogStop.EndsARunThatInstalls
   DialogRun.RunsTheActionsThatAreChecked
   # Wine makes no links.
