@@ -8,8 +8,8 @@ namespace
 /// Halfway between the ground of a box and its check mark.
 QColor edge_color(const QPalette& palette)
 {
-    const QColor ground = palette.color(QPalette::Base);
-    const QColor mark = palette.color(QPalette::Text);
+    const QColor& ground = palette.color(QPalette::Base);
+    const QColor& mark = palette.color(QPalette::Text);
     return {(ground.red() + mark.red()) / 2, (ground.green() + mark.green()) / 2,
             (ground.blue() + mark.blue()) / 2};
 }
