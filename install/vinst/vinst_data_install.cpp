@@ -112,6 +112,12 @@ bool has_local_file(const VINST_COMPONENT& component)
     return !component.filename.isEmpty() && QFileInfo(component.local_file_path()).isFile();
 }
 
+bool has_verified_file(const VINST_COMPONENT& component)
+{
+    return component.verified_file &&
+           component.verified_file == FIO_FILE_SYSTEM::identity(utf8(component.local_file_path()));
+}
+
 void make_installer_executable(const VINST_COMPONENT& component)
 {
     const QString path = component.local_file_path();

@@ -321,8 +321,7 @@ bool VINST_DOWNLOADER_MGR::has_passed(VINST_COMPONENT* component)
     if (!component->download_complete || !component->is_checked_for_current_dir())
         return false;
     // What a transfer has appended since the check was never checked.
-    const auto file = FIO_FILE_SYSTEM::identity(utf8(component->local_file_path()));
-    if (component->integrity_passed && !(component->verified_file == file))
+    if (component->integrity_passed && !has_verified_file(*component))
         component->integrity_passed = false;
     return component->integrity_passed;
 }

@@ -25,8 +25,7 @@ constexpr int progress_width = 100; // pixels
 bool is_verified(const VINST_COMPONENT& component)
 {
     return component.download_complete && component.integrity_passed &&
-           component.is_checked_for_current_dir() && component.verified_file &&
-           component.verified_file == FIO_FILE_SYSTEM::identity(utf8(component.local_file_path()));
+           component.is_checked_for_current_dir() && has_verified_file(component);
 }
 
 }
