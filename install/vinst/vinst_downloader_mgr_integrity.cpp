@@ -12,6 +12,7 @@
 #include <QList>
 #include <QTimer>
 
+#include <tbb/task_arena.h>
 #include <tbb/task_group.h>
 
 #include <algorithm>
@@ -124,6 +125,20 @@ tbb::task_group& task_group()
 {
     static tbb::task_group the_group;
     return the_group;
+}
+
+/// Where the checks run. No place is kept for the main thread, which never enters while a window
+/// waits: on one processor oneTBB starts a worker for such an arena alone.
+tbb::task_arena& arena()
+{
+    constexpr unsigned reserved_places = 0;
+    static tbb::task_arena the_arena(tbb::task_arena::automatic, reserved_places);
+    return the_arena;
+}
+
+void wait_for_task_group()
+{
+    arena().execute([] { task_group().wait(); });
 }
 
 void show(const TASK& task, VINST_INTEGRITY_STATE state)
@@ -245,7 +260,7 @@ void VINST_DOWNLOADER_MGR::start_integrity_task(VINST_COMPONENT* component)
     pending_integrity_tasks.append(task.get());
     cancellable_integrity_tasks.append(task);
     hand_over(task);
-    task_group().run([] { take_over()->work(); });
+    arena().enqueue(task_group().defer([] { take_over()->work(); }));
 }
 
 void VINST_DOWNLOADER_MGR::cancel_integrity_tasks()
@@ -264,7 +279,7 @@ bool VINST_DOWNLOADER_MGR::has_pending_integrity_tasks()
 void VINST_DOWNLOADER_MGR::finish_integrity_tasks()
 {
     cancel_integrity_tasks();
-    task_group().wait();
+    wait_for_task_group();
     collect_all();
 }
 
@@ -282,7 +297,7 @@ void VINST_DOWNLOADER_MGR::wait_for_integrity_tasks()
             m_view->process_events();
         return;
     }
-    task_group().wait();
+    wait_for_task_group();
     collect_all();
 }
 
