@@ -116,8 +116,11 @@ void CURL_TRANSFER::set_proxy_options()
     {
         curl_easy_setopt(easy, CURLOPT_PROXYUSERNAME, proxy.username().c_str());
         curl_easy_setopt(easy, CURLOPT_PROXYPASSWORD, proxy.password().c_str());
-        // The proxy chooses the strongest scheme that both sides know: one more round trip a file.
-        curl_easy_setopt(easy, CURLOPT_PROXYAUTH, static_cast<long>(CURLAUTH_ANY));
+        // libcurl takes the strongest of these that the proxy offers, at the cost of one more round
+        // trip per file. Negotiate is not among them: it would win, and then fail where there is no
+        // ticket, although the password is right.
+        curl_easy_setopt(easy, CURLOPT_PROXYAUTH,
+                         static_cast<long>(CURLAUTH_DIGEST | CURLAUTH_NTLM | CURLAUTH_BASIC));
     }
 }
 

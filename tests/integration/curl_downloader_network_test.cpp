@@ -72,6 +72,20 @@ TEST_P(ThroughAProxy, ReachesHttpsByATunnel)
     qunsetenv("SSL_CERT_FILE");
 }
 
+TEST_F(Downloader, AnswersBasicWhereAProxyOffersNegotiateToo)
+{
+    const HTTP_HEADERS offers = {{"Proxy-Authenticate", "Negotiate"},
+                                 {"Proxy-Authenticate", "Basic realm=\"a test\""}};
+    // The server stands in for the proxy, and for the origin behind it.
+    server.serve("/f", body, {FAULT::status(407, "<html>who are you?</html>", offers).times(1)});
+    proxy = {"127.0.0.1", std::to_string(server.port()), "ada", "s3cret"};
+    EXPECT_EQ(fetch("http://origin.test/f"), 200);
+    expect_success(body);
+    ASSERT_EQ(server.request_count("/f"), 2U);
+    EXPECT_EQ(server.requests("/f").back().header("Proxy-Authorization"),
+              "Basic " + QByteArray("ada:s3cret").toBase64().toStdString());
+}
+
 INSTANTIATE_TEST_SUITE_P(Engines, ThroughAProxy,
                          ::testing::Values(PROXY_ENGINE::tinyproxy, PROXY_ENGINE::squid),
                          [](const auto& engine)
