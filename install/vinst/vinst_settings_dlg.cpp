@@ -109,8 +109,6 @@ VINST_PROXY_SETTINGS VINST_SETTINGS_DLG::proxy_settings() const
 int VINST_SETTINGS_DLG::exec()
 {
     load();
-    m_accepted_username = m_ui->m_proxy_username_line_edit->text();
-    m_accepted_password = m_ui->m_proxy_password_line_edit->text();
     return QDialog::exec();
 }
 
@@ -129,8 +127,8 @@ void VINST_SETTINGS_DLG::reject()
         return;
     // The next download reads the fields as they are.
     load();
-    m_ui->m_proxy_username_line_edit->setText(m_accepted_username);
-    m_ui->m_proxy_password_line_edit->setText(m_accepted_password);
+    m_ui->m_proxy_username_line_edit->setText(m_applied_username);
+    m_ui->m_proxy_password_line_edit->setText(m_applied_password);
     QDialog::reject();
 }
 
@@ -172,6 +170,8 @@ void VINST_SETTINGS_DLG::apply()
     m_settings_key.set_value(parallel_download_key, parallel_downloads());
     m_settings_key.set_value(retry_duration_key, m_ui->m_retry_duration_spinbox->value());
     m_settings_key.set_value(platform_key, platform);
+    m_applied_username = m_ui->m_proxy_username_line_edit->text();
+    m_applied_password = m_ui->m_proxy_password_line_edit->text();
     m_ui->m_apply_btn->setEnabled(false);
     if (platform == m_platform)
         return;

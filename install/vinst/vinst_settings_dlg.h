@@ -55,7 +55,7 @@ private:
     std::unique_ptr<Ui::VINST_SETTINGS_DLG> m_ui;
     CFGQ_REGISTRY_KEY m_settings_key;
     QString m_platform;
-    QString m_accepted_username; ///< these two live as long as the program
-    QString m_accepted_password;
+    QString m_applied_username; ///< these two are never stored
+    QString m_applied_password;
     bool m_is_testing = false;
 };

@@ -222,6 +222,21 @@ TEST_F(SettingsDlg, TellsTheNextDownloadNothingOfWhatWasCancelled)
     EXPECT_EQ(settings.password, "s3cret");
 }
 
+TEST_F(SettingsDlg, KeepsTheCredentialsThatWereAppliedBeforeCancel)
+{
+    run(
+        [this]
+        {
+            line("m_proxy_username_line_edit").setText("ada");
+            line("m_proxy_password_line_edit").setText("s3cret");
+            button("m_apply_btn").click();
+            line("m_proxy_password_line_edit").setText("a slip");
+            button("m_cancel_btn").click();
+        });
+    EXPECT_EQ(dialog().proxy_settings().username, "ada");
+    EXPECT_EQ(dialog().proxy_settings().password, "s3cret");
+}
+
 TEST_F(SettingsDlg, AppliesWithoutClosing)
 {
     run(
