@@ -2,6 +2,8 @@
 
 #include <QGuiApplication>
 #include <QScreen>
+#include <QShowEvent>
+#include <QStyle>
 
 #include <algorithm>
 
@@ -11,6 +13,20 @@ namespace
 qint64 area(const QRect& rect)
 {
     return rect.isEmpty() ? 0 : qint64(rect.width()) * rect.height();
+}
+
+/// The frame around a window. Before the window manager has drawn it, nobody knows it: then what
+/// the common ones draw at most.
+QMargins frame_margins(const QWidget& window)
+{
+    const QRect inside = window.geometry();
+    const QRect outside = window.frameGeometry();
+    if (inside != outside)
+        return {inside.left() - outside.left(), inside.top() - outside.top(),
+                outside.right() - inside.right(), outside.bottom() - inside.bottom()};
+    const int border = window.style()->pixelMetric(QStyle::PM_MdiSubWindowFrameWidth);
+    const int title_bar = window.style()->pixelMetric(QStyle::PM_TitleBarHeight) * 3 / 2;
+    return {border, title_bar, border, border};
 }
 
 }
@@ -37,10 +53,26 @@ AFCQ_DIALOG::AFCQ_DIALOG(QWidget* parent) : QDialog(parent)
 
 void AFCQ_DIALOG::restore_geometry(const QByteArray& saved)
 {
-    if (saved.isEmpty() || !restoreGeometry(saved) || isMaximized() || isFullScreen())
+    if (!saved.isEmpty() && restoreGeometry(saved))
+        fit_onto_screens();
+}
+
+void AFCQ_DIALOG::showEvent(QShowEvent* event)
+{
+    QDialog::showEvent(event);
+    // A spontaneous event only uncovers the window where its user has put it.
+    if (!event->spontaneous())
+        fit_onto_screens();
+}
+
+void AFCQ_DIALOG::fit_onto_screens()
+{
+    if (isMaximized() || isFullScreen())
         return;
-    std::vector<QRect> screens;
+    const QMargins frame = frame_margins(*this);
+    std::vector<QRect> areas;
     for (const QScreen* screen : QGuiApplication::screens())
-        screens.push_back(screen->availableGeometry());
-    setGeometry(afcq_moved_onto_screen(geometry(), screens));
+        areas.push_back(screen->availableGeometry().marginsRemoved(frame));
+    if (const QRect fitting = afcq_moved_onto_screen(geometry(), areas); fitting != geometry())
+        setGeometry(fitting);
 }

@@ -12,7 +12,7 @@
 QRect afcq_moved_onto_screen(const QRect& window, const std::vector<QRect>& screens);
 
 /// A dialog with the suite's frame: a size grip, minimise and maximise buttons, and no context-help
-/// button.
+/// button. Whenever it appears, all of it is on a screen, its frame included.
 class AFCQ_DIALOG : public QDialog
 {
     Q_OBJECT
@@ -23,4 +23,10 @@ public:
     /// Puts the window where it was when `saveGeometry` yielded these bytes, but never off the
     /// screens. Does nothing for bytes of any other origin.
     void restore_geometry(const QByteArray& saved);
+
+protected:
+    void showEvent(QShowEvent* event) override;
+
+private:
+    void fit_onto_screens();
 };

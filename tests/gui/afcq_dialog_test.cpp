@@ -47,6 +47,29 @@ TEST(AfcqDialog, ComesBackWhereItWas)
     EXPECT_TRUE(screen.contains(second.geometry()));
 }
 
+TEST(AfcqDialog, FitsTheScreenWhenItIsShown)
+{
+    const QRect screen = QApplication::primaryScreen()->availableGeometry();
+    AFCQ_DIALOG dialog;
+    dialog.resize(screen.size() + QSize(200, 300));
+    dialog.show();
+    EXPECT_TRUE(screen.contains(dialog.frameGeometry()));
+    EXPECT_LT(dialog.height(), screen.height()) << "there is no room for the title bar";
+}
+
+TEST(AfcqDialog, FitsTheScreenThoughItWasStoredOnALargerOne)
+{
+    const QRect screen = QApplication::primaryScreen()->availableGeometry();
+    AFCQ_DIALOG first;
+    first.setGeometry(QRect(screen.topLeft(), screen.size() * 2));
+    const QByteArray stored = first.saveGeometry();
+    AFCQ_DIALOG second;
+    second.restore_geometry(stored);
+    second.show();
+    EXPECT_TRUE(screen.contains(second.frameGeometry()));
+    EXPECT_LT(second.height(), screen.height()) << "there is no room for the title bar";
+}
+
 TEST(AfcqDialog, IgnoresOtherBytes)
 {
     AFCQ_DIALOG dialog;

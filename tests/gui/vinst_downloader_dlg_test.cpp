@@ -56,6 +56,22 @@ protected:
 
 }
 
+TEST_F(Dialog, KeepsItsButtonsInReachOnASmallScreen)
+{
+    builder.component("one").pattern_content(1000, 1);
+    open();
+    dialog->resize(1024, 500);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(dialog->height(), 500);
+    for (const char* name : {"m_settings_button", "m_help_button", "m_log_button",
+                             "m_download_button", "m_stop_button", "m_close_button"})
+    {
+        const QPushButton& each = button(name);
+        const QRect place(each.mapTo(dialog.get(), QPoint(0, 0)), each.size());
+        EXPECT_TRUE(dialog->rect().contains(place)) << name;
+    }
+}
+
 TEST_F(Dialog, ShowsTheReleaseAndWhatItNeeds)
 {
     builder.component("one").title("The One").pattern_content(3000, 1).installsize(2ULL << 30);
