@@ -1,5 +1,5 @@
-#include "install/vinst/vinst_data.h"
-#include "install/vinst/vinst_parser.h"
+#include "install/vinst/release/vinst_data.h"
+#include "install/vinst/release/vinst_parser.h"
 
 #include <QElapsedTimer>
 #include <QFile>

@@ -1,5 +1,5 @@
-#include "install/vinst/vinst_data.h"
-#include "install/vinst/vinst_downloader_treeview.h"
+#include "install/vinst/gui/vinst_downloader_treeview.h"
+#include "install/vinst/release/vinst_data.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

@@ -27,6 +27,24 @@ function(vinst_static_library name)
   target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
 endfunction()
 
+# Declares a room of the program as the static library room_NAME: vinst_room(NAME SOURCES...)
+#
+# An archive may leave symbols open, and a program that links all rooms would close them, upwards as
+# well. So the linker also makes a module of each room and what it links: that fails when the room
+# calls anything above its own floor.
+function(vinst_room name)
+  vinst_static_library(room_${name} ${ARGN})
+  if(BUILD_TESTING AND NOT WIN32 AND NOT VINST_SANITIZE)
+    add_library(room_${name}_floor MODULE $<TARGET_OBJECTS:room_${name}>)
+    target_link_libraries(room_${name}_floor PRIVATE $<TARGET_PROPERTY:room_${name},LINK_LIBRARIES>)
+    target_link_options(room_${name}_floor PRIVATE LINKER:--no-undefined)
+    set_target_properties(room_${name}_floor PROPERTIES
+      AUTOMOC OFF
+      AUTOUIC OFF
+      LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/floors)
+  endif()
+endfunction()
+
 # The ending of a platform's own source files.
 if(WIN32)
   set(VINST_PLATFORM_SUFFIX win32)

@@ -1,7 +1,7 @@
 #include "install/hosts/host_run.h"
 
 #include "install/hosts/host_platform.h"
-#include "install/vinst/vinst_entry.h"
+#include "install/vinst/app/vinst_entry.h"
 
 int run_host(int argc, char** argv, bool gui_host)
 {

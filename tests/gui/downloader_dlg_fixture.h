@@ -1,11 +1,11 @@
 #pragma once
 
-#include "install/vinst/vinst_data.h"
-#include "install/vinst/vinst_downloader_dlg.h"
-#include "install/vinst/vinst_downloader_treeview.h"
-#include "install/vinst/vinst_messages.h"
-#include "install/vinst/vinst_parser.h"
-#include "install/vinst/vinst_text.h"
+#include "install/vinst/base/vinst_messages.h"
+#include "install/vinst/base/vinst_text.h"
+#include "install/vinst/gui/vinst_downloader_dlg.h"
+#include "install/vinst/gui/vinst_downloader_treeview.h"
+#include "install/vinst/release/vinst_data.h"
+#include "install/vinst/release/vinst_parser.h"
 #include "tests/gui/modal_box.h"
 #include "tests/harness/fault_server.h"
 #include "tests/harness/installer_scripts.h"

@@ -1,4 +1,4 @@
-#include "install/vinst/vinst_after_install_actions.h"
+#include "install/vinst/gui/vinst_after_install_actions.h"
 
 #include "support/cfgq/cfgq_registry_key.h"
 

@@ -1,4 +1,4 @@
-#include "install/vinst/vinst_downloader_dlg_rules.h"
+#include "install/vinst/gui/vinst_downloader_dlg_rules.h"
 
 #include <gtest/gtest.h>
 

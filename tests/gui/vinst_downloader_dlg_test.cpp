@@ -2,9 +2,9 @@
 #include "tests/gui/downloader_dlg_fixture.h"
 #include "tests/harness/tested_host.h"
 
-#include "install/vinst/vinst_downloader_treeview_model.h"
-#include "install/vinst/vinst_log_viewer_dlg.h"
-#include "install/vinst/vinst_settings_dlg.h"
+#include "install/vinst/gui/vinst_downloader_treeview_model.h"
+#include "install/vinst/gui/vinst_log_viewer_dlg.h"
+#include "install/vinst/gui/vinst_settings_dlg.h"
 #include "support/afcq/afcq_line_edit_browse_button.h"
 #include "support/afcq/afcq_native_file_dlg.h"
 

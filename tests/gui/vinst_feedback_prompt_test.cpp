@@ -1,7 +1,7 @@
-#include "install/vinst/vinst_feedback_prompt.h"
+#include "install/vinst/gui/vinst_feedback_prompt.h"
 
-#include "install/vinst/vinst_data.h"
-#include "install/vinst/vinst_text.h"
+#include "install/vinst/base/vinst_text.h"
+#include "install/vinst/release/vinst_data.h"
 #include "support/cfgq/cfgq_registry_key.h"
 #include "tests/gui/browser.h"
 #include "tests/gui/modal_box.h"

@@ -1,6 +1,6 @@
-#include "install/vinst/vinst_log_viewer_dlg.h"
+#include "install/vinst/gui/vinst_log_viewer_dlg.h"
 
-#include "install/vinst/vinst_messages.h"
+#include "install/vinst/base/vinst_messages.h"
 #include "tests/harness/temp_dir.h"
 
 #include <gtest/gtest.h>

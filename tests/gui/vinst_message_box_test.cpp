@@ -1,4 +1,4 @@
-#include "install/vinst/vinst_message_box.h"
+#include "install/vinst/gui/vinst_message_box.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "tests/harness/tested_host.h"
 
-#include "install/vinst/vinst_platform.h"
+#include "install/vinst/base/vinst_platform.h"
 
 #include <cstdlib>
 

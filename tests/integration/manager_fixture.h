@@ -1,9 +1,9 @@
 #pragma once
 
-#include "install/vinst/vinst_data.h"
-#include "install/vinst/vinst_downloader_mgr.h"
-#include "install/vinst/vinst_messages.h"
-#include "install/vinst/vinst_parser.h"
+#include "install/vinst/base/vinst_messages.h"
+#include "install/vinst/download/vinst_downloader_mgr.h"
+#include "install/vinst/release/vinst_data.h"
+#include "install/vinst/release/vinst_parser.h"
 #include "tests/harness/fault_server.h"
 #include "tests/harness/release_builder.h"
 #include "tests/harness/temp_dir.h"

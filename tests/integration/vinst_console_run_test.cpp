@@ -1,8 +1,8 @@
 #include "tests/integration/manager_fixture.h"
 
-#include "install/vinst/vinst_cmdline.h"
-#include "install/vinst/vinst_console_run.h"
-#include "install/vinst/vinst_platform.h"
+#include "install/vinst/base/vinst_platform.h"
+#include "install/vinst/console/vinst_cmdline.h"
+#include "install/vinst/console/vinst_console_run.h"
 
 namespace
 {

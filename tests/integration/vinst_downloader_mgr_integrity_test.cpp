@@ -1,4 +1,4 @@
-#include "install/vinst/vinst_downloader_mgr_integrity.h"
+#include "install/vinst/download/vinst_downloader_mgr_integrity.h"
 
 #include "tests/integration/manager_fixture.h"
 

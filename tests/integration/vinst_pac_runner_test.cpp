@@ -1,6 +1,6 @@
-#include "install/vinst/vinst_pac_runner.h"
+#include "install/vinst/download/vinst_pac_runner.h"
 
-#include "install/vinst/vinst_messages.h"
+#include "install/vinst/base/vinst_messages.h"
 #include "tests/harness/temp_dir.h"
 
 #include <gtest/gtest.h>

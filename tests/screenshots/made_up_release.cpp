@@ -1,7 +1,7 @@
 #include "tests/screenshots/made_up_release.h"
 
-#include "install/vinst/vinst_parser.h"
-#include "install/vinst/vinst_text.h"
+#include "install/vinst/base/vinst_text.h"
+#include "install/vinst/release/vinst_parser.h"
 #include "tests/harness/installer_scripts.h"
 #include "tests/harness/release_builder.h"
 #include "tests/harness/temp_dir.h"

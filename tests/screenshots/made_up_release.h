@@ -1,6 +1,6 @@
 #pragma once
 
-#include "install/vinst/vinst_data.h"
+#include "install/vinst/release/vinst_data.h"
 #include "tests/harness/fault_server.h"
 
 #include <cstdint>

@@ -1,13 +1,13 @@
 // Walks the windows through a download and an installation of a made-up release and saves what
 // they look like: see scripts/screenshots.sh, which runs it.
 
-#include "install/vinst/vinst_downloader_dlg.h"
-#include "install/vinst/vinst_downloader_treeview_model.h"
-#include "install/vinst/vinst_log_viewer_dlg.h"
-#include "install/vinst/vinst_message_box.h"
-#include "install/vinst/vinst_messages.h"
-#include "install/vinst/vinst_settings_dlg.h"
-#include "install/vinst/vinst_text.h"
+#include "install/vinst/base/vinst_messages.h"
+#include "install/vinst/base/vinst_text.h"
+#include "install/vinst/gui/vinst_downloader_dlg.h"
+#include "install/vinst/gui/vinst_downloader_treeview_model.h"
+#include "install/vinst/gui/vinst_log_viewer_dlg.h"
+#include "install/vinst/gui/vinst_message_box.h"
+#include "install/vinst/gui/vinst_settings_dlg.h"
 #include "support/afcq/afcq_style.h"
 #include "tests/screenshots/made_up_release.h"
 

@@ -1,7 +1,7 @@
 #include "tools/vinst_release/release_check_elements.h"
 
-#include "install/vinst/vinst_data.h"
-#include "install/vinst/vinst_platform.h"
+#include "install/vinst/base/vinst_platform.h"
+#include "install/vinst/release/vinst_data.h"
 #include "tools/vinst_release/release_description.h"
 #include "tools/vinst_release/release_relations.h"
 #include "tools/vinst_release/release_text.h"

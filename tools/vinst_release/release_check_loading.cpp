@@ -1,7 +1,7 @@
 #include "tools/vinst_release/release_check_loading.h"
 
-#include "install/vinst/vinst_data.h"
-#include "install/vinst/vinst_parser.h"
+#include "install/vinst/release/vinst_data.h"
+#include "install/vinst/release/vinst_parser.h"
 #include "tools/vinst_release/release_text.h"
 
 #include <QHash>

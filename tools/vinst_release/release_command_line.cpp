@@ -1,6 +1,6 @@
 #include "tools/vinst_release/release_command_line.h"
 
-#include "install/vinst/vinst_text.h"
+#include "install/vinst/base/vinst_text.h"
 #include "tools/vinst_release/release_check.h"
 #include "tools/vinst_release/release_make.h"
 #include "tools/vinst_release/release_progress.h"

@@ -1,6 +1,6 @@
 #include "tools/vinst_release/release_description.h"
 
-#include "install/vinst/vinst_platform.h"
+#include "install/vinst/base/vinst_platform.h"
 #include "tools/vinst_release/release_json.h"
 #include "tools/vinst_release/release_relations.h"
 #include "tools/vinst_release/release_text.h"

@@ -1,7 +1,7 @@
 #include "tools/vinst_release/release_element.h"
 
-#include "install/vinst/vinst_platform.h"
-#include "install/vinst/vinst_text.h"
+#include "install/vinst/base/vinst_platform.h"
+#include "install/vinst/base/vinst_text.h"
 #include "tools/vinst_release/release_text.h"
 
 #include <QJsonArray>

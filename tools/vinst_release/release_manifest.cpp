@@ -1,6 +1,6 @@
 #include "tools/vinst_release/release_manifest.h"
 
-#include "install/vinst/vinst_text.h"
+#include "install/vinst/base/vinst_text.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

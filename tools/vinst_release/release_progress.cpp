@@ -1,6 +1,6 @@
 #include "tools/vinst_release/release_progress.h"
 
-#include "install/vinst/vinst_text.h"
+#include "install/vinst/base/vinst_text.h"
 #include "tools/vinst_release/release_terminal.h"
 #include "tools/vinst_release/release_text.h"
 

@@ -1,6 +1,6 @@
 #include "tools/vinst_release/release_relations.h"
 
-#include "install/vinst/vinst_platform.h"
+#include "install/vinst/base/vinst_platform.h"
 #include "tools/vinst_release/release_graph.h"
 #include "tools/vinst_release/release_text.h"
 

@@ -1,6 +1,6 @@
 #include "tools/vinst_release/release_text.h"
 
-#include "install/vinst/vinst_text.h"
+#include "install/vinst/base/vinst_text.h"
 
 #include <algorithm>
 #include <numeric>

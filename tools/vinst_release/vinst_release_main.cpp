@@ -1,4 +1,4 @@
-#include "install/vinst/vinst_platform.h"
+#include "install/vinst/base/vinst_platform.h"
 #include "tools/vinst_release/release_command_line.h"
 
 int main(int argc, char** argv)

@@ -1,0 +1,95 @@
+#include "install/vinst/app/vinst_application.h"
+
+#include "install/vinst/base/vinst_messages.h"
+#include "install/vinst/base/vinst_platform.h"
+#include "install/vinst/base/vinst_text.h"
+#include "support/afcq/afcq_style.h"
+
+#include <QApplication>
+#include <QByteArray>
+
+#include <cstdlib>
+#include <vector>
+
+namespace
+{
+
+QtMessageHandler previous_handler = nullptr; // written once, before any other thread exists
+bool is_making_application = false;          // main thread
+
+void filter_message(QtMsgType type, const QMessageLogContext& context, const QString& text)
+{
+    const bool wanted = !qEnvironmentVariableIsEmpty("VINST_SHOW_QT_MESSAGES") ||
+                        !qEnvironmentVariableIsEmpty("VINST_ENABLE_QT_MESSAGES");
+    if (wanted && previous_handler != nullptr)
+        previous_handler(type, context, text);
+    if (type == QtFatalMsg && is_making_application)
+    {
+        // Qt would abort; a display that can't be opened is no reason for a core dump.
+        print_line("The display cannot be opened. Check DISPLAY, or use the console program " +
+                   utf8(console_host_name(host_platform())) + ".");
+        std::_Exit(1);
+    }
+}
+
+/// Sets variables of the environment and puts back what was there before.
+class SCOPED_ENVIRONMENT
+{
+public:
+    void set(const char* name, const QByteArray& value)
+    {
+        m_saved.push_back({name, qEnvironmentVariableIsSet(name), qgetenv(name)});
+        qputenv(name, value);
+    }
+    void unset(const char* name)
+    {
+        m_saved.push_back({name, qEnvironmentVariableIsSet(name), qgetenv(name)});
+        qunsetenv(name);
+    }
+    SCOPED_ENVIRONMENT() = default;
+    SCOPED_ENVIRONMENT(const SCOPED_ENVIRONMENT&) = delete;
+    SCOPED_ENVIRONMENT& operator=(const SCOPED_ENVIRONMENT&) = delete;
+    ~SCOPED_ENVIRONMENT()
+    {
+        for (const SAVED& saved : m_saved)
+        {
+            if (saved.was_set)
+                qputenv(saved.name, saved.value);
+            else
+                qunsetenv(saved.name);
+        }
+    }
+
+private:
+    struct SAVED
+    {
+        const char* name;
+        bool was_set;
+        QByteArray value;
+    };
+    std::vector<SAVED> m_saved;
+};
+
+}
+
+void gate_qt_messages()
+{
+    if (qEnvironmentVariableIsEmpty("VINST_DEBUG"))
+        previous_handler = qInstallMessageHandler(filter_message);
+}
+
+std::unique_ptr<QApplication> make_application(char** argv, bool with_windows)
+{
+    static int argument_count = 1; // Qt keeps a reference
+    SCOPED_ENVIRONMENT environment;
+    if (!with_windows)
+    {
+        environment.set("QT_QPA_PLATFORM", "offscreen");
+        environment.unset("QT_QPA_PLATFORMTHEME"); // a desktop's theme may want a display
+    }
+    is_making_application = true;
+    auto application = std::make_unique<QApplication>(argument_count, argv);
+    is_making_application = false;
+    QApplication::setStyle(new AFCQ_STYLE);
+    return application;
+}

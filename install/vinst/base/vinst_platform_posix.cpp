@@ -1,0 +1,46 @@
+#include "install/vinst/base/vinst_platform.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
+#include <QTextCodec>
+
+#include <dlfcn.h>
+#include <unistd.h>
+
+QString host_platform()
+{
+    return QStringLiteral("linux");
+}
+
+bool user_is_administrator()
+{
+    return true;
+}
+
+QString library_directory()
+{
+    Dl_info info{};
+    if (::dladdr(reinterpret_cast<void*>(&library_directory), &info) == 0)
+        return QCoreApplication::applicationDirPath();
+    return QFileInfo(QFileInfo(QFile::decodeName(info.dli_fname)).canonicalFilePath()).path();
+}
+
+void set_up_console() {}
+
+bool stdout_is_terminal()
+{
+    return ::isatty(STDOUT_FILENO) != 0;
+}
+
+bool has_display()
+{
+    return !qEnvironmentVariableIsEmpty("DISPLAY") ||
+           !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
+           !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
+}
+
+void use_utf8_file_names()
+{
+    QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
+}

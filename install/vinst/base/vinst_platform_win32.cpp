@@ -1,0 +1,91 @@
+#include "install/vinst/base/vinst_platform.h"
+
+#include <QCoreApplication>
+#include <QFileInfo>
+#include <QTextCodec>
+
+#include <array>
+#include <vector>
+
+#include <windows.h>
+
+namespace
+{
+
+/// The console's code page is the user's; it gets back what it had.
+class UTF8_CONSOLE
+{
+public:
+    UTF8_CONSOLE() : m_previous(::GetConsoleOutputCP()) { ::SetConsoleOutputCP(CP_UTF8); }
+    ~UTF8_CONSOLE()
+    {
+        if (m_previous != 0)
+            ::SetConsoleOutputCP(m_previous);
+    }
+    UTF8_CONSOLE(const UTF8_CONSOLE&) = delete;
+    UTF8_CONSOLE& operator=(const UTF8_CONSOLE&) = delete;
+
+private:
+    UINT m_previous;
+};
+
+}
+
+QString host_platform()
+{
+    return QStringLiteral("windows");
+}
+
+bool user_is_administrator()
+{
+    std::array<unsigned char, SECURITY_MAX_SID_SIZE> administrators{};
+    DWORD size = administrators.size();
+    BOOL is_member = FALSE;
+    return ::CreateWellKnownSid(WinBuiltinAdministratorsSid, nullptr, administrators.data(),
+                                &size) != FALSE &&
+           ::CheckTokenMembership(nullptr, administrators.data(), &is_member) != FALSE &&
+           is_member != FALSE;
+}
+
+QString library_directory()
+{
+    HMODULE module = nullptr;
+    const auto address = reinterpret_cast<LPCWSTR>(&library_directory);
+    if (::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
+                                 GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                             address, &module) == FALSE)
+        return QCoreApplication::applicationDirPath();
+    std::vector<wchar_t> path(MAX_PATH);
+    DWORD size = 0;
+    while ((size = ::GetModuleFileNameW(module, path.data(), static_cast<DWORD>(path.size()))) ==
+           path.size())
+        path.resize(path.size() * 2);
+    return QFileInfo(QString::fromWCharArray(path.data(), static_cast<int>(size))).path();
+}
+
+void set_up_console()
+{
+    static const UTF8_CONSOLE console;
+    const HANDLE output = ::GetStdHandle(STD_OUTPUT_HANDLE);
+    DWORD mode = 0;
+    if (::GetConsoleMode(output, &mode) != FALSE)
+        ::SetConsoleMode(output,
+                         mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING | DISABLE_NEWLINE_AUTO_RETURN);
+}
+
+bool stdout_is_terminal()
+{
+    DWORD mode = 0;
+    return ::GetConsoleMode(::GetStdHandle(STD_OUTPUT_HANDLE), &mode) != FALSE;
+}
+
+bool has_display()
+{
+    return true;
+}
+
+void use_utf8_file_names()
+{
+    // The file names themselves are wide; this is for what passes through narrow text on its way.
+    QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
+}

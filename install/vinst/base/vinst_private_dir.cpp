@@ -1,0 +1,17 @@
+#include "install/vinst/base/vinst_private_dir.h"
+
+#include "install/vinst/base/vinst_text.h"
+#include "support/fio/fio_file_system.h"
+
+#include <QDir>
+
+VINST_PRIVATE_DIR::VINST_PRIVATE_DIR(const QString& parent)
+    : m_path(FIO_FILE_SYSTEM::get_tmp_path(utf8(parent)))
+{
+    FIO_FILE_SYSTEM::create_private_directory(m_path);
+}
+
+VINST_PRIVATE_DIR::~VINST_PRIVATE_DIR()
+{
+    QDir(QString::fromStdString(m_path)).removeRecursively();
+}

@@ -1,0 +1,196 @@
+#include "install/vinst/base/vinst_process.h"
+
+#include "install/vinst/base/vinst_messages.h"
+#include "install/vinst/base/vinst_platform.h"
+#include "install/vinst/base/vinst_stop_signals.h"
+#include "install/vinst/base/vinst_text.h"
+#include "support/fio/fio_file_system.h"
+#include "support/main/main_assert.h"
+#include "support/thr/thr_sleep.h"
+
+#include <QDir>
+#include <QEventLoop>
+#include <QFileInfo>
+#include <QProcess>
+#include <QTimer>
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+namespace
+{
+
+constexpr int not_started = -1;
+constexpr int crash_base = 128; // as shells count: 128 and the signal's number
+constexpr std::chrono::milliseconds grace_after_stop{1200};
+constexpr std::chrono::milliseconds stop_check_interval{200};
+
+/// The list form of a command: the program, then its arguments.
+struct COMMAND_LIST final : QStringList
+{
+    explicit COMMAND_LIST(const QString& command) : QStringList(QProcess::splitCommand(command))
+    {
+        MAIN_ASSERT(!isEmpty());
+    }
+};
+
+/// An installer runs where its own files are; a program that is looked up runs where this one does.
+QString working_directory(const QString& program)
+{
+    const QFileInfo file(program);
+    return file.isAbsolute() ? file.path() : QString();
+}
+
+/// Takes an installer's output, so that megabytes of it need neither memory nor a reader.
+class OUTPUT_FILE
+{
+public:
+    OUTPUT_FILE() : m_path(FIO_FILE_SYSTEM::get_tmp_path(utf8(QDir::tempPath())))
+    {
+        m_exists = FIO_FILE_SYSTEM::create_private_file(m_path);
+    }
+    /// A child that the installer leaves behind may hold it on; nobody waits for that.
+    ~OUTPUT_FILE() { FIO_FILE_SYSTEM::remove_unless_held(m_path); }
+    OUTPUT_FILE(const OUTPUT_FILE&) = delete;
+    OUTPUT_FILE& operator=(const OUTPUT_FILE&) = delete;
+
+    const std::string& path() const { return m_path; }
+    QString name_for_process() const
+    {
+        return m_exists ? QString::fromStdString(m_path) : QProcess::nullDevice();
+    }
+
+private:
+    std::string m_path;
+    bool m_exists = false;
+};
+
+/// Ends the installer when the run is to stop; the request may come on any thread.
+class STOP_GUARD
+{
+public:
+    STOP_GUARD(QProcess& process, const std::function<bool()>& is_to_stop)
+        : m_process(process), m_subscription(
+                                  [this]
+                                  {
+                                      QMetaObject::invokeMethod(
+                                          &m_context, [this] { stop(); }, Qt::QueuedConnection);
+                                  })
+    {
+        if (!is_to_stop)
+            return;
+        QObject::connect(&m_check, &QTimer::timeout, &m_context,
+                         [this, is_to_stop]
+                         {
+                             if (is_to_stop())
+                                 stop();
+                         });
+        m_check.start(stop_check_interval);
+    }
+    /// What the installer has started may have outlived it.
+    ~STOP_GUARD()
+    {
+        if (m_is_stopping)
+            kill_group(m_process);
+    }
+    STOP_GUARD(const STOP_GUARD&) = delete;
+    STOP_GUARD& operator=(const STOP_GUARD&) = delete;
+
+private:
+    void stop()
+    {
+        if (std::exchange(m_is_stopping, true))
+            return;
+        run_log().info("Stop requested, ending the installer");
+        pass_signal_on(m_process, VINST_STOP_SIGNALS::received());
+        QTimer::singleShot(grace_after_stop, &m_context, [this] { kill_group(m_process); });
+    }
+
+    QProcess& m_process;
+    QObject m_context;
+    QTimer m_check;
+    bool m_is_stopping = false;
+    THR_STOP_SUBSCRIPTION m_subscription;
+};
+
+/// Starts the process and returns once it has ended, or could not be started.
+void run_to_end(QProcess& process, const std::function<bool()>& is_to_stop)
+{
+    QEventLoop loop;
+    QObject::connect(&process, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), &loop,
+                     [&loop] { loop.quit(); });
+    QObject::connect(&process, &QProcess::errorOccurred, &loop,
+                     [&loop](QProcess::ProcessError error)
+                     {
+                         if (error == QProcess::FailedToStart)
+                             loop.quit();
+                     });
+    process.start();
+    const STOP_GUARD guard(process, is_to_stop);
+    if (process.state() != QProcess::NotRunning)
+        loop.exec();
+}
+
+}
+
+QString command_part(const QString& text)
+{
+    const bool is_plain =
+        std::none_of(text.begin(), text.end(), [](QChar c) { return c.isSpace() || c == '"'; });
+    if (is_plain)
+        return text;
+    QString escaped = text;
+    return '"' + escaped.replace('"', "\"\"\"") + '"';
+}
+
+QString crash_text(int code, const QString& platform)
+{
+    if (platform == "linux")
+        return QStringLiteral("It was ended by signal %1").arg(code);
+    return QStringLiteral("It was ended with status 0x%1")
+        .arg(static_cast<quint32>(code), 8, 16, QLatin1Char('0'));
+}
+
+int run_command(const QString& command, const std::function<bool()>& is_to_stop)
+{
+    const COMMAND_LIST parts(command);
+    run_log().info("Run command: %s\n", utf8(command));
+
+    const OUTPUT_FILE output;
+    const std::unique_ptr<QProcess> process = make_installer_process();
+    process->setProgram(parts.first());
+    process->setArguments(parts.mid(1));
+    process->setProcessChannelMode(QProcess::MergedChannels);
+    process->setStandardOutputFile(output.name_for_process());
+    process->setStandardInputFile(QProcess::nullDevice());
+    process->setWorkingDirectory(working_directory(parts.first()));
+    run_to_end(*process, is_to_stop);
+
+    int code = process->exitCode();
+    std::string trouble;
+    if (process->error() == QProcess::FailedToStart)
+    {
+        code = not_started;
+        trouble = "It could not be started: " + utf8(process->errorString()) + "\n";
+        if (needs_elevation(*process))
+            trouble += "Run this program as an administrator to install it.\n";
+    }
+    else if (process->exitStatus() == QProcess::CrashExit)
+    {
+        trouble = utf8(crash_text(code, host_platform())) + "\n";
+        if (code >= 0 && code < crash_base)
+            code += crash_base;
+    }
+    run_log().info_with_file(
+        CURL_LOGGER::formatted("Command: %s returned %d: %s", utf8(command), code, trouble),
+        output.path());
+    return code;
+}
+
+bool run_command_detached(const QString& command)
+{
+    const COMMAND_LIST parts(command);
+    run_log().info("Run command: %s\n", utf8(command));
+    return QProcess::startDetached(parts.first(), parts.mid(1), working_directory(parts.first()));
+}

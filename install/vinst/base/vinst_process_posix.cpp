@@ -1,0 +1,55 @@
+#include "install/vinst/base/vinst_process.h"
+
+#include <QProcess>
+
+#include <csignal>
+#include <unistd.h>
+
+namespace
+{
+
+/// In a group of its own, a terminal's Ctrl-C reaches the installer once: from this program.
+class GROUP_PROCESS final : public QProcess
+{
+public:
+    GROUP_PROCESS()
+    {
+        connect(this, &QProcess::started, this,
+                [this] { m_group = static_cast<pid_t>(processId()); });
+    }
+
+    /// Also when its leader has ended: its number is taken as long as there are others in it.
+    void signal_group(int signal_number) const
+    {
+        if (m_group > 0)
+            ::kill(-m_group, signal_number);
+    }
+
+protected:
+    void setupChildProcess() override { ::setpgid(0, 0); }
+
+private:
+    pid_t m_group = 0;
+};
+
+}
+
+std::unique_ptr<QProcess> make_installer_process()
+{
+    return std::make_unique<GROUP_PROCESS>();
+}
+
+void pass_signal_on(QProcess& process, int signal_number)
+{
+    static_cast<GROUP_PROCESS&>(process).signal_group(signal_number != 0 ? signal_number : SIGTERM);
+}
+
+void kill_group(QProcess& process)
+{
+    static_cast<GROUP_PROCESS&>(process).signal_group(SIGKILL);
+}
+
+bool needs_elevation(const QProcess&)
+{
+    return false;
+}

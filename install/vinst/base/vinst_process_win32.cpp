@@ -1,0 +1,88 @@
+#include "install/vinst/base/vinst_process.h"
+
+#include <QProcess>
+
+#include <windows.h>
+
+namespace
+{
+
+constexpr int elevation_required = 740; // ERROR_ELEVATION_REQUIRED, which MinGW's headers lack
+
+constexpr UINT ended_on_request = 0xC000013A; // as a program that Ctrl-C has ended
+
+/// Qt's replacement for what it calls deprecated yields the number alone, not the handles.
+const PROCESS_INFORMATION& handles_of(const QProcess& process)
+{
+    QT_WARNING_PUSH
+    QT_WARNING_DISABLE_DEPRECATED
+    return *process.pid();
+    QT_WARNING_POP
+}
+
+/// The installer and all that it starts, in a job: what is killed is killed whole. A Ctrl-C of the
+/// console comes to it from this program alone.
+class GROUP_PROCESS final : public QProcess
+{
+public:
+    GROUP_PROCESS() : m_job(::CreateJobObjectW(nullptr, nullptr))
+    {
+        setCreateProcessArgumentsModifier([](CreateProcessArguments* arguments)
+                                          { arguments->flags |= group_flags; });
+        // It starts once it is in the job, so that nothing it starts is missed.
+        connect(this, &QProcess::started, this,
+                [this]
+                {
+                    const PROCESS_INFORMATION& handles = handles_of(*this);
+                    m_is_in_job = m_job != nullptr &&
+                                  ::AssignProcessToJobObject(m_job, handles.hProcess) != FALSE;
+                    ::ResumeThread(handles.hThread);
+                });
+    }
+    ~GROUP_PROCESS() override
+    {
+        if (m_job != nullptr)
+            ::CloseHandle(m_job);
+    }
+    GROUP_PROCESS(const GROUP_PROCESS&) = delete;
+    GROUP_PROCESS& operator=(const GROUP_PROCESS&) = delete;
+
+    /// Without a job, only the process itself can be ended.
+    void kill_job()
+    {
+        if (!m_is_in_job || ::TerminateJobObject(m_job, ended_on_request) == FALSE)
+            kill();
+    }
+
+private:
+    static constexpr unsigned long group_flags = CREATE_NEW_PROCESS_GROUP | CREATE_SUSPENDED;
+
+    HANDLE m_job; ///< null when the system gave none
+    bool m_is_in_job = false;
+};
+
+}
+
+std::unique_ptr<QProcess> make_installer_process()
+{
+    return std::make_unique<GROUP_PROCESS>();
+}
+
+void pass_signal_on(QProcess& process, int)
+{
+    if (process.state() == QProcess::NotRunning)
+        return;
+    ::GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, static_cast<DWORD>(process.processId()));
+    process.terminate(); // for one that has a window
+}
+
+void kill_group(QProcess& process)
+{
+    static_cast<GROUP_PROCESS&>(process).kill_job();
+}
+
+bool needs_elevation(const QProcess& process)
+{
+    return process.error() == QProcess::FailedToStart &&
+           process.errorString().contains(qt_error_string(elevation_required));
+}

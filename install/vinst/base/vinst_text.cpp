@@ -1,0 +1,60 @@
+#include "install/vinst/base/vinst_text.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+
+QString program_title()
+{
+    return QStringLiteral("Orvane\u00ae Veltrin\u00ae Crest Installer");
+}
+
+std::string utf8(const QString& text)
+{
+    return text.toStdString();
+}
+
+QString without_control_characters(const QString& text)
+{
+    QString result = text;
+    for (QChar& c : result)
+        if (c.category() == QChar::Other_Control || c.category() == QChar::Separator_Line ||
+            c.category() == QChar::Separator_Paragraph)
+            c = QChar::ReplacementCharacter;
+    return result;
+}
+
+QString readable_size(quint64 bytes)
+{
+    static constexpr std::array<const char*, 5> units = {"B", "KB", "MB", "GB", "TB"};
+    auto value = static_cast<double>(bytes);
+    std::size_t unit = 0;
+    for (; value >= 1024 && unit + 1 < units.size(); ++unit)
+        value /= 1024;
+    return QString::number(value, 'f', 2) + ' ' + QLatin1String(units[unit]);
+}
+
+std::string format_duration(int seconds)
+{
+    std::string text;
+    const auto add = [&text](int number, const char* unit)
+    {
+        if (number <= 0)
+            return;
+        if (!text.empty())
+            text += ' ';
+        text += std::to_string(number) + ' ' + unit + (number >= 2 ? "s" : "");
+    };
+    add(seconds / 3600, "hour");
+    add(seconds % 3600 / 60, "min");
+    add(seconds % 60, "sec");
+    return text.empty() ? "N/A" : text;
+}
+
+QString format_elapsed(double seconds)
+{
+    if (seconds < 1.0)
+        return QStringLiteral("less than 1 sec");
+    const double longest = std::numeric_limits<int>::max();
+    return QString::fromStdString(format_duration(static_cast<int>(std::min(seconds, longest))));
+}

@@ -1,0 +1,352 @@
+#include "install/vinst/console/vinst_cmdline.h"
+
+#include "install/vinst/base/vinst_messages.h"
+#include "install/vinst/base/vinst_platform.h"
+#include "install/vinst/base/vinst_text.h"
+#include "install/vinst/base/vinst_utils.h"
+#include "install/vinst/console/vinst_cmdline_options.h"
+#include "install/vinst/release/vinst_parser.h"
+#include "support/curl/curl_redact.h"
+#include "support/thr/thr_sleep.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QUrl>
+
+#include <boost/program_options/parsers.hpp>
+#include <boost/program_options/positional_options.hpp>
+
+#include <algorithm>
+#include <cstdlib>
+#include <iostream>
+#include <sstream>
+#include <string_view>
+
+namespace
+{
+
+constexpr int go_on = 0;
+constexpr int stop_run = 1;
+const std::string help_hint = "Run --help to see available options";
+
+QString qt(const std::string& text)
+{
+    return QString::fromStdString(text);
+}
+
+bool refuse(const std::string& text, bool is_error)
+{
+    report(text, is_error);
+    return false;
+}
+
+/// Compared as unsigned numbers, so that a negative one is out of range, too.
+bool is_within(int value, int lower, int upper)
+{
+    return static_cast<unsigned>(value) >= static_cast<unsigned>(lower) &&
+           static_cast<unsigned>(value) <= static_cast<unsigned>(upper);
+}
+
+/// Whether what stands before the "@" of a server can't be told from the rest of an address, so
+/// that a password in it could not be kept off the screen.
+bool has_unclear_credentials(const std::string& server)
+{
+    const std::size_t scheme = server.find("://");
+    const std::size_t start = scheme == std::string::npos ? 0 : scheme + 3;
+    const std::size_t at = server.rfind('@');
+    return at != std::string::npos && server.find_first_of("/?# \t", start) < at;
+}
+
+std::string help_header(const VINST_RELEASE& release, const QString& platform)
+{
+    const std::string name = utf8(console_host_name(platform));
+    return "Usage: " + name + " [options...]\nDownloads/installs " +
+           utf8(without_control_characters(release.display_title())) + " for " +
+           (platform == "linux" ? "Linux" : "Windows");
+}
+
+void view_licence()
+{
+    const QString path = QDir::cleanPath(QCoreApplication::applicationDirPath() +
+                                         QDir::separator() + "../licenses/main.html");
+    const std::string command = utf8(open_page_command(path, host_platform()));
+    // The page may have no browser to be seen in; its place is then told.
+    if (std::system(command.c_str()) != 0)
+        print_line(message("MSG_VIEW_EULA", utf8(QFileInfo(path).absolutePath())));
+}
+
+}
+
+bool may_run_graphically(int argc, const char* const* argv, bool gui_host)
+{
+    // The parser takes any unambiguous beginning of an option's name, such as "--g".
+    constexpr std::size_t shortest = 3;
+    const auto given = [=](std::string_view option)
+    {
+        return std::any_of(argv + std::min(argc, 1), argv + argc,
+                           [option](std::string_view argument) {
+                               return argument.size() >= shortest &&
+                                      option.substr(0, argument.size()) == argument;
+                           });
+    };
+    return gui_host || (given("--gui") && !given("--cli"));
+}
+
+int VINST_OPTIONS::parse(int argc, char** argv)
+{
+    if (!parse_variables(argc, argv))
+        return stop_run;
+    decide_mode();
+    if (!load_named_manifest())
+        return stop_run;
+    if (variables.count("help") > 0)
+    {
+        show_help();
+        return stop_run;
+    }
+    if (variables.count("view-eula") > 0)
+    {
+        view_licence();
+        return stop_run;
+    }
+
+    VINST_MESSAGES::instance().open_log();
+    run_log().info("Welcome to the %s", utf8(release->display_title()));
+    auto_install = variables.count("auto-install") > 0;
+    bypass = variables.count("bypass") > 0;
+    debug = variables.count("debug") > 0;
+    if (debug)
+        VINST_MESSAGES::instance().set_debug();
+
+    if (!take_proxy() || !take_proxy_user() || !take_url())
+        return stop_run;
+    if (variables.count("test-download") > 0)
+    {
+        test_connection();
+        return stop_run;
+    }
+    if (!take_platform())
+        return stop_run;
+    if (!console_mode)
+        return go_on;
+    return take_console_settings() ? go_on : stop_run;
+}
+
+bool VINST_OPTIONS::parse_variables(int argc, char** argv)
+{
+    const VINST_OPTION_GROUPS groups({});
+    try
+    {
+        // No argument stands by itself: a stray word is an error, not nothing.
+        boost::program_options::store(
+            boost::program_options::command_line_parser(argc, argv)
+                .options(groups.all())
+                .positional(boost::program_options::positional_options_description())
+                .run(),
+            variables);
+        boost::program_options::notify(variables);
+    }
+    catch (const std::exception& error)
+    {
+        std::cerr << "Error: " << error.what() << "\n\n" << std::flush;
+        print_line(help_hint);
+        if (gui_host)
+            report_early(std::string(error.what()) + "\n" + help_hint, true, gui_host);
+        return false;
+    }
+    const auto take = [this](const char* name, std::string& target)
+    {
+        if (variables.count(name) > 0)
+            target = variables[name].as<std::string>();
+    };
+    take("proxy", proxy);
+    take("proxy-user", proxy_user);
+    take("download-dir", download_dir);
+    take("install-dir", install_dir);
+    take("platform", platform);
+    take("components", components_text);
+    take("manifest", manifest);
+    take("url", url);
+    parallel_downloads = variables["parallel-downloads"].as<int>();
+    retry_duration = variables["retry-duration"].as<int>();
+    return true;
+}
+
+void VINST_OPTIONS::decide_mode()
+{
+    const bool cli = variables.count("cli") > 0;
+    const bool gui = variables.count("gui") > 0;
+    console_mode = !gui_host && (cli || !gui);
+    VINST_MESSAGES::instance().echo_to_console = console_mode;
+}
+
+bool VINST_OPTIONS::load_named_manifest()
+{
+    if (variables.count("manifest") == 0)
+        return true;
+    std::unique_ptr<VINST_RELEASE> named = parse_manifest(qt(manifest));
+    if (named == nullptr)
+    {
+        report_early("Can't read manifest data", true, gui_host);
+        return false;
+    }
+    release = std::move(named);
+    return true;
+}
+
+void VINST_OPTIONS::show_help() const
+{
+    if (gui_host)
+    {
+        open_url(QUrl(release->documentation_url()));
+        return;
+    }
+    const VINST_OPTION_GROUPS groups(utf8(components_help(*release, host_platform())));
+    std::ostringstream text;
+    text << groups.shown();
+    print_line(help_header(*release, host_platform()));
+    print_line(text.str());
+}
+
+bool VINST_OPTIONS::take_proxy()
+{
+    if (proxy.empty() || proxy == "noproxy")
+        return true;
+    const auto colons = std::count(proxy.begin(), proxy.end(), ':');
+    if (colons < 1 || colons > 2)
+        return refuse(message("ERROR_INVALID_PROXY_SERVER_INFO"), true);
+    // With two colons the first belongs to the scheme.
+    const std::size_t split = proxy.rfind(':');
+    proxy_server = proxy.substr(0, split);
+    proxy_port = proxy.substr(split + 1);
+    if (!is_valid_proxy_server(proxy_server) || has_unclear_credentials(proxy_server) ||
+        !is_valid_proxy_port(proxy_port))
+        return refuse(message("ERROR_INVALID_PROXY_SERVER_INFO"), false);
+    run_log().info("Proxy server: %s", curl_redact(proxy_server));
+    run_log().info("Proxy port: %s", proxy_port);
+    return true;
+}
+
+bool VINST_OPTIONS::take_proxy_user()
+{
+    if (variables.count("proxy-user") == 0)
+        return true;
+    const std::size_t colon = proxy_user.find(':');
+    if (colon == 0 || colon == std::string::npos || proxy_user.rfind(':') != colon)
+        return refuse(message("ERROR_INVALID_PROXY_USER_INFO"), false);
+    proxy_username = proxy_user.substr(0, colon);
+    proxy_password = proxy_user.substr(colon + 1);
+    return true;
+}
+
+bool VINST_OPTIONS::take_url()
+{
+    if (url.empty())
+        return true;
+    const QUrl address(qt(url));
+    const QString scheme = address.scheme().toLower();
+    if (!address.isValid() || address.host().isEmpty() || (scheme != "http" && scheme != "https"))
+        return refuse("The address " + curl_redact(url) +
+                          " cannot be used. Specify a valid http or https address.",
+                      true);
+    release->manifest_download_url = qt(url);
+    return true;
+}
+
+VINST_PROXY_SETTINGS VINST_OPTIONS::proxy_settings() const
+{
+    return {proxy_server, proxy_port, proxy_username, proxy_password,
+            use_default_proxy && proxy_server.empty()};
+}
+
+void VINST_OPTIONS::test_connection() const
+{
+    VINST_MESSAGES::instance().echo_to_console = true;
+    const THR_STOP_SUBSCRIPTION stop([] { VINST_DOWNLOADER_MGR::request_shutdown(); });
+    VINST_DOWNLOADER_MGR manager(*release);
+    manager.set_console_mode(true);
+    const bool works = manager.test_download(proxy_settings());
+    if (!gui_host)
+        return;
+    report_early(works ? message("MSG_TEST_DOWNLOAD_SUCCESSFUL") : utf8(manager.error_text()),
+                 !works, gui_host);
+}
+
+bool VINST_OPTIONS::take_platform()
+{
+    if (variables.count("platform") == 0)
+        platform = utf8(host_platform());
+    return is_platform(qt(platform)) || refuse(message("ERROR_INVALID_PLATFORM"), true);
+}
+
+bool VINST_OPTIONS::take_console_settings()
+{
+    return take_download_dir() && take_install_dir() && take_licence() && take_limits() &&
+           take_components();
+}
+
+bool VINST_OPTIONS::take_download_dir()
+{
+    if (download_dir.empty())
+        return refuse(message("DOWNLOAD_DIR_NOT_SPECIFIED"), true);
+    release->set_download_dir(qt(download_dir));
+    std::string error;
+    if (!validate_download_path(release->download_dir(), error))
+        return false;
+    return QDir().mkpath(release->download_dir()) ||
+           refuse(message("ERROR_CREATE_DIRECTORY", "Download"), true);
+}
+
+bool VINST_OPTIONS::take_install_dir()
+{
+    if (auto_install && install_dir.empty())
+        return refuse(message("INSTALL_DIR_NOT_SPECIFIED"), true);
+    if (install_dir.empty())
+        return true;
+    release->set_install_dir(qt(install_dir));
+    std::string error;
+    if (!validate_install_path(release->install_dir(), error, host_platform()))
+        return false;
+    auto_install = true;
+    return true;
+}
+
+bool VINST_OPTIONS::take_licence()
+{
+    if (!auto_install)
+        return true;
+    if (variables.count("accept-eula") == 0)
+        return refuse(message("ERROR_AGREE_EULA_CLI"), true);
+    accept_eula = true;
+    return true;
+}
+
+bool VINST_OPTIONS::take_limits() const
+{
+    const auto out_of_range = [this](const char* name, int value, int lower, int upper)
+    { return !variables[name].defaulted() && !is_within(value, lower, upper); };
+    if (out_of_range("parallel-downloads", parallel_downloads, vinst_min_parallel_downloads,
+                     vinst_max_parallel_downloads))
+        return refuse(message("ERROR_INVALID_PARALLEL_DOWNLOADS_NUM"), true);
+    if (out_of_range("retry-duration", retry_duration, vinst_min_retry_minutes,
+                     vinst_max_retry_minutes))
+        return refuse(message("ERROR_INVALID_RETRY_TIME"), true);
+    return true;
+}
+
+bool VINST_OPTIONS::take_components()
+{
+    const QString platform_text = qt(platform);
+    if (!variables["components"].defaulted())
+    {
+        const QStringList names = selectable_names(*release, platform_text);
+        for (const QString& piece : qt(components_text).split(','))
+            if (!names.contains(piece))
+                return refuse(utf8(without_control_characters(piece)) + " is invalid", true);
+    }
+    bool all_valid = true;
+    selected_components =
+        resolve_components(*release, qt(components_text), platform_text, all_valid);
+    return all_valid;
+}

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "install/vinst/download/vinst_downloader_mgr.h"
+#include "install/vinst/release/vinst_data_components.h"
+
+#include <boost/program_options/variables_map.hpp>
+
+#include <memory>
+#include <string>
+
+/// All that the command line can set. Filled once by `parse`, read by the console run.
+struct VINST_OPTIONS
+{
+    std::string proxy;
+    std::string proxy_user;
+    std::string proxy_server;
+    std::string proxy_username;
+    std::string proxy_password;
+    std::string proxy_port;
+    bool use_default_proxy = true;
+    std::string download_dir;
+    std::string install_dir;
+    bool auto_install = false;
+    bool console_mode = false;
+    bool debug = false;
+    bool accept_eula = false;
+    bool bypass = false;
+    int parallel_downloads = 4;
+    int retry_duration = 60; ///< minutes
+    std::string platform;
+    std::string components_text;
+    std::string manifest;
+    std::string url;
+    boost::program_options::variables_map variables;
+    bool gui_host = false;
+    std::unique_ptr<VINST_RELEASE> release;
+    VINST_COMPONENT_LIST selected_components;
+
+    /// Parses and validates the command line, answers the one-shot requests, decides on the mode,
+    /// opens the log, and applies the settings to the release.
+    /// \return 0 when the run goes on, 1 when it must stop; the user has been told why
+    int parse(int argc, char** argv);
+
+    /// What the connection test is asked for: a proxy that was named is used as it is.
+    VINST_PROXY_SETTINGS proxy_settings() const;
+
+private:
+    bool parse_variables(int argc, char** argv);
+    void decide_mode();
+    bool load_named_manifest();
+    void show_help() const;
+    bool take_proxy();
+    bool take_proxy_user();
+    bool take_url();
+    void test_connection() const;
+    bool take_platform();
+    bool take_console_settings();
+    bool take_download_dir();
+    bool take_install_dir();
+    bool take_licence();
+    bool take_limits() const;
+    bool take_components();
+};
+
+/// Whether the command line may end in graphical mode, told before it is parsed: the application
+/// object is made first.
+bool may_run_graphically(int argc, const char* const* argv, bool gui_host);

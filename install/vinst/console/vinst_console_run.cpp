@@ -1,0 +1,135 @@
+#include "install/vinst/console/vinst_console_run.h"
+
+#include "install/vinst/base/vinst_messages.h"
+#include "install/vinst/base/vinst_platform.h"
+#include "install/vinst/base/vinst_text.h"
+#include "install/vinst/base/vinst_utils.h"
+#include "install/vinst/console/vinst_cmdline.h"
+#include "install/vinst/download/vinst_downloader_mgr.h"
+#include "install/vinst/download/vinst_progress_block.h"
+#include "install/vinst/download/vinst_retry.h"
+#include "install/vinst/release/vinst_data_space.h"
+#include "support/thr/thr_sleep.h"
+
+#include <QDir>
+
+#include <chrono>
+
+namespace
+{
+
+constexpr const char* start_line = "Start download ...\n";
+
+/// Lines between the progress block and the start line above it, with those of the retry message.
+constexpr int lines_around_block = 4;
+
+bool refuse(const char* id)
+{
+    report(message(id), true);
+    return false;
+}
+
+bool pass_checks(const VINST_OPTIONS& options)
+{
+    VINST_RELEASE& release = *options.release;
+    const QString platform = QString::fromStdString(options.platform);
+    if (options.auto_install && !has_admin_rights())
+        return refuse("ERROR_ADMIN_PRIV");
+    if (options.auto_install && !is_empty_or_missing_dir(release.install_dir()))
+        return refuse("ERROR_INSTALLDIR_IS_NOT_EMPTY");
+    if (options.bypass)
+        return true;
+    if (!has_enough_download_space(release, platform))
+        return refuse("WARNING_INSUFFICIENT_DOWNLOADDIR_DISK_SPACE_CLI");
+    if (options.auto_install && !has_enough_install_space(release, platform))
+        return refuse("WARNING_INSUFFICIENT_INSTALLDIR_DISK_SPACE_CLI");
+    return true;
+}
+
+void report_summary(const VINST_OPTIONS& options)
+{
+    const VINST_RUN_SETTINGS settings{QString::fromStdString(options.platform),
+                                      options.auto_install, options.parallel_downloads,
+                                      options.retry_duration};
+    for (const QString& line : run_summary(*options.release, settings))
+        report(utf8(line), false);
+}
+
+void report_giving_up(const VINST_DOWNLOADER_MGR& manager, VINST_RETRY_DECISION::ACTION action)
+{
+    if (action == VINST_RETRY_DECISION::ACTION::give_up_on_time)
+    {
+        report("Download failed. Exceeded retry limit. Process aborted.", false);
+        return;
+    }
+    for (const QString& text : manager.lasting_error_texts())
+        report(utf8(text), false);
+}
+
+void wait_for_retry(const VINST_DOWNLOADER_MGR& manager, int attempt, std::chrono::seconds wait)
+{
+    report("Retrying #" + std::to_string(attempt) + " after " +
+               format_duration(static_cast<int>(wait.count())) + " ...\n",
+           false);
+    // The failed attempt stays to be read; the next one is drawn over it.
+    print_text(utf8(cursor_up(line_count(manager.progress_text()) + lines_around_block)) +
+               start_line);
+    thr_sleep(wait);
+    if (!thr_stop_requested())
+        return;
+    clear_below_cursor();
+    report("Download stopped", false);
+}
+
+/// \return whether all components are there and passed their checks
+bool download_with_retries(VINST_DOWNLOADER_MGR& manager, const VINST_OPTIONS& options)
+{
+    using CLOCK = std::chrono::steady_clock;
+    const CLOCK::time_point start = CLOCK::now();
+    print_text(start_line);
+    for (int attempt = 1;; ++attempt)
+    {
+        manager.download(options.parallel_downloads);
+        if (thr_stop_requested())
+            return false;
+        if (manager.failed_components().empty())
+            return true;
+        const VINST_RETRY_DECISION decision = decide_retry(
+            attempt, CLOCK::now() - start, std::chrono::minutes(options.retry_duration),
+            manager.write_error() || manager.not_found_error());
+        if (decision.action != VINST_RETRY_DECISION::ACTION::retry)
+        {
+            report_giving_up(manager, decision.action);
+            return false;
+        }
+        wait_for_retry(manager, attempt, decision.wait);
+        if (thr_stop_requested())
+            return false;
+    }
+}
+
+}
+
+void run_console(VINST_OPTIONS& options)
+{
+    const THR_STOP_SUBSCRIPTION stop([] { VINST_DOWNLOADER_MGR::request_shutdown(); });
+    if (thr_stop_requested() || !pass_checks(options))
+        return;
+
+    VINST_DOWNLOADER_MGR manager(*options.release);
+    manager.set_console_mode(true);
+    if (!manager.test_download(options.proxy_settings()))
+        return;
+    manager.set_components(options.selected_components, false);
+    report_summary(options);
+    QDir().mkpath(options.release->download_dir());
+
+    if (!download_with_retries(manager, options) || !options.auto_install)
+        return;
+    const bool installed = manager.install();
+    if (thr_stop_requested())
+        return;
+    report(installed ? "Installation completed successfully"
+                     : "Installation cancelled or finished with error",
+           false);
+}

@@ -1,0 +1,224 @@
+#include "install/vinst/base/vinst_messages.h"
+#include "install/vinst/base/vinst_private_dir.h"
+#include "install/vinst/base/vinst_text.h"
+#include "install/vinst/base/vinst_utils.h"
+#include "install/vinst/download/vinst_browser_preferences.h"
+#include "install/vinst/download/vinst_downloader_mgr.h"
+#include "install/vinst/download/vinst_pac_runner.h"
+#include "install/vinst/download/vinst_proxy_rules.h"
+#include "support/curl/curl_downloader.h"
+#include "support/curl/curl_redact.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QHostInfo>
+#include <QNetworkProxyFactory>
+#include <QUrl>
+
+#include <algorithm>
+
+namespace
+{
+
+using CLOCK = std::chrono::steady_clock;
+
+constexpr long connect_seconds = 3;
+constexpr int http_ok = 200;
+constexpr std::chrono::seconds longest_discovery{20};
+constexpr std::chrono::milliseconds longest_fetch{8000}; // one that stalls leaves time for the rest
+constexpr qint64 script_limit = 1024 * 1024;             // bytes
+constexpr qint64 preference_file_limit = 16 * 1024 * 1024; // bytes
+
+/// The record of one file's transfer, with when and where it is to end.
+struct SCRIPT_TRANSFER : CURL_PROGRESS_DATA
+{
+    CLOCK::time_point end;
+};
+
+std::int64_t on_script_progress(CURL_PROGRESS_DATA* data, std::uint64_t total,
+                                std::uint64_t received)
+{
+    const bool too_late = CLOCK::now() >= static_cast<SCRIPT_TRANSFER*>(data)->end;
+    const bool too_large = std::max(total, received) > script_limit;
+    return VINST_DOWNLOADER_MGR::is_to_stop() || too_late || too_large ? -1 : 0;
+}
+
+/// Qt reads a proxy variable without a port as if it named this one.
+constexpr quint16 port_of_missing_port = 65535;
+
+std::string scheme_of(const QNetworkProxy& proxy)
+{
+    return proxy.type() == QNetworkProxy::Socks5Proxy ? "socks5://" : "";
+}
+
+std::optional<QByteArray> first_bytes(const QString& path, qint64 limit)
+{
+    QFile file(path);
+    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly))
+        return std::nullopt;
+    return file.read(limit);
+}
+
+std::optional<QString> read_script(const QString& path)
+{
+    // One byte more, so that a file which is too large is seen to be.
+    const std::optional<QByteArray> bytes = first_bytes(path, script_limit + 1);
+    if (!bytes)
+    {
+        run_log().debug("No autoproxy file: %s can't be read", utf8(path));
+        return std::nullopt;
+    }
+    const QString script = script_text(*bytes);
+    if (run_log().logs_debug())
+        for (const QString& line : script.split('\n'))
+            run_log().debug("%s", utf8(without_control_characters(line)));
+    return script;
+}
+
+}
+
+std::chrono::milliseconds VINST_DOWNLOADER_MGR::discovery_time_left() const
+{
+    if (!m_discovery_end)
+        return longest_discovery;
+    const auto left =
+        std::chrono::duration_cast<std::chrono::milliseconds>(*m_discovery_end - CLOCK::now());
+    return std::max(left, std::chrono::milliseconds(0));
+}
+
+bool VINST_DOWNLOADER_MGR::may_discover() const
+{
+    return !is_to_stop() && discovery_time_left().count() > 0;
+}
+
+CURL_PROXY_INFO VINST_DOWNLOADER_MGR::discover_proxy()
+{
+    // For networks where nobody is to be trusted with an answer.
+    if (!qEnvironmentVariableIsEmpty("VINST_NO_PROXY_DISCOVERY"))
+    {
+        run_log().info("VINST_NO_PROXY_DISCOVERY is set, no proxy is looked for");
+        return {};
+    }
+    m_discovery_end = CLOCK::now() + longest_discovery;
+    CURL_PROXY_INFO proxy = get_wpad_proxy();
+    const char* source = "the network (WPAD)";
+    if (!proxy.has_host())
+    {
+        QString autoconfig_url;
+        proxy = get_firefox_proxy(autoconfig_url);
+        source = "the browser's preferences";
+        if (!proxy.has_host() && !autoconfig_url.isEmpty() && may_discover())
+        {
+            proxy = get_pac_proxy(autoconfig_url);
+            source = "the browser's automatic configuration";
+        }
+    }
+    if (proxy.has_host())
+        run_log().info("Proxy found by %s", source);
+    else if (!may_discover() && !is_to_stop())
+        run_log().info("The search for a proxy took too long and was ended");
+    else
+        run_log().info("No proxy found");
+    m_discovery_end.reset();
+    return proxy;
+}
+
+CURL_PROXY_INFO VINST_DOWNLOADER_MGR::get_default_proxy()
+{
+    run_log().debug("get default proxy ...");
+    const QNetworkProxyQuery query(QUrl(m_release.download_url()), QNetworkProxyQuery::UrlRequest);
+    const QList<QNetworkProxy> proxies = QNetworkProxyFactory::systemProxyForQuery(query);
+    if (proxies.isEmpty())
+        return {};
+    const QNetworkProxy& proxy = proxies.first();
+    run_log().debug("proxyUsed: %s port: %d", utf8(proxy.hostName()), proxy.port());
+    if (proxy.type() == QNetworkProxy::NoProxy)
+    {
+        run_log().debug("proxyType: NoProxy");
+        return {};
+    }
+    if (proxy.port() == 0 || proxy.port() == port_of_missing_port)
+        return {};
+    return {scheme_of(proxy) + utf8(proxy.hostName()), std::to_string(proxy.port()),
+            utf8(proxy.user()), utf8(proxy.password())};
+}
+
+CURL_PROXY_INFO VINST_DOWNLOADER_MGR::get_wpad_proxy()
+{
+    for (const QString& url : wpad_urls(QHostInfo::localDomainName()))
+    {
+        if (!may_discover())
+            break;
+        if (CURL_PROXY_INFO proxy = get_pac_proxy(url); proxy.has_host())
+            return proxy;
+    }
+    return {};
+}
+
+CURL_PROXY_INFO VINST_DOWNLOADER_MGR::get_pac_proxy(const QString& url)
+{
+    run_log().debug("autoproxy for url: %s", curl_redact(utf8(url)));
+    const std::optional<QString> script = fetch_pac_script(url);
+    if (!script)
+        return {};
+    const QUrl target(m_release.download_url());
+    const std::optional<QString> directive =
+        run_pac_script(pac_helper, *script, url_for_script(target), target.host(),
+                       discovery_time_left(), [this] { return may_discover(); });
+    if (!directive)
+        return {};
+    run_log().debug("autoproxy directive: %s", utf8(without_control_characters(*directive)));
+    const CURL_PROXY_INFO proxy = proxy_of_directive(*directive);
+    if (proxy.has_host())
+        run_log().info("autoproxy server: %s port: %s", proxy.host(), proxy.port());
+    return proxy;
+}
+
+std::optional<QString> VINST_DOWNLOADER_MGR::fetch_pac_script(const QString& url)
+{
+    // Browsers take a file of this machine, too.
+    if (const QUrl address(url); address.isLocalFile())
+        return read_script(address.toLocalFile());
+
+    const QString temp = temp_dir();
+    if (temp.isEmpty())
+        return std::nullopt;
+    const VINST_PRIVATE_DIR dir(temp);
+    const std::string path = dir.path_of("autoproxy.pac");
+    run_log().debug("download autoproxy file to: %s", path);
+
+    SCRIPT_TRANSFER data;
+    data.end = CLOCK::now() + std::min(discovery_time_left(), longest_fetch);
+    CURL_DOWNLOADER downloader("", CURL_PROXY_INFO::direct(), false, connect_seconds);
+    downloader.set_progress_callback(on_script_progress);
+    downloader.set_logger(&run_log());
+    const int status = fetch_one(downloader, utf8(url), path, data);
+    if (status != http_ok || data.curl_code != 0)
+    {
+        run_log().debug("No autoproxy file: Httpcode: %d, Curlcode: %d, %s", status,
+                        data.curl_code.load(), data.error_text.data());
+        return std::nullopt;
+    }
+    return read_script(QString::fromStdString(path));
+}
+
+CURL_PROXY_INFO VINST_DOWNLOADER_MGR::get_firefox_proxy(QString& autoconfig_url)
+{
+    run_log().debug("Get proxy settings from firefox ...");
+    VINST_BROWSER_PREFERENCES preferences;
+    const QString root = QDir::homePath() + "/.mozilla/firefox";
+    for (const QString& path : preference_files(root, [this] { return may_discover(); }))
+    {
+        run_log().debug("firefox pref file: %s", utf8(path));
+        const std::optional<QByteArray> bytes = first_bytes(path, preference_file_limit);
+        if (!bytes)
+            continue;
+        VINST_PREFERENCE_READER reader(preferences);
+        for (const QByteArray& line : bytes->split('\n'))
+            if (const QString found = reader.take_line(QString::fromUtf8(line)); !found.isEmpty())
+                run_log().debug("%s", curl_redact(utf8(without_control_characters(found))));
+    }
+    autoconfig_url = preferences.chosen_autoconfig_url();
+    return preferences.proxy();
+}

@@ -1,0 +1,24 @@
+#include "install/vinst/gui/vinst_dialog_header.h"
+
+#include "install/vinst/release/vinst_data.h"
+#include "support/afcq/afcq_images.h"
+
+#include <QLabel>
+
+namespace
+{
+
+constexpr QSize logo_size(120, 40);
+constexpr double title_scale = 1.5;
+
+}
+
+void fill_dialog_header(QLabel& title, QLabel& logo, const VINST_RELEASE& release)
+{
+    QFont font = title.font();
+    font.setPointSizeF(font.pointSizeF() * title_scale);
+    font.setBold(true);
+    title.setFont(font);
+    title.setText(release.window_title());
+    logo.setPixmap(afcq_get_pixmap(afcq_logo, logo_size, logo.devicePixelRatioF()));
+}

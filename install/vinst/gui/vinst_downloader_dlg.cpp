@@ -1,0 +1,430 @@
+#include "install/vinst/gui/vinst_downloader_dlg.h"
+
+#include "install/vinst/base/vinst_messages.h"
+#include "install/vinst/base/vinst_platform.h"
+#include "install/vinst/base/vinst_text.h"
+#include "install/vinst/base/vinst_utils.h"
+#include "install/vinst/gui/vinst_dialog_header.h"
+#include "install/vinst/gui/vinst_downloader_dlg_rules.h"
+#include "install/vinst/gui/vinst_feedback_prompt.h"
+#include "install/vinst/gui/vinst_log_viewer_dlg.h"
+#include "install/vinst/gui/vinst_message_box.h"
+#include "install/vinst/gui/vinst_settings_dlg.h"
+#include "support/afcq/afcq_images.h"
+#include "support/afcq/afcq_native_file_dlg.h"
+#include "support/afcq/afcq_style.h"
+#include "ui_vinst_downloader_dlg.h"
+
+#include <QCloseEvent>
+#include <QCoreApplication>
+#include <QDir>
+#include <QEventLoop>
+#include <QUrl>
+
+#include <utility>
+
+namespace
+{
+
+constexpr std::chrono::milliseconds typing_pause{300};
+constexpr std::chrono::milliseconds elapsed_interval{1000};
+
+const QString geometry_key = QStringLiteral("FrameGeometry");
+const QString download_dir_key = QStringLiteral("vinst_downloader_download_dir");
+const QString install_dir_key = QStringLiteral("vinst_downloader_install_dir");
+const QString auto_install_key = QStringLiteral("vinst_downloader_auto_install");
+
+QString licence_path()
+{
+    return QDir::cleanPath(QCoreApplication::applicationDirPath() + "/../licenses/main.html");
+}
+
+/// Blue and red words can't be read on a dark window: there their label gets a light ground. The
+/// label's own style sheet says the words' colour alone, so its parent's says the ground.
+void set_light_ground(QLabel& label, bool is_wanted)
+{
+    const QString style =
+        is_wanted ? QStringLiteral("QLabel#%1 { background-color: #f4f4f4; border-radius: 3px; "
+                                   "padding: 2px 6px; }")
+                        .arg(label.objectName())
+                  : QString();
+    if (QWidget& parent = *label.parentWidget(); parent.styleSheet() != style)
+        parent.setStyleSheet(style);
+}
+
+void set_optional_text(QLabel& label, const QString& text)
+{
+    label.setText(text);
+    label.setVisible(!text.isEmpty());
+}
+
+}
+
+VINST_DIALOG_HOST VINST_DIALOG_HOST::this_machine()
+{
+    return {host_platform(), has_admin_rights(), ::query_volume};
+}
+
+VINST_DOWNLOADER_DLG::VINST_DOWNLOADER_DLG(VINST_RELEASE& release, VINST_DIALOG_HOST host)
+    : m_release(release), m_host(std::move(host)), m_ui(new Ui::VINST_DOWNLOADER_DLG),
+      m_settings_key(program_title()), m_manager(release, this),
+      m_settings_dlg(new VINST_SETTINGS_DLG(release, this)),
+      m_log_viewer_dlg(new VINST_LOG_VIEWER_DLG(this)), m_platform(m_settings_dlg->platform())
+{
+    m_ui->setupUi(this);
+    setWindowTitle(program_title());
+    setWindowIcon(afcq_get_icon(afcq_window_icon));
+    m_directory_timer.setSingleShot(true);
+    m_directory_timer.setInterval(typing_pause);
+    m_elapsed_timer.setInterval(elapsed_interval);
+
+    m_no_description = m_ui->m_description_label->text();
+    set_up_header();
+    m_ui->m_download_treeview->set_release(m_release);
+    restore_settings();
+    set_up_connections();
+    rebuild_platform();
+    m_ui->m_after_install_actions->restore(m_settings_key);
+    return_to_idle();
+}
+
+VINST_DOWNLOADER_DLG::~VINST_DOWNLOADER_DLG()
+{
+    save_settings();
+}
+
+void VINST_DOWNLOADER_DLG::set_up_header()
+{
+    fill_dialog_header(*m_ui->m_title_label, *m_ui->m_logo_label, m_release);
+    m_ui->m_license_agreement_label->setOpenExternalLinks(false);
+}
+
+void VINST_DOWNLOADER_DLG::set_up_connections()
+{
+    const auto on_click = [this](const QAbstractButton* button, auto slot)
+    { connect(button, &QAbstractButton::clicked, this, slot); };
+    on_click(m_ui->m_download_button, &VINST_DOWNLOADER_DLG::start_download);
+    on_click(m_ui->m_stop_button, &VINST_DOWNLOADER_DLG::stop_download);
+    on_click(m_ui->m_settings_button, &VINST_DOWNLOADER_DLG::show_settings);
+    on_click(m_ui->m_log_button, &VINST_DOWNLOADER_DLG::show_log);
+    on_click(m_ui->m_help_button, &VINST_DOWNLOADER_DLG::show_help);
+    on_click(m_ui->m_close_button, &QWidget::close);
+
+    for (auto* edit : {m_ui->m_download_dir_line_edit, m_ui->m_install_dir_line_edit})
+    {
+        connect(edit, &AFCQ_LINE_EDIT_BROWSE_BUTTON::browse_clicked_signal, this,
+                &VINST_DOWNLOADER_DLG::browse_clicked);
+        connect(edit, &AFCQ_LINE_EDIT_BROWSE_BUTTON::text_changed, &m_directory_timer,
+                qOverload<>(&QTimer::start));
+    }
+    connect(&m_directory_timer, &QTimer::timeout, this,
+            [this]
+            {
+                take_directories();
+                m_ui->m_download_treeview->look_at_files();
+                hand_components_to_manager();
+                update_space_labels();
+            });
+    connect(&m_elapsed_timer, &QTimer::timeout, this, &VINST_DOWNLOADER_DLG::show_elapsed_time);
+
+    connect(m_ui->m_install_options_groupbox, &QGroupBox::clicked, this,
+            &VINST_DOWNLOADER_DLG::apply_auto_install_choice);
+    connect(m_ui->m_license_agreement_label, &QLabel::linkActivated, this,
+            [] { open_url(QUrl::fromLocalFile(licence_path())); });
+    connect(m_settings_dlg, &VINST_SETTINGS_DLG::platform_changed, this,
+            &VINST_DOWNLOADER_DLG::change_platform);
+    connect(m_ui->m_download_treeview, &VINST_DOWNLOADER_TREEVIEW::selection_changed, this,
+            &VINST_DOWNLOADER_DLG::follow_clicks);
+    connect(m_ui->m_download_treeview, &VINST_DOWNLOADER_TREEVIEW::current_component_changed, this,
+            [this](const QString& description)
+            {
+                // A manifest's words are never markup.
+                m_ui->m_description_label->setTextFormat(Qt::PlainText);
+                m_ui->m_description_label->setText(description);
+            });
+}
+
+void VINST_DOWNLOADER_DLG::restore_settings()
+{
+    restore_geometry(m_settings_key.get_value(geometry_key).toByteArray());
+    const auto stored_or = [this](const QString& key, const QString& otherwise)
+    {
+        const QString stored = m_settings_key.get_value(key).toString();
+        return stored.isEmpty() ? otherwise : stored;
+    };
+    m_ui->m_download_dir_line_edit->set_text(
+        stored_or(download_dir_key, m_release.default_download_dir()));
+    m_ui->m_install_dir_line_edit->set_text(
+        stored_or(install_dir_key, m_release.default_install_dir(m_host.platform)));
+    if (const QVariant stored = m_settings_key.get_value(auto_install_key); stored.isValid())
+        m_ui->m_install_options_groupbox->setChecked(stored.toBool());
+    m_never_ask_feedback = is_feedback_refused(m_settings_key);
+    take_directories();
+}
+
+void VINST_DOWNLOADER_DLG::save_settings()
+{
+    m_settings_key.set_value(geometry_key, saveGeometry());
+    m_settings_key.set_value(download_dir_key, m_ui->m_download_dir_line_edit->text());
+    m_settings_key.set_value(install_dir_key, m_ui->m_install_dir_line_edit->text());
+    m_settings_key.set_value(auto_install_key, m_ui->m_install_options_groupbox->isChecked());
+    m_ui->m_after_install_actions->save(m_settings_key);
+    m_ui->m_download_treeview->save_states();
+}
+
+void VINST_DOWNLOADER_DLG::change_platform(const QString& platform)
+{
+    m_ui->m_download_treeview->save_states();
+    m_platform = platform;
+    rebuild_platform();
+}
+
+void VINST_DOWNLOADER_DLG::rebuild_platform()
+{
+    VINST_DOWNLOADER_TREEVIEW& tree = *m_ui->m_download_treeview;
+    tree.set_platform(m_platform);
+    tree.populate();
+    tree.restore_states();
+    m_ui->m_description_label->setTextFormat(Qt::AutoText);
+    m_ui->m_description_label->setText(m_no_description);
+    m_ui->m_after_install_actions->rebuild(m_release, m_platform);
+    m_ui->line_separator->setVisible(m_ui->m_after_install_actions->has_actions());
+    apply_auto_install_availability();
+    follow_selection();
+}
+
+void VINST_DOWNLOADER_DLG::apply_auto_install_availability()
+{
+    const VINST_AUTO_INSTALL_AVAILABILITY availability =
+        auto_install_availability(m_platform, m_host.platform, m_host.is_admin);
+    QGroupBox& box = *m_ui->m_install_options_groupbox;
+    box.setTitle(availability.title);
+    box.setToolTip(availability.tooltip);
+    box.setEnabled(availability.is_available);
+    if (!availability.is_available)
+        box.setChecked(false);
+    m_ui->m_download_treeview->show_run_column(offers_manual_run(availability, box.isChecked()));
+    update_licence_link();
+}
+
+void VINST_DOWNLOADER_DLG::apply_auto_install_choice()
+{
+    apply_auto_install_availability();
+    m_ui->m_after_install_actions->follow_selection(auto_installs());
+    update_space_labels();
+}
+
+void VINST_DOWNLOADER_DLG::follow_clicks()
+{
+    const VINST_COMPONENT_LIST needed = complete_selection();
+    follow_selection();
+    if (!needed.empty())
+        show_status(needed_components_status(needed));
+}
+
+VINST_COMPONENT_LIST VINST_DOWNLOADER_DLG::complete_selection()
+{
+    // A component without what it needs would not be installed. What comes along may bring its own
+    // children, and these their own needs.
+    VINST_COMPONENT_LIST all;
+    for (;;)
+    {
+        VINST_COMPONENT_LIST needed = missing_dependencies(m_release, m_platform);
+        needed.erase(
+            std::remove_if(needed.begin(), needed.end(),
+                           [&all](const VINST_COMPONENT* component)
+                           { return std::find(all.begin(), all.end(), component) != all.end(); }),
+            needed.end());
+        if (needed.empty())
+            return all;
+        m_ui->m_download_treeview->check(needed);
+        all.insert(all.end(), needed.begin(), needed.end());
+    }
+}
+
+void VINST_DOWNLOADER_DLG::follow_selection()
+{
+    hand_components_to_manager();
+    m_ui->m_after_install_actions->follow_selection(auto_installs());
+    update_space_labels();
+}
+
+void VINST_DOWNLOADER_DLG::hand_components_to_manager()
+{
+    m_manager.set_components(
+        selected_components(m_release, VINST_COMPONENT_KIND::download, m_platform), true);
+}
+
+void VINST_DOWNLOADER_DLG::update_space_labels()
+{
+    const VINST_SPACE_AVAILABLE available{
+        m_host.query_volume(nearest_existing_dir(m_release.ensure_download_dir())),
+        m_host.query_volume(nearest_existing_dir(m_release.install_dir()))};
+    const VINST_SPACE_LABELS labels =
+        space_labels(space_figures(m_release, m_platform), available, auto_installs());
+    m_ui->m_total_download_size_label->setText(labels.download_size);
+    m_ui->m_total_install_size_label->setText(labels.install_size);
+    m_ui->m_disk_space_required_label->setText(labels.required);
+    set_optional_text(*m_ui->m_disk_space_available_label, labels.available);
+    set_optional_text(*m_ui->m_download_disk_space_available_label, labels.download_available);
+    set_optional_text(*m_ui->m_installation_disk_space_available_label, labels.install_available);
+}
+
+void VINST_DOWNLOADER_DLG::update_licence_link()
+{
+    m_ui->m_license_agreement_label->setText(
+        licence_link(licence_path(), auto_installs() && !m_is_busy));
+    update_label_grounds();
+}
+
+void VINST_DOWNLOADER_DLG::update_label_grounds()
+{
+    const bool is_dark = afcq_is_dark(palette());
+    set_light_ground(*m_ui->m_download_message_label, is_dark);
+    // The inactive link is light itself.
+    set_light_ground(*m_ui->m_license_agreement_label, is_dark && auto_installs() && !m_is_busy);
+}
+
+void VINST_DOWNLOADER_DLG::take_directories()
+{
+    m_directory_timer.stop();
+    m_release.set_download_dir(m_ui->m_download_dir_line_edit->text());
+    m_release.set_install_dir(m_ui->m_install_dir_line_edit->text());
+}
+
+bool VINST_DOWNLOADER_DLG::auto_installs() const
+{
+    return m_ui->m_install_options_groupbox->isChecked();
+}
+
+void VINST_DOWNLOADER_DLG::enter_busy_state()
+{
+    m_is_busy = true;
+    m_ui->m_download_treeview->set_editable(false);
+    m_ui->m_settings_button->setEnabled(false);
+    m_ui->m_download_button->setEnabled(false);
+    m_ui->m_stop_button->setEnabled(true);
+    m_ui->m_close_button->setEnabled(false);
+    m_ui->m_download_dir_line_edit->setEnabled(false);
+    m_ui->m_install_options_groupbox->setEnabled(false);
+    update_licence_link();
+    m_ui->m_stop_button->setFocus();
+}
+
+void VINST_DOWNLOADER_DLG::return_to_idle()
+{
+    m_is_busy = false;
+    m_download_in_progress = false;
+    m_ui->m_download_treeview->set_editable(true);
+    m_ui->m_settings_button->setEnabled(true);
+    m_ui->m_download_button->setEnabled(true);
+    m_ui->m_close_button->setEnabled(true);
+    m_ui->m_download_dir_line_edit->setEnabled(true);
+    apply_auto_install_availability();
+    if (m_ui->m_stop_button->hasFocus() || std::exchange(m_stop_had_focus, false))
+        m_ui->m_download_button->setFocus();
+    m_ui->m_stop_button->setEnabled(false);
+}
+
+void VINST_DOWNLOADER_DLG::show_settings()
+{
+    m_settings_dlg->exec();
+}
+
+void VINST_DOWNLOADER_DLG::show_log()
+{
+    if (m_log_viewer_dlg->isHidden())
+        m_log_viewer_dlg->show();
+    else if (m_log_viewer_dlg->isMinimized())
+        m_log_viewer_dlg->showNormal();
+    else
+    {
+        m_log_viewer_dlg->raise();
+        m_log_viewer_dlg->activateWindow();
+    }
+}
+
+void VINST_DOWNLOADER_DLG::show_help()
+{
+    open_url(QUrl(m_release.documentation_url()));
+}
+
+void VINST_DOWNLOADER_DLG::browse_clicked()
+{
+    auto* const edit = qobject_cast<AFCQ_LINE_EDIT_BROWSE_BUTTON*>(sender());
+    if (edit == nullptr)
+        return;
+    const QString dir = AFCQ_NATIVE_FILE_DLG(this).get_existing_directory(edit->text());
+    if (!dir.isEmpty())
+        edit->set_text(QDir::toNativeSeparators(dir));
+}
+
+void VINST_DOWNLOADER_DLG::reject()
+{
+    close();
+}
+
+void VINST_DOWNLOADER_DLG::closeEvent(QCloseEvent* event)
+{
+    const char* obstacle = m_download_in_progress || m_is_busy ? "ERROR_DOWNLOAD_IN_PROGRESS"
+                           : VINST_DOWNLOADER_MGR::has_pending_integrity_tasks()
+                               ? "ERROR_CHECK_INTEGRITY_IN_PROGRESS"
+                               : nullptr;
+    if (obstacle != nullptr)
+    {
+        event->ignore();
+        show_message_box(message(obstacle), false);
+        return;
+    }
+    if (!m_never_ask_feedback)
+        show_feedback_prompt(m_release, m_settings_key, this);
+    m_manager.abort_on_close();
+    m_log_viewer_dlg->close();
+    event->accept();
+}
+
+void VINST_DOWNLOADER_DLG::changeEvent(QEvent* event)
+{
+    AFCQ_DIALOG::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange && m_ui != nullptr)
+        update_label_grounds();
+}
+
+void VINST_DOWNLOADER_DLG::show_status(const QString& text)
+{
+    m_ui->m_download_message_label->setText(text);
+    m_ui->m_download_message_label->setStyleSheet(status_style(text));
+}
+
+void VINST_DOWNLOADER_DLG::show_integrity(VINST_COMPONENT* component, VINST_INTEGRITY_STATE state)
+{
+    m_ui->m_download_treeview->show_integrity(component, state);
+}
+
+void VINST_DOWNLOADER_DLG::show_percentage(VINST_COMPONENT* component, quint64 percent)
+{
+    m_ui->m_download_treeview->show_percentage(component, percent);
+}
+
+void VINST_DOWNLOADER_DLG::show_overall(const QString& text, quint64 percent)
+{
+    m_ui->m_total_size_downloaded_label->setText(downloaded_label(text, percent));
+    m_ui->m_total_download_progress_bar->setValue(
+        static_cast<int>(std::min<quint64>(percent, 100)));
+}
+
+void VINST_DOWNLOADER_DLG::show_speed(const QString& text)
+{
+    m_ui->m_avg_download_speed_label->setText(speed_label(text));
+}
+
+void VINST_DOWNLOADER_DLG::show_time_remaining(const QString& text)
+{
+    m_remaining_text = text;
+    show_elapsed_time();
+}
+
+void VINST_DOWNLOADER_DLG::process_events()
+{
+    QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+}

@@ -1,0 +1,138 @@
+#include "install/vinst/gui/vinst_downloader_dlg_rules.h"
+
+#include "install/vinst/base/vinst_messages.h"
+#include "install/vinst/base/vinst_text.h"
+#include "install/vinst/base/vinst_utils.h"
+
+namespace
+{
+
+const QString auto_install_title = QStringLiteral("Auto install after download");
+
+QString gb_text(quint64 bytes)
+{
+    return QString::number(gigabytes(bytes), 'f', 2) + " GB";
+}
+
+QString available_text(const QString& prefix, const VINST_VOLUME& volume)
+{
+    return prefix + ' ' +
+           (volume.available < 0 ? "N/A" : gb_text(static_cast<quint64>(volume.available)));
+}
+
+}
+
+VINST_AUTO_INSTALL_AVAILABILITY auto_install_availability(const QString& selected_platform,
+                                                          const QString& running_platform,
+                                                          bool is_admin)
+{
+    if (selected_platform != running_platform)
+        return {false,
+                auto_install_title + " (Disabled: Unable to install due to different platform)",
+                "Auto install is disabled as the platform selected does not match the platform "
+                "that the application is running on."};
+    if (!is_admin)
+        return {false, auto_install_title + " (Disabled: No admin privilege)",
+                QString::fromStdString(message("TOOLTIP_AUTOINSTALL_NO_ADMIN"))};
+    return {true, auto_install_title, {}};
+}
+
+bool offers_manual_run(const VINST_AUTO_INSTALL_AVAILABILITY& availability,
+                       bool auto_install_checked)
+{
+    return availability.is_available && !auto_install_checked;
+}
+
+QString status_style(const QString& text)
+{
+    const QString lower = text.toLower();
+    const bool is_bad = lower.contains("fail") || lower.contains("error");
+    return is_bad ? "QLabel { color : red; }" : "QLabel { color : blue; }";
+}
+
+QString licence_link(const QString& path, bool is_active)
+{
+    return QStringLiteral("<html><head/><body><p><a href=%1><span style=\" text-decoration: "
+                          "underline; color:%2;\">Orvane License Agreement</span></a></p></body>"
+                          "</html>")
+        .arg(is_active ? path : QString(), is_active ? "#0000ff" : "#cccccc");
+}
+
+QString speed_label(const QString& speed)
+{
+    return speed.isEmpty() ? QString() : '(' + speed + ')';
+}
+
+QString downloaded_label(const QString& text, quint64 percent)
+{
+    return text.isEmpty() ? QString()
+                          : "Downloaded: " + text + " -- " + QString::number(percent) + '%';
+}
+
+VINST_SPACE_LABELS space_labels(const VINST_SPACE_FIGURES& figures,
+                                const VINST_SPACE_AVAILABLE& available, bool auto_install)
+{
+    const quint64 to_install = auto_install ? figures.to_install : 0;
+    VINST_SPACE_LABELS labels;
+    labels.download_size = "Download size: " + gb_text(figures.to_download);
+    labels.install_size =
+        "Installation size: " + (auto_install ? gb_text(figures.to_install) : QString("N/A"));
+    labels.required = "Disk space required: " + gb_text(figures.to_download + to_install);
+    if (available.is_one_volume() || !auto_install)
+    {
+        labels.available = available_text("Disk space available:", available.download);
+        return labels;
+    }
+    labels.download_available =
+        available_text("Download disk space available:", available.download);
+    labels.install_available =
+        available_text("Installation disk space available:", available.install);
+    return labels;
+}
+
+QString needed_components_status(const VINST_COMPONENT_LIST& needed)
+{
+    QStringList names;
+    for (const VINST_COMPONENT* component : needed)
+        names.append(component->display_name());
+    return "Also selected, since other components need it: " + names.join(", ");
+}
+
+QString download_report(int components)
+{
+    return "<h2><font color=green>Download Complete</font></h2>" + QString::number(components) +
+           " component(s) have been successfully downloaded.";
+}
+
+QString install_report(bool succeeded)
+{
+    return succeeded ? "<h2><font color=green>Installation Complete</font></h2>The software was "
+                       "successfully installed."
+                     : "<h2><font color=red>Installation Incomplete</font></h2>Please check the "
+                       "log for more information.";
+}
+
+QString install_status(bool succeeded, double seconds)
+{
+    return QString("Installation ") +
+           (succeeded ? "completed successfully. " : "cancelled or finished with error. ") +
+           " Total install time: " + format_elapsed(seconds);
+}
+
+QString retry_status(int attempt, std::chrono::seconds left)
+{
+    return "Download failed. Retrying #" + QString::number(attempt) + " after " +
+           QString::fromStdString(format_duration(static_cast<int>(left.count())));
+}
+
+QString failed_components_text(const QStringList& names, const QString& error_text)
+{
+    const std::string count = std::to_string(names.size()) + " component(s)";
+    QString text = QString::fromStdString(message("ERROR_CORRUPTED_FILE", count)) +
+                   "\n\nFailed component(s):\n";
+    for (const QString& name : names)
+        text += " - " + name + '\n';
+    if (!error_text.isEmpty())
+        text += "\n\nDetails:\n" + error_text;
+    return text;
+}

@@ -1,0 +1,72 @@
+#pragma once
+
+#include "install/vinst/release/vinst_data_space.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <chrono>
+
+// What the main dialog decides and says, without a window.
+
+/// Whether the release can be installed after its download.
+struct VINST_AUTO_INSTALL_AVAILABILITY
+{
+    bool is_available = false;
+    QString title;
+    QString tooltip;
+};
+VINST_AUTO_INSTALL_AVAILABILITY auto_install_availability(const QString& selected_platform,
+                                                          const QString& running_platform,
+                                                          bool is_admin);
+
+/// Whether each row offers to run its installer.
+bool offers_manual_run(const VINST_AUTO_INSTALL_AVAILABILITY& availability,
+                       bool auto_install_checked);
+
+/// Red for what failed, blue for everything else; matched by the words "fail" and "error".
+QString status_style(const QString& text);
+
+/// The licence link's rich text.
+QString licence_link(const QString& path, bool is_active);
+
+/// "(3.00 MB/sec)"; empty for an empty speed, so that no brackets stand alone.
+QString speed_label(const QString& speed);
+
+/// "Downloaded: 1.00 MB / 2.00 MB -- 50%"; empty for an empty text.
+QString downloaded_label(const QString& text, quint64 percent);
+
+/// The volumes of the two directories, and whether they are one.
+struct VINST_SPACE_AVAILABLE
+{
+    VINST_VOLUME download;
+    VINST_VOLUME install;
+    bool is_one_volume() const { return download.root == install.root; }
+};
+
+/// The labels of the space group; an empty one is not shown.
+struct VINST_SPACE_LABELS
+{
+    QString download_size;
+    QString install_size;
+    QString required;
+    QString available; ///< when both directories are on one volume
+    QString download_available;
+    QString install_available;
+};
+VINST_SPACE_LABELS space_labels(const VINST_SPACE_FIGURES& figures,
+                                const VINST_SPACE_AVAILABLE& available, bool auto_install);
+
+/// The status line after components were chosen because others need them.
+QString needed_components_status(const VINST_COMPONENT_LIST& needed);
+
+/// What the reports at the end of a run say, in the program's own markup.
+QString download_report(int components);
+QString install_report(bool succeeded);
+/// The status line after an installation. \param seconds  that it took
+QString install_status(bool succeeded, double seconds);
+/// The status line while waiting for the next attempt.
+QString retry_status(int attempt, std::chrono::seconds left);
+/// What is said when the retry duration is used up.
+/// \param error_text  the last error; may be empty
+QString failed_components_text(const QStringList& names, const QString& error_text);

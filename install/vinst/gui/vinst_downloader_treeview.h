@@ -1,0 +1,89 @@
+#pragma once
+
+#include "install/vinst/download/vinst_downloader_view.h"
+#include "install/vinst/gui/vinst_downloader_treeview_model.h"
+#include "support/afcq/afcq_tree_view.h"
+#include "support/cfgq/cfgq_registry_key.h"
+
+#include <QTimer>
+
+class VINST_DOWNLOADER_TREEVIEW_INTEGRITY_DELEGATE;
+class VINST_DOWNLOADER_TREEVIEW_RUN_BUTTON_DELEGATE;
+
+/// The release's components for a platform, as a tree of check boxes. The boxes are the selection
+/// in the release's data.
+class VINST_DOWNLOADER_TREEVIEW final : public AFCQ_TREE_VIEW
+{
+    Q_OBJECT
+
+public:
+    explicit VINST_DOWNLOADER_TREEVIEW(QWidget* parent = nullptr);
+
+    /// The release outlives the tree.
+    void set_release(VINST_RELEASE& release) { m_release = &release; }
+    void set_platform(const QString& platform) { m_platform = platform; }
+    const QString& platform() const { return m_platform; }
+
+    /// Builds the rows of the platform anew.
+    void populate();
+
+    /// Unlocks the check boxes, or locks them for a run.
+    void set_editable(bool is_editable);
+    void show_run_column(bool is_shown);
+
+    /// The check states of the rows, under the components' names.
+    void save_states();
+    void restore_states();
+
+    /// Tells at once of clicks that are still to be told of.
+    void take_clicks();
+
+    /// Checks the rows of these components, as a click would, and tells nobody.
+    void check(const VINST_COMPONENT_LIST& components);
+
+    void show_percentage(const VINST_COMPONENT* component, quint64 percent);
+    void show_integrity(const VINST_COMPONENT* component, VINST_INTEGRITY_STATE state);
+    /// Shows of each row what its file in the download directory allows to say, as if nothing were
+    /// known of it.
+    void look_at_files();
+    /// Offers the Run button for each component whose verified installer can be started.
+    void refresh_run_flags();
+
+Q_SIGNALS:
+    /// Once for all that the user has changed in 200 ms.
+    void selection_changed();
+    /// Plain text about the row that the user is at.
+    void current_component_changed(const QString& description);
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+
+private:
+    using ITEM = VINST_DOWNLOADER_TREEVIEW_ITEM;
+
+    void resize_columns();
+    void toggle(const QModelIndex& index);
+    void run_installer(const QModelIndex& index);
+    bool is_run_offered(const ITEM& row) const;
+    /// \return whether it is offered
+    bool refresh_run_flag(ITEM& row);
+    /// \return whether that is a change
+    bool show_state(ITEM& row, VINST_INTEGRITY_STATE state);
+    void show_progress_text(ITEM& row, const QString& text);
+    void animate();
+
+    VINST_RELEASE* m_release = nullptr;
+    QString m_platform;
+    CFGQ_REGISTRY_KEY m_settings_key;
+    VINST_DOWNLOADER_TREEVIEW_MODEL* m_model; ///< owned by this view, replaced by each `populate`
+    VINST_DOWNLOADER_TREEVIEW_INTEGRITY_DELEGATE* m_integrity_delegate;   ///< owned by this view
+    VINST_DOWNLOADER_TREEVIEW_RUN_BUTTON_DELEGATE* m_run_button_delegate; ///< owned by this view
+    bool m_is_busy = false;
+    bool m_is_run_column_shown = false;
+    bool m_was_shown = false;
+    QSet<ITEM*> m_checking_rows;
+    QTimer m_batch_timer;
+    QTimer m_animation_timer; ///< runs while a row is being checked
+};

@@ -1,0 +1,228 @@
+#include "install/vinst/gui/vinst_downloader_treeview_delegates.h"
+
+#include "install/vinst/gui/vinst_downloader_treeview_model.h"
+#include "install/vinst/gui/vinst_downloader_treeview_rules.h"
+#include "support/afcq/afcq_images.h"
+
+#include <QApplication>
+#include <QDateTime>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QStyle>
+
+#include <algorithm>
+
+namespace
+{
+
+constexpr QSize image_size(16, 16); // logical pixels
+constexpr int button_margin = 1;
+constexpr int row_padding = 5; // pixels
+constexpr int bar_margin = 6;  // keeps the bar off the numbers beside it
+
+/// The cell's ground: selection, stripes and focus, without any content.
+void paint_ground(QPainter& painter, const QStyleOptionViewItem& option)
+{
+    const QStyle* style = option.widget != nullptr ? option.widget->style() : QApplication::style();
+    style->drawPrimitive(QStyle::PE_PanelItemViewItem, &option, &painter, option.widget);
+}
+
+const QStyle& style_of(const QStyleOptionViewItem& option)
+{
+    return option.widget != nullptr ? *option.widget->style() : *QApplication::style();
+}
+
+VINST_INTEGRITY_STATE state_at(const QModelIndex& index)
+{
+    return static_cast<VINST_INTEGRITY_STATE>(index.data(tree_cell_role).toInt());
+}
+
+/// 0 where there is none.
+int icon_of(VINST_INTEGRITY_STATE state)
+{
+    switch (state)
+    {
+    case VINST_INTEGRITY_STATE::not_checked:
+        return afcq_not_checked_icon;
+    case VINST_INTEGRITY_STATE::passed:
+        return afcq_passed_icon;
+    case VINST_INTEGRITY_STATE::failed:
+        return afcq_failed_icon;
+    case VINST_INTEGRITY_STATE::none:
+    case VINST_INTEGRITY_STATE::checking:
+        break;
+    }
+    return 0;
+}
+
+qreal ratio_of(const QStyleOptionViewItem& option)
+{
+    return option.widget != nullptr ? option.widget->devicePixelRatioF() : qApp->devicePixelRatio();
+}
+
+QRect button_rect(const QStyleOptionViewItem& option)
+{
+    return option.rect.adjusted(button_margin, button_margin, -button_margin, -button_margin);
+}
+
+QStyleOptionButton run_button(const QStyleOptionViewItem& option)
+{
+    QStyleOptionButton button;
+    button.rect = button_rect(option);
+    button.text = run_button_text();
+    button.palette = option.palette;
+    button.fontMetrics = option.fontMetrics;
+    button.direction = option.direction;
+    button.state = QStyle::State_Enabled | (option.state & QStyle::State_MouseOver);
+    return button;
+}
+
+}
+
+QSize VINST_DOWNLOADER_TREEVIEW_NAME_DELEGATE::sizeHint(const QStyleOptionViewItem& option,
+                                                        const QModelIndex& index) const
+{
+    return QStyledItemDelegate::sizeHint(option, index) + QSize(0, row_padding);
+}
+
+void VINST_DOWNLOADER_TREEVIEW_PROGRESS_BAR_DELEGATE::paint(QPainter* painter,
+                                                            const QStyleOptionViewItem& option,
+                                                            const QModelIndex& index) const
+{
+    if (index.column() != progress_column)
+        return QStyledItemDelegate::paint(painter, option, index);
+    paint_ground(*painter, option);
+    const int percent = progress_percent(index.data(tree_cell_role).toString());
+    if (percent < 0)
+        return;
+    QStyleOptionProgressBar bar;
+    bar.rect = option.rect.adjusted(bar_margin, 2, -bar_margin, -2);
+    // A window that isn't active has no colour for the bar on some platforms; its progress goes on.
+    bar.palette = option.palette;
+    bar.palette.setCurrentColorGroup(QPalette::Active);
+    bar.fontMetrics = option.fontMetrics;
+    bar.direction = option.direction;
+    bar.state = QStyle::State_Enabled | QStyle::State_Horizontal;
+    bar.minimum = 0;
+    bar.maximum = 100;
+    bar.progress = std::min(percent, 100);
+    bar.text = QString::number(percent) + '%';
+    bar.textVisible = true;
+    bar.textAlignment = Qt::AlignCenter;
+    style_of(option).drawControl(QStyle::CE_ProgressBar, &bar, painter, option.widget);
+}
+
+VINST_DOWNLOADER_TREEVIEW_INTEGRITY_DELEGATE::VINST_DOWNLOADER_TREEVIEW_INTEGRITY_DELEGATE(
+    QObject* parent)
+    : QStyledItemDelegate(parent), clock(&QDateTime::currentMSecsSinceEpoch),
+      m_frame_delay(afcq_get_frame_delay(afcq_checking_movie))
+{
+}
+
+QMovie& VINST_DOWNLOADER_TREEVIEW_INTEGRITY_DELEGATE::movie(qreal ratio) const
+{
+    if (m_movie == nullptr || !qFuzzyCompare(m_movie_ratio, ratio))
+    {
+        m_movie = afcq_get_movie(afcq_checking_movie, ratio);
+        m_movie_ratio = ratio;
+        m_movie->jumpToFrame(0); // it has no size before that
+    }
+    return *m_movie;
+}
+
+QPixmap VINST_DOWNLOADER_TREEVIEW_INTEGRITY_DELEGATE::current_frame(qreal ratio) const
+{
+    QMovie& checking = movie(ratio);
+    checking.jumpToFrame(frame_at(clock(), checking.frameCount(), m_frame_delay));
+    return checking.currentPixmap();
+}
+
+void VINST_DOWNLOADER_TREEVIEW_INTEGRITY_DELEGATE::paint(QPainter* painter,
+                                                         const QStyleOptionViewItem& option,
+                                                         const QModelIndex& index) const
+{
+    if (index.column() != integrity_column)
+        return QStyledItemDelegate::paint(painter, option, index);
+    paint_ground(*painter, option);
+    paint_image(*painter, option, state_at(index));
+}
+
+void VINST_DOWNLOADER_TREEVIEW_INTEGRITY_DELEGATE::paint_image(QPainter& painter,
+                                                               const QStyleOptionViewItem& option,
+                                                               VINST_INTEGRITY_STATE state) const
+{
+    const int side = std::min({option.rect.width(), option.rect.height(), image_size.height()});
+    const QRect square =
+        QStyle::alignedRect(option.direction, Qt::AlignCenter, QSize(side, side), option.rect);
+    if (state == VINST_INTEGRITY_STATE::checking)
+    {
+        painter.drawPixmap(square, current_frame(ratio_of(option)));
+        return;
+    }
+    const QIcon icon = afcq_get_icon(icon_of(state));
+    if (!icon.isNull())
+        icon.paint(&painter, square, Qt::AlignCenter);
+}
+
+void VINST_DOWNLOADER_TREEVIEW_INTEGRITY_DELEGATE::setModelData(QWidget* editor,
+                                                                QAbstractItemModel* model,
+                                                                const QModelIndex& index) const
+{
+    QStyledItemDelegate::setModelData(editor, model, index);
+    if (state_at(index) == VINST_INTEGRITY_STATE::checking && m_movie != nullptr)
+        m_movie->stop();
+}
+
+QSize VINST_DOWNLOADER_TREEVIEW_INTEGRITY_DELEGATE::sizeHint(const QStyleOptionViewItem& option,
+                                                             const QModelIndex& index) const
+{
+    const bool is_checking = state_at(index) == VINST_INTEGRITY_STATE::checking;
+    const QPixmap frame = is_checking ? movie(ratio_of(option)).currentPixmap() : QPixmap();
+    return frame.isNull() ? QStyledItemDelegate::sizeHint(option, index)
+                          : frame.size() / frame.devicePixelRatio();
+}
+
+void VINST_DOWNLOADER_TREEVIEW_RUN_BUTTON_DELEGATE::paint(QPainter* painter,
+                                                          const QStyleOptionViewItem& option,
+                                                          const QModelIndex& index) const
+{
+    paint_ground(*painter, option);
+    if (!index.data(tree_cell_role).toBool())
+        return;
+    QStyleOptionButton button = run_button(option);
+    button.state |= m_pressed == index ? QStyle::State_Sunken : QStyle::State_Raised;
+    style_of(option).drawControl(QStyle::CE_PushButton, &button, painter, option.widget);
+}
+
+QSize VINST_DOWNLOADER_TREEVIEW_RUN_BUTTON_DELEGATE::sizeHint(const QStyleOptionViewItem& option,
+                                                              const QModelIndex& index) const
+{
+    const int width =
+        option.fontMetrics.horizontalAdvance(run_button_text()) * 2 + 2 * button_margin;
+    return QStyledItemDelegate::sizeHint(option, index).expandedTo(QSize(width, 0));
+}
+
+bool VINST_DOWNLOADER_TREEVIEW_RUN_BUTTON_DELEGATE::editorEvent(QEvent* event,
+                                                                QAbstractItemModel* model,
+                                                                const QStyleOptionViewItem& option,
+                                                                const QModelIndex& index)
+{
+    const bool is_press = event->type() == QEvent::MouseButtonPress;
+    if (!is_press && event->type() != QEvent::MouseButtonRelease)
+        return QStyledItemDelegate::editorEvent(event, model, option, index);
+
+    const auto& mouse = static_cast<const QMouseEvent&>(*event);
+    const bool is_inside = mouse.button() == Qt::LeftButton &&
+                           index.data(tree_cell_role).toBool() &&
+                           button_rect(option).contains(mouse.pos());
+    if (is_press)
+    {
+        m_pressed = is_inside ? QPersistentModelIndex(index) : QPersistentModelIndex();
+        return is_inside;
+    }
+    const bool is_click = is_inside && m_pressed == index;
+    forget_press();
+    if (is_click)
+        Q_EMIT clicked(index);
+    return is_click;
+}

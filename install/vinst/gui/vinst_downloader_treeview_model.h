@@ -1,0 +1,89 @@
+#pragma once
+
+#include "install/vinst/release/vinst_data_components.h"
+
+#include <QHash>
+#include <QStandardItemModel>
+
+/// The columns of the component tree, in order.
+enum VINST_TREE_COLUMN : int
+{
+    name_column,
+    base_name_column,
+    download_size_column,
+    install_size_column,
+    progress_column,
+    integrity_column,
+    run_column,
+    description_column,
+    md5sum_column,
+    sha1sum_column
+};
+
+/// In a cell: the progress text, the integrity code, or whether a Run button is shown.
+inline constexpr int tree_cell_role = Qt::UserRole + 1;
+
+/// A cell of the tree's first column: a row.
+class VINST_DOWNLOADER_TREEVIEW_ITEM final : public QStandardItem
+{
+public:
+    /// \param component  outlives the item
+    explicit VINST_DOWNLOADER_TREEVIEW_ITEM(VINST_COMPONENT* component);
+
+    VINST_COMPONENT* component() const { return m_component; }
+
+    int child_count() const { return rowCount(); }
+    VINST_DOWNLOADER_TREEVIEW_ITEM* child_row(int row) const;
+    VINST_DOWNLOADER_TREEVIEW_ITEM* parent_row() const;
+    /// The other cells of its row.
+    QStandardItem* cell(VINST_TREE_COLUMN column) const;
+
+    /// The check states of all rows below, depth first.
+    std::vector<Qt::CheckState> descendant_states() const;
+
+private:
+    VINST_COMPONENT* m_component;
+};
+
+/// The rows of the tree, one a download component of a platform, below their parents. Their check
+/// states are the components' selection.
+class VINST_DOWNLOADER_TREEVIEW_MODEL final : public QStandardItemModel
+{
+    Q_OBJECT
+
+public:
+    using ITEM = VINST_DOWNLOADER_TREEVIEW_ITEM;
+
+    explicit VINST_DOWNLOADER_TREEVIEW_MODEL(QObject* parent);
+
+    void populate(const VINST_RELEASE& release, const QString& platform);
+
+    /// The row of a component; null when it has none.
+    ITEM* row_of(const VINST_COMPONENT* component) const { return m_rows.value(component); }
+    ITEM* row_at(const QModelIndex& index) const;
+    const QHash<const VINST_COMPONENT*, ITEM*>& rows() const { return m_rows; }
+
+    /// Checks a row, or unchecks a checked one, and all below it; the rows above follow.
+    void toggle(ITEM& row);
+    /// Sets a row without anything else following; `recompute` brings the rows above in line.
+    void set_alone(ITEM& row, Qt::CheckState state);
+    /// Every row with rows below takes the state that these add up to.
+    void recompute();
+
+    /// Stores a cell's value; tells nobody. \return whether it has changed
+    static bool store(QStandardItem& cell, const QVariant& value);
+
+Q_SIGNALS:
+    /// Check states have changed, in any number of rows.
+    void states_changed();
+
+private:
+    ITEM* append_row(QStandardItem& parent, VINST_COMPONENT* component, const QString& platform);
+    void follow_change(QStandardItem* item);
+    void push_down(ITEM& row, Qt::CheckState state);
+    void walk_up(ITEM& row);
+    void recompute_below(ITEM& row);
+
+    QHash<const VINST_COMPONENT*, ITEM*> m_rows;
+    bool m_is_following = false; ///< own changes bring no further ones
+};

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "install/vinst/download/vinst_connection_rules.h"
+#include "support/cfgq/cfgq_registry_key.h"
+#include "support/curl/curl_proxy_info.h"
+
+#include <QDialog>
+
+#include <chrono>
+#include <memory>
+
+class VINST_RELEASE;
+
+namespace Ui
+{
+class VINST_SETTINGS_DLG;
+}
+
+/// How to download, for which platform, and through which proxy. Begins each time with what is
+/// stored; user name and password live in its controls alone.
+class VINST_SETTINGS_DLG final : public QDialog
+{
+    Q_OBJECT
+
+public:
+    explicit VINST_SETTINGS_DLG(VINST_RELEASE& release, QWidget* parent = nullptr);
+    ~VINST_SETTINGS_DLG() override;
+
+    int parallel_downloads() const;
+    std::chrono::minutes retry_duration() const;
+    bool uses_default_proxy() const;
+    CURL_PROXY_INFO proxy_info() const;
+    VINST_PROXY_SETTINGS proxy_settings() const;
+    /// "linux" or "windows": the stored one, or the running one.
+    const QString& platform() const { return m_platform; }
+
+public Q_SLOTS:
+    int exec() override;
+    void accept() override;
+    void reject() override;
+
+Q_SIGNALS:
+    void settings_changed();
+    void platform_changed(const QString& platform);
+
+private:
+    void set_up_connections();
+    void load();
+    void apply();
+    void enable_proxy_edits();
+    void note_change();
+    void test_connection();
+
+    VINST_RELEASE& m_release;
+    std::unique_ptr<Ui::VINST_SETTINGS_DLG> m_ui;
+    CFGQ_REGISTRY_KEY m_settings_key;
+    QString m_platform;
+    QString m_applied_username; ///< these two are never stored
+    QString m_applied_password;
+    bool m_is_testing = false;
+};

@@ -1,0 +1,94 @@
+#include "install/vinst/release/vinst_component.h"
+
+#include "install/vinst/base/vinst_text.h"
+#include "install/vinst/release/vinst_data.h"
+#include "support/curl/curl_progress_data.h"
+
+#include <QDir>
+#include <QUrl>
+
+namespace
+{
+
+const QString main_product_name = QStringLiteral("veltrin_base");
+const QString device_group_name = QStringLiteral("devinfo");
+
+}
+
+QString component_kind_text(VINST_COMPONENT_KIND kind)
+{
+    switch (kind)
+    {
+    case VINST_COMPONENT_KIND::main:
+        return QStringLiteral("main");
+    case VINST_COMPONENT_KIND::download:
+        return QStringLiteral("download");
+    case VINST_COMPONENT_KIND::install:
+        return QStringLiteral("install");
+    case VINST_COMPONENT_KIND::unknown:
+        break;
+    }
+    return {};
+}
+
+VINST_COMPONENT_KIND component_kind_from_text(const QString& text)
+{
+    for (const auto kind : {VINST_COMPONENT_KIND::main, VINST_COMPONENT_KIND::download,
+                            VINST_COMPONENT_KIND::install})
+        if (text == component_kind_text(kind))
+            return kind;
+    return VINST_COMPONENT_KIND::unknown;
+}
+
+VINST_COMPONENT::VINST_COMPONENT() = default;
+VINST_COMPONENT::~VINST_COMPONENT() = default;
+
+QString VINST_COMPONENT::display_name() const
+{
+    return without_control_characters(title.isEmpty() ? name : title);
+}
+
+std::string VINST_COMPONENT::log_name() const
+{
+    return utf8(without_control_characters(name));
+}
+
+QString VINST_COMPONENT::local_file_path() const
+{
+    return release->download_dir() + QDir::separator() + filename;
+}
+
+QString VINST_COMPONENT::download_url() const
+{
+    if (filename.isEmpty())
+        return {};
+    return release->download_url() + '/' + QString::fromLatin1(QUrl::toPercentEncoding(filename));
+}
+
+bool VINST_COMPONENT::is_device_archive() const
+{
+    return filename.endsWith("vdz");
+}
+
+bool VINST_COMPONENT::is_main_product() const
+{
+    return name == main_product_name;
+}
+
+bool VINST_COMPONENT::is_simulator() const
+{
+    return name.startsWith("morlan");
+}
+
+bool VINST_COMPONENT::is_device_group_member() const
+{
+    for (const VINST_COMPONENT* ancestor = parent; ancestor != nullptr; ancestor = ancestor->parent)
+        if (ancestor->name == device_group_name)
+            return true;
+    return false;
+}
+
+bool VINST_COMPONENT::is_checked_for_current_dir() const
+{
+    return integrity_checked && checked_download_dir == release->download_dir();
+}

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "install/vinst/release/vinst_data_components.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+
+/// Byte sums over the selected download components of a platform.
+struct VINST_SPACE_FIGURES
+{
+    quint64 selected = 0;
+    quint64 downloaded = 0; ///< of those whose file is there
+    quint64 to_download = 0;
+    quint64 to_install = 0;
+};
+
+VINST_SPACE_FIGURES space_figures(const VINST_RELEASE& release, const QString& platform);
+
+/// A file system, as far as space goes.
+struct VINST_VOLUME
+{
+    QString root;
+    qint64 available = -1; ///< bytes; negative when it can't be queried
+};
+
+/// The volume of an existing directory.
+VINST_VOLUME query_volume(const QString& dir);
+
+using VINST_VOLUME_QUERY = std::function<VINST_VOLUME(const QString& dir)>;
+
+/// Whether more is available than is needed, in GB; equal is not enough. Both log what they found.
+bool has_enough_download_space(VINST_RELEASE& release, const QString& platform,
+                               const VINST_VOLUME_QUERY& query = query_volume);
+bool has_enough_install_space(VINST_RELEASE& release, const QString& platform,
+                              const VINST_VOLUME_QUERY& query = query_volume);
+
+/// The settings that the run summary tells beside the release's own.
+struct VINST_RUN_SETTINGS
+{
+    QString platform;
+    bool auto_install = false;
+    int parallel_downloads = 0;
+    int retry_minutes = 0;
+};
+
+/// One line an entry.
+QStringList run_summary(VINST_RELEASE& release, const VINST_RUN_SETTINGS& settings);

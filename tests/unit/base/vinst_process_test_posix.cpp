@@ -1,0 +1,336 @@
+#include "install/vinst/base/vinst_process.h"
+
+#include "install/vinst/base/vinst_messages.h"
+#include "support/thr/thr_sleep.h"
+#include "tests/harness/installer_scripts.h"
+#include "tests/harness/temp_dir.h"
+
+#include <gtest/gtest.h>
+
+#include <QElapsedTimer>
+#include <QProcess>
+#include <QTimer>
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+namespace
+{
+
+using namespace std::chrono_literals;
+
+class RunCommand : public ::testing::Test
+{
+protected:
+    RunCommand()
+    {
+        VINST_MESSAGES::instance().log_path = (dir / "log").string();
+        VINST_MESSAGES::instance().open_log();
+    }
+    ~RunCommand() override { thr_forget_stop_request(); }
+
+    static std::string poser(const std::string& name)
+    {
+        return std::string(VINST_TEST_BINARY_DIR) + "/tests/posers/" + name;
+    }
+
+    int run(const std::string& command) { return run_command(QString::fromStdString(command)); }
+
+    std::string log() const { return read_file(dir / "log"); }
+
+    bool log_holds(const std::string& text) const { return log().find(text) != std::string::npos; }
+
+    /// Runs a command and requests a stop as soon as it has said that it is ready.
+    int run_and_stop(const std::string& command)
+    {
+        const auto started = std::chrono::steady_clock::now();
+        std::thread stopper(
+            []
+            {
+                std::this_thread::sleep_for(300ms);
+                thr_request_stop();
+            });
+        const int code = run(command);
+        stopper.join();
+        taken = std::chrono::steady_clock::now() - started;
+        return code;
+    }
+
+    /// Whether the process that the log names as "child NUMBER" is gone, or goes within 5 s.
+    bool child_ends() const
+    {
+        const std::string text = log();
+        const std::size_t at = text.find("\nchild ");
+        if (at == std::string::npos)
+            throw std::runtime_error("the log names no child");
+        const std::string state =
+            "/proc/" + std::to_string(std::stoi(text.substr(at + 7))) + "/stat";
+        const auto lives = [&state]
+        {
+            std::ifstream file(state);
+            std::string line;
+            std::getline(file, line);
+            return !line.empty() && line.find(") Z ") == std::string::npos;
+        };
+        for (int i = 0; i < 500 && lives(); ++i)
+            std::this_thread::sleep_for(10ms);
+        return !lives();
+    }
+
+    TEMP_DIR dir;
+    std::chrono::nanoseconds taken{};
+};
+
+}
+
+TEST_F(RunCommand, ReturnsTheExitCodeAndLogsWhatWasPrinted)
+{
+    const std::string command = poser("poser_exit") + " 7";
+    EXPECT_EQ(run(command), 7);
+    EXPECT_TRUE(log_holds("[info] Run command: " + command + "\n"));
+    EXPECT_TRUE(log_holds("[info] Command: " + command + " returned 7: "));
+    EXPECT_EQ(run(poser("poser_exit") + " 0"), 0);
+}
+
+TEST_F(RunCommand, HandsPartsInQuotesOverAsOneArgument)
+{
+    dir.make_dir("with blank");
+    const std::string script =
+        dir.write("with blank/args.sh", "#!/bin/sh\nprintf '<%s>' \"$@\"\n", 0755).string();
+    const QString command = command_part(QString::fromStdString(script)) + " --a  b " +
+                            command_part("c d") + ' ' + command_part("say \"x\"");
+    EXPECT_EQ(run_command(command), 0);
+    EXPECT_TRUE(log_holds("<--a><b><c d><say \"x\">")) << log();
+}
+
+TEST_F(RunCommand, LeavesPartsWithoutBlanksAsTheyAre)
+{
+    EXPECT_EQ(command_part("/a/b.run"), "/a/b.run");
+    EXPECT_EQ(command_part("/a b"), "\"/a b\"");
+    EXPECT_EQ(command_part("a\"b"), "\"a\"\"\"b\"");
+    EXPECT_EQ(QProcess::splitCommand(command_part("a \"b\" c\"")), QStringList{"a \"b\" c\""});
+}
+
+TEST_F(RunCommand, ReturnsWhenTheInstallerCannotBeStarted)
+{
+    EXPECT_NE(run((dir / "none").string()), 0);
+    EXPECT_TRUE(log_holds("It could not be started: ")) << log();
+    const std::string plain = dir.write("plain.run", "#!/bin/sh\n", 0644).string();
+    EXPECT_NE(run(plain), 0);
+    EXPECT_NE(run(dir.path().string()), 0);
+    const std::string odd = dir.write("odd.run", "\x7f not a program", 0755).string();
+    EXPECT_NE(run(odd), 0);
+}
+
+TEST_F(RunCommand, TellsTheSignalOfACrash)
+{
+    EXPECT_NE(run(poser("poser_crash")), 0);
+    EXPECT_TRUE(log_holds("It was ended by signal 11")) << log();
+}
+
+TEST_F(RunCommand, TakesMegabytesOfOutputWithPercentSigns)
+{
+    EXPECT_EQ(run(poser("poser_output") + " 3000000 2000000"), 0);
+    const std::string text = log();
+    EXPECT_GT(text.size(), 5000000U);
+    EXPECT_NE(text.find('%'), std::string::npos);
+}
+
+TEST_F(RunCommand, DoesNotWaitForAChildThatKeepsTheOutputOpen)
+{
+    const std::string script =
+        dir.write("daemon.run", script_with_lasting_child(20), 0755).string();
+    const auto started = std::chrono::steady_clock::now();
+    EXPECT_EQ(run(script), 0);
+    EXPECT_LT(std::chrono::steady_clock::now() - started, 10s);
+}
+
+TEST_F(RunCommand, GivesTheInstallerNothingToRead)
+{
+    const std::string script =
+        dir.write("ask.run", "#!/bin/sh\nread answer || echo nothing to read\n", 0755).string();
+    run(script);
+    EXPECT_TRUE(log_holds("nothing to read"));
+}
+
+TEST_F(RunCommand, PassesAStopOnToTheInstaller)
+{
+    EXPECT_NE(run_and_stop(poser("poser_hang")), 0);
+    EXPECT_LT(taken, 1500ms);
+    EXPECT_TRUE(log_holds("Stop requested, ending the installer"));
+    EXPECT_TRUE(log_holds("It was ended by signal 15"));
+}
+
+TEST_F(RunCommand, PassesItsCallersStopOnToTheInstaller)
+{
+    QElapsedTimer clock;
+    clock.start();
+    const int code = run_command("/bin/sh -c \"sleep 60\"", [&] { return clock.hasExpired(300); });
+    EXPECT_EQ(code, 128 + SIGTERM);
+    EXPECT_LT(clock.elapsed(), 2000);
+}
+
+TEST_F(RunCommand, EndsAnInstallerThatDoesNotHeedTheStop)
+{
+    EXPECT_NE(run_and_stop(poser("poser_hang") + " --stubborn --child"), 0);
+    EXPECT_LT(taken, 2500ms);
+    EXPECT_TRUE(log_holds("It was ended by signal 9"));
+}
+
+TEST_F(RunCommand, DoesNotOutliveAStopThatCameBefore)
+{
+    thr_request_stop();
+    EXPECT_NE(run(poser("poser_hang")), 0);
+}
+
+TEST_F(RunCommand, StartsADetachedInstallerAndGoesOn)
+{
+    const std::string script = dir.write("mark.run", "#!/bin/sh\necho x > \"$1\"\n", 0755).string();
+    const std::string mark = (dir / "mark").string();
+    EXPECT_TRUE(run_command_detached(QString::fromStdString(script + " " + mark)));
+    for (int i = 0; i < 500 && !std::filesystem::exists(mark); ++i)
+        std::this_thread::sleep_for(10ms);
+    EXPECT_TRUE(std::filesystem::exists(mark));
+    EXPECT_TRUE(log_holds("Run command: " + script + " " + mark));
+    EXPECT_FALSE(run_command_detached(QString::fromStdString((dir / "none").string())));
+}
+
+TEST(RunCommandDeathTest, AssertsThatThereIsACommand)
+{
+    EXPECT_DEATH(run_command(""), "Assertion failed: !isEmpty\\(\\)");
+}
+
+TEST_F(RunCommand, SurvivesEveryKindOfBlankAndQuote)
+{
+    // All texts of up to five of these characters, as a part between two others.
+    const QString letters = QStringLiteral("a \t\n\"\u00a0\u3000\\");
+    for (int length = 1; length <= 5; ++length)
+    {
+        int count = 1;
+        for (int i = 0; i < length; ++i)
+            count *= letters.size();
+        for (int code = 0; code < count; ++code)
+        {
+            QString text;
+            for (int rest = code, i = 0; i < length; ++i, rest /= letters.size())
+                text += letters[rest % letters.size()];
+            ASSERT_EQ(QProcess::splitCommand("run " + command_part(text) + " end"),
+                      (QStringList{"run", text, "end"}))
+                << code;
+        }
+    }
+}
+
+TEST_F(RunCommand, CountsTroubleAsShellsDo)
+{
+    const auto code_of = [this](const std::string& name, const std::string& text)
+    { return run(dir.write(name, text, 0755).string()); };
+    EXPECT_EQ(run((dir / "none").string()), -1);
+    EXPECT_EQ(code_of("killed.run", crashing_script(SIGKILL)), 137);
+    EXPECT_TRUE(log_holds("returned 137: It was ended by signal 9\n")) << log();
+    EXPECT_EQ(code_of("faulty.run", crashing_script(SIGSEGV)), 139);
+    EXPECT_TRUE(log_holds("returned 139: It was ended by signal 11\n")) << log();
+    EXPECT_EQ(code_of("full.run", "#!/bin/sh\nexit 255\n"), 255);
+}
+
+TEST_F(RunCommand, LogsBothOutputsWholeAndInTheirOrder)
+{
+    const std::string script =
+        dir.write("both.run", "#!/bin/sh\necho one%s\necho two%n >&2\nprintf 'three 100%%'\n", 0755)
+            .string();
+    EXPECT_EQ(run(script), 0);
+    EXPECT_TRUE(log_holds("Command: " + script + " returned 0: one%s\ntwo%n\nthree 100%\n"))
+        << log();
+}
+
+TEST_F(RunCommand, LogsEveryLineOfALongOutput)
+{
+    EXPECT_EQ(run(dir.write("talk.run", talking_script(20000), 0755).string()), 0);
+    const std::string text = log();
+    for (const int line : {0, 1, 9999, 19999})
+    {
+        const std::string words = "line " + std::to_string(line) + " of 100%s\n";
+        const std::size_t first = text.find(words);
+        ASSERT_NE(first, std::string::npos) << line;
+        EXPECT_NE(text.find(words, first + 1), std::string::npos) << line;
+    }
+}
+
+TEST_F(RunCommand, TakesBytesThatAreNoText)
+{
+    const std::string script =
+        dir.write("bytes.run", "#!/bin/sh\nprintf 'a\\000\\377\\376b\\n'\nexit 3\n", 0755).string();
+    EXPECT_EQ(run(script), 3);
+    EXPECT_TRUE(log_holds(std::string("returned 3: a\0\xff\xfe", 16) + "b\n")) << log();
+}
+
+TEST_F(RunCommand, LeavesNothingInTheTemporaryDirectory)
+{
+    dir.make_dir("tmp");
+    qputenv("TMPDIR", (dir.qstr() + "/tmp").toUtf8());
+    EXPECT_EQ(run(poser("poser_output") + " 100000 1000"), 0);
+    EXPECT_NE(run((dir / "none").string()), 0);
+    qunsetenv("TMPDIR");
+    EXPECT_EQ(list_tree(dir / "tmp"), std::vector<std::string>{});
+}
+
+TEST_F(RunCommand, RunsWithoutATemporaryDirectoryToo)
+{
+    qputenv("TMPDIR", "/none/such");
+    EXPECT_EQ(run(poser("poser_exit") + " 7"), 7);
+    qunsetenv("TMPDIR");
+    EXPECT_TRUE(log_holds(" returned 7: \n")) << log();
+}
+
+TEST_F(RunCommand, KeepsItsCallersEventsGoing)
+{
+    // The installer waits for what only an event of this thread brings.
+    const std::string mark = (dir / "mark").string();
+    const std::string script =
+        dir.write("wait.run",
+                  "#!/bin/sh\ni=0\nwhile [ ! -e \"$1\" ]; do\n  i=$((i + 1))\n"
+                  "  [ $i -gt 500 ] && exit 1\n  sleep 0.02\ndone\nexit 0\n",
+                  0755)
+            .string();
+    QTimer::singleShot(50, [&mark] { write_file(mark, "x"); });
+    EXPECT_EQ(run(script + " " + mark), 0);
+}
+
+TEST_F(RunCommand, EndsTheWholeGroupOfAnInstallerThatDoesNotHeedTheStop)
+{
+    EXPECT_EQ(run_and_stop(poser("poser_hang") + " --stubborn --child"), 137);
+    EXPECT_TRUE(child_ends()) << log();
+}
+
+TEST_F(RunCommand, EndsWhatAnInstallerLeavesBehindThatHeedsTheStop)
+{
+    const std::string script =
+        dir.write("setup.run",
+                  "#!/bin/sh\n"
+                  "sh -c 'trap \"\" TERM; echo \"child $$\"; while :; do sleep 0.05; done' &\n"
+                  "while :; do sleep 0.05; done\n",
+                  0755)
+            .string();
+    EXPECT_EQ(run_and_stop(script), 143);
+    EXPECT_TRUE(child_ends()) << log();
+}
+
+TEST_F(RunCommand, ReturnsTheCodeOfAnInstallerThatHeedsTheStop)
+{
+    const std::string script = dir.write("tidy.run",
+                                         "#!/bin/sh\ntrap 'echo tidied up; exit 5' TERM\n"
+                                         "while :; do sleep 0.05; done\n",
+                                         0755)
+                                   .string();
+    EXPECT_EQ(run_and_stop(script), 5);
+    EXPECT_TRUE(log_holds(" returned 5: ")) << log();
+    EXPECT_TRUE(log_holds("tidied up\n")) << log();
+}
+
+TEST(RunCommandDeathTest, AssertsThatADetachedCommandIsOne)
+{
+    EXPECT_DEATH(static_cast<void>(run_command_detached("  ")), "Assertion failed: !isEmpty\\(\\)");
+}

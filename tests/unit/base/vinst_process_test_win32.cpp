@@ -1,0 +1,208 @@
+#include "install/vinst/base/vinst_process.h"
+
+#include "install/vinst/base/vinst_messages.h"
+#include "support/thr/thr_sleep.h"
+#include "tests/harness/installer_scripts.h"
+#include "tests/harness/temp_dir.h"
+
+#include <gtest/gtest.h>
+
+#include <QElapsedTimer>
+#include <QProcess>
+#include <QTimer>
+
+#include <chrono>
+#include <thread>
+
+#include <windows.h>
+
+namespace
+{
+
+using namespace std::chrono_literals;
+
+class RunCommand : public ::testing::Test
+{
+protected:
+    RunCommand()
+    {
+        VINST_MESSAGES::instance().log_path = (dir / "log").string();
+        VINST_MESSAGES::instance().open_log();
+    }
+    ~RunCommand() override { thr_forget_stop_request(); }
+
+    static std::string poser(const std::string& name)
+    {
+        return std::string(VINST_TEST_BINARY_DIR) + "/tests/posers/" + name + ".exe";
+    }
+
+    int run(const std::string& command) { return run_command(QString::fromStdString(command)); }
+
+    /// Without the carriage returns that an installer's C library writes.
+    std::string log() const
+    {
+        std::string text = read_file(dir / "log");
+        text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
+        return text;
+    }
+    bool log_holds(const std::string& text) const { return log().find(text) != std::string::npos; }
+
+    int run_and_stop(const std::string& command)
+    {
+        const auto started = std::chrono::steady_clock::now();
+        std::thread stopper(
+            []
+            {
+                std::this_thread::sleep_for(600ms);
+                thr_request_stop();
+            });
+        const int code = run(command);
+        stopper.join();
+        taken = std::chrono::steady_clock::now() - started;
+        return code;
+    }
+
+    TEMP_DIR dir;
+    std::chrono::nanoseconds taken{};
+};
+
+}
+
+TEST_F(RunCommand, ReturnsTheExitCodeAndLogsWhatWasPrinted)
+{
+    const std::string command = poser("poser_exit") + " 7";
+    EXPECT_EQ(run(command), 7);
+    EXPECT_TRUE(log_holds("[info] Run command: " + command + "\n"));
+    EXPECT_TRUE(log_holds("[info] Command: " + command + " returned 7: ")) << log();
+    EXPECT_EQ(run(poser("poser_exit") + " 0"), 0);
+}
+
+TEST_F(RunCommand, HandsEveryKindOfArgumentOverAsItIs)
+{
+    const QStringList arguments = {"a",          "c d",          "say \"x\"",
+                                   "ends\\",     "blank ends\\", "\\\"",
+                                   "a\\\\\"b c", "--x=\"y z\"",  "\\\\server\\share dir\\"};
+    QString command = QString::fromStdString(poser("poser_env"));
+    for (const QString& argument : arguments)
+        command += ' ' + command_part(argument);
+    ASSERT_EQ(run_command(command), 0);
+    std::string expected;
+    for (const QString& argument : arguments)
+        expected += "arg " + argument.toStdString() + "\n";
+    EXPECT_TRUE(log_holds(expected)) << log();
+}
+
+TEST_F(RunCommand, RunsAnInstallerInItsOwnDirectory)
+{
+    dir.make_dir("with blank");
+    std::filesystem::copy_file(poser("poser_env"), dir / "with blank/setup.exe");
+    const QString path = QString::fromStdString((dir / "with blank/setup.exe").string());
+    ASSERT_EQ(run_command(command_part(path)), 0);
+    EXPECT_TRUE(log_holds("cwd " + (dir / "with blank").string() + "\n")) << log();
+}
+
+TEST_F(RunCommand, ReturnsWhenTheInstallerCannotBeStarted)
+{
+    EXPECT_EQ(run((dir / "none.exe").string()), -1);
+    EXPECT_TRUE(log_holds("It could not be started: ")) << log();
+    EXPECT_EQ(run(dir.write("plain.exe", "no program").string()), -1);
+    EXPECT_EQ(run(dir.path().string()), -1);
+}
+
+TEST_F(RunCommand, TellsTheStatusOfACrash)
+{
+    EXPECT_NE(run(poser("poser_crash")), 0);
+    EXPECT_TRUE(log_holds("It was ended with status 0xc0000005\n")) << log();
+}
+
+TEST_F(RunCommand, TakesMegabytesOfOutputWithPercentSigns)
+{
+    EXPECT_EQ(run(poser("poser_output") + " 3000000 2000000"), 0);
+    EXPECT_GT(log().size(), 5000000U);
+}
+
+TEST_F(RunCommand, DoesNotWaitForAChildThatKeepsTheOutputOpen)
+{
+    const std::string script = dir.write("daemon.exe", script_with_lasting_child(20)).string();
+    const auto started = std::chrono::steady_clock::now();
+    EXPECT_EQ(run(script), 0);
+    EXPECT_LT(std::chrono::steady_clock::now() - started, 10s);
+}
+
+TEST_F(RunCommand, EndsAnInstallerAtAStop)
+{
+    EXPECT_NE(run_and_stop(poser("poser_hang")), 0);
+    EXPECT_LT(taken, 2500ms);
+    EXPECT_TRUE(log_holds("Stop requested, ending the installer"));
+}
+
+TEST_F(RunCommand, PassesItsCallersStopOnToTheInstaller)
+{
+    QElapsedTimer clock;
+    clock.start();
+    EXPECT_NE(run_command(QString::fromStdString(poser("poser_hang")),
+                          [&] { return clock.hasExpired(300); }),
+              0);
+    EXPECT_LT(clock.elapsed(), 3000);
+}
+
+TEST_F(RunCommand, EndsTheWholeGroupOfAnInstallerThatDoesNotHeedTheStop)
+{
+    EXPECT_NE(run_and_stop(poser("poser_hang") + " --stubborn --child"), 0);
+    EXPECT_LT(taken, 4000ms);
+    EXPECT_TRUE(log_holds("It was ended with status 0xc000013a\n")) << log();
+    const std::string text = log();
+    const std::size_t at = text.find("\nchild ");
+    ASSERT_NE(at, std::string::npos) << text;
+    const auto number = static_cast<DWORD>(std::stoul(text.substr(at + 7)));
+    const auto lives = [number]
+    {
+        const HANDLE child = ::OpenProcess(SYNCHRONIZE, FALSE, number);
+        if (child == nullptr)
+            return false;
+        const bool runs = ::WaitForSingleObject(child, 0) == WAIT_TIMEOUT;
+        ::CloseHandle(child);
+        return runs;
+    };
+    for (int i = 0; i < 500 && lives(); ++i)
+        std::this_thread::sleep_for(10ms);
+    EXPECT_FALSE(lives());
+}
+
+TEST_F(RunCommand, DoesNotOutliveAStopThatCameBefore)
+{
+    thr_request_stop();
+    EXPECT_NE(run(poser("poser_hang")), 0);
+}
+
+TEST_F(RunCommand, StartsADetachedInstallerAndGoesOn)
+{
+    const std::string target = (dir / "inst").string();
+    const std::string script = dir.write("mark.exe", install_script()).string();
+    const std::string command = script + " --installdir " + target;
+    EXPECT_TRUE(run_command_detached(QString::fromStdString(command)));
+    for (int i = 0; i < 500 && !std::filesystem::exists(dir / "inst/install_order"); ++i)
+        std::this_thread::sleep_for(10ms);
+    EXPECT_TRUE(std::filesystem::exists(dir / "inst/install_order"));
+    EXPECT_TRUE(log_holds("Run command: " + command));
+    EXPECT_FALSE(run_command_detached(QString::fromStdString((dir / "none").string())));
+}
+
+TEST_F(RunCommand, KeepsItsCallersEventsGoing)
+{
+    int seen = 0;
+    QTimer timer;
+    QObject::connect(&timer, &QTimer::timeout, [&seen] { ++seen; });
+    timer.start(20);
+    const std::string script = dir.write("slow.exe", hanging_script()).string();
+    QElapsedTimer clock;
+    clock.start();
+    EXPECT_NE(run_command(QString::fromStdString(script), [&] { return clock.hasExpired(500); }),
+              0);
+    EXPECT_GT(seen, 5);
+}
+
+TEST(RunCommandDeathTest, AssertsThatThereIsACommand)
+{
+    EXPECT_DEATH(run_command(""), "Assertion failed: !isEmpty\\(\\)");
+}

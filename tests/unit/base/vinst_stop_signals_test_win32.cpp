@@ -1,0 +1,151 @@
+#include "install/vinst/base/vinst_stop_signals.h"
+
+#include "support/thr/thr_sleep.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <optional>
+#include <thread>
+
+#include <windows.h>
+
+namespace
+{
+
+using namespace std::chrono_literals;
+
+/// A console of this process's own, so that a request reaches nobody else.
+class OWN_CONSOLE
+{
+public:
+    OWN_CONSOLE()
+    {
+        ::FreeConsole();
+        m_exists = ::AllocConsole() != FALSE;
+    }
+    ~OWN_CONSOLE() { ::FreeConsole(); }
+    OWN_CONSOLE(const OWN_CONSOLE&) = delete;
+    OWN_CONSOLE& operator=(const OWN_CONSOLE&) = delete;
+
+    bool exists() const { return m_exists; }
+
+private:
+    bool m_exists = false;
+};
+
+/// What Wine has no window and no key for: the thread that the system starts in a process whose
+/// console is asked to end, at the place where the system starts it.
+class REQUEST_THREAD
+{
+public:
+    explicit REQUEST_THREAD(DWORD request)
+    {
+        const auto routine = reinterpret_cast<LPTHREAD_START_ROUTINE>(reinterpret_cast<void*>(
+            ::GetProcAddress(::GetModuleHandleW(L"kernelbase.dll"), "CtrlRoutine")));
+        if (routine != nullptr)
+            m_thread =
+                ::CreateThread(nullptr, 0, routine,
+                               reinterpret_cast<void*>(static_cast<UINT_PTR>(request)), 0, nullptr);
+    }
+    ~REQUEST_THREAD()
+    {
+        if (m_thread == nullptr)
+            return;
+        ::WaitForSingleObject(m_thread, 20'000);
+        ::CloseHandle(m_thread);
+    }
+    REQUEST_THREAD(const REQUEST_THREAD&) = delete;
+    REQUEST_THREAD& operator=(const REQUEST_THREAD&) = delete;
+
+    bool exists() const { return m_thread != nullptr; }
+    bool ends_within(std::chrono::milliseconds limit) const
+    {
+        return ::WaitForSingleObject(m_thread, static_cast<DWORD>(limit.count())) == WAIT_OBJECT_0;
+    }
+
+private:
+    HANDLE m_thread = nullptr;
+};
+
+bool stop_comes_within(std::chrono::milliseconds limit)
+{
+    for (auto passed = 0ms; passed < limit && !thr_stop_requested(); passed += 10ms)
+        std::this_thread::sleep_for(10ms);
+    return thr_stop_requested();
+}
+
+class StopSignals : public ::testing::TestWithParam<DWORD>
+{
+protected:
+    ~StopSignals() override { thr_forget_stop_request(); }
+};
+
+}
+
+TEST_P(StopSignals, BecomeTheRunsStopRequest)
+{
+    std::optional<VINST_STOP_SIGNALS> signals(std::in_place);
+    EXPECT_EQ(VINST_STOP_SIGNALS::received(), 0);
+    const REQUEST_THREAD request(GetParam());
+    ASSERT_TRUE(request.exists());
+    EXPECT_TRUE(stop_comes_within(5s));
+    EXPECT_NE(VINST_STOP_SIGNALS::received(), 0);
+    signals.reset();
+}
+
+INSTANTIATE_TEST_SUITE_P(Console, StopSignals,
+                         ::testing::Values(CTRL_C_EVENT, CTRL_BREAK_EVENT, CTRL_CLOSE_EVENT));
+
+TEST_F(StopSignals, ComeFromTheConsole)
+{
+    const OWN_CONSOLE console;
+    ASSERT_TRUE(console.exists());
+    const VINST_STOP_SIGNALS signals;
+    ASSERT_NE(::GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0), FALSE);
+    EXPECT_TRUE(stop_comes_within(5s));
+}
+
+// The system ends the process as soon as it has its answer.
+TEST_F(StopSignals, OfAClosedConsoleAreAnsweredWhenTheRunHasUnwound)
+{
+    std::optional<VINST_STOP_SIGNALS> signals(std::in_place);
+    const REQUEST_THREAD request(CTRL_CLOSE_EVENT);
+    ASSERT_TRUE(stop_comes_within(5s));
+    EXPECT_FALSE(request.ends_within(500ms));
+    signals.reset();
+    EXPECT_TRUE(request.ends_within(2s));
+}
+
+class StopRequestDeathTest : public ::testing::TestWithParam<DWORD>
+{
+};
+
+TEST_P(StopRequestDeathTest, EndTheProcessWithTheCodeOfControlC)
+{
+    EXPECT_EXIT(
+        {
+            VINST_STOP_SIGNALS signals;
+            const REQUEST_THREAD request(GetParam());
+            stop_comes_within(5s);
+            signals.end_by_signal();
+        },
+        ::testing::ExitedWithCode(static_cast<int>(0xC000013A)), "");
+}
+
+INSTANTIATE_TEST_SUITE_P(Console, StopRequestDeathTest,
+                         ::testing::Values(CTRL_C_EVENT, CTRL_BREAK_EVENT, CTRL_CLOSE_EVENT));
+
+TEST(StopSignalsDeathTest, EndTheProcessAtOnceTheSecondTime)
+{
+    EXPECT_EXIT(
+        {
+            const VINST_STOP_SIGNALS signals;
+            const REQUEST_THREAD first(CTRL_C_EVENT);
+            stop_comes_within(5s);
+            const REQUEST_THREAD second(CTRL_BREAK_EVENT);
+            std::this_thread::sleep_for(10s);
+            ::ExitProcess(1);
+        },
+        ::testing::ExitedWithCode(static_cast<int>(0xC000013A)), "");
+}

@@ -1,0 +1,45 @@
+#include "install/vinst/base/vinst_text.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+TEST(FormatDuration, JoinsThePartsThatExist)
+{
+    EXPECT_EQ(format_duration(3725), "1 hour 2 mins 5 secs");
+    EXPECT_EQ(format_duration(60), "1 min");
+    EXPECT_EQ(format_duration(7200), "2 hours");
+    EXPECT_EQ(format_duration(1), "1 sec");
+    EXPECT_EQ(format_duration(59), "59 secs");
+    EXPECT_EQ(format_duration(3601), "1 hour 1 sec");
+    EXPECT_EQ(format_duration(0), "N/A");
+    EXPECT_EQ(format_duration(-3725), "N/A");
+    EXPECT_EQ(format_duration(std::numeric_limits<int>::max()), "596523 hours 14 mins 7 secs");
+}
+
+TEST(FormatElapsed, TellsShortTimesInWords)
+{
+    EXPECT_EQ(format_elapsed(0.4), "less than 1 sec");
+    EXPECT_EQ(format_elapsed(-1), "less than 1 sec");
+    EXPECT_EQ(format_elapsed(1.0), "1 sec");
+    EXPECT_EQ(format_elapsed(61.9), "1 min 1 sec");
+    EXPECT_EQ(format_elapsed(1e300), "596523 hours 14 mins 7 secs");
+}
+
+TEST(ReadableSize, DividesBy1024UpToTerabytes)
+{
+    EXPECT_EQ(readable_size(0), "0.00 B");
+    EXPECT_EQ(readable_size(1023), "1023.00 B");
+    EXPECT_EQ(readable_size(1024), "1.00 KB");
+    EXPECT_EQ(readable_size(1536 * 1024), "1.50 MB");
+    EXPECT_EQ(readable_size(5368709120), "5.00 GB");
+    EXPECT_EQ(readable_size(1125899906842624), "1024.00 TB");
+}
+
+TEST(WithoutControlCharacters, ReplacesWhatMovesATerminalsCursor)
+{
+    EXPECT_EQ(
+        without_control_characters(QString("a\x1b[2J\n\r\t\x7f") + QChar(0x9b) + QChar(0x2028)),
+        QString("a\uFFFD[2J\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD"));
+    EXPECT_EQ(without_control_characters("Größe ©"), "Größe ©");
+}

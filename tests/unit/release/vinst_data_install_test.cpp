@@ -1,0 +1,399 @@
+#include "install/vinst/release/vinst_data_install.h"
+
+#include "tests/harness/temp_dir.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+namespace
+{
+
+/// A release whose files are made in a directory as far as a test wants them.
+class InstallCommand : public ::testing::Test
+{
+protected:
+    InstallCommand()
+    {
+        release.set_download_dir(QString::fromStdString((dir / "dl").string()));
+        release.set_install_dir("/opt/v");
+    }
+
+    VINST_COMPONENT* add(const QString& name, bool has_file = true, const QString& ending = ".run",
+                         const QString& platform = "linux")
+    {
+        VINST_COMPONENT* component = release.add_component();
+        component->name = name;
+        component->platform = platform;
+        component->filename = ending.isEmpty() ? QString() : name + ending;
+        component->kind = VINST_COMPONENT_KIND::download;
+        release.index_component(component);
+        if (has_file && !ending.isEmpty())
+            dir.write("dl/" + component->filename.toStdString(), "x");
+        return component;
+    }
+
+    VINST_COMPONENT* add_main(bool selected = true)
+    {
+        VINST_COMPONENT* main_product = add("veltrin_base");
+        main_product->standalone = true;
+        main_product->selection =
+            selected ? VINST_SELECTION::selected : VINST_SELECTION::not_selected;
+        return main_product;
+    }
+
+    std::string command(VINST_COMPONENT* component, bool unattended = true,
+                        const QString& platform = "linux") const
+    {
+        std::string text =
+            build_install_command(*component, "veltrin_base", unattended, platform).toStdString();
+        // The directory's name differs from run to run.
+        const std::string dl = (dir / "dl").string();
+        for (std::size_t at = text.find(dl); at != std::string::npos; at = text.find(dl))
+            text.replace(at, dl.size(), "DL");
+        return text;
+    }
+
+    TEMP_DIR dir;
+    VINST_RELEASE release;
+};
+
+}
+
+TEST_F(InstallCommand, IsEmptyWithoutTheFile)
+{
+    EXPECT_EQ(command(add("tool", false)), "");
+    EXPECT_EQ(command(add("group", false, "")), "");
+}
+
+TEST_F(InstallCommand, IsEmptyWhileADependencysFileIsMissing)
+{
+    VINST_COMPONENT* tool = add("tool");
+    VINST_COMPONENT* library = add("library", false);
+    tool->dependencies = {library, add("group", false, "")};
+    EXPECT_EQ(command(tool), "");
+    dir.write("dl/library.run", "x");
+    EXPECT_NE(command(tool), "");
+}
+
+TEST_F(InstallCommand, RunsAnInstallerWithoutAsking)
+{
+    EXPECT_EQ(command(add("tool")),
+              native("DL/tool.run --mode unattended --unattendedmodeui minimal --accept_eula 1  "
+                     "--installdir /opt/v"));
+    release.unattended_ui = 0;
+    EXPECT_EQ(command(add("other")),
+              native("DL/other.run --mode unattended --unattendedmodeui none --accept_eula 1  "
+                     "--installdir /opt/v"));
+}
+
+TEST_F(InstallCommand, AcceptsNoLicenceForTheLicenceServiceAlone)
+{
+    EXPECT_EQ(
+        command(add("flexlm")),
+        native("DL/flexlm.run --mode unattended --unattendedmodeui minimal --installdir /opt/v"));
+}
+
+TEST_F(InstallCommand, LetsAnAttendedInstallerAsk)
+{
+    EXPECT_EQ(command(add("tool"), false), native("DL/tool.run --installdir /opt/v"));
+}
+
+TEST_F(InstallCommand, NamesTheSimulatorsEdition)
+{
+    EXPECT_EQ(
+        command(add("morlan_fe")),
+        native("DL/morlan_fe.run --mode unattended --unattendedmodeui minimal --accept_eula 1  "
+               "--installdir /opt/v --morlan_edition morlan_fe"));
+    EXPECT_EQ(command(add("morlan_fse"), false),
+              native("DL/morlan_fse.run --installdir /opt/v --morlan_edition morlan_fse"));
+    EXPECT_EQ(command(add("morlan")), "");
+    EXPECT_EQ(command(add("morlan_common")), "");
+}
+
+TEST_F(InstallCommand, ListsThePartsOfTheMainProduct)
+{
+    VINST_COMPONENT* main_product = add_main();
+    add("tool");
+    add("missing", false);
+    add("alone")->standalone = true;
+    add("loose", true, ".vdz");
+    VINST_COMPONENT* group = add("devinfo", false, "");
+    add("orion", true, ".vdz")->parent = group;
+    add("lyra", false, ".vdz")->parent = group;
+    add("morlan");
+    add("morlan_fe");
+    add("morlan_fse", false, "");
+    add("driver", true, ".exe", "windows");
+    EXPECT_EQ(
+        command(main_product),
+        native("DL/veltrin_base.run --mode unattended --unattendedmodeui minimal --accept_eula 1  "
+               "--installdir /opt/v --enable-components tool,orion,morlan_fe "
+               "--disable-components missing,alone,lyra,morlan_fse"));
+}
+
+TEST_F(InstallCommand, OmitsEmptyListsOfParts)
+{
+    VINST_COMPONENT* main_product = add_main();
+    EXPECT_EQ(command(main_product, false), native("DL/veltrin_base.run --installdir /opt/v"));
+    add("missing", false);
+    EXPECT_EQ(command(main_product, false),
+              native("DL/veltrin_base.run --installdir /opt/v --disable-components missing"));
+}
+
+TEST_F(InstallCommand, SkipsTheMainProductsOwnSumsOnWindows)
+{
+    EXPECT_EQ(
+        command(add_main(), true, "windows"),
+        native("DL/veltrin_base.run --mode unattended --unattendedmodeui minimal --accept_eula 1  "
+               "--skip_checksum 1  --installdir /opt/v"));
+}
+
+TEST_F(InstallCommand, EndsWithTheShortcutOptionsOfThePlatform)
+{
+    VINST_COMPONENT* main_product = add_main();
+    VINST_COMPONENT* other = add("desktop_shortcuts", false, "", "windows");
+    other->kind = VINST_COMPONENT_KIND::install;
+    other->cmd_options = "--windows 1";
+    VINST_COMPONENT* action = add("desktop_shortcuts", false, "");
+    action->kind = VINST_COMPONENT_KIND::install;
+    action->cmd_options = "--shortcuts 1 --menu 1";
+    EXPECT_EQ(command(main_product, false),
+              native("DL/veltrin_base.run --installdir /opt/v --shortcuts 1 --menu 1"));
+}
+
+TEST_F(InstallCommand, LeavesPartsToASelectedMainProduct)
+{
+    VINST_COMPONENT* main_product = add_main();
+    VINST_COMPONENT* tool = add("tool");
+    VINST_COMPONENT* alone = add("alone");
+    alone->standalone = true;
+    EXPECT_EQ(command(tool), "");
+    EXPECT_NE(command(alone), "");
+    main_product->selection = VINST_SELECTION::not_selected;
+    EXPECT_NE(command(tool), "");
+    main_product->selection = VINST_SELECTION::partly_selected;
+    EXPECT_EQ(command(tool), "");
+    std::filesystem::remove(dir / "dl/veltrin_base.run");
+    EXPECT_NE(command(tool), "");
+}
+
+TEST_F(InstallCommand, GivesAMainProductThatIsNotStandaloneNoCommandOfItsOwn)
+{
+    VINST_COMPONENT* main_product = add_main();
+    main_product->standalone = false;
+    EXPECT_EQ(command(main_product), "");
+}
+
+TEST_F(InstallCommand, HandsADeviceToTheDeviceInstaller)
+{
+    const std::string install = (dir / "inst").string();
+    release.set_install_dir(QString::fromStdString(install));
+    VINST_COMPONENT* group = add("devinfo", false, "");
+    VINST_COMPONENT* orion = add("orion", true, ".vdz");
+    orion->parent = group;
+    EXPECT_EQ(command(orion), "");
+    EXPECT_EQ(command(add("loose", true, ".vdz")), "");
+
+    const std::string installer = native(install + "/") + "devices/dev_install/dev_install.run";
+    dir.write("inst/devices/dev_install/dev_install.run", "x");
+    const std::string start = installer +
+                              " --mode unattended --unattendedmodeui minimal --accept_eula 1  "
+                              "--downloaddir DL --installdir " +
+                              install + "  --enable-components orion";
+    EXPECT_EQ(command(orion), start);
+    add("lyra", false, ".vdz")->parent = group;
+    add("vega", false, ".vdz", "windows")->parent = group;
+    add("orion", false, ".vdz", "windows")->parent = group;
+    EXPECT_EQ(command(orion), start + " --disable-components lyra,vega");
+    EXPECT_EQ(command(orion, false), start + " --disable-components lyra,vega");
+}
+
+TEST_F(InstallCommand, KnowsTheDeviceInstallersNameOnWindows)
+{
+    release.set_install_dir(QString::fromStdString((dir / "inst").string()));
+    VINST_COMPONENT* group = add("devinfo", false, "", "windows");
+    VINST_COMPONENT* vega = add("vega", true, ".vdz", "windows");
+    vega->parent = group;
+    dir.write("inst/devices/dev_install/dev_install.exe", "x");
+    EXPECT_NE(command(vega, true, "windows").find("/dev_install.exe --mode"), std::string::npos);
+}
+
+TEST_F(InstallCommand, PutsPartsWithBlanksInQuotes)
+{
+    release.set_download_dir(QString::fromStdString((dir / "d l").string()));
+    release.set_install_dir("/opt/my \"v\"");
+    dir.write("d l/tool.run", "x");
+    VINST_COMPONENT* tool = add("tool", false);
+    EXPECT_EQ(command(tool, false), native('"' + (dir / "d l").string() +
+                                           "/tool.run\" --installdir \"/opt/my \"\"\"v\"\"\"\""));
+}
+
+TEST_F(InstallCommand, SurvivesAComponentOfNoPlatform)
+{
+    EXPECT_NE(command(add("any", true, ".run", "")), "");
+    EXPECT_NE(command(add("odd", true, ".run", "solaris")), "");
+}
+
+TEST_F(InstallCommand, MakesVerifiedRunFilesExecutableForTheirOwner)
+{
+    using std::filesystem::perms;
+    make_installer_executable(*add("tool"));
+    EXPECT_EQ(std::filesystem::status(dir / "dl/tool.run").permissions(), perms::owner_all);
+    const auto before = std::filesystem::status(dir / "dl").permissions();
+    VINST_COMPONENT* archive = add("orion", true, ".vdz");
+    const auto mode = std::filesystem::status(dir / "dl/orion.vdz").permissions();
+    make_installer_executable(*archive);
+    EXPECT_EQ(std::filesystem::status(dir / "dl/orion.vdz").permissions(), mode);
+    EXPECT_EQ(std::filesystem::status(dir / "dl").permissions(), before);
+}
+
+TEST_F(InstallCommand, ReadsOnWindowsAsTheInstallersExpect)
+{
+    VINST_COMPONENT* main_product = add("veltrin_base", true, ".exe", "windows");
+    main_product->standalone = true;
+    main_product->selection = VINST_SELECTION::selected;
+    add("help", true, ".exe", "windows");
+    add("vprogrammer", false, ".exe", "windows");
+    VINST_COMPONENT* action = add("desktop_shortcuts", false, "", "windows");
+    action->kind = VINST_COMPONENT_KIND::install;
+    action->cmd_options = "--shortcuts 1";
+    EXPECT_EQ(
+        command(main_product, true, "windows"),
+        native("DL/veltrin_base.exe --mode unattended --unattendedmodeui minimal --accept_eula 1  "
+               "--skip_checksum 1  --installdir /opt/v --enable-components help "
+               "--disable-components vprogrammer --shortcuts 1"));
+}
+
+TEST_F(InstallCommand, ShowsTheMinimalInterfaceForEverySettingButZero)
+{
+    release.unattended_ui = -1;
+    EXPECT_EQ(
+        command(add("flexlm")),
+        native("DL/flexlm.run --mode unattended --unattendedmodeui minimal --installdir /opt/v"));
+}
+
+TEST_F(InstallCommand, IsEmptyWhereADirectoryStandsInTheFilesPlace)
+{
+    VINST_COMPONENT* tool = add("tool", false);
+    dir.make_dir("dl/tool.run");
+    EXPECT_FALSE(has_local_file(*tool));
+    EXPECT_EQ(command(tool), "");
+}
+
+TEST_F(InstallCommand, IsEmptyForTheMainProductWhileADependencysFileIsMissing)
+{
+    VINST_COMPONENT* main_product = add_main();
+    main_product->dependencies = {add("library", false)};
+    EXPECT_EQ(command(main_product), "");
+}
+
+TEST_F(InstallCommand, GivesALooseArchiveNoneEvenWhenItStandsAlone)
+{
+    VINST_COMPONENT* loose = add("loose", true, ".vdz");
+    loose->standalone = true;
+    EXPECT_EQ(command(loose), "");
+    EXPECT_EQ(command(add_main(), false),
+              native("DL/veltrin_base.run --installdir /opt/v --disable-components loose"));
+}
+
+TEST_F(InstallCommand, IsEmptyWhereADirectoryStandsInTheDeviceInstallersPlace)
+{
+    release.set_install_dir(QString::fromStdString((dir / "inst").string()));
+    dir.make_dir("inst/devices/dev_install/dev_install.run");
+    VINST_COMPONENT* orion = add("orion", true, ".vdz");
+    orion->parent = add("devinfo", false, "");
+    EXPECT_EQ(command(orion), "");
+}
+
+TEST_F(InstallCommand, InstallsAStandaloneDeviceBesideASelectedMainProduct)
+{
+    add_main();
+    release.set_install_dir(QString::fromStdString((dir / "inst").string()));
+    dir.write("inst/devices/dev_install/dev_install.run", "x");
+    VINST_COMPONENT* family = add("family", false, "");
+    family->parent = add("devinfo", false, "");
+    VINST_COMPONENT* orion = add("orion", true, ".vdz");
+    orion->parent = family;
+    EXPECT_EQ(command(orion), "");
+    orion->standalone = true;
+    EXPECT_NE(command(orion).find("dev_install.run --mode unattended"), std::string::npos);
+}
+
+TEST_F(InstallCommand, LeavesShortcutsOutWhenTheUserSkipsThem)
+{
+    VINST_COMPONENT* main_product = add_main();
+    VINST_COMPONENT* action = add("desktop_shortcuts", false, "");
+    action->kind = VINST_COMPONENT_KIND::install;
+    action->cmd_options = "--shortcuts 1";
+    const std::string with_shortcuts = command(main_product);
+    action->skip = 1;
+    EXPECT_EQ(command(main_product) + " --shortcuts 1", with_shortcuts);
+}
+
+TEST_F(InstallCommand, KeepsShortcutsForWhoRunsTheInstallerByHand)
+{
+    VINST_COMPONENT* main_product = add_main();
+    VINST_COMPONENT* action = add("desktop_shortcuts", false, "");
+    action->kind = VINST_COMPONENT_KIND::install;
+    action->cmd_options = "--shortcuts 1";
+    const QString offered = build_install_command(*main_product, "veltrin_base", false, "linux");
+    EXPECT_TRUE(offered.endsWith(" --shortcuts 1"));
+    action->skip = 1;
+    EXPECT_EQ(build_install_command(*main_product, "veltrin_base", false, "linux"), offered);
+}
+
+namespace
+{
+
+class ActionCommand : public InstallCommand
+{
+protected:
+    ActionCommand()
+    {
+        action = add("notify", false, "");
+        action->kind = VINST_COMPONENT_KIND::install;
+        action->cmd_exe = "bin/notify";
+        action->cmd_options = "--level 2";
+    }
+
+    std::string command() const { return build_action_command(*action, "linux").toStdString(); }
+
+    VINST_COMPONENT* action;
+};
+
+}
+
+TEST_F(ActionCommand, RunsInTheInstallDirectory)
+{
+    EXPECT_EQ(command(), native("/opt/v/bin/notify --level 2"));
+    release.set_install_dir("/opt/my v");
+    EXPECT_EQ(command(), native("\"/opt/my v/bin/notify\" --level 2"));
+    action->cmd_options.clear();
+    EXPECT_EQ(command(), native("\"/opt/my v/bin/notify\""));
+}
+
+TEST_F(ActionCommand, IsNoneWithoutAProgram)
+{
+    action->cmd_exe.clear();
+    EXPECT_EQ(command(), "");
+}
+
+TEST_F(ActionCommand, IsNoneWhenTheUserSkipsIt)
+{
+    action->skip = 1;
+    EXPECT_EQ(command(), "");
+}
+
+TEST_F(ActionCommand, BelongsToItsParentOrTheMainProduct)
+{
+    EXPECT_EQ(owner_of_action(*action, "linux"), nullptr);
+    VINST_COMPONENT* main_product = add_main(false);
+    EXPECT_EQ(owner_of_action(*action, "linux"), main_product);
+    EXPECT_EQ(owner_of_action(*action, "windows"), nullptr);
+    EXPECT_EQ(command(), "");
+    action->parent = add("tools");
+    EXPECT_EQ(owner_of_action(*action, "linux"), action->parent);
+    action->parent->selection = VINST_SELECTION::partly_selected;
+    EXPECT_EQ(command(), native("/opt/v/bin/notify --level 2"));
+}
