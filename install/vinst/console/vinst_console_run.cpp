@@ -6,6 +6,7 @@
 #include "install/vinst/base/vinst_utils.h"
 #include "install/vinst/console/vinst_cmdline.h"
 #include "install/vinst/download/vinst_downloader_mgr.h"
+#include "install/vinst/download/vinst_installation.h"
 #include "install/vinst/download/vinst_progress_block.h"
 #include "install/vinst/download/vinst_retry.h"
 #include "install/vinst/release/vinst_data_space.h"
@@ -126,7 +127,7 @@ void run_console(VINST_OPTIONS& options)
 
     if (!download_with_retries(manager, options) || !options.auto_install)
         return;
-    const bool installed = manager.install();
+    const bool installed = manager.install().result == VINST_INSTALL_OUTCOME::RESULT::installed;
     if (thr_stop_requested())
         return;
     report(installed ? "Installation completed successfully"

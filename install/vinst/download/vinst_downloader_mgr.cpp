@@ -4,6 +4,7 @@
 #include "install/vinst/base/vinst_platform.h"
 #include "install/vinst/base/vinst_text.h"
 #include "install/vinst/base/vinst_utils.h"
+#include "install/vinst/download/vinst_installation.h"
 #include "install/vinst/download/vinst_pac_runner.h"
 #include "install/vinst/release/vinst_data_install.h"
 #include "support/curl/curl_downloader.h"
@@ -394,6 +395,11 @@ quint64 VINST_DOWNLOADER_MGR::get_progress_percentage(VINST_COMPONENT* component
     if (m_view != nullptr)
         m_view->show_percentage(component, percent);
     return percent;
+}
+
+VINST_INSTALL_OUTCOME VINST_DOWNLOADER_MGR::install()
+{
+    return run_installation(m_release, m_passed_components, is_to_stop);
 }
 
 QStringList VINST_DOWNLOADER_MGR::lasting_error_texts() const

@@ -16,6 +16,7 @@
 
 class CURL_DOWNLOADER;
 struct CURL_PROGRESS_DATA;
+struct VINST_INSTALL_OUTCOME;
 
 /// Read by the progress callback on the transfer threads and by the hashing tasks; written by the
 /// main thread and, for the shutdown, by whoever takes a signal. They only ever delay an end.
@@ -70,9 +71,8 @@ public:
     /// Whether a check's result is still to come.
     static bool has_pending_integrity_tasks();
 
-    /// Runs the installers of the components that passed, one after another, then the after-install
-    /// actions that aren't skipped, up to the first that fails. \return whether all succeeded
-    bool install();
+    /// Runs the installers of the components that passed; see `run_installation`.
+    [[nodiscard]] VINST_INSTALL_OUTCOME install();
 
     /// Fetches the release's test file and compares its sum. A proxy that works is stored in the
     /// release. \return whether the connection works; if not, the reason was reported
@@ -139,10 +139,6 @@ private:
     void finish_integrity_tasks();
     bool has_passed(VINST_COMPONENT* component);
     void set_integrity_state(VINST_COMPONENT* component, VINST_INTEGRITY_STATE state);
-
-    bool is_unchanged_since_check(VINST_COMPONENT* component);
-    bool install_component(VINST_COMPONENT* component);
-    bool run_after_install_actions();
 
     std::chrono::milliseconds discovery_time_left() const;
     bool may_discover() const;

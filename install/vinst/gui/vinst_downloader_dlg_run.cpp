@@ -1,6 +1,7 @@
 #include "install/vinst/base/vinst_messages.h"
 #include "install/vinst/base/vinst_text.h"
 #include "install/vinst/base/vinst_utils.h"
+#include "install/vinst/download/vinst_installation.h"
 #include "install/vinst/download/vinst_retry.h"
 #include "install/vinst/gui/vinst_downloader_dlg.h"
 #include "install/vinst/gui/vinst_downloader_dlg_rules.h"
@@ -211,7 +212,7 @@ VINST_DOWNLOADER_DLG::REPORT VINST_DOWNLOADER_DLG::install_components()
     show_status(QStringLiteral("Installing the selected components, please wait..."));
     QElapsedTimer clock;
     clock.start();
-    const bool succeeded = m_manager.install();
+    const bool succeeded = m_manager.install().result == VINST_INSTALL_OUTCOME::RESULT::installed;
     const QString status = install_status(succeeded, static_cast<double>(clock.elapsed()) / 1000);
     show_status(status);
     run_log().info("%s", utf8(status));
