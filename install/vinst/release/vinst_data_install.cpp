@@ -16,6 +16,22 @@ namespace
 
 const QString edition_prefix = QStringLiteral("morlan_f");
 
+const QString main_not_standalone =
+    QStringLiteral("the manifest does not mark the main product as standalone");
+const QString left_to_main_product =
+    QStringLiteral("it is installed by the main product's installer, which was not run");
+
+bool is_edition(const QString& name)
+{
+    return name.startsWith(edition_prefix);
+}
+
+/// A path as the user reads it. Its last part may be a manifest's words.
+QString shown_path(const QString& path)
+{
+    return without_control_characters(QDir::toNativeSeparators(path));
+}
+
 QString installdir_part(const VINST_RELEASE& release)
 {
     return " --installdir " + command_part(release.install_dir());
@@ -50,24 +66,63 @@ QString option_part(const VINST_COMPONENT& component, bool is_main_product, cons
     return options;
 }
 
-/// The device installer, which the main product's installer has laid down, and one archive for it.
-QString device_command(VINST_COMPONENT& component, const QString& options)
+VINST_INSTALL_STEP no_command(const QString& reason)
+{
+    return {{}, reason, {}};
+}
+
+/// The reason when a file that the installer needs is missing; else empty.
+QString missing_file_reason(const VINST_COMPONENT& component)
+{
+    if (component.filename.isEmpty())
+        return QStringLiteral("it has no file to install");
+    if (!has_local_file(component))
+        return "its file is missing (" + shown_path(component.local_file_path()) + ')';
+    QStringList missing;
+    for (const VINST_COMPONENT* dependency : component.dependencies)
+        if (!dependency->filename.isEmpty() && !has_local_file(*dependency))
+            missing.append(dependency->display_name());
+    if (missing.isEmpty())
+        return {};
+    return missing.size() == 1
+               ? "its dependency " + missing.first() + " has not been downloaded"
+               : "its dependencies " + missing.join(", ") + " have not been downloaded";
+}
+
+/// The reason when there is no installer for a component of this kind; else empty.
+QString missing_installer_reason(const VINST_COMPONENT& component, const QString& main_product)
+{
+    if (component.name == main_product || component.is_device_group_member())
+        return {};
+    if (component.is_device_archive())
+        return QStringLiteral("it has no installer of its own, since it is a device archive "
+                              "outside the device group");
+    if (component.is_simulator() && !is_edition(component.name))
+        return QStringLiteral("it is installed with a simulator edition, and none was installed");
+    return {};
+}
+
+/// The device installer, which the main product's installer has installed, and one archive for it.
+VINST_INSTALL_STEP device_step(VINST_COMPONENT& component, const QString& options)
 {
     VINST_RELEASE& release = *component.release;
     const QString installer = release.install_dir() + QDir::separator() +
                               "devices/dev_install/dev_install" +
                               installer_suffix(component.platform);
     if (!QFileInfo(installer).isFile())
-        return {};
+        return no_command("its device installer was not in the install directory (" +
+                          shown_path(installer) + ')');
     // A device of the same name for the other platform is this device as far as the name goes.
     QStringList others;
     for (const auto& other : release.components())
         if (other->kind == VINST_COMPONENT_KIND::download && other->name != component.name &&
             other->is_device_group_member())
             others.append(other->name);
-    return command_part(installer) + options + " --downloaddir " +
-           command_part(release.ensure_download_dir()) + installdir_part(release) + ' ' +
-           enable_part({component.name}) + disable_part(others);
+    return {command_part(installer) + options + " --downloaddir " +
+                command_part(release.ensure_download_dir()) + installdir_part(release) + ' ' +
+                enable_part({component.name}) + disable_part(others),
+            {},
+            {}};
 }
 
 /// Whether the main product's installer is told to install a part, or to leave it out.
@@ -75,24 +130,30 @@ bool takes_part(const VINST_COMPONENT& part)
 {
     if (part.is_device_archive() && !part.is_device_group_member())
         return false;
-    return part.is_simulator() ? part.name.startsWith(edition_prefix) : !part.filename.isEmpty();
+    return part.is_simulator() ? is_edition(part.name) : !part.filename.isEmpty();
 }
 
-QString parts_of_main_product(const VINST_COMPONENT& main_product, const QString& platform)
+struct MAIN_PRODUCT_PARTS
 {
     QStringList enabled;
     QStringList disabled;
+};
+
+MAIN_PRODUCT_PARTS parts_of_main_product(const VINST_COMPONENT& main_product,
+                                         const QString& platform)
+{
+    MAIN_PRODUCT_PARTS parts;
     for (const VINST_COMPONENT* part :
          components_of_kind(*main_product.release, VINST_COMPONENT_KIND::download, platform))
     {
         if (part == &main_product)
             continue;
         if (part->standalone)
-            disabled.append(part->name);
+            parts.disabled.append(part->name);
         else if (takes_part(*part))
-            (has_local_file(*part) ? enabled : disabled).append(part->name);
+            (has_local_file(*part) ? parts.enabled : parts.disabled).append(part->name);
     }
-    return enable_part(enabled) + disable_part(disabled);
+    return parts;
 }
 
 /// Whoever runs the installer by hand hasn't been asked about shortcuts.
@@ -125,39 +186,54 @@ void make_installer_executable(const VINST_COMPONENT& component)
         FIO_FILE_SYSTEM::chmod(utf8(path), 0700);
 }
 
-QString build_install_command(VINST_COMPONENT& component, const QString& main_product,
-                              bool unattended, const QString& platform)
+VINST_INSTALL_STEP decide_install_step(VINST_COMPONENT& component, const QString& main_product,
+                                       bool unattended, const QString& platform)
 {
-    const bool all_dependencies_present =
-        std::all_of(component.dependencies.begin(), component.dependencies.end(),
-                    [](const VINST_COMPONENT* dependency)
-                    { return dependency->filename.isEmpty() || has_local_file(*dependency); });
-    if (!has_local_file(component) || !all_dependencies_present)
-        return {};
+    if (const QString reason = missing_file_reason(component); !reason.isEmpty())
+        return no_command(reason);
+    if (const QString reason = missing_installer_reason(component, main_product); !reason.isEmpty())
+        return no_command(reason);
 
+    const bool is_main_product = component.name == main_product;
     const QString own_platform = is_platform(component.platform) ? component.platform : platform;
     const VINST_RELEASE& release = *component.release;
     const VINST_COMPONENT* main_component = release.find_component(main_product, own_platform);
     if (!component.standalone && main_component != nullptr && main_component->is_selected() &&
         has_local_file(*main_component))
-        return {};
+        return no_command(is_main_product ? main_not_standalone : left_to_main_product);
 
-    const bool is_main_product = component.name == main_product;
     const QString options = option_part(component, is_main_product, platform);
     const QString own_installer = command_part(component.local_file_path()) +
                                   (unattended ? options : QString()) + installdir_part(release);
     if (is_main_product)
-        return own_installer + parts_of_main_product(component, own_platform) +
-               shortcut_options(release, own_platform, unattended);
+    {
+        const MAIN_PRODUCT_PARTS parts = parts_of_main_product(component, own_platform);
+        return {own_installer + enable_part(parts.enabled) + disable_part(parts.disabled) +
+                    shortcut_options(release, own_platform, unattended),
+                {},
+                parts.enabled};
+    }
     if (component.is_device_group_member())
-        return device_command(component, options);
-    if (component.is_device_archive())
-        return {};
-    if (!component.is_simulator())
-        return own_installer;
-    return component.name.startsWith(edition_prefix)
-               ? own_installer + " --morlan_edition " + command_part(component.name)
-               : QString();
+        return device_step(component, options);
+    const QString edition = is_edition(component.name)
+                                ? " --morlan_edition " + command_part(component.name)
+                                : QString();
+    return {own_installer + edition, {}, {}};
+}
+
+QString build_install_command(VINST_COMPONENT& component, const QString& main_product,
+                              bool unattended, const QString& platform)
+{
+    return decide_install_step(component, main_product, unattended, platform).command;
+}
+
+bool is_installed_by_others(const VINST_COMPONENT& component, const QStringList& installed)
+{
+    if (installed.contains(component.name))
+        return true;
+    // An edition's installer also installs the part that all editions share.
+    return component.is_simulator() && !is_edition(component.name) &&
+           std::any_of(installed.begin(), installed.end(), is_edition);
 }
 
 const VINST_COMPONENT* owner_of_action(const VINST_COMPONENT& action, const QString& platform)

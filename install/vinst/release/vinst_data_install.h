@@ -3,6 +3,7 @@
 #include "install/vinst/release/vinst_data.h"
 
 #include <QString>
+#include <QStringList>
 
 /// The main product's name in every manifest.
 inline const QString main_product_name = QStringLiteral("veltrin_base");
@@ -16,14 +17,32 @@ bool has_verified_file(const VINST_COMPONENT& component);
 /// Makes a verified ".run" file executable by its owner alone; other files keep their mode.
 void make_installer_executable(const VINST_COMPONENT& component);
 
-/// The command line of a component's installer; empty when nothing is to be run for it: a file is
-/// missing, or the main product's installer takes care of it.
+/// What to run to install a component, or why there is nothing to run.
+struct VINST_INSTALL_STEP
+{
+    QString command; ///< a command line, or empty
+    /// Completes "NAME was not installed: ", for a user; empty when there is a command.
+    QString reason_for_none;
+    QStringList parts; ///< names that the command enables in the main product's installer
+};
+
+/// Decides on a component by the files that are there now.
 ///
 /// \param main_product  the name of the main product component
 /// \param unattended    whether the installer runs without asking; the device installer always does
 /// \param platform      the host's: "linux" or "windows"
+VINST_INSTALL_STEP decide_install_step(VINST_COMPONENT& component, const QString& main_product,
+                                       bool unattended, const QString& platform);
+
+/// The step's command alone.
 QString build_install_command(VINST_COMPONENT& component, const QString& main_product,
                               bool unattended, const QString& platform);
+
+/// Whether a component without a command was installed by other components' installers.
+///
+/// \param installed  the names of the components whose installers ran, and the parts that those
+///                   enabled
+bool is_installed_by_others(const VINST_COMPONENT& component, const QStringList& installed);
 
 /// What an after-install action belongs to: its parent, else the platform's main product; null when
 /// there is none.

@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <string>
+#include <vector>
 
 namespace
 {
@@ -45,9 +47,23 @@ protected:
     std::string command(VINST_COMPONENT* component, bool unattended = true,
                         const QString& platform = "linux") const
     {
-        std::string text =
-            build_install_command(*component, "veltrin_base", unattended, platform).toStdString();
-        // The directory's name differs from run to run.
+        return with_short_directory(
+            build_install_command(*component, "veltrin_base", unattended, platform));
+    }
+
+    /// Why there is no command. A component has either a command or a reason.
+    std::string reason(VINST_COMPONENT* component, const QString& platform = "linux") const
+    {
+        const VINST_INSTALL_STEP step =
+            decide_install_step(*component, "veltrin_base", true, platform);
+        EXPECT_NE(step.command.isEmpty(), step.reason_for_none.isEmpty());
+        return with_short_directory(step.reason_for_none);
+    }
+
+    /// The directory's name differs from run to run.
+    std::string with_short_directory(const QString& command_or_reason) const
+    {
+        std::string text = command_or_reason.toStdString();
         const std::string dl = (dir / "dl").string();
         for (std::size_t at = text.find(dl); at != std::string::npos; at = text.find(dl))
             text.replace(at, dl.size(), "DL");
@@ -341,6 +357,125 @@ TEST_F(InstallCommand, KeepsShortcutsForWhoRunsTheInstallerByHand)
     EXPECT_TRUE(offered.endsWith(" --shortcuts 1"));
     action->skip = 1;
     EXPECT_EQ(build_install_command(*main_product, "veltrin_base", false, "linux"), offered);
+}
+
+namespace
+{
+
+class NoInstallCommand : public InstallCommand
+{
+};
+
+}
+
+TEST_F(NoInstallCommand, HasNoReasonWhereThereIsACommand)
+{
+    EXPECT_EQ(reason(add("tool")), "");
+    EXPECT_EQ(reason(add("any", true, ".run", "")), "");
+    EXPECT_EQ(reason(add_main()), "");
+}
+
+TEST_F(NoInstallCommand, IsDueToAMissingFile)
+{
+    EXPECT_EQ(reason(add("group", false, "")), "it has no file to install");
+    EXPECT_EQ(reason(add("tool", false)), native("its file is missing (DL/tool.run)"));
+}
+
+TEST_F(NoInstallCommand, IsDueToMissingDependencies)
+{
+    VINST_COMPONENT* tool = add("tool");
+    VINST_COMPONENT* library = add("library", false);
+    library->title = "The\nlibrary";
+    tool->dependencies = {add("there"), library, add("group", false, "")};
+    EXPECT_EQ(reason(tool), "its dependency The\uFFFDlibrary has not been downloaded");
+    tool->dependencies.push_back(add("other", false));
+    EXPECT_EQ(reason(tool), "its dependencies The\uFFFDlibrary, other have not been downloaded");
+}
+
+TEST_F(NoInstallCommand, IsDueToTheMainProduct)
+{
+    VINST_COMPONENT* main_product = add_main();
+    VINST_COMPONENT* tool = add("tool");
+    const std::string left_to_it =
+        "it is installed by the main product's installer, which was not run";
+    EXPECT_EQ(reason(tool), left_to_it);
+    EXPECT_EQ(reason(add("morlan_fe")), left_to_it);
+    main_product->standalone = false;
+    EXPECT_EQ(reason(main_product), "the manifest does not mark the main product as standalone");
+    EXPECT_EQ(reason(tool), left_to_it);
+    main_product->selection = VINST_SELECTION::not_selected;
+    EXPECT_EQ(reason(tool), "");
+    EXPECT_EQ(reason(main_product), "");
+}
+
+TEST_F(NoInstallCommand, IsDueToTheKindOfComponent)
+{
+    for (const bool selected : {false, true})
+    {
+        add_main(selected);
+        EXPECT_EQ(reason(add("loose", true, ".vdz")),
+                  "it has no installer of its own, since it is a device archive outside the device "
+                  "group");
+        for (const char* name : {"morlan", "morlan_common"})
+            EXPECT_EQ(reason(add(name)),
+                      "it is installed with a simulator edition, and none was installed");
+    }
+}
+
+TEST_F(NoInstallCommand, IsDueToAMissingDeviceInstaller)
+{
+    VINST_COMPONENT* orion = add("orion", true, ".vdz");
+    orion->parent = add("devinfo", false, "");
+    EXPECT_EQ(reason(orion), native("its device installer was not in the install directory "
+                                    "(/opt/v/devices/dev_install/dev_install.run)"));
+    orion->platform = "windows";
+    EXPECT_EQ(reason(orion), native("its device installer was not in the install directory "
+                                    "(/opt/v/devices/dev_install/dev_install.exe)"));
+}
+
+TEST_F(InstallCommand, NamesThePartsThatItEnablesInTheMainProduct)
+{
+    VINST_COMPONENT* main_product = add_main();
+    VINST_COMPONENT* tool = add("tool");
+    add("missing", false);
+    add("alone")->standalone = true;
+    add("loose", true, ".vdz");
+    add("morlan");
+    add("morlan_fe");
+    const auto parts = [](VINST_COMPONENT* component)
+    { return decide_install_step(*component, "veltrin_base", true, "linux").parts; };
+    EXPECT_EQ(parts(main_product), QStringList({"tool", "morlan_fe"}));
+    EXPECT_EQ(parts(tool), QStringList());
+    main_product->selection = VINST_SELECTION::not_selected;
+    EXPECT_EQ(parts(tool), QStringList());
+    main_product->selection = VINST_SELECTION::selected;
+    main_product->standalone = false;
+    EXPECT_EQ(parts(main_product), QStringList());
+}
+
+TEST_F(InstallCommand, IsNotNeededForWhatOthersInstall)
+{
+    struct CASE
+    {
+        const char* name;
+        QStringList installed;
+        bool is_installed;
+    };
+    for (const CASE& each : std::vector<CASE>{
+             {"tool", {}, false},
+             {"tool", {"veltrin_base", "other"}, false},
+             {"tool", {"veltrin_base", "tool"}, true},
+             {"morlan", {"veltrin_base"}, false},
+             {"morlan", {"veltrin_base", "morlan_fse"}, true},
+             {"morlan_common", {"morlan_fe"}, true},
+             {"morlan_common", {"morlan"}, false},
+             {"morlan_fe", {"morlan_fse"}, false},
+             {"morlan_fe", {"morlan_fe"}, true},
+         })
+    {
+        EXPECT_EQ(is_installed_by_others(*add(each.name), each.installed), each.is_installed)
+            << each.name << " with " << each.installed.join(' ').toStdString();
+    }
 }
 
 namespace
