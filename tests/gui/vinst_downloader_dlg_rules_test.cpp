@@ -1,3 +1,4 @@
+#include "install/vinst/download/vinst_installation.h"
 #include "install/vinst/gui/vinst_downloader_dlg_rules.h"
 
 #include <gtest/gtest.h>
@@ -6,6 +7,8 @@ using namespace std::chrono_literals;
 
 namespace
 {
+
+using RESULT = VINST_INSTALL_OUTCOME::RESULT;
 
 constexpr quint64 gib = 1024ULL * 1024 * 1024;
 
@@ -58,7 +61,8 @@ TEST(ManualRun, IsOfferedWhereNothingInstallsByItself)
 
 TEST(StatusStyle, IsRedForTrouble)
 {
-    for (const char* text : {"Download failed", "FAILURE", "an Error here", "no errors"})
+    for (const char* text : {"Download failed", "FAILURE", "an Error here", "no errors",
+                             "Nothing was installed: no component is selected."})
         EXPECT_EQ(status_style(text), "QLabel { color : red; }") << text;
     for (const char* text : {"", "Download successful", "Checking file integrity, please wait..."})
         EXPECT_EQ(status_style(text), "QLabel { color : blue; }") << text;
@@ -126,14 +130,34 @@ TEST(Reports, TellTheEndOfARun)
 {
     EXPECT_EQ(download_report(3), "<h2><font color=green>Download Complete</font></h2>3 "
                                   "component(s) have been successfully downloaded.");
-    EXPECT_EQ(install_report(true), "<h2><font color=green>Installation Complete</font></h2>The "
-                                    "software was successfully installed.");
-    EXPECT_EQ(install_report(false), "<h2><font color=red>Installation Incomplete</font></h2>"
-                                     "Please check the log for more information.");
-    EXPECT_EQ(install_status(true, 62.4),
+    EXPECT_EQ(install_report({RESULT::installed, {}, {}}),
+              "<h2><font color=green>Installation Complete</font></h2>The "
+              "software was successfully installed.");
+    EXPECT_EQ(install_status({RESULT::installed, {}, {}}, 62.4),
               "Installation completed successfully.  Total install time: 1 min 2 secs");
-    EXPECT_EQ(install_status(false, 0.2), "Installation cancelled or finished with error.  Total "
-                                          "install time: less than 1 sec");
+    for (const RESULT result : {RESULT::failed, RESULT::stopped})
+    {
+        EXPECT_EQ(install_report({result, {"A was not installed: why."}, {}}),
+                  "<h2><font color=red>Installation Incomplete</font></h2>"
+                  "Please check the log for more information.");
+        EXPECT_EQ(install_status({result, {}, {}}, 0.2),
+                  "Installation cancelled or finished with error.  Total "
+                  "install time: less than 1 sec");
+    }
+}
+
+TEST(Reports, NameWhatWasNotInstalled)
+{
+    const QStringList lines{"<b>A</b> & co was not installed: why.", "B was not installed: why."};
+    EXPECT_EQ(install_report({RESULT::installed, lines, {}}),
+              "<h2><font color=green>Installation Complete</font></h2>The software was "
+              "successfully installed.\n\n&lt;b&gt;A&lt;/b&gt; &amp; co was not installed: "
+              "why.\nB was not installed: why.");
+    const VINST_INSTALL_OUTCOME nothing{RESULT::nothing_to_install, lines, "no reason"};
+    EXPECT_EQ(install_report(nothing),
+              "<h2><font color=red>Nothing was installed</font></h2>No reason.\n\n"
+              "&lt;b&gt;A&lt;/b&gt; &amp; co was not installed: why.\nB was not installed: why.");
+    EXPECT_EQ(install_status(nothing, 62.4), "Nothing was installed: no reason.");
 }
 
 TEST(Reports, CountTheRetryDown)

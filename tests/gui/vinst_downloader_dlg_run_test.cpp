@@ -94,6 +94,63 @@ TEST_F(DialogRun, TellsAnInstallerThatFails)
     expect_idle();
 }
 
+TEST_F(DialogRun, InstallsNothingWhenNoComponentIsChecked)
+{
+    builder.component("one").selected(false);
+    open();
+    check_auto_install();
+    press_download({"OK"});
+    expect_box(0, "<h2><font color=red>Nothing was installed</font></h2>No component is selected.",
+               QMessageBox::Critical);
+    EXPECT_EQ(status(), "Nothing was installed: no component is selected.");
+    EXPECT_EQ(find<QLabel>("m_download_message_label").styleSheet(), "QLabel { color : red; }");
+    EXPECT_TRUE(log_holds("[info] Nothing was installed: no component is selected.\n"));
+    EXPECT_FALSE(exists("inst"));
+    expect_idle();
+}
+
+TEST_F(DialogRun, GivesTheReasonForEachComponentWithoutAnInstaller)
+{
+    builder.component("veltrin_base").title("The <b>Product</b> & more");
+    builder.component("part");
+    builder.component("act").data_type("install").no_file().cmd_exe("act");
+    open();
+    check_auto_install();
+    press_download({"OK"});
+    expect_box(0,
+               "<h2><font color=red>Nothing was installed</font></h2>None of the components has an "
+               "installer to run.<br/><br/>The &lt;b&gt;Product&lt;/b&gt; &amp; more was not "
+               "installed: the manifest does not mark the main product as standalone.<br/>The part "
+               "part was not installed: it is installed by the main product's installer, which was "
+               "not run.",
+               QMessageBox::Critical);
+    EXPECT_EQ(status(), "Nothing was installed: none of the components has an installer to run.");
+    EXPECT_TRUE(log_holds("[info] The part part was not installed: it is installed by the main "
+                          "product's installer, which was not run.\n"));
+    EXPECT_FALSE(log_holds("Run command: "));
+    EXPECT_FALSE(exists("inst"));
+    expect_idle();
+}
+
+TEST_F(DialogRun, NamesWhatWasLeftOutOfASuccessfulInstallation)
+{
+    builder.component("one").content(install_script());
+    builder.component("loose").filename("loose.vdz");
+    open();
+    check_auto_install();
+    press_download({"OK"});
+    expect_box(0,
+               "<h2><font color=green>Installation Complete</font></h2>The software was "
+               "successfully installed.<br/><br/>The loose part was not installed: it has no "
+               "installer of its own, since it is a device archive outside the device group.",
+               QMessageBox::Information);
+    EXPECT_TRUE(status().startsWith("Installation completed successfully.  Total install time: "))
+        << status().toStdString();
+    EXPECT_TRUE(log_holds("[info] The loose part was not installed: "));
+    EXPECT_EQ(dir.read("inst/install_order"), "one.run\n");
+    expect_idle();
+}
+
 TEST_F(DialogRun, RunsTheActionsThatAreChecked)
 {
     builder.component("veltrin_base")

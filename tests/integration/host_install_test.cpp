@@ -14,6 +14,25 @@ protected:
         arguments.insert(arguments.end(), more.begin(), more.end());
         run(arguments);
     }
+
+    bool output_ends_with(const std::string& text) const
+    {
+        return output.size() >= text.size() &&
+               output.compare(output.size() - text.size(), text.size(), text) == 0;
+    }
+
+    void expect_no_command() const
+    {
+        EXPECT_FALSE(output_holds("completed successfully")) << output;
+        EXPECT_EQ(log().find("Run command: "), std::string::npos) << log();
+        EXPECT_FALSE(std::filesystem::exists(dir / "inst"));
+    }
+
+    std::string device_installer() const
+    {
+        return host_path(dir / "inst/devices/dev_install" /
+                         ("dev_install" + tested_installer_suffix()));
+    }
 };
 
 }
@@ -39,6 +58,102 @@ TEST_F(HostInstall, GoesFromAManifestToAnInstalledRelease)
               std::string::npos)
         << log();
     EXPECT_NE(log().find("returned 0: installed "), std::string::npos);
+}
+
+TEST_F(HostInstall, InstallsNothingWhenTheMainProductIsNotStandalone)
+{
+    builder.component("veltrin_base").content(main_product_script());
+    builder.component("part").content(install_script());
+    builder.component("act").data_type("install").no_file().cmd_exe("act");
+    publish();
+    install();
+    EXPECT_TRUE(result.exited_with(0));
+    EXPECT_TRUE(output_ends_with(
+        "\nDownload successful\nDo install ...\n"
+        "The veltrin_base part was not installed: the manifest does not mark the main product as "
+        "standalone.\n"
+        "The part part was not installed: it is installed by the main product's installer, which "
+        "was not run.\n"
+        "Nothing was installed: none of the components has an installer to run.\n"))
+        << output;
+    expect_no_command();
+}
+
+TEST_F(HostInstall, InstallsNoDeviceWithoutItsDeviceInstaller)
+{
+    builder.component("devinfo").no_file();
+    builder.component("orion").parent("devinfo").filename("orion.vdz");
+    builder.component("loose").filename("loose.vdz");
+    publish();
+    install();
+    EXPECT_TRUE(output_ends_with(
+        "\nDo install ...\n"
+        "The orion part was not installed: its device installer was not in the install directory "
+        "(" +
+        device_installer() +
+        ").\n"
+        "The loose part was not installed: it has no installer of its own, since it is a device "
+        "archive outside the device group.\n"
+        "Nothing was installed: none of the components has an installer to run.\n"))
+        << output;
+    expect_no_command();
+}
+
+TEST_F(HostInstall, InstallsNothingWhenNoComponentIsSelected)
+{
+    builder.component("a").selected(false);
+    builder.component("act").data_type("install").no_file().cmd_exe("act");
+    publish();
+    install();
+    EXPECT_TRUE(
+        output_ends_with("\nDo install ...\nNothing was installed: no component is selected.\n"))
+        << output;
+    expect_no_command();
+}
+
+TEST_F(HostInstall, InstallsNothingWhenOnlyAGroupIsSelected)
+{
+    builder.component("devinfo").no_file();
+    publish();
+    install({"--components", "devinfo"});
+    EXPECT_TRUE(output_ends_with("\nDo install ...\nNothing was installed: no selected component "
+                                 "has a file to install.\n"))
+        << output;
+    expect_no_command();
+}
+
+TEST_F(HostInstall, NamesWhatWasLeftOutOfASuccessfulInstallation)
+{
+    builder.component("flexlm").standalone().content(install_script());
+    builder.component("devinfo").no_file();
+    builder.component("orion").title("Orion 100%s").parent("devinfo").filename("orion.vdz");
+    publish();
+    install();
+    EXPECT_TRUE(output_ends_with("\nDo install ...\nOrion 100%s was not installed: its device "
+                                 "installer was not in the install directory (" +
+                                 device_installer() + ").\nInstallation completed successfully\n"))
+        << output;
+    EXPECT_EQ(dir.read("inst/install_order"), "flexlm.run\n");
+    EXPECT_NE(log().find("Orion 100%s was not installed: "), std::string::npos);
+}
+
+TEST_F(HostInstall, DoesNotNameASimulatorWhoseEditionWasInstalled)
+{
+    builder.component("morlan").content(install_script());
+    builder.component("morlan_fe").parent("morlan").standalone().content(install_script());
+    publish();
+    install({"--components", "morlan_fe"});
+    EXPECT_TRUE(output_ends_with("\nDo install ...\nInstallation completed successfully\n"))
+        << output;
+    EXPECT_EQ(dir.read("inst/install_order"), "morlan_fe.run\n");
+    std::filesystem::remove_all(dir / "inst");
+
+    install({"--components", "morlan"});
+    EXPECT_TRUE(output_ends_with(
+        "\nDo install ...\nThe morlan part was not installed: it is installed with a simulator "
+        "edition, and none was installed.\nNothing was installed: none of the components has an "
+        "installer to run.\n"))
+        << output;
 }
 
 TEST_F(HostInstall, StopsAtAFailingInstaller)

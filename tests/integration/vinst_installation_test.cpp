@@ -4,6 +4,8 @@
 #include "support/thr/thr_sleep.h"
 #include "tests/harness/installer_scripts.h"
 
+#include <QDir>
+
 namespace
 {
 
@@ -137,6 +139,80 @@ TEST_F(Install, RunsTheActionsAfterTheInstallers)
     std::filesystem::permissions(dir / "inst/act", std::filesystem::perms::owner_all);
     EXPECT_EQ(manager->install().result, RESULT::installed);
     EXPECT_EQ(order(), "a.run\naction one two\naction three\n");
+}
+
+TEST_F(Install, LeavesOutActionsOfAComponentThatWasNotInstalled)
+{
+    builder.component("a").content(install_script());
+    builder.component("loose").filename("loose.vdz");
+    builder.component("act").data_type("install").no_file().parent("loose").cmd_exe("missing");
+    fetch();
+    const VINST_INSTALL_OUTCOME outcome = manager->install();
+    EXPECT_EQ(outcome.result, RESULT::installed);
+    EXPECT_EQ(outcome.not_installed.size(), 1);
+    EXPECT_TRUE(
+        log_holds("Leave out the action act, since its component was not installed: loose\n"));
+    EXPECT_FALSE(log_holds("missing returned"));
+}
+
+TEST_F(Install, RunsNoActionWhenNothingWasInstalled)
+{
+    builder.component("loose").filename("loose.vdz");
+    // It belongs to nothing, so that only the empty installation holds it back.
+    builder.component("act").data_type("install").no_file().cmd_exe("missing");
+    fetch();
+    const VINST_INSTALL_OUTCOME outcome = manager->install();
+    EXPECT_EQ(outcome.result, RESULT::nothing_to_install);
+    EXPECT_EQ(outcome.reason, "none of the components has an installer to run");
+    EXPECT_FALSE(log_holds("Run command: "));
+}
+
+TEST_F(Install, CountsAPartAsInstalledThatComesBeforeTheMainProduct)
+{
+    builder.component("part").content(install_script());
+    builder.component("morlan").content(install_script());
+    builder.component("morlan_fe").parent("morlan").content(install_script());
+    builder.component("veltrin_base").standalone().content(main_product_script());
+    fetch();
+    const VINST_INSTALL_OUTCOME outcome = manager->install();
+    EXPECT_EQ(outcome.result, RESULT::installed);
+    EXPECT_EQ(outcome.not_installed, QStringList());
+    EXPECT_TRUE(log_holds(" --enable-components part,morlan_fe\n"));
+}
+
+TEST_F(Install, NamesTheSimulatorWhenTheMainProductInstalledNoEdition)
+{
+    builder.component("veltrin_base").standalone().content(main_product_script());
+    builder.component("morlan").content(install_script());
+    fetch();
+    EXPECT_EQ(manager->install().not_installed,
+              QStringList("The morlan part was not installed: it is installed with a simulator "
+                          "edition, and none was installed."));
+}
+
+TEST_F(Install, NamesAFileThatVanishedAfterItsCheck)
+{
+    builder.component("a").content(install_script());
+    fetch();
+    std::filesystem::remove(dir / "dl/a.run");
+    const VINST_INSTALL_OUTCOME outcome = manager->install();
+    EXPECT_EQ(outcome.result, RESULT::nothing_to_install);
+    EXPECT_EQ(outcome.not_installed,
+              QStringList("The a part was not installed: its file is missing (" +
+                          QDir::toNativeSeparators(component("a")->local_file_path()) + ")."));
+}
+
+TEST_F(Install, NamesWhatHadNoInstallerBeforeAFailure)
+{
+    builder.component("loose").filename("loose.vdz");
+    builder.component("a").content(install_script(3));
+    builder.component("other").filename("other.vdz");
+    fetch();
+    const VINST_INSTALL_OUTCOME outcome = manager->install();
+    EXPECT_EQ(outcome.result, RESULT::failed);
+    ASSERT_EQ(outcome.not_installed.size(), 1);
+    EXPECT_TRUE(outcome.not_installed.first().startsWith("The loose part was not installed: "));
+    EXPECT_EQ(install_verdict(outcome), "Installation cancelled or finished with error");
 }
 
 TEST_F(Install, FailsWhenAnActionFails)

@@ -127,10 +127,10 @@ void run_console(VINST_OPTIONS& options)
 
     if (!download_with_retries(manager, options) || !options.auto_install)
         return;
-    const bool installed = manager.install().result == VINST_INSTALL_OUTCOME::RESULT::installed;
+    const VINST_INSTALL_OUTCOME outcome = manager.install();
     if (thr_stop_requested())
         return;
-    report(installed ? "Installation completed successfully"
-                     : "Installation cancelled or finished with error",
-           false);
+    for (const QString& line : outcome.not_installed)
+        report(utf8(line), false);
+    report(utf8(install_verdict(outcome)), false);
 }

@@ -9,11 +9,19 @@
 #include "install/vinst/release/vinst_data_install.h"
 
 #include <algorithm>
+#include <vector>
 
 namespace
 {
 
 using RESULT = VINST_INSTALL_OUTCOME::RESULT;
+
+/// A component whose turn came without an installer to run.
+struct WITHOUT_INSTALLER
+{
+    const VINST_COMPONENT* component;
+    QString reason;
+};
 
 /// One run over the components that passed their checks.
 class INSTALLATION
@@ -25,19 +33,18 @@ public:
     {
     }
 
-    RESULT run()
-    {
-        if (install_components() && run_actions())
-            return RESULT::installed;
-        return m_is_to_stop() ? RESULT::stopped : RESULT::failed;
-    }
+    VINST_INSTALL_OUTCOME run();
 
 private:
     bool install_components();
-    bool run_actions() const;
     bool install(VINST_COMPONENT& component);
+    bool run_actions() const;
+    bool run_action(const VINST_COMPONENT& action) const;
+    bool is_left_out(const VINST_COMPONENT* component) const;
+    QStringList not_installed() const;
+    QString reason_for_nothing() const;
     bool is_unchanged_since_check(VINST_COMPONENT& component) const;
-    bool run(const QString& command) const
+    bool run_to_success(const QString& command) const
     {
         return !m_is_to_stop() && run_command(command, m_is_to_stop) == 0;
     }
@@ -45,7 +52,19 @@ private:
     const VINST_RELEASE& m_release;
     const VINST_COMPONENT_LIST& m_components;
     const std::function<bool()>& m_is_to_stop;
+    QStringList m_installed; ///< names: of what an installer ran for, and of parts it enabled
+    std::vector<WITHOUT_INSTALLER> m_without_installer;
 };
+
+VINST_INSTALL_OUTCOME INSTALLATION::run()
+{
+    const bool succeeded = install_components() && (m_installed.isEmpty() || run_actions());
+    if (!succeeded)
+        return {m_is_to_stop() ? RESULT::stopped : RESULT::failed, not_installed(), {}};
+    if (m_installed.isEmpty())
+        return {RESULT::nothing_to_install, not_installed(), reason_for_nothing()};
+    return {RESULT::installed, not_installed(), {}};
+}
 
 bool INSTALLATION::install_components()
 {
@@ -57,11 +76,12 @@ bool INSTALLATION::install_components()
 
 bool INSTALLATION::install(VINST_COMPONENT& component)
 {
-    const QString command =
-        build_install_command(component, main_product_name, true, host_platform());
-    if (command.isEmpty())
+    const VINST_INSTALL_STEP step =
+        decide_install_step(component, main_product_name, true, host_platform());
+    if (step.command.isEmpty())
     {
         run_log().info("Nothing to run for component: %s", component.log_name());
+        m_without_installer.push_back({&component, step.reason_for_none});
         return true;
     }
     // The main product's installer reads the files of its parts, too.
@@ -70,7 +90,10 @@ bool INSTALLATION::install(VINST_COMPONENT& component)
     const bool unchanged =
         std::all_of(read_by_it.begin(), read_by_it.end(),
                     [this](VINST_COMPONENT* file) { return is_unchanged_since_check(*file); });
-    return unchanged && run(command);
+    if (!unchanged || m_is_to_stop())
+        return false;
+    m_installed << component.name << step.parts;
+    return run_to_success(step.command);
 }
 
 bool INSTALLATION::is_unchanged_since_check(VINST_COMPONENT& component) const
@@ -95,13 +118,71 @@ bool INSTALLATION::run_actions() const
     const VINST_COMPONENT_LIST actions =
         components_of_kind(m_release, VINST_COMPONENT_KIND::install, host_platform());
     return std::all_of(actions.begin(), actions.end(),
-                       [this](const VINST_COMPONENT* action)
-                       {
-                           const QString command = build_action_command(*action, host_platform());
-                           return command.isEmpty() || run(command);
+                       [this](const VINST_COMPONENT* action) { return run_action(*action); });
+}
+
+bool INSTALLATION::run_action(const VINST_COMPONENT& action) const
+{
+    const QString command = build_action_command(action, host_platform());
+    if (command.isEmpty())
+        return true;
+    const VINST_COMPONENT* const owner = owner_of_action(action, host_platform());
+    if (is_left_out(owner))
+    {
+        run_log().info("Leave out the action %s, since its component was not installed: %s",
+                       action.log_name(), owner->log_name());
+        return true;
+    }
+    return run_to_success(command);
+}
+
+bool INSTALLATION::is_left_out(const VINST_COMPONENT* component) const
+{
+    return std::any_of(m_without_installer.begin(), m_without_installer.end(),
+                       [&](const WITHOUT_INSTALLER& entry) {
+                           return entry.component == component &&
+                                  !is_installed_by_others(*component, m_installed);
                        });
 }
 
+QStringList INSTALLATION::not_installed() const
+{
+    // Decided at the end: the main product's installer may run after its parts had their turn.
+    QStringList lines;
+    for (const auto& [component, reason] : m_without_installer)
+        if (!is_installed_by_others(*component, m_installed))
+            lines.append(component->display_name() + " was not installed: " + reason + '.');
+    return lines;
+}
+
+QString INSTALLATION::reason_for_nothing() const
+{
+    if (!m_components.empty())
+        return QStringLiteral("none of the components has an installer to run");
+    const VINST_COMPONENT_LIST offered =
+        components_of_kind(m_release, VINST_COMPONENT_KIND::download, host_platform());
+    const bool is_group_selected =
+        std::any_of(offered.begin(), offered.end(),
+                    [](const VINST_COMPONENT* component) { return component->is_selected(); });
+    return is_group_selected ? QStringLiteral("no selected component has a file to install")
+                             : QStringLiteral("no component is selected");
+}
+
+}
+
+QString install_verdict(const VINST_INSTALL_OUTCOME& outcome)
+{
+    switch (outcome.result)
+    {
+    case RESULT::installed:
+        return QStringLiteral("Installation completed successfully");
+    case RESULT::nothing_to_install:
+        return "Nothing was installed: " + outcome.reason + '.';
+    case RESULT::failed:
+    case RESULT::stopped:
+        break;
+    }
+    return QStringLiteral("Installation cancelled or finished with error");
 }
 
 VINST_INSTALL_OUTCOME run_installation(const VINST_RELEASE& release,
@@ -110,5 +191,5 @@ VINST_INSTALL_OUTCOME run_installation(const VINST_RELEASE& release,
 {
     report("Do install ...", false);
     free_disk_space(utf8(release.install_dir()));
-    return {INSTALLATION(release, components, is_to_stop).run()};
+    return INSTALLATION(release, components, is_to_stop).run();
 }

@@ -2,6 +2,9 @@
 
 #include "install/vinst/release/vinst_data_components.h"
 
+#include <QString>
+#include <QStringList>
+
 #include <functional>
 
 /// How an installation ended.
@@ -9,17 +12,29 @@ struct VINST_INSTALL_OUTCOME
 {
     enum class RESULT
     {
-        installed,
+        installed,          ///< at least one installer ran, and all that ran succeeded
+        nothing_to_install, ///< no component had an installer to run
         failed, ///< an installer or an action failed, or a file has changed since its check
         stopped
     };
 
     RESULT result;
+    /// A line for each component that had no installer to run and was not installed by another
+    /// component's installer either: "NAME was not installed: ...". Plain text, with a manifest's
+    /// words in it.
+    QStringList not_installed;
+    QString reason; ///< why there was nothing to install, without a full stop; else empty
 };
+
+/// The line that ends an installation. Its words are the program's own.
+QString install_verdict(const VINST_INSTALL_OUTCOME& outcome);
 
 /// Runs the installers of the components in their order, then the after-install actions of the
 /// host's platform that are not skipped. The first failure ends it. A file that looks different
 /// from the one that was verified is hashed again before its installer is run.
+///
+/// Actions of a component that was not installed are left out, and so are all actions when no
+/// installer ran: their programs would not be there.
 ///
 /// Blocks with the caller's event loop alive, and runs on the thread of the release.
 ///

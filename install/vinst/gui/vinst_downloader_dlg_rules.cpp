@@ -3,6 +3,7 @@
 #include "install/vinst/base/vinst_messages.h"
 #include "install/vinst/base/vinst_text.h"
 #include "install/vinst/base/vinst_utils.h"
+#include "install/vinst/download/vinst_installation.h"
 
 namespace
 {
@@ -18,6 +19,17 @@ QString available_text(const QString& prefix, const VINST_VOLUME& volume)
 {
     return prefix + ' ' +
            (volume.available < 0 ? "N/A" : gb_text(static_cast<quint64>(volume.available)));
+}
+
+QString as_sentence(const QString& text)
+{
+    return text.left(1).toUpper() + text.mid(1) + '.';
+}
+
+/// Further lines of a report, set apart from it.
+QString below_report(const QStringList& lines)
+{
+    return lines.isEmpty() ? QString() : "\n\n" + lines.join('\n').toHtmlEscaped();
 }
 
 }
@@ -46,7 +58,8 @@ bool offers_manual_run(const VINST_AUTO_INSTALL_AVAILABILITY& availability,
 QString status_style(const QString& text)
 {
     const QString lower = text.toLower();
-    const bool is_bad = lower.contains("fail") || lower.contains("error");
+    const bool is_bad = lower.contains("fail") || lower.contains("error") ||
+                        lower.contains("nothing was installed");
     return is_bad ? "QLabel { color : red; }" : "QLabel { color : blue; }";
 }
 
@@ -104,19 +117,31 @@ QString download_report(int components)
            " component(s) have been successfully downloaded.";
 }
 
-QString install_report(bool succeeded)
+QString install_report(const VINST_INSTALL_OUTCOME& outcome)
 {
-    return succeeded ? "<h2><font color=green>Installation Complete</font></h2>The software was "
-                       "successfully installed."
-                     : "<h2><font color=red>Installation Incomplete</font></h2>Please check the "
-                       "log for more information.";
+    switch (outcome.result)
+    {
+    case VINST_INSTALL_OUTCOME::RESULT::installed:
+        return "<h2><font color=green>Installation Complete</font></h2>The software was "
+               "successfully installed." +
+               below_report(outcome.not_installed);
+    case VINST_INSTALL_OUTCOME::RESULT::nothing_to_install:
+        return "<h2><font color=red>Nothing was installed</font></h2>" +
+               as_sentence(outcome.reason) + below_report(outcome.not_installed);
+    case VINST_INSTALL_OUTCOME::RESULT::failed:
+    case VINST_INSTALL_OUTCOME::RESULT::stopped:
+        break;
+    }
+    return QStringLiteral("<h2><font color=red>Installation Incomplete</font></h2>Please check the "
+                          "log for more information.");
 }
 
-QString install_status(bool succeeded, double seconds)
+QString install_status(const VINST_INSTALL_OUTCOME& outcome, double seconds)
 {
-    return QString("Installation ") +
-           (succeeded ? "completed successfully. " : "cancelled or finished with error. ") +
-           " Total install time: " + format_elapsed(seconds);
+    const QString verdict = install_verdict(outcome);
+    if (outcome.result == VINST_INSTALL_OUTCOME::RESULT::nothing_to_install)
+        return verdict;
+    return verdict + ".  Total install time: " + format_elapsed(seconds);
 }
 
 QString retry_status(int attempt, std::chrono::seconds left)

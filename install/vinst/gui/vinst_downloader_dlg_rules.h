@@ -9,6 +9,8 @@
 
 // What the main dialog decides and says, without a window.
 
+struct VINST_INSTALL_OUTCOME;
+
 /// Whether the release can be installed after its download.
 struct VINST_AUTO_INSTALL_AVAILABILITY
 {
@@ -24,7 +26,8 @@ VINST_AUTO_INSTALL_AVAILABILITY auto_install_availability(const QString& selecte
 bool offers_manual_run(const VINST_AUTO_INSTALL_AVAILABILITY& availability,
                        bool auto_install_checked);
 
-/// Red for what failed, blue for everything else; matched by the words "fail" and "error".
+/// Red for what failed, blue for everything else; matched by the words "fail", "error" and "nothing
+/// was installed".
 QString status_style(const QString& text);
 
 /// The licence link's rich text.
@@ -62,9 +65,10 @@ QString needed_components_status(const VINST_COMPONENT_LIST& needed);
 
 /// What the reports at the end of a run say, in the program's own markup.
 QString download_report(int components);
-QString install_report(bool succeeded);
+/// Names of components in it are escaped.
+QString install_report(const VINST_INSTALL_OUTCOME& outcome);
 /// The status line after an installation. \param seconds  that it took
-QString install_status(bool succeeded, double seconds);
+QString install_status(const VINST_INSTALL_OUTCOME& outcome, double seconds);
 /// The status line while waiting for the next attempt.
 QString retry_status(int attempt, std::chrono::seconds left);
 /// What is said when the retry duration is used up.

@@ -212,11 +212,14 @@ VINST_DOWNLOADER_DLG::REPORT VINST_DOWNLOADER_DLG::install_components()
     show_status(QStringLiteral("Installing the selected components, please wait..."));
     QElapsedTimer clock;
     clock.start();
-    const bool succeeded = m_manager.install().result == VINST_INSTALL_OUTCOME::RESULT::installed;
-    const QString status = install_status(succeeded, static_cast<double>(clock.elapsed()) / 1000);
+    const VINST_INSTALL_OUTCOME outcome = m_manager.install();
+    const QString status = install_status(outcome, static_cast<double>(clock.elapsed()) / 1000);
     show_status(status);
+    for (const QString& line : outcome.not_installed)
+        run_log().info("%s", utf8(line));
     run_log().info("%s", utf8(status));
-    return {install_report(succeeded), !succeeded, true};
+    return {install_report(outcome), outcome.result != VINST_INSTALL_OUTCOME::RESULT::installed,
+            true};
 }
 
 void VINST_DOWNLOADER_DLG::show_elapsed_time()

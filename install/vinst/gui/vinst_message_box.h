@@ -9,6 +9,6 @@ class QString;
 /// object.
 void show_message_box(const std::string& text, bool is_error);
 
-/// The same for the program's own markup. No manifest's, server's or installer's words may be in
-/// it.
+/// The same for the program's own markup. A manifest's, server's or installer's words may be in it
+/// only if they are escaped.
 void show_markup_box(const QString& markup, bool is_error);
