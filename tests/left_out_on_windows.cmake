@@ -9,8 +9,8 @@ set(VINST_LEFT_OUT_ON_WINDOWS
   child_process server_process nginx_server proxy_server socks_server network_namespace
   test_authority
   # Tests inside the process that need those servers.
-  curl_downloader_network_test curl_downloader_test vinst_downloader_mgr_connection_test
-  vinst_downloader_mgr_proxy_test)
+  curl_downloader_network_test curl_downloader_test vinst_connection_test_test
+  vinst_proxy_discovery_test)
 
 # Tests that a Windows build leaves out, as GoogleTest's filter names them.
 set(VINST_TESTS_LEFT_OUT_ON_WINDOWS

@@ -39,6 +39,11 @@ void CURL_DOWNLOADER::set_progress_callback(CURL_PROGRESS_CALLBACK callback)
     m_settings.progress_callback = callback;
 }
 
+void CURL_DOWNLOADER::set_file_end_callback(std::function<void()> callback)
+{
+    m_on_file_end = std::move(callback);
+}
+
 void CURL_DOWNLOADER::add_file(const std::string& url, const std::string& path,
                                CURL_PROGRESS_DATA* data)
 {
@@ -58,12 +63,6 @@ void CURL_DOWNLOADER::download_files(int parallel, bool wait)
     m_changed.wait(lock, [this] { return m_complete.load(); });
 }
 
-void CURL_DOWNLOADER::wait_for_files(std::size_t finished_before, std::chrono::milliseconds at_most)
-{
-    std::unique_lock lock(m_mutex);
-    m_changed.wait_for(lock, at_most, [&] { return m_complete || m_finished > finished_before; });
-}
-
 int CURL_DOWNLOADER::download_one_file(const std::string& url, const std::string& path,
                                        CURL_PROGRESS_DATA* data)
 {
@@ -76,14 +75,18 @@ void CURL_DOWNLOADER::run(std::size_t parallel)
 {
     CURL_DOWNLOAD_LOOP loop(m_settings, [this] { count_file(); });
     loop.run(std::exchange(m_queue, {}), parallel, m_stop);
-    const std::lock_guard lock(m_mutex);
-    m_complete = true;
-    m_changed.notify_all();
+    {
+        const std::lock_guard lock(m_mutex);
+        m_complete = true;
+        m_changed.notify_all();
+    }
+    if (m_on_file_end)
+        m_on_file_end();
 }
 
 void CURL_DOWNLOADER::count_file()
 {
-    const std::lock_guard lock(m_mutex);
     ++m_finished;
-    m_changed.notify_all();
+    if (m_on_file_end)
+        m_on_file_end();
 }

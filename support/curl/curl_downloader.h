@@ -6,6 +6,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <deque>
+#include <functional>
 #include <mutex>
 #include <thread>
 
@@ -25,6 +26,9 @@ public:
     ~CURL_DOWNLOADER() override;
 
     void set_progress_callback(CURL_PROGRESS_CALLBACK callback);
+    /// Called on the transfer thread after each file has ended, well or not, and once more when all
+    /// are complete. Before `download_files` only.
+    void set_file_end_callback(std::function<void()> callback);
 
     /// Queues a file; before `download_files` only.
     void add_file(const std::string& url, const std::string& path, CURL_PROGRESS_DATA* data);
@@ -37,9 +41,6 @@ public:
     /// How many files have ended, well or not.
     std::size_t finished_files() const { return m_finished; }
 
-    /// Sleeps until more than `finished_before` files have ended, all have, or the time is over.
-    void wait_for_files(std::size_t finished_before, std::chrono::milliseconds at_most);
-
     /// Fetches one file and waits for it. \return the HTTP status; -1 when no server answered
     int download_one_file(const std::string& url, const std::string& path,
                           CURL_PROGRESS_DATA* data);
@@ -48,6 +49,7 @@ private:
     void run(std::size_t parallel);
     void count_file();
 
+    std::function<void()> m_on_file_end; ///< unchanged while the thread runs
     std::deque<CURL_REQUEST> m_queue; ///< the caller's until the thread starts, then the thread's
     std::thread m_thread;
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "install/vinst/base/vinst_messages.h"
+#include "install/vinst/base/vinst_stop.h"
 #include "install/vinst/base/vinst_text.h"
 #include "install/vinst/gui/vinst_downloader_dlg.h"
 #include "install/vinst/gui/vinst_downloader_treeview.h"
@@ -124,11 +125,11 @@ protected:
         return *find<QWidget>(name).findChild<QLineEdit*>("m_line_edit");
     }
 
-    static void wait_for_checks()
+    void wait_for_checks() const
     {
         QElapsedTimer clock;
         clock.start();
-        while (VINST_DOWNLOADER_MGR::has_pending_integrity_tasks() && !clock.hasExpired(20'000))
+        while (dialog->is_checking_files() && !clock.hasExpired(20'000))
             QTest::qWait(10);
     }
 

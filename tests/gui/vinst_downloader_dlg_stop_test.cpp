@@ -61,7 +61,7 @@ TEST_F(DialogStop, EndsARunThatChecksFiles)
     expect_box(0, closing_refused, QMessageBox::Information);
     EXPECT_LT(since_stop.elapsed(), 1000);
     EXPECT_EQ(status(), "Download stopped");
-    EXPECT_FALSE(VINST_DOWNLOADER_MGR::has_pending_integrity_tasks());
+    EXPECT_FALSE(dialog->is_checking_files());
     EXPECT_EQ(integrity_code(), 0);
     expect_idle();
     // No check is left that the window would have to wait for.

@@ -44,7 +44,7 @@ protected:
         write_file(dir / "dl/one.run", "");
         std::filesystem::resize_file(dir / "dl/one.run", size); // a hole
         open_during_checks();
-        ASSERT_TRUE(VINST_DOWNLOADER_MGR::has_pending_integrity_tasks());
+        ASSERT_TRUE(dialog->is_checking_files());
     }
 
     bool is_run_column_shown() const { return !tree().isColumnHidden(run_column); }
@@ -498,7 +498,7 @@ TEST_F(Dialog, GoesOnCheckingWhileTheConnectionIsTested)
     dialog->findChild<QPushButton*>("m_test_internet_connection_btn")->click();
     ASSERT_EQ(boxes.shown().size(), 1U);
     EXPECT_EQ(boxes.shown()[0].text, "Internet connection tested successfully!");
-    EXPECT_TRUE(VINST_DOWNLOADER_MGR::has_pending_integrity_tasks());
+    EXPECT_TRUE(dialog->is_checking_files());
 }
 
 TEST_F(Dialog, OpensTheSurveyForThoseWhoWantIt)

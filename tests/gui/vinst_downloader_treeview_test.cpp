@@ -110,12 +110,12 @@ protected:
     {
         write_file(dir / "dl" / component->filename.toStdString(),
                    "#!/bin/sh\ntouch '" + (dir / "ran").string() + "'\n", 0755);
-        component->download_complete = true;
-        component->integrity_checked = true;
-        component->integrity_passed = true;
-        component->checked_download_dir = release.download_dir();
-        component->verified_file =
-            FIO_FILE_SYSTEM::identity((dir / "dl" / component->filename.toStdString()).string());
+        component->size = static_cast<qint64>(
+            std::filesystem::file_size(dir / "dl" / component->filename.toStdString()));
+        component->file.measure();
+        component->file.begin_check();
+        component->file.finish_check(
+            {true, FIO_FILE_SYSTEM::identity(utf8(component->file.path()))});
     }
 
     bool log_holds(const std::string& part) const
@@ -417,7 +417,7 @@ TEST_F(TreeView, OffersToRunWhatIsVerified)
     EXPECT_FALSE(value(base, run_column).toBool());
     EXPECT_FALSE(is_blank(picture(help, run_column)));
     EXPECT_TRUE(is_blank(picture(base, run_column)));
-    help->integrity_passed = false;
+    help->file.finish_check({});
     tree.refresh_run_flags();
     EXPECT_FALSE(value(help, run_column).toBool());
     base->standalone = true;
@@ -516,7 +516,9 @@ TEST_F(TreeView, TellsThatAnInstallerCannotBeStarted)
 {
     verify(help);
     write_file(dir / "dl/help.run", "\x01 no program", 0644);
-    help->verified_file = FIO_FILE_SYSTEM::identity((dir / "dl/help.run").string());
+    help->size = static_cast<qint64>(std::filesystem::file_size(dir / "dl/help.run"));
+    help->file.measure();
+    help->file.finish_check({true, FIO_FILE_SYSTEM::identity((dir / "dl/help.run").string())});
     base->selection = VINST_SELECTION::not_selected;
     fill();
     tree.show_run_column(true);

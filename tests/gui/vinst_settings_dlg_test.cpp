@@ -1,7 +1,7 @@
 #include "install/vinst/gui/vinst_settings_dlg.h"
 
+#include "install/vinst/base/vinst_stop.h"
 #include "install/vinst/base/vinst_text.h"
-#include "install/vinst/download/vinst_downloader_mgr.h"
 #include "install/vinst/release/vinst_data.h"
 #include "tests/gui/browser.h"
 #include "tests/gui/modal_box.h"

@@ -1,5 +1,7 @@
 #include "tests/integration/downloader_fixture.h"
 
+#include "tests/harness/wait_until.h"
+
 #include "tests/harness/loopback.h"
 #include "tests/harness/nginx_server.h"
 #include "tests/harness/unanswering_port.h"
@@ -25,8 +27,8 @@ std::chrono::nanoseconds time_to_stop(const std::string& url, const std::string&
     reached();
     const auto asked = CLOCK::now();
     stop_asked = true;
-    downloader.wait_for_files(0, 30s);
-    EXPECT_TRUE(downloader.finished_files() == 1);
+    EXPECT_TRUE(wait_until([&] { return downloader.downloads_complete(); }, 30s));
+    EXPECT_EQ(downloader.finished_files(), 1U);
     EXPECT_EQ(data.curl_code, 42);
     return CLOCK::now() - asked;
 }
@@ -442,7 +444,7 @@ TEST_F(Downloader, StopsWhatIsStillQueued)
     server.wait_for_requests("/f", 2, 5s);
     stop_asked = true;
     const auto asked = CLOCK::now();
-    downloader.wait_for_files(records.size() - 1, 10s);
+    EXPECT_TRUE(wait_until([&] { return downloader.downloads_complete(); }, 10s));
     EXPECT_LT(CLOCK::now() - asked, 1s);
     for (const CURL_PROGRESS_DATA& record : records)
         EXPECT_EQ(record.curl_code, 42);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "install/vinst/base/vinst_messages.h"
+#include "install/vinst/base/vinst_stop.h"
 #include "install/vinst/download/vinst_downloader_mgr.h"
 #include "install/vinst/release/vinst_data.h"
 #include "install/vinst/release/vinst_parser.h"
@@ -10,8 +11,6 @@
 #include "tests/harness/tested_host.h"
 
 #include <gtest/gtest.h>
-
-#include <QCoreApplication>
 
 #include <filesystem>
 #include <functional>
@@ -75,6 +74,7 @@ protected:
     FAULT_SERVER server;
     RELEASE_BUILDER builder;
     std::unique_ptr<VINST_RELEASE> release;
+    VINST_DOWNLOADER_VIEW quiet_view;
 };
 
 /// Keeps all that a manager tells its front end.
@@ -101,14 +101,19 @@ public:
     {
         remaining.push_back(text.toStdString());
     }
+    void show_reported_line(const QString& line) override
+    {
+        reported_lines.push_back(line.toStdString());
+    }
     void process_events() override
     {
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        VINST_DOWNLOADER_VIEW::process_events();
         if (on_events)
             on_events();
     }
 
     std::vector<std::string> statuses;
+    std::vector<std::string> reported_lines;
     std::vector<std::pair<VINST_COMPONENT*, VINST_INTEGRITY_STATE>> states;
     std::vector<std::pair<VINST_COMPONENT*, quint64>> percentages;
     std::string overall;

@@ -1,5 +1,6 @@
 #include "tests/integration/manager_fixture.h"
 
+#include "install/vinst/console/vinst_console_view.h"
 #include "support/curl/curl_progress_data.h"
 #include "tests/harness/loopback.h"
 
@@ -16,8 +17,7 @@ protected:
     {
         if (manager == nullptr)
         {
-            manager = std::make_unique<VINST_DOWNLOADER_MGR>(*release);
-            manager->set_console_mode(true);
+            manager = std::make_unique<VINST_DOWNLOADER_MGR>(*release, console);
             VINST_MESSAGES::instance().echo_to_console = true;
             manager->set_components(all(), false);
         }
@@ -33,6 +33,7 @@ protected:
 
     std::string on_disk(const std::string& file) const { return dir.read("dl/" + file); }
 
+    VINST_CONSOLE_VIEW console;
     std::unique_ptr<VINST_DOWNLOADER_MGR> manager;
     std::string printed;
 };
@@ -88,7 +89,7 @@ TEST_F(Manager, FetchesACorruptFileAgainInTheVeryNextAttempt)
     EXPECT_TRUE(manager->write_error());
     EXPECT_EQ(manager->failed_components(), all());
     EXPECT_TRUE(log_holds("[debug] MD5 => " + (dir / "dl/one.run").string() + ", actual md5:"));
-    EXPECT_FALSE(VINST_DOWNLOADER_MGR::has_pending_integrity_tasks());
+    EXPECT_FALSE(manager->has_pending_integrity_tasks());
     EXPECT_TRUE(attempt());
     EXPECT_TRUE(log_holds("[info] Deleting corrupted components...\n"));
     EXPECT_EQ(on_disk("one.run"), content_of("one"));
@@ -160,7 +161,7 @@ TEST_F(Manager, TellsWhyNoServerAnsweredOnceForAllFiles)
     EXPECT_TRUE(component("one")->progress_data->http_code == -1);
     EXPECT_FALSE(manager->write_error());
     // What stands on the screen is what the next attempt moves over.
-    EXPECT_NE(manager->progress_text().indexOf("One: Failed to connect"), -1);
+    EXPECT_NE(console.progress_text().indexOf("One: Failed to connect"), -1);
 }
 
 TEST_F(Manager, TellsALinkInAFilesPlace)
@@ -182,7 +183,7 @@ TEST_F(Manager, NeverCompletesAComponentWithoutASize)
     load();
     EXPECT_FALSE(attempt());
     EXPECT_TRUE(printed_holds("One: [0 / 0] 0% \n"));
-    EXPECT_FALSE(component("one")->download_complete);
+    EXPECT_FALSE(component("one")->file.is_complete());
     EXPECT_EQ(manager->failed_components(), all());
     EXPECT_FALSE(manager->write_error());
 }
@@ -193,7 +194,8 @@ TEST_F(Manager, LeavesOutComponentsWithoutAFile)
     builder.component("one").pattern_content(3000, 1);
     load();
     EXPECT_TRUE(attempt());
-    EXPECT_EQ(manager->components(), VINST_COMPONENT_LIST{component("one")});
+    EXPECT_EQ(manager->passed_components(), VINST_COMPONENT_LIST{component("one")});
+    EXPECT_TRUE(manager->failed_components().empty());
 }
 
 TEST_F(Manager, LetsNoFilePassThatGrewAfterItsCheck)
@@ -224,14 +226,14 @@ TEST_F(Manager, StopsInTheMiddle)
     server.set_faults("/one.run", {FAULT::stall_after(1000)});
     server.set_faults("/two.run", {FAULT::status(404)});
     RECORDING_VIEW view;
-    VINST_DOWNLOADER_MGR windowed(*release, &view);
+    VINST_DOWNLOADER_MGR windowed(*release, view);
     windowed.set_components(all(), false);
     view.on_events = [&] { windowed.stop(); };
     const auto start = std::chrono::steady_clock::now();
     windowed.download(4);
     EXPECT_LT(std::chrono::steady_clock::now() - start, 4s);
     EXPECT_EQ(view.statuses.back(), "Download stopped");
-    EXPECT_EQ(windowed.progress_text().section('\n', -2, -2), "Download stopped");
+    EXPECT_EQ(view.reported_lines.back(), "Download stopped");
     EXPECT_EQ(component("one")->progress_data->curl_code, 42);
     EXPECT_TRUE(windowed.passed_components().empty());
 }
@@ -241,7 +243,7 @@ TEST_F(Manager, TellsAViewAllThatHappens)
     builder.component("one").pattern_content(2048, 1);
     load();
     RECORDING_VIEW view;
-    VINST_DOWNLOADER_MGR windowed(*release, &view);
+    VINST_DOWNLOADER_MGR windowed(*release, view);
     windowed.set_components(all(), false);
     EXPECT_EQ(view.statuses, std::vector<std::string>{"Download progress:"});
     EXPECT_EQ(view.overall, "0.00 B / 2.00 KB");
@@ -265,7 +267,7 @@ TEST_F(Manager, CountsOnlySelectedComponentsForTheView)
     load();
     dir.write("dl/one.run", std::string(1024, 'x'));
     RECORDING_VIEW view;
-    VINST_DOWNLOADER_MGR windowed(*release, &view);
+    VINST_DOWNLOADER_MGR windowed(*release, view);
     windowed.set_components(all(), true);
     EXPECT_EQ(view.overall, "1.00 KB / 2.00 KB");
     EXPECT_EQ(view.overall_percent, 50U);
@@ -275,18 +277,19 @@ TEST_F(Manager, MeasuresAFileOnlyWhenAsked)
 {
     builder.component("one").pattern_content(2000, 1);
     load();
-    VINST_DOWNLOADER_MGR plain(*release);
+    VINST_DOWNLOADER_MGR plain(*release, quiet_view);
     VINST_COMPONENT* one = component("one");
     dir.write("dl/one.run", std::string(500, 'x'));
     EXPECT_EQ(plain.get_progress_percentage(one, false, true, 0), 25U);
-    EXPECT_EQ(one->bytes_on_disk, 500U);
+    EXPECT_EQ(one->file.bytes_on_disk(), 500U);
     dir.write("dl/one.run", std::string(600, 'x'));
     EXPECT_EQ(plain.get_progress_percentage(one, false, false, 500), 50U);
-    EXPECT_EQ(one->bytes_on_disk, 500U);
-    one->integrity_checked = true;
+    EXPECT_EQ(one->file.bytes_on_disk(), 500U);
+    one->file.begin_check();
+    one->file.finish_check({});
     EXPECT_EQ(plain.get_progress_percentage(one, false, false, 1499), 99U);
-    EXPECT_FALSE(one->integrity_checked);
-    EXPECT_FALSE(one->download_complete);
+    EXPECT_FALSE(one->file.is_checked());
+    EXPECT_FALSE(one->file.is_complete());
     EXPECT_EQ(plain.get_progress_percentage(one, false, false, 99999), 100U);
-    EXPECT_TRUE(one->download_complete);
+    EXPECT_TRUE(one->file.is_complete());
 }

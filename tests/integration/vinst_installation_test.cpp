@@ -21,7 +21,7 @@ protected:
     {
         load();
         release->set_install_dir(QString::fromStdString((dir / "inst").string()));
-        manager = std::make_unique<VINST_DOWNLOADER_MGR>(*release);
+        manager = std::make_unique<VINST_DOWNLOADER_MGR>(*release, quiet_view);
         manager->set_components(all(), false);
         ASSERT_TRUE(manager->download(4));
     }
@@ -199,7 +199,7 @@ TEST_F(Install, NamesAFileThatVanishedAfterItsCheck)
     EXPECT_EQ(outcome.result, RESULT::nothing_to_install);
     EXPECT_EQ(outcome.not_installed,
               QStringList("The a part was not installed: its file is missing (" +
-                          QDir::toNativeSeparators(component("a")->local_file_path()) + ")."));
+                          QDir::toNativeSeparators(component("a")->file.path()) + ")."));
 }
 
 TEST_F(Install, NamesWhatHadNoInstallerBeforeAFailure)

@@ -204,7 +204,7 @@ private:
     /// Until no check runs in the background and the columns have their widths.
     void settle()
     {
-        wait_for("rest", [] { return !VINST_DOWNLOADER_MGR::has_pending_integrity_tasks(); });
+        wait_for("rest", [this] { return !m_dialog.is_checking_files(); });
         QEventLoop loop;
         QTimer::singleShot(300ms, &loop, &QEventLoop::quit);
         loop.exec();

@@ -103,7 +103,7 @@ int run_with_application(int argc, char** argv, bool gui_host)
     }
     VINST_OPTIONS options;
     options.gui_host = gui_host;
-    options.release = find_manifest_file();
+    options.release = find_manifest_file(print_manifest_message);
     if (options.release == nullptr)
     {
         report_early("Cannot read manifest data", true, gui_host);

@@ -228,9 +228,3 @@ void print_line(const std::string& text)
 {
     print_text(text + "\n");
 }
-
-void clear_below_cursor()
-{
-    if (stdout_is_terminal())
-        print_text("\x1b[J");
-}

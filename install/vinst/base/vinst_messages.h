@@ -77,7 +77,3 @@ void report_early(const std::string& text, bool is_error, bool gui_host);
 /// Writes to standard output and flushes it, so that whoever reads along sees every line.
 void print_text(const std::string& text);
 void print_line(const std::string& text);
-
-/// Empties everything from the cursor on when standard output is a terminal, so that shorter lines
-/// leave nothing of longer ones behind. Elsewhere it writes nothing.
-void clear_below_cursor();

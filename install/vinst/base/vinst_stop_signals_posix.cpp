@@ -1,6 +1,6 @@
 #include "install/vinst/base/vinst_stop_signals.h"
 
-#include "support/thr/thr_sleep.h"
+#include "install/vinst/base/vinst_stop.h"
 
 #include <array>
 #include <atomic>
@@ -60,7 +60,7 @@ VINST_STOP_SIGNALS::VINST_STOP_SIGNALS() : m_watch(std::make_unique<WATCH>())
                 count = ::read(descriptor, &byte, 1);
             while (count < 0 && errno == EINTR);
             if (count == 1 && byte == 1)
-                thr_request_stop();
+                request_process_stop();
         });
 
     struct sigaction action = {};

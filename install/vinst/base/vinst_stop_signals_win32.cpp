@@ -1,6 +1,6 @@
 #include "install/vinst/base/vinst_stop_signals.h"
 
-#include "support/thr/thr_sleep.h"
+#include "install/vinst/base/vinst_stop.h"
 
 #include <atomic>
 #include <cstdio>
@@ -30,7 +30,7 @@ BOOL WINAPI on_request(DWORD kind)
     const bool can_wait = kind == CTRL_C_EVENT || kind == CTRL_BREAK_EVENT;
     if (!is_first && can_wait)
         ::TerminateProcess(::GetCurrentProcess(), ended_by_control_c); // asked twice: at once
-    thr_request_stop();
+    request_process_stop();
     if (!can_wait)
         ::WaitForSingleObject(run_ended, grace_of_the_system); // returning ends the process
     return TRUE;

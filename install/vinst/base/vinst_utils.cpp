@@ -59,13 +59,13 @@ QString temp_dir()
     const QString path = QDir::toNativeSeparators(QDir::tempPath());
     if (path.isEmpty())
     {
-        print_line("Error: can't locate TEMP directory on your machine");
+        report_early("Error: can't locate TEMP directory on your machine", true, false);
         return {};
     }
     const QString dir = with_trailing_separator(path);
     if (is_writable_dir(dir))
         return dir;
-    print_line("Error: " + utf8(dir) + " is not writable");
+    report_early("Error: " + utf8(dir) + " is not writable", true, false);
     return {};
 }
 

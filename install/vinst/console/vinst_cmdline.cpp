@@ -5,9 +5,10 @@
 #include "install/vinst/base/vinst_text.h"
 #include "install/vinst/base/vinst_utils.h"
 #include "install/vinst/console/vinst_cmdline_options.h"
+#include "install/vinst/console/vinst_console_view.h"
+#include "install/vinst/download/vinst_connection_test.h"
 #include "install/vinst/release/vinst_parser.h"
 #include "support/curl/curl_redact.h"
-#include "support/thr/thr_sleep.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -91,6 +92,11 @@ bool may_run_graphically(int argc, const char* const* argv, bool gui_host)
                            });
     };
     return gui_host || (given("--gui") && !given("--cli"));
+}
+
+void print_manifest_message(const QByteArray& message)
+{
+    print_text(message.toStdString());
 }
 
 int VINST_OPTIONS::parse(int argc, char** argv)
@@ -185,7 +191,7 @@ bool VINST_OPTIONS::load_named_manifest()
 {
     if (variables.count("manifest") == 0)
         return true;
-    std::unique_ptr<VINST_RELEASE> named = parse_manifest(qt(manifest));
+    std::unique_ptr<VINST_RELEASE> named = parse_manifest(qt(manifest), print_manifest_message);
     if (named == nullptr)
     {
         report_early("Can't read manifest data", true, gui_host);
@@ -263,14 +269,12 @@ VINST_PROXY_SETTINGS VINST_OPTIONS::proxy_settings() const
 void VINST_OPTIONS::test_connection() const
 {
     VINST_MESSAGES::instance().echo_to_console = true;
-    const THR_STOP_SUBSCRIPTION stop([] { VINST_DOWNLOADER_MGR::request_shutdown(); });
-    VINST_DOWNLOADER_MGR manager(*release);
-    manager.set_console_mode(true);
-    const bool works = manager.test_download(proxy_settings());
-    if (!gui_host)
-        return;
-    report_early(works ? message("MSG_TEST_DOWNLOAD_SUCCESSFUL") : utf8(manager.error_text()),
-                 !works, gui_host);
+    VINST_CONSOLE_VIEW view;
+    const VINST_CONNECTION_RESULT result =
+        VINST_CONNECTION_TEST(*release, view).run(proxy_settings());
+    if (gui_host)
+        report_early(result.works ? message("MSG_TEST_DOWNLOAD_SUCCESSFUL") : result.error,
+                     !result.works, gui_host);
 }
 
 bool VINST_OPTIONS::take_platform()

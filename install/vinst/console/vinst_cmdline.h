@@ -1,6 +1,7 @@
 #pragma once
 
-#include "install/vinst/download/vinst_downloader_mgr.h"
+#include "install/vinst/download/vinst_connection_rules.h"
+#include "install/vinst/release/vinst_data.h"
 #include "install/vinst/release/vinst_data_components.h"
 
 #include <boost/program_options/variables_map.hpp>
@@ -61,6 +62,9 @@ private:
     bool take_limits() const;
     bool take_components();
 };
+
+/// Where the loader's messages about a manifest go: standard output.
+void print_manifest_message(const QByteArray& message);
 
 /// Whether the command line may end in graphical mode, told before it is parsed: the application
 /// object is made first.

@@ -2,12 +2,13 @@
 
 #include "install/vinst/base/vinst_messages.h"
 #include "install/vinst/base/vinst_platform.h"
+#include "install/vinst/base/vinst_stop.h"
 #include "install/vinst/base/vinst_text.h"
 #include "install/vinst/base/vinst_utils.h"
 #include "install/vinst/console/vinst_cmdline.h"
+#include "install/vinst/console/vinst_console_view.h"
 #include "install/vinst/download/vinst_downloader_mgr.h"
 #include "install/vinst/download/vinst_installation.h"
-#include "install/vinst/download/vinst_progress_block.h"
 #include "install/vinst/download/vinst_retry.h"
 #include "install/vinst/release/vinst_data_space.h"
 #include "support/thr/thr_sleep.h"
@@ -18,11 +19,6 @@
 
 namespace
 {
-
-constexpr const char* start_line = "Start download ...\n";
-
-/// Lines between the progress block and the start line above it, with those of the retry message.
-constexpr int lines_around_block = 4;
 
 bool refuse(const char* id)
 {
@@ -67,31 +63,30 @@ void report_giving_up(const VINST_DOWNLOADER_MGR& manager, VINST_RETRY_DECISION:
         report(utf8(text), false);
 }
 
-void wait_for_retry(const VINST_DOWNLOADER_MGR& manager, int attempt, std::chrono::seconds wait)
+void wait_for_retry(VINST_CONSOLE_VIEW& view, int attempt, std::chrono::seconds wait)
 {
     report("Retrying #" + std::to_string(attempt) + " after " +
                format_duration(static_cast<int>(wait.count())) + " ...\n",
            false);
-    // The failed attempt stays to be read; the next one is drawn over it.
-    print_text(utf8(cursor_up(line_count(manager.progress_text()) + lines_around_block)) +
-               start_line);
+    view.restart();
     thr_sleep(wait);
-    if (!thr_stop_requested())
+    if (!is_to_stop())
         return;
     clear_below_cursor();
     report("Download stopped", false);
 }
 
 /// \return whether all components are there and passed their checks
-bool download_with_retries(VINST_DOWNLOADER_MGR& manager, const VINST_OPTIONS& options)
+bool download_with_retries(VINST_DOWNLOADER_MGR& manager, VINST_CONSOLE_VIEW& view,
+                           const VINST_OPTIONS& options)
 {
     using CLOCK = std::chrono::steady_clock;
     const CLOCK::time_point start = CLOCK::now();
-    print_text(start_line);
+    view.start();
     for (int attempt = 1;; ++attempt)
     {
         manager.download(options.parallel_downloads);
-        if (thr_stop_requested())
+        if (is_to_stop())
             return false;
         if (manager.failed_components().empty())
             return true;
@@ -103,8 +98,8 @@ bool download_with_retries(VINST_DOWNLOADER_MGR& manager, const VINST_OPTIONS& o
             report_giving_up(manager, decision.action);
             return false;
         }
-        wait_for_retry(manager, attempt, decision.wait);
-        if (thr_stop_requested())
+        wait_for_retry(view, attempt, decision.wait);
+        if (is_to_stop())
             return false;
     }
 }
@@ -113,22 +108,21 @@ bool download_with_retries(VINST_DOWNLOADER_MGR& manager, const VINST_OPTIONS& o
 
 void run_console(VINST_OPTIONS& options)
 {
-    const THR_STOP_SUBSCRIPTION stop([] { VINST_DOWNLOADER_MGR::request_shutdown(); });
-    if (thr_stop_requested() || !pass_checks(options))
+    if (is_to_stop() || !pass_checks(options))
         return;
 
-    VINST_DOWNLOADER_MGR manager(*options.release);
-    manager.set_console_mode(true);
-    if (!manager.test_download(options.proxy_settings()))
+    VINST_CONSOLE_VIEW view;
+    VINST_DOWNLOADER_MGR manager(*options.release, view);
+    if (!manager.test_download(options.proxy_settings()).works)
         return;
     manager.set_components(options.selected_components, false);
     report_summary(options);
     QDir().mkpath(options.release->download_dir());
 
-    if (!download_with_retries(manager, options) || !options.auto_install)
+    if (!download_with_retries(manager, view, options) || !options.auto_install)
         return;
     const VINST_INSTALL_OUTCOME outcome = manager.install();
-    if (thr_stop_requested())
+    if (is_to_stop())
         return;
     for (const QString& line : outcome.not_installed)
         report(utf8(line), false);

@@ -1,20 +1,22 @@
 #pragma once
 
-#include <QString>
+#include "install/vinst/download/vinst_progress_block.h"
+#include "install/vinst/release/vinst_data_components.h"
 
-struct VINST_COMPONENT;
+#include <QString>
 
 /// How a component's file integrity is shown.
 enum class VINST_INTEGRITY_STATE
 {
     none = 0,
-    not_checked = 1, ///< whole, but of unknown content
+    not_checked = 1, ///< complete, but of unknown content
     passed = 2,
     failed = 3,
     checking = 4
 };
 
-/// What the download manager tells a front end that has windows. All calls come on the main thread.
+/// What the download manager and its parts report to a front end. All calls come on the main
+/// thread. A front end overrides what it shows; this class itself shows nothing.
 class VINST_DOWNLOADER_VIEW
 {
 public:
@@ -23,13 +25,28 @@ public:
     VINST_DOWNLOADER_VIEW(const VINST_DOWNLOADER_VIEW&) = delete;
     VINST_DOWNLOADER_VIEW& operator=(const VINST_DOWNLOADER_VIEW&) = delete;
 
-    virtual void show_status(const QString& text) = 0;
-    virtual void show_integrity(VINST_COMPONENT* component, VINST_INTEGRITY_STATE state) = 0;
-    virtual void show_percentage(VINST_COMPONENT* component, quint64 percent) = 0;
+    virtual void show_status(const QString&) {}
+    virtual void show_integrity(VINST_COMPONENT*, VINST_INTEGRITY_STATE) {}
+    virtual void show_percentage(VINST_COMPONENT*, quint64) {}
     /// "downloaded / total", and how much of it that is; both empty and 0 to clear.
-    virtual void show_overall(const QString& text, quint64 percent) = 0;
-    virtual void show_speed(const QString& text) = 0;
-    virtual void show_time_remaining(const QString& text) = 0;
-    /// Processes pending events; sleeps until there are some.
-    virtual void process_events() = 0;
+    virtual void show_overall(const QString&, quint64) {}
+    virtual void show_speed(const QString&) {}
+    virtual void show_time_remaining(const QString&) {}
+
+    /// An attempt to download these components begins.
+    virtual void show_attempt(const VINST_COMPONENT_LIST&) {}
+    /// One progress pass over the components of the attempt.
+    virtual void show_progress(const std::vector<VINST_COMPONENT_PROGRESS>&,
+                               const VINST_PROGRESS_TOTALS&)
+    {
+    }
+    /// A line was reported (`report`) about the attempt.
+    virtual void show_reported_line(const QString&) {}
+    /// The connection is tested through this proxy; both are empty without one.
+    virtual void show_connection_attempt(const std::string& /*host*/, const std::string& /*port*/)
+    {
+    }
+
+    /// Called while the manager waits: processes pending events; sleeps until there are some.
+    virtual void process_events();
 };

@@ -5,7 +5,7 @@
 #include "install/vinst/base/vinst_process.h"
 #include "install/vinst/base/vinst_text.h"
 #include "install/vinst/base/vinst_utils.h"
-#include "install/vinst/download/vinst_downloader_mgr_integrity.h"
+#include "install/vinst/download/vinst_file_check.h"
 #include "install/vinst/release/vinst_data_install.h"
 
 #include <algorithm>
@@ -98,18 +98,20 @@ bool INSTALLATION::install(VINST_COMPONENT& component)
 
 bool INSTALLATION::is_unchanged_since_check(VINST_COMPONENT& component) const
 {
-    const std::string path = utf8(component.local_file_path());
-    const auto file = FIO_FILE_SYSTEM::identity(path);
-    if (file && file == component.verified_file)
+    if (component.file.is_verified())
         return true;
-    if (check_md5(&component, m_is_to_stop))
-    {
-        component.verified_file = file;
+    // It may only look different, as after a backup program has restored it.
+    component.file.begin_check();
+    const VINST_FILE_CHECK check =
+        check_file(component.file.path(), component.md5sum, m_is_to_stop);
+    component.file.finish_check(check);
+    if (check.passed)
         return true;
-    }
     if (m_is_to_stop())
         return false;
-    report("The file " + path + " has changed since it was verified. Nothing is run.", true);
+    report("The file " + utf8(component.file.path()) +
+               " has changed since it was verified. Nothing is run.",
+           true);
     return false;
 }
 

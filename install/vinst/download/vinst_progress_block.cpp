@@ -68,13 +68,3 @@ QString progress_block(const std::vector<VINST_COMPONENT_PROGRESS>& components,
                  "  Est. time remaining: [" + remaining_text(totals) + "]            ";
     return block + '\n';
 }
-
-QString cursor_up(int lines)
-{
-    return "\x1b[" + QString::number(lines) + "A\x1b[2K\r";
-}
-
-int line_count(const QString& text)
-{
-    return text.count('\n') + 1;
-}

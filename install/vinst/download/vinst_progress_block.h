@@ -39,9 +39,3 @@ QString transfer_error_line(const QString& name, const QString& error, int http_
 /// The lines that console mode redraws in place.
 QString progress_block(const std::vector<VINST_COMPONENT_PROGRESS>& components,
                        const VINST_PROGRESS_TOTALS& totals);
-
-/// Moves the cursor that many lines up, to the start of an emptied line.
-QString cursor_up(int lines);
-
-/// How many lines a text that was written as a line of its own takes.
-int line_count(const QString& text);

@@ -67,7 +67,7 @@ VINST_DIALOG_HOST VINST_DIALOG_HOST::this_machine()
 
 VINST_DOWNLOADER_DLG::VINST_DOWNLOADER_DLG(VINST_RELEASE& release, VINST_DIALOG_HOST host)
     : m_release(release), m_host(std::move(host)), m_ui(new Ui::VINST_DOWNLOADER_DLG),
-      m_settings_key(program_title()), m_manager(release, this),
+      m_settings_key(program_title()), m_manager(release, *this),
       m_settings_dlg(new VINST_SETTINGS_DLG(release, this)),
       m_log_viewer_dlg(new VINST_LOG_VIEWER_DLG(this)), m_platform(m_settings_dlg->platform())
 {
@@ -367,9 +367,8 @@ void VINST_DOWNLOADER_DLG::reject()
 void VINST_DOWNLOADER_DLG::closeEvent(QCloseEvent* event)
 {
     const char* obstacle = m_download_in_progress || m_is_busy ? "ERROR_DOWNLOAD_IN_PROGRESS"
-                           : VINST_DOWNLOADER_MGR::has_pending_integrity_tasks()
-                               ? "ERROR_CHECK_INTEGRITY_IN_PROGRESS"
-                               : nullptr;
+                           : is_checking_files()               ? "ERROR_CHECK_INTEGRITY_IN_PROGRESS"
+                                                               : nullptr;
     if (obstacle != nullptr)
     {
         event->ignore();
@@ -422,9 +421,4 @@ void VINST_DOWNLOADER_DLG::show_time_remaining(const QString& text)
 {
     m_remaining_text = text;
     show_elapsed_time();
-}
-
-void VINST_DOWNLOADER_DLG::process_events()
-{
-    QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
 }

@@ -45,6 +45,7 @@ public:
     ~VINST_DOWNLOADER_DLG() override;
 
     bool is_download_in_progress() const { return m_download_in_progress; }
+    bool is_checking_files() const { return m_manager.has_pending_integrity_tasks(); }
 
     /// Escape closes like the button, so that it never discards a job.
     void reject() override;
@@ -73,7 +74,6 @@ private:
     void show_overall(const QString& text, quint64 percent) override;
     void show_speed(const QString& text) override;
     void show_time_remaining(const QString& text) override;
-    void process_events() override;
 
     void set_up_header();
     void set_up_connections();

@@ -135,12 +135,14 @@ bool VINST_DOWNLOADER_DLG::establish_connection()
 {
     show_status(QStringLiteral("Establishing a connection..."));
     QCoreApplication::processEvents();
-    if (m_download_in_progress && m_manager.test_download(m_settings_dlg->proxy_settings()))
-        return m_download_in_progress;
     if (!m_download_in_progress)
         return false;
+    const VINST_CONNECTION_RESULT result =
+        m_manager.test_download(m_settings_dlg->proxy_settings());
+    if (result.works || !m_download_in_progress)
+        return m_download_in_progress;
     show_status(QStringLiteral("Download failed"));
-    return refuse(utf8(m_manager.error_text()));
+    return refuse(result.error);
 }
 
 bool VINST_DOWNLOADER_DLG::download_with_retries(REPORT& report)

@@ -22,12 +22,6 @@ constexpr std::chrono::milliseconds batch_interval{200};
 constexpr std::chrono::milliseconds layout_delay{50};
 constexpr int progress_width = 100; // pixels
 
-bool is_verified(const VINST_COMPONENT& component)
-{
-    return component.download_complete && component.integrity_passed &&
-           component.is_checked_for_current_dir() && has_verified_file(component);
-}
-
 }
 
 VINST_DOWNLOADER_TREEVIEW::VINST_DOWNLOADER_TREEVIEW(QWidget* parent)
@@ -92,7 +86,7 @@ void VINST_DOWNLOADER_TREEVIEW::look_at_files()
     for (ITEM* row : m_model->rows())
     {
         const VINST_COMPONENT& component = *row->component();
-        const auto file = FIO_FILE_SYSTEM::identity(utf8(component.local_file_path()));
+        const auto file = FIO_FILE_SYSTEM::identity(utf8(component.file.path()));
         const bool is_whole =
             !component.filename.isEmpty() && file && file->size == component.expected_size();
         show_state(*row,
@@ -212,7 +206,7 @@ bool VINST_DOWNLOADER_TREEVIEW::refresh_run_flag(ITEM& row)
 {
     VINST_COMPONENT& component = *row.component();
     const bool can_run =
-        is_verified(component) && m_platform == host_platform() &&
+        component.file.is_verified() && m_platform == host_platform() &&
         !build_install_command(component, main_product_name, false, m_platform).isEmpty();
     QStandardItem& cell = *row.cell(run_column);
     if (m_model->store(cell, can_run))
@@ -240,7 +234,7 @@ void VINST_DOWNLOADER_TREEVIEW::run_installer(const QModelIndex& index)
     if (m_is_busy || row == nullptr || !is_run_offered(*row))
         return;
     VINST_COMPONENT& component = *row->component();
-    const std::string path = utf8(component.local_file_path());
+    const std::string path = utf8(component.file.path());
     // The file may have changed since the button was shown.
     if (!refresh_run_flag(*row))
     {

@@ -4,9 +4,9 @@
 #include "install/vinst/base/vinst_platform.h"
 #include "install/vinst/base/vinst_text.h"
 #include "install/vinst/base/vinst_utils.h"
-#include "install/vinst/download/vinst_downloader_mgr.h"
+#include "install/vinst/download/vinst_connection_test.h"
+#include "install/vinst/download/vinst_downloader_view.h"
 #include "install/vinst/gui/vinst_dialog_header.h"
-#include "install/vinst/gui/vinst_event_view.h"
 #include "install/vinst/gui/vinst_message_box.h"
 #include "install/vinst/release/vinst_data.h"
 #include "support/afcq/afcq_images.h"
@@ -207,13 +207,13 @@ void VINST_SETTINGS_DLG::test_connection()
     button.setText(QString::fromStdString(message("TESTING_INTERNET_CONNECTION")));
     QCoreApplication::processEvents();
 
-    VINST_EVENT_VIEW view;
-    VINST_DOWNLOADER_MGR manager(m_release, &view);
-    const bool works = manager.test_download(proxy_settings());
+    VINST_DOWNLOADER_VIEW quiet;
+    const VINST_CONNECTION_RESULT result =
+        VINST_CONNECTION_TEST(m_release, quiet).run(proxy_settings());
 
     button.setEnabled(true);
     button.setText(QStringLiteral("Test internet connection"));
     m_is_testing = false;
-    show_message_box(works ? message("MSG_TEST_DOWNLOAD_SUCCESSFUL") : utf8(manager.error_text()),
-                     !works);
+    show_message_box(result.works ? message("MSG_TEST_DOWNLOAD_SUCCESSFUL") : result.error,
+                     !result.works);
 }

@@ -4,7 +4,6 @@
 #include "install/vinst/release/vinst_data.h"
 #include "support/curl/curl_progress_data.h"
 
-#include <QDir>
 #include <QUrl>
 
 namespace
@@ -53,11 +52,6 @@ std::string VINST_COMPONENT::log_name() const
     return utf8(without_control_characters(name));
 }
 
-QString VINST_COMPONENT::local_file_path() const
-{
-    return release->download_dir() + QDir::separator() + filename;
-}
-
 QString VINST_COMPONENT::download_url() const
 {
     if (filename.isEmpty())
@@ -86,9 +80,4 @@ bool VINST_COMPONENT::is_device_group_member() const
         if (ancestor->name == device_group_name)
             return true;
     return false;
-}
-
-bool VINST_COMPONENT::is_checked_for_current_dir() const
-{
-    return integrity_checked && checked_download_dir == release->download_dir();
 }

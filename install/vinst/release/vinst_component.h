@@ -1,11 +1,10 @@
 #pragma once
 
-#include "support/fio/fio_file_system.h"
+#include "install/vinst/release/vinst_component_file.h"
 
 #include <QString>
 
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -65,12 +64,7 @@ struct VINST_COMPONENT
     qint32 skip = 0;
     VINST_RELEASE* release = nullptr;
 
-    quint64 bytes_on_disk = 0; ///< last measured size of the local file
-    bool download_complete = false;
-    bool integrity_passed = false;
-    bool integrity_checked = false;
-    QString checked_download_dir; ///< the download directory when the last check began
-    std::optional<FIO_FILE_IDENTITY> verified_file;    ///< what the last check that passed had read
+    VINST_COMPONENT_FILE file{*this};
     std::unique_ptr<CURL_PROGRESS_DATA> progress_data; ///< of the current download run
 
     /// `size` as the unsigned number that progress figures are made of.
@@ -79,7 +73,6 @@ struct VINST_COMPONENT
     QString display_name() const;
     /// The name as log lines tell it: UTF-8, with control characters replaced.
     std::string log_name() const;
-    QString local_file_path() const;
     /// Where the file is fetched from; empty when there is nothing to download.
     QString download_url() const;
     bool is_selected() const { return selection != VINST_SELECTION::not_selected; }
@@ -88,6 +81,4 @@ struct VINST_COMPONENT
     bool is_simulator() const;
     /// Whether one of its ancestors is the device group.
     bool is_device_group_member() const;
-    /// Whether an integrity check of the file in the current download directory has finished.
-    bool is_checked_for_current_dir() const;
 };

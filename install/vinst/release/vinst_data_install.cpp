@@ -76,11 +76,11 @@ QString missing_file_reason(const VINST_COMPONENT& component)
 {
     if (component.filename.isEmpty())
         return QStringLiteral("it has no file to install");
-    if (!has_local_file(component))
-        return "its file is missing (" + shown_path(component.local_file_path()) + ')';
+    if (!component.file.exists())
+        return "its file is missing (" + shown_path(component.file.path()) + ')';
     QStringList missing;
     for (const VINST_COMPONENT* dependency : component.dependencies)
-        if (!dependency->filename.isEmpty() && !has_local_file(*dependency))
+        if (!dependency->filename.isEmpty() && !dependency->file.exists())
             missing.append(dependency->display_name());
     if (missing.isEmpty())
         return {};
@@ -151,7 +151,7 @@ MAIN_PRODUCT_PARTS parts_of_main_product(const VINST_COMPONENT& main_product,
         if (part->standalone)
             parts.disabled.append(part->name);
         else if (takes_part(*part))
-            (has_local_file(*part) ? parts.enabled : parts.disabled).append(part->name);
+            (part->file.exists() ? parts.enabled : parts.disabled).append(part->name);
     }
     return parts;
 }
@@ -168,24 +168,6 @@ QString shortcut_options(const VINST_RELEASE& release, const QString& platform, 
 
 }
 
-bool has_local_file(const VINST_COMPONENT& component)
-{
-    return !component.filename.isEmpty() && QFileInfo(component.local_file_path()).isFile();
-}
-
-bool has_verified_file(const VINST_COMPONENT& component)
-{
-    return component.verified_file &&
-           component.verified_file == FIO_FILE_SYSTEM::identity(utf8(component.local_file_path()));
-}
-
-void make_installer_executable(const VINST_COMPONENT& component)
-{
-    const QString path = component.local_file_path();
-    if (path.endsWith(".run"))
-        FIO_FILE_SYSTEM::chmod(utf8(path), 0700);
-}
-
 VINST_INSTALL_STEP decide_install_step(VINST_COMPONENT& component, const QString& main_product,
                                        bool unattended, const QString& platform)
 {
@@ -199,11 +181,11 @@ VINST_INSTALL_STEP decide_install_step(VINST_COMPONENT& component, const QString
     const VINST_RELEASE& release = *component.release;
     const VINST_COMPONENT* main_component = release.find_component(main_product, own_platform);
     if (!component.standalone && main_component != nullptr && main_component->is_selected() &&
-        has_local_file(*main_component))
+        main_component->file.exists())
         return no_command(is_main_product ? main_not_standalone : left_to_main_product);
 
     const QString options = option_part(component, is_main_product, platform);
-    const QString own_installer = command_part(component.local_file_path()) +
+    const QString own_installer = command_part(component.file.path()) +
                                   (unattended ? options : QString()) + installdir_part(release);
     if (is_main_product)
     {

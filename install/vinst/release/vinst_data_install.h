@@ -8,15 +8,6 @@
 /// The main product's name in every manifest.
 inline const QString main_product_name = QStringLiteral("veltrin_base");
 
-/// Whether the component's file is there, whole or not.
-bool has_local_file(const VINST_COMPONENT& component);
-
-/// Whether the local file is still the very one that the last check which passed has read.
-bool has_verified_file(const VINST_COMPONENT& component);
-
-/// Makes a verified ".run" file executable by its owner alone; other files keep their mode.
-void make_installer_executable(const VINST_COMPONENT& component);
-
 /// What to run to install a component, or why there is nothing to run.
 struct VINST_INSTALL_STEP
 {

@@ -65,7 +65,7 @@ VINST_SPACE_FIGURES space_figures(const VINST_RELEASE& release, const QString& p
          selected_components(release, VINST_COMPONENT_KIND::download, platform))
     {
         figures.selected = sum_of(figures.selected, component->expected_size());
-        if (has_local_file(*component))
+        if (component->file.exists())
             figures.downloaded = sum_of(figures.downloaded, component->expected_size());
         figures.to_install = sum_of(figures.to_install, install_bytes_added_by(*component));
     }

@@ -307,11 +307,6 @@ private:
 
 }
 
-void print_manifest_message(const QByteArray& message)
-{
-    print_text(message.toStdString());
-}
-
 std::unique_ptr<VINST_RELEASE> parse_manifest(const QString& path, const VINST_MANIFEST_SINK& sink)
 {
     const QByteArray shown_path = path.toUtf8();
@@ -348,8 +343,9 @@ QString locate_manifest(const QString& application_dir, const QString& named,
     return in_source_tree.replace("_pro", "_standard");
 }
 
-std::unique_ptr<VINST_RELEASE> find_manifest_file()
+std::unique_ptr<VINST_RELEASE> find_manifest_file(const VINST_MANIFEST_SINK& sink)
 {
     return parse_manifest(locate_manifest(QCoreApplication::applicationDirPath(),
-                                          qEnvironmentVariable("vinst_manifest"), host_platform()));
+                                          qEnvironmentVariable("vinst_manifest"), host_platform()),
+                          sink);
 }

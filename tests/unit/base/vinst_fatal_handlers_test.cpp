@@ -85,7 +85,7 @@ TEST(FatalHandlersDeathTest, EndAFailedAssertionWithItsConditionAndPlace)
             MAIN_ASSERT(1 + 1 == 3);
         },
         ExitedWithCode(2),
-        "^Assertion failed: 1 \\+ 1 == 3, file tests/unit/vinst_fatal_handlers_test.cpp, "
+        "^Assertion failed: 1 \\+ 1 == 3, file tests/unit/base/vinst_fatal_handlers_test.cpp, "
         "line " VINST_DIGITS "\nFatal error: Program termination requested.");
 }
 

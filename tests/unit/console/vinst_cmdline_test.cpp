@@ -293,3 +293,10 @@ TEST(MayRunGraphically, OnlyWhereWindowsWereAskedFor)
     EXPECT_FALSE(may_run({"--gui", "--cli"}, false));
     EXPECT_FALSE(may_run({"--guide", "-g", "gui", "--"}, false));
 }
+
+TEST(ManifestMessages, GoToStandardOutputAsTheyStand)
+{
+    ::testing::internal::CaptureStdout();
+    print_manifest_message("100% of %s and %n\n");
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "100% of %s and %n\n");
+}

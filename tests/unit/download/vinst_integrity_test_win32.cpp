@@ -1,4 +1,4 @@
-#include "install/vinst/download/vinst_downloader_mgr_integrity.h"
+#include "install/vinst/download/vinst_file_check.h"
 #include "install/vinst/release/vinst_data.h"
 #include "tests/harness/scanner_win32.h"
 #include "tests/harness/temp_dir.h"

@@ -62,14 +62,3 @@ TEST(ProgressBlock, CountsNoNegativeRest)
     EXPECT_EQ(remaining_text(totals(20, 10, 5, 5)), "N/A");
     EXPECT_EQ(remaining_text(totals(0, 9000000000000000000, 1, 1)), "596523 hours 14 mins 7 secs");
 }
-
-TEST(CursorUp, EmptiesTheLineThatItReaches)
-{
-    EXPECT_EQ(cursor_up(7), "\x1b[7A\x1b[2K\r");
-}
-
-TEST(LineCount, CountsThePartsBetweenLineBreaks)
-{
-    EXPECT_EQ(line_count(""), 1);
-    EXPECT_EQ(line_count("a\nb\n"), 3);
-}

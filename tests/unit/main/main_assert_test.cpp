@@ -43,7 +43,7 @@ TEST(AssertionDeathTest, PrintsItsConditionFileAndLineInEveryBuildType)
 {
     EXPECT_EXIT(MAIN_ASSERT(counted(false) && "a \"quoted\" 100%s"), ended_by_abort,
                 "^Assertion failed: counted\\(false\\) && \"a \\\\\"quoted\\\\\" 100%s\", file "
-                "tests/unit/main_assert_test.cpp, line " VINST_DIGITS "\n");
+                "tests/unit/main/main_assert_test.cpp, line " VINST_DIGITS "\n");
 }
 
 TEST(AssertionDeathTest, EndsThroughTheTerminateHandler)

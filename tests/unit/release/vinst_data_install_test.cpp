@@ -254,12 +254,12 @@ TEST_F(InstallCommand, SurvivesAComponentOfNoPlatform)
 TEST_F(InstallCommand, MakesVerifiedRunFilesExecutableForTheirOwner)
 {
     using std::filesystem::perms;
-    make_installer_executable(*add("tool"));
+    add("tool")->file.make_installer_executable();
     EXPECT_EQ(std::filesystem::status(dir / "dl/tool.run").permissions(), perms::owner_all);
     const auto before = std::filesystem::status(dir / "dl").permissions();
     VINST_COMPONENT* archive = add("orion", true, ".vdz");
     const auto mode = std::filesystem::status(dir / "dl/orion.vdz").permissions();
-    make_installer_executable(*archive);
+    archive->file.make_installer_executable();
     EXPECT_EQ(std::filesystem::status(dir / "dl/orion.vdz").permissions(), mode);
     EXPECT_EQ(std::filesystem::status(dir / "dl").permissions(), before);
 }
@@ -293,7 +293,7 @@ TEST_F(InstallCommand, IsEmptyWhereADirectoryStandsInTheFilesPlace)
 {
     VINST_COMPONENT* tool = add("tool", false);
     dir.make_dir("dl/tool.run");
-    EXPECT_FALSE(has_local_file(*tool));
+    EXPECT_FALSE(tool->file.exists());
     EXPECT_EQ(command(tool), "");
 }
 

@@ -146,7 +146,7 @@ TEST(DownloadUrl, OfAComponentEncodesItsFileName)
     component->filename = "a b#1%.run";
     EXPECT_EQ(component->download_url(), "http://a/b/a%20b%231%25.run");
     release.set_download_dir("/dl");
-    EXPECT_EQ(component->local_file_path(), native(QStringLiteral("/dl/a b#1%.run")));
+    EXPECT_EQ(component->file.path(), native(QStringLiteral("/dl/a b#1%.run")));
 }
 
 TEST(TestFile, HasABuiltInAddressAndSumThatStayStored)
@@ -186,8 +186,7 @@ TEST(Component, BeginsAsNothingInParticular)
     EXPECT_EQ(component.selection, VINST_SELECTION::not_selected);
     EXPECT_EQ(component.size, 0);
     EXPECT_EQ(component.installsize, 0.0);
-    EXPECT_FALSE(component.standalone || component.addon || component.download_complete ||
-                 component.integrity_checked || component.integrity_passed);
+    EXPECT_FALSE(component.standalone || component.addon || component.file.is_complete());
     EXPECT_EQ(component.parent, nullptr);
 }
 

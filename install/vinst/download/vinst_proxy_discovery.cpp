@@ -1,12 +1,15 @@
+#include "install/vinst/download/vinst_proxy_discovery.h"
+
 #include "install/vinst/base/vinst_messages.h"
 #include "install/vinst/base/vinst_private_dir.h"
+#include "install/vinst/base/vinst_stop.h"
 #include "install/vinst/base/vinst_text.h"
 #include "install/vinst/base/vinst_utils.h"
 #include "install/vinst/download/vinst_browser_preferences.h"
-#include "install/vinst/download/vinst_downloader_mgr.h"
+#include "install/vinst/download/vinst_fetch.h"
 #include "install/vinst/download/vinst_pac_runner.h"
 #include "install/vinst/download/vinst_proxy_rules.h"
-#include "support/curl/curl_downloader.h"
+#include "install/vinst/release/vinst_data.h"
 #include "support/curl/curl_redact.h"
 
 #include <QDir>
@@ -24,7 +27,6 @@ namespace
 using CLOCK = std::chrono::steady_clock;
 
 constexpr long connect_seconds = 3;
-constexpr int http_ok = 200;
 constexpr std::chrono::seconds longest_discovery{20};
 constexpr std::chrono::milliseconds longest_fetch{8000}; // one that stalls leaves time for the rest
 constexpr qint64 script_limit = 1024 * 1024;             // bytes
@@ -41,7 +43,7 @@ std::int64_t on_script_progress(CURL_PROGRESS_DATA* data, std::uint64_t total,
 {
     const bool too_late = CLOCK::now() >= static_cast<SCRIPT_TRANSFER*>(data)->end;
     const bool too_large = std::max(total, received) > script_limit;
-    return VINST_DOWNLOADER_MGR::is_to_stop() || too_late || too_large ? -1 : 0;
+    return is_to_stop() || too_late || too_large ? -1 : 0;
 }
 
 /// Qt reads a proxy variable without a port as if it named this one.
@@ -78,53 +80,62 @@ std::optional<QString> read_script(const QString& path)
 
 }
 
-std::chrono::milliseconds VINST_DOWNLOADER_MGR::discovery_time_left() const
+VINST_PROXY_DISCOVERY::VINST_PROXY_DISCOVERY(const VINST_RELEASE& release,
+                                             VINST_DOWNLOADER_VIEW& view, const QString& pac_helper)
+    : m_release(release), m_view(view),
+      m_pac_helper(pac_helper.isEmpty() ? pac_helper_path() : pac_helper)
 {
-    if (!m_discovery_end)
+}
+
+std::chrono::milliseconds VINST_PROXY_DISCOVERY::time_left() const
+{
+    if (!m_end)
         return longest_discovery;
-    const auto left =
-        std::chrono::duration_cast<std::chrono::milliseconds>(*m_discovery_end - CLOCK::now());
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(*m_end - CLOCK::now());
     return std::max(left, std::chrono::milliseconds(0));
 }
 
-bool VINST_DOWNLOADER_MGR::may_discover() const
+bool VINST_PROXY_DISCOVERY::may_go_on() const
 {
-    return !is_to_stop() && discovery_time_left().count() > 0;
+    return !is_to_stop() && time_left().count() > 0;
 }
 
-CURL_PROXY_INFO VINST_DOWNLOADER_MGR::discover_proxy()
+CURL_PROXY_INFO VINST_PROXY_DISCOVERY::discover()
 {
-    // For networks where nobody is to be trusted with an answer.
+    // For networks where no answer is to be trusted.
     if (!qEnvironmentVariableIsEmpty("VINST_NO_PROXY_DISCOVERY"))
     {
         run_log().info("VINST_NO_PROXY_DISCOVERY is set, no proxy is looked for");
         return {};
     }
-    m_discovery_end = CLOCK::now() + longest_discovery;
-    CURL_PROXY_INFO proxy = get_wpad_proxy();
-    const char* source = "the network (WPAD)";
-    if (!proxy.has_host())
-    {
-        QString autoconfig_url;
-        proxy = get_firefox_proxy(autoconfig_url);
-        source = "the browser's preferences";
-        if (!proxy.has_host() && !autoconfig_url.isEmpty() && may_discover())
-        {
-            proxy = get_pac_proxy(autoconfig_url);
-            source = "the browser's automatic configuration";
-        }
-    }
+    m_end = CLOCK::now() + longest_discovery;
+    const char* source = "";
+    const CURL_PROXY_INFO proxy = ask_all(source);
     if (proxy.has_host())
         run_log().info("Proxy found by %s", source);
-    else if (!may_discover() && !is_to_stop())
+    else if (!may_go_on() && !is_to_stop())
         run_log().info("The search for a proxy took too long and was ended");
     else
         run_log().info("No proxy found");
-    m_discovery_end.reset();
+    m_end.reset();
     return proxy;
 }
 
-CURL_PROXY_INFO VINST_DOWNLOADER_MGR::get_default_proxy()
+CURL_PROXY_INFO VINST_PROXY_DISCOVERY::ask_all(const char*& source)
+{
+    source = "the network (WPAD)";
+    if (CURL_PROXY_INFO proxy = get_wpad_proxy(); proxy.has_host())
+        return proxy;
+    source = "the browser's preferences";
+    QString autoconfig_url;
+    if (CURL_PROXY_INFO proxy = get_firefox_proxy(autoconfig_url); proxy.has_host())
+        return proxy;
+    source = "the browser's automatic configuration";
+    return autoconfig_url.isEmpty() || !may_go_on() ? CURL_PROXY_INFO()
+                                                    : get_pac_proxy(autoconfig_url);
+}
+
+CURL_PROXY_INFO VINST_PROXY_DISCOVERY::get_default_proxy() const
 {
     run_log().debug("get default proxy ...");
     const QNetworkProxyQuery query(QUrl(m_release.download_url()), QNetworkProxyQuery::UrlRequest);
@@ -144,11 +155,11 @@ CURL_PROXY_INFO VINST_DOWNLOADER_MGR::get_default_proxy()
             utf8(proxy.user()), utf8(proxy.password())};
 }
 
-CURL_PROXY_INFO VINST_DOWNLOADER_MGR::get_wpad_proxy()
+CURL_PROXY_INFO VINST_PROXY_DISCOVERY::get_wpad_proxy()
 {
     for (const QString& url : wpad_urls(QHostInfo::localDomainName()))
     {
-        if (!may_discover())
+        if (!may_go_on())
             break;
         if (CURL_PROXY_INFO proxy = get_pac_proxy(url); proxy.has_host())
             return proxy;
@@ -156,16 +167,16 @@ CURL_PROXY_INFO VINST_DOWNLOADER_MGR::get_wpad_proxy()
     return {};
 }
 
-CURL_PROXY_INFO VINST_DOWNLOADER_MGR::get_pac_proxy(const QString& url)
+CURL_PROXY_INFO VINST_PROXY_DISCOVERY::get_pac_proxy(const QString& url)
 {
     run_log().debug("autoproxy for url: %s", curl_redact(utf8(url)));
-    const std::optional<QString> script = fetch_pac_script(url);
+    const std::optional<QString> script = fetch_script(url);
     if (!script)
         return {};
     const QUrl target(m_release.download_url());
     const std::optional<QString> directive =
-        run_pac_script(pac_helper, *script, url_for_script(target), target.host(),
-                       discovery_time_left(), [this] { return may_discover(); });
+        run_pac_script(m_pac_helper, *script, url_for_script(target), target.host(), time_left(),
+                       [this] { return may_go_on(); });
     if (!directive)
         return {};
     run_log().debug("autoproxy directive: %s", utf8(without_control_characters(*directive)));
@@ -175,7 +186,7 @@ CURL_PROXY_INFO VINST_DOWNLOADER_MGR::get_pac_proxy(const QString& url)
     return proxy;
 }
 
-std::optional<QString> VINST_DOWNLOADER_MGR::fetch_pac_script(const QString& url)
+std::optional<QString> VINST_PROXY_DISCOVERY::fetch_script(const QString& url)
 {
     // Browsers take a file of this machine, too.
     if (const QUrl address(url); address.isLocalFile())
@@ -189,11 +200,11 @@ std::optional<QString> VINST_DOWNLOADER_MGR::fetch_pac_script(const QString& url
     run_log().debug("download autoproxy file to: %s", path);
 
     SCRIPT_TRANSFER data;
-    data.end = CLOCK::now() + std::min(discovery_time_left(), longest_fetch);
+    data.end = CLOCK::now() + std::min(time_left(), longest_fetch);
     CURL_DOWNLOADER downloader("", CURL_PROXY_INFO::direct(), false, connect_seconds);
     downloader.set_progress_callback(on_script_progress);
     downloader.set_logger(&run_log());
-    const int status = fetch_one(downloader, utf8(url), path, data);
+    const int status = fetch_file(downloader, utf8(url), path, data, m_view);
     if (status != http_ok || data.curl_code != 0)
     {
         run_log().debug("No autoproxy file: Httpcode: %d, Curlcode: %d, %s", status,
@@ -203,12 +214,12 @@ std::optional<QString> VINST_DOWNLOADER_MGR::fetch_pac_script(const QString& url
     return read_script(QString::fromStdString(path));
 }
 
-CURL_PROXY_INFO VINST_DOWNLOADER_MGR::get_firefox_proxy(QString& autoconfig_url)
+CURL_PROXY_INFO VINST_PROXY_DISCOVERY::get_firefox_proxy(QString& autoconfig_url)
 {
     run_log().debug("Get proxy settings from firefox ...");
     VINST_BROWSER_PREFERENCES preferences;
     const QString root = QDir::homePath() + "/.mozilla/firefox";
-    for (const QString& path : preference_files(root, [this] { return may_discover(); }))
+    for (const QString& path : preference_files(root, [this] { return may_go_on(); }))
     {
         run_log().debug("firefox pref file: %s", utf8(path));
         const std::optional<QByteArray> bytes = first_bytes(path, preference_file_limit);

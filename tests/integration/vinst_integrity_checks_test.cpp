@@ -1,5 +1,6 @@
-#include "install/vinst/download/vinst_downloader_mgr_integrity.h"
+#include "install/vinst/download/vinst_integrity_checks.h"
 
+#include "install/vinst/download/vinst_file_check.h"
 #include "tests/integration/manager_fixture.h"
 
 #include <regex>
@@ -18,7 +19,7 @@ protected:
         builder.component("two").filename("two.vdz").pattern_content(2000, 2);
         load();
         one = component("one");
-        manager = std::make_unique<VINST_DOWNLOADER_MGR>(*release);
+        manager = std::make_unique<VINST_DOWNLOADER_MGR>(*release, quiet_view);
         manager->set_components({one}, false);
     }
 
@@ -42,9 +43,8 @@ TEST_F(Integrity, PassesAFileThatHasItsSum)
     put(content_of("one"));
     EXPECT_TRUE(check());
     EXPECT_EQ(manager->passed_components(), VINST_COMPONENT_LIST{one});
-    EXPECT_TRUE(one->integrity_passed);
-    EXPECT_TRUE(one->integrity_checked);
-    EXPECT_EQ(one->checked_download_dir, release->download_dir());
+    EXPECT_TRUE(one->file.has_passed());
+    EXPECT_TRUE(one->file.is_checked());
     EXPECT_FALSE(manager->write_error());
 }
 
@@ -66,7 +66,7 @@ TEST_F(Integrity, FailsAWrongSumWithAWriteError)
     EXPECT_EQ(manager->failed_components(), VINST_COMPONENT_LIST{one});
     EXPECT_TRUE(manager->write_error());
     EXPECT_TRUE(log_holds("MD5 => " + (dir / "dl/one.run").string() +
-                          ", actual md5:" + calc_md5sum(one->local_file_path()).toStdString() +
+                          ", actual md5:" + calc_md5sum(one->file.path()).toStdString() +
                           ", expected md5:" + one->md5sum.toStdString() + "\n"));
 }
 
@@ -101,7 +101,7 @@ TEST_F(Integrity, DropsAResultThatCameForAnotherDirectory)
     manager->get_progress_percentage(one, true, true, 0);
     release->set_download_dir(QString::fromStdString((dir / "other").string()));
     EXPECT_FALSE(manager->check_integrity());
-    EXPECT_FALSE(one->integrity_checked);
+    EXPECT_FALSE(one->file.is_checked());
 }
 
 TEST_F(Integrity, ReturnsAtOnceAfterAStop)
@@ -132,10 +132,10 @@ TEST_F(Integrity, LeavesNoTaskBehind)
     load_one();
     put(content_of("one"));
     manager->get_progress_percentage(one, true, true, 0);
-    EXPECT_TRUE(VINST_DOWNLOADER_MGR::has_pending_integrity_tasks());
+    EXPECT_TRUE(manager->has_pending_integrity_tasks());
     manager->get_progress_percentage(one, true, true, 0);
     EXPECT_TRUE(manager->check_integrity());
-    EXPECT_FALSE(VINST_DOWNLOADER_MGR::has_pending_integrity_tasks());
+    EXPECT_FALSE(manager->has_pending_integrity_tasks());
 }
 
 TEST_F(Integrity, WritesNoResultOfACancelledCheck)
@@ -144,9 +144,9 @@ TEST_F(Integrity, WritesNoResultOfACancelledCheck)
     put(content_of("one"));
     manager->get_progress_percentage(one, true, true, 0);
     manager->cancel_integrity_tasks();
-    EXPECT_FALSE(VINST_DOWNLOADER_MGR::has_pending_integrity_tasks());
+    EXPECT_FALSE(manager->has_pending_integrity_tasks());
     manager.reset(); // waits for the worker
-    EXPECT_FALSE(one->integrity_checked);
+    EXPECT_FALSE(one->file.is_checked());
 }
 
 TEST_F(Integrity, IsShownByAView)
@@ -154,12 +154,12 @@ TEST_F(Integrity, IsShownByAView)
     load_one();
     put(content_of("one"));
     RECORDING_VIEW view;
-    VINST_DOWNLOADER_MGR windowed(*release, &view);
+    VINST_DOWNLOADER_MGR windowed(*release, view);
     windowed.set_components({one}, true);
     EXPECT_TRUE(windowed.check_integrity());
     EXPECT_EQ(view.states.back(), std::pair(one, VINST_INTEGRITY_STATE::passed));
     put(std::string(3000, 'x'));
-    one->integrity_checked = false;
+    one->file.forget_check();
     windowed.set_components({one}, true);
     EXPECT_FALSE(windowed.check_integrity());
     EXPECT_EQ(view.states.back(), std::pair(one, VINST_INTEGRITY_STATE::failed));

@@ -1,3 +1,6 @@
+#include "install/vinst/download/vinst_connection_test.h"
+
+#include "install/vinst/console/vinst_console_view.h"
 #include "tests/integration/manager_fixture.h"
 
 #include "tests/harness/loopback.h"
@@ -19,13 +22,11 @@ protected:
     {
         if (release == nullptr)
             load();
-        manager = std::make_unique<VINST_DOWNLOADER_MGR>(*release);
-        manager->set_console_mode(true);
-        if (source)
-            manager->proxy_source = source;
-        bool works = false;
-        printed = printed_by([&] { works = manager->test_download(settings); });
-        return works;
+        VINST_CONSOLE_VIEW console;
+        VINST_CONNECTION_TEST test = source ? VINST_CONNECTION_TEST(*release, console, source)
+                                            : VINST_CONNECTION_TEST(*release, console);
+        printed = printed_by([&] { result = test.run(settings); });
+        return result.works;
     }
 
     std::string route() const
@@ -34,7 +35,7 @@ protected:
     }
 
     std::function<CURL_PROXY_INFO()> source;
-    std::unique_ptr<VINST_DOWNLOADER_MGR> manager;
+    VINST_CONNECTION_RESULT result;
     std::string printed;
 };
 
@@ -74,7 +75,7 @@ TEST_F(ConnectionTest, TriesTwiceAndTellsTheDetails)
             "the proxy settings and try again.\nDetails:\nTest download failed with error: The "
             "requested URL returned error: 404, Httpcode: 404, Curlcode: 22\n");
     EXPECT_TRUE(log_holds("[debug] Test download -> fail\n"));
-    EXPECT_EQ(manager->error_text().left(47), "Internet connection cannot be established. If y");
+    EXPECT_EQ(result.error.substr(0, 47), "Internet connection cannot be established. If y");
     EXPECT_FALSE(release->proxy_info.has_host());
 }
 

@@ -1,3 +1,5 @@
+#include "install/vinst/download/vinst_proxy_discovery.h"
+
 #include "tests/integration/manager_fixture.h"
 
 #include <QElapsedTimer>
@@ -42,8 +44,8 @@ protected:
     {
         builder.component("one");
         load();
-        manager = std::make_unique<VINST_DOWNLOADER_MGR>(*release);
-        manager->pac_helper = VINST_TEST_BINARY_DIR "/lib/vinst_pac";
+        discovery = std::make_unique<VINST_PROXY_DISCOVERY>(*release, quiet_view,
+                                                            VINST_TEST_BINARY_DIR "/lib/vinst_pac");
     }
 
     ~ProxyTest() override { shutdown_requested = false; }
@@ -53,13 +55,13 @@ protected:
     std::string system_proxy(const VALUES& variables)
     {
         const VARIABLES set(variables);
-        return manager->get_default_proxy().address();
+        return discovery->get_default_proxy().address();
     }
 
     std::string pac_proxy(const std::string& script, std::vector<FAULT> faults = {})
     {
         server.serve("/wpad.dat", script, std::move(faults));
-        return manager->get_pac_proxy(QString::fromStdString(server.url("/wpad.dat"))).address();
+        return discovery->get_pac_proxy(QString::fromStdString(server.url("/wpad.dat"))).address();
     }
 
     void write_preferences(const std::string& lines)
@@ -71,10 +73,10 @@ protected:
     std::string browser_proxy()
     {
         const VARIABLES home(VALUES{{"HOME", (dir / "home").string()}});
-        return manager->get_firefox_proxy(autoconfig_url).address();
+        return discovery->get_firefox_proxy(autoconfig_url).address();
     }
 
-    std::unique_ptr<VINST_DOWNLOADER_MGR> manager;
+    std::unique_ptr<VINST_PROXY_DISCOVERY> discovery;
     QString autoconfig_url;
 };
 
@@ -101,7 +103,7 @@ TEST_F(ProxyTest, OfTheSystemKeepsItsCredentials)
 {
     set_download_url("http://dl.example/release");
     const VARIABLES set(VALUES{{"http_proxy", "http://me:p%40ss@h:3128"}});
-    const CURL_PROXY_INFO proxy = manager->get_default_proxy();
+    const CURL_PROXY_INFO proxy = discovery->get_default_proxy();
     EXPECT_EQ(proxy.address(), "h:3128");
     EXPECT_EQ(proxy.username(), "me");
     EXPECT_EQ(proxy.password(), "p@ss");
@@ -180,10 +182,10 @@ TEST_F(ProxyTest, OfAMissingScriptIsNone)
 
 TEST_F(ProxyTest, OfAnUnreachableServerIsNone)
 {
-    EXPECT_FALSE(manager->get_pac_proxy("http://127.0.0.1:1/wpad.dat").has_host());
-    EXPECT_FALSE(manager->get_pac_proxy("ftp://127.0.0.1/wpad.dat").has_host());
-    EXPECT_FALSE(manager->get_pac_proxy("nonsense").has_host());
-    EXPECT_FALSE(manager->get_pac_proxy("").has_host());
+    EXPECT_FALSE(discovery->get_pac_proxy("http://127.0.0.1:1/wpad.dat").has_host());
+    EXPECT_FALSE(discovery->get_pac_proxy("ftp://127.0.0.1/wpad.dat").has_host());
+    EXPECT_FALSE(discovery->get_pac_proxy("nonsense").has_host());
+    EXPECT_FALSE(discovery->get_pac_proxy("").has_host());
 }
 
 TEST_F(ProxyTest, OfAScriptIsFetchedDirectlyWhateverTheEnvironmentSays)
@@ -227,7 +229,7 @@ TEST_F(ProxyTest, SearchEndsAtOnceWhenTheProcessEnds)
     QElapsedTimer clock;
     clock.start();
     EXPECT_FALSE(
-        manager->get_pac_proxy(QString::fromStdString(server.url("/wpad.dat"))).has_host());
+        discovery->get_pac_proxy(QString::fromStdString(server.url("/wpad.dat"))).has_host());
     stopper.join();
     EXPECT_LT(clock.elapsed(), 2000);
 }
@@ -244,9 +246,9 @@ TEST_F(ProxyTest, OfAScriptOfThisMachineIsFound)
 {
     write_file(dir / "own.pac", returning("'PROXY a:1'"));
     const QUrl own = QUrl::fromLocalFile(QString::fromStdString((dir / "own.pac").string()));
-    EXPECT_EQ(manager->get_pac_proxy(own.toString()).address(), "a:1");
-    EXPECT_FALSE(manager->get_pac_proxy("file:///nonexistent.pac").has_host());
-    EXPECT_FALSE(manager->get_pac_proxy("file:///dev/zero").has_host());
+    EXPECT_EQ(discovery->get_pac_proxy(own.toString()).address(), "a:1");
+    EXPECT_FALSE(discovery->get_pac_proxy("file:///nonexistent.pac").has_host());
+    EXPECT_FALSE(discovery->get_pac_proxy("file:///dev/zero").has_host());
     EXPECT_TRUE(log_holds("[debug] No autoproxy file: /dev/zero can't be read\n"));
 }
 
@@ -292,7 +294,7 @@ TEST_F(ProxyTest, OfTheBrowserSkipsFilesThatCanNotBeRead)
 TEST_F(ProxyTest, IsNotLookedForWhereThatIsForbidden)
 {
     const VARIABLES off(VALUES{{"VINST_NO_PROXY_DISCOVERY", "1"}});
-    EXPECT_FALSE(manager->discover_proxy().has_host());
+    EXPECT_FALSE(discovery->discover().has_host());
     EXPECT_TRUE(log_holds("[info] VINST_NO_PROXY_DISCOVERY is set, no proxy is looked for\n"));
     EXPECT_FALSE(log_holds("wpad"));
 }

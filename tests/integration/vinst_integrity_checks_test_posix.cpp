@@ -48,7 +48,7 @@ TEST_F(OneProcessor, IsEnoughForTheChecksOfAWindow)
     VINST_COMPONENT* const one = component("one");
 
     RECORDING_VIEW view;
-    VINST_DOWNLOADER_MGR manager(*release, &view);
+    VINST_DOWNLOADER_MGR manager(*release, view);
     QElapsedTimer clock;
     clock.start();
     view.on_events = [&]
@@ -58,6 +58,6 @@ TEST_F(OneProcessor, IsEnoughForTheChecksOfAWindow)
     };
     manager.set_components({one}, true);
     EXPECT_TRUE(manager.check_integrity());
-    EXPECT_TRUE(one->integrity_passed);
+    EXPECT_TRUE(one->file.has_passed());
     EXPECT_LT(clock.elapsed(), 60'000) << "the check was given up";
 }

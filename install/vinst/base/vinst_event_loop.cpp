@@ -1,0 +1,17 @@
+#include "install/vinst/base/vinst_event_loop.h"
+
+#include <QCoreApplication>
+#include <QEvent>
+#include <QEventLoop>
+
+void process_events()
+{
+    QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+}
+
+void wake_event_loop()
+{
+    // An event and not the dispatcher's own call: after that some platforms go back to sleep.
+    if (QCoreApplication* const application = QCoreApplication::instance())
+        QCoreApplication::postEvent(application, new QEvent(QEvent::User));
+}

@@ -1,0 +1,77 @@
+#include "install/vinst/download/vinst_file_check.h"
+
+#include "install/vinst/base/vinst_messages.h"
+#include "install/vinst/base/vinst_text.h"
+#include "install/vinst/release/vinst_component.h"
+
+#include <QCryptographicHash>
+#include <QElapsedTimer>
+#include <QFile>
+
+#include <vector>
+
+namespace
+{
+
+constexpr int read_block = 256 * 1024; // bytes
+
+bool md5_matches(const QString& path, const QString& expected,
+                 const std::function<bool()>& is_cancelled)
+{
+    if (!QFile::exists(path))
+        return false;
+    FIO_FILE_SYSTEM::wait_until_readable(utf8(path), is_cancelled);
+    const QString actual = calc_md5sum(path, is_cancelled);
+    if (actual == expected)
+        return true;
+    run_log().debug("MD5 => %s, actual md5:%s, expected md5:%s", utf8(path), utf8(actual),
+                    utf8(expected));
+    return false;
+}
+
+}
+
+QString calc_md5sum(const QString& path, const std::function<bool()>& is_cancelled)
+{
+    QElapsedTimer elapsed;
+    elapsed.start();
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+        return {};
+
+    QCryptographicHash hash(QCryptographicHash::Md5);
+    std::vector<char> block(read_block);
+    qint64 count = 0;
+    while ((count = file.read(block.data(), read_block)) > 0)
+    {
+        if (is_cancelled && is_cancelled())
+            return {};
+        hash.addData(block.data(), static_cast<int>(count));
+    }
+    if (count < 0)
+        return {};
+
+    // For short times the label says ms and the number is microseconds. Scripts that read logs
+    // expect it so.
+    const qint64 microseconds = elapsed.nsecsElapsed() / 1000;
+    if (microseconds < 1'000'000)
+        run_log().debug("calc_md5sum for file: %s, took: %d ms.", utf8(path), microseconds);
+    else
+        run_log().debug("calc_md5sum for file: %s, took: %d sec.", utf8(path),
+                        microseconds / 1'000'000);
+    return QString::fromLatin1(hash.result().toHex());
+}
+
+bool check_md5(const VINST_COMPONENT* component, const std::function<bool()>& is_cancelled)
+{
+    return md5_matches(component->file.path(), component->md5sum, is_cancelled);
+}
+
+VINST_FILE_CHECK check_file(const QString& path, const QString& md5sum,
+                            const std::function<bool()>& is_cancelled)
+{
+    const auto before = FIO_FILE_SYSTEM::identity(utf8(path));
+    const bool passed = md5_matches(path, md5sum, is_cancelled) && before &&
+                        before == FIO_FILE_SYSTEM::identity(utf8(path));
+    return {passed, before};
+}

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "install/vinst/release/vinst_component_file.h"
+
+#include <QString>
+
+#include <functional>
+
+struct VINST_COMPONENT;
+
+/// The MD5 checksum of a file as 32 lower-case hexadecimal digits; empty when the file cannot be
+/// read, or when `is_cancelled` said so meanwhile. Logs how long it took.
+QString calc_md5sum(const QString& path, const std::function<bool()>& is_cancelled = {});
+
+/// Whether the component's local file is there and has the manifest's MD5 checksum; false when
+/// `is_cancelled` said so meanwhile.
+bool check_md5(const VINST_COMPONENT* component, const std::function<bool()>& is_cancelled = {});
+
+/// Hashes a file. A file that changes meanwhile does not pass. Any thread.
+VINST_FILE_CHECK check_file(const QString& path, const QString& md5sum,
+                            const std::function<bool()>& is_cancelled);

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "install/vinst/download/vinst_downloader_view.h"
+#include "install/vinst/release/vinst_component.h"
+
+#include <QList>
+
+#include <memory>
+
+class VINST_DOWNLOADER_MGR_CHECK_INTEGRITY_TASK;
+
+/// Checks of components' files, each on a worker thread. All operations run on the main thread,
+/// where a timer collects the results and stores them in the components.
+class VINST_INTEGRITY_CHECKS
+{
+public:
+    explicit VINST_INTEGRITY_CHECKS(VINST_DOWNLOADER_VIEW& view);
+    /// Cancels all checks and waits for their workers.
+    ~VINST_INTEGRITY_CHECKS();
+    VINST_INTEGRITY_CHECKS(const VINST_INTEGRITY_CHECKS&) = delete;
+    VINST_INTEGRITY_CHECKS& operator=(const VINST_INTEGRITY_CHECKS&) = delete;
+
+    /// Starts a check, unless one of the component is pending or the process shuts down.
+    void start(VINST_COMPONENT& component);
+    /// Whether a result is still awaited.
+    bool has_pending() const { return !m_pending.isEmpty(); }
+    /// Gives up all results. Workers notice soon, but may still be reading when this returns.
+    void cancel();
+    /// Waits for all results.
+    void wait();
+    /// Cancels, and waits until no worker reads a file.
+    void finish();
+
+private:
+    using TASK = VINST_DOWNLOADER_MGR_CHECK_INTEGRITY_TASK;
+    struct WORKERS;
+
+    void collect_all();
+    void collect(const std::shared_ptr<TASK>& task);
+    void collect_finished(TASK& task);
+    void collect_running(TASK& task);
+    void give_up(TASK& task);
+
+    VINST_DOWNLOADER_VIEW& m_view;
+    /// Those whose result is awaited.
+    QList<TASK*> m_pending;
+    /// Those that have not ended: the pending ones, and cancelled ones whose worker still reads.
+    QList<std::shared_ptr<TASK>> m_cancellable;
+    std::unique_ptr<WORKERS> m_workers; ///< from the first check on
+};

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "support/curl/curl_proxy_info.h"
+
+#include <QString>
+
+#include <chrono>
+#include <optional>
+
+class VINST_DOWNLOADER_VIEW;
+class VINST_RELEASE;
+
+/// Looks for a proxy to the release's download address. Each source yields an empty proxy when it
+/// names none, and ends soon after a stop was requested. The view's events are processed meanwhile.
+class VINST_PROXY_DISCOVERY
+{
+public:
+    /// \param pac_helper  the program that evaluates automatic-configuration scripts; the one that
+    ///                    is installed with this library when empty
+    VINST_PROXY_DISCOVERY(const VINST_RELEASE& release, VINST_DOWNLOADER_VIEW& view,
+                          const QString& pac_helper = {});
+
+    /// The system's proxy settings.
+    CURL_PROXY_INFO get_default_proxy() const;
+    /// An automatic-configuration file found on the network.
+    CURL_PROXY_INFO get_wpad_proxy();
+    /// The automatic-configuration file at this address.
+    CURL_PROXY_INFO get_pac_proxy(const QString& url);
+    /// The browser's preferences.
+    /// \param autoconfig_url  receives the address of an automatic-configuration file, where that
+    /// is
+    ///                        what the user of the browser has chosen
+    CURL_PROXY_INFO get_firefox_proxy(QString& autoconfig_url);
+
+    /// Asks all sources except the system's settings, one after another, for at most 20 s in all.
+    CURL_PROXY_INFO discover();
+
+private:
+    std::chrono::milliseconds time_left() const;
+    bool may_go_on() const;
+    CURL_PROXY_INFO ask_all(const char*& source);
+    std::optional<QString> fetch_script(const QString& url);
+
+    const VINST_RELEASE& m_release;
+    VINST_DOWNLOADER_VIEW& m_view;
+    const QString m_pac_helper;
+    std::optional<std::chrono::steady_clock::time_point> m_end; ///< of `discover`
+};

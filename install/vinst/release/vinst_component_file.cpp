@@ -1,0 +1,89 @@
+#include "install/vinst/release/vinst_component_file.h"
+
+#include "install/vinst/base/vinst_text.h"
+#include "install/vinst/release/vinst_data.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+QString VINST_COMPONENT_FILE::path() const
+{
+    return m_component.release->download_dir() + QDir::separator() + m_component.filename;
+}
+
+std::optional<FIO_FILE_IDENTITY> VINST_COMPONENT_FILE::identity() const
+{
+    return FIO_FILE_SYSTEM::identity(utf8(path()));
+}
+
+bool VINST_COMPONENT_FILE::exists() const
+{
+    return !m_component.filename.isEmpty() && QFileInfo(path()).isFile();
+}
+
+bool VINST_COMPONENT_FILE::is_of_current_dir() const
+{
+    return m_checked_download_dir == m_component.release->download_dir();
+}
+
+bool VINST_COMPONENT_FILE::is_checked() const
+{
+    return m_integrity_checked && is_of_current_dir();
+}
+
+bool VINST_COMPONENT_FILE::is_corrupted() const
+{
+    return m_download_complete && is_checked() && !m_integrity_passed;
+}
+
+bool VINST_COMPONENT_FILE::is_verified() const
+{
+    return m_download_complete && has_passed() && m_verified_file && m_verified_file == identity();
+}
+
+void VINST_COMPONENT_FILE::measure()
+{
+    const auto file = identity();
+    m_bytes_on_disk = file ? file->size : 0;
+    if (has_passed() && !(file == m_verified_file))
+        m_integrity_checked = false;
+    count(m_bytes_on_disk);
+}
+
+void VINST_COMPONENT_FILE::count(quint64 bytes)
+{
+    const quint64 size = m_component.expected_size();
+    m_download_complete = size > 0 && bytes >= size;
+    if (bytes < size)
+        m_integrity_checked = false;
+}
+
+void VINST_COMPONENT_FILE::begin_check()
+{
+    m_checked_download_dir = m_component.release->download_dir();
+    m_is_being_checked = true;
+    m_integrity_checked = false;
+}
+
+void VINST_COMPONENT_FILE::finish_check(const VINST_FILE_CHECK& check)
+{
+    m_is_being_checked = false;
+    if (!is_of_current_dir())
+        return;
+    m_integrity_checked = true;
+    m_integrity_passed = check.passed;
+    m_verified_file = check.passed ? check.file : std::nullopt;
+}
+
+void VINST_COMPONENT_FILE::forget_check()
+{
+    m_is_being_checked = false;
+    if (is_of_current_dir())
+        m_integrity_checked = false;
+}
+
+void VINST_COMPONENT_FILE::make_installer_executable() const
+{
+    if (path().endsWith(".run"))
+        FIO_FILE_SYSTEM::chmod(utf8(path()), 0700);
+}

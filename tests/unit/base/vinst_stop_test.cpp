@@ -1,0 +1,65 @@
+#include "install/vinst/base/vinst_stop.h"
+
+#include "install/vinst/base/vinst_event_loop.h"
+#include "support/thr/thr_sleep.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+namespace
+{
+
+class StopRequest : public ::testing::Test
+{
+protected:
+    ~StopRequest() override
+    {
+        shutdown_requested = false;
+        begin_stoppable_work();
+        thr_forget_stop_request();
+    }
+};
+
+}
+
+TEST_F(StopRequest, IsNotAskedForAtFirst)
+{
+    EXPECT_FALSE(is_to_stop());
+    EXPECT_FALSE(is_shutting_down());
+}
+
+TEST_F(StopRequest, OfADownloadIsForgottenWhenTheNextWorkBegins)
+{
+    request_download_stop();
+    EXPECT_TRUE(is_to_stop());
+    EXPECT_FALSE(is_shutting_down());
+    begin_stoppable_work();
+    EXPECT_FALSE(is_to_stop());
+}
+
+TEST_F(StopRequest, OfAClosedWindowStays)
+{
+    request_shutdown();
+    begin_stoppable_work();
+    EXPECT_TRUE(is_to_stop());
+    EXPECT_TRUE(is_shutting_down());
+}
+
+TEST_F(StopRequest, OfTheProcessStaysAndEndsSleeps)
+{
+    request_process_stop();
+    begin_stoppable_work();
+    EXPECT_TRUE(is_to_stop());
+    EXPECT_TRUE(is_shutting_down());
+    EXPECT_TRUE(thr_stop_requested());
+}
+
+TEST_F(StopRequest, WakesTheEventLoopFromAnyThread)
+{
+    std::thread other(request_download_stop);
+    while (!is_to_stop())
+        process_events();
+    other.join();
+    EXPECT_TRUE(is_to_stop());
+}
