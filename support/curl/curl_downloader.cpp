@@ -45,9 +45,9 @@ void CURL_DOWNLOADER::set_file_end_callback(std::function<void()> callback)
 }
 
 void CURL_DOWNLOADER::add_file(const std::string& url, const std::string& path,
-                               CURL_PROGRESS_DATA* data)
+                               CURL_PROGRESS_DATA* data, std::uint64_t expected_size)
 {
-    m_queue.push_back({url, path, data});
+    m_queue.push_back({url, path, data, expected_size});
 }
 
 void CURL_DOWNLOADER::download_files(int parallel, bool wait)

@@ -31,7 +31,10 @@ public:
     void set_file_end_callback(std::function<void()> callback);
 
     /// Queues a file; before `download_files` only.
-    void add_file(const std::string& url, const std::string& path, CURL_PROGRESS_DATA* data);
+    /// \param expected_size  bytes of the complete file, 0 when unknown. A file that has them on
+    ///                       disk is not requested: its transfer ends as a success without a status
+    void add_file(const std::string& url, const std::string& path, CURL_PROGRESS_DATA* data,
+                  std::uint64_t expected_size = 0);
 
     /// Starts the queued transfers, at most `parallel` at a time.
     void download_files(int parallel, bool wait);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 struct CURL_PROGRESS_DATA;
@@ -10,4 +11,5 @@ struct CURL_REQUEST
     std::string url;
     std::string path;
     CURL_PROGRESS_DATA* data = nullptr;
+    std::uint64_t expected_size = 0; ///< bytes of the complete file; 0: unknown
 };

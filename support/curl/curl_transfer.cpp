@@ -3,6 +3,7 @@
 #include "support/curl/curl_ca_bundle.h"
 #include "support/curl/curl_logger.h"
 #include "support/curl/curl_redact.h"
+#include "support/fio/fio_file_system.h"
 
 #include <algorithm>
 #include <cstring>
@@ -42,6 +43,11 @@ bool CURL_TRANSFER::prepare()
         store(*m_own_outcome, 0);
         return false;
     }
+    if (has_complete_file())
+    {
+        store({}, 0);
+        return false;
+    }
     if (!m_file.open(m_request.path, FIO_APPEND_FILE::OPENING::existing_only) &&
         !m_file.error().empty())
     {
@@ -59,6 +65,15 @@ bool CURL_TRANSFER::prepare()
     set_options();
     m_last_activity = CLOCK::now();
     return true;
+}
+
+// The file is measured without being opened: a complete one may be read-only.
+bool CURL_TRANSFER::has_complete_file() const
+{
+    if (m_request.expected_size == 0)
+        return false;
+    const auto file = FIO_FILE_SYSTEM::identity(m_request.path);
+    return file && file->size >= m_request.expected_size;
 }
 
 void CURL_TRANSFER::set_options()

@@ -25,7 +25,8 @@ public:
     CURL_TRANSFER& operator=(const CURL_TRANSFER&) = delete;
 
     /// Opens the local file, where there is one, and sets the request up. When it answers false the
-    /// transfer has ended already, and its record says why.
+    /// transfer has ended already, and its record has the result: an error, or success when the
+    /// file has its expected size.
     bool prepare();
     CURL* handle() const { return m_handle.get(); }
 
@@ -46,6 +47,7 @@ private:
     static std::size_t on_body(char* bytes, std::size_t size, std::size_t count, void* self);
     static int on_trace(CURL* handle, curl_infotype type, char* text, std::size_t size, void* self);
 
+    bool has_complete_file() const;
     void set_options();
     void set_proxy_options();
     bool take_header(std::string_view line);

@@ -65,6 +65,41 @@ TEST_F(Downloader, AsksForNoBytesOfAWholeFile)
     EXPECT_LT(server.body_bytes("/f"), 100U); // the error page
 }
 
+TEST_F(Downloader, RequestsNoFileThatHasItsExpectedSize)
+{
+    const FAULT faults[] = {FAULT::status(404),    FAULT::status(403),
+                            FAULT::status(503),    FAULT::range_not_satisfiable(false),
+                            FAULT::ignore_range(), FAULT::other_body(body + "more")};
+    for (const std::string& content : {body, body + "x"})
+        for (const FAULT& fault : faults)
+        {
+            server.serve("/f", body, {fault});
+            dir.write("f", content);
+            EXPECT_EQ(fetch_sized(body.size()), -1);
+            expect_success(content);
+            EXPECT_EQ(data->bytes_received, 0U);
+        }
+    EXPECT_EQ(server.request_count(), 0U);
+    EXPECT_EQ(server.connection_count(), 0U);
+}
+
+TEST_F(Downloader, ResumesAFileThatIsShorterThanItsExpectedSize)
+{
+    server.serve("/f", body);
+    dir.write("f", body.substr(0, body.size() - 1));
+    EXPECT_EQ(fetch_sized(body.size()), 206);
+    expect_success(body);
+    EXPECT_EQ(server.requests("/f").at(0).range(), "bytes=99999-");
+}
+
+TEST_F(Downloader, StopsBeforeItJudgesAFileByItsSize)
+{
+    dir.write("f", body);
+    stop_asked = true;
+    EXPECT_EQ(fetch_sized(body.size()), -1);
+    EXPECT_EQ(data->curl_code, 42);
+}
+
 TEST_F(Downloader, RefusesA416ThatDoesNotFitTheFile)
 {
     for (const bool with_content_range : {true, false})

@@ -47,6 +47,17 @@ protected:
         return downloader.download_one_file(url, path(), data.get());
     }
 
+    /// Fetches "/f" when the size of the complete file is known.
+    int fetch_sized(std::uint64_t expected_size)
+    {
+        data = std::make_unique<CURL_PROGRESS_DATA>();
+        CURL_DOWNLOADER downloader("", proxy, false, 10);
+        downloader.set_progress_callback(count_progress);
+        downloader.add_file(server.url("/f"), path(), data.get(), expected_size);
+        downloader.download_files(1, true);
+        return data->http_code;
+    }
+
     int fetch() { return fetch(server.url("/f")); }
 
     std::string path() const { return (dir / "f").string(); }

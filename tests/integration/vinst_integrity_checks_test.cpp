@@ -70,6 +70,17 @@ TEST_F(Integrity, FailsAWrongSumWithAWriteError)
                           ", expected md5:" + one->md5sum.toStdString() + "\n"));
 }
 
+TEST_F(Integrity, LetsNoFilePassThatGrewAfterItsCheck)
+{
+    load_one();
+    put(content_of("one"));
+    ASSERT_TRUE(check());
+    put(content_of("one") + "x");
+    EXPECT_FALSE(manager->check_integrity());
+    EXPECT_EQ(manager->failed_components(), VINST_COMPONENT_LIST{one});
+    EXPECT_TRUE(manager->write_error());
+}
+
 TEST_F(Integrity, ComparesSumsByTheLetter)
 {
     load_one();

@@ -144,7 +144,7 @@ void VINST_DOWNLOADER_MGR::queue_component(CURL_DOWNLOADER& downloader, VINST_CO
     if (component->file.is_corrupted() && component->file.exists())
         delete_corrupted_file(component);
     downloader.add_file(utf8(component->download_url()), utf8(component->file.path()),
-                        component->progress_data.get());
+                        component->progress_data.get(), component->expected_size());
 }
 
 void VINST_DOWNLOADER_MGR::delete_corrupted_file(VINST_COMPONENT* component)
