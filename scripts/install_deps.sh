@@ -24,7 +24,8 @@ packages=(
 for argument in "$@"; do
     case $argument in
         test) packages+=(nginx-light squid tinyproxy dante-server iproute2 xvfb
-                         openssl tmux ca-certificates curl tzdata binutils clang-format clang-tidy) ;;
+                         openssl tmux ca-certificates curl tzdata binutils clang-format clang-tidy
+                         e2fsprogs mount util-linux) ;;
         bench) packages+=(nginx-light aria2 curl openssl time) ;;
         screenshots) packages+=(xvfb util-linux fonts-dejavu-core pngquant) ;;
         windows) packages+=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev googletest wine wine64 nsis

@@ -5,9 +5,9 @@ set(VINST_LEFT_OUT_ON_WINDOWS
   "vinst_release_.*" "pac_.*" vinst_pac_runner_test
   # These run hosts and servers as processes of Linux. The same files test the Windows hosts, as
   # Linux programs that run them through Wine.
-  "host_.*_test" host_setup screen_model slow_resolver vinst_release_test
+  "host_.*_test" host_setup screen_model slow_resolver faulty_disk vinst_release_test
   child_process server_process nginx_server proxy_server socks_server network_namespace
-  test_authority
+  test_authority ext4_disk
   # Tests inside the process that need those servers.
   curl_downloader_network_test curl_downloader_test vinst_connection_test_test
   vinst_proxy_discovery_test)

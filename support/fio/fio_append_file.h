@@ -2,7 +2,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
+
+class FIO_FLUSH_HANDLE;
 
 /// A regular file that grows at its end and belongs to one writer.
 ///
@@ -28,12 +31,19 @@ public:
     bool is_open() const;
     void close();
 
+    /// As it was opened, also after it was closed.
+    const std::string& path() const { return m_path; }
+
     /// Bytes in the file; counts up with each append.
     std::uint64_t size() const { return m_size; }
 
     /// Appends the bytes; what fits is written even when not all of it does.
     /// \return whether all of them were written; `error()` says why not
     bool append(const char* data, std::size_t size);
+
+    /// For flushing the file on another thread; null when the file isn't open, or when the process
+    /// has no descriptor or handle left.
+    [[nodiscard]] std::unique_ptr<FIO_FLUSH_HANDLE> flush_handle() const;
 
     /// A sentence for the user that names the file.
     const std::string& error() const { return m_error; }

@@ -1,9 +1,8 @@
 #include "support/fio/fio_file_system.h"
 
-#include <algorithm>
-#include <chrono>
+#include "support/fio/fio_repeat_win32.h"
+
 #include <memory>
-#include <thread>
 
 #include <windows.h>
 
@@ -13,35 +12,8 @@
 namespace
 {
 
-constexpr std::chrono::seconds longest_hold{10};
-constexpr std::chrono::milliseconds first_pause{20};
-constexpr std::chrono::milliseconds longest_pause{500};
-
 /// From here on the calls want the prefix; a directory must leave room for a short file name.
 constexpr std::size_t longest_plain_path = 246;
-
-bool is_held_by_another(DWORD error)
-{
-    // A file that is being deleted answers with "access denied" until its last user has gone.
-    return error == ERROR_SHARING_VIOLATION || error == ERROR_LOCK_VIOLATION ||
-           error == ERROR_ACCESS_DENIED || error == ERROR_USER_MAPPED_FILE;
-}
-
-/// Repeats an operation for as long as another program seems to hold the file.
-/// \param operation  answers with an error of the system, or ERROR_SUCCESS
-template <typename OPERATION>
-DWORD repeat_while_held(const OPERATION& operation, const std::function<bool()>& is_to_stop = {})
-{
-    const auto deadline = std::chrono::steady_clock::now() + longest_hold;
-    for (auto pause = first_pause;; pause = std::min(pause * 2, longest_pause))
-    {
-        const DWORD error = operation();
-        if (!is_held_by_another(error) || std::chrono::steady_clock::now() + pause > deadline ||
-            (is_to_stop && is_to_stop()))
-            return error;
-        std::this_thread::sleep_for(pause);
-    }
-}
 
 DWORD last_error_unless(BOOL succeeded)
 {
@@ -146,7 +118,7 @@ FIO_FILE_SYSTEM::RENAMING FIO_FILE_SYSTEM::rename(const FIO_PATH& from, const FI
     const DWORD attributes = ::GetFileAttributesW(to.c_str());
     if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
         return RENAMING::failed;
-    const DWORD error = repeat_while_held(
+    const DWORD error = fio_repeat_while_held(
         [&] {
             return last_error_unless(
                 ::MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING));
@@ -165,7 +137,7 @@ void FIO_FILE_SYSTEM::wait_until_readable(const std::string& path,
                                           const std::function<bool()>& is_to_stop)
 {
     const FIO_PATH native = fio_path(path);
-    repeat_while_held(
+    fio_repeat_while_held(
         [&native]
         {
             const HANDLE_OWNER file(
@@ -181,7 +153,7 @@ bool FIO_FILE_SYSTEM::remove_if_exists(const std::string& path,
                                        const std::function<bool()>& is_to_stop)
 {
     const FIO_PATH native = fio_path(path);
-    return is_gone(repeat_while_held([&native] { return remove_once(native); }, is_to_stop));
+    return is_gone(fio_repeat_while_held([&native] { return remove_once(native); }, is_to_stop));
 }
 
 bool FIO_FILE_SYSTEM::remove_unless_held(const std::string& path)

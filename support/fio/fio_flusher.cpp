@@ -1,0 +1,89 @@
+#include "support/fio/fio_flusher.h"
+
+#include "support/fio/fio_append_file.h"
+
+#include <algorithm>
+#include <utility>
+
+FIO_FLUSHER::FIO_FLUSHER(FLUSH flush) : m_flush(std::move(flush)) {}
+
+FIO_FLUSHER::~FIO_FLUSHER()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_stop = true;
+        m_queue.clear();
+    }
+    m_changed.notify_one();
+    if (m_thread.joinable())
+        m_thread.join();
+}
+
+void FIO_FLUSHER::request(const FIO_APPEND_FILE& file)
+{
+    const std::lock_guard lock(m_mutex);
+    if (find(file) != m_queue.end())
+        return;
+    // Without a handle or a thread nothing is lost: a complete file is flushed by whoever checks
+    // it.
+    std::unique_ptr<FIO_FLUSH_HANDLE> handle = file.flush_handle();
+    if (handle == nullptr || !start_thread())
+        return;
+    m_queue.push_back({file.path(), std::move(handle)});
+    m_changed.notify_one();
+}
+
+void FIO_FLUSHER::withdraw(const FIO_APPEND_FILE& file)
+{
+    const std::lock_guard lock(m_mutex);
+    if (const auto request = find(file); request != m_queue.end())
+        m_queue.erase(request);
+}
+
+std::error_code FIO_FLUSHER::error_of(const FIO_APPEND_FILE& file)
+{
+    const std::lock_guard lock(m_mutex);
+    const auto error = m_errors.find(file.path());
+    return error != m_errors.end() ? error->second : std::error_code();
+}
+
+std::deque<FIO_FLUSHER::REQUEST>::iterator FIO_FLUSHER::find(const FIO_APPEND_FILE& file)
+{
+    return std::find_if(m_queue.begin(), m_queue.end(),
+                        [&file](const REQUEST& request) { return request.path == file.path(); });
+}
+
+bool FIO_FLUSHER::start_thread()
+{
+    if (m_thread.joinable())
+        return true;
+    try
+    {
+        m_thread = std::thread([this] { run(); });
+        return true;
+    }
+    catch (const std::system_error&)
+    {
+        return false;
+    }
+}
+
+void FIO_FLUSHER::run()
+{
+    std::unique_lock lock(m_mutex);
+    for (;;)
+    {
+        m_changed.wait(lock, [this] { return m_stop || !m_queue.empty(); });
+        if (m_stop)
+            return;
+        REQUEST request = std::move(m_queue.front());
+        m_queue.pop_front();
+
+        lock.unlock();
+        const std::error_code error = m_flush(*request.file);
+        request.file.reset();
+        lock.lock();
+        if (error)
+            m_errors[request.path] = error;
+    }
+}

@@ -1,0 +1,192 @@
+#include "support/fio/fio_flusher.h"
+
+#include "support/fio/fio_append_file.h"
+#include "tests/harness/temp_dir.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+namespace
+{
+
+using namespace std::chrono_literals;
+using OPENING = FIO_APPEND_FILE::OPENING;
+
+/// A disk that flushes when it is let.
+class GATE
+{
+public:
+    std::error_code flush()
+    {
+        std::unique_lock lock(m_mutex);
+        ++m_begun;
+        m_changed.notify_all();
+        m_changed.wait(lock, [this] { return m_open; });
+        return m_error;
+    }
+    FIO_FLUSHER::FLUSH as_flush()
+    {
+        return [this](const FIO_FLUSH_HANDLE&) { return flush(); };
+    }
+
+    void open(std::error_code error = {})
+    {
+        const std::lock_guard lock(m_mutex);
+        m_open = true;
+        m_error = error;
+        m_changed.notify_all();
+    }
+    bool wait_for_begun(int count)
+    {
+        std::unique_lock lock(m_mutex);
+        return m_changed.wait_for(lock, 30s, [&] { return m_begun >= count; });
+    }
+    int begun()
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_begun;
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    bool m_open = false;
+    int m_begun = 0;
+    std::error_code m_error;
+};
+
+class Flusher : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(a.open((dir / "a").string(), OPENING::create_if_missing));
+        ASSERT_TRUE(b.open((dir / "b").string(), OPENING::create_if_missing));
+    }
+
+    /// Whether nobody has the file locked, once its writer has closed it.
+    static bool is_free(const FIO_APPEND_FILE& file)
+    {
+        FIO_APPEND_FILE other;
+        return other.open(file.path(), OPENING::existing_only);
+    }
+
+    static bool wait_until_free(const FIO_APPEND_FILE& file)
+    {
+        const auto deadline = std::chrono::steady_clock::now() + 30s;
+        while (!is_free(file) && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::sleep_for(5ms);
+        return is_free(file);
+    }
+
+    TEMP_DIR dir;
+    FIO_APPEND_FILE a;
+    FIO_APPEND_FILE b;
+    GATE gate;
+};
+
+}
+
+TEST_F(Flusher, FlushesOnTheRealDisk)
+{
+    FIO_FLUSHER flusher;
+    ASSERT_TRUE(a.append("abc", 3));
+    flusher.request(a);
+    a.close();
+    EXPECT_TRUE(wait_until_free(a));
+    EXPECT_FALSE(flusher.error_of(a));
+}
+
+TEST_F(Flusher, FlushesOneFileAfterTheOther)
+{
+    FIO_FLUSHER flusher(gate.as_flush());
+    flusher.request(a);
+    flusher.request(b);
+    ASSERT_TRUE(gate.wait_for_begun(1));
+    EXPECT_EQ(gate.begun(), 1);
+    gate.open();
+    EXPECT_TRUE(gate.wait_for_begun(2));
+}
+
+TEST_F(Flusher, JoinsRequestsOfOneFile)
+{
+    FIO_FLUSHER flusher(gate.as_flush());
+    flusher.request(a);
+    ASSERT_TRUE(gate.wait_for_begun(1));
+    for (int i = 0; i < 5; ++i) // for bytes that the running flush may miss
+        flusher.request(a);
+    flusher.request(b);
+    gate.open();
+    ASSERT_TRUE(gate.wait_for_begun(3));
+    b.close();
+    EXPECT_TRUE(wait_until_free(b)); // the last one has ended
+    EXPECT_EQ(gate.begun(), 3);
+}
+
+TEST_F(Flusher, LetsAWithdrawnFileGo)
+{
+    FIO_FLUSHER flusher(gate.as_flush());
+    flusher.request(a);
+    ASSERT_TRUE(gate.wait_for_begun(1));
+    flusher.request(b);
+    b.close();
+    EXPECT_FALSE(is_free(b));
+    flusher.withdraw(b);
+    EXPECT_TRUE(is_free(b));
+    // What runs goes on.
+    a.close();
+    flusher.withdraw(a);
+    EXPECT_FALSE(is_free(a));
+    gate.open();
+    EXPECT_TRUE(wait_until_free(a));
+    EXPECT_EQ(gate.begun(), 1);
+}
+
+TEST_F(Flusher, DropsItsQueueAndWaitsForTheRunningFlushWhenItGoes)
+{
+    auto flusher = std::make_unique<FIO_FLUSHER>(gate.as_flush());
+    flusher->request(a);
+    ASSERT_TRUE(gate.wait_for_begun(1));
+    flusher->request(b);
+    a.close();
+    b.close();
+    std::thread destroyer([&] { flusher.reset(); });
+    EXPECT_TRUE(wait_until_free(b));
+    EXPECT_FALSE(is_free(a));
+    gate.open();
+    destroyer.join();
+    EXPECT_TRUE(is_free(a));
+    EXPECT_EQ(gate.begun(), 1);
+}
+
+TEST_F(Flusher, RemembersTheFailureOfEachFile)
+{
+    FIO_FLUSHER flusher(gate.as_flush());
+    flusher.request(a);
+    gate.open(std::make_error_code(std::errc::io_error));
+    const auto deadline = std::chrono::steady_clock::now() + 30s;
+    while (!flusher.error_of(a) && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(5ms);
+    EXPECT_EQ(flusher.error_of(a), std::errc::io_error);
+    EXPECT_FALSE(flusher.error_of(b));
+    a.close();
+    EXPECT_EQ(flusher.error_of(a), std::errc::io_error);
+}
+
+TEST_F(Flusher, IgnoresAFileThatIsNotOpen)
+{
+    FIO_FLUSHER flusher(gate.as_flush());
+    a.close();
+    flusher.request(a);
+    flusher.request(b);
+    ASSERT_TRUE(gate.wait_for_begun(1));
+    gate.open();
+    b.close();
+    EXPECT_TRUE(wait_until_free(b));
+    EXPECT_EQ(gate.begun(), 1);
+}
