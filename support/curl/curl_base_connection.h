@@ -16,7 +16,9 @@ struct CURL_CONNECTION_SETTINGS
     bool trace = false; ///< libcurl's own trace, as debug lines of the log
     std::chrono::seconds connect_timeout{10};
     std::chrono::milliseconds stall_timeout{60'000}; ///< for a transfer that moves nothing
-    CURL_LOGGER* logger = nullptr;                   ///< may be null; outlives the connection
+    /// A growing file is flushed to the disk this often, and after each 64 MiB.
+    std::chrono::milliseconds flush_interval{10'000};
+    CURL_LOGGER* logger = nullptr; ///< may be null; outlives the connection
     CURL_PROGRESS_CALLBACK progress_callback = nullptr;
 };
 
@@ -33,6 +35,10 @@ public:
     void set_stall_timeout(std::chrono::milliseconds timeout)
     {
         m_settings.stall_timeout = timeout;
+    }
+    void set_flush_interval(std::chrono::milliseconds interval)
+    {
+        m_settings.flush_interval = interval;
     }
 
 protected:

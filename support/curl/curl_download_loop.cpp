@@ -39,7 +39,8 @@ void CURL_DOWNLOAD_LOOP::start_transfers(std::deque<CURL_REQUEST>& queue, std::s
 {
     while (m_active.size() < parallel && !queue.empty())
     {
-        auto transfer = std::make_unique<CURL_TRANSFER>(std::move(queue.front()), m_settings);
+        auto transfer =
+            std::make_unique<CURL_TRANSFER>(std::move(queue.front()), m_settings, m_flusher);
         queue.pop_front();
         if (!transfer->prepare())
         {

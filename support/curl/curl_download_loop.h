@@ -1,6 +1,7 @@
 #pragma once
 
 #include "support/curl/curl_transfer.h"
+#include "support/fio/fio_flusher.h"
 
 #include <atomic>
 #include <deque>
@@ -34,5 +35,6 @@ private:
     const CURL_CONNECTION_SETTINGS& m_settings;
     const std::function<void()> m_on_file_end;
     const std::unique_ptr<CURLM, MULTI_DELETER> m_multi;
+    FIO_FLUSHER m_flusher;
     std::vector<std::unique_ptr<CURL_TRANSFER>> m_active;
 };

@@ -4,6 +4,7 @@
 #include "support/curl/curl_logger.h"
 #include "support/curl/curl_redact.h"
 #include "support/fio/fio_file_system.h"
+#include "support/fio/fio_flusher.h"
 
 #include <algorithm>
 #include <cstring>
@@ -12,9 +13,10 @@
 namespace
 {
 
-constexpr std::size_t write_block = 256 * 1024; // bytes gathered into one write
-constexpr long receive_buffer = 512 * 1024;     // bytes
-constexpr std::size_t head_limit = 256 * 1024;  // bytes of all headers together
+constexpr std::size_t write_block = 256 * 1024;         // bytes gathered into one write
+constexpr std::uint64_t flush_block = 64 * 1024 * 1024; // bytes
+constexpr long receive_buffer = 512 * 1024;             // bytes
+constexpr std::size_t head_limit = 256 * 1024;          // bytes of all headers together
 constexpr auto longest_in_memory = std::chrono::milliseconds(300);
 constexpr long redirect_limit = 10;
 
@@ -28,9 +30,10 @@ bool starts_with_scheme(std::string_view url, std::string_view scheme)
 
 }
 
-CURL_TRANSFER::CURL_TRANSFER(CURL_REQUEST request, const CURL_CONNECTION_SETTINGS& settings)
-    : m_request(std::move(request)), m_settings(settings), m_error_buffer(CURL_ERROR_SIZE),
-      m_last_activity(CLOCK::now())
+CURL_TRANSFER::CURL_TRANSFER(CURL_REQUEST request, const CURL_CONNECTION_SETTINGS& settings,
+                             FIO_FLUSHER& flusher)
+    : m_request(std::move(request)), m_settings(settings), m_flusher(flusher),
+      m_error_buffer(CURL_ERROR_SIZE), m_last_activity(CLOCK::now())
 {
 }
 
@@ -64,6 +67,7 @@ bool CURL_TRANSFER::prepare()
     }
     set_options();
     m_last_activity = CLOCK::now();
+    m_last_flush = m_last_activity;
     return true;
 }
 
@@ -188,7 +192,7 @@ bool CURL_TRANSFER::take_body(const char* bytes, std::size_t size)
     if (m_pending.empty())
         m_pending_since = m_last_activity;
     m_pending.insert(m_pending.end(), bytes, bytes + size);
-    if (m_pending.size() >= write_block && !flush())
+    if (m_pending.size() >= write_block && !write_pending())
         return false;
     return caller_wants_more();
 }
@@ -210,7 +214,7 @@ bool CURL_TRANSFER::start_body()
     return true;
 }
 
-bool CURL_TRANSFER::flush()
+bool CURL_TRANSFER::write_pending()
 {
     if (m_pending.empty())
         return true;
@@ -232,7 +236,9 @@ bool CURL_TRANSFER::caller_wants_more()
 
 bool CURL_TRANSFER::keep_going(CLOCK::time_point now)
 {
-    if (!m_pending.empty() && now - m_pending_since >= longest_in_memory && !flush())
+    if (!m_pending.empty() && now - m_pending_since >= longest_in_memory && !write_pending())
+        return false;
+    if (!flush_now_and_then(now))
         return false;
     if (now - m_last_activity >= m_settings.stall_timeout)
         return end_with(CURLE_OPERATION_TIMEDOUT,
@@ -242,6 +248,21 @@ bool CURL_TRANSFER::keep_going(CLOCK::time_point now)
                                                .count()) +
                             " seconds");
     return caller_wants_more();
+}
+
+bool CURL_TRANSFER::flush_now_and_then(CLOCK::time_point now)
+{
+    const std::uint64_t unflushed = m_received - m_flushed;
+    if (unflushed >= flush_block ||
+        (unflushed > 0 && now - m_last_flush >= m_settings.flush_interval))
+    {
+        m_flusher.request(m_file);
+        m_flushed = m_received;
+        m_last_flush = now;
+    }
+    const std::error_code error = m_flusher.error_of(m_file);
+    return !error ||
+           end_with(CURLE_WRITE_ERROR, "Cannot write " + m_request.path + ": " + error.message());
 }
 
 bool CURL_TRANSFER::end_with(int curl_code, std::string error)
@@ -263,7 +284,8 @@ int CURL_TRANSFER::answered_status(CURLcode result) const
 
 void CURL_TRANSFER::finish(CURLcode result)
 {
-    flush();
+    write_pending();
+    m_flusher.withdraw(m_file);
     CURL_OUTCOME outcome{result, {}};
     if (result != CURLE_OK)
     {

@@ -13,13 +13,16 @@
 #include <string>
 #include <vector>
 
+class FIO_FLUSHER;
+
 /// One file on its way: the request, the answer and the growing file. Lives on one thread.
 class CURL_TRANSFER
 {
 public:
     using CLOCK = std::chrono::steady_clock;
 
-    CURL_TRANSFER(CURL_REQUEST request, const CURL_CONNECTION_SETTINGS& settings);
+    CURL_TRANSFER(CURL_REQUEST request, const CURL_CONNECTION_SETTINGS& settings,
+                  FIO_FLUSHER& flusher);
     ~CURL_TRANSFER();
     CURL_TRANSFER(const CURL_TRANSFER&) = delete;
     CURL_TRANSFER& operator=(const CURL_TRANSFER&) = delete;
@@ -30,8 +33,9 @@ public:
     bool prepare();
     CURL* handle() const { return m_handle.get(); }
 
-    /// To be called several times a second while the transfer runs: reports progress, and writes
-    /// what has been waiting in memory. \return false when the transfer is to be ended now
+    /// To be called several times a second while the transfer runs: reports progress, writes what
+    /// has been waiting in memory, and has the file flushed from time to time. \return false when
+    /// the transfer is to be ended now
     bool keep_going(CLOCK::time_point now);
 
     /// Ends the transfer and stores its result in the record.
@@ -53,7 +57,8 @@ private:
     bool take_header(std::string_view line);
     bool take_body(const char* bytes, std::size_t size);
     bool start_body();
-    bool flush();
+    bool write_pending();
+    bool flush_now_and_then(CLOCK::time_point now);
     bool caller_wants_more();
     bool end_with(int curl_code, std::string error);
     int answered_status(CURLcode result) const;
@@ -61,6 +66,7 @@ private:
 
     const CURL_REQUEST m_request;
     const CURL_CONNECTION_SETTINGS& m_settings;
+    FIO_FLUSHER& m_flusher;
     std::unique_ptr<CURL, EASY_DELETER> m_handle;
     std::vector<char> m_error_buffer;
 
@@ -71,6 +77,8 @@ private:
     std::vector<char> m_pending;  ///< received, not yet written
     CLOCK::time_point m_pending_since;
     CLOCK::time_point m_last_activity;
+    std::uint64_t m_flushed = 0;    ///< of the received bytes, those that a flush was asked for
+    CLOCK::time_point m_last_flush; ///< the last request for a flush
 
     CURL_RESPONSE_HEAD m_head;
     std::optional<CURL_BODY_DECISION> m_decision;

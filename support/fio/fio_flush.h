@@ -17,8 +17,10 @@ public:
     explicit FIO_FLUSH_HANDLE(std::intptr_t file);
     /// Opens the file. On Windows waits up to 5 minutes for others who hold it: they may be
     /// flushing it. A file that this user may not write counts as flushed there, since only what
-    /// can be written can be flushed. \param path        UTF-8 \param is_to_stop  asked while
-    /// waiting; true ends it
+    /// can be written can be flushed.
+    ///
+    /// \param path        UTF-8
+    /// \param is_to_stop  asked while waiting; true ends it
     explicit FIO_FLUSH_HANDLE(const std::string& path,
                               const std::function<bool()>& is_to_stop = {});
     ~FIO_FLUSH_HANDLE();

@@ -3,10 +3,12 @@
 #include "install/vinst/base/vinst_messages.h"
 #include "install/vinst/base/vinst_text.h"
 #include "install/vinst/release/vinst_component.h"
+#include "support/fio/fio_flush.h"
 
 #include <QCryptographicHash>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 
 #include <vector>
 
@@ -27,6 +29,18 @@ bool md5_matches(const QString& path, const QString& expected,
     run_log().debug("MD5 => %s, actual md5:%s, expected md5:%s", utf8(path), utf8(actual),
                     utf8(expected));
     return false;
+}
+
+/// Flushes a file and its name, so that a power cut cannot take from the user what was reported as
+/// verified.
+bool is_on_disk(const QString& path, const FIO_FLUSH_HANDLE& file)
+{
+    std::error_code error = file.flush();
+    if (!error)
+        error = fio_flush_directory(utf8(QFileInfo(path).path()));
+    if (error)
+        run_log().error("Cannot flush %s to the disk: %s", utf8(path), error.message());
+    return !error;
 }
 
 }
@@ -70,8 +84,11 @@ bool check_md5(const VINST_COMPONENT* component, const std::function<bool()>& is
 VINST_FILE_CHECK check_file(const QString& path, const QString& md5sum,
                             const std::function<bool()>& is_cancelled)
 {
+    // Open while the file is read: it learns of every write that fails meanwhile.
+    const FIO_FLUSH_HANDLE flush_handle(utf8(path), is_cancelled);
     const auto before = FIO_FILE_SYSTEM::identity(utf8(path));
     const bool passed = md5_matches(path, md5sum, is_cancelled) && before &&
-                        before == FIO_FILE_SYSTEM::identity(utf8(path));
+                        before == FIO_FILE_SYSTEM::identity(utf8(path)) &&
+                        is_on_disk(path, flush_handle);
     return {passed, before};
 }

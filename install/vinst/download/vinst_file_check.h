@@ -16,6 +16,7 @@ QString calc_md5sum(const QString& path, const std::function<bool()>& is_cancell
 /// `is_cancelled` said so meanwhile.
 bool check_md5(const VINST_COMPONENT* component, const std::function<bool()>& is_cancelled = {});
 
-/// Hashes a file. A file that changes meanwhile does not pass. Any thread.
+/// Hashes a file and, when the checksum is right, flushes it to the disk. A file that changes
+/// meanwhile does not pass, nor one that cannot be flushed; the log has the reason. Any thread.
 VINST_FILE_CHECK check_file(const QString& path, const QString& md5sum,
                             const std::function<bool()>& is_cancelled);
