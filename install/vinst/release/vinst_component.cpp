@@ -9,7 +9,6 @@
 namespace
 {
 
-const QString main_product_name = QStringLiteral("veltrin_base");
 const QString device_group_name = QStringLiteral("devinfo");
 
 }

@@ -11,6 +11,9 @@
 struct CURL_PROGRESS_DATA;
 class VINST_RELEASE;
 
+/// The main product's name in every manifest.
+inline const QString main_product_name = QStringLiteral("veltrin_base");
+
 enum class VINST_COMPONENT_KIND : qint32
 {
     main = 0,

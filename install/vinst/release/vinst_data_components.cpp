@@ -12,7 +12,6 @@ namespace
 {
 
 const QString main_product_short_name = QStringLiteral("veltrin");
-const QString main_product_full_name = QStringLiteral("veltrin_base");
 
 /// Grows in order and holds every component once.
 class RESULT_LIST
@@ -105,7 +104,7 @@ VINST_COMPONENT_LIST resolve_components(VINST_RELEASE& release, const QString& t
     RESULT_LIST result;
     for (const QString& written : text.split(','))
     {
-        const QString& name = written == main_product_short_name ? main_product_full_name : written;
+        const QString& name = written == main_product_short_name ? main_product_name : written;
         if (VINST_COMPONENT* component = release.find_component(name, platform))
         {
             add_with_companions(result, component);

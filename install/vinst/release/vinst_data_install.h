@@ -5,9 +5,6 @@
 #include <QString>
 #include <QStringList>
 
-/// The main product's name in every manifest.
-inline const QString main_product_name = QStringLiteral("veltrin_base");
-
 /// What to run to install a component, or why there is nothing to run.
 struct VINST_INSTALL_STEP
 {
