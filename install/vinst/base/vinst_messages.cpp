@@ -1,5 +1,6 @@
 #include "install/vinst/base/vinst_messages.h"
 
+#include "install/vinst/base/vinst_limits.h"
 #include "install/vinst/base/vinst_platform.h"
 #include "install/vinst/base/vinst_text.h"
 
@@ -9,11 +10,6 @@
 
 namespace
 {
-
-std::string range_text(int lower, int upper)
-{
-    return std::to_string(lower) + "-" + std::to_string(upper);
-}
 
 std::map<std::string, std::string> make_table()
 {
@@ -53,10 +49,11 @@ std::map<std::string, std::string> make_table()
          "Disk space insufficient in <ARG1> to install this software. Either free up some disk "
          "space or install to a different location."},
         {"MSG_VIEW_EULA", "You can view the Orvane License Agreement in <ARG1>."},
-        {"ERROR_INVALID_PARALLEL_DOWNLOADS_NUM",
-         "Enter a number between " + parallel_downloads_range() + " for parallel downloads!"},
-        {"ERROR_INVALID_RETRY_TIME",
-         "Enter a number between " + retry_minutes_range() + " in minutes for retry duration!"},
+        {"ERROR_INVALID_PARALLEL_DOWNLOADS_NUM", "Enter a number between " +
+                                                     vinst_parallel_downloads.range_text() +
+                                                     " for parallel downloads!"},
+        {"ERROR_INVALID_RETRY_TIME", "Enter a number between " + vinst_retry_minutes.range_text() +
+                                         " in minutes for retry duration!"},
         {"ERROR_INVALID_PLATFORM", "Please enter \"Windows\" or \"Linux\" platform."},
         {"ERROR_INVALID_PROXY_SERVER_INFO",
          "Ensure the server URL is valid and the port number is separated by a colon."},
@@ -112,16 +109,6 @@ VINST_MESSAGE_BOX& message_box()
     return the_box;
 }
 
-}
-
-std::string parallel_downloads_range()
-{
-    return range_text(vinst_min_parallel_downloads, vinst_max_parallel_downloads);
-}
-
-std::string retry_minutes_range()
-{
-    return range_text(vinst_min_retry_minutes, vinst_max_retry_minutes);
 }
 
 VINST_MESSAGES& VINST_MESSAGES::instance()

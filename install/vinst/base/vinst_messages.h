@@ -9,16 +9,6 @@
 
 class QString;
 
-/// The bounds of the two numeric settings; texts and option checks are made from them.
-inline constexpr int vinst_min_parallel_downloads = 1;
-inline constexpr int vinst_max_parallel_downloads = 6;
-inline constexpr int vinst_min_retry_minutes = 0;
-inline constexpr int vinst_max_retry_minutes = 10000;
-
-/// "1-6" and "0-10000".
-std::string parallel_downloads_range();
-std::string retry_minutes_range();
-
 /// The texts that more than one place says to the user, the switch that echoes reports to standard
 /// output, and the run log. One a process; made on first use, ended by the entry.
 ///

@@ -42,13 +42,6 @@ bool refuse(const std::string& text, bool is_error)
     return false;
 }
 
-/// Compared as unsigned numbers, so that a negative one is out of range, too.
-bool is_within(int value, int lower, int upper)
-{
-    return static_cast<unsigned>(value) >= static_cast<unsigned>(lower) &&
-           static_cast<unsigned>(value) <= static_cast<unsigned>(upper);
-}
-
 /// Whether what stands before the "@" of a server can't be told from the rest of an address, so
 /// that a password in it could not be kept off the screen.
 bool has_unclear_credentials(const std::string& server)
@@ -328,13 +321,9 @@ bool VINST_OPTIONS::take_licence()
 
 bool VINST_OPTIONS::take_limits() const
 {
-    const auto out_of_range = [this](const char* name, int value, int lower, int upper)
-    { return !variables[name].defaulted() && !is_within(value, lower, upper); };
-    if (out_of_range("parallel-downloads", parallel_downloads, vinst_min_parallel_downloads,
-                     vinst_max_parallel_downloads))
+    if (!vinst_parallel_downloads.contain(parallel_downloads))
         return refuse(message("ERROR_INVALID_PARALLEL_DOWNLOADS_NUM"), true);
-    if (out_of_range("retry-duration", retry_duration, vinst_min_retry_minutes,
-                     vinst_max_retry_minutes))
+    if (!vinst_retry_minutes.contain(retry_duration))
         return refuse(message("ERROR_INVALID_RETRY_TIME"), true);
     return true;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "install/vinst/base/vinst_limits.h"
 #include "install/vinst/download/vinst_connection_rules.h"
 #include "install/vinst/release/vinst_data.h"
 #include "install/vinst/release/vinst_data_components.h"
@@ -26,8 +27,8 @@ struct VINST_OPTIONS
     bool debug = false;
     bool accept_eula = false;
     bool bypass = false;
-    int parallel_downloads = 4;
-    int retry_duration = 60; ///< minutes
+    int parallel_downloads = vinst_parallel_downloads.initial;
+    int retry_duration = vinst_retry_minutes.initial; ///< minutes
     std::string platform;
     std::string components_text;
     std::string manifest;

@@ -1,27 +1,19 @@
 #include "install/vinst/console/vinst_cmdline_options.h"
 
-#include "install/vinst/base/vinst_messages.h"
+#include "install/vinst/base/vinst_limits.h"
 
 #include <boost/program_options/value_semantic.hpp>
 
 namespace options = boost::program_options;
 
-namespace
-{
-
-constexpr int default_parallel_downloads = 4;
-constexpr int default_retry_minutes = 60;
-
-}
-
 VINST_OPTION_GROUPS::VINST_OPTION_GROUPS(const std::string& components_help)
     : generic("Generic Options"), configuration("Configuration"), hidden("Hidden Options")
 {
     const auto text = [] { return options::value<std::string>(); };
-    const std::string parallel_text =
-        "Specify the number of parallel downloads (between " + parallel_downloads_range() + ")";
+    const std::string parallel_text = "Specify the number of parallel downloads (between " +
+                                      vinst_parallel_downloads.range_text() + ")";
     const std::string retry_text = "Specify the retry duration in minutes (between " +
-                                   retry_minutes_range() +
+                                   vinst_retry_minutes.range_text() +
                                    ") if internet connection is interrupted";
 
     generic.add_options()("help", "Help")("cli", "Run this application in command-line mode")(
@@ -38,9 +30,10 @@ VINST_OPTION_GROUPS::VINST_OPTION_GROUPS(const std::string& components_help)
         "Specify whether to auto install after download, default is on if --install-dir is "
         "specified, otherwise, off")("bypass",
                                      "Specify whether to bypass the disk space availability check")(
-        "parallel-downloads", options::value<int>()->default_value(default_parallel_downloads),
+        "parallel-downloads",
+        options::value<int>()->default_value(vinst_parallel_downloads.initial),
         parallel_text.c_str())("retry-duration",
-                               options::value<int>()->default_value(default_retry_minutes),
+                               options::value<int>()->default_value(vinst_retry_minutes.initial),
                                retry_text.c_str())(
         "platform", text(),
         "Specify the platform of the installer files to be downloaded, default is your current "

@@ -1,5 +1,6 @@
 #include "install/vinst/gui/vinst_settings_dlg.h"
 
+#include "install/vinst/base/vinst_limits.h"
 #include "install/vinst/base/vinst_messages.h"
 #include "install/vinst/base/vinst_platform.h"
 #include "install/vinst/base/vinst_text.h"
@@ -25,9 +26,6 @@ const QString parallel_download_key = QStringLiteral("vinst_parallel_download");
 const QString retry_duration_key = QStringLiteral("vinst_retry_duration");
 const QString platform_key = QStringLiteral("vinst_os");
 
-constexpr int default_parallel_downloads = 4;
-constexpr int default_retry_minutes = 60;
-
 }
 
 VINST_SETTINGS_DLG::VINST_SETTINGS_DLG(VINST_RELEASE& release, QWidget* parent)
@@ -39,14 +37,24 @@ VINST_SETTINGS_DLG::VINST_SETTINGS_DLG(VINST_RELEASE& release, QWidget* parent)
     setWindowIcon(afcq_get_icon(afcq_window_icon));
     setWindowFlag(Qt::WindowContextHelpButtonHint, false);
     fill_dialog_header(*m_ui->m_title_label, *m_ui->m_logo_label, m_release);
-    m_ui->m_parallel_download_spinbox->setRange(vinst_min_parallel_downloads,
-                                                vinst_max_parallel_downloads);
-    m_ui->m_retry_duration_spinbox->setRange(vinst_min_retry_minutes, vinst_max_retry_minutes);
+    show_limits();
     set_up_connections();
     load();
 }
 
 VINST_SETTINGS_DLG::~VINST_SETTINGS_DLG() = default;
+
+void VINST_SETTINGS_DLG::show_limits()
+{
+    m_ui->m_parallel_download_spinbox->setRange(vinst_parallel_downloads.lowest,
+                                                vinst_parallel_downloads.highest);
+    m_ui->m_retry_duration_spinbox->setRange(vinst_retry_minutes.lowest,
+                                             vinst_retry_minutes.highest);
+    m_ui->m_parallel_download_label->setText(QString::fromStdString(
+        "Number of parallel download threads (" + vinst_parallel_downloads.range_text() + "):"));
+    m_ui->m_retry_duration_label->setText(QString::fromStdString(
+        "Retry duration (" + vinst_retry_minutes.range_text() + " in minutes):"));
+}
 
 void VINST_SETTINGS_DLG::set_up_connections()
 {
@@ -147,9 +155,9 @@ void VINST_SETTINGS_DLG::load()
     m_ui->m_proxy_server_line_edit->setText(stored(proxy_server_key).toString());
     m_ui->m_proxy_port_line_edit->setText(stored(proxy_port_key).toString());
     m_ui->m_parallel_download_spinbox->setValue(
-        stored_number(parallel_download_key, default_parallel_downloads));
+        stored_number(parallel_download_key, vinst_parallel_downloads.initial));
     m_ui->m_retry_duration_spinbox->setValue(
-        stored_number(retry_duration_key, default_retry_minutes));
+        stored_number(retry_duration_key, vinst_retry_minutes.initial));
 
     const QString stored_platform = stored(platform_key).toString();
     const QString platform = stored_platform.isEmpty() ? host_platform() : stored_platform;

@@ -44,6 +44,7 @@ Q_SIGNALS:
     void platform_changed(const QString& platform);
 
 private:
+    void show_limits();
     void set_up_connections();
     void load();
     void apply();

@@ -221,12 +221,6 @@ TEST_F(Messages, SayEarlyTextsInABoxFromTheGraphicalHostAlone)
     set_message_box({});
 }
 
-TEST(Ranges, AreMadeFromTheBounds)
-{
-    EXPECT_EQ(parallel_downloads_range(), "1-6");
-    EXPECT_EQ(retry_minutes_range(), "0-10000");
-}
-
 TEST_F(Messages, FillArgumentsInOneAfterTheOther)
 {
     EXPECT_EQ(message("DIR_SPECIFIED_PATH", "<ARG2>", "x"), "x directory is set to: x");

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+
+/// A whole number that the user can set. The console's options, the settings dialog and the texts
+/// of both are made from it.
+struct VINST_NUMBER_LIMITS
+{
+    int initial; ///< the value when nothing is set
+    int lowest;
+    int highest;
+
+    constexpr bool contain(int value) const { return value >= lowest && value <= highest; }
+    /// "1-6".
+    std::string range_text() const
+    {
+        return std::to_string(lowest) + '-' + std::to_string(highest);
+    }
+};
+
+inline constexpr VINST_NUMBER_LIMITS vinst_parallel_downloads{4, 1, 6};
+inline constexpr VINST_NUMBER_LIMITS vinst_retry_minutes{60, 0, 10000};
