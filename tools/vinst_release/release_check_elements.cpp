@@ -1,6 +1,5 @@
 #include "tools/vinst_release/release_check_elements.h"
 
-#include "install/vinst/base/vinst_platform.h"
 #include "install/vinst/release/vinst_data.h"
 #include "tools/vinst_release/release_description.h"
 #include "tools/vinst_release/release_relations.h"
@@ -105,7 +104,7 @@ private:
         if (component_kind_from_text(component.text("data_type")) == VINST_COMPONENT_KIND::unknown)
             m_faults.add(component, "unknown 'data_type' " + quoted(component.text("data_type")));
         const QString platform = component.text("platform");
-        if (!platform.isEmpty() && !is_platform(platform))
+        if (!is_component_platform(platform))
             m_faults.add(component, "unknown 'platform' " + quoted(platform));
         if (component.filename().isEmpty())
             return;

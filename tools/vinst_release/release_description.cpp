@@ -132,7 +132,7 @@ private:
         if (platforms.isEmpty())
             json.refuse("platform", "must name a platform");
         for (const QString& platform : platforms)
-            if (!platform.isEmpty() && !is_platform(platform))
+            if (!is_component_platform(platform))
                 json.refuse("platform",
                             "must be \"linux\" or \"windows\", not " + quoted(platform));
         return platforms;

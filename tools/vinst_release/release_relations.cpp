@@ -1,6 +1,5 @@
 #include "tools/vinst_release/release_relations.h"
 
-#include "install/vinst/base/vinst_platform.h"
 #include "tools/vinst_release/release_graph.h"
 #include "tools/vinst_release/release_text.h"
 
@@ -32,25 +31,13 @@ QStringList cycle_texts(const std::vector<RELEASE_RELATION>& relations, const RE
 RELEASE_RELATION_INDEX::RELEASE_RELATION_INDEX(const std::vector<RELEASE_RELATION>& relations)
 {
     for (std::size_t i = 0; i < relations.size(); ++i)
-    {
-        const std::pair key(relations[i].name, relations[i].platform);
-        if (!m_first.contains(key))
-            m_first.insert(key, i);
-    }
+        m_places.add(relations[i].name, relations[i].platform, i);
 }
 
 std::optional<std::size_t> RELEASE_RELATION_INDEX::find(const QString& name,
                                                         const QString& platform) const
 {
-    if (!platform.isEmpty() && !is_platform(platform))
-        return std::nullopt;
-    const auto own = m_first.constFind({name, platform});
-    const auto common = m_first.constFind({name, QString()});
-    if (own == m_first.constEnd() && common == m_first.constEnd())
-        return std::nullopt;
-    if (own == m_first.constEnd())
-        return *common;
-    return common == m_first.constEnd() ? *own : std::min(*own, *common);
+    return is_component_platform(platform) ? m_places.find(name, platform) : std::nullopt;
 }
 
 std::vector<std::pair<std::size_t, std::size_t>>

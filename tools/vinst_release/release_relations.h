@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QHash>
+#include "install/vinst/release/vinst_name_index.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -19,9 +20,7 @@ struct RELEASE_RELATION
     QString label; ///< the component in a sentence
 };
 
-/// Finds components by name the way the program does: the first one in order whose platform is the
-/// asked one or empty. Only a component without a platform serves one without; nothing is found for
-/// a platform that nobody knows.
+/// Finds components by name, as the program does. Nothing is found for an unknown platform.
 class RELEASE_RELATION_INDEX final
 {
 public:
@@ -30,7 +29,7 @@ public:
     std::optional<std::size_t> find(const QString& name, const QString& platform) const;
 
 private:
-    QHash<std::pair<QString, QString>, std::size_t> m_first;
+    VINST_NAME_INDEX m_places;
 };
 
 /// For each component whose name an earlier one has on the same platform, the two indices.

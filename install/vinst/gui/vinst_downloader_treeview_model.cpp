@@ -32,7 +32,7 @@ QStandardItem* value_cell(const QVariant& value)
 bool belongs_to(const VINST_COMPONENT& component, const QString& platform)
 {
     return component.kind == VINST_COMPONENT_KIND::download &&
-           (component.platform.isEmpty() || component.platform == platform);
+           suits_platform(component.platform, platform);
 }
 
 }

@@ -30,11 +30,6 @@ QString stored_dir(const QString& path)
     return dir;
 }
 
-QString index_key(const QString& name, const QString& platform)
-{
-    return platform + '\n' + name;
-}
-
 VINST_RELEASE* current_release = nullptr;
 
 }
@@ -66,22 +61,15 @@ VINST_COMPONENT* VINST_RELEASE::add_component()
 
 void VINST_RELEASE::index_component(VINST_COMPONENT* component)
 {
-    const QString key = index_key(component->name, component->platform);
-    if (!m_index.contains(key))
-        m_index.insert(key, {m_components.size() - 1, component});
+    MAIN_ASSERT(!m_components.empty() && m_components.back().get() == component);
+    m_index.add(component->name, component->platform, m_components.size() - 1);
 }
 
 VINST_COMPONENT* VINST_RELEASE::find_component(const QString& name, const QString& platform) const
 {
     MAIN_ASSERT(platform == "" || platform == "linux" || platform == "windows");
-    const auto own = m_index.constFind(index_key(name, platform));
-    const auto any = m_index.constFind(index_key(name, QString()));
-    if (own == m_index.constEnd() || any == m_index.constEnd())
-    {
-        const auto found = own != m_index.constEnd() ? own : any;
-        return found != m_index.constEnd() ? found->second : nullptr;
-    }
-    return own->first < any->first ? own->second : any->second;
+    const std::optional<std::size_t> place = m_index.find(name, platform);
+    return place ? m_components[*place].get() : nullptr;
 }
 
 void VINST_RELEASE::set_install_dir(const QString& path)

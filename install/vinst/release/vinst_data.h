@@ -1,13 +1,12 @@
 #pragma once
 
 #include "install/vinst/release/vinst_component.h"
+#include "install/vinst/release/vinst_name_index.h"
 #include "support/curl/curl_proxy_info.h"
 
-#include <QHash>
 #include <QString>
 
 #include <memory>
-#include <utility>
 #include <vector>
 
 /// One release, as its manifest announces it. Owns its components.
@@ -34,13 +33,13 @@ public:
     /// Splits a dotted version into `version`, `short_version`, `build_number`, `update_number`.
     void set_version(const QString& text);
 
-    /// Appends a component that belongs to this release. Its name and platform must be set by
-    /// `index_component` once they are known, before it can be found.
+    /// Appends a component that belongs to this release. It can be found once its name and
+    /// platform have been set and `index_component` has been called, before the next one is added.
     VINST_COMPONENT* add_component();
     void index_component(VINST_COMPONENT* component);
     const std::vector<std::unique_ptr<VINST_COMPONENT>>& components() const { return m_components; }
 
-    /// The first component of that name and platform; one without a platform suits every platform.
+    /// The first component of that name that suits the platform; null when there is none.
     /// \param platform  "", "linux" or "windows"; anything else is a programming error
     VINST_COMPONENT* find_component(const QString& name, const QString& platform) const;
 
@@ -71,8 +70,7 @@ public:
 
 private:
     std::vector<std::unique_ptr<VINST_COMPONENT>> m_components;
-    /// By name and platform, the first component and its place in manifest order.
-    QHash<QString, std::pair<std::size_t, VINST_COMPONENT*>> m_index;
+    VINST_NAME_INDEX m_index; ///< its places are those in m_components
     QString m_test_url;
     QString m_test_md5sum;
     QString m_install_dir;

@@ -66,8 +66,7 @@ VINST_COMPONENT_LIST components_of_kind(const VINST_RELEASE& release, VINST_COMP
     MAIN_ASSERT(platform == "linux" || platform == "windows");
     VINST_COMPONENT_LIST result;
     for (const auto& component : release.components())
-        if (component->kind == kind &&
-            (component->platform.isEmpty() || component->platform == platform))
+        if (component->kind == kind && suits_platform(component->platform, platform))
             result.push_back(component.get());
     return result;
 }

@@ -291,11 +291,12 @@ private:
         }
     }
 
-    /// A component of the same platform; a platform that nobody knows has none.
+    /// A component that suits the platform of `relative`; null for an unknown platform.
     VINST_COMPONENT* find(const QString& name, const VINST_COMPONENT& relative) const
     {
-        const bool known = relative.platform.isEmpty() || is_platform(relative.platform);
-        return known ? m_release->find_component(name, relative.platform) : nullptr;
+        return is_component_platform(relative.platform)
+                   ? m_release->find_component(name, relative.platform)
+                   : nullptr;
     }
 
     const VINST_MANIFEST_SINK& m_sink;
