@@ -104,6 +104,7 @@ struct START
     POINTERS environment;
     std::string working_directory;
     int input, output, errors;
+    const std::set<int>* closed_streams;
     bool on_terminal;
     bool die_with_parent;
     pid_t parent;
@@ -137,6 +138,8 @@ struct START
         give_up();
     if (::dup2(start.input, 0) < 0 || ::dup2(start.output, 1) < 0 || ::dup2(start.errors, 2) < 0)
         give_up();
+    for (const int stream : *start.closed_streams)
+        ::close(stream);
     if (!start.working_directory.empty() && ::chdir(start.working_directory.c_str()) != 0)
         give_up();
     ::execve(start.program.c_str(), start.arguments.all.data(), start.environment.all.data());
@@ -174,7 +177,8 @@ CHILD_PROCESS::CHILD_PROCESS(const CHILD_SETUP& setup)
     std::vector<std::string> words = {setup.program.string()};
     words.insert(words.end(), setup.arguments.begin(), setup.arguments.end());
     START start{find_in_path(setup.program), POINTERS(words), POINTERS(environment_of(setup)),
-                setup.working_directory.string(), -1, -1, -1, setup.terminal.has_value(),
+                setup.working_directory.string(), -1, -1, -1, &setup.closed_streams,
+                setup.terminal.has_value(),
                 // The signal comes when the starting thread ends, not when the process does.
                 ::gettid() == ::getpid(), ::getpid(), -1};
 

@@ -8,6 +8,7 @@
 #include <map>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <sys/types.h>
@@ -29,6 +30,7 @@ struct CHILD_SETUP
     std::filesystem::path working_directory = {}; ///< empty: this process's
     std::map<std::string, std::string> environment = {};
     std::optional<CHILD_TERMINAL> terminal = {};
+    std::set<int> closed_streams = {}; ///< standard descriptors that it starts without
 
     /// Makes home/ and tmp/ in a directory and sets HOME and TMPDIR to them.
     CHILD_SETUP& live_in(const std::filesystem::path& directory);

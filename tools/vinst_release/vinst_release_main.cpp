@@ -3,6 +3,7 @@
 
 int main(int argc, char** argv)
 {
+    open_missing_standard_streams();
     use_utf8_file_names();
     return run_release_tool(argc, argv);
 }

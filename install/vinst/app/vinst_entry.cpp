@@ -126,6 +126,7 @@ int run_with_application(int argc, char** argv, bool gui_host)
 
 int install_vinst_run(int argc, char** argv, bool gui_host)
 {
+    open_missing_standard_streams();
     gate_qt_messages();
     set_up_console();
     use_utf8_file_names();

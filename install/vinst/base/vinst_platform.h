@@ -41,6 +41,11 @@ bool is_safe_file_name(const QString& name);
 /// that holds it.
 QString library_directory();
 
+/// Makes sure that nothing the process opens later is taken for one of its standard streams: where
+/// a caller has left one out, printed text would end up in whatever got its number. To be called
+/// before anything is opened.
+void open_missing_standard_streams();
+
 /// Makes the terminal understand escape sequences, where that needs saying.
 void set_up_console();
 

@@ -5,7 +5,9 @@
 #include <QFileInfo>
 #include <QTextCodec>
 
+#include <cerrno>
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <unistd.h>
 
 QString host_platform()
@@ -24,6 +26,18 @@ QString library_directory()
     if (::dladdr(reinterpret_cast<void*>(&library_directory), &info) == 0)
         return QCoreApplication::applicationDirPath();
     return QFileInfo(QFileInfo(QFile::decodeName(info.dli_fname)).canonicalFilePath()).path();
+}
+
+void open_missing_standard_streams()
+{
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+    {
+        if (::fcntl(stream, F_GETFD) != -1 || errno != EBADF)
+            continue;
+        // It gets the lowest free number, which is this one. Programs that are started inherit it.
+        if (::open("/dev/null", O_RDWR) != stream)
+            return;
+    }
 }
 
 void set_up_console() {}

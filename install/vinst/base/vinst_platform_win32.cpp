@@ -63,6 +63,21 @@ QString library_directory()
     return QFileInfo(QString::fromWCharArray(path.data(), static_cast<int>(size))).path();
 }
 
+void open_missing_standard_streams()
+{
+    // The C library has already reserved its descriptors 0 to 2: without a handle, printing fails
+    // and nothing opened later gets their numbers. That leaves the system's own record of the
+    // standard handles, where a caller may have passed on a number that means nothing here, but may
+    // be reused for a file. Windowed programs usually have none at all, which is safe as it is.
+    for (const DWORD stream : {STD_INPUT_HANDLE, STD_OUTPUT_HANDLE, STD_ERROR_HANDLE})
+    {
+        const HANDLE handle = ::GetStdHandle(stream);
+        DWORD flags = 0;
+        if (handle != nullptr && ::GetHandleInformation(handle, &flags) == FALSE)
+            ::SetStdHandle(stream, nullptr);
+    }
+}
+
 void set_up_console()
 {
     static const UTF8_CONSOLE console;

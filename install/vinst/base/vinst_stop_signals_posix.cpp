@@ -50,6 +50,8 @@ VINST_STOP_SIGNALS::VINST_STOP_SIGNALS() : m_watch(std::make_unique<WATCH>())
     received_signal = 0;
     if (::pipe2(m_watch->pipe.data(), O_CLOEXEC) != 0)
         return;
+    // The handler runs on any thread and must never wait; a byte that is on its way is enough.
+    ::fcntl(m_watch->pipe[1], F_SETFL, O_NONBLOCK);
     wake_descriptor = m_watch->pipe[1];
     m_watch->thread = std::thread(
         [descriptor = m_watch->pipe[0]]

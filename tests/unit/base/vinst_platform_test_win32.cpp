@@ -1,0 +1,42 @@
+#include "install/vinst/base/vinst_platform.h"
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+namespace
+{
+
+/// Gives the process back the standard output that it had.
+class StandardHandles : public ::testing::Test
+{
+protected:
+    ~StandardHandles() override { ::SetStdHandle(STD_OUTPUT_HANDLE, m_previous); }
+
+private:
+    const HANDLE m_previous = ::GetStdHandle(STD_OUTPUT_HANDLE);
+};
+
+}
+
+TEST_F(StandardHandles, ThatMeanNothingAreForgotten)
+{
+    const HANDLE stale = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    ::CloseHandle(stale);
+    ::SetStdHandle(STD_OUTPUT_HANDLE, stale);
+    open_missing_standard_streams();
+    EXPECT_EQ(::GetStdHandle(STD_OUTPUT_HANDLE), nullptr);
+    open_missing_standard_streams();
+    EXPECT_EQ(::GetStdHandle(STD_OUTPUT_HANDLE), nullptr);
+}
+
+TEST_F(StandardHandles, ThatCanBeUsedStay)
+{
+    const HANDLE null_device =
+        ::CreateFileW(L"NUL", GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    ASSERT_NE(null_device, INVALID_HANDLE_VALUE);
+    ::SetStdHandle(STD_OUTPUT_HANDLE, null_device);
+    open_missing_standard_streams();
+    EXPECT_EQ(::GetStdHandle(STD_OUTPUT_HANDLE), null_device);
+    ::CloseHandle(null_device);
+}
