@@ -7,7 +7,7 @@ set(VINST_LEFT_OUT_ON_WINDOWS
   # Linux programs that run them through Wine.
   "host_.*_test" host_setup screen_model slow_resolver faulty_disk vinst_release_test
   child_process server_process nginx_server proxy_server socks_server network_namespace
-  test_authority ext4_disk
+  test_authority ext4_disk window_driver
   # Tests inside the process that need those servers.
   curl_downloader_network_test curl_downloader_test vinst_connection_test_test
   vinst_proxy_discovery_test)

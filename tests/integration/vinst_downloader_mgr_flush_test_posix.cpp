@@ -1,12 +1,11 @@
+#include "tests/harness/wait_until.h"
 #include "tests/integration/faulty_disk.h"
 #include "tests/integration/manager_fixture.h"
 
-#include <thread>
+#include <QCoreApplication>
 
 namespace
 {
-
-using namespace std::chrono_literals;
 
 class ManagerFlush : public ManagerTest
 {
@@ -43,13 +42,10 @@ TEST_F(ManagerFlush, PassesNoFileBeforeItIsFlushed)
     const int before = begun_file_flushes();
     auto disk = std::make_unique<FAULTY_DISK>(FAULTY_DISK::FAULT::never_ready);
     manager->get_progress_percentage(one, true, true, 0);
-    const auto deadline = std::chrono::steady_clock::now() + 30s;
-    while (begun_file_flushes() == before && std::chrono::steady_clock::now() < deadline)
-        std::this_thread::sleep_for(5ms);
-    ASSERT_EQ(begun_file_flushes() - before, 1);
+    ASSERT_TRUE(wait_until([&] { return begun_file_flushes() > before; }));
     manager->get_progress_percentage(one, true, true, 0);
     QCoreApplication::processEvents();
-    EXPECT_TRUE(VINST_DOWNLOADER_MGR::has_pending_integrity_tasks());
+    EXPECT_TRUE(manager->has_pending_integrity_tasks());
     EXPECT_FALSE(one->file.has_passed());
     disk.reset();
     EXPECT_TRUE(manager->check_integrity());

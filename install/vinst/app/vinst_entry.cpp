@@ -4,6 +4,7 @@
 #include "install/vinst/base/vinst_fatal_handlers.h"
 #include "install/vinst/base/vinst_messages.h"
 #include "install/vinst/base/vinst_platform.h"
+#include "install/vinst/base/vinst_stop.h"
 #include "install/vinst/base/vinst_stop_signals.h"
 #include "install/vinst/base/vinst_text.h"
 #include "install/vinst/base/vinst_utils.h"
@@ -11,17 +12,18 @@
 #include "install/vinst/console/vinst_console_run.h"
 #include "install/vinst/gui/vinst_downloader_dlg.h"
 #include "install/vinst/gui/vinst_message_box.h"
+#include "install/vinst/gui/vinst_modal_dialogs.h"
 #include "install/vinst/release/vinst_data.h"
 #include "install/vinst/release/vinst_parser.h"
 #include "support/fio/fio_file_system.h"
 #include "support/mem/mem_initializer.h"
+#include "support/thr/thr_sleep.h"
 
 #include <QApplication>
 #include <QDir>
 #include <QRegularExpression>
 
 #include <memory>
-#include <optional>
 
 namespace
 {
@@ -78,6 +80,8 @@ std::string console_hint()
 int run_graphically(VINST_RELEASE& release)
 {
     VINST_DOWNLOADER_DLG dialog(release);
+    if (is_shutting_down())
+        return 0;
     dialog.open();
     return QApplication::exec();
 }
@@ -122,6 +126,17 @@ int run_with_application(int argc, char** argv, bool gui_host)
     return exit_code;
 }
 
+/// A message box may be open before the main dialog exists; when the process is to stop, it closes.
+int run_with_message_boxes(int argc, char** argv, bool gui_host)
+{
+    const THR_STOP_SUBSCRIPTION dismissal(
+        [] { QMetaObject::invokeMethod(qApp, dismiss_modal_dialogs, Qt::QueuedConnection); });
+    set_message_box(show_message_box);
+    const int exit_code = run_with_application(argc, argv, gui_host);
+    set_message_box({});
+    return exit_code;
+}
+
 }
 
 int install_vinst_run(int argc, char** argv, bool gui_host)
@@ -137,18 +152,11 @@ int install_vinst_run(int argc, char** argv, bool gui_host)
         return stopped_early;
     }
 
-    // A window's user closes it; a console run is stopped by signals.
-    std::optional<VINST_STOP_SIGNALS> signals;
-    if (!with_windows)
-        signals.emplace();
-    int exit_code = stopped_early;
-    {
-        const std::unique_ptr<QApplication> application = make_application(argv, with_windows);
-        set_message_box(show_message_box);
-        exit_code = run_with_application(argc, argv, gui_host);
-        set_message_box({});
-    }
-    if (signals)
-        signals->end_by_signal();
+    std::unique_ptr<QApplication> application = make_application(argv, with_windows);
+    // Not before: connecting to a display may hang, and until here a signal leaves nothing behind.
+    VINST_STOP_SIGNALS signals;
+    const int exit_code = run_with_message_boxes(argc, argv, gui_host);
+    application.reset();
+    signals.end_by_signal();
     return exit_code;
 }

@@ -2,6 +2,7 @@
 
 #include "install/vinst/base/vinst_messages.h"
 #include "install/vinst/base/vinst_platform.h"
+#include "install/vinst/base/vinst_stop.h"
 #include "install/vinst/base/vinst_text.h"
 #include "install/vinst/base/vinst_utils.h"
 #include "install/vinst/gui/vinst_dialog_header.h"
@@ -9,6 +10,7 @@
 #include "install/vinst/gui/vinst_feedback_prompt.h"
 #include "install/vinst/gui/vinst_log_viewer_dlg.h"
 #include "install/vinst/gui/vinst_message_box.h"
+#include "install/vinst/gui/vinst_modal_dialogs.h"
 #include "install/vinst/gui/vinst_settings_dlg.h"
 #include "support/afcq/afcq_images.h"
 #include "support/afcq/afcq_native_file_dlg.h"
@@ -69,7 +71,12 @@ VINST_DOWNLOADER_DLG::VINST_DOWNLOADER_DLG(VINST_RELEASE& release, VINST_DIALOG_
     : m_release(release), m_host(std::move(host)), m_ui(new Ui::VINST_DOWNLOADER_DLG),
       m_settings_key(program_title()), m_manager(release, *this),
       m_settings_dlg(new VINST_SETTINGS_DLG(release, this)),
-      m_log_viewer_dlg(new VINST_LOG_VIEWER_DLG(this)), m_platform(m_settings_dlg->platform())
+      m_log_viewer_dlg(new VINST_LOG_VIEWER_DLG(this)), m_platform(m_settings_dlg->platform()),
+      m_stop_subscription(
+          [this] {
+              QMetaObject::invokeMethod(this, &VINST_DOWNLOADER_DLG::stop_for_exit,
+                                        Qt::QueuedConnection);
+          })
 {
     m_ui->setupUi(this);
     setWindowTitle(program_title());
@@ -328,7 +335,7 @@ void VINST_DOWNLOADER_DLG::return_to_idle()
 
 void VINST_DOWNLOADER_DLG::show_settings()
 {
-    m_settings_dlg->exec();
+    exec_modal(*m_settings_dlg);
 }
 
 void VINST_DOWNLOADER_DLG::show_log()
@@ -352,7 +359,7 @@ void VINST_DOWNLOADER_DLG::show_help()
 void VINST_DOWNLOADER_DLG::browse_clicked()
 {
     auto* const edit = qobject_cast<AFCQ_LINE_EDIT_BROWSE_BUTTON*>(sender());
-    if (edit == nullptr)
+    if (edit == nullptr || is_shutting_down())
         return;
     const QString dir = AFCQ_NATIVE_FILE_DLG(this).get_existing_directory(edit->text());
     if (!dir.isEmpty())
@@ -366,13 +373,16 @@ void VINST_DOWNLOADER_DLG::reject()
 
 void VINST_DOWNLOADER_DLG::closeEvent(QCloseEvent* event)
 {
-    const char* obstacle = m_download_in_progress || m_is_busy ? "ERROR_DOWNLOAD_IN_PROGRESS"
-                           : is_checking_files()               ? "ERROR_CHECK_INTEGRITY_IN_PROGRESS"
-                                                               : nullptr;
+    const char* obstacle = m_is_busy             ? "ERROR_DOWNLOAD_IN_PROGRESS"
+                           : is_checking_files() ? "ERROR_CHECK_INTEGRITY_IN_PROGRESS"
+                                                 : nullptr;
     if (obstacle != nullptr)
+        show_message_box(message(obstacle), false);
+    // The process may have been asked to stop while the box was open. Checks are then cancelled
+    // below, but a job must unwind first: it closes the window when it has.
+    if (m_is_busy || (obstacle != nullptr && !is_shutting_down()))
     {
         event->ignore();
-        show_message_box(message(obstacle), false);
         return;
     }
     if (!m_never_ask_feedback)

@@ -5,6 +5,7 @@
 #include "install/vinst/release/vinst_data_space.h"
 #include "support/afcq/afcq_dialog.h"
 #include "support/cfgq/cfgq_registry_key.h"
+#include "support/thr/thr_sleep.h"
 
 #include <QElapsedTimer>
 #include <QTimer>
@@ -53,6 +54,10 @@ public:
 public Q_SLOTS:
     void start_download();
     void stop_download();
+    /// Closes the window because the process is to stop: ends the job, cancels what waits for the
+    /// user, asks nothing. The window stays open until the job has unwound, as the job runs event
+    /// loops of its own. Called on the main thread once a stop is requested.
+    void stop_for_exit();
     void show_settings();
     void show_log();
     void show_help();
@@ -140,5 +145,6 @@ private:
     QString m_no_description;      ///< what stands for one until the user is at a component
     QElapsedTimer m_attempt_clock; ///< valid while an attempt runs
     QTimer m_elapsed_timer;
-    QTimer m_directory_timer; ///< gathers key strokes in the directory fields
+    QTimer m_directory_timer;                  ///< gathers key strokes in the directory fields
+    THR_STOP_SUBSCRIPTION m_stop_subscription; ///< the first to go: it calls this dialog
 };

@@ -1,4 +1,5 @@
 #include "install/vinst/base/vinst_messages.h"
+#include "install/vinst/base/vinst_stop.h"
 #include "install/vinst/base/vinst_text.h"
 #include "install/vinst/base/vinst_utils.h"
 #include "install/vinst/download/vinst_installation.h"
@@ -6,6 +7,7 @@
 #include "install/vinst/gui/vinst_downloader_dlg.h"
 #include "install/vinst/gui/vinst_downloader_dlg_rules.h"
 #include "install/vinst/gui/vinst_message_box.h"
+#include "install/vinst/gui/vinst_modal_dialogs.h"
 #include "install/vinst/gui/vinst_settings_dlg.h"
 #include "ui_vinst_downloader_dlg.h"
 
@@ -17,7 +19,7 @@ using namespace std::chrono_literals;
 
 void VINST_DOWNLOADER_DLG::start_download()
 {
-    if (m_is_busy)
+    if (m_is_busy || is_shutting_down())
         return;
     m_ui->m_download_treeview->take_clicks();
     take_directories();
@@ -33,6 +35,8 @@ void VINST_DOWNLOADER_DLG::start_download()
     m_ui->m_download_treeview->refresh_run_flags();
     update_space_labels();
     show(report);
+    if (is_shutting_down())
+        close();
 }
 
 void VINST_DOWNLOADER_DLG::stop_download()
@@ -45,6 +49,15 @@ void VINST_DOWNLOADER_DLG::stop_download()
     m_manager.stop();
     show_status(QStringLiteral("Download stopped"));
     Q_EMIT stop_requested();
+}
+
+void VINST_DOWNLOADER_DLG::stop_for_exit()
+{
+    run_log().info("Stop requested, closing the window");
+    stop_download();
+    dismiss_modal_dialogs();
+    if (!m_is_busy)
+        close();
 }
 
 VINST_DOWNLOADER_DLG::REPORT VINST_DOWNLOADER_DLG::run_job()
@@ -117,6 +130,8 @@ bool VINST_DOWNLOADER_DLG::check_install_dir()
 
 bool VINST_DOWNLOADER_DLG::confirm(const QString& title, const char* message_id, bool is_warning)
 {
+    if (is_shutting_down())
+        return false;
     const QString text = QString::fromStdString(message(message_id));
     const QMessageBox::StandardButtons buttons = QMessageBox::Yes | QMessageBox::No;
     const QMessageBox::StandardButton answer =

@@ -1,6 +1,7 @@
 #include "install/vinst/gui/vinst_feedback_prompt.h"
 
 #include "install/vinst/base/vinst_utils.h"
+#include "install/vinst/gui/vinst_modal_dialogs.h"
 #include "install/vinst/release/vinst_data.h"
 #include "support/afcq/afcq_images.h"
 #include "support/cfgq/cfgq_registry_key.h"
@@ -51,7 +52,7 @@ void show_feedback_prompt(const VINST_RELEASE& release, CFGQ_REGISTRY_KEY& setti
     box.setEscapeButton(no_thanks);
     auto* const never_again = new QCheckBox(QStringLiteral("Don't show this again"), &box);
     box.setCheckBox(never_again);
-    box.exec();
+    exec_modal(box);
 
     if (box.clickedButton() == sure)
         open_url(QUrl(release.survey_url()));

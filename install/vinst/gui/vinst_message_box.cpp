@@ -1,6 +1,7 @@
 #include "install/vinst/gui/vinst_message_box.h"
 
 #include "install/vinst/base/vinst_text.h"
+#include "install/vinst/gui/vinst_modal_dialogs.h"
 #include "support/afcq/afcq_images.h"
 
 #include <QApplication>
@@ -23,5 +24,5 @@ void show_markup_box(const QString& markup, bool is_error)
     box.setText(text.replace('\n', "<br/>"));
     box.setIcon(is_error ? QMessageBox::Critical : QMessageBox::Information);
     box.setStandardButtons(QMessageBox::Ok);
-    box.exec();
+    exec_modal(box);
 }

@@ -3,6 +3,7 @@
 #include "install/vinst/base/vinst_limits.h"
 #include "install/vinst/base/vinst_messages.h"
 #include "install/vinst/base/vinst_platform.h"
+#include "install/vinst/base/vinst_stop.h"
 #include "install/vinst/base/vinst_text.h"
 #include "install/vinst/base/vinst_utils.h"
 #include "install/vinst/download/vinst_connection_test.h"
@@ -130,8 +131,9 @@ void VINST_SETTINGS_DLG::accept()
 
 void VINST_SETTINGS_DLG::reject()
 {
-    // The test's results have nowhere to go without this window; it is over in seconds.
-    if (m_is_testing)
+    // The test's results have nowhere to go without this window; it is over in seconds. Nobody
+    // reads them when the process is to stop.
+    if (m_is_testing && !is_shutting_down())
         return;
     // The next download reads the fields as they are.
     load();

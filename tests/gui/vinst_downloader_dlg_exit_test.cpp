@@ -1,0 +1,131 @@
+#include "support/thr/thr_sleep.h"
+#include "tests/gui/downloader_dlg_fixture.h"
+
+#include <QMenu>
+#include <QSpinBox>
+
+namespace
+{
+
+/// The process is to stop while the window is in some state.
+class DialogExit : public DownloaderDlgRunTest
+{
+protected:
+    DialogExit() { store("vinst_never_ask_feedback", false); }
+    ~DialogExit() override
+    {
+        dialog.reset();
+        thr_forget_stop_request();
+    }
+
+    /// A component whose file is there already, and takes many seconds to check.
+    void open_with_long_check()
+    {
+        constexpr std::uint64_t size = 8ULL << 30;
+        builder.component("one").raw_key("size", std::to_string(size));
+        write_file(dir / "dl/one.run", "");
+        std::filesystem::resize_file(dir / "dl/one.run", size); // a hole
+        open_during_checks();
+        server.serve("/one.run", SERVED_BODY::of_pattern(size));
+    }
+
+    void stop_process_when(std::function<bool()> condition)
+    {
+        when(std::move(condition),
+             [this]
+             {
+                 since_stop.start();
+                 thr_request_stop();
+             });
+    }
+
+    void expect_closed()
+    {
+        EXPECT_TRUE(QTest::qWaitFor([this] { return !dialog->isVisible(); }, 5000));
+        EXPECT_LT(since_stop.elapsed(), 2000);
+        EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
+        EXPECT_TRUE(log_holds("Stop requested, closing the window"));
+    }
+};
+
+}
+
+TEST_F(DialogExit, EndsTheWaitForARetry)
+{
+    builder.component("one");
+    store("vinst_retry_duration", 60);
+    open();
+    server.set_faults("/one.run", {FAULT::status(503)});
+    stop_process_when([this] { return status().contains("Retrying #1 after 4 secs"); });
+    press_download({});
+    expect_closed();
+    EXPECT_EQ(server.request_count("/one.run"), 1U);
+}
+
+TEST_F(DialogExit, EndsTheChecksOfARun)
+{
+    open_with_long_check();
+    stop_process_when([this] { return status().startsWith("Checking"); });
+    press_download({});
+    expect_closed();
+    EXPECT_FALSE(dialog->is_checking_files());
+}
+
+TEST_F(DialogExit, EndsTheChecksThatKeptTheWindowOpen)
+{
+    open_with_long_check();
+    ASSERT_TRUE(dialog->is_checking_files());
+    QString refusal;
+    stop_process_when(
+        [&refusal]
+        {
+            auto* const box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+            refusal = box != nullptr ? box->text() : QString();
+            return box != nullptr;
+        });
+    dialog->close();
+    EXPECT_EQ(refusal, "Please wait while a background task is being processed.");
+    expect_closed();
+    EXPECT_FALSE(dialog->is_checking_files());
+}
+
+TEST_F(DialogExit, ClosesAMenuInTheSettings)
+{
+    builder.component("one");
+    open();
+    auto& settings = *dialog->findChild<QDialog*>("VINST_SETTINGS_DLG");
+    when([&settings] { return settings.isVisible(); },
+         [&settings]
+         {
+             // A spin box opens its menu in an event loop of its own.
+             auto& box = *settings.findChild<QSpinBox*>("m_retry_duration_spinbox");
+             QContextMenuEvent event(QContextMenuEvent::Keyboard, {});
+             QApplication::sendEvent(&box, &event);
+         });
+    stop_process_when([] { return QApplication::activePopupWidget() != nullptr; });
+    dialog->show_settings();
+    expect_closed();
+    EXPECT_EQ(QApplication::activePopupWidget(), nullptr);
+}
+
+TEST_F(DialogExit, StartsNothingAnyMore)
+{
+    builder.component("one");
+    open();
+    since_stop.start();
+    thr_request_stop();
+    const MODAL_BOXES none({});
+    dialog->start_download();
+    dialog->show_settings();
+    EXPECT_EQ(server.request_count(), 0U);
+    expect_closed();
+}
+
+TEST_F(DialogExit, ComesToAWindowThatIsMadeLater)
+{
+    builder.component("one");
+    since_stop.start();
+    thr_request_stop();
+    open();
+    expect_closed();
+}

@@ -1,0 +1,101 @@
+#include <QAbstractButton>
+#include <QApplication>
+#include <QGenericPlugin>
+#include <QStringList>
+#include <QTimer>
+
+#include <chrono>
+#include <cstdio>
+
+namespace
+{
+
+constexpr std::chrono::milliseconds retry_interval{10};
+
+QWidget* visible_window(const QString& class_name)
+{
+    for (QWidget* const window : QApplication::topLevelWidgets())
+        if (window->isVisible() && class_name == window->metaObject()->className())
+            return window;
+    return nullptr;
+}
+
+QAbstractButton* usable_button(const QString& name)
+{
+    for (QWidget* const widget : QApplication::allWidgets())
+        if (auto* const button = qobject_cast<QAbstractButton*>(widget);
+            button != nullptr && button->objectName() == name && button->isVisible() &&
+            button->isEnabled())
+            return button;
+    return nullptr;
+}
+
+/// Takes one step after another, each as soon as it can be taken, also while the program is in an
+/// event loop that an earlier step has started.
+class WINDOW_DRIVER final : public QObject
+{
+public:
+    explicit WINDOW_DRIVER(const QStringList& steps) : m_steps(steps)
+    {
+        connect(&m_timer, &QTimer::timeout, this, [this] { take_next_step(); });
+        m_timer.start(retry_interval);
+    }
+
+private:
+    void take_next_step()
+    {
+        if (!m_steps.isEmpty() && !take(m_steps.first()))
+            return;
+        if (!m_steps.isEmpty())
+        {
+            m_steps.removeFirst();
+            return;
+        }
+        m_timer.stop();
+        std::fputs("all steps taken\n", stdout);
+        std::fflush(stdout);
+    }
+
+    /// \return whether the step could be taken
+    bool take(const QString& step)
+    {
+        const QString name = step.mid(step.indexOf(':') + 1);
+        if (step.startsWith("window:"))
+            return visible_window(name) != nullptr;
+        if (step.startsWith("close:"))
+        {
+            QWidget* const window = visible_window(name);
+            if (window != nullptr)
+                QTimer::singleShot(0, window, &QWidget::close);
+            return window != nullptr;
+        }
+        if (!step.startsWith("click:"))
+            qFatal("not a step: %s", qPrintable(step));
+        QAbstractButton* const button = usable_button(name);
+        // Clicked from the event loop, so that the timer's next events aren't held up meanwhile.
+        if (button != nullptr)
+            QTimer::singleShot(0, button, &QAbstractButton::click);
+        return button != nullptr;
+    }
+
+    QStringList m_steps;
+    QTimer m_timer;
+};
+
+/// Loaded by the program under test; see window_driver.h.
+class WINDOW_DRIVER_PLUGIN final : public QGenericPlugin
+{
+    Q_OBJECT
+    Q_PLUGIN_METADATA(IID QGenericPluginFactoryInterface_iid FILE "window_driver.json")
+
+public:
+    QObject* create(const QString&, const QString&) override
+    {
+        const QString steps = qEnvironmentVariable("VINST_TEST_WINDOW_STEPS");
+        return new WINDOW_DRIVER(steps.split(' ', Qt::SkipEmptyParts));
+    }
+};
+
+}
+
+#include "window_driver.moc"
