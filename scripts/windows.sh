@@ -64,6 +64,10 @@ if [[ ! -e $WINEPREFIX/system.reg ]]; then
     WINEDLLOVERRIDES=mscoree,mshtml= timeout 180 wineboot -i
 fi
 
+# Tests need windows where there is no display. Wine reads this when its desktop starts.
+scripts/wine.sh "$VINST_WIN64_SDK" reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d x11,null /f </dev/null >/dev/null 2>&1
+end_wine
+
 say "Building"
 cmake --preset windows ${CI:+-DVINST_WERROR=ON}
 cmake --build --preset windows -j "$jobs"

@@ -2,9 +2,10 @@
 
 #include <memory>
 
-/// While it lives, the first request of the user or the system to end the process (Ctrl-C, SIGTERM)
-/// becomes the run's orderly stop request, and the second one ends the process at once. Signals
-/// that the host ignores stay ignored. One a process.
+/// While it lives, the first request of the user or the system to end the process (Ctrl-C, SIGTERM,
+/// the end of a Windows session) becomes the run's orderly stop request, and a second signal ends
+/// the process at once. Signals that the host ignores stay ignored. One per process; made on the
+/// main thread after the application object, so that Qt doesn't answer the session's end itself.
 class VINST_STOP_SIGNALS
 {
 public:

@@ -4,7 +4,12 @@
 
 #include <gtest/gtest.h>
 
+#include <QAbstractEventDispatcher>
+#include <QEventLoop>
+#include <QTimer>
+
 #include <chrono>
+#include <future>
 #include <optional>
 #include <thread>
 
@@ -67,6 +72,45 @@ public:
 private:
     HANDLE m_thread = nullptr;
 };
+
+constexpr UINT longest_answer = 20'000; // ms
+
+/// The window of this process that waits with the answer to the end of the session.
+HWND session_window()
+{
+    HWND window = nullptr;
+    DWORD process = 0;
+    do
+    {
+        window = ::FindWindowExW(nullptr, window, L"vinst_session_watch", nullptr);
+        ::GetWindowThreadProcessId(window, &process);
+    } while (window != nullptr && process != ::GetCurrentProcessId());
+    return window;
+}
+
+/// Asks the window as the system does. \return its answer; nothing when it doesn't come
+std::optional<DWORD_PTR> ask(HWND window, UINT message, WPARAM is_ending, LPARAM reason = 0)
+{
+    DWORD_PTR answer = 0;
+    if (::SendMessageTimeoutW(window, message, is_ending, reason, SMTO_NORMAL, longest_answer,
+                              &answer) == 0)
+        return std::nullopt;
+    return answer;
+}
+
+/// Hands a message of one of Qt's own windows to the program, as Qt does before it looks at it.
+/// \return the answer; nothing when the message is left to Qt
+std::optional<long> hand_to_filters(UINT message, WPARAM is_ending)
+{
+    MSG sent = {};
+    sent.message = message;
+    sent.wParam = is_ending;
+    long answer = -1;
+    if (!QAbstractEventDispatcher::instance()->filterNativeEvent("windows_generic_MSG", &sent,
+                                                                 &answer))
+        return std::nullopt;
+    return answer;
+}
 
 bool stop_comes_within(std::chrono::milliseconds limit)
 {
@@ -148,4 +192,50 @@ TEST(StopSignalsDeathTest, EndTheProcessAtOnceTheSecondTime)
             ::ExitProcess(1);
         },
         ::testing::ExitedWithCode(static_cast<int>(0xC000013A)), "");
+}
+
+TEST_F(StopSignals, LetTheSessionEndButStopNothingForTheQuestion)
+{
+    const VINST_STOP_SIGNALS signals;
+    const HWND window = session_window();
+    ASSERT_NE(window, nullptr);
+    EXPECT_EQ(ask(window, WM_QUERYENDSESSION, 0), TRUE);
+    EXPECT_EQ(ask(window, WM_ENDSESSION, FALSE), 0U); // another program has refused
+    EXPECT_EQ(hand_to_filters(WM_QUERYENDSESSION, 0), TRUE);
+    EXPECT_EQ(hand_to_filters(WM_ENDSESSION, FALSE), 0);
+    EXPECT_FALSE(thr_stop_requested());
+    EXPECT_EQ(VINST_STOP_SIGNALS::received(), 0);
+}
+
+TEST_F(StopSignals, OfASessionsEndAreAnsweredWhenTheRunHasUnwound)
+{
+    std::optional<VINST_STOP_SIGNALS> signals(std::in_place);
+    const HWND window = session_window();
+    ASSERT_NE(window, nullptr);
+    const auto answer = std::async(std::launch::async, [window]
+                                   { return ask(window, WM_ENDSESSION, TRUE, ENDSESSION_LOGOFF); });
+    EXPECT_TRUE(stop_comes_within(5s));
+    EXPECT_EQ(VINST_STOP_SIGNALS::received(), CTRL_LOGOFF_EVENT + 1);
+    EXPECT_EQ(answer.wait_for(500ms), std::future_status::timeout);
+    signals.reset();
+    EXPECT_EQ(answer.wait_for(2s), std::future_status::ready);
+    EXPECT_EQ(session_window(), nullptr);
+}
+
+// A job waits in event loops of its own, which Qt would end.
+TEST_F(StopSignals, OfASessionsEndLeaveTheEventLoopsRunning)
+{
+    const VINST_STOP_SIGNALS signals;
+    QEventLoop loop;
+    QTimer::singleShot(0, &loop, [] { EXPECT_EQ(hand_to_filters(WM_ENDSESSION, TRUE), 0); });
+    QTimer::singleShot(200ms, &loop, [&loop] { loop.exit(7); });
+    EXPECT_EQ(loop.exec(), 7);
+    EXPECT_TRUE(thr_stop_requested());
+    EXPECT_EQ(VINST_STOP_SIGNALS::received(), CTRL_SHUTDOWN_EVENT + 1);
+}
+
+TEST_F(StopSignals, LeaveOtherMessagesToQt)
+{
+    const VINST_STOP_SIGNALS signals;
+    EXPECT_EQ(hand_to_filters(WM_NULL, 0), std::nullopt);
 }
