@@ -13,11 +13,9 @@ class ConsoleRun : public ManagerTest
 protected:
     ConsoleRun()
     {
-        set_admin_rights(false);
         VINST_MESSAGES::instance().echo_to_console = true;
         builder.component("one").pattern_content(3000, 1);
     }
-    ~ConsoleRun() override { set_admin_rights(std::nullopt); }
 
     std::string run(bool auto_install)
     {
@@ -26,7 +24,7 @@ protected:
         options.auto_install = auto_install;
         options.release = std::move(release);
         options.selected_components = {options.release->find_component("one", host_platform())};
-        return printed_by([&] { run_console(options); });
+        return printed_by([&] { run_console(options, false); });
     }
 };
 

@@ -91,7 +91,7 @@ int run(VINST_OPTIONS& options)
     use_release(*options.release);
     if (!options.console_mode)
         return run_graphically(*options.release);
-    run_console(options);
+    run_console(options, has_admin_rights());
     return 0;
 }
 

@@ -9,8 +9,6 @@ namespace
 
 constexpr int longest_file_name = 255; // bytes, on every file system in use
 
-std::optional<bool> set_rights; // main thread
-
 bool is_windows(const QString& platform)
 {
     return platform == "windows";
@@ -38,16 +36,6 @@ QString command_processor_quoted(const QString& path)
 bool is_platform(const QString& text)
 {
     return text == "linux" || text == "windows";
-}
-
-bool has_admin_rights()
-{
-    return set_rights ? *set_rights : user_is_administrator();
-}
-
-void set_admin_rights(std::optional<bool> rights)
-{
-    set_rights = rights;
 }
 
 std::size_t install_path_limit(const QString& platform)

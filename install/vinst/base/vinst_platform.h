@@ -3,7 +3,6 @@
 #include <QString>
 
 #include <cstddef>
-#include <optional>
 
 /// The platform that this build runs on: "windows" or "linux".
 QString host_platform();
@@ -11,15 +10,10 @@ QString host_platform();
 /// Whether the text is "windows" or "linux".
 bool is_platform(const QString& text);
 
-/// Whether the run may install as far as rights are concerned. Only Windows has such a notion; on
-/// Linux the directories decide, so that the answer there is always yes.
+/// Whether the process has the rights to install. On Windows it must be able to act as a member of
+/// the administrators group. On Linux the permissions of the directories decide, so the answer is
+/// always true.
 bool has_admin_rights();
-
-/// Sets the answer of `has_admin_rights`, for tests; nothing gives it back to the system.
-void set_admin_rights(std::optional<bool> rights);
-
-/// The platform's half of it: whether the process may act for the group of administrators.
-bool user_is_administrator();
 
 /// The longest installation path that the platform's installers take, in bytes of UTF-8.
 std::size_t install_path_limit(const QString& platform);

@@ -15,7 +15,7 @@ QString host_platform()
     return QStringLiteral("linux");
 }
 
-bool user_is_administrator()
+bool has_admin_rights()
 {
     return true;
 }

@@ -36,7 +36,7 @@ QString host_platform()
     return QStringLiteral("windows");
 }
 
-bool user_is_administrator()
+bool has_admin_rights()
 {
     std::array<unsigned char, SECURITY_MAX_SID_SIZE> administrators{};
     DWORD size = administrators.size();

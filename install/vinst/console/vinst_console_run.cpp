@@ -26,11 +26,11 @@ bool refuse(const char* id)
     return false;
 }
 
-bool pass_checks(const VINST_OPTIONS& options)
+bool pass_checks(const VINST_OPTIONS& options, bool is_admin)
 {
     VINST_RELEASE& release = *options.release;
     const QString platform = QString::fromStdString(options.platform);
-    if (options.auto_install && !has_admin_rights())
+    if (options.auto_install && !is_admin)
         return refuse("ERROR_ADMIN_PRIV");
     if (options.auto_install && !is_empty_or_missing_dir(release.install_dir()))
         return refuse("ERROR_INSTALLDIR_IS_NOT_EMPTY");
@@ -106,9 +106,9 @@ bool download_with_retries(VINST_DOWNLOADER_MGR& manager, VINST_CONSOLE_VIEW& vi
 
 }
 
-void run_console(VINST_OPTIONS& options)
+void run_console(VINST_OPTIONS& options, bool is_admin)
 {
-    if (is_to_stop() || !pass_checks(options))
+    if (is_to_stop() || !pass_checks(options, is_admin))
         return;
 
     VINST_CONSOLE_VIEW view;

@@ -2,7 +2,9 @@
 
 struct VINST_OPTIONS;
 
-/// The whole unattended job: pre-checks, connection test, summary, download with retries, integrity
-/// checks and, when asked, installation. All it achieves or fails at is said on standard output and
-/// in the log.
-void run_console(VINST_OPTIONS& options);
+/// The complete unattended job: pre-checks, connection test, summary, download with retries,
+/// integrity checks and, when requested, installation. All results and failures are reported on
+/// standard output and in the log.
+///
+/// \param is_admin  whether the process has the rights to install
+void run_console(VINST_OPTIONS& options, bool is_admin);

@@ -38,16 +38,6 @@ TEST(Platform, DecidesOnTheCommandThatOpensAPage)
               "start \"\" \"C:\\Program Files\\v & w\\main.html\"");
 }
 
-TEST(Platform, TellsTheRightsThatATestHasSet)
-{
-    const bool real = has_admin_rights();
-    EXPECT_EQ(real, user_is_administrator());
-    set_admin_rights(!real);
-    EXPECT_EQ(has_admin_rights(), !real);
-    set_admin_rights(std::nullopt);
-    EXPECT_EQ(has_admin_rights(), real);
-}
-
 TEST(Platform, NeedsNoSpecialRightsToInstallOnLinux)
 {
     EXPECT_TRUE(has_admin_rights());
