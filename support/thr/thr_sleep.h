@@ -24,6 +24,3 @@ public:
 private:
     std::function<void()> m_on_stop;
 };
-
-/// For tests, which run many runs in one process: forgets the request.
-void thr_forget_stop_request();

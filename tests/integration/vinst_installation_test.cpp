@@ -3,6 +3,7 @@
 #include "install/vinst/download/vinst_installation.h"
 #include "support/thr/thr_sleep.h"
 #include "tests/harness/installer_scripts.h"
+#include "tests/harness/stop_request.h"
 
 #include <QDir>
 
@@ -15,7 +16,7 @@ using RESULT = VINST_INSTALL_OUTCOME::RESULT;
 class Install : public ManagerTest
 {
 protected:
-    ~Install() override { thr_forget_stop_request(); }
+    ~Install() override { forget_stop_request(); }
 
     void fetch()
     {

@@ -3,6 +3,7 @@
 #include "install/vinst/base/vinst_messages.h"
 #include "support/thr/thr_sleep.h"
 #include "tests/harness/installer_scripts.h"
+#include "tests/harness/stop_request.h"
 #include "tests/harness/temp_dir.h"
 
 #include <gtest/gtest.h>
@@ -30,7 +31,7 @@ protected:
         VINST_MESSAGES::instance().log_path = (dir / "log").string();
         VINST_MESSAGES::instance().open_log();
     }
-    ~RunCommand() override { thr_forget_stop_request(); }
+    ~RunCommand() override { forget_stop_request(); }
 
     static std::string poser(const std::string& name)
     {

@@ -1,6 +1,7 @@
 #include "install/vinst/base/vinst_stop_signals.h"
 
 #include "support/thr/thr_sleep.h"
+#include "tests/harness/stop_request.h"
 
 #include <gtest/gtest.h>
 
@@ -122,7 +123,7 @@ bool stop_comes_within(std::chrono::milliseconds limit)
 class StopSignals : public ::testing::TestWithParam<DWORD>
 {
 protected:
-    ~StopSignals() override { thr_forget_stop_request(); }
+    ~StopSignals() override { forget_stop_request(); }
 };
 
 }

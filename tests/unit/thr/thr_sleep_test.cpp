@@ -1,5 +1,7 @@
 #include "support/thr/thr_sleep.h"
 
+#include "tests/harness/stop_request.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -14,7 +16,7 @@ using CLOCK = std::chrono::steady_clock;
 class Stop : public ::testing::Test
 {
 protected:
-    ~Stop() override { thr_forget_stop_request(); }
+    ~Stop() override { forget_stop_request(); }
 };
 
 }
