@@ -1,5 +1,7 @@
 #include "support/curl/curl_ca_bundle.h"
 
+#include "support/curl/curl_ca_bundle_platform.h"
+
 #include <cstdlib>
 
 std::string curl_find_ca_bundle()

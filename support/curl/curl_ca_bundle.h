@@ -5,6 +5,3 @@
 /// The file of trusted certificate authorities: SSL_CERT_FILE or CURL_CA_BUNDLE of the environment,
 /// else the platform's. Empty leaves the choice to libcurl.
 std::string curl_find_ca_bundle();
-
-/// The platform's half: the first of the well-known places that exists.
-std::string curl_well_known_ca_bundle();

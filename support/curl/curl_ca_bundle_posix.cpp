@@ -1,4 +1,4 @@
-#include "support/curl/curl_ca_bundle.h"
+#include "support/curl/curl_ca_bundle_platform.h"
 
 #include "support/fio/fio_file_system.h"
 

@@ -1,4 +1,4 @@
-#include "support/curl/curl_ca_bundle.h"
+#include "support/curl/curl_ca_bundle_platform.h"
 
 std::string curl_well_known_ca_bundle()
 {

@@ -1,5 +1,6 @@
 #include "install/vinst/base/vinst_fatal_handlers.h"
 
+#include "install/vinst/base/vinst_fatal_handlers_platform.h"
 #include "support/main/main_globals.h"
 
 #include <cstdio>

@@ -1,4 +1,4 @@
-#include "install/vinst/base/vinst_fatal_handlers.h"
+#include "install/vinst/base/vinst_fatal_handlers_platform.h"
 
 #include "support/main/main_globals.h"
 

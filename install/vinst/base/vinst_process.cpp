@@ -2,6 +2,7 @@
 
 #include "install/vinst/base/vinst_messages.h"
 #include "install/vinst/base/vinst_platform.h"
+#include "install/vinst/base/vinst_process_platform.h"
 #include "install/vinst/base/vinst_stop_signals.h"
 #include "install/vinst/base/vinst_text.h"
 #include "support/fio/fio_file_system.h"
@@ -16,6 +17,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <memory>
 #include <utility>
 
 namespace

@@ -3,9 +3,6 @@
 #include <QString>
 
 #include <functional>
-#include <memory>
-
-class QProcess;
 
 /// Runs an installer and waits for it, with the caller's event loop alive.
 ///
@@ -23,15 +20,7 @@ int run_command(const QString& command, const std::function<bool()>& is_to_stop 
 /// A part of a command: in double quotes where it holds white space or a quote, else as it stands.
 QString command_part(const QString& text);
 
-/// The platform's half: a process in a group of its own, and the ways to end the group.
-std::unique_ptr<QProcess> make_installer_process();
-void pass_signal_on(QProcess& process, int signal_number);
-void kill_group(QProcess& process);
-
-/// Whether it was not started because only an administrator may start it.
-bool needs_elevation(const QProcess& process);
-
-/// How the log tells that an installer didn't end by itself.
+/// The log's sentence for an installer that did not exit by itself.
 ///
-/// \param code  a signal's number on Linux, an exit status of the system's on Windows
+/// \param code  a signal number on Linux, the system's exit status on Windows
 QString crash_text(int code, const QString& platform);

@@ -1,4 +1,4 @@
-#include "install/vinst/base/vinst_process.h"
+#include "install/vinst/base/vinst_process_platform.h"
 
 #include <QProcess>
 
