@@ -14,7 +14,7 @@ struct VINST_INSTALL_OUTCOME
     {
         installed,          ///< at least one installer ran, and all that ran succeeded
         nothing_to_install, ///< no component had an installer to run
-        failed, ///< an installer or an action failed, or a file has changed since its check
+        failed,             ///< an installer or action failed, or a verified file has changed
         stopped
     };
 

@@ -77,7 +77,8 @@ private:
     VINST_RELEASE* m_release = nullptr;
     QString m_platform;
     CFGQ_REGISTRY_KEY m_settings_key;
-    VINST_DOWNLOADER_TREEVIEW_MODEL* m_model; ///< owned by this view, replaced by each `populate`
+    /// Owned by this view, replaced by each `populate`.
+    VINST_DOWNLOADER_TREEVIEW_MODEL* m_model;
     VINST_DOWNLOADER_TREEVIEW_INTEGRITY_DELEGATE* m_integrity_delegate;   ///< owned by this view
     VINST_DOWNLOADER_TREEVIEW_RUN_BUTTON_DELEGATE* m_run_button_delegate; ///< owned by this view
     bool m_is_busy = false;

@@ -16,8 +16,8 @@ namespace Ui
 class VINST_SETTINGS_DLG;
 }
 
-/// How to download, for which platform, and through which proxy. Begins each time with what is
-/// stored; user name and password live in its controls alone.
+/// The settings of a download: how, for which platform and through which proxy. The dialog starts
+/// with the stored values each time; the user name and password are never stored.
 class VINST_SETTINGS_DLG final : public QDialog
 {
     Q_OBJECT
@@ -56,7 +56,7 @@ private:
     std::unique_ptr<Ui::VINST_SETTINGS_DLG> m_ui;
     CFGQ_REGISTRY_KEY m_settings_key;
     QString m_platform;
-    QString m_applied_username; ///< these two are never stored
-    QString m_applied_password;
+    QString m_applied_username; ///< never stored
+    QString m_applied_password; ///< never stored
     bool m_is_testing = false;
 };

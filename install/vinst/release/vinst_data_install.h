@@ -8,10 +8,9 @@
 /// What to run to install a component, or why there is nothing to run.
 struct VINST_INSTALL_STEP
 {
-    QString command; ///< a command line, or empty
-    /// Completes "NAME was not installed: ", for a user; empty when there is a command.
-    QString reason_for_none;
-    QStringList parts; ///< names that the command enables in the main product's installer
+    QString command;         ///< a command line, or empty
+    QString reason_for_none; ///< completes "NAME was not installed: "; empty with a command
+    QStringList parts;       ///< names that the command enables in the main product's installer
 };
 
 /// Decides on a component by the files that are there now.

@@ -301,8 +301,8 @@ private:
 
     const VINST_MANIFEST_SINK& m_sink;
     std::unique_ptr<VINST_RELEASE> m_release = std::make_unique<VINST_RELEASE>();
-    /// Names that no earlier element had; in manifest order.
     QHash<QString, QString> m_spellings; ///< of file names, by their case-folded form
+    /// Dependencies that no earlier element is named after, in manifest order.
     std::vector<std::pair<VINST_COMPONENT*, QString>> m_deferred;
 };
 
