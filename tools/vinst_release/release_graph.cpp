@@ -1,5 +1,10 @@
 #include "tools/vinst_release/release_graph.h"
 
+// First, because strong_components.hpp has to find its functions for std::vector.
+#include <boost/graph/vector_as_graph.hpp>
+
+#include <boost/graph/strong_components.hpp>
+
 #include <algorithm>
 #include <limits>
 
@@ -8,114 +13,37 @@ namespace
 
 constexpr std::size_t unseen = std::numeric_limits<std::size_t>::max();
 
-/// Tarjan's strongly connected components, with a stack of its own instead of recursion.
-class GROUP_FINDER
+/// For each node, the number of its group: of the nodes that reach it and that it reaches.
+std::vector<std::size_t> number_groups(const RELEASE_GRAPH& graph)
 {
-public:
-    explicit GROUP_FINDER(const RELEASE_GRAPH& graph)
-        : m_graph(graph), m_order(graph.size(), unseen), m_lowest(graph.size(), 0),
-          m_group(graph.size(), unseen)
-    {
-    }
+    const boost::typed_identity_property_map<std::size_t> node_index;
+    std::vector<std::size_t> groups(graph.size());
+    boost::strong_components(graph, boost::make_iterator_property_map(groups.begin(), node_index),
+                             boost::vertex_index_map(node_index));
+    return groups;
+}
 
-    /// For each node, the number of its group; and the groups with their nodes.
-    void find()
-    {
-        for (std::size_t node = 0; node < m_graph.size(); ++node)
-            if (m_order[node] == unseen)
-                visit(node);
-    }
-
-    const std::vector<std::vector<std::size_t>>& groups() const { return m_groups; }
-    std::size_t group_of(std::size_t node) const { return m_group[node]; }
-
-private:
-    struct STEP
-    {
-        std::size_t node;
-        std::size_t next_edge;
-    };
-
-    void enter(std::size_t node)
-    {
-        m_order[node] = m_lowest[node] = m_count++;
-        m_open.push_back(node);
-        m_path.push_back({node, 0});
-    }
-
-    void visit(std::size_t start)
-    {
-        enter(start);
-        while (!m_path.empty())
-        {
-            const std::size_t node = m_path.back().node;
-            if (m_path.back().next_edge < m_graph[node].size())
-            {
-                follow(node, m_graph[node][m_path.back().next_edge++]);
-                continue;
-            }
-            m_path.pop_back();
-            if (!m_path.empty())
-                lower(m_path.back().node, m_lowest[node]);
-            if (m_lowest[node] == m_order[node])
-                close_group(node);
-        }
-    }
-
-    void follow(std::size_t node, std::size_t target)
-    {
-        if (m_order[target] == unseen)
-            enter(target);
-        else if (m_group[target] == unseen)
-            lower(node, m_order[target]);
-    }
-
-    void lower(std::size_t node, std::size_t order)
-    {
-        m_lowest[node] = std::min(m_lowest[node], order);
-    }
-
-    void close_group(std::size_t first)
-    {
-        std::vector<std::size_t> members;
-        do
-        {
-            members.push_back(m_open.back());
-            m_group[members.back()] = m_groups.size();
-            m_open.pop_back();
-        } while (members.back() != first);
-        m_groups.push_back(std::move(members));
-    }
-
-    const RELEASE_GRAPH& m_graph;
-    std::vector<std::size_t> m_order;
-    std::vector<std::size_t> m_lowest;
-    std::vector<std::size_t> m_group;
-    std::vector<std::size_t> m_open;
-    std::vector<STEP> m_path;
-    std::vector<std::vector<std::size_t>> m_groups;
-    std::size_t m_count = 0;
-};
-
-/// Walks inside a group until a node comes back; nothing when the group is one node without a loop.
-std::vector<std::size_t> cycle_inside(const RELEASE_GRAPH& graph, const GROUP_FINDER& finder,
-                                      const std::vector<std::size_t>& group,
-                                      std::vector<std::size_t>& place)
+/// Walks inside the group of the first node until a node comes back. Empty when the group is one
+/// node that does not point at itself.
+///
+/// \param places  of the nodes walked so far, in their paths; written for this group
+std::vector<std::size_t> cycle_in_group_of(std::size_t first, const RELEASE_GRAPH& graph,
+                                           const std::vector<std::size_t>& groups,
+                                           std::vector<std::size_t>& places)
 {
+    const auto is_inside = [&](std::size_t node) { return groups[node] == groups[first]; };
     std::vector<std::size_t> walked;
-    std::size_t node = *std::min_element(group.begin(), group.end());
-    while (place[node] == unseen)
+    std::size_t node = first;
+    while (places[node] == unseen)
     {
-        place[node] = walked.size();
+        places[node] = walked.size();
         walked.push_back(node);
-        const auto inside = [&](std::size_t target)
-        { return finder.group_of(target) == finder.group_of(node); };
-        const auto next = std::find_if(graph[node].begin(), graph[node].end(), inside);
+        const auto next = std::find_if(graph[node].begin(), graph[node].end(), is_inside);
         if (next == graph[node].end())
             return {};
         node = *next;
     }
-    walked.erase(walked.begin(), walked.begin() + static_cast<std::ptrdiff_t>(place[node]));
+    walked.erase(walked.begin(), walked.begin() + static_cast<std::ptrdiff_t>(places[node]));
     return walked;
 }
 
@@ -123,13 +51,16 @@ std::vector<std::size_t> cycle_inside(const RELEASE_GRAPH& graph, const GROUP_FI
 
 std::vector<std::vector<std::size_t>> find_cycles(const RELEASE_GRAPH& graph)
 {
-    GROUP_FINDER finder(graph);
-    finder.find();
-    std::vector<std::size_t> place(graph.size(), unseen);
+    const std::vector<std::size_t> groups = number_groups(graph);
+    std::vector<bool> is_group_walked(graph.size(), false);
+    std::vector<std::size_t> places(graph.size(), unseen);
     std::vector<std::vector<std::size_t>> cycles;
-    for (const auto& group : finder.groups())
+    for (std::size_t node = 0; node < graph.size(); ++node)
     {
-        std::vector<std::size_t> cycle = cycle_inside(graph, finder, group, place);
+        if (is_group_walked[groups[node]])
+            continue;
+        is_group_walked[groups[node]] = true;
+        std::vector<std::size_t> cycle = cycle_in_group_of(node, graph, groups, places);
         if (!cycle.empty())
             cycles.push_back(std::move(cycle));
     }

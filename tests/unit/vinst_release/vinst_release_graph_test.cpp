@@ -40,6 +40,12 @@ TEST(FindCycles, FindsEachOfSeveralRings)
                 UnorderedElementsAre(CYCLE({0, 1}), CYCLE({2, 3})));
 }
 
+TEST(FindCycles, ListsRingsInTheOrderOfTheirFirstNodes)
+{
+    // The ring of 0 and 1 leads to the one of 2 and 3.
+    EXPECT_THAT(find_cycles({{1, 2}, {0}, {3}, {2}}), ElementsAre(CYCLE({0, 1}), CYCLE({2, 3})));
+}
+
 TEST(FindCycles, TellsAPathThatFollowsTheEdges)
 {
     // Two rings that share node 2, entered through a node that lies on one of them only.
