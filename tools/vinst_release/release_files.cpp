@@ -7,17 +7,17 @@
 #include <QFileInfo>
 #include <QSaveFile>
 
-#include <algorithm>
+#include <tbb/parallel_for.h>
+
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
-#include <thread>
+#include <future>
 
 namespace
 {
 
 constexpr qint64 block_size = 1 << 20;
+constexpr std::chrono::milliseconds observer_pause(200);
 
 QString fault(const QString& what, const QString& path, const QFileDevice& file)
 {
@@ -55,8 +55,8 @@ private:
     quint64 m_size = 0;
 };
 
-/// Runs the jobs on threads of its own. The counters are all that crosses, and they are atomic; a
-/// result is written by one worker and read after that worker was joined.
+/// Runs the jobs on oneTBB's threads. Only the counters cross threads, and they are atomic; a
+/// result is written by one worker and read after all workers are done.
 class FILE_WORK
 {
 public:
@@ -69,46 +69,30 @@ public:
 
     std::vector<RELEASE_FILE_RESULT> run(const RELEASE_FILE_OBSERVER& observer)
     {
-        const std::size_t cores = std::max(1U, std::thread::hardware_concurrency());
-        std::vector<std::thread> workers(std::min(cores, m_jobs.size()));
-        m_working = workers.size();
-        for (std::thread& worker : workers)
-            worker = std::thread([this] { work(); });
-        observe_until_done(observer);
-        for (std::thread& worker : workers)
-            worker.join();
+        // The jobs get a thread that works with oneTBB's, since this one only observes.
+        std::future<void> work = std::async(std::launch::async, [this] { process_all(); });
+        while (work.wait_for(observer_pause) == std::future_status::timeout)
+            observer(progress());
+        work.get();
+        observer(progress());
         return std::move(m_results);
     }
 
 private:
-    void observe_until_done(const RELEASE_FILE_OBSERVER& observer)
-    {
-        constexpr std::chrono::milliseconds pause(200);
-        std::unique_lock lock(m_mutex);
-        while (!m_all_done.wait_for(lock, pause, [this] { return m_working == 0; }))
-        {
-            lock.unlock();
-            observer(progress());
-            lock.lock();
-        }
-        observer(progress());
-    }
-
     RELEASE_FILE_PROGRESS progress() const
     {
         return {m_files_done, m_jobs.size(), m_bytes_done, m_bytes};
     }
 
-    void work()
+    void process_all()
     {
-        for (std::size_t i = m_next++; i < m_jobs.size(); i = m_next++)
+        const auto process_one = [this](std::size_t i)
         {
             process(m_jobs[i], m_results[i]);
             ++m_files_done;
-        }
-        const std::lock_guard lock(m_mutex);
-        if (--m_working == 0)
-            m_all_done.notify_one();
+        };
+        // One job at a time for each worker, because files differ in size by orders of magnitude.
+        tbb::parallel_for(std::size_t{0}, m_jobs.size(), process_one, tbb::simple_partitioner());
     }
 
     void process(const RELEASE_FILE_JOB& job, RELEASE_FILE_RESULT& result)
@@ -207,12 +191,8 @@ private:
     const std::vector<RELEASE_FILE_JOB>& m_jobs;
     std::vector<RELEASE_FILE_RESULT> m_results;
     quint64 m_bytes = 0;
-    std::atomic<std::size_t> m_next = 0;
     std::atomic<std::size_t> m_files_done = 0;
     std::atomic<quint64> m_bytes_done = 0;
-    std::mutex m_mutex;
-    std::condition_variable m_all_done;
-    std::size_t m_working = 0; ///< guarded by the mutex once the workers run
 };
 
 }

@@ -39,10 +39,11 @@ struct RELEASE_FILE_PROGRESS
 
 using RELEASE_FILE_OBSERVER = std::function<void(const RELEASE_FILE_PROGRESS&)>;
 
-/// Reads every source once, many at a time, and gives its result at the job's own place. A copy
-/// appears under its name only when it is whole; a link in its place is replaced, not followed.
+/// Reads every source once, several at the same time, and returns the results in the jobs' order. A
+/// copy appears under its name only when it is complete; a link in its place is replaced, not
+/// followed.
 ///
-/// \param observer  called on the calling thread, some times a second and once at the end
+/// \param observer  called on the calling thread, several times per second and once at the end
 std::vector<RELEASE_FILE_RESULT> process_files(const std::vector<RELEASE_FILE_JOB>& jobs,
                                                const RELEASE_FILE_OBSERVER& observer);
 
