@@ -15,14 +15,22 @@ public:
     GROUP_PROCESS()
     {
         connect(this, &QProcess::started, this,
-                [this] { m_group = static_cast<pid_t>(processId()); });
+                [this]
+                {
+                    m_group = static_cast<pid_t>(processId());
+                    if (m_early_signal != 0)
+                        signal_group(m_early_signal);
+                });
     }
 
-    /// Also when its leader has ended: its number is taken as long as there are others in it.
-    void signal_group(int signal_number) const
+    /// Also when its leader has ended: its number is taken as long as there are others in it. While
+    /// the process starts there may be no group yet, so the signal is sent once it has started.
+    void signal_group(int signal_number)
     {
         if (m_group > 0)
             ::kill(-m_group, signal_number);
+        else
+            m_early_signal = signal_number;
     }
 
 protected:
@@ -30,6 +38,7 @@ protected:
 
 private:
     pid_t m_group = 0;
+    int m_early_signal = 0;
 };
 
 }
