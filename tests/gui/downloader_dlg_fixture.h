@@ -11,13 +11,14 @@
 #include "tests/harness/fault_server.h"
 #include "tests/harness/installer_scripts.h"
 #include "tests/harness/release_builder.h"
+#include "tests/harness/stopwatch.h"
 #include "tests/harness/temp_dir.h"
 #include "tests/harness/tested_host.h"
+#include "tests/harness/wait_until.h"
 
 #include <QCheckBox>
 #include <QCoreApplication>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
@@ -31,6 +32,9 @@
 #include <memory>
 
 using namespace std::chrono_literals;
+
+/// For QTest::qWaitFor, in milliseconds.
+inline constexpr int long_wait = static_cast<int>(long_enough.count());
 
 /// The main dialog over a small release on a fault server, with settings of its own.
 class DownloaderDlgTest : public ::testing::Test
@@ -127,10 +131,7 @@ protected:
 
     void wait_for_checks() const
     {
-        QElapsedTimer clock;
-        clock.start();
-        while (dialog->is_checking_files() && !clock.hasExpired(20'000))
-            QTest::qWait(10);
+        EXPECT_TRUE(QTest::qWaitFor([this] { return !dialog->is_checking_files(); }, long_wait));
     }
 
     void click(const char* name) { QTest::mouseClick(&button(name), Qt::LeftButton); }
@@ -249,11 +250,11 @@ protected:
         when(std::move(condition),
              [this]
              {
-                 since_stop.start();
+                 since_stop.restart();
                  click("m_stop_button");
              });
     }
 
     std::vector<SHOWN_BOX> shown;
-    QElapsedTimer since_stop;
+    STOPWATCH since_stop;
 };

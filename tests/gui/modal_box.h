@@ -18,7 +18,9 @@ struct SHOWN_BOX
     QString title;
     QString text;
     QMessageBox::Icon icon = QMessageBox::NoIcon;
+    Qt::TextFormat format = Qt::AutoText;
     QStringList buttons; ///< in no particular order
+    bool modal = false;
 };
 
 /// Answers the modal message boxes that come while it lives, each by the next button text. A box
@@ -45,7 +47,8 @@ private:
         auto* const box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
         if (box == nullptr)
             return;
-        SHOWN_BOX seen{box->windowTitle(), box->text(), box->icon(), {}};
+        SHOWN_BOX seen{box->windowTitle(), box->text(), box->icon(),
+                       box->textFormat(),  {},          box->isModal()};
         for (const QAbstractButton* button : box->buttons())
             seen.buttons.append(plain(button->text()));
         m_shown.push_back(seen);

@@ -343,7 +343,7 @@ TEST_F(DialogRun, StopsWhileItDownloads)
     server.set_faults("/one.run", {FAULT::stall_after(5000)});
     stop_when([this] { return size_of("dl/one.run") >= 5000; });
     press_download({});
-    EXPECT_LT(since_stop.elapsed(), 2500);
+    EXPECT_TRUE(since_stop.within(2500ms));
     EXPECT_EQ(status(), "Download stopped");
     expect_idle();
     EXPECT_EQ(std::filesystem::file_size(dir / "dl/one.run"), 5000U);
@@ -369,7 +369,7 @@ TEST_F(DialogRun, StopsWhileItTestsTheConnection)
     server.set_faults("/test.txt", {FAULT::stall_before_headers()});
     stop_when([this] { return server.request_count("/test.txt") > 0; });
     press_download({});
-    EXPECT_LT(since_stop.elapsed(), 2000);
+    EXPECT_TRUE(since_stop.within(2000ms));
     EXPECT_EQ(status(), "Download stopped");
     expect_idle();
 }
@@ -425,6 +425,7 @@ TEST_F(DialogRun, UsesLittleProcessorTimeWhileItWaits)
              begin = processor_time();
              clock.start();
          });
+    // What is awaited is that nothing happens, for so long.
     stop_when([&] { return clock.isValid() && clock.hasExpired(3000); });
     press_download({});
     const auto used = processor_time() - begin;

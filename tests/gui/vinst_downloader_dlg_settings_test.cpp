@@ -138,11 +138,11 @@ TEST_F(DialogSettings, OfActionsLastUntilAnotherSelection)
             return release->download_dir() == path("elsewhere") &&
                    release->install_dir() == path("target");
         },
-        3000));
+        long_wait));
     EXPECT_FALSE(second().isChecked());
 
     click_row(1);
-    EXPECT_TRUE(QTest::qWaitFor([this] { return second().isChecked(); }, 2000));
+    EXPECT_TRUE(QTest::qWaitFor([this] { return second().isChecked(); }, long_wait));
 }
 
 TEST_F(DialogSettings, OfFeedbackCountByTheirText)

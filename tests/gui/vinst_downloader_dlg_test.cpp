@@ -165,7 +165,7 @@ TEST_F(Dialog, RemembersWhatTheUserSet)
     check_auto_install();
     find<QCheckBox>("m_action_checkbox_act").click();
     click_row(0);
-    QTest::qWait(300); // the click takes effect, and with it the actions anew
+    tree().take_clicks(); // which sets the actions anew
     find<QCheckBox>("m_action_checkbox_act").click();
     dialog->resize(1100, 750);
     dialog.reset();
@@ -306,7 +306,7 @@ TEST_F(Dialog, OffersTheActionsOfTheCheckedComponents)
     EXPECT_TRUE(action.isEnabled());
     EXPECT_TRUE(action.isChecked());
     click_row(1);
-    EXPECT_TRUE(QTest::qWaitFor([&] { return !action.isEnabled(); }, 2000));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !action.isEnabled(); }, long_wait));
     EXPECT_FALSE(action.isChecked());
 }
 
@@ -323,14 +323,14 @@ TEST_F(Dialog, SelectsWhatTheUsersChoiceNeeds)
             return status() ==
                    "Also selected, since other components need it: The Base, The Middle";
         },
-        2000))
+        long_wait))
         << status().toStdString();
     for (int row = 0; row < 3; ++row)
         EXPECT_EQ(tree().model()->index(row, 0).data(Qt::CheckStateRole).toInt(), Qt::Checked);
     EXPECT_TRUE(log_holds("Add dependent component: base\n"));
     // What nothing needs any more stays as it is.
     QTest::mouseClick(tree().viewport(), Qt::LeftButton, {}, tree().visualRect(top).center());
-    QTest::qWait(300);
+    tree().take_clicks();
     EXPECT_EQ(tree().model()->index(0, 0).data(Qt::CheckStateRole).toInt(), Qt::Checked);
 }
 
@@ -346,7 +346,7 @@ TEST_F(Dialog, SelectsWhatComesAlongNeeds)
     EXPECT_TRUE(QTest::qWaitFor(
         [this]
         { return tree().model()->index(0, 0).data(Qt::CheckStateRole).toInt() == Qt::Checked; },
-        2000));
+        long_wait));
 }
 
 TEST_F(Dialog, DescribesTheComponentThatTheUserIsAt)
@@ -383,7 +383,7 @@ TEST_F(Dialog, VerifiesFilesThatAreThereAlready)
     EXPECT_TRUE(QTest::qWaitFor(
         [this]
         { return text("m_total_size_downloaded_label") == "Downloaded: 0.00 B / 2.93 KB -- 0%"; },
-        3000));
+        long_wait));
     EXPECT_EQ(tree().model()->index(0, integrity_column).data(tree_cell_role).toInt(), 0);
     EXPECT_FALSE(tree().model()->index(0, run_column).data(tree_cell_role).toBool());
 }
@@ -396,12 +396,12 @@ TEST_F(Dialog, ForgetsFilesOfAnotherDirectoryThatAreNotSelectedAnyMore)
     write_file(dir / "other/one.run", "something else");
     open();
     click_row(0);
-    QTest::qWait(300);
+    tree().take_clicks();
     ASSERT_TRUE(tree().model()->index(0, run_column).data(tree_cell_role).toBool());
     line("m_download_dir_line_edit").setText(path("other"));
     EXPECT_TRUE(QTest::qWaitFor(
         [this] { return !tree().model()->index(0, run_column).data(tree_cell_role).toBool(); },
-        3000));
+        long_wait));
     EXPECT_EQ(tree().model()->index(0, integrity_column).data(tree_cell_role).toInt(), 0);
     EXPECT_EQ(tree().model()->index(0, progress_column).data(tree_cell_role).toString(), "");
 }

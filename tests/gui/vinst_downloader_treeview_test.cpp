@@ -7,6 +7,7 @@
 #include "tests/gui/modal_box.h"
 #include "tests/harness/temp_dir.h"
 #include "tests/harness/tested_host.h"
+#include "tests/harness/wait_until.h"
 
 #include <gtest/gtest.h>
 
@@ -16,6 +17,7 @@
 #include <QPainter>
 #include <QSignalSpy>
 #include <QTest>
+#include <QTimer>
 
 #include <filesystem>
 
@@ -219,9 +221,9 @@ TEST_F(TreeView, TellsManyClicksOnce)
     click(help);
     click(scope);
     EXPECT_EQ(changes.count(), 0);
-    EXPECT_TRUE(changes.wait(1000));
-    QTest::qWait(300);
-    EXPECT_EQ(changes.count(), 1);
+    EXPECT_TRUE(changes.wait(static_cast<int>(long_enough.count())));
+    tree.take_clicks();
+    EXPECT_EQ(changes.count(), 1) << "nothing is left to take";
     EXPECT_EQ(base->selection, VINST_SELECTION::not_selected);
     EXPECT_EQ(help->selection, VINST_SELECTION::selected);
 }
@@ -294,7 +296,7 @@ TEST_F(TreeView, IgnoresTheUserWhileItIsLocked)
     tree.setCurrentIndex(index(base));
     QTest::keyClick(&tree, Qt::Key_Space);
     EXPECT_EQ(state(base), Qt::Checked);
-    QTest::qWait(300);
+    tree.take_clicks();
     EXPECT_EQ(changes.count(), 0);
     tree.set_editable(true);
     EXPECT_EQ(tree.selectionMode(), QAbstractItemView::SingleSelection);
@@ -444,7 +446,8 @@ TEST_F(TreeView, RunsAnInstallerByItsButton)
     fill();
     tree.show_run_column(true);
     click(help, run_column);
-    EXPECT_TRUE(QTest::qWaitFor([this] { return std::filesystem::exists(dir / "ran"); }, 5000));
+    EXPECT_TRUE(QTest::qWaitFor([this] { return std::filesystem::exists(dir / "ran"); },
+                                static_cast<int>(long_enough.count())));
     EXPECT_NE(read_file(dir / "log")
                   .find("install cmd for help: " + (dir / "dl/help.run").string() +
                         " --installdir /opt/v"),
@@ -474,7 +477,8 @@ TEST_F(TreeView, RunsNothingWhenTheButtonIsLeft)
     EXPECT_EQ(clicks.count(), 0);
     QTest::mouseClick(tree.viewport(), Qt::LeftButton, {}, button);
     EXPECT_EQ(clicks.count(), 1);
-    EXPECT_TRUE(QTest::qWaitFor([this] { return std::filesystem::exists(dir / "ran"); }, 5000));
+    EXPECT_TRUE(QTest::qWaitFor([this] { return std::filesystem::exists(dir / "ran"); },
+                                static_cast<int>(long_enough.count())));
 }
 
 TEST_F(TreeView, RunsAnInstallerByTheReturnKey)
@@ -489,7 +493,8 @@ TEST_F(TreeView, RunsAnInstallerByTheReturnKey)
     EXPECT_EQ(index(help, run_column).data(Qt::AccessibleTextRole).toString(), "Run");
     EXPECT_EQ(index(base, run_column).data(Qt::AccessibleTextRole).toString(), "");
     QTest::keyClick(&tree, Qt::Key_Return);
-    EXPECT_TRUE(QTest::qWaitFor([this] { return std::filesystem::exists(dir / "ran"); }, 5000));
+    EXPECT_TRUE(QTest::qWaitFor([this] { return std::filesystem::exists(dir / "ran"); },
+                                static_cast<int>(long_enough.count())));
     tree.setCurrentIndex(index(base));
     QTest::keyClick(&tree, Qt::Key_Return);
     EXPECT_FALSE(log_holds("install cmd for veltrin_base"));
@@ -548,12 +553,19 @@ TEST_F(TreeView, ForgetsWhatItShowedOfAnotherDirectory)
 TEST_F(TreeView, LeavesColumnsAndBranchesAsTheUserSetThem)
 {
     fill();
-    QTest::qWait(100);
+    constexpr int nobodys_width = 555;
+    tree.setColumnWidth(download_size_column, nobodys_width);
+    ASSERT_TRUE(QTest::qWaitFor([this]
+                                { return tree.columnWidth(download_size_column) != nobodys_width; },
+                                static_cast<int>(long_enough.count())));
     tree.collapse(index(tools));
     tree.setColumnWidth(download_size_column, 200);
     tree.hide();
     tree.show();
-    QTest::qWait(100);
+    QTimer layout; // longer than the tree's own, and started after it
+    QSignalSpy layout_done(&layout, &QTimer::timeout);
+    layout.start(100);
+    ASSERT_TRUE(layout_done.wait());
     EXPECT_FALSE(tree.isExpanded(index(tools)));
     EXPECT_EQ(tree.columnWidth(download_size_column), 200);
 }
@@ -567,8 +579,8 @@ TEST_F(TreeView, TellsOfClicksAtOnceWhenAsked)
     click(base);
     tree.take_clicks();
     EXPECT_EQ(changes.count(), 1);
-    QTest::qWait(300);
-    EXPECT_EQ(changes.count(), 1);
+    tree.take_clicks();
+    EXPECT_EQ(changes.count(), 1) << "nothing is left to take";
 }
 
 TEST_F(TreeView, RunsNothingWhileItIsLocked)

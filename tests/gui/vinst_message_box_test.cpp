@@ -1,45 +1,22 @@
 #include "install/vinst/gui/vinst_message_box.h"
 
-#include <gtest/gtest.h>
+#include "tests/gui/modal_box.h"
 
-#include <QApplication>
-#include <QMessageBox>
-#include <QTimer>
+#include <gtest/gtest.h>
 
 #include <functional>
 
 namespace
 {
 
-/// What a modal box looked like before it was closed.
-struct SEEN_BOX
+SHOWN_BOX seen_while(const std::function<void()>& show)
 {
-    QString title;
-    QString text;
-    Qt::TextFormat format = Qt::AutoText;
-    QMessageBox::Icon icon = QMessageBox::NoIcon;
-    QMessageBox::StandardButtons buttons;
-    bool modal = false;
-};
-
-SEEN_BOX seen_while(const std::function<void()>& show)
-{
-    SEEN_BOX seen;
-    QTimer::singleShot(
-        0, qApp,
-        [&seen]
-        {
-            auto* const box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-            ASSERT_NE(box, nullptr);
-            seen = {box->windowTitle(),     box->text(),   box->textFormat(), box->icon(),
-                    box->standardButtons(), box->isModal()};
-            box->accept();
-        });
+    MODAL_BOXES boxes({"OK"});
     show();
-    return seen;
+    return boxes.shown().at(0);
 }
 
-SEEN_BOX show_and_close(const std::string& text, bool is_error)
+SHOWN_BOX show_and_close(const std::string& text, bool is_error)
 {
     return seen_while([&] { show_message_box(text, is_error); });
 }
@@ -48,12 +25,12 @@ SEEN_BOX show_and_close(const std::string& text, bool is_error)
 
 TEST(MessageBox, ShowsAnErrorWithTheProgramsTitle)
 {
-    const SEEN_BOX box = show_and_close("first\nsecond", true);
+    const SHOWN_BOX box = show_and_close("first\nsecond", true);
     EXPECT_EQ(box.title, QString::fromUtf8("Orvane\u00ae Veltrin\u00ae Crest Installer"));
     EXPECT_EQ(box.text, "first<br/>second");
     EXPECT_EQ(box.format, Qt::RichText);
     EXPECT_EQ(box.icon, QMessageBox::Critical);
-    EXPECT_EQ(box.buttons, QMessageBox::Ok);
+    EXPECT_EQ(box.buttons, QStringList("OK"));
     EXPECT_TRUE(box.modal);
 }
 
@@ -70,7 +47,7 @@ TEST(MessageBox, RendersNoMarkupOfATextsOwn)
 
 TEST(MessageBox, RendersTheProgramsOwnMarkup)
 {
-    const SEEN_BOX box = seen_while([] { show_markup_box("<h2>Done</h2>one\ntwo", false); });
+    const SHOWN_BOX box = seen_while([] { show_markup_box("<h2>Done</h2>one\ntwo", false); });
     EXPECT_EQ(box.text, "<h2>Done</h2>one<br/>two");
     EXPECT_EQ(box.format, Qt::RichText);
 }

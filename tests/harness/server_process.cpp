@@ -2,6 +2,7 @@
 
 #include "tests/harness/loopback.h"
 #include "tests/harness/temp_dir.h"
+#include "tests/harness/wait_until.h"
 
 #include <csignal>
 #include <set>
@@ -82,13 +83,7 @@ SERVER_PROCESS::~SERVER_PROCESS()
 
 bool wait_for_line(const fs::path& file, std::string_view text, std::chrono::milliseconds timeout)
 {
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    for (;;)
-    {
-        if (fs::exists(file) && read_file(file).find(text) != std::string::npos)
-            return true;
-        if (std::chrono::steady_clock::now() > deadline)
-            return false;
-        std::this_thread::sleep_for(poll_interval);
-    }
+    return wait_until(
+        [&] { return fs::exists(file) && read_file(file).find(text) != std::string::npos; },
+        timeout);
 }

@@ -15,6 +15,8 @@ public:
     UNANSWERING_PORT& operator=(const UNANSWERING_PORT&) = delete;
 
     [[nodiscard]] std::uint16_t port() const { return m_port; }
+    /// Whether somebody besides this object is trying to connect to it.
+    [[nodiscard]] bool has_caller() const;
     [[nodiscard]] std::string url(const std::string& path = "") const;
 
 private:

@@ -2,9 +2,13 @@
 
 #include "tests/harness/loopback.h"
 #include "tests/harness/socket.h"
+#include "tests/harness/temp_dir.h"
 
+#include <algorithm>
+#include <iomanip>
 #include <netinet/in.h>
 #include <poll.h>
+#include <sstream>
 #include <stdexcept>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -37,6 +41,19 @@ UNANSWERING_PORT::~UNANSWERING_PORT()
 {
     for (const int socket : m_sockets)
         ::close(socket);
+}
+
+bool UNANSWERING_PORT::has_caller() const
+{
+    // The kernel's table: slot, own address, remote address, state.
+    std::ostringstream sought;
+    sought << " 0100007F:" << std::hex << std::uppercase << std::setw(4) << std::setfill('0')
+           << m_port << " 02 "; // SYN_SENT
+    const std::vector<std::string> lines = read_lines("/proc/net/tcp");
+    const auto connecting = std::count_if(lines.begin(), lines.end(),
+                                          [text = sought.str()](const std::string& line)
+                                          { return line.find(text) != std::string::npos; });
+    return connecting > 1; // one of them is this object's last
 }
 
 std::string UNANSWERING_PORT::url(const std::string& path) const

@@ -4,6 +4,7 @@
 #include "tests/harness/nginx_server.h"
 #include "tests/harness/proxy_server.h"
 #include "tests/harness/test_authority.h"
+#include "tests/harness/wait_until.h"
 
 TEST_F(Downloader, ShowsNoPasswordInErrorsAndTrace)
 {
@@ -98,7 +99,7 @@ TEST_F(Downloader, FollowsTheEnvironmentsProxyWhereNoneIsNamed)
     qputenv("http_proxy", ("http://" + gate.address()).c_str());
     EXPECT_EQ(fetch(), 200);
     qunsetenv("http_proxy");
-    EXPECT_TRUE(gate.wait_for_access("/f", 5s));
+    EXPECT_TRUE(gate.wait_for_access("/f", long_enough));
 }
 
 TEST_F(Downloader, TrustsTheAuthoritiesThatItIsTold)

@@ -1,6 +1,7 @@
 #include "tests/integration/host_fixture.h"
 
 #include "tests/harness/installer_scripts.h"
+#include "tests/harness/wait_until.h"
 
 #include <algorithm>
 #include <array>
@@ -108,10 +109,10 @@ TEST_F(HostEntry, LeavesTheLogInTheTemporaryDirectoryWhereThereIsNoOther)
     publish();
     server.set_faults("/test.txt", {FAULT::stall_before_headers()});
     CHILD_PROCESS child(setup(run_arguments()));
-    ASSERT_TRUE(server.wait_for_requests("/test.txt", 1, 20s));
+    ASSERT_TRUE(server.wait_for_requests("/test.txt", 1, long_enough));
     std::filesystem::remove_all(dir / "dl");
     child.send_signal(SIGTERM);
-    ASSERT_TRUE(child.wait(20s));
+    ASSERT_TRUE(child.wait(long_enough));
     EXPECT_FALSE(std::filesystem::exists(dir / "dl"));
     ASSERT_EQ(temporary_logs().size(), 1U);
     EXPECT_NE(dir.read("tmp/" + temporary_logs()[0]).find("Testing Internet connection ..."),
@@ -128,7 +129,7 @@ TEST_F(HostEntry, KeepsTheLogFromOthersWhileItRuns)
     open_umask.arguments = {"-c",      "umask 0; exec \"$@\"", "sh",       host(),
                             "--debug", "--download-dir",       downloads()};
     CHILD_PROCESS child(open_umask);
-    ASSERT_TRUE(server.wait_for_requests("/test.txt", 1, 20s));
+    ASSERT_TRUE(server.wait_for_requests("/test.txt", 1, long_enough));
     constexpr auto others = std::filesystem::perms::group_all | std::filesystem::perms::others_all;
     ASSERT_FALSE(temporary_logs().empty());
     for (const std::string& name : temporary_logs())
@@ -190,9 +191,9 @@ TEST_F(HostEntry, EndsWithWordsOnAFatalSignal)
              {SIGSEGV, "11"}, {SIGBUS, "7"}, {SIGFPE, "8"}, {SIGILL, "4"}})
     {
         CHILD_PROCESS child(setup(run_arguments()));
-        ASSERT_TRUE(child.wait_for_output("Download progress:", 20s));
+        ASSERT_TRUE(child.wait_for_output("Download progress:", long_enough));
         child.send_signal(signal_number);
-        const auto ended = child.wait(10s);
+        const auto ended = child.wait(long_enough);
         ASSERT_TRUE(ended);
         EXPECT_TRUE(ended->exited_with(2));
         EXPECT_EQ(child.errors(), "Fatal error: SE " + code +
@@ -207,9 +208,9 @@ TEST_F(HostEntry, LeavesAFaultToTheDebugger)
     server.set_faults("/one.run", {FAULT::stall_before_headers()});
     environment["VINST_DEBUG"] = "1";
     CHILD_PROCESS child(setup(run_arguments()));
-    ASSERT_TRUE(child.wait_for_output("Download progress:", 20s));
+    ASSERT_TRUE(child.wait_for_output("Download progress:", long_enough));
     child.send_signal(SIGFPE);
-    const auto ended = child.wait(10s);
+    const auto ended = child.wait(long_enough);
     ASSERT_TRUE(ended);
     EXPECT_FALSE(ended->exited_with(2));
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)

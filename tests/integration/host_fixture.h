@@ -65,7 +65,7 @@ protected:
     void run(const ARGUMENTS& arguments, const std::string& name = tested_console_host())
     {
         CHILD_PROCESS child(setup(arguments, name));
-        const auto ended = child.wait(120s);
+        const auto ended = child.wait(300s);
         ASSERT_TRUE(ended) << child.output() << child.errors();
         result = *ended;
         output = with_plain_line_ends(child.output());

@@ -1,6 +1,7 @@
 #include "tests/integration/host_fixture.h"
 
 #include "tests/harness/installer_scripts.h"
+#include "tests/harness/stopwatch.h"
 
 namespace
 {
@@ -208,11 +209,11 @@ TEST_F(HostInstall, PutsWhatItsInstallersSayIntoTheLog)
 
 TEST_F(HostInstall, WaitsForNoChildThatAnInstallerLeavesBehind)
 {
-    builder.component("a").content(script_with_lasting_child(30));
+    builder.component("a").content(script_with_lasting_child(300));
     publish();
-    const auto start = std::chrono::steady_clock::now();
+    const STOPWATCH watch;
     install();
-    EXPECT_LT(std::chrono::steady_clock::now() - start, 10s);
+    EXPECT_LT(watch.elapsed().wall, 300s);
     EXPECT_TRUE(output_holds("\nInstallation completed successfully\n")) << output;
 }
 

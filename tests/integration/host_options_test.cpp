@@ -1,6 +1,7 @@
 #include "tests/integration/host_fixture.h"
 
 #include "tests/harness/loopback.h"
+#include "tests/harness/wait_until.h"
 
 #include <csignal>
 
@@ -379,7 +380,7 @@ TEST_F(HostOptions, OpenTheWindowWhereOneCanBeShown)
         CHILD_PROCESS child(setup(arguments, name));
         EXPECT_FALSE(child.wait(1s)) << "the window must be waiting for its user";
         child.send_signal(SIGTERM);
-        const auto ended = child.wait(10s);
+        const auto ended = child.wait(long_enough);
         ASSERT_TRUE(ended);
         EXPECT_EQ(ended->signal, SIGTERM);
         EXPECT_EQ(child.output(), "");
@@ -413,11 +414,11 @@ TEST_F(HostOptions, ThatAreUnknownAreShownByTheGraphicalHostAsWell)
                    without_lines_of_wine(with_plain_line_ends(errors_said)) ==
                        "Error: unrecognised option '--nonsense'\n\n";
         },
-        20s))
+        long_enough))
         << child.output() << child.errors();
     EXPECT_FALSE(child.wait(500ms)) << "the message box must be waiting for its button";
     child.send_signal(SIGTERM);
-    const auto ended = child.wait(10s);
+    const auto ended = child.wait(long_enough);
     ASSERT_TRUE(ended);
     EXPECT_EQ(ended->signal, SIGTERM);
 }

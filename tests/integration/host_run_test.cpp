@@ -2,6 +2,7 @@
 
 #include "tests/harness/nginx_server.h"
 #include "tests/harness/proxy_server.h"
+#include "tests/harness/wait_until.h"
 #include "tests/integration/screen_model.h"
 
 #include <algorithm>
@@ -93,7 +94,7 @@ TEST_F(HostRun, GoesThroughTheProxyThatItIsGiven)
     EXPECT_TRUE(
         output_holds("INFO: Proxy server: http://" + gate.host() + ", port:" + port + "\n"));
     EXPECT_TRUE(output_holds("\nDownload successful\n")) << output;
-    EXPECT_TRUE(gate.wait_for_access("/one.run", 5s));
+    EXPECT_TRUE(gate.wait_for_access("/one.run", long_enough));
     EXPECT_EQ(log().find("s3cret"), std::string::npos);
 
     run(run_arguments(proxy));
@@ -126,8 +127,8 @@ TEST_F(HostRun, GoesOnAfterAFailureAndDrawsOverIt)
     CHILD_SETUP child = setup(run_arguments());
     child.terminal = CHILD_TERMINAL{50, 160};
     CHILD_PROCESS process(child);
-    ASSERT_TRUE(process.wait_for_output("Retrying #1 after 5 secs ...", 30s));
-    const auto ended = process.wait(30s);
+    ASSERT_TRUE(process.wait_for_output("Retrying #1 after 5 secs ...", long_enough));
+    const auto ended = process.wait(long_enough);
     ASSERT_TRUE(ended);
     SCREEN_MODEL screen;
     screen.write(process.output());
@@ -151,7 +152,7 @@ TEST_F(HostRun, LeavesTheFailedAttemptOnTheScreenWhileItWaits)
     CHILD_SETUP child = setup(run_arguments());
     child.terminal = CHILD_TERMINAL{50, 160};
     CHILD_PROCESS process(child);
-    ASSERT_TRUE(process.wait_for_output("A\x1b[2K\rStart download ...", 30s));
+    ASSERT_TRUE(process.wait_for_output("A\x1b[2K\rStart download ...", long_enough));
     SCREEN_MODEL screen;
     screen.write(process.output());
     EXPECT_EQ(
@@ -172,8 +173,8 @@ TEST_F(HostRun, NeverDrawsAboveItsBlock)
     CHILD_SETUP child = setup(run_arguments());
     child.terminal = CHILD_TERMINAL{50, 160};
     CHILD_PROCESS process(child);
-    ASSERT_TRUE(process.wait_for_output("Download successful", 60s)) << process.output();
-    ASSERT_TRUE(process.wait(10s));
+    ASSERT_TRUE(process.wait_for_output("Download successful", long_enough)) << process.output();
+    ASSERT_TRUE(process.wait(long_enough));
     const std::string all = process.output();
     const std::size_t first_draw = all.find("Start download ...");
     ASSERT_NE(first_draw, std::string::npos);
@@ -244,12 +245,12 @@ TEST_F(HostRun, GoesOnWhereAnEarlierRunWasStopped)
     server.set_faults("/one.run", {FAULT::stall_after(100'000).times(1)});
     CHILD_PROCESS first(setup(run_arguments()));
     // What was received counts once it is on disk: a second later it is shown, too.
-    ASSERT_TRUE(first.wait_for_output("[100000 / 300000] 33%", 20s)) << first.output();
+    ASSERT_TRUE(first.wait_for_output("[100000 / 300000] 33%", long_enough)) << first.output();
     if (tested_platform() == "windows")
         first.send_signal_to_group(SIGKILL);
     else
         first.send_signal(SIGTERM);
-    ASSERT_TRUE(first.wait(10s));
+    ASSERT_TRUE(first.wait(long_enough));
     ASSERT_EQ(std::filesystem::file_size(dir / "dl/one.run"), 100'000U);
     run(run_arguments());
     EXPECT_TRUE(output_holds("\nDownload successful\n")) << output;
@@ -313,12 +314,12 @@ TEST_F(HostRun, LeavesARunningFileToTheRunThatFetchesIt)
     publish();
     server.set_faults("/one.run", {FAULT::trickle(1000, 10ms).times(1)});
     CHILD_PROCESS first(setup(run_arguments()));
-    ASSERT_TRUE(server.wait_for_body_bytes("/one.run", 10'000, 20s));
+    ASSERT_TRUE(server.wait_for_body_bytes("/one.run", 10'000, long_enough));
     run(run_arguments({"--retry-duration", "0"}));
     EXPECT_TRUE(output_holds("\nOne: Cannot write " + download("one.run") +
                              ": another process is writing it\n"))
         << output;
-    const auto ended = first.wait(60s);
+    const auto ended = first.wait(long_enough);
     ASSERT_TRUE(ended);
     EXPECT_NE(with_plain_line_ends(first.output()).find("\nDownload successful\n"),
               std::string::npos);
@@ -341,10 +342,10 @@ TEST_F(HostRun, GoesOnAfterEveryKill)
     for (int kill = 0; kill < 20; ++kill)
     {
         CHILD_PROCESS child(setup(run_arguments()));
-        child.wait_for_output("Download progress:", 20s);
+        child.wait_for_output("Download progress:", long_enough);
         child.wait(std::chrono::milliseconds(delay(random)));
         child.send_signal(SIGKILL);
-        ASSERT_TRUE(child.wait(10s));
+        ASSERT_TRUE(child.wait(long_enough));
         for (const char* name : {"one", "two"})
         {
             const std::filesystem::path path = dir / "dl" / (name + std::string(".run"));

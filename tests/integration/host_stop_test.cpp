@@ -1,6 +1,7 @@
 #include "tests/integration/host_fixture.h"
 
 #include "tests/harness/installer_scripts.h"
+#include "tests/harness/wait_until.h"
 
 #include <csignal>
 #include <system_error>
@@ -28,15 +29,13 @@ protected:
             const std::uintmax_t size = std::filesystem::file_size(path, error);
             return !error && size >= count;
         };
-        for (int i = 0; i < 3000 && !holds_them(); ++i)
-            std::this_thread::sleep_for(10ms);
-        ASSERT_TRUE(holds_them());
+        ASSERT_TRUE(wait_until(holds_them));
     }
 
     void expect_end_by_control_c(CHILD_PROCESS& child)
     {
         child.type("\x03");
-        const auto ended = child.wait(20s);
+        const auto ended = child.wait(long_enough);
         ASSERT_TRUE(ended);
         // Of the code 0xC000013A Wine hands its last byte on.
         if (tested_platform() == "windows")

@@ -1,11 +1,11 @@
 #include "tests/integration/slow_resolver.h"
+#include "tests/harness/wait_until.h"
 
 #include <atomic>
 #include <chrono>
 #include <cstring>
 #include <dlfcn.h>
 #include <netdb.h>
-#include <thread>
 
 namespace
 {
@@ -29,8 +29,8 @@ getaddrinfo(const char* node, const char* service, const addrinfo* hints, addrin
     }
     ++running;
     ++begun;
-    while (is_slow)
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    // As long as the test wants; the resolver's end waits for it.
+    static_cast<void>(wait_until([] { return !is_slow; }, std::chrono::hours(1)));
     --running;
     return EAI_NONAME;
 }
@@ -48,6 +48,6 @@ SLOW_RESOLVER::SLOW_RESOLVER()
 SLOW_RESOLVER::~SLOW_RESOLVER()
 {
     is_slow = false;
-    while (running > 0)
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    // Else the function would return into a program that is gone.
+    static_cast<void>(wait_until([] { return running == 0; }, std::chrono::hours(1)));
 }

@@ -1,14 +1,13 @@
 #include "install/vinst/download/vinst_pac_runner.h"
 
 #include "install/vinst/base/vinst_messages.h"
+#include "tests/harness/stopwatch.h"
 #include "tests/harness/temp_dir.h"
+#include "tests/harness/wait_until.h"
 
 #include <gtest/gtest.h>
 
-#include <QElapsedTimer>
-
-#include <atomic>
-#include <thread>
+#include <functional>
 
 using namespace std::chrono_literals;
 
@@ -27,11 +26,11 @@ protected:
     /// "(none)" when the script yields no directive.
     std::string run(const QString& script, std::chrono::milliseconds at_most = 20s)
     {
-        QElapsedTimer clock;
-        clock.start();
-        const auto directive = run_pac_script(helper, script, "http://dl.example/x", "dl.example",
-                                              at_most, [this] { return !stopped; });
-        duration = std::chrono::milliseconds(clock.elapsed());
+        const STOPWATCH watch;
+        const auto directive = run_pac_script(
+            helper, script, "http://dl.example/x", "dl.example", at_most,
+            [this] { return may_go_on(); }, longest);
+        duration = watch.elapsed();
         return directive ? directive->toStdString() : "(none)";
     }
 
@@ -42,8 +41,9 @@ protected:
 
     TEMP_DIR dir;
     QString helper = VINST_TEST_BINARY_DIR "/lib/vinst_pac";
-    std::chrono::milliseconds duration{};
-    std::atomic<bool> stopped{false};
+    std::function<bool()> may_go_on = [] { return true; };
+    std::chrono::milliseconds longest = longest_pac_run;
+    MEASURED_TIME duration;
 };
 
 QString returning(const QString& expression)
@@ -181,7 +181,8 @@ TEST_F(PacRunnerTest, SaysThatTheHelperIsMissing)
 TEST_F(PacRunnerTest, SaysThatTheHelperDied)
 {
     // Its own limits come first, however busy the machine is.
-    EXPECT_EQ(run("while (true) {}", 20s), "(none)");
+    longest = long_enough;
+    EXPECT_EQ(run("while (true) {}", long_enough), "(none)");
     EXPECT_TRUE(log_holds("No proxy from the autoproxy file: it went beyond its limits"));
 }
 
@@ -200,7 +201,7 @@ TEST_F(PacRunnerTest, TakesAScriptOfOneMebibyte)
 TEST_F(PacRunnerTest, EndsTheHelperWhenTheTimeIsOver)
 {
     EXPECT_EQ(run("while (true) {}", 300ms), "(none)");
-    EXPECT_LT(duration, 1500ms);
+    EXPECT_TRUE(duration.within(1500ms));
     EXPECT_TRUE(log_holds("No proxy from the autoproxy file: it takes too long"));
 }
 
@@ -210,28 +211,24 @@ TEST_F(PacRunnerTest, EndsAHelperThatSleepsAfterFiveSeconds)
     std::filesystem::permissions(dir / "helper", std::filesystem::perms::owner_all);
     helper = QString::fromStdString((dir / "helper").string());
     EXPECT_EQ(run(returning("'PROXY a:1'")), "(none)");
-    EXPECT_GE(duration, 4900ms);
-    EXPECT_LT(duration, 6s);
+    EXPECT_GE(duration.wall, 4900ms);
+    EXPECT_TRUE(duration.within(6s));
 }
 
 TEST_F(PacRunnerTest, EndsTheHelperAtAStop)
 {
-    std::thread stopper(
-        [this]
-        {
-            std::this_thread::sleep_for(200ms);
-            stopped = true;
-        });
+    int asked = 0;
+    may_go_on = [&asked] { return ++asked < 3; };
     EXPECT_EQ(run("while (true) {}"), "(none)");
-    stopper.join();
-    EXPECT_LT(duration, 1500ms);
+    EXPECT_EQ(asked, 3);
+    EXPECT_TRUE(duration.within(1500ms));
     EXPECT_TRUE(log_holds("No proxy from the autoproxy file: the run is to stop"));
 }
 
 TEST_P(HostileScript, IsOverSoonAndYieldsNothing)
 {
     EXPECT_EQ(run(GetParam().script), "(none)");
-    EXPECT_LT(duration, 6s);
+    EXPECT_TRUE(duration.within(6s));
     EXPECT_TRUE(log_holds("No proxy from the autoproxy file: "));
     // The next one is none the worse for it.
     EXPECT_EQ(run(returning("'PROXY a:1'")), "PROXY a:1");

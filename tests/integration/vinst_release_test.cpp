@@ -1,6 +1,7 @@
 #include "tests/harness/child_process.h"
 #include "tests/harness/pattern.h"
 #include "tests/harness/temp_dir.h"
+#include "tests/harness/wait_until.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -44,7 +45,7 @@ TOOL_RUN run_release_tool(const std::vector<std::string>& arguments)
     setup.program = release_tool;
     setup.arguments = arguments;
     CHILD_PROCESS child(setup);
-    const auto result = child.wait(60s);
+    const auto result = child.wait(long_enough);
     if (!result)
         throw std::runtime_error("vinst_release did not end");
     return {result->exit_code, child.output(), child.errors()};
@@ -160,7 +161,7 @@ protected:
         setup.arguments = {"serve", (m_dir / "served").string()};
         setup.arguments.insert(setup.arguments.end(), options.begin(), options.end());
         m_server = std::make_unique<CHILD_PROCESS>(setup);
-        ASSERT_TRUE(m_server->wait_for_output("\n", 20s)) << m_server->errors();
+        ASSERT_TRUE(m_server->wait_for_output("\n", long_enough)) << m_server->errors();
         const std::string line = m_server->output();
         ASSERT_THAT(line, StartsWith("http://127.0.0.1:"));
         m_port = std::stoi(line.substr(line.rfind(':') + 1));
@@ -303,7 +304,7 @@ TEST(ReleaseTool, RedrawsItsProgressOnATerminal)
     setup.arguments = {"make", (dir / "description.json").string(), (dir / "out").string()};
     setup.terminal = CHILD_TERMINAL();
     CHILD_PROCESS child(setup);
-    ASSERT_TRUE(child.wait(30s));
+    ASSERT_TRUE(child.wait(long_enough));
     EXPECT_THAT(child.output(),
                 HasSubstr("\rMeasuring: 1 of 1 file, 4.77 MB of 4.77 MB (100%)\x1b[K\r\x1b[K"));
 }
@@ -491,7 +492,7 @@ TEST_F(ReleaseServer, EndsInAnOrderlyWayWithATransferUnderWay)
         EXPECT_THAT(idle.receive_until("\r\n\r\n"), StartsWith("HTTP/1.1 200 "));
 
         m_server->send_signal(signal_number);
-        const auto result = m_server->wait(10s);
+        const auto result = m_server->wait(long_enough);
         ASSERT_TRUE(result) << "did not end";
         EXPECT_TRUE(result->exited_with(0));
         EXPECT_EQ(m_server->errors(), "");

@@ -14,7 +14,6 @@ namespace
 {
 
 constexpr int output_limit = 64 * 1024; // bytes
-constexpr std::chrono::milliseconds longest_run{5000};
 constexpr std::chrono::milliseconds stop_check_interval{100};
 
 /// The script's world holds nothing of the user's: no proxy variable's password, no home.
@@ -135,14 +134,15 @@ QString pac_helper_path()
 std::optional<QString> run_pac_script(const QString& helper, const QString& script,
                                       const QString& url, const QString& host,
                                       std::chrono::milliseconds at_most,
-                                      const std::function<bool()>& may_go_on)
+                                      const std::function<bool()>& may_go_on,
+                                      std::chrono::milliseconds longest)
 {
     PAC_REQUEST request{utf8(url), utf8(host), utf8(script)};
     QString trouble = "it is larger than 1 MiB";
     if (request.script.size() <= pac_script_limit)
     {
         HELPER_RUN run(helper, to_text(request));
-        run.run(std::min(at_most, longest_run), may_go_on);
+        run.run(std::min(at_most, longest), may_go_on);
         log_words(run.words());
         trouble = run.trouble();
         if (trouble.isEmpty())

@@ -8,12 +8,9 @@
 #include <QFile>
 #include <QScrollBar>
 
-#include <chrono>
-
 namespace
 {
 
-constexpr std::chrono::milliseconds refresh_interval{5000};
 constexpr std::chrono::milliseconds selection_interval{3'600'000};
 
 QString log_path()
@@ -23,7 +20,8 @@ QString log_path()
 
 }
 
-VINST_LOG_VIEWER_DLG::VINST_LOG_VIEWER_DLG(QWidget* parent)
+VINST_LOG_VIEWER_DLG::VINST_LOG_VIEWER_DLG(QWidget* parent,
+                                           std::chrono::milliseconds refresh_interval)
     : AFCQ_DIALOG(parent), m_ui(new Ui::VINST_LOG_VIEWER_DLG)
 {
     m_ui->setupUi(this);
@@ -33,7 +31,7 @@ VINST_LOG_VIEWER_DLG::VINST_LOG_VIEWER_DLG(QWidget* parent)
     m_refresh_timer.setInterval(refresh_interval);
     connect(&m_refresh_timer, &QTimer::timeout, this, &VINST_LOG_VIEWER_DLG::refresh);
     connect(m_ui->m_log_text_browser, &QTextEdit::copyAvailable, this,
-            [this](bool is_selected)
+            [this, refresh_interval](bool is_selected)
             { m_refresh_timer.setInterval(is_selected ? selection_interval : refresh_interval); });
 }
 

@@ -4,6 +4,7 @@
 
 #include <QTimer>
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -19,11 +20,18 @@ class VINST_LOG_VIEWER_DLG final : public AFCQ_DIALOG
     Q_OBJECT
 
 public:
-    explicit VINST_LOG_VIEWER_DLG(QWidget* parent = nullptr);
+    /// \param refresh_interval  how often the log is read again while the dialog is shown
+    explicit VINST_LOG_VIEWER_DLG(
+        QWidget* parent = nullptr,
+        std::chrono::milliseconds refresh_interval = std::chrono::milliseconds(5000));
     ~VINST_LOG_VIEWER_DLG() override;
 
     /// Reads the log again, where it has changed.
     void refresh();
+    std::chrono::milliseconds refresh_interval() const
+    {
+        return m_refresh_timer.intervalAsDuration();
+    }
 
 protected:
     void showEvent(QShowEvent* event) override;

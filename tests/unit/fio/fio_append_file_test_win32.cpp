@@ -2,6 +2,7 @@
 
 #include "support/fio/fio_file_system.h"
 #include "tests/harness/scanner_win32.h"
+#include "tests/harness/stopwatch.h"
 #include "tests/harness/temp_dir.h"
 
 #include <gtest/gtest.h>
@@ -46,11 +47,11 @@ TEST(FileSystem, GivesAFileUpThatIsHeldForLonger)
     const TEMP_DIR dir;
     const auto path = dir.write("a", "x");
     const SCANNER scanner(path);
-    const auto started = std::chrono::steady_clock::now();
+    const STOPWATCH watch;
     EXPECT_FALSE(FIO_FILE_SYSTEM::remove_if_exists(path.string()));
-    const auto taken = std::chrono::steady_clock::now() - started;
-    EXPECT_GT(taken, 9s);
-    EXPECT_LT(taken, 12s);
+    const MEASURED_TIME taken = watch.elapsed();
+    EXPECT_GT(taken.wall, 9s);
+    EXPECT_TRUE(taken.within(12s));
 }
 
 TEST(FileSystem, MovesNothingWhereTheTargetStaysHeld)
@@ -60,9 +61,9 @@ TEST(FileSystem, MovesNothingWhereTheTargetStaysHeld)
     const auto target = dir.write("b", "y");
     {
         const SCANNER scanner(target);
-        const auto started = std::chrono::steady_clock::now();
+        const STOPWATCH watch;
         EXPECT_FALSE(FIO_FILE_SYSTEM::move(path.string(), target.string(), true));
-        EXPECT_LT(std::chrono::steady_clock::now() - started, 12s);
+        EXPECT_TRUE(watch.within(12s));
     }
     EXPECT_EQ(list_tree(dir.path()), std::vector<std::string>({"a", "b"}));
     EXPECT_EQ(dir.read("b"), "y");
@@ -75,10 +76,10 @@ TEST(FileSystem, EndsItsWaitWhenAsked)
     const SCANNER scanner(path);
     int asked = 0;
     const auto third_time = [&asked] { return ++asked == 3; };
-    const auto started = std::chrono::steady_clock::now();
+    const STOPWATCH watch;
     EXPECT_FALSE(FIO_FILE_SYSTEM::remove_if_exists(path.string(), third_time));
     EXPECT_EQ(asked, 3);
-    EXPECT_LT(std::chrono::steady_clock::now() - started, 2s);
+    EXPECT_TRUE(watch.within(2s));
 }
 
 TEST(FileSystem, LeavesAHeldFileAtOnceWhereNobodyIsToWait)
@@ -87,9 +88,9 @@ TEST(FileSystem, LeavesAHeldFileAtOnceWhereNobodyIsToWait)
     const auto path = dir.write("a", "x");
     {
         const SCANNER scanner(path);
-        const auto started = std::chrono::steady_clock::now();
+        const STOPWATCH watch;
         EXPECT_FALSE(FIO_FILE_SYSTEM::remove_unless_held(path.string()));
-        EXPECT_LT(std::chrono::steady_clock::now() - started, 1s);
+        EXPECT_TRUE(watch.within(1s));
     }
     EXPECT_TRUE(FIO_FILE_SYSTEM::remove_unless_held(path.string()));
     EXPECT_TRUE(FIO_FILE_SYSTEM::remove_unless_held(path.string()));

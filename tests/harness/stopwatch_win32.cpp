@@ -1,0 +1,16 @@
+#include "tests/harness/stopwatch.h"
+
+#include <cstdint>
+#include <windows.h>
+
+/// The system gives all processors together: their average.
+IDLE_TIMES idle_times()
+{
+    FILETIME idle{}, kernel{}, user{};
+    if (::GetSystemTimes(&idle, &kernel, &user) == 0)
+        return {};
+    SYSTEM_INFO system{};
+    ::GetSystemInfo(&system);
+    const std::int64_t ticks = (std::int64_t{idle.dwHighDateTime} << 32) | idle.dwLowDateTime;
+    return {std::chrono::nanoseconds(ticks * 100 / system.dwNumberOfProcessors)}; // of 100 ns
+}
