@@ -13,8 +13,8 @@ need_tools() {
 
 # Builds the optimised program. Sets vinst.
 build_release() {
-  (cd "$root" && cmake --preset release >/dev/null && cmake --build --preset release >/dev/null) ||
-    fail "The release preset does not build. Run: cmake --preset release && cmake --build --preset release"
+  (cd "$root" && cmake --preset release -DBUILD_TESTING=OFF >/dev/null && cmake --build --preset release >/dev/null) ||
+    fail "The release preset does not build. Run: cmake --preset release -DBUILD_TESTING=OFF && cmake --build --preset release"
   vinst=$root/build/release/bin/vinst
 }
 

@@ -13,6 +13,6 @@ if [ $# -gt 0 ]; then
 fi
 
 need_tools cmake
-(cd "$root" && cmake --preset release -DVINST_BENCH=ON >/dev/null &&
+(cd "$root" && cmake --preset release -DVINST_BENCH=ON -DBUILD_TESTING=OFF >/dev/null &&
   cmake --build --preset release --target vinst_tree_bench >/dev/null) || fail "The benchmark does not build"
 "$root/build/release/bench/vinst_tree_bench"

@@ -1,5 +1,8 @@
 # What the program is built with, the same targets on every platform.
-find_package(Qt5 5.15 REQUIRED COMPONENTS Core Gui Network Svg Widgets Test)
+find_package(Qt5 5.15 REQUIRED COMPONENTS Core Gui Network Svg Widgets)
+if(BUILD_TESTING OR VINST_BENCH)
+  find_package(Qt5 5.15 REQUIRED COMPONENTS Test)
+endif()
 find_package(TBB REQUIRED)
 find_package(CURL 7.87 REQUIRED)
 find_package(Threads REQUIRED)

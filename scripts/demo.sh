@@ -6,7 +6,7 @@ usage() {
     cat <<'END'
 Usage: scripts/demo.sh [--gui] [--keep DIR] [--rate BYTES] [--build-dir DIR]
 
-Installs what is missing, builds the project, makes a demo release of some 200 MB, serves it
+Installs what is missing, builds the programs that it runs, makes a demo release of some 200 MB, serves it
 on this machine alone, and lets the console program download, verify and install it.
 
   --gui            open the window instead, and let you press the buttons; it proposes
@@ -23,6 +23,7 @@ END
 say() { printf '\n== %s\n' "$*"; }
 fail() { printf 'demo.sh: %s\n' "$*" >&2; exit 1; }
 
+SECONDS=0
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 keep=
 rate=0
@@ -55,10 +56,15 @@ else
     "$root/scripts/install_deps.sh"
     say "Building"
     cd "$root"
-    cmake --preset release
-    cmake --build --preset release
+    cmake --preset release -DBUILD_TESTING=OFF
+    targets=(vinst_host vinst_pac vinst_release)
+    if $gui; then
+        targets+=(vinst_gui_host)
+    fi
+    cmake --build --preset release --target "${targets[@]}"
     cd "$OLDPWD"
     build=$root/build/release
+    echo "Built after $SECONDS s."
 fi
 
 server=
@@ -206,6 +212,7 @@ cd "$OLDPWD"
 echo
 echo "$("$install/bin/veltrin_base") says it works."
 echo "The log of the run: $log"
+echo "The demo took $SECONDS s."
 if [[ -z $keep ]]; then
     echo "All of it is removed now; --keep DIR keeps it."
 fi

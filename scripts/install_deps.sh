@@ -18,16 +18,15 @@ packages=(
     g++ cmake ninja-build pkg-config
     qtbase5-dev qtdeclarative5-dev libqt5svg5-dev libtbb-dev libboost-program-options-dev libboost-dev libcurl4-openssl-dev
     libfmt-dev libspdlog-dev libcpp-httplib-dev
-    libgtest-dev libgmock-dev
 )
 
 for argument in "$@"; do
     case $argument in
-        test) packages+=(nginx-light squid tinyproxy dante-server iproute2 xvfb
+        test) packages+=(libgtest-dev libgmock-dev nginx-light squid tinyproxy dante-server iproute2 xvfb
                          openssl tmux ca-certificates curl tzdata binutils clang-format clang-tidy
                          e2fsprogs mount util-linux) ;;
         bench) packages+=(nginx-light aria2 curl openssl time) ;;
-        screenshots) packages+=(xvfb util-linux fonts-dejavu-core pngquant) ;;
+        screenshots) packages+=(libgtest-dev libgmock-dev xvfb util-linux fonts-dejavu-core pngquant) ;;
         windows) packages+=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev googletest wine wine64 nsis
                             fonts-dejavu-core libqt5svg5 jq w3m zip unzip xz-utils) ;;
         --help) usage; exit 0 ;;
