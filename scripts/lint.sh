@@ -6,12 +6,13 @@ cd "$(dirname "$0")/.."
 if [ "${1:-}" = --help ]; then
   echo "Usage: scripts/lint.sh"
   echo
-  echo "Checks the layout (scripts/check_layout.sh), all C++ files against .clang-format, and the"
-  echo "program's own against .clang-tidy."
+  echo "Checks the layout (scripts/check_layout.sh), the documents (scripts/check_docs.sh), all C++"
+  echo "files against .clang-format, and the program's own against .clang-tidy."
   exit 0
 fi
 
 scripts/check_layout.sh
+scripts/check_docs.sh
 
 git ls-files -z '*.h' '*.cpp' | xargs -0 clang-format --dry-run --Werror
 # Without the precompiled headers, so that it sees which includes are missing.

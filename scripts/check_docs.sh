@@ -1,0 +1,313 @@
+#!/usr/bin/env bash
+# Checks what the documents say against the project: see usage below.
+set -euo pipefail
+
+usage() {
+    cat <<'END'
+Usage: scripts/check_docs.sh [DIR]
+
+Checks README.md, CONTRIBUTING.md, CHANGELOG.md and docs/*.md in DIR (default: this project): every
+local link leads somewhere; every path, file name, option, variable and other name in backticks exists;
+and every command in a "sh" block runs. Prints each fault with its place, and fails if there is one.
+
+The commands run in an empty directory, with the programs of the release build in PATH. A comment right
+above a command, "# not run here: REASON", exempts it and those below it up to an empty line. A block needs a language: "sh" for commands,
+"console" or "text" for what a program prints.
+END
+}
+
+case ${1:-} in
+    --help) usage; exit 0 ;;
+    -*) usage >&2; exit 2 ;;
+esac
+cd "${1:-$(dirname "$0")/..}"
+root=$PWD
+
+# Commands that are not run here; the reason is who runs them.
+run_elsewhere=(
+    'scripts/test.sh*'           # .ci/run, for the presets release, asan and tsan
+    'scripts/lint.sh'            # .ci/run; it runs this check
+    'scripts/windows.sh'         # .ci/run
+    'scripts/demo.sh'            # .ci/run
+    'scripts/demo.sh --gui'      # whoever looks at it: the window waits for its user
+    'scripts/test_under_load.sh' # whoever changes tests: it takes longer than all other steps
+    'scripts/install_deps.sh*'   # scripts/test.sh, scripts/demo.sh and scripts/windows.sh
+    'cmake --preset release*'    # scripts/test.sh; without tests scripts/demo.sh
+)
+
+# Paths that no checkout holds.
+made_elsewhere=(
+    'build/*'                # outputs of the build
+    '../shared/*'            # where scripts/windows.sh looks for an archive that may be there
+)
+
+# Names that belong to other programs; all other names must occur in the sources.
+foreign_names=(
+    PATH NTLM GiB MiB
+    prefs.js                    # Firefox's
+    setup.exe                   # short for the file that packaging/windows/pack.sh makes
+    HKEY_CURRENT_USER
+)
+
+work=$(mktemp -d)
+jobs_to_end=()
+finish() {
+    local job
+    for job in ${jobs_to_end[@]+"${jobs_to_end[@]}"}; do kill -- "-$job" 2>/dev/null || true; done
+    rm -rf "$work"
+}
+trap finish EXIT
+trap 'exit 130' INT
+trap 'exit 143' TERM
+
+failed=false
+fault() { # PLACE TEXT
+    printf '%s: %s\n' "$1" "$2" >&2
+    failed=true
+}
+
+existing() { # PATH... : those that are there
+    local path
+    for path in "$@"; do
+        [[ ! -e $path ]] || printf '%s\n' "$path"
+    done
+}
+
+matches_one_of() { # TEXT PATTERN...
+    local text=$1 pattern
+    shift
+    for pattern in "$@"; do
+        # shellcheck disable=SC2053
+        [[ $text == $pattern ]] && return 0
+    done
+    return 1
+}
+
+# What the sources know. Tests of this script are full of names that don't exist.
+mapfile -t source_dirs < <(existing .ci CMakeLists.txt CMakePresets.json cmake install support tools tests bench demo packaging scripts)
+mapfile -t documents < <(existing README.md CONTRIBUTING.md CHANGELOG.md docs/*.md)
+grep -rIhoE --exclude=check_docs.sh --exclude=check_docs_test_posix.cpp '[A-Za-z0-9_][A-Za-z0-9_.-]*' "${source_dirs[@]}" 2>/dev/null |
+    sort -u >"$work/words"
+tr -s '.-' '\n' <"$work/words" | sort -u >"$work/names"
+find . -name build -prune -o -name .git -prune -o -printf '%f\n' | sort -u >"$work/files"
+
+# What the programs and scripts take. Hidden options are declared like the others.
+options_of_script() { # SCRIPT : the options that its help names
+    if grep -q -e '--help' "$1"; then
+        echo --help
+        bash "$1" --help </dev/null 2>/dev/null | grep -oE -e '--[a-z][a-z_-]*' || true
+    fi
+}
+options_of_sources() { # FILE... : those that are declared, and those that are passed to installers
+    grep -hoE -e '"[a-z][a-z-]*",' -e '--[a-z][a-z_-]*' "$@" 2>/dev/null | sed -E 's/^"([a-z-]*).*/--\1/' || true
+}
+options_of() { # PROGRAM
+    local known
+    known=$work/options.${1//\//.}
+    if [[ ! -e $known ]]; then
+        case $1 in
+            vinst | vinst_gui | vinst_cli) options_of_sources install/vinst/console/vinst_cmdline_options.cpp ;;
+            vinst_release) options_of_sources tools/vinst_release/release_command_line.cpp tools/vinst_release/vinst_release_main.cpp ;;
+            *) [[ ! -f $1 ]] || options_of_script "$1" ;;
+        esac | sort -u >"$known"
+        echo --help >>"$known"
+    fi
+    printf '%s' "$known"
+}
+for program in vinst vinst_release $(existing scripts/*.sh bench/*.sh packaging/*/*.sh); do
+    cat "$(options_of "$program")"
+done >"$work/options"
+find install -name '*.cpp' -exec grep -hoE -e '--[a-z][a-z_-]*' {} + >>"$work/options" 2>/dev/null || true
+
+is_own_program() { [[ $1 =~ ^(vinst|vinst_gui|vinst_cli|vinst_release)$ || $1 =~ ^(scripts|bench|packaging)/.*\.sh$ ]]; }
+
+check_option() { # PLACE PROGRAM OPTION ; an empty program: any
+    local option=${3%%=*} known=$work/options
+    [[ -z $2 ]] || known=$(options_of "$2")
+    grep -qxF -e "$option" "$known" || fault "$1" "no ${2:-program} takes the option $option"
+}
+
+check_path() { # PLACE PATH
+    local path=${2%/}
+    matches_one_of "$path" "${made_elsewhere[@]}" && return
+    [[ -e $path || -e $(dirname "${1%%:*}")/$path ]] && return
+    # Parts of longer paths, as in manifests and installations, are in the sources as they are.
+    grep -rqIF --exclude=check_docs_test_posix.cpp --exclude-dir=build -e "$path" "${source_dirs[@]}" && return
+    fault "$1" "there is no $2"
+}
+
+check_name() { # PLACE NAME
+    matches_one_of "$2" "${foreign_names[@]}" && return
+    # A name may begin or end in the middle, as "_rules" and "host_*" do.
+    local pattern=${2//./\\.}
+    pattern=${pattern//\*/.*}
+    [[ $2 != _* ]] || pattern=".*$pattern"
+    grep -qxE -e "$pattern" "$work/words" "$work/names" "$work/files" && return
+    fault "$1" "there is no $2"
+}
+
+check_word() { # PLACE WORD
+    local word=$2
+    word=${word%%[,.:;]}
+    case $word in
+        *[\<\>\{\}\$\|\"\'\(\)\\^]* | *://* | /* | ~* | -*) ;;
+        [A-Za-z_]*=*) check_word "$1" "${word%%=*}" ;;
+        *:*) ;;
+        */*) check_path "$1" "$word" ;;
+        *[A-Za-z].[a-z]*) [[ ! $word =~ \.(cpp|h|sh|cmake|md|js|json|in|nsi|txt|html|qrc|ui|svg|png|map|exe|dll|run)$ ]] || check_name "$1" "$word" ;;
+        *[a-z]_[a-z]* | _[a-z]* | [A-Z][A-Z]*) [[ ! $word =~ ^[A-Za-z0-9_*]+$ ]] || check_name "$1" "$word" ;;
+    esac
+}
+
+check_command_words() { # PLACE WORDS... : options of a program that is the project's own
+    local place=$1 program='' word
+    shift
+    for word in "$@"; do
+        if [[ -z $program && $word =~ ^[A-Za-z_]+= ]]; then
+            continue
+        elif [[ -z $program ]]; then
+            program=${word#\"}
+            is_own_program "$program" || return 0
+        elif [[ $word == '#'* ]]; then
+            return 0
+        elif [[ $word =~ ^--[a-z] ]]; then
+            check_option "$place" "$program" "$word"
+        elif [[ $word =~ ^(\|\||\||&&|\;|&)$ ]]; then
+            program=
+        fi
+    done
+}
+
+check_span() { # PLACE TEXT : what stands between two backticks
+    local words word
+    read -ra words <<<"$2"
+    ((${#words[@]} > 0)) || return 0
+    if [[ ${words[0]} =~ ^--[a-z] ]]; then
+        check_option "$1" '' "${words[0]}"
+    else
+        check_command_words "$1" "${words[@]}"
+    fi
+    # Of several words only commands and assignments hold names; the others are texts.
+    if ((${#words[@]} > 1)) && ! is_own_program "${words[0]}" && [[ ! ${words[0]} =~ ^[A-Za-z_]+=. ]]; then
+        return 0
+    fi
+    for word in "${words[@]}"; do
+        check_word "$1" "$word"
+    done
+}
+
+anchors_of() { # DOCUMENT : its headings, as links name them
+    sed -nE 's/^#+ +//p' "$1" | tr '[:upper:]' '[:lower:]' | sed -E 's/[^a-z0-9 _-]//g; s/ /-/g'
+}
+
+check_link() { # PLACE TARGET
+    local document=${1%%:*} path=${2%%#*}
+    [[ $2 =~ ^(https?|mailto): ]] && return
+    local target=$document
+    [[ -z $path ]] || target=$(dirname "$document")/$path
+    if [[ ! -e $target ]]; then
+        fault "$1" "the link to $2 leads nowhere"
+    elif [[ $2 == *#* ]] && ! anchors_of "$target" | grep -qxF -e "${2#*#}"; then
+        fault "$1" "$target has no heading for #${2#*#}"
+    fi
+}
+
+check_prose() { # PLACE LINE
+    local rest=$2
+    while [[ $rest =~ \`([^\`]+)\`(.*) ]]; do
+        rest=${BASH_REMATCH[2]}
+        check_span "$1" "${BASH_REMATCH[1]}"
+    done
+    rest=$2
+    while [[ $rest =~ \]\(([^\)\ ]+)\)(.*) ]]; do
+        rest=${BASH_REMATCH[2]}
+        check_link "$1" "${BASH_REMATCH[1]}"
+    done
+}
+
+# Commands of a document run one after the other in one directory, without the settings and proxies
+# of whoever runs this.
+scratch=
+run_command() { # PLACE COMMAND
+    local -r limit=60 # seconds
+    set +e
+    (
+        cd "$scratch" && exec setsid timeout "$limit" env -u http_proxy -u https_proxy -u all_proxy \
+            HOME="$scratch" PATH="$root/build/release/bin:$PATH" bash -euo pipefail -c "$2"
+    ) </dev/null >"$work/output" 2>&1 &
+    jobs_to_end=("$!")
+    wait "$!"
+    local code=$?
+    set -e
+    kill -- "-${jobs_to_end[0]}" 2>/dev/null || true
+    jobs_to_end=()
+    ((code == 0)) || fault "$1" "this command fails with $code: $2"$'\n'"$(tail -n 5 "$work/output")"
+}
+
+handle_command() { # PLACE COMMAND IS_EXEMPT
+    local words bare
+    read -ra words <<<"$2"
+    check_command_words "$1" "${words[@]}"
+    bare=$(sed -E 's/ +#.*//; s/ +$//' <<<"$2")
+    if is_own_program "${words[0]}" && [[ ${words[0]} == */* && ! -e ${words[0]} ]]; then
+        fault "$1" "there is no ${words[0]}"
+    elif ! $3 && ! matches_one_of "$bare" "${run_elsewhere[@]}"; then
+        run_command "$1" "$bare"
+    fi
+}
+
+# The first "json" block of a document is the description that its commands use; the files that it
+# names are made as well.
+prepare_example() { # DOCUMENT
+    local file
+    grep -qx '```json' "$1" || return 0
+    # shellcheck disable=SC2016
+    sed -n '/^```json$/,/^```$/ { /^```json$/d; /^```$/q; p }' "$1" >"$scratch/description.json"
+    while read -r file; do
+        mkdir -p "$scratch/$(dirname "$file")"
+        printf '%s\n' "$file" >"$scratch/$file"
+    done < <(grep -oE '"[a-z_/]+\.(run|exe|vdz)"' "$scratch/description.json" | tr -d '"')
+}
+
+check_document() { # DOCUMENT
+    local line number=0 fence='' is_exempt=false command=''
+    scratch=$work/scratch
+    rm -rf "$scratch"
+    mkdir "$scratch"
+    prepare_example "$1"
+    while IFS= read -r line || [[ -n $line ]]; do
+        number=$((number + 1))
+        local place=$1:$number
+        if [[ $line == '```'* ]]; then
+            if [[ -n $fence ]]; then
+                fence=
+            else
+                fence=${line#'```'}
+                [[ -n $fence ]] || fault "$place" "this block has no language: sh, console, text ..."
+                fence=${fence:-text}
+            fi
+            is_exempt=false
+        elif [[ $fence == sh ]]; then
+            if [[ $line == '# not run here: '?* ]]; then
+                is_exempt=true
+            elif [[ -z $line ]]; then
+                is_exempt=false
+            elif [[ $line == *\\ ]]; then
+                command+=${line%\\}
+            elif [[ $line != '#'* ]]; then
+                handle_command "$place" "$command$line" "$is_exempt"
+                command=
+            fi
+        elif [[ -z $fence ]]; then
+            check_prose "$place" "$line"
+        fi
+    done <"$1"
+    [[ -z $fence ]] || fault "$1" "a block doesn't end"
+}
+
+for document in "${documents[@]}"; do
+    check_document "$document"
+done
+if $failed; then
+    exit 1
+fi
