@@ -9,8 +9,8 @@ IDLE_TIMES idle_times()
     FILETIME idle{}, kernel{}, user{};
     if (::GetSystemTimes(&idle, &kernel, &user) == 0)
         return {};
-    SYSTEM_INFO system{};
-    ::GetSystemInfo(&system);
+    SYSTEM_INFO machine{};
+    ::GetSystemInfo(&machine);
     const std::int64_t ticks = (std::int64_t{idle.dwHighDateTime} << 32) | idle.dwLowDateTime;
-    return {std::chrono::nanoseconds(ticks * 100 / system.dwNumberOfProcessors)}; // of 100 ns
+    return {std::chrono::nanoseconds(ticks * 100 / machine.dwNumberOfProcessors)}; // of 100 ns
 }

@@ -217,7 +217,9 @@ TEST_F(HostDiscovery, GoesOnFromAScriptThatDoesNotEnd)
                       pref("http_port", std::to_string(proxy.port())));
     test_download();
     expect_found("127.0.0.1", proxy.port());
-    EXPECT_TRUE(holds(test_log(), "No proxy from the autoproxy file: it went beyond its limits"));
+    // On a busy machine its time is over before the processor time that it is granted.
+    EXPECT_TRUE(holds(test_log(), "No proxy from the autoproxy file: it went beyond its limits") ||
+                holds(test_log(), "No proxy from the autoproxy file: it takes too long"));
 }
 
 TEST_F(HostDiscovery, UsesTheSocksProxyOfTheBrowser)
