@@ -1,5 +1,6 @@
 #include "support/thr/thr_sleep.h"
 #include "tests/gui/downloader_dlg_fixture.h"
+#include "tests/harness/stop_request.h"
 
 #include <QMenu>
 #include <QSpinBox>
@@ -15,7 +16,7 @@ protected:
     ~DialogExit() override
     {
         dialog.reset();
-        thr_forget_stop_request();
+        forget_stop_request();
     }
 
     /// A component whose file is there already, and takes many seconds to check.
@@ -34,7 +35,7 @@ protected:
         when(std::move(condition),
              [this]
              {
-                 since_stop.start();
+                 since_stop.restart();
                  thr_request_stop();
              });
     }
@@ -42,7 +43,7 @@ protected:
     void expect_closed()
     {
         EXPECT_TRUE(QTest::qWaitFor([this] { return !dialog->isVisible(); }, 5000));
-        EXPECT_LT(since_stop.elapsed(), 2000);
+        EXPECT_TRUE(since_stop.within(2s));
         EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
         EXPECT_TRUE(log_holds("Stop requested, closing the window"));
     }
@@ -112,7 +113,7 @@ TEST_F(DialogExit, StartsNothingAnyMore)
 {
     builder.component("one");
     open();
-    since_stop.start();
+    since_stop.restart();
     thr_request_stop();
     const MODAL_BOXES none({});
     dialog->start_download();
@@ -124,7 +125,7 @@ TEST_F(DialogExit, StartsNothingAnyMore)
 TEST_F(DialogExit, ComesToAWindowThatIsMadeLater)
 {
     builder.component("one");
-    since_stop.start();
+    since_stop.restart();
     thr_request_stop();
     open();
     expect_closed();

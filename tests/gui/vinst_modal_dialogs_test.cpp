@@ -1,6 +1,7 @@
 #include "install/vinst/gui/vinst_modal_dialogs.h"
 
 #include "support/thr/thr_sleep.h"
+#include "tests/harness/stop_request.h"
 
 #include <gtest/gtest.h>
 
@@ -14,7 +15,7 @@ namespace
 class ModalDialogs : public ::testing::Test
 {
 protected:
-    ~ModalDialogs() override { thr_forget_stop_request(); }
+    ~ModalDialogs() override { forget_stop_request(); }
 };
 
 }

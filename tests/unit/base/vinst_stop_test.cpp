@@ -2,6 +2,7 @@
 
 #include "install/vinst/base/vinst_event_loop.h"
 #include "support/thr/thr_sleep.h"
+#include "tests/harness/stop_request.h"
 
 #include <gtest/gtest.h>
 
@@ -17,7 +18,7 @@ protected:
     {
         shutdown_requested = false;
         begin_stoppable_work();
-        thr_forget_stop_request();
+        forget_stop_request();
     }
 };
 
