@@ -95,30 +95,17 @@ std::optional<CURL_CONTENT_RANGE> curl_parse_content_range(std::string_view valu
     return range;
 }
 
-void CURL_RESPONSE_HEAD::add_line(std::string_view line)
+void CURL_RESPONSE_HEAD::set_field(std::string_view name, std::string_view value)
 {
-    const std::size_t bytes = total_bytes + line.size();
-    if (line.substr(0, 5) == "HTTP/")
-    {
-        *this = {};
-        const std::size_t blank = line.find(' ');
-        if (blank != std::string_view::npos)
-            status = static_cast<int>(whole_number(line.substr(blank + 1, 3)).value_or(0));
-    }
-    else if (const std::size_t colon = line.find(':'); colon != std::string_view::npos)
-    {
-        const std::string name = lower_case(line.substr(0, colon));
-        const std::string_view value = trimmed(line.substr(colon + 1));
-        if (name == "content-range")
-            content_range = curl_parse_content_range(value);
-        else if (name == "content-length")
-            content_length = whole_number(value);
-        else if (name == "content-encoding")
-            content_encoding = lower_case(value);
-        else if (name == "location")
-            location = value;
-    }
-    total_bytes = bytes;
+    value = trimmed(value);
+    if (name == "content-range")
+        content_range = curl_parse_content_range(value);
+    else if (name == "content-length")
+        content_length = whole_number(value);
+    else if (name == "content-encoding")
+        content_encoding = lower_case(value);
+    else if (name == "location")
+        location = value;
 }
 
 CURL_BODY_DECISION curl_decide_on_body(const CURL_RESPONSE_HEAD& head, std::uint64_t offset)

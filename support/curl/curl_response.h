@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -15,18 +16,24 @@ struct CURL_CONTENT_RANGE
 
 std::optional<CURL_CONTENT_RANGE> curl_parse_content_range(std::string_view value);
 
-/// The head of the answer being received, gathered line by line; a new status line begins anew, so
-/// that at the end the head of the last answer of a chain of redirects stands here.
+/// What decides about an answer, from its status and header fields.
 struct CURL_RESPONSE_HEAD
 {
-    int status = 0; ///< 0 until a status line was read
+    /// The header fields that matter, by their lower-case names.
+    static constexpr std::array<const char*, 4> field_names = {"content-range", "content-length",
+                                                               "content-encoding", "location"};
+
+    int status = 0; ///< 0 until a server has answered
     std::optional<CURL_CONTENT_RANGE> content_range;
     std::optional<std::uint64_t> content_length;
-    std::string content_encoding;
+    std::string content_encoding; ///< lower case
     std::string location;
-    std::size_t total_bytes = 0; ///< of all heads of the transfer together
 
-    void add_line(std::string_view line);
+    /// Whether it sends the client to another address.
+    bool redirects() const { return status >= 300 && status < 400 && !location.empty(); }
+
+    /// \param name  one of `field_names`
+    void set_field(std::string_view name, std::string_view value);
 };
 
 /// What to do with the body of an answer to a request for a file from `offset` on.

@@ -41,7 +41,7 @@ CURL_TRANSFER::~CURL_TRANSFER() = default;
 
 bool CURL_TRANSFER::prepare()
 {
-    if (!caller_wants_more())
+    if (!report_progress())
     {
         store(*m_own_outcome, 0);
         return false;
@@ -65,7 +65,13 @@ bool CURL_TRANSFER::prepare()
         store({CURLE_FAILED_INIT, curl_easy_strerror(CURLE_FAILED_INIT)}, 0);
         return false;
     }
-    set_options();
+    CURL_OPTIONS options(handle());
+    set_options(options);
+    if (options.refusal())
+    {
+        store(*options.refusal(), 0);
+        return false;
+    }
     m_last_activity = CLOCK::now();
     m_last_flush = m_last_activity;
     return true;
@@ -80,66 +86,63 @@ bool CURL_TRANSFER::has_complete_file() const
     return file && file->size >= m_request.expected_size;
 }
 
-void CURL_TRANSFER::set_options()
+void CURL_TRANSFER::set_options(CURL_OPTIONS& options)
 {
-    CURL* const easy = handle();
-    curl_easy_setopt(easy, CURLOPT_URL, m_request.url.c_str());
-    curl_easy_setopt(easy, CURLOPT_PRIVATE, this);
-    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, m_error_buffer.data());
-    curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+    options.set(CURLOPT_URL, m_request.url.c_str());
+    options.set(CURLOPT_PRIVATE, this);
+    options.set(CURLOPT_ERRORBUFFER, m_error_buffer.data());
+    options.set(CURLOPT_NOSIGNAL, 1L);
     // A stop does not wait for a name server that doesn't answer.
-    curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);
-    curl_easy_setopt(easy, CURLOPT_USERAGENT, "vinst");
-    curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT,
-                     static_cast<long>(m_settings.connect_timeout.count()));
-    curl_easy_setopt(easy, CURLOPT_TCP_KEEPALIVE, 1L);
-    curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, receive_buffer);
-    curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, CURL_HTTP_VERSION_1_1);
-    curl_easy_setopt(easy, CURLOPT_FAILONERROR, 1L);
+    options.set(CURLOPT_QUICK_EXIT, 1L);
+    options.set(CURLOPT_USERAGENT, "vinst");
+    options.set(CURLOPT_CONNECTTIMEOUT, static_cast<long>(m_settings.connect_timeout.count()));
+    options.set(CURLOPT_TCP_KEEPALIVE, 1L);
+    options.set(CURLOPT_BUFFERSIZE, receive_buffer);
+    options.set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+    options.set(CURLOPT_FAILONERROR, 1L);
 
-    curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
-    curl_easy_setopt(easy, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
-    curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
-    curl_easy_setopt(easy, CURLOPT_MAXREDIRS, redirect_limit);
+    options.set(CURLOPT_PROTOCOLS_STR, "http,https");
+    options.set(CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+    options.set(CURLOPT_FOLLOWLOCATION, 1L);
+    options.set(CURLOPT_MAXREDIRS, redirect_limit);
 
     if (const std::string bundle = curl_find_ca_bundle(); !bundle.empty())
-        curl_easy_setopt(easy, CURLOPT_CAINFO, bundle.c_str());
-    set_proxy_options();
+        options.set(CURLOPT_CAINFO, bundle.c_str());
+    set_proxy_options(options);
 
     // A range of its own, not libcurl's resuming: that fails on servers without ranges.
     if (m_offset > 0)
-        curl_easy_setopt(easy, CURLOPT_RANGE, (std::to_string(m_offset) + "-").c_str());
+        options.set(CURLOPT_RANGE, (std::to_string(m_offset) + "-").c_str());
 
-    curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, &CURL_TRANSFER::on_header);
-    curl_easy_setopt(easy, CURLOPT_HEADERDATA, this);
-    curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &CURL_TRANSFER::on_body);
-    curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
+    options.set(CURLOPT_HEADERFUNCTION, &CURL_TRANSFER::on_header);
+    options.set(CURLOPT_HEADERDATA, this);
+    options.set(CURLOPT_WRITEFUNCTION, &CURL_TRANSFER::on_body);
+    options.set(CURLOPT_WRITEDATA, this);
     if (m_settings.trace && m_settings.logger != nullptr)
     {
-        curl_easy_setopt(easy, CURLOPT_VERBOSE, 1L);
-        curl_easy_setopt(easy, CURLOPT_DEBUGFUNCTION, &CURL_TRANSFER::on_trace);
-        curl_easy_setopt(easy, CURLOPT_DEBUGDATA, this);
+        options.set(CURLOPT_VERBOSE, 1L);
+        options.set(CURLOPT_DEBUGFUNCTION, &CURL_TRANSFER::on_trace);
+        options.set(CURLOPT_DEBUGDATA, this);
     }
 }
 
-void CURL_TRANSFER::set_proxy_options()
+void CURL_TRANSFER::set_proxy_options(CURL_OPTIONS& options)
 {
     const CURL_PROXY_INFO& proxy = m_settings.proxy;
-    CURL* const easy = handle();
-    curl_easy_setopt(easy, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
+    options.set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
     if (proxy.has_host())
-        curl_easy_setopt(easy, CURLOPT_PROXY, proxy.address().c_str());
+        options.set(CURLOPT_PROXY, proxy.address().c_str());
     else if (proxy.is_direct())
-        curl_easy_setopt(easy, CURLOPT_PROXY, "");
+        options.set(CURLOPT_PROXY, "");
     if (!proxy.username().empty())
     {
-        curl_easy_setopt(easy, CURLOPT_PROXYUSERNAME, proxy.username().c_str());
-        curl_easy_setopt(easy, CURLOPT_PROXYPASSWORD, proxy.password().c_str());
+        options.set(CURLOPT_PROXYUSERNAME, proxy.username().c_str());
+        options.set(CURLOPT_PROXYPASSWORD, proxy.password().c_str());
         // libcurl takes the strongest of these that the proxy offers, at the cost of one more round
         // trip per file. Negotiate is not among them: it would win, and then fail where there is no
         // ticket, although the password is right.
-        curl_easy_setopt(easy, CURLOPT_PROXYAUTH,
-                         static_cast<long>(CURLAUTH_DIGEST | CURLAUTH_NTLM | CURLAUTH_BASIC));
+        options.set(CURLOPT_PROXYAUTH,
+                    static_cast<long>(CURLAUTH_DIGEST | CURLAUTH_NTLM | CURLAUTH_BASIC));
     }
 }
 
@@ -154,19 +157,24 @@ std::size_t CURL_TRANSFER::on_header(char* text, std::size_t size, std::size_t c
 bool CURL_TRANSFER::take_header(std::string_view line)
 {
     m_last_activity = CLOCK::now();
-    m_head.add_line(line);
-    if (m_head.total_bytes > head_limit)
+    m_head_bytes += line.size();
+    if (m_head_bytes > head_limit)
         return end_with(CURLE_WEIRD_SERVER_REPLY, "The server's headers don't end");
+    m_is_in_head = line != "\r\n" && line != "\n";
+    if (!m_is_in_head && !take_head())
+        return false;
+    return report_progress();
+}
 
-    const bool redirects = m_head.status >= 300 && m_head.status < 400 && !m_head.location.empty();
-    if (redirects && starts_with_scheme(m_head.location, "http"))
-    {
-        const char* url = nullptr;
-        curl_easy_getinfo(handle(), CURLINFO_EFFECTIVE_URL, &url);
-        if (url != nullptr && starts_with_scheme(url, "https"))
-            return end_with(CURLE_UNSUPPORTED_PROTOCOL, "The server redirects from https to http");
-    }
-    return caller_wants_more();
+bool CURL_TRANSFER::take_head()
+{
+    m_head = curl_read_head(handle());
+    if (!m_head.redirects() || !starts_with_scheme(m_head.location, "http"))
+        return true;
+    const char* url = nullptr;
+    curl_easy_getinfo(handle(), CURLINFO_EFFECTIVE_URL, &url);
+    return url == nullptr || !starts_with_scheme(url, "https") ||
+           end_with(CURLE_UNSUPPORTED_PROTOCOL, "The server redirects from https to http");
 }
 
 std::size_t CURL_TRANSFER::on_body(char* bytes, std::size_t size, std::size_t count, void* self)
@@ -187,14 +195,14 @@ bool CURL_TRANSFER::take_body(const char* bytes, std::size_t size)
     bytes += to_skip;
     size -= static_cast<std::size_t>(to_skip);
     if (size == 0)
-        return caller_wants_more();
+        return report_progress();
 
     if (m_pending.empty())
         m_pending_since = m_last_activity;
     m_pending.insert(m_pending.end(), bytes, bytes + size);
     if (m_pending.size() >= write_block && !write_pending())
         return false;
-    return caller_wants_more();
+    return report_progress();
 }
 
 bool CURL_TRANSFER::start_body()
@@ -224,7 +232,7 @@ bool CURL_TRANSFER::write_pending()
     return written || end_with(CURLE_WRITE_ERROR, m_file.error());
 }
 
-bool CURL_TRANSFER::caller_wants_more()
+bool CURL_TRANSFER::report_progress()
 {
     if (m_settings.progress_callback == nullptr)
         return true;
@@ -247,7 +255,7 @@ bool CURL_TRANSFER::keep_going(CLOCK::time_point now)
                                                m_settings.stall_timeout)
                                                .count()) +
                             " seconds");
-    return caller_wants_more();
+    return report_progress();
 }
 
 bool CURL_TRANSFER::flush_now_and_then(CLOCK::time_point now)
@@ -275,17 +283,19 @@ bool CURL_TRANSFER::end_with(int curl_code, std::string error)
 int CURL_TRANSFER::answered_status(CURLcode result) const
 {
     // A redirect that was followed is not an answer yet; one that could not be followed is.
-    const bool redirected = m_head.status >= 300 && m_head.status < 400 && !m_head.location.empty();
     const bool stayed = result == CURLE_TOO_MANY_REDIRECTS ||
                         result == CURLE_UNSUPPORTED_PROTOCOL || result == CURLE_URL_MALFORMAT ||
                         m_own_outcome.has_value();
-    return redirected && !stayed ? 0 : m_head.status;
+    return m_head.redirects() && !stayed ? 0 : m_head.status;
 }
 
 void CURL_TRANSFER::finish(CURLcode result)
 {
     write_pending();
     m_flusher.withdraw(m_file);
+    // libcurl ends a transfer with an error status before the callback gets the end of the head.
+    if (m_is_in_head)
+        m_head = curl_read_head(handle());
     CURL_OUTCOME outcome{result, {}};
     if (result != CURLE_OK)
     {

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "support/curl/curl_base_connection.h"
+#include "support/curl/curl_easy.h"
 #include "support/curl/curl_request.h"
-#include "support/curl/curl_response.h"
 #include "support/fio/fio_append_file.h"
 
 #include <curl/curl.h>
@@ -52,14 +52,16 @@ private:
     static int on_trace(CURL* handle, curl_infotype type, char* text, std::size_t size, void* self);
 
     bool has_complete_file() const;
-    void set_options();
-    void set_proxy_options();
+    void set_options(CURL_OPTIONS& options);
+    void set_proxy_options(CURL_OPTIONS& options);
     bool take_header(std::string_view line);
+    bool take_head();
     bool take_body(const char* bytes, std::size_t size);
     bool start_body();
     bool write_pending();
     bool flush_now_and_then(CLOCK::time_point now);
-    bool caller_wants_more();
+    /// \return whether the caller wants the transfer to continue
+    bool report_progress();
     bool end_with(int curl_code, std::string error);
     int answered_status(CURLcode result) const;
     void store(const CURL_OUTCOME& outcome, int status);
@@ -81,6 +83,8 @@ private:
     CLOCK::time_point m_last_flush; ///< the last request for a flush
 
     CURL_RESPONSE_HEAD m_head;
+    bool m_is_in_head = false;    ///< the header lines of an answer have begun and not ended
+    std::size_t m_head_bytes = 0; ///< of all answers of a chain of redirects together
     std::optional<CURL_BODY_DECISION> m_decision;
     std::optional<CURL_OUTCOME> m_own_outcome; ///< why this side ended the transfer
 };

@@ -544,7 +544,7 @@ TEST_F(TreeView, ForgetsWhatItShowedOfAnotherDirectory)
     ASSERT_TRUE(value(help, run_column).toBool());
     EXPECT_EQ(index(help, progress_column).data(Qt::AccessibleTextRole).toString(), "100%");
     release.set_download_dir(QString::fromStdString((dir / "elsewhere").string()));
-    tree.look_at_files();
+    tree.refresh_from_files();
     EXPECT_EQ(value(help, progress_column).toString(), "");
     EXPECT_EQ(value(help, integrity_column).toInt(), 0);
     EXPECT_FALSE(value(help, run_column).toBool());

@@ -46,6 +46,18 @@ TEST_F(Downloader, FetchesAFile)
     EXPECT_EQ(data->reported_total, body.size());
 }
 
+TEST_F(Downloader, RunsNoTransferWithoutAnOptionThatLibcurlRefuses)
+{
+    server.serve("/f", body);
+    const std::string too_long(8'000'001, 'a'); // libcurl's limit of every text is 8 MB
+    proxy = {"127.0.0.1", std::to_string(server.port()), too_long, "s3cret"};
+    EXPECT_EQ(fetch(), -1);
+    expect_failure(43, -1);
+    EXPECT_NE(text_of(*data).find("libcurl refuses the option PROXYUSERNAME: "), std::string::npos)
+        << text_of(*data);
+    EXPECT_EQ(server.request_count("/f"), 0U);
+}
+
 TEST_F(Downloader, GoesOnWhereTheFileEnds)
 {
     server.serve("/f", body);

@@ -128,7 +128,7 @@ void VINST_DOWNLOADER_DLG::set_up_connections()
             [this]
             {
                 take_directories();
-                m_ui->m_download_treeview->look_at_files();
+                m_ui->m_download_treeview->refresh_from_files();
                 hand_components_to_manager();
                 update_space_labels();
             });

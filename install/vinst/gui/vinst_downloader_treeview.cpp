@@ -78,10 +78,10 @@ void VINST_DOWNLOADER_TREEVIEW::populate()
     setColumnHidden(run_column, !m_is_run_column_shown);
     expandAll();
     resize_columns();
-    look_at_files();
+    refresh_from_files();
 }
 
-void VINST_DOWNLOADER_TREEVIEW::look_at_files()
+void VINST_DOWNLOADER_TREEVIEW::refresh_from_files()
 {
     for (ITEM* row : m_model->rows())
     {

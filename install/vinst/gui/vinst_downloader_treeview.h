@@ -45,7 +45,7 @@ public:
     void show_integrity(const VINST_COMPONENT* component, VINST_INTEGRITY_STATE state);
     /// Shows of each row what its file in the download directory allows to say, as if nothing were
     /// known of it.
-    void look_at_files();
+    void refresh_from_files();
     /// Offers the Run button for each component whose verified installer can be started.
     void refresh_run_flags();
 

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "support/curl/curl_response.h"
+
+#include <curl/curl.h>
+
+#include <optional>
+#include <type_traits>
+
+/// Sets the options of a libcurl handle and remembers the first one that libcurl refuses, so that
+/// no transfer runs without a restriction that it was meant to have.
+class CURL_OPTIONS
+{
+public:
+    explicit CURL_OPTIONS(CURL* handle) : m_handle(handle) {}
+
+    template <typename VALUE>
+    void set(CURLoption option, VALUE value)
+    {
+        static_assert(std::is_same_v<VALUE, long> || std::is_pointer_v<VALUE>,
+                      "libcurl reads its options as long or as pointers");
+        // In parentheses, since the macro of this name wants to know the option while compiling.
+        check(option, (curl_easy_setopt)(m_handle, option, value));
+    }
+
+    /// What the transfer has to fail with; nothing when every option was accepted.
+    const std::optional<CURL_OUTCOME>& refusal() const { return m_refusal; }
+
+private:
+    void check(CURLoption option, CURLcode result);
+
+    CURL* const m_handle;
+    std::optional<CURL_OUTCOME> m_refusal;
+};
+
+/// The head of the last answer, without those of a proxy to CONNECT. Complete once the header
+/// callback got the empty line at its end, or the transfer has ended.
+CURL_RESPONSE_HEAD curl_read_head(CURL* handle);
