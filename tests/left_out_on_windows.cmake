@@ -16,29 +16,29 @@ set(VINST_LEFT_OUT_ON_WINDOWS
 set(VINST_TESTS_LEFT_OUT_ON_WINDOWS
   # Wine makes no links, so that none can be refused. The rule for links is tested on Linux, by the
   # platform's text.
-  AppendFile.FollowsNoLink Logger.FollowsNoLink RemoveIfExists.TakesALinkAndNotWhatItPointsTo
-  PreferenceFilesTest.AreNotReachedThroughLinks Paths.OfInstallationsAreNoLinksOnWindows
-  Paths.LeadToTheRootAndThroughLinks
+  AppendFile.FollowsNoLink Logger.FollowsNoLink RemoveIfExists.RemovesALinkAndNotItsTarget
+  PreferenceFilesTest.AreNotFoundThroughLinks Paths.OfInstallationsAreNoLinksOnWindows
+  Paths.ResolveToTheRootAndThroughLinks
   # Permission bits are Linux's; on Windows a private file has rights for its owner, the system and
   # the administrators.
-  Chmod.SetsTheMode PrivateFile.IsMadeOnceForItsOwnerAlone Logger.MakesItsFileForItsOwnerAlone
-  Messages.KeepTheirLogToItsOwnerAndToANewFile Move.WorksAcrossFileSystems
+  Chmod.SetsTheMode PrivateFile.IsCreatedOnceForItsOwnerOnly Logger.CreatesItsFileForItsOwnerOnly
+  Messages.CreateANewLogForItsOwnerOnly Move.WorksAcrossFileSystems
   InstallCommand.MakesVerifiedRunFilesExecutableForTheirOwner
   # Names and places of Linux: characters that Windows forbids, the settings' file, TMPDIR, /proc,
   # paths beyond its own limit.
-  Paths.MayHoldCharactersThatOtherPlatformsForbid Paths.AreRefusedWhereNothingCanBeWritten
-  RegistryKey.LiesInTheUsersOwnDirectory
-  Paths.OfTemporaryFilesAreNoneWhereThereIsNoSuchDirectory
-  Paths.OfTemporaryFilesAreToldWhenTheyCannotBeUsed Paths.OfTemporaryFilesEndWithASeparator
-  Paths.LeadToTheirNearestExistingDirectory Paths.OfInstallationsHaveALongerLimitOnLinux
-  Integrity.MakesVerifiedInstallersExecutableAndNothingElse
+  Paths.MayContainCharactersThatOtherPlatformsForbid Paths.AreRefusedIfNotWritable
+  RegistryKey.IsStoredInTheUsersDirectory
+  Paths.OfTemporaryFilesAreEmptyWithoutThatDirectory
+  Paths.OfTemporaryFilesAreReportedIfUnusable Paths.OfTemporaryFilesEndWithASeparator
+  Paths.ResolveToTheNearestExistingDirectory Paths.OfInstallationsHaveALongerLimitOnLinux
+  Integrity.MakesOnlyVerifiedInstallersExecutable
   # A small disk that fills up is mounted by the test.
-  Move.LeavesNothingBehindWhereTheOtherFileSystemIsFull AppendFile.KeepsWhatFitsOnAFullDisk
-  Logger.OutlivesAFullDisk
+  Move.LeavesNothingBehindIfTheOtherFileSystemIsFull AppendFile.KeepsWhatFitsOnAFullDisk
+  Logger.SurvivesAFullDisk
   # Installers of these tests are shell scripts with a purpose of their own.
   Install.RunsTheActionsAfterTheInstallers TreeView.RunsAnInstallerByItsButton
   TreeView.RunsAnInstallerByTheReturnKey
-  TreeView.RunsNothingWhenTheButtonIsLeft DialogStop.EndsARunThatInstalls
+  TreeView.RunsNothingWhenThePointerLeavesTheButton DialogStop.EndsARunThatInstalls
   DialogRun.RunsTheActionsThatAreChecked
   # Wine makes no links.
-  Manager.TellsALinkInAFilesPlace)
+  Manager.ReportsALinkInPlaceOfAFile)

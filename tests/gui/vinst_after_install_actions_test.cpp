@@ -51,14 +51,14 @@ protected:
 
 }
 
-TEST_F(AfterInstallActions, AreACheckBoxEachWithItsTitle)
+TEST_F(AfterInstallActions, ShowOneCheckBoxPerAction)
 {
     EXPECT_EQ(actions.findChildren<ACTION_BOX*>().size(), 2);
     EXPECT_EQ(box("notify")->text(), "The notify && co");
     EXPECT_TRUE(actions.has_actions());
 }
 
-TEST_F(AfterInstallActions, AreNotShownWhereThereAreNone)
+TEST_F(AfterInstallActions, AreHiddenWhenThereAreNone)
 {
     actions.rebuild(release, "windows");
     EXPECT_FALSE(actions.has_actions());
@@ -106,7 +106,7 @@ TEST_F(AfterInstallActions, WriteTheUsersChoiceIntoTheAction)
     EXPECT_EQ(all()->checkState(), Qt::Checked);
 }
 
-TEST_F(AfterInstallActions, FollowTheBoxForAllOfThem)
+TEST_F(AfterInstallActions, FollowTheSelectAllBox)
 {
     actions.follow_selection(true);
     all()->click();
@@ -121,7 +121,7 @@ TEST_F(AfterInstallActions, FollowTheBoxForAllOfThem)
     EXPECT_EQ(all()->checkState(), Qt::Checked);
 }
 
-TEST_F(AfterInstallActions, LeaveThoseAloneThatAreNotOffered)
+TEST_F(AfterInstallActions, LeaveActionsThatAreNotOfferedUnchanged)
 {
     tools->selection = VINST_SELECTION::not_selected;
     actions.follow_selection(true);
@@ -130,7 +130,7 @@ TEST_F(AfterInstallActions, LeaveThoseAloneThatAreNotOffered)
     EXPECT_FALSE(box("notify")->isChecked());
 }
 
-TEST_F(AfterInstallActions, ForgetTheUsersChoiceWithAnotherSelection)
+TEST_F(AfterInstallActions, ForgetTheUsersChoiceWhenTheSelectionChanges)
 {
     actions.follow_selection(true);
     box("notify")->click();
@@ -158,7 +158,7 @@ TEST_F(AfterInstallActions, RememberTheUsersChoiceForTheNextRun)
               Qt::PartiallyChecked);
 }
 
-TEST_F(AfterInstallActions, ThatAreNewFollowWhatWasChosenForAll)
+TEST_F(AfterInstallActions, ThatAreNewFollowTheSelectAllBox)
 {
     actions.follow_selection(true);
     all()->click();
@@ -172,7 +172,7 @@ TEST_F(AfterInstallActions, ThatAreNewFollowWhatWasChosenForAll)
     EXPECT_EQ(all()->checkState(), Qt::Unchecked);
 }
 
-TEST_F(AfterInstallActions, DescribeThemselvesInTheManifestsOwnWords)
+TEST_F(AfterInstallActions, UseTheManifestsDescriptionAsToolTip)
 {
     notify->desc = "R&D tools, \"new\" <b>here</b>\nand there";
     actions.rebuild(release, "linux");

@@ -109,7 +109,7 @@ TEST_F(DialogExit, ClosesAMenuInTheSettings)
     EXPECT_EQ(QApplication::activePopupWidget(), nullptr);
 }
 
-TEST_F(DialogExit, StartsNothingAnyMore)
+TEST_F(DialogExit, StartsNothingAfterwards)
 {
     builder.component("one");
     open();
@@ -122,7 +122,7 @@ TEST_F(DialogExit, StartsNothingAnyMore)
     expect_closed();
 }
 
-TEST_F(DialogExit, ComesToAWindowThatIsMadeLater)
+TEST_F(DialogExit, ClosesAWindowThatIsCreatedLater)
 {
     builder.component("one");
     since_stop.restart();

@@ -20,7 +20,7 @@ VINST_SPACE_AVAILABLE on_volumes(const QString& download_root, const QString& in
 
 }
 
-TEST(AutoInstall, IsThereForAnAdministratorOnTheRunningPlatform)
+TEST(AutoInstall, IsEnabledForAnAdministratorOnTheRunningPlatform)
 {
     const auto found = auto_install_availability("linux", "linux", true);
     EXPECT_TRUE(found.is_available);
@@ -50,7 +50,7 @@ TEST(AutoInstall, IsDisabledWithoutRights)
     EXPECT_EQ(found.tooltip, "Auto-install is disabled as you do not have admin privilege.");
 }
 
-TEST(ManualRun, IsOfferedWhereNothingInstallsByItself)
+TEST(ManualRun, IsOfferedWithoutAutomaticInstallation)
 {
     const auto available = auto_install_availability("linux", "linux", true);
     EXPECT_TRUE(offers_manual_run(available, false));
@@ -59,7 +59,7 @@ TEST(ManualRun, IsOfferedWhereNothingInstallsByItself)
     EXPECT_FALSE(offers_manual_run(auto_install_availability("linux", "windows", true), false));
 }
 
-TEST(StatusStyle, IsRedForTrouble)
+TEST(StatusStyle, IsRedForErrors)
 {
     for (const char* text : {"Download failed", "FAILURE", "an Error here", "no errors",
                              "Nothing was installed: no component is selected."})
@@ -79,7 +79,7 @@ TEST(LicenceLink, ShowsWhetherItIsActive)
               "color:#cccccc;\">Orvane License Agreement</span></a></p></body></html>");
 }
 
-TEST(ProgressLabels, HaveNoBracketsAroundNothing)
+TEST(ProgressLabels, HaveNoEmptyBrackets)
 {
     EXPECT_EQ(speed_label("3.00 MB/sec"), "(3.00 MB/sec)");
     EXPECT_EQ(speed_label(""), "");
@@ -87,7 +87,7 @@ TEST(ProgressLabels, HaveNoBracketsAroundNothing)
     EXPECT_EQ(downloaded_label("", 0), "");
 }
 
-TEST(SpaceLabels, TellOneVolumeOnce)
+TEST(SpaceLabels, ShowASharedVolumeOnce)
 {
     const VINST_SPACE_FIGURES figures{6 * gib, 2 * gib, 4 * gib, 8 * gib};
     const VINST_SPACE_LABELS labels = space_labels(figures, on_volumes("/", "/"), true);
@@ -99,7 +99,7 @@ TEST(SpaceLabels, TellOneVolumeOnce)
     EXPECT_EQ(labels.install_available, "");
 }
 
-TEST(SpaceLabels, TellTwoVolumesApart)
+TEST(SpaceLabels, ShowTwoVolumesSeparately)
 {
     const VINST_SPACE_FIGURES figures{6 * gib, 2 * gib, 4 * gib, 8 * gib};
     const VINST_SPACE_LABELS labels = space_labels(figures, on_volumes("/", "/opt"), true);
@@ -108,7 +108,7 @@ TEST(SpaceLabels, TellTwoVolumesApart)
     EXPECT_EQ(labels.install_available, "Installation disk space available: 5.00 GB");
 }
 
-TEST(SpaceLabels, CountNoInstallationThatDoesNotHappen)
+TEST(SpaceLabels, IgnoreInstallationSpaceWithoutInstalling)
 {
     const VINST_SPACE_FIGURES figures{6 * gib, 2 * gib, 4 * gib, 8 * gib};
     const VINST_SPACE_LABELS labels = space_labels(figures, on_volumes("/", "/opt"), false);
@@ -118,7 +118,7 @@ TEST(SpaceLabels, CountNoInstallationThatDoesNotHappen)
     EXPECT_EQ(labels.install_available, "");
 }
 
-TEST(SpaceLabels, SayWhatIsUnknown)
+TEST(SpaceLabels, ShowUnknownSpace)
 {
     const VINST_SPACE_LABELS labels = space_labels({}, {{"/", -1}, {"/opt", -1}}, true);
     EXPECT_EQ(labels.download_available, "Download disk space available: N/A");
@@ -126,7 +126,7 @@ TEST(SpaceLabels, SayWhatIsUnknown)
     EXPECT_EQ(labels.required, "Disk space required: 0.00 GB");
 }
 
-TEST(Reports, TellTheEndOfARun)
+TEST(Reports, DescribeTheResultOfARun)
 {
     EXPECT_EQ(download_report(3), "<h2><font color=green>Download Complete</font></h2>3 "
                                   "component(s) have been successfully downloaded.");

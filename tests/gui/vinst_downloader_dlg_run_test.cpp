@@ -10,7 +10,7 @@ class DialogRun : public DownloaderDlgRunTest
 
 }
 
-TEST_F(DialogRun, DownloadsAndTellsTheCount)
+TEST_F(DialogRun, DownloadsAndReportsTheCount)
 {
     builder.component("one").pattern_content(3000, 1);
     builder.component("two").pattern_content(5000, 2);
@@ -40,7 +40,7 @@ TEST_F(DialogRun, DownloadsOnlyWhatIsChecked)
     EXPECT_FALSE(exists("dl/two.run"));
 }
 
-TEST_F(DialogRun, DownloadsWhatTheChosenComponentsNeedHoweverQuicklyItIsStarted)
+TEST_F(DialogRun, DownloadsDependenciesWhenStartedImmediately)
 {
     builder.component("base").selected(false);
     builder.component("top").selected(false).depends_on({"base"});
@@ -52,7 +52,7 @@ TEST_F(DialogRun, DownloadsWhatTheChosenComponentsNeedHoweverQuicklyItIsStarted)
     EXPECT_EQ(tree().model()->index(0, 0).data(Qt::CheckStateRole).toInt(), Qt::Checked);
 }
 
-TEST_F(DialogRun, DownloadsWhatTheManifestsOwnSelectionNeeds)
+TEST_F(DialogRun, DownloadsDependenciesOfTheDefaultSelection)
 {
     builder.component("base").selected(false);
     builder.component("top").depends_on({"base"});
@@ -78,7 +78,7 @@ TEST_F(DialogRun, InstallsAfterwards)
     expect_idle();
 }
 
-TEST_F(DialogRun, TellsAnInstallerThatFails)
+TEST_F(DialogRun, ReportsAnInstallerThatFails)
 {
     builder.component("one").content(install_script(3));
     open();
@@ -187,7 +187,7 @@ TEST_F(DialogRun, AsksForTheLicence)
     EXPECT_TRUE(exists("inst/install_order"));
 }
 
-TEST_F(DialogRun, AsksWhetherToGoOnWithoutRights)
+TEST_F(DialogRun, AsksWhetherToContinueWithoutRights)
 {
     builder.component("one");
     open();
@@ -241,7 +241,7 @@ TEST_F(DialogRun, RefusesAnInstallDirectoryThatIsNotEmpty)
     expect_idle();
 }
 
-TEST_F(DialogRun, AsksWhetherToGoOnWithoutSpace)
+TEST_F(DialogRun, AsksWhetherToContinueWithoutSpace)
 {
     host.query_volume = [this](const QString& asked) {
         return VINST_VOLUME{asked.startsWith(path("inst")) ? "/inst" : "/dl", 0};
@@ -261,7 +261,7 @@ TEST_F(DialogRun, AsksWhetherToGoOnWithoutSpace)
     EXPECT_TRUE(exists("inst/install_order"));
 }
 
-TEST_F(DialogRun, TellsAConnectionThatFails)
+TEST_F(DialogRun, ReportsAFailedConnection)
 {
     builder.component("one");
     open();
@@ -296,7 +296,7 @@ TEST_F(DialogRun, EndsAtOnceWithoutARetryDuration)
     expect_idle();
 }
 
-TEST_F(DialogRun, TriesAgainAndSucceeds)
+TEST_F(DialogRun, RetriesAndSucceeds)
 {
     builder.component("one").pattern_content(3000, 1);
     store("vinst_retry_duration", 60);
@@ -323,7 +323,7 @@ TEST_F(DialogRun, TriesAgainAndSucceeds)
                QMessageBox::Information);
 }
 
-TEST_F(DialogRun, GivesAMissingFileUpAfterTwoRetries)
+TEST_F(DialogRun, GivesUpOnAMissingFileAfterTwoRetries)
 {
     builder.component("one");
     store("vinst_retry_duration", 60);
@@ -349,7 +349,7 @@ TEST_F(DialogRun, StopsWhileItDownloads)
     EXPECT_EQ(std::filesystem::file_size(dir / "dl/one.run"), 5000U);
 }
 
-TEST_F(DialogRun, GivesTheFocusBackAfterAStopByKey)
+TEST_F(DialogRun, RestoresTheFocusAfterAStopByKey)
 {
     builder.component("one").pattern_content(300'000, 1);
     open();

@@ -27,7 +27,7 @@ protected:
 
 }
 
-TEST_F(DialogSettings, InstallAsBuiltWhereNothingIsStored)
+TEST_F(DialogSettings, EnableInstallingByDefault)
 {
     forget_settings();
     builder.component("one");
@@ -39,7 +39,7 @@ TEST_F(DialogSettings, InstallAsBuiltWhereNothingIsStored)
               release->default_install_dir(this_platform()));
 }
 
-TEST_F(DialogSettings, AreStoredWhenTheWindowIsGone)
+TEST_F(DialogSettings, AreStoredWhenTheWindowCloses)
 {
     builder.component("one");
     open();
@@ -59,7 +59,7 @@ TEST_F(DialogSettings, AreStoredWhenTheWindowIsGone)
     EXPECT_TRUE(stored("FrameGeometry").isValid());
 }
 
-TEST_F(DialogSettings, HoldTheSizeOfTheWindow)
+TEST_F(DialogSettings, IncludeTheSizeOfTheWindow)
 {
     builder.component("one");
     open();
@@ -72,7 +72,7 @@ TEST_F(DialogSettings, HoldTheSizeOfTheWindow)
     EXPECT_EQ(dialog->height(), chosen);
 }
 
-TEST_F(DialogSettings, SurviveAnUnusableGeometry)
+TEST_F(DialogSettings, SurviveAnInvalidGeometry)
 {
     store("FrameGeometry", QByteArray("no geometry"));
     builder.component("one");
@@ -81,7 +81,7 @@ TEST_F(DialogSettings, SurviveAnUnusableGeometry)
     EXPECT_GE(dialog->width(), dialog->minimumSizeHint().width());
 }
 
-TEST_F(DialogSettings, HoldWhetherToInstall)
+TEST_F(DialogSettings, IncludeWhetherToInstall)
 {
     builder.component("one");
     for (const bool choice : {true, false})
@@ -96,7 +96,7 @@ TEST_F(DialogSettings, HoldWhetherToInstall)
     }
 }
 
-TEST_F(DialogSettings, HoldTheBoxForAllActionsInEachState)
+TEST_F(DialogSettings, IncludeEveryStateOfTheSelectAllBox)
 {
     open_with_actions();
     EXPECT_EQ(all_actions().text(), all_actions_key);
@@ -145,7 +145,7 @@ TEST_F(DialogSettings, OfActionsLastUntilAnotherSelection)
     EXPECT_TRUE(QTest::qWaitFor([this] { return second().isChecked(); }, long_wait));
 }
 
-TEST_F(DialogSettings, OfFeedbackCountByTheirText)
+TEST_F(DialogSettings, OfFeedbackAreComparedAsText)
 {
     builder.component("one");
     open();
@@ -168,7 +168,7 @@ TEST_F(DialogSettings, OfFeedbackCountByTheirText)
     }
 }
 
-TEST_F(DialogSettings, OfFeedbackAreKeptWhereTheUserOnlyDeclined)
+TEST_F(DialogSettings, OfFeedbackAreKeptWhenTheUserOnlyDeclined)
 {
     store("vinst_never_ask_feedback", "");
     builder.component("one");

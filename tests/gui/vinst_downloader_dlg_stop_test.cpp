@@ -92,7 +92,7 @@ TEST_F(DialogStop, EndsARunThatInstalls)
     expect_idle();
 }
 
-TEST_F(DialogStop, LeavesWhatWasFetchedForTheNextRun)
+TEST_F(DialogStop, KeepsWhatWasFetchedForTheNextRun)
 {
     builder.component("one").pattern_content(100'000, 1);
     builder.component("two");
@@ -118,7 +118,7 @@ TEST_F(DialogStop, LeavesWhatWasFetchedForTheNextRun)
     expect_idle();
 }
 
-TEST_F(DialogStop, IsTheOnlyWayOutOfAWait)
+TEST_F(DialogStop, IsTheOnlyWayToEndAWait)
 {
     builder.component("one");
     store("vinst_retry_duration", 60);
@@ -140,7 +140,7 @@ TEST_F(DialogStop, IsTheOnlyWayOutOfAWait)
     expect_idle();
 }
 
-TEST_F(DialogStop, CutsTheThirdWaitShort)
+TEST_F(DialogStop, EndsTheThirdWaitEarly)
 {
     builder.component("one");
     store("vinst_retry_duration", 60);

@@ -56,7 +56,7 @@ protected:
 
 }
 
-TEST_F(Dialog, KeepsItsButtonsInReachOnASmallScreen)
+TEST_F(Dialog, KeepsItsButtonsReachableOnASmallScreen)
 {
     builder.component("one").pattern_content(1000, 1);
     open();
@@ -142,7 +142,7 @@ TEST_F(Dialog, IsIdleAtFirst)
     EXPECT_TRUE(auto_install().isEnabled());
 }
 
-TEST_F(Dialog, BeginsWithTheDefaultsOfTheRelease)
+TEST_F(Dialog, StartsWithTheDefaultsOfTheRelease)
 {
     store("vinst_downloader_download_dir", "");
     store("vinst_downloader_install_dir", "");
@@ -186,7 +186,7 @@ TEST_F(Dialog, RemembersWhatTheUserSet)
     EXPECT_EQ(tree().model()->index(0, 0).data(Qt::CheckStateRole).toInt(), Qt::Unchecked);
 }
 
-TEST_F(Dialog, OffersToRunInstallersWhereNothingInstallsByItself)
+TEST_F(Dialog, OffersToRunInstallersWithoutAutomaticInstallation)
 {
     builder.component("one");
     open();
@@ -195,7 +195,7 @@ TEST_F(Dialog, OffersToRunInstallersWhereNothingInstallsByItself)
     EXPECT_FALSE(is_run_column_shown());
 }
 
-TEST_F(Dialog, LinksToTheLicenceWhereItInstalls)
+TEST_F(Dialog, LinksToTheLicenceWhenInstalling)
 {
     builder.component("one");
     open();
@@ -216,7 +216,7 @@ TEST_F(Dialog, LinksToTheLicenceWhereItInstalls)
     EXPECT_EQ(text("m_license_agreement_label"), inactive);
 }
 
-TEST_F(Dialog, TakesReturnInAFieldForNoButton)
+TEST_F(Dialog, DoesNotClickAButtonOnReturnInAField)
 {
     builder.component("one");
     open();
@@ -283,7 +283,7 @@ TEST_F(Dialog, KeepsThePlatformWhenTheSettingsAreCancelled)
     EXPECT_EQ(stored("vinst_os").toString(), "");
 }
 
-TEST_F(Dialog, DisablesInstallationWhereLinuxIsChosenOnAnotherMachine)
+TEST_F(Dialog, DisablesInstallationWhenLinuxIsChosenOnAnotherMachine)
 {
     store("vinst_os", this_platform());
     host.platform = other_platform();
@@ -310,7 +310,7 @@ TEST_F(Dialog, OffersTheActionsOfTheCheckedComponents)
     EXPECT_FALSE(action.isChecked());
 }
 
-TEST_F(Dialog, SelectsWhatTheUsersChoiceNeeds)
+TEST_F(Dialog, SelectsDependenciesOfTheUsersChoice)
 {
     builder.component("base").selected(false).title("The Base");
     builder.component("middle").selected(false).depends_on({"base"}).title("The Middle");
@@ -334,7 +334,7 @@ TEST_F(Dialog, SelectsWhatTheUsersChoiceNeeds)
     EXPECT_EQ(tree().model()->index(0, 0).data(Qt::CheckStateRole).toInt(), Qt::Checked);
 }
 
-TEST_F(Dialog, SelectsWhatComesAlongNeeds)
+TEST_F(Dialog, SelectsIndirectDependencies)
 {
     builder.component("deep").selected(false);
     builder.component("group").selected(false);
@@ -349,7 +349,7 @@ TEST_F(Dialog, SelectsWhatComesAlongNeeds)
         long_wait));
 }
 
-TEST_F(Dialog, DescribesTheComponentThatTheUserIsAt)
+TEST_F(Dialog, DescribesTheCurrentComponent)
 {
     builder.component("one").desc("<h1>Not markup</h1>\nSecond line");
     open();
@@ -368,7 +368,7 @@ TEST_F(Dialog, DescribesTheComponentThatTheUserIsAt)
     EXPECT_EQ(tree().model()->index(0, 0).data(Qt::CheckStateRole).toInt(), Qt::Checked);
 }
 
-TEST_F(Dialog, VerifiesFilesThatAreThereAlready)
+TEST_F(Dialog, VerifiesExistingFiles)
 {
     builder.component("one").pattern_content(3000, 1);
     builder.write();
@@ -388,7 +388,7 @@ TEST_F(Dialog, VerifiesFilesThatAreThereAlready)
     EXPECT_FALSE(tree().model()->index(0, run_column).data(tree_cell_role).toBool());
 }
 
-TEST_F(Dialog, ForgetsFilesOfAnotherDirectoryThatAreNotSelectedAnyMore)
+TEST_F(Dialog, ForgetsDeselectedFilesOfAnotherDirectory)
 {
     builder.component("one").pattern_content(3000, 1);
     builder.write();
@@ -406,7 +406,7 @@ TEST_F(Dialog, ForgetsFilesOfAnotherDirectoryThatAreNotSelectedAnyMore)
     EXPECT_EQ(tree().model()->index(0, progress_column).data(tree_cell_role).toString(), "");
 }
 
-TEST_F(Dialog, TakesADirectoryThatTheUserBrowsesFor)
+TEST_F(Dialog, UsesADirectoryThatTheUserBrowsesFor)
 {
     builder.component("one");
     open();
@@ -491,7 +491,7 @@ TEST_F(Dialog, IsNotClosedWhileACheckRuns)
     EXPECT_FALSE(shutdown_requested);
 }
 
-TEST_F(Dialog, GoesOnCheckingWhileTheConnectionIsTested)
+TEST_F(Dialog, ContinuesCheckingWhileTheConnectionIsTested)
 {
     open_with_long_check();
     MODAL_BOXES boxes({"OK"});
@@ -501,7 +501,7 @@ TEST_F(Dialog, GoesOnCheckingWhileTheConnectionIsTested)
     EXPECT_TRUE(dialog->is_checking_files());
 }
 
-TEST_F(Dialog, OpensTheSurveyForThoseWhoWantIt)
+TEST_F(Dialog, OpensTheSurveyWhenTheUserAgrees)
 {
     store("vinst_never_ask_feedback", "");
     builder.component("one");
@@ -523,7 +523,7 @@ TEST_F(Dialog, OpensTheSurveyForThoseWhoWantIt)
     EXPECT_EQ(browser.opened, QStringList(release->survey_url()));
 }
 
-TEST_F(Dialog, NeverAsksAgainWhereTheUserSaidSo)
+TEST_F(Dialog, NeverAsksAgainIfTheUserOptedOut)
 {
     store("vinst_never_ask_feedback", "");
     builder.component("one");
@@ -579,7 +579,7 @@ TEST_F(Dialog, CanBeUsedByTheKeyboardInReadingOrder)
                                   "m_log_button", "m_download_button", "m_close_button"}));
 }
 
-TEST_F(Dialog, TellsAReaderOfTheScreenWhatEachControlIs)
+TEST_F(Dialog, NamesEachControlForScreenReaders)
 {
     builder.component("one");
     open();

@@ -16,7 +16,7 @@ TEST(CheckState, IsTheSelectionInverted)
     EXPECT_EQ(static_cast<int>(selection_of(Qt::PartiallyChecked)), 2);
 }
 
-TEST(AggregatedState, IsThatOfAllWhereTheyAgree)
+TEST(AggregatedState, IsTheCommonStateIfAllAgree)
 {
     const Qt::CheckState on = Qt::Checked;
     const Qt::CheckState off = Qt::Unchecked;
@@ -39,7 +39,7 @@ TEST(ProgressPercent, IsReadFromTheText)
     EXPECT_LT(progress_percent("soon"), 0);
 }
 
-TEST(FrameAt, GoesAroundWithTheClock)
+TEST(FrameAt, CyclesWithTheClock)
 {
     EXPECT_EQ(frame_at(0, 12, 100), 0);
     EXPECT_EQ(frame_at(99, 12, 100), 0);
@@ -51,7 +51,7 @@ TEST(FrameAt, GoesAroundWithTheClock)
     EXPECT_EQ(frame_at(500, 12, 0), 0);
 }
 
-TEST(SizeText, IsTheManifestsWordsFirst)
+TEST(SizeText, PrefersTheManifestsText)
 {
     EXPECT_EQ(size_text("about 3 GB", 17), "about 3 GB");
     EXPECT_EQ(size_text("", 3.0 * 1024 * 1024), "3.00 MB");
@@ -63,7 +63,7 @@ TEST(SizeText, IsTheManifestsWordsFirst)
     EXPECT_EQ(size_text("one\ntwo", 0), QString("one\ufffdtwo"));
 }
 
-TEST(DescriptionText, HoldsTheSumsThatThereAre)
+TEST(DescriptionText, IncludesTheKnownChecksums)
 {
     VINST_COMPONENT component;
     component.desc = "What it is";

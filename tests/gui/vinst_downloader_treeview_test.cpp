@@ -213,7 +213,7 @@ TEST_F(TreeView, ShowsTheSelectionOfTheRelease)
     EXPECT_EQ(state(tools), Qt::Checked);
 }
 
-TEST_F(TreeView, TellsManyClicksOnce)
+TEST_F(TreeView, ReportsManyClicksOnce)
 {
     fill();
     QSignalSpy changes(&tree, &VINST_DOWNLOADER_TREEVIEW::selection_changed);
@@ -228,7 +228,7 @@ TEST_F(TreeView, TellsManyClicksOnce)
     EXPECT_EQ(help->selection, VINST_SELECTION::selected);
 }
 
-TEST_F(TreeView, PushesAClickDownAndUp)
+TEST_F(TreeView, PropagatesAClickDownAndUp)
 {
     fill();
     click(tools);
@@ -266,7 +266,7 @@ TEST_F(TreeView, SelectsAllOfAPartlyCheckedParent)
         EXPECT_EQ(state(component), Qt::Checked) << utf8(component->name);
 }
 
-TEST_F(TreeView, TogglesByTheSpaceKeyInWhateverColumn)
+TEST_F(TreeView, TogglesByTheSpaceKeyInAnyColumn)
 {
     fill();
     tree.setCurrentIndex(index(help, progress_column));
@@ -276,7 +276,7 @@ TEST_F(TreeView, TogglesByTheSpaceKeyInWhateverColumn)
     EXPECT_EQ(state(help), Qt::Unchecked);
 }
 
-TEST_F(TreeView, TogglesByClicksInTheFirstColumnAlone)
+TEST_F(TreeView, TogglesByClicksInTheFirstColumnOnly)
 {
     fill();
     click(base, download_size_column);
@@ -325,7 +325,7 @@ TEST_F(TreeView, RemembersItsStates)
     EXPECT_EQ(state(tools), Qt::PartiallyChecked);
 }
 
-TEST_F(TreeView, TakesNoOddStates)
+TEST_F(TreeView, IgnoresInvalidStates)
 {
     CFGQ_REGISTRY_KEY settings(program_title());
     settings.set_value("veltrin_base", "nonsense");
@@ -336,7 +336,7 @@ TEST_F(TreeView, TakesNoOddStates)
     EXPECT_EQ(state(help), Qt::Unchecked);
 }
 
-TEST_F(TreeView, ComputesParentsAnewFromWhatWasStored)
+TEST_F(TreeView, RecomputesParentsFromStoredStates)
 {
     CFGQ_REGISTRY_KEY settings(program_title());
     settings.set_value("tools", 2);
@@ -359,7 +359,7 @@ TEST_F(TreeView, ShowsProgressAsABar)
     tree.show_percentage(other, 45); // has no row
 }
 
-TEST_F(TreeView, ShowsEachIntegrityInItsOwnWay)
+TEST_F(TreeView, ShowsEachIntegrityDifferently)
 {
     fill();
     EXPECT_TRUE(is_blank(picture(base, integrity_column)));
@@ -382,7 +382,7 @@ TEST_F(TreeView, ShowsEachIntegrityInItsOwnWay)
     EXPECT_EQ(index(base, integrity_column).data(Qt::AccessibleTextRole).toString(), "");
 }
 
-TEST_F(TreeView, SaysThatAWholeFileIsNotCheckedYet)
+TEST_F(TreeView, ShowsThatACompleteFileIsNotCheckedYet)
 {
     write_file(dir / "dl/veltrin_base.run", std::string(3000, 'x'));
     write_file(dir / "dl/help.run", std::string(10, 'x'));
@@ -454,7 +454,7 @@ TEST_F(TreeView, RunsAnInstallerByItsButton)
               std::string::npos);
 }
 
-TEST_F(TreeView, RunsNothingWhenTheButtonIsLeft)
+TEST_F(TreeView, RunsNothingWhenThePointerLeavesTheButton)
 {
     verify(help);
     verify(editor);
@@ -517,7 +517,7 @@ TEST_F(TreeView, RunsNoFileThatChangedSinceItWasVerified)
     EXPECT_FALSE(value(help, run_column).toBool());
 }
 
-TEST_F(TreeView, TellsThatAnInstallerCannotBeStarted)
+TEST_F(TreeView, ReportsAnInstallerThatCannotBeStarted)
 {
     verify(help);
     write_file(dir / "dl/help.run", "\x01 no program", 0644);
@@ -535,7 +535,7 @@ TEST_F(TreeView, TellsThatAnInstallerCannotBeStarted)
     EXPECT_TRUE(log_holds("[error] The installer could not be started: "));
 }
 
-TEST_F(TreeView, ForgetsWhatItShowedOfAnotherDirectory)
+TEST_F(TreeView, ForgetsTheStateOfAnotherDirectory)
 {
     verify(help);
     fill();
@@ -550,7 +550,7 @@ TEST_F(TreeView, ForgetsWhatItShowedOfAnotherDirectory)
     EXPECT_FALSE(value(help, run_column).toBool());
 }
 
-TEST_F(TreeView, LeavesColumnsAndBranchesAsTheUserSetThem)
+TEST_F(TreeView, KeepsColumnsAndBranchesAsTheUserSetThem)
 {
     fill();
     constexpr int nobodys_width = 555;
@@ -570,7 +570,7 @@ TEST_F(TreeView, LeavesColumnsAndBranchesAsTheUserSetThem)
     EXPECT_EQ(tree.columnWidth(download_size_column), 200);
 }
 
-TEST_F(TreeView, TellsOfClicksAtOnceWhenAsked)
+TEST_F(TreeView, ReportsClicksImmediatelyOnRequest)
 {
     fill();
     QSignalSpy changes(&tree, &VINST_DOWNLOADER_TREEVIEW::selection_changed);
@@ -593,7 +593,7 @@ TEST_F(TreeView, RunsNothingWhileItIsLocked)
     EXPECT_EQ(read_file(dir / "log").find("install cmd"), std::string::npos);
 }
 
-TEST_F(TreeView, TellsAboutTheRowThatTheUserIsAt)
+TEST_F(TreeView, ReportsTheCurrentRow)
 {
     base->desc = "Base";
     help->desc = "Help";
@@ -606,7 +606,7 @@ TEST_F(TreeView, TellsAboutTheRowThatTheUserIsAt)
     EXPECT_EQ(told[1][0].toString(), "Help");
 }
 
-TEST_F(TreeView, SurvivesAReleaseOfNothing)
+TEST_F(TreeView, SurvivesAnEmptyRelease)
 {
     VINST_RELEASE empty;
     tree.set_release(empty);
@@ -619,7 +619,7 @@ TEST_F(TreeView, SurvivesAReleaseOfNothing)
     QTest::keyClick(&tree, Qt::Key_Space);
 }
 
-TEST(TreeDelegates, PaintOtherColumnsAsUsual)
+TEST(TreeDelegates, PaintOtherColumnsByDefault)
 {
     QStandardItemModel model(1, 10);
     model.setItem(0, 0, new QStandardItem("words"));
@@ -660,7 +660,7 @@ TEST(TreeDelegates, ShowProgressInAWindowThatIsNotActive)
     EXPECT_GT(filled.blue(), filled.red() + 100);
 }
 
-TEST(TreeDelegates, TakeAnEditorsResultBeforeAnythingWasPainted)
+TEST(TreeDelegates, AcceptAnEditorsResultBeforeTheFirstPaint)
 {
     QStandardItemModel model(1, 10);
     model.setItem(0, integrity_column, new QStandardItem);
@@ -671,7 +671,7 @@ TEST(TreeDelegates, TakeAnEditorsResultBeforeAnythingWasPainted)
     EXPECT_EQ(model.item(0, integrity_column)->data(tree_cell_role).toInt(), 4);
 }
 
-TEST(TreeDelegates, TakeTheSizeOfTheAnimationWhileItShows)
+TEST(TreeDelegates, UseTheSizeOfTheAnimationWhileItIsShown)
 {
     QStandardItemModel model(1, 10);
     VINST_DOWNLOADER_TREEVIEW_INTEGRITY_DELEGATE integrity(nullptr);

@@ -71,7 +71,7 @@ TEST_F(FeedbackPrompt, IsNoConsentWhenItIsClosed)
     EXPECT_EQ(browser.opened, QStringList());
 }
 
-TEST_F(FeedbackPrompt, HeedsTheWishNotToBeAskedAgainWhateverWasClicked)
+TEST_F(FeedbackPrompt, RemembersTheOptOutWhicheverButtonIsClicked)
 {
     for (const char* answer : {" Sure, I'll give feedback ", "No, thanks", "(close)"})
     {
@@ -81,7 +81,7 @@ TEST_F(FeedbackPrompt, HeedsTheWishNotToBeAskedAgainWhateverWasClicked)
     }
 }
 
-TEST_F(FeedbackPrompt, IsRefusedByTheWordTrueAlone)
+TEST_F(FeedbackPrompt, IsSuppressedOnlyByTheWordTrue)
 {
     CFGQ_REGISTRY_KEY settings(program_title());
     EXPECT_FALSE(is_refused());

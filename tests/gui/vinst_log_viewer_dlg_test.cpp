@@ -90,7 +90,7 @@ TEST_F(LogViewer, ShowsPlainTextOnly)
     EXPECT_EQ(text(), "<b>bold</b> <a href=\"http://x\">link</a>\n");
 }
 
-TEST_F(LogViewer, SaysThatTheLogIsMissingUntilItIsBack)
+TEST_F(LogViewer, ReportsAMissingLogUntilItReappears)
 {
     viewer.show();
     std::filesystem::remove(path());
@@ -101,7 +101,7 @@ TEST_F(LogViewer, SaysThatTheLogIsMissingUntilItIsBack)
     EXPECT_EQ(text(), "one\ntwo\n");
 }
 
-TEST_F(LogViewer, KeepsTheReadersPlace)
+TEST_F(LogViewer, KeepsTheScrollPosition)
 {
     const std::string long_line(2000, 'x');
     write(long_line + '\n' + lines(2000));
@@ -115,7 +115,7 @@ TEST_F(LogViewer, KeepsTheReadersPlace)
     EXPECT_EQ(browser().horizontalScrollBar()->value(), 300);
 }
 
-TEST_F(LogViewer, LeavesASelectionAlone)
+TEST_F(LogViewer, KeepsTheSelection)
 {
     viewer.show();
     browser().selectAll();
@@ -143,7 +143,7 @@ TEST_F(LogViewer, HidesByItsButton)
     EXPECT_EQ(text(), "anew\n");
 }
 
-TEST_F(LogViewer, DoesNothingWhileTheLogStaysTheSame)
+TEST_F(LogViewer, DoesNothingWhileTheLogIsUnchanged)
 {
     write(lines(200'000));
     viewer.show();

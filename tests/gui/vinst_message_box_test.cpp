@@ -39,7 +39,7 @@ TEST(MessageBox, ShowsInformationWithItsIcon)
     EXPECT_EQ(show_and_close("fine", false).icon, QMessageBox::Information);
 }
 
-TEST(MessageBox, RendersNoMarkupOfATextsOwn)
+TEST(MessageBox, DoesNotRenderMarkupInText)
 {
     EXPECT_EQ(show_and_close("a <b>bold</b> & \"x\"", false).text,
               "a &lt;b&gt;bold&lt;/b&gt; &amp; &quot;x&quot;");

@@ -27,7 +27,7 @@ TEST_F(ModalDialogs, ReturnTheUsersAnswer)
     EXPECT_EQ(exec_modal(dialog), QDialog::Accepted);
 }
 
-TEST_F(ModalDialogs, AreNotShownOnceTheProcessIsToStop)
+TEST_F(ModalDialogs, AreNotShownAfterAStopRequest)
 {
     thr_request_stop();
     QDialog dialog;
@@ -54,7 +54,7 @@ TEST_F(ModalDialogs, AreDismissedWhenOneHasOpenedAnother)
     EXPECT_EQ(inner_result, QDialog::Rejected);
 }
 
-TEST_F(ModalDialogs, AloneAreDismissed)
+TEST_F(ModalDialogs, OnlyModalDialogsAreDismissed)
 {
     QDialog plain;
     plain.show();

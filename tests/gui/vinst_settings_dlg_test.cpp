@@ -95,7 +95,7 @@ constexpr const char* proxy_widgets[] = {"m_proxy_server_label",   "m_proxy_serv
 
 }
 
-TEST_F(SettingsDlg, SaysWhatItSets)
+TEST_F(SettingsDlg, LabelsItsControls)
 {
     EXPECT_EQ(dialog().windowTitle(),
               QString("Orvane\u00ae Veltrin\u00ae Crest Installer - Settings"));
@@ -119,7 +119,7 @@ TEST_F(SettingsDlg, SaysWhatItSets)
     EXPECT_EQ(line("m_proxy_password_line_edit").echoMode(), QLineEdit::Password);
 }
 
-TEST_F(SettingsDlg, BeginsWithItsDefaults)
+TEST_F(SettingsDlg, StartsWithTheDefaults)
 {
     EXPECT_EQ(dialog().parallel_downloads(), 4);
     EXPECT_EQ(dialog().retry_duration(), std::chrono::minutes(60));
@@ -173,7 +173,7 @@ TEST_F(SettingsDlg, StoresWhatIsAccepted)
     }
 }
 
-TEST_F(SettingsDlg, ForgetsWhatIsCancelled)
+TEST_F(SettingsDlg, DiscardsWhatIsCancelled)
 {
     const auto change_and = [this](const char* end)
     {
@@ -193,7 +193,7 @@ TEST_F(SettingsDlg, ForgetsWhatIsCancelled)
               QDialog::Rejected);
 }
 
-TEST_F(SettingsDlg, TellsTheNextDownloadNothingOfWhatWasCancelled)
+TEST_F(SettingsDlg, HidesCancelledSettingsFromTheNextDownload)
 {
     run(
         [this]
@@ -254,7 +254,7 @@ TEST_F(SettingsDlg, AppliesWithoutClosing)
         });
 }
 
-TEST_F(SettingsDlg, NoticesEveryChange)
+TEST_F(SettingsDlg, DetectsEveryChange)
 {
     const std::vector<std::function<void()>> changes = {
         [this] { find<QSpinBox>("m_parallel_download_spinbox").setValue(1); },
@@ -275,7 +275,7 @@ TEST_F(SettingsDlg, NoticesEveryChange)
     }
 }
 
-TEST_F(SettingsDlg, TellsAnotherPlatformOnce)
+TEST_F(SettingsDlg, ReportsAPlatformChangeOnce)
 {
     QSignalSpy told(&dialog(), &VINST_SETTINGS_DLG::platform_changed);
     run(
@@ -300,7 +300,7 @@ TEST_F(SettingsDlg, TellsAnotherPlatformOnce)
     EXPECT_EQ(told.count(), 2);
 }
 
-TEST_F(SettingsDlg, TakesStoredValuesAsTheyAre)
+TEST_F(SettingsDlg, AcceptsStoredValuesUnchecked)
 {
     store("vinst_proxy_option", "whatever");
     store("vinst_proxy_port", "not a number");
@@ -328,7 +328,7 @@ TEST_F(SettingsDlg, TestsTheConnection)
     EXPECT_EQ(button("m_test_internet_connection_btn").text(), "Test internet connection");
 }
 
-TEST_F(SettingsDlg, TellsThatTheConnectionFails)
+TEST_F(SettingsDlg, ReportsAFailedConnection)
 {
     serve_test_file();
     find<QRadioButton>("m_manual_proxy_radio_btn").click();
@@ -344,7 +344,7 @@ TEST_F(SettingsDlg, TellsThatTheConnectionFails)
     EXPECT_EQ(server.request_count(), 0U);
 }
 
-TEST_F(SettingsDlg, StaysAliveAndOpenWhileItTests)
+TEST_F(SettingsDlg, StaysResponsiveAndOpenDuringTheTest)
 {
     serve_test_file({FAULT::stall_after(2).times(1)});
     MODAL_BOXES none({}); // nobody is there for the result

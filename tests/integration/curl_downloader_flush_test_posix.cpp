@@ -48,7 +48,7 @@ protected:
 
 }
 
-TEST_F(DownloaderFlush, ComesAgainAndAgainWhileAFileGrowsSlowly)
+TEST_F(DownloaderFlush, RepeatsWhileAFileGrowsSlowly)
 {
     server.serve("/f", body, {FAULT::trickle(1000, 10ms)});
     start(100ms);
@@ -58,7 +58,7 @@ TEST_F(DownloaderFlush, ComesAgainAndAgainWhileAFileGrowsSlowly)
     EXPECT_EQ(record.curl_code, 0) << text_of(record);
 }
 
-TEST_F(DownloaderFlush, ComesAfterEach64Mebibytes)
+TEST_F(DownloaderFlush, RunsAfterEach64Mebibytes)
 {
     server.serve("/f", SERVED_BODY::of_pattern(70 * 1024 * 1024), {FAULT::stall_after(66'000'000)});
     start(1h);
@@ -74,7 +74,7 @@ TEST_F(DownloaderFlush, ComesAfterEach64Mebibytes)
     EXPECT_EQ(flushes(), 1);
 }
 
-TEST_F(DownloaderFlush, DoesNotComeForBytesThatWereFlushed)
+TEST_F(DownloaderFlush, SkipsBytesThatWereAlreadyFlushed)
 {
     server.serve("/f", body, {FAULT::stall_after(1000)});
     start(50ms);
@@ -89,7 +89,7 @@ TEST_F(DownloaderFlush, DoesNotComeForBytesThatWereFlushed)
     ASSERT_TRUE(wait_for_end());
 }
 
-TEST_F(DownloaderFlush, DoesNotHoldATransferUp)
+TEST_F(DownloaderFlush, DoesNotDelayATransfer)
 {
     server.serve("/f", body, {FAULT::trickle(2000, 10ms)});
     {
@@ -105,7 +105,7 @@ TEST_F(DownloaderFlush, DoesNotHoldATransferUp)
     EXPECT_EQ(flushes(), 1); // what was queued behind it is dropped with the transfer
 }
 
-TEST_F(DownloaderFlush, DoesNotHoldAStopUp)
+TEST_F(DownloaderFlush, DoesNotDelayAStop)
 {
     server.serve("/f", body, {FAULT::trickle(100, 10ms)});
     {

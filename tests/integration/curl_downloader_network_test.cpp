@@ -32,7 +32,7 @@ class ThroughAProxy : public Downloader, public ::testing::WithParamInterface<PR
 
 }
 
-TEST_P(ThroughAProxy, GoesWithCredentialsThatTheOriginNeverSees)
+TEST_P(ThroughAProxy, HidesTheProxyCredentialsFromTheOrigin)
 {
     const PROXY_SERVER gate(GetParam(), "ada", "s3cret");
     server.serve("/f", body);
@@ -53,7 +53,7 @@ TEST_P(ThroughAProxy, GoesWithCredentialsThatTheOriginNeverSees)
     EXPECT_FALSE(exists());
 }
 
-TEST_P(ThroughAProxy, ReachesHttpsByATunnel)
+TEST_P(ThroughAProxy, ReachesHttpsThroughATunnel)
 {
     const TEST_AUTHORITY authority;
     qputenv("SSL_CERT_FILE", authority.ca_file().c_str());
@@ -73,7 +73,7 @@ TEST_P(ThroughAProxy, ReachesHttpsByATunnel)
     qunsetenv("SSL_CERT_FILE");
 }
 
-TEST_F(Downloader, AnswersBasicWhereAProxyOffersNegotiateToo)
+TEST_F(Downloader, UsesBasicWhenAProxyAlsoOffersNegotiate)
 {
     const HTTP_HEADERS offers = {{"Proxy-Authenticate", "Negotiate"},
                                  {"Proxy-Authenticate", "Basic realm=\"a test\""}};
@@ -92,7 +92,7 @@ INSTANTIATE_TEST_SUITE_P(Engines, ThroughAProxy,
                          [](const auto& engine)
                          { return engine.param == PROXY_ENGINE::squid ? "squid" : "tinyproxy"; });
 
-TEST_F(Downloader, FollowsTheEnvironmentsProxyWhereNoneIsNamed)
+TEST_F(Downloader, UsesTheEnvironmentsProxyByDefault)
 {
     const PROXY_SERVER gate(PROXY_ENGINE::tinyproxy);
     server.serve("/f", body);
@@ -102,7 +102,7 @@ TEST_F(Downloader, FollowsTheEnvironmentsProxyWhereNoneIsNamed)
     EXPECT_TRUE(gate.wait_for_access("/f", long_enough));
 }
 
-TEST_F(Downloader, TrustsTheAuthoritiesThatItIsTold)
+TEST_F(Downloader, TrustsTheConfiguredAuthorities)
 {
     const TEST_AUTHORITY authority;
     dir.write("www/f", body);
@@ -128,7 +128,7 @@ TEST_F(Downloader, TrustsTheAuthoritiesThatItIsTold)
     qunsetenv("CURL_CA_BUNDLE");
 }
 
-TEST_F(Downloader, GoesFromHttpsDownToHttpInNoRoundaboutWay)
+TEST_F(Downloader, RefusesIndirectRedirectsFromHttpsToHttp)
 {
     const TEST_AUTHORITY authority;
     qputenv("SSL_CERT_FILE", authority.ca_file().c_str());

@@ -58,7 +58,7 @@ TEST_F(Downloader, RunsNoTransferWithoutAnOptionThatLibcurlRefuses)
     EXPECT_EQ(server.request_count("/f"), 0U);
 }
 
-TEST_F(Downloader, GoesOnWhereTheFileEnds)
+TEST_F(Downloader, ResumesAtTheEndOfTheFile)
 {
     server.serve("/f", body);
     dir.write("f", body.substr(0, 30'000));
@@ -69,7 +69,7 @@ TEST_F(Downloader, GoesOnWhereTheFileEnds)
     EXPECT_EQ(server.requests("/f").at(0).range(), "bytes=30000-");
 }
 
-TEST_F(Downloader, AsksForNoBytesOfAWholeFile)
+TEST_F(Downloader, RequestsNoBytesOfACompleteFile)
 {
     server.serve("/f", body);
     dir.write("f", body);
@@ -106,7 +106,7 @@ TEST_F(Downloader, ResumesAFileThatIsShorterThanItsExpectedSize)
     EXPECT_EQ(server.requests("/f").at(0).range(), "bytes=99999-");
 }
 
-TEST_F(Downloader, StopsBeforeItJudgesAFileByItsSize)
+TEST_F(Downloader, ChecksForAStopBeforeTheFilesSize)
 {
     dir.write("f", body);
     stop_asked = true;
@@ -126,7 +126,7 @@ TEST_F(Downloader, RefusesA416ThatDoesNotFitTheFile)
     }
 }
 
-TEST_F(Downloader, PassesOverWhatItHasInAWholeAnswer)
+TEST_F(Downloader, SkipsBytesOnDiskInAFullResponse)
 {
     server.serve("/f", body, {FAULT::ignore_range()});
     dir.write("f", body.substr(0, 30'000));
@@ -135,7 +135,7 @@ TEST_F(Downloader, PassesOverWhatItHasInAWholeAnswer)
     EXPECT_EQ(data->bytes_received, 70'000U);
 }
 
-TEST_F(Downloader, DoesNotReadAWholeAnswerOfTheFilesOwnLength)
+TEST_F(Downloader, DoesNotReadAFullResponseAsLongAsTheFile)
 {
     const std::uint64_t size = 200'000'000;
     server.serve("/f", SERVED_BODY::of_pattern(size), {FAULT::ignore_range()});
@@ -147,7 +147,7 @@ TEST_F(Downloader, DoesNotReadAWholeAnswerOfTheFilesOwnLength)
     EXPECT_LT(server.body_bytes("/f"), size / 2);
 }
 
-TEST_F(Downloader, RefusesAWholeAnswerThatIsShorterThanTheFile)
+TEST_F(Downloader, RefusesAFullResponseShorterThanTheFile)
 {
     server.serve("/f", body, {FAULT::short_body(500)});
     dir.write("f", body.substr(0, 1000));
@@ -156,7 +156,7 @@ TEST_F(Downloader, RefusesAWholeAnswerThatIsShorterThanTheFile)
     EXPECT_EQ(on_disk(), body.substr(0, 1000));
 }
 
-TEST_F(Downloader, RefusesAPartThatDoesNotBeginWhereTheFileEnds)
+TEST_F(Downloader, RefusesAPartThatDoesNotStartAtTheEndOfTheFile)
 {
     for (const FAULT& fault : {FAULT::wrong_range_start(-1), FAULT::wrong_range_start(7),
                                FAULT::without_content_range()})
@@ -184,7 +184,7 @@ TEST_F(Downloader, WritesNothingOfAnErrorPage)
     EXPECT_EQ(on_disk(), "kept");
 }
 
-TEST_F(Downloader, WritesNothingOfAnAnswerThatIsNotTheFile)
+TEST_F(Downloader, WritesNothingOfAResponseThatIsNotTheFile)
 {
     server.serve("/f", body, {FAULT::redirect(302, "")});
     fetch();
@@ -200,7 +200,7 @@ TEST_F(Downloader, WritesNothingOfAnAnswerThatIsNotTheFile)
     EXPECT_FALSE(exists());
 }
 
-TEST_F(Downloader, KeepsWhatCameBeforeACutForTheNextAttempt)
+TEST_F(Downloader, KeepsPartialDataForTheNextAttempt)
 {
     server.serve("/f", body,
                  {FAULT::cut_after(10'000).times(1), FAULT::reset_after(20'000).times(1),
@@ -218,14 +218,14 @@ TEST_F(Downloader, KeepsWhatCameBeforeACutForTheNextAttempt)
     expect_success(body);
 }
 
-TEST_F(Downloader, CannotTellACutOfAnAnswerWithoutALength)
+TEST_F(Downloader, CannotDetectTruncationWithoutALength)
 {
     server.serve("/f", body, {FAULT::without_length(10'000)});
     EXPECT_EQ(fetch(), 200);
     expect_success(body.substr(0, 10'000));
 }
 
-TEST_F(Downloader, SurvivesALieAboutTheLength)
+TEST_F(Downloader, SurvivesAWrongContentLength)
 {
     server.serve("/f", body, {FAULT::claim_length(body.size() + 50)});
     fetch();
@@ -237,7 +237,7 @@ TEST_F(Downloader, SurvivesALieAboutTheLength)
     EXPECT_EQ(on_disk(), body.substr(0, 1000));
 }
 
-TEST_F(Downloader, EndsATransferThatMovesNothing)
+TEST_F(Downloader, EndsAStalledTransfer)
 {
     stall_timeout = 1000ms;
     server.serve("/f", body, {FAULT::stall_after(5000)});
@@ -251,7 +251,7 @@ TEST_F(Downloader, EndsATransferThatMovesNothing)
     expect_failure(28, -1);
 }
 
-TEST_F(Downloader, LetsASlowTransferLive)
+TEST_F(Downloader, KeepsASlowTransferRunning)
 {
     stall_timeout = 1000ms;
     server.serve("/f", body.substr(0, 20), {FAULT::trickle(1, 100ms)});
@@ -259,7 +259,7 @@ TEST_F(Downloader, LetsASlowTransferLive)
     expect_success(body.substr(0, 20));
 }
 
-TEST_F(Downloader, EndsHeadersThatDoNotEnd)
+TEST_F(Downloader, AbortsEndlessHeaders)
 {
     server.serve("/f", body, {FAULT::endless_headers()});
     fetch();
@@ -289,7 +289,7 @@ TEST_F(Downloader, FollowsTenRedirectsAndNoMore)
     EXPECT_FALSE(exists());
 }
 
-TEST_F(Downloader, GoesOnThroughARedirect)
+TEST_F(Downloader, ResumesThroughARedirect)
 {
     server.serve("/f", body);
     server.serve("/old", "", {FAULT::redirect(307, "/f")});
@@ -298,7 +298,7 @@ TEST_F(Downloader, GoesOnThroughARedirect)
     expect_success(body);
 }
 
-TEST_F(Downloader, LeavesTheWebForNoRedirect)
+TEST_F(Downloader, RefusesProtocolsOtherThanHttp)
 {
     for (const char* target : {"file:///etc/passwd", "ftp://127.0.0.1/x", "gopher://127.0.0.1/x"})
     {
@@ -311,7 +311,7 @@ TEST_F(Downloader, LeavesTheWebForNoRedirect)
     expect_failure(1, -1);
 }
 
-TEST_F(Downloader, StoresNoStatusWhereNoServerAnswered)
+TEST_F(Downloader, StoresNoStatusWithoutAResponse)
 {
     fetch("http://127.0.0.1:" + std::to_string(free_port()) + "/f");
     expect_failure(7, -1);
@@ -344,7 +344,7 @@ TEST_F(Downloader, WritesThroughNoLinkPipeOrDirectory)
     EXPECT_EQ(server.request_count("/f"), 0U);
 }
 
-TEST_F(Downloader, LeavesAFileToItsFirstWriter)
+TEST_F(Downloader, RefusesASecondWriterOfAFile)
 {
     server.serve("/f", body, {FAULT::stall_after(100)});
     CURL_PROGRESS_DATA first;
@@ -360,7 +360,7 @@ TEST_F(Downloader, LeavesAFileToItsFirstWriter)
     stop_asked = true;
 }
 
-TEST_F(Downloader, TellsAFullDiskAndKeepsWhatFits)
+TEST_F(Downloader, ReportsAFullDiskAndKeepsWhatFits)
 {
     if (!TMPFS_DIR::available())
         GTEST_SKIP() << "file systems can't be mounted here";
@@ -416,7 +416,7 @@ TEST_F(Downloader, CountsReceivedBytesOnceTheyAreOnDisk)
     EXPECT_EQ(on_disk(), body);
 }
 
-TEST_F(Downloader, StopsWithinASecondWhileItConnects)
+TEST_F(Downloader, StopsWithinASecondWhileConnecting)
 {
     const UNANSWERING_PORT port;
     CURL_PROGRESS_DATA record;
@@ -425,7 +425,7 @@ TEST_F(Downloader, StopsWithinASecondWhileItConnects)
     EXPECT_EQ(record.http_code, -1);
 }
 
-TEST_F(Downloader, StopsWithinASecondWhileItLooksAHostUp)
+TEST_F(Downloader, StopsWithinASecondDuringNameResolution)
 {
     const SLOW_RESOLVER resolver;
     CURL_PROGRESS_DATA record;
@@ -436,7 +436,7 @@ TEST_F(Downloader, StopsWithinASecondWhileItLooksAHostUp)
     EXPECT_EQ(record.http_code, -1);
 }
 
-TEST_F(Downloader, GivesAConnectionItsTimeAndNoMore)
+TEST_F(Downloader, LimitsTheConnectTime)
 {
     const UNANSWERING_PORT port;
     CURL_PROGRESS_DATA record;
@@ -449,7 +449,7 @@ TEST_F(Downloader, GivesAConnectionItsTimeAndNoMore)
     EXPECT_EQ(record.curl_code, 28);
 }
 
-TEST_F(Downloader, StopsWithinASecondWhileItWaitsForHeaders)
+TEST_F(Downloader, StopsWithinASecondWhileWaitingForHeaders)
 {
     server.serve("/f", body, {FAULT::stall_before_headers()});
     CURL_PROGRESS_DATA record;
@@ -472,7 +472,7 @@ TEST_F(Downloader, StopsWithinASecondInAStalledOrRunningBody)
     }
 }
 
-TEST_F(Downloader, StopsWhatIsStillQueued)
+TEST_F(Downloader, StopsQueuedTransfers)
 {
     server.serve("/f", body, {FAULT::stall_after(10)});
     std::vector<CURL_PROGRESS_DATA> records(5);
@@ -507,7 +507,7 @@ TEST_F(Downloader, IsStoppedByItsDestructor)
     EXPECT_TRUE(since_end->within(2s));
 }
 
-TEST_F(Downloader, RunsNoMoreThanItIsAllowedAtATime)
+TEST_F(Downloader, LimitsConcurrentTransfers)
 {
     std::vector<CURL_PROGRESS_DATA> records(7);
     CURL_DOWNLOADER downloader("", {}, false, 10);
@@ -526,7 +526,7 @@ TEST_F(Downloader, RunsNoMoreThanItIsAllowedAtATime)
         EXPECT_EQ(record.curl_code, 0);
 }
 
-TEST_F(Downloader, LetsNoConnectTimeoutRunWhileAFileIsQueued)
+TEST_F(Downloader, DoesNotCountQueueingTowardsTheConnectTimeout)
 {
     server.serve("/slow", body.substr(0, 30), {FAULT::trickle(1, 100ms)});
     server.serve("/f", body);
@@ -539,7 +539,7 @@ TEST_F(Downloader, LetsNoConnectTimeoutRunWhileAFileIsQueued)
     EXPECT_EQ(queued.curl_code, 0) << text_of(queued);
 }
 
-TEST_F(Downloader, MakesAnEmptyFile)
+TEST_F(Downloader, CreatesAnEmptyFile)
 {
     server.serve("/f", "");
     EXPECT_EQ(fetch(), 200);
@@ -547,7 +547,7 @@ TEST_F(Downloader, MakesAnEmptyFile)
     EXPECT_TRUE(exists());
 }
 
-TEST_F(Downloader, ResumesFromNginxAndTakesItsWordForAWholeFile)
+TEST_F(Downloader, ResumesFromNginxAndAcceptsIts416ForACompleteFile)
 {
     dir.write("www/f", body);
     NGINX_OPTIONS options;

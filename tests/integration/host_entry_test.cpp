@@ -90,7 +90,7 @@ TEST_F(HostEntry, KeepsTheLogsOfEarlierRuns)
         std::string::npos);
 }
 
-TEST_F(HostEntry, LeavesTheLogOfAStoppedRunInTheTemporaryDirectory)
+TEST_F(HostEntry, KeepsTheLogOfAStoppedRunInTheTemporaryDirectory)
 {
     builder.component("one");
     publish();
@@ -103,7 +103,7 @@ TEST_F(HostEntry, LeavesTheLogOfAStoppedRunInTheTemporaryDirectory)
     EXPECT_EQ(temporary_logs().size(), 1U);
 }
 
-TEST_F(HostEntry, LeavesTheLogInTheTemporaryDirectoryWhereThereIsNoOther)
+TEST_F(HostEntry, KeepsTheLogInTheTemporaryDirectoryWithoutAnotherDirectory)
 {
     builder.component("one");
     publish();
@@ -119,7 +119,7 @@ TEST_F(HostEntry, LeavesTheLogInTheTemporaryDirectoryWhereThereIsNoOther)
               std::string::npos);
 }
 
-TEST_F(HostEntry, KeepsTheLogFromOthersWhileItRuns)
+TEST_F(HostEntry, KeepsTheLogPrivateWhileItRuns)
 {
     builder.component("one");
     publish();
@@ -150,7 +150,7 @@ TEST_F(HostEntry, MovesTheLogToAnotherFileSystem)
     EXPECT_TRUE(temporary_logs().empty());
 }
 
-TEST_F(HostEntry, LetsNoManifestNameTheLogElsewhere)
+TEST_F(HostEntry, DoesNotLetAManifestMoveTheLog)
 {
     builder.edition("../../../evil/x").component("one");
     publish();
@@ -158,7 +158,7 @@ TEST_F(HostEntry, LetsNoManifestNameTheLogElsewhere)
     EXPECT_TRUE(std::filesystem::exists(dir / "dl/vinst-5.2.0.31-.._.._.._evil_x.log"));
 }
 
-TEST_F(HostEntry, HandlesAnyNameWhateverTheLocale)
+TEST_F(HostEntry, HandlesAnyFileNameInAnyLocale)
 {
     builder.component("one").filename("gr\u00f6\u00dfe.run");
     publish();
@@ -171,7 +171,7 @@ TEST_F(HostEntry, HandlesAnyNameWhateverTheLocale)
     EXPECT_TRUE(std::filesystem::exists(dir / "\u00dcbung/gr\u00f6\u00dfe.run"));
 }
 
-TEST_F(HostEntry, HandsItsInstallersTheEnvironmentOfTheUser)
+TEST_F(HostEntry, PassesTheUsersEnvironmentToInstallers)
 {
     builder.component("one").content("#!/bin/sh\nenv\n");
     publish();
@@ -182,7 +182,7 @@ TEST_F(HostEntry, HandsItsInstallersTheEnvironmentOfTheUser)
     EXPECT_NE(log().find("QT_QPA_PLATFORMTHEME=mine\n"), std::string::npos);
 }
 
-TEST_F(HostEntry, EndsWithWordsOnAFatalSignal)
+TEST_F(HostEntry, ReportsAFatalSignal)
 {
     builder.component("one");
     publish();
@@ -219,7 +219,7 @@ TEST_F(HostEntry, LeavesAFaultToTheDebugger)
     EXPECT_EQ(child.errors().find("Veltrin Crest"), std::string::npos);
 }
 
-TEST_F(HostEntry, DropsQtsMessagesUnlessTheyAreAskedFor)
+TEST_F(HostEntry, DropsQtsMessagesUnlessRequested)
 {
     builder.component("one");
     publish();
@@ -300,7 +300,7 @@ std::vector<std::string> library_directories(const std::filesystem::path& binary
 
 }
 
-TEST(Binaries, TakeNoLibraryFromTheCurrentDirectory)
+TEST(Binaries, LoadNoLibraryFromTheCurrentDirectory)
 {
     if (tested_platform() == "windows")
         GTEST_SKIP() << "Windows programs hold no library directories";

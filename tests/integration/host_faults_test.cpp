@@ -87,7 +87,7 @@ class HostFault : public HostTest, public ::testing::WithParamInterface<FAULT_CA
 
 }
 
-TEST_P(HostFault, IsToldInTheProgressBlockAndTheResult)
+TEST_P(HostFault, IsReportedInTheProgressBlockAndTheResult)
 {
     const FAULT_CASE& fault = GetParam();
     builder.component("one").title("One").pattern_content(3000, 1);
@@ -174,7 +174,7 @@ protected:
 
 }
 
-TEST_F(HostFaults, DoNotSpoilAFileThatIsWholeAllTheSame)
+TEST_F(HostFaults, DoNotAffectACompleteFile)
 {
     builder.component("one").title("One").pattern_content(3000, 1);
     publish();
@@ -188,7 +188,7 @@ TEST_F(HostFaults, DoNotSpoilAFileThatIsWholeAllTheSame)
     EXPECT_EQ(dir.read("dl/one.run"), read_file(builder.file("one").path));
 }
 
-TEST_F(HostFaults, EndHeadersThatDoNotEnd)
+TEST_F(HostFaults, EndEndlessHeaders)
 {
     builder.component("one").title("One").pattern_content(3000, 1);
     publish();
@@ -200,7 +200,7 @@ TEST_F(HostFaults, EndHeadersThatDoNotEnd)
     EXPECT_FALSE(output_holds("disk space."));
 }
 
-TEST_F(HostFaults, AreOvercomeWhereTheServerKnowsNoRanges)
+TEST_F(HostFaults, AreOvercomeWithoutSupportForRangeRequests)
 {
     builder.component("one").pattern_content(300'000, 1);
     publish();
@@ -210,7 +210,7 @@ TEST_F(HostFaults, AreOvercomeWhereTheServerKnowsNoRanges)
     EXPECT_EQ(dir.read("dl/one.run"), read_file(builder.file("one").path));
 }
 
-TEST_F(HostFaults, AreOvercomeWhereTheServerIsOnlySlow)
+TEST_F(HostFaults, AreOvercomeWhenTheServerIsOnlySlow)
 {
     builder.component("one").pattern_content(3000, 1);
     publish();
@@ -220,7 +220,7 @@ TEST_F(HostFaults, AreOvercomeWhereTheServerIsOnlySlow)
     EXPECT_TRUE(output_holds("  Avg. download speed: ["));
 }
 
-TEST_F(HostFaults, AreToldAsWellWhereNoServerAnswers)
+TEST_F(HostFaults, AreReportedWhenNoServerAnswers)
 {
     const std::uint16_t nobody = free_port();
     builder.component("one").title("One").pattern_content(3000, 1);
@@ -237,7 +237,7 @@ TEST_F(HostFaults, AreToldAsWellWhereNoServerAnswers)
     EXPECT_NE(log().find("Couldn't connect to server"), std::string::npos) << log();
 }
 
-TEST_F(HostFaults, KeepAnUntrustedServerFromSendingAnything)
+TEST_F(HostFaults, RejectAnUntrustedServer)
 {
     const TEST_AUTHORITY authority;
     builder.component("one").title("One").pattern_content(3000, 1);
@@ -265,7 +265,7 @@ TEST_F(HostFaults, KeepAnUntrustedServerFromSendingAnything)
     EXPECT_TRUE(output_holds("\nDownload successful\n")) << output;
 }
 
-TEST_F(HostFaults, SpareTheOtherFiles)
+TEST_F(HostFaults, DoNotAffectOtherFiles)
 {
     builder.component("bad").title("Bad").pattern_content(3000, 1);
     builder.component("good").title("Good").pattern_content(3000, 2);
@@ -281,7 +281,7 @@ TEST_F(HostFaults, SpareTheOtherFiles)
     EXPECT_EQ(server.request_count("/good.run"), 1U);
 }
 
-TEST_F(HostFaults, EndATransferThatMovesNothingForAMinute)
+TEST_F(HostFaults, EndATransferThatStallsForAMinute)
 {
     builder.component("one").title("One").pattern_content(3000, 1);
     publish();

@@ -191,7 +191,7 @@ TEST_F(HostInstall, StopsAtAnInstallerThatCrashesOrCannotBeStarted)
     }
 }
 
-TEST_F(HostInstall, PutsWhatItsInstallersSayIntoTheLog)
+TEST_F(HostInstall, LogsTheOutputOfInstallers)
 {
     builder.component("a").content(talking_script(20'000));
     publish();
@@ -207,7 +207,7 @@ TEST_F(HostInstall, PutsWhatItsInstallersSayIntoTheLog)
     }
 }
 
-TEST_F(HostInstall, WaitsForNoChildThatAnInstallerLeavesBehind)
+TEST_F(HostInstall, DoesNotWaitForAChildThatAnInstallerLeavesRunning)
 {
     builder.component("a").content(script_with_lasting_child(300));
     publish();
@@ -243,7 +243,7 @@ TEST_F(HostInstall, RunsAFileAgainThatOnlyLooksChanged)
     EXPECT_EQ(dir.read("inst/install_order"), "b.run\n");
 }
 
-TEST_F(HostInstall, IsLeftOutUnlessItIsAskedFor)
+TEST_F(HostInstall, IsSkippedUnlessRequested)
 {
     builder.component("a").content("#!/bin/sh\n: > '" + (dir / "ran").string() + "'\n");
     publish();

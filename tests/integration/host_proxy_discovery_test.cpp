@@ -133,14 +133,14 @@ bool holds(const std::string& text, const std::string& part)
 
 }
 
-TEST_F(HostDiscovery, FindsNothingWhereNothingIs)
+TEST_F(HostDiscovery, FindsNothingWithoutAProxy)
 {
     test_download();
     expect_not_found();
     EXPECT_TRUE(holds(test_log(), "[info] No proxy found\n"));
 }
 
-TEST_F(HostDiscovery, BringsAWholeReleaseThroughTheProxyOfTheNetwork)
+TEST_F(HostDiscovery, DownloadsACompleteReleaseThroughTheNetworksProxy)
 {
     const PROXY_SERVER proxy(PROXY_ENGINE::squid);
     name_wpad("wpad");
@@ -165,7 +165,7 @@ class WpadCandidate : public HostDiscovery, public ::testing::WithParamInterface
 
 }
 
-TEST_P(WpadCandidate, IsAsked)
+TEST_P(WpadCandidate, IsQueried)
 {
     const PROXY_SERVER proxy(PROXY_ENGINE::squid);
     name_wpad(GetParam());
@@ -180,7 +180,7 @@ INSTANTIATE_TEST_SUITE_P(Names, WpadCandidate,
                          ::testing::Values("wpad", "wpad.example.test",
                                            "wpad.lab.corp.example.test", "wpad.test"));
 
-TEST_F(HostDiscovery, AsksTheCandidatesInTheirOrder)
+TEST_F(HostDiscovery, QueriesTheCandidatesInOrder)
 {
     test_download();
     const std::string text = test_log();
@@ -196,7 +196,7 @@ TEST_F(HostDiscovery, AsksTheCandidatesInTheirOrder)
     EXPECT_NE(text.find("Get proxy settings from firefox ...", at), std::string::npos);
 }
 
-TEST_F(HostDiscovery, GoesOnFromAFileThatNamesNone)
+TEST_F(HostDiscovery, ContinuesAfterAFileThatNamesNoProxy)
 {
     const PROXY_SERVER proxy(PROXY_ENGINE::squid);
     name_wpad("wpad");
@@ -208,7 +208,7 @@ TEST_F(HostDiscovery, GoesOnFromAFileThatNamesNone)
     EXPECT_TRUE(holds(test_log(), "[info] Proxy found by the browser's preferences\n"));
 }
 
-TEST_F(HostDiscovery, GoesOnFromAScriptThatDoesNotEnd)
+TEST_F(HostDiscovery, ContinuesAfterAnEndlessScript)
 {
     const PROXY_SERVER proxy(PROXY_ENGINE::squid);
     name_wpad("wpad");
@@ -247,7 +247,7 @@ TEST_F(HostDiscovery, FollowsTheBrowsersAutomaticConfiguration)
     EXPECT_TRUE(holds(test_log(), "[info] Proxy found by the browser's automatic configuration\n"));
 }
 
-TEST_F(HostDiscovery, TakesNoProxyOfABrowserThatUsesNone)
+TEST_F(HostDiscovery, UsesNoProxyOfABrowserThatHasNone)
 {
     for (const char* type : {"0", "4", "5"})
     {
@@ -259,7 +259,7 @@ TEST_F(HostDiscovery, TakesNoProxyOfABrowserThatUsesNone)
     }
 }
 
-TEST_F(HostDiscovery, HandsTheUsersCredentialsToTheProxyThatItFinds)
+TEST_F(HostDiscovery, SendsTheUsersCredentialsToTheDetectedProxy)
 {
     const PROXY_SERVER proxy(PROXY_ENGINE::squid, "ada", "pass");
     name_wpad("wpad");
@@ -269,7 +269,7 @@ TEST_F(HostDiscovery, HandsTheUsersCredentialsToTheProxyThatItFinds)
     EXPECT_FALSE(holds(test_log(), "ada:pass"));
 }
 
-TEST_F(HostDiscovery, SaysThatTheProxyRefuses)
+TEST_F(HostDiscovery, ReportsThatTheProxyRefuses)
 {
     const PROXY_SERVER proxy(PROXY_ENGINE::squid, "ada", "pass");
     name_wpad("wpad");
@@ -282,7 +282,7 @@ TEST_F(HostDiscovery, SaysThatTheProxyRefuses)
     EXPECT_TRUE(output_holds("Httpcode: 407")) << output;
 }
 
-TEST_F(HostDiscovery, TriesADeadProxyTwiceAndTellsIt)
+TEST_F(HostDiscovery, TriesADeadProxyTwiceAndReportsIt)
 {
     name_wpad("wpad");
     serve_directive("PROXY 127.0.0.1:9");
@@ -292,7 +292,7 @@ TEST_F(HostDiscovery, TriesADeadProxyTwiceAndTellsIt)
                   "Internet connection cannot be established. Verify your proxy settings.\n");
 }
 
-TEST_F(HostDiscovery, WaitsForAnUnansweringServerOnlySoLong)
+TEST_F(HostDiscovery, LimitsTheWaitForAnUnresponsiveServer)
 {
     const UNANSWERING_PORT wpad(80);
     name_wpad("wpad wpad.example.test wpad.lab.corp.example.test wpad.test");
@@ -304,7 +304,7 @@ TEST_F(HostDiscovery, WaitsForAnUnansweringServerOnlySoLong)
     EXPECT_TRUE(taken.within(16s));
 }
 
-TEST_F(HostDiscovery, EndsAtOnceWhenItIsStopped)
+TEST_F(HostDiscovery, EndsImmediatelyWhenStopped)
 {
     const UNANSWERING_PORT wpad(80);
     name_wpad("wpad");
@@ -317,7 +317,7 @@ TEST_F(HostDiscovery, EndsAtOnceWhenItIsStopped)
     EXPECT_TRUE(since_signal.within(1s));
 }
 
-TEST_F(HostDiscovery, IsNotNeededWhereTheSystemNamesAProxy)
+TEST_F(HostDiscovery, IsSkippedIfTheSystemNamesAProxy)
 {
     const PROXY_SERVER proxy(PROXY_ENGINE::squid);
     environment["http_proxy"] = "http://" + proxy.address();
@@ -327,7 +327,7 @@ TEST_F(HostDiscovery, IsNotNeededWhereTheSystemNamesAProxy)
     EXPECT_FALSE(holds(test_log(), "wpad"));
 }
 
-TEST_F(HostDiscovery, IsNotNeededWhereTheTransferReadsTheVariablesItself)
+TEST_F(HostDiscovery, IsSkippedIfTheTransferReadsTheVariablesItself)
 {
     const PROXY_SERVER proxy(PROXY_ENGINE::squid);
     for (const char* name : {"ALL_PROXY", "all_proxy", "http_proxy"})
@@ -343,7 +343,7 @@ TEST_F(HostDiscovery, IsNotNeededWhereTheTransferReadsTheVariablesItself)
     }
 }
 
-TEST_F(HostDiscovery, FetchesItsFilesDirectlyWhateverTheEnvironmentSays)
+TEST_F(HostDiscovery, FetchesItsFilesDirectlyDespiteTheEnvironment)
 {
     const PROXY_SERVER proxy(PROXY_ENGINE::squid);
     name_wpad("wpad");
@@ -354,7 +354,7 @@ TEST_F(HostDiscovery, FetchesItsFilesDirectlyWhateverTheEnvironmentSays)
     expect_found("127.0.0.1", proxy.port());
 }
 
-TEST_F(HostDiscovery, IsForbiddenByTheEnvironment)
+TEST_F(HostDiscovery, IsDisabledByTheEnvironment)
 {
     name_wpad("wpad");
     serve_directive("PROXY 127.0.0.1:9");

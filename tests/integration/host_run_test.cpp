@@ -25,7 +25,7 @@ protected:
 
 }
 
-TEST_F(HostRun, SaysWhatItDoesFromTheTestToTheResult)
+TEST_F(HostRun, ReportsEachStepFromTheTestToTheResult)
 {
     builder.component("one").title("The One").pattern_content(3000, 1);
     builder.component("two").title("The Two").pattern_content(4000, 2).selected(false);
@@ -68,7 +68,7 @@ TEST_F(HostRun, SaysWhatItDoesFromTheTestToTheResult)
     EXPECT_FALSE(std::filesystem::exists(dir / "dl/two.run"));
 }
 
-TEST_F(HostRun, FetchesNothingASecondTime)
+TEST_F(HostRun, FetchesNothingTwice)
 {
     builder.component("one").pattern_content(300'000, 1);
     builder.component("two").pattern_content(400'000, 2);
@@ -81,7 +81,7 @@ TEST_F(HostRun, FetchesNothingASecondTime)
     EXPECT_LT(server.body_bytes("/one.run") + server.body_bytes("/two.run"), first + 200);
 }
 
-TEST_F(HostRun, GoesThroughTheProxyThatItIsGiven)
+TEST_F(HostRun, UsesTheGivenProxy)
 {
     const PROXY_SERVER gate(PROXY_ENGINE::tinyproxy, "ada", "s3cret");
     const std::string port = std::to_string(gate.port());
@@ -102,7 +102,7 @@ TEST_F(HostRun, GoesThroughTheProxyThatItIsGiven)
     EXPECT_TRUE(output_holds("Httpcode: 407")) << output;
 }
 
-TEST_F(HostRun, BringsDependenciesAndParentsAlong)
+TEST_F(HostRun, IncludesDependenciesAndParents)
 {
     builder.component("parent").selected(false);
     builder.component("dependency").selected(false);
@@ -118,7 +118,7 @@ TEST_F(HostRun, BringsDependenciesAndParentsAlong)
     EXPECT_NE(log().find("Add parent component: parent\n"), std::string::npos);
 }
 
-TEST_F(HostRun, GoesOnAfterAFailureAndDrawsOverIt)
+TEST_F(HostRun, ContinuesAfterAFailureAndRedrawsOverIt)
 {
     builder.component("one").title("One").pattern_content(300'000, 1);
     builder.component("two").title("Two").pattern_content(3000, 2);
@@ -205,7 +205,7 @@ TEST_F(HostRun, NeverDrawsAboveItsBlock)
         EXPECT_EQ(std::count(shown.begin(), shown.end(), once), 1) << once;
 }
 
-TEST_F(HostRun, FetchesAsManyFilesAtATimeAsItIsTold)
+TEST_F(HostRun, FetchesAsManyFilesAtATimeAsConfigured)
 {
     for (int i = 0; i < 8; ++i)
         builder.component("part" + std::to_string(i)).pattern_content(4000, 1);
@@ -225,7 +225,7 @@ TEST_F(HostRun, FetchesAsManyFilesAtATimeAsItIsTold)
     }
 }
 
-TEST_F(HostRun, LeavesWhatItFetchedReadyToBeRun)
+TEST_F(HostRun, MakesFetchedInstallersExecutable)
 {
     builder.component("one");
     builder.component("two").filename("two.qdz");
@@ -238,7 +238,7 @@ TEST_F(HostRun, LeavesWhatItFetchedReadyToBeRun)
               std::filesystem::perms::none);
 }
 
-TEST_F(HostRun, GoesOnWhereAnEarlierRunWasStopped)
+TEST_F(HostRun, ResumesWhereAnEarlierRunWasStopped)
 {
     builder.component("one").pattern_content(300'000, 1);
     publish();
@@ -296,7 +296,7 @@ TEST_F(HostRun, InstallsNothingAfterGivingUp)
     EXPECT_FALSE(std::filesystem::exists(dir / "inst"));
 }
 
-TEST_F(HostRun, EndsWhereTheConnectionTestFails)
+TEST_F(HostRun, EndsIfTheConnectionTestFails)
 {
     builder.component("one");
     publish();
@@ -308,7 +308,7 @@ TEST_F(HostRun, EndsWhereTheConnectionTestFails)
     EXPECT_EQ(server.request_count("/one.run"), 0U);
 }
 
-TEST_F(HostRun, LeavesARunningFileToTheRunThatFetchesIt)
+TEST_F(HostRun, LeavesAFileToAnotherRunThatIsFetchingIt)
 {
     builder.component("one").title("One").pattern_content(300'000, 1);
     publish();
@@ -326,7 +326,7 @@ TEST_F(HostRun, LeavesARunningFileToTheRunThatFetchesIt)
     EXPECT_EQ(dir.read("dl/one.run"), content_of("one"));
 }
 
-TEST_F(HostRun, GoesOnAfterEveryKill)
+TEST_F(HostRun, ResumesAfterEveryKill)
 {
     builder.component("one").pattern_content(6'000'000, 1);
     builder.component("two").pattern_content(2'000'000, 2);
@@ -364,7 +364,7 @@ TEST_F(HostRun, GoesOnAfterEveryKill)
     EXPECT_EQ(dir.read("dl/two.run"), content_of("two"));
 }
 
-TEST_F(HostRun, TellsAFullDisk)
+TEST_F(HostRun, ReportsAFullDisk)
 {
     if (!TMPFS_DIR::available())
         GTEST_SKIP() << "file systems can't be mounted here";
@@ -381,7 +381,7 @@ TEST_F(HostRun, TellsAFullDisk)
                      "have sufficient disk space.\n"));
 }
 
-TEST_F(HostRun, FetchesACorruptedFileAgain)
+TEST_F(HostRun, RefetchesACorruptedFile)
 {
     builder.component("one").pattern_content(3000, 1);
     publish();
@@ -393,7 +393,7 @@ TEST_F(HostRun, FetchesACorruptedFileAgain)
     EXPECT_EQ(dir.read("dl/one.run"), content_of("one"));
 }
 
-TEST_F(HostRun, SleepsBetweenItsLooks)
+TEST_F(HostRun, SleepsBetweenProgressPasses)
 {
     builder.component("one").pattern_content(3000, 1);
     publish();

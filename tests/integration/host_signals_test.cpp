@@ -145,7 +145,7 @@ TEST_F(HostSignals, EndConnectingToAServerThatDoesNotAnswer)
     expect_log_kept();
 }
 
-TEST_F(HostSignals, EndTheHostWhileItStarts)
+TEST_F(HostSignals, EndTheHostDuringStartup)
 {
     builder.component("one").pattern_content(3000, 1);
     publish();
@@ -164,7 +164,7 @@ TEST_F(HostSignals, EndTheHostWhileItStarts)
     EXPECT_FALSE(exists("dl/one.run"));
 }
 
-TEST_F(HostSignals, EndAConnectionTestOfItsOwn)
+TEST_F(HostSignals, EndAStandaloneConnectionTest)
 {
     builder.component("one");
     publish();
@@ -174,7 +174,7 @@ TEST_F(HostSignals, EndAConnectionTestOfItsOwn)
     expect_orderly_end(child, SIGTERM);
 }
 
-TEST_F(HostSignals, EndTransfersAndKeepWhatTheyBrought)
+TEST_F(HostSignals, EndTransfersAndKeepPartialFiles)
 {
     for (const int signal_number : {SIGINT, SIGTERM, SIGHUP})
         for (const FAULT& fault : {FAULT::trickle(1000, 20ms), FAULT::stall_after(5000)})
@@ -266,7 +266,7 @@ TEST_F(HostSignals, ArePassedOnToARunningInstaller)
     EXPECT_FALSE(output_holds("Installation"));
 }
 
-TEST_F(HostSignals, OfTheTerminalReachTheInstallerOnce)
+TEST_F(HostSignals, FromTheTerminalReachTheInstallerOnce)
 {
     const std::string caught = (dir / "caught").string();
     CHILD_SETUP terminal =
@@ -294,7 +294,7 @@ TEST_F(HostSignals, EndAnInstallerThatIgnoresThem)
     expect_log_kept();
 }
 
-TEST_F(HostSignals, EndTheProcessAtOnceTheSecondTime)
+TEST_F(HostSignals, EndTheProcessImmediatelyTheSecondTime)
 {
     CHILD_PROCESS child(setup_with_installer(stubborn_installer()));
     ASSERT_TRUE(wait_until([this] { return exists("running"); }));

@@ -47,7 +47,7 @@ protected:
 
 }
 
-TEST_F(HostStop, ByControlCKeepsWhatCame)
+TEST_F(HostStop, ByControlCKeepsPartialFiles)
 {
     builder.component("one").pattern_content(3'000'000, 1);
     publish();

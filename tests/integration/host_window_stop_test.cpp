@@ -175,7 +175,7 @@ TEST_F(HostWindowStop, EndsAWindowOfTheConsoleHost)
     expect_orderly_end(child);
 }
 
-TEST_F(HostWindowStop, EndsADownloadAndKeepsWhatCame)
+TEST_F(HostWindowStop, EndsADownloadAndKeepsPartialFiles)
 {
     builder.component("one").pattern_content(3'000'000, 1);
     publish();
@@ -208,7 +208,7 @@ TEST_F(HostWindowStop, EndsTheInstaller)
     EXPECT_NE(::kill(process, 0), 0) << "the installer still runs";
 }
 
-TEST_F(HostWindowStop, EndsTheProcessAtOnceTheSecondTime)
+TEST_F(HostWindowStop, EndsTheProcessImmediatelyTheSecondTime)
 {
     publish_stubborn_installer();
     const auto child = start(start_installation);
@@ -298,7 +298,7 @@ TEST_F(HostWindowStop, AsksForNoFeedbackAndClosesThePromptThatDoes)
     EXPECT_FALSE(is_stored("vinst_never_ask_feedback"));
 }
 
-TEST_F(HostWindowStop, ClosesTheBoxThatTellsWhyNoWindowOpens)
+TEST_F(HostWindowStop, ClosesTheBoxThatExplainsWhyNoWindowOpens)
 {
     manifest = (dir / "none.json").string();
     const auto child = start({"window:QMessageBox"});
@@ -306,7 +306,7 @@ TEST_F(HostWindowStop, ClosesTheBoxThatTellsWhyNoWindowOpens)
     expect_nothing_left_behind();
 }
 
-TEST_F(HostWindowStop, EndsTheHostWhileItStarts)
+TEST_F(HostWindowStop, EndsTheHostDuringStartup)
 {
     builder.component("one").pattern_content(3000, 1);
     publish();
@@ -322,7 +322,7 @@ TEST_F(HostWindowStop, EndsTheHostWhileItStarts)
     }
 }
 
-TEST_F(HostWindowStop, LeavesAloneWhatTheHostsParentIgnores)
+TEST_F(HostWindowStop, IgnoresSignalsThatTheHostsParentIgnores)
 {
     builder.component("one");
     publish();

@@ -47,7 +47,7 @@ std::string once(const std::string& host, const std::string& port)
 
 }
 
-TEST_F(ConnectionTest, SucceedsOnTheRightFile)
+TEST_F(ConnectionTest, SucceedsWithTheRightFile)
 {
     dir.make_dir("tmp");
     qputenv("TMPDIR", (dir / "tmp").c_str());
@@ -62,7 +62,7 @@ TEST_F(ConnectionTest, SucceedsOnTheRightFile)
     qunsetenv("TMPDIR");
 }
 
-TEST_F(ConnectionTest, TriesTwiceAndTellsTheDetails)
+TEST_F(ConnectionTest, TriesTwiceAndReportsTheDetails)
 {
     load();
     server.set_faults(route(), {FAULT::status(404)});
@@ -87,7 +87,7 @@ TEST_F(ConnectionTest, SucceedsAtTheSecondTry)
     EXPECT_EQ(server.request_count(route()), 2U);
 }
 
-TEST_F(ConnectionTest, FailsOnAnotherFile)
+TEST_F(ConnectionTest, FailsWithAnotherFile)
 {
     load();
     server.set_faults(route(), {FAULT::other_body("a captive portal's page")});
@@ -117,7 +117,7 @@ TEST_F(ConnectionTest, StoresTheProxyThatWorked)
     EXPECT_FALSE(log_holds("s3cret"));
 }
 
-TEST_F(ConnectionTest, KeepsTheReleasesProxyWhereTheTestFails)
+TEST_F(ConnectionTest, KeepsTheReleasesProxyIfTheTestFails)
 {
     load();
     release->proxy_info = {"kept", "1", "", ""};
@@ -131,7 +131,7 @@ TEST_F(ConnectionTest, KeepsTheReleasesProxyWhereTheTestFails)
     EXPECT_NE(printed.find(", Httpcode: -1, Curlcode: 7\n"), std::string::npos);
 }
 
-TEST_F(ConnectionTest, GoesOnWithAProxyThatIsFound)
+TEST_F(ConnectionTest, ContinuesWithADetectedProxy)
 {
     const PROXY_SERVER gate(PROXY_ENGINE::tinyproxy, "ada", "s3cret");
     const std::string port = std::to_string(gate.port());
@@ -149,7 +149,7 @@ TEST_F(ConnectionTest, GoesOnWithAProxyThatIsFound)
     EXPECT_EQ(release->proxy_info.username(), "ada");
 }
 
-TEST_F(ConnectionTest, TriesAFoundProxyTwiceAndLooksForNoOther)
+TEST_F(ConnectionTest, TriesADetectedProxyTwiceAndDetectsNoOther)
 {
     load();
     server.set_faults(route(), {FAULT::status(403)});
@@ -170,7 +170,7 @@ TEST_F(ConnectionTest, TriesAFoundProxyTwiceAndLooksForNoOther)
         << printed;
 }
 
-TEST_F(ConnectionTest, LooksForNoProxyWhereOneWasNamed)
+TEST_F(ConnectionTest, DetectsNoProxyIfOneWasNamed)
 {
     load();
     source = []() -> CURL_PROXY_INFO

@@ -35,7 +35,7 @@ TEST_F(ManagerFlush, FlushesAVerifiedFileAndItsDirectory)
     EXPECT_EQ(begun_directory_flushes() - directories, 1);
 }
 
-TEST_F(ManagerFlush, PassesNoFileBeforeItIsFlushed)
+TEST_F(ManagerFlush, VerifiesNoFileBeforeItIsFlushed)
 {
     load_one();
     dir.write("dl/one.run", content_of("one"));
@@ -52,7 +52,7 @@ TEST_F(ManagerFlush, PassesNoFileBeforeItIsFlushed)
     EXPECT_TRUE(one->file.has_passed());
 }
 
-TEST_F(ManagerFlush, FailsAFileThatCannotBeFlushedAndFetchesItAgain)
+TEST_F(ManagerFlush, FailsAndRefetchesAFileThatCannotBeFlushed)
 {
     load_one();
     {
@@ -68,7 +68,7 @@ TEST_F(ManagerFlush, FailsAFileThatCannotBeFlushedAndFetchesItAgain)
     EXPECT_EQ(server.request_count("/one.run"), 2U);
 }
 
-TEST_F(ManagerFlush, IsLeftToFilesWithTheRightChecksum)
+TEST_F(ManagerFlush, IsLimitedToFilesWithTheRightChecksum)
 {
     load_one();
     dir.write("dl/one.run", std::string(3000, 'x'));

@@ -63,7 +63,7 @@ TEST_F(Manager, FetchesAndChecksAllComponents)
     EXPECT_EQ(component("one")->progress_data->http_code, 200);
 }
 
-TEST_F(Manager, AsksNeverAgainForAVerifiedFile)
+TEST_F(Manager, NeverRequestsAVerifiedFileAgain)
 {
     builder.component("one").title("One").pattern_content(3000, 1);
     builder.component("two").pattern_content(3000, 2);
@@ -79,7 +79,7 @@ TEST_F(Manager, AsksNeverAgainForAVerifiedFile)
     EXPECT_EQ(manager->passed_components().size(), 2U);
 }
 
-TEST_F(Manager, FetchesACorruptFileAgainInTheVeryNextAttempt)
+TEST_F(Manager, RefetchesACorruptFileInTheNextAttempt)
 {
     builder.component("one").pattern_content(3000, 1);
     load();
@@ -98,7 +98,7 @@ TEST_F(Manager, FetchesACorruptFileAgainInTheVeryNextAttempt)
     EXPECT_EQ(server.requests("/one.run").at(1).range(), "");
 }
 
-TEST_F(Manager, ChecksAWholeFileThatItFinds)
+TEST_F(Manager, ChecksAnExistingCompleteFile)
 {
     builder.component("one").pattern_content(3000, 1);
     load();
@@ -109,7 +109,7 @@ TEST_F(Manager, ChecksAWholeFileThatItFinds)
     EXPECT_FALSE(printed_holds("Est. time remaining"));
 }
 
-TEST_F(Manager, KeepsACompleteFileWhateverTheServerHas)
+TEST_F(Manager, KeepsACompleteFileDespiteOtherContentOnTheServer)
 {
     builder.component("one").pattern_content(3000, 1);
     for (const FAULT& fault : {FAULT::status(404), FAULT::status(403), FAULT::status(503),
@@ -129,7 +129,7 @@ TEST_F(Manager, KeepsACompleteFileWhateverTheServerHas)
     EXPECT_EQ(server.request_count("/one.run"), 0U);
 }
 
-TEST_F(Manager, FetchesACorruptFileThatItFindsInTheSecondAttempt)
+TEST_F(Manager, RefetchesAnExistingCorruptFileInTheSecondAttempt)
 {
     builder.component("one").pattern_content(3000, 1);
     load();
@@ -143,7 +143,7 @@ TEST_F(Manager, FetchesACorruptFileThatItFindsInTheSecondAttempt)
     EXPECT_EQ(on_disk("one.run"), content_of("one"));
 }
 
-TEST_F(Manager, TakesAWholeFileWithoutAServer)
+TEST_F(Manager, AcceptsACompleteFileWithoutAServer)
 {
     builder.component("one").pattern_content(3000, 1);
     builder.download_url("http://127.0.0.1:" + std::to_string(free_port()));
@@ -170,7 +170,7 @@ TEST_F(Manager, DeletesWhatIsNotFound)
         "One: Error: The requested URL returned error: 404, Httpcode: 404, Curlcode: 22"));
 }
 
-TEST_F(Manager, TellsAWriteErrorBeforeAMissingFile)
+TEST_F(Manager, ReportsAWriteErrorBeforeAMissingFile)
 {
     builder.component("one").pattern_content(3000, 1);
     builder.component("two").pattern_content(3000, 2);
@@ -183,7 +183,7 @@ TEST_F(Manager, TellsAWriteErrorBeforeAMissingFile)
         "space.. Error 404: File not found.\n"));
 }
 
-TEST_F(Manager, TellsWhyNoServerAnsweredOnceForAllFiles)
+TEST_F(Manager, ReportsAConnectionErrorOnceForAllFiles)
 {
     builder.component("one").title("One").pattern_content(3000, 1);
     builder.component("two").pattern_content(3000, 2);
@@ -201,7 +201,7 @@ TEST_F(Manager, TellsWhyNoServerAnsweredOnceForAllFiles)
     EXPECT_NE(console.progress_text().indexOf("One: Failed to connect"), -1);
 }
 
-TEST_F(Manager, TellsALinkInAFilesPlace)
+TEST_F(Manager, ReportsALinkInPlaceOfAFile)
 {
     builder.component("one").title("One").pattern_content(3000, 1);
     load();
@@ -225,7 +225,7 @@ TEST_F(Manager, NeverCompletesAComponentWithoutASize)
     EXPECT_FALSE(manager->write_error());
 }
 
-TEST_F(Manager, LeavesOutComponentsWithoutAFile)
+TEST_F(Manager, SkipsComponentsWithoutAFile)
 {
     builder.component("group").no_file();
     builder.component("one").pattern_content(3000, 1);
@@ -235,7 +235,7 @@ TEST_F(Manager, LeavesOutComponentsWithoutAFile)
     EXPECT_TRUE(manager->failed_components().empty());
 }
 
-TEST_F(Manager, ShowsControlCharactersOfATitleReplaced)
+TEST_F(Manager, ReplacesControlCharactersInATitle)
 {
     builder.component("one").title("One\x1b[2J").pattern_content(3000, 1);
     load();
@@ -263,7 +263,7 @@ TEST_F(Manager, StopsInTheMiddle)
     EXPECT_TRUE(windowed.passed_components().empty());
 }
 
-TEST_F(Manager, TellsAViewAllThatHappens)
+TEST_F(Manager, NotifiesAViewOfEveryEvent)
 {
     builder.component("one").pattern_content(2048, 1);
     load();
@@ -298,7 +298,7 @@ TEST_F(Manager, CountsOnlySelectedComponentsForTheView)
     EXPECT_EQ(view.overall_percent, 50U);
 }
 
-TEST_F(Manager, MeasuresAFileOnlyWhenAsked)
+TEST_F(Manager, ReadsAFilesSizeOnlyWhenRequested)
 {
     builder.component("one").pattern_content(2000, 1);
     load();

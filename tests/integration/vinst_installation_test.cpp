@@ -61,7 +61,7 @@ TEST_F(Install, StopsAtTheFirstFailure)
     EXPECT_TRUE(log_holds(" returned 3: "));
 }
 
-TEST_F(Install, LeavesPartsToTheMainProduct)
+TEST_F(Install, LetsTheMainProductInstallItsParts)
 {
     builder.component("veltrin_base").standalone().content(main_product_script());
     builder.component("part").content(install_script());
@@ -72,7 +72,7 @@ TEST_F(Install, LeavesPartsToTheMainProduct)
     EXPECT_TRUE(log_holds("[info] Nothing to run for component: part\n"));
 }
 
-TEST_F(Install, FindsTheDeviceInstallerThatTheMainProductLaidDown)
+TEST_F(Install, FindsTheDeviceInstallerFromTheMainProduct)
 {
     builder.component("veltrin_base").standalone().content(main_product_script());
     builder.component("devinfo").no_file();
@@ -82,7 +82,7 @@ TEST_F(Install, FindsTheDeviceInstallerThatTheMainProductLaidDown)
     EXPECT_EQ(order(), "veltrin_base.run\ndev_install" + tested_installer_suffix() + "\n");
 }
 
-TEST_F(Install, HashesAChangedFileAgain)
+TEST_F(Install, RehashesAChangedFile)
 {
     builder.component("a").content(install_script());
     fetch();
@@ -142,7 +142,7 @@ TEST_F(Install, RunsTheActionsAfterTheInstallers)
     EXPECT_EQ(order(), "a.run\naction one two\naction three\n");
 }
 
-TEST_F(Install, LeavesOutActionsOfAComponentThatWasNotInstalled)
+TEST_F(Install, SkipsActionsOfAComponentThatWasNotInstalled)
 {
     builder.component("a").content(install_script());
     builder.component("loose").filename("loose.vdz");
@@ -168,7 +168,7 @@ TEST_F(Install, RunsNoActionWhenNothingWasInstalled)
     EXPECT_FALSE(log_holds("Run command: "));
 }
 
-TEST_F(Install, CountsAPartAsInstalledThatComesBeforeTheMainProduct)
+TEST_F(Install, CountsAPartListedBeforeTheMainProductAsInstalled)
 {
     builder.component("part").content(install_script());
     builder.component("morlan").content(install_script());

@@ -37,7 +37,7 @@ protected:
 
 }
 
-TEST_F(Integrity, PassesAFileThatHasItsSum)
+TEST_F(Integrity, AcceptsAFileWithTheRightChecksum)
 {
     load_one();
     put(content_of("one"));
@@ -48,7 +48,7 @@ TEST_F(Integrity, PassesAFileThatHasItsSum)
     EXPECT_FALSE(manager->write_error());
 }
 
-TEST_F(Integrity, FailsAFileThatIsNotThereWithoutAWriteError)
+TEST_F(Integrity, FailsForAMissingFileWithoutAWriteError)
 {
     load_one();
     EXPECT_FALSE(check());
@@ -58,7 +58,7 @@ TEST_F(Integrity, FailsAFileThatIsNotThereWithoutAWriteError)
     EXPECT_FALSE(log_holds("MD5 =>"));
 }
 
-TEST_F(Integrity, FailsAWrongSumWithAWriteError)
+TEST_F(Integrity, FailsForAWrongChecksumWithAWriteError)
 {
     load_one();
     put(std::string(3000, 'x'));
@@ -70,7 +70,7 @@ TEST_F(Integrity, FailsAWrongSumWithAWriteError)
                           ", expected md5:" + one->md5sum.toStdString() + "\n"));
 }
 
-TEST_F(Integrity, LetsNoFilePassThatGrewAfterItsCheck)
+TEST_F(Integrity, RejectsAFileThatGrewAfterItsCheck)
 {
     load_one();
     put(content_of("one"));
@@ -81,7 +81,7 @@ TEST_F(Integrity, LetsNoFilePassThatGrewAfterItsCheck)
     EXPECT_TRUE(manager->write_error());
 }
 
-TEST_F(Integrity, ComparesSumsByTheLetter)
+TEST_F(Integrity, ComparesChecksumsCaseSensitively)
 {
     load_one();
     put(content_of("one"));
@@ -92,7 +92,7 @@ TEST_F(Integrity, ComparesSumsByTheLetter)
     EXPECT_FALSE(check_md5(one));
 }
 
-TEST_F(Integrity, HoldsForTheDirectoryInWhichItWasMade)
+TEST_F(Integrity, AppliesOnlyToTheDirectoryOfTheCheck)
 {
     load_one();
     put(content_of("one"));
@@ -105,7 +105,7 @@ TEST_F(Integrity, HoldsForTheDirectoryInWhichItWasMade)
     EXPECT_TRUE(check());
 }
 
-TEST_F(Integrity, DropsAResultThatCameForAnotherDirectory)
+TEST_F(Integrity, DropsAResultForAnotherDirectory)
 {
     load_one();
     put(content_of("one"));
@@ -115,7 +115,7 @@ TEST_F(Integrity, DropsAResultThatCameForAnotherDirectory)
     EXPECT_FALSE(one->file.is_checked());
 }
 
-TEST_F(Integrity, ReturnsAtOnceAfterAStop)
+TEST_F(Integrity, ReturnsImmediatelyAfterAStop)
 {
     load_one();
     put(std::string(3000, 'x'));
@@ -125,7 +125,7 @@ TEST_F(Integrity, ReturnsAtOnceAfterAStop)
     download_stop_requested = false;
 }
 
-TEST_F(Integrity, MakesVerifiedInstallersExecutableAndNothingElse)
+TEST_F(Integrity, MakesOnlyVerifiedInstallersExecutable)
 {
     load_one();
     put(content_of("one"));
@@ -138,7 +138,7 @@ TEST_F(Integrity, MakesVerifiedInstallersExecutableAndNothingElse)
     EXPECT_EQ(std::filesystem::status(dir / "dl/two.vdz").permissions(), before);
 }
 
-TEST_F(Integrity, LeavesNoTaskBehind)
+TEST_F(Integrity, LeavesNoTaskRunning)
 {
     load_one();
     put(content_of("one"));
@@ -176,7 +176,7 @@ TEST_F(Integrity, IsShownByAView)
     EXPECT_EQ(view.states.back(), std::pair(one, VINST_INTEGRITY_STATE::failed));
 }
 
-TEST_F(Integrity, LogsHowLongASumTook)
+TEST_F(Integrity, LogsHowLongAChecksumTook)
 {
     load_one();
     const std::string path = dir.write("file", "abc").string();

@@ -111,7 +111,7 @@ const HOSTILE_SCRIPT hostile_scripts[] = {
 
 }
 
-TEST_F(PacRunnerTest, YieldsWhatTheScriptAnswers)
+TEST_F(PacRunnerTest, ReturnsTheScriptsResult)
 {
     EXPECT_EQ(run(returning("'PROXY ' + host + ':1; ' + url")),
               "PROXY dl.example:1; http://dl.example/x");
@@ -119,19 +119,19 @@ TEST_F(PacRunnerTest, YieldsWhatTheScriptAnswers)
     EXPECT_EQ(run(returning("''")), "");
 }
 
-TEST_F(PacRunnerTest, KeepsEveryLetter)
+TEST_F(PacRunnerTest, KeepsEveryCharacter)
 {
     EXPECT_EQ(run(QString::fromUtf8("/* grüße \u2028 */ ") + returning(QString::fromUtf8("'ü€😀'"))),
               "ü€😀");
 }
 
-TEST_F(PacRunnerTest, LogsWhatTheScriptSays)
+TEST_F(PacRunnerTest, LogsTheScriptsOutput)
 {
     EXPECT_EQ(run("alert('one\\ntwo'); " + returning("'DIRECT'")), "DIRECT");
     EXPECT_TRUE(log_holds("[debug] autoproxy script: alert: one two\n"));
 }
 
-TEST_F(PacRunnerTest, TakesTheDirectiveFromABrokenScript)
+TEST_F(PacRunnerTest, ExtractsTheDirectiveFromABrokenScript)
 {
     EXPECT_EQ(run("function FindProxyForURL( { return \"PROXY a:1\" }"), "PROXY a:1");
     EXPECT_TRUE(log_holds("autoproxy script: The script fails in line 1: SyntaxError"));
@@ -169,7 +169,7 @@ TEST_F(PacRunnerTest, HidesTheEnvironmentFromItsHelper)
     EXPECT_EQ(seen.find("HOME="), std::string::npos) << seen;
 }
 
-TEST_F(PacRunnerTest, SaysThatTheHelperIsMissing)
+TEST_F(PacRunnerTest, ReportsThatTheHelperIsMissing)
 {
     helper = "/nonexistent/vinst_pac";
     EXPECT_EQ(run(returning("'PROXY a:1'")), "(none)");
@@ -178,7 +178,7 @@ TEST_F(PacRunnerTest, SaysThatTheHelperIsMissing)
                   "started: "));
 }
 
-TEST_F(PacRunnerTest, SaysThatTheHelperDied)
+TEST_F(PacRunnerTest, ReportsThatTheHelperDied)
 {
     // Its own limits come first, however busy the machine is.
     longest = long_enough;
@@ -186,19 +186,19 @@ TEST_F(PacRunnerTest, SaysThatTheHelperDied)
     EXPECT_TRUE(log_holds("No proxy from the autoproxy file: it went beyond its limits"));
 }
 
-TEST_F(PacRunnerTest, SaysThatTheScriptIsTooLarge)
+TEST_F(PacRunnerTest, ReportsThatTheScriptIsTooLarge)
 {
     EXPECT_EQ(run(QString(1024 * 1024 + 1, ' ')), "(none)");
     EXPECT_TRUE(log_holds("No proxy from the autoproxy file: it is larger than 1 MiB"));
 }
 
-TEST_F(PacRunnerTest, TakesAScriptOfOneMebibyte)
+TEST_F(PacRunnerTest, AcceptsAScriptOfOneMebibyte)
 {
     const QString script = returning("'PROXY a:1'");
     EXPECT_EQ(run(QString(1024 * 1024 - script.size(), ' ') + script), "PROXY a:1");
 }
 
-TEST_F(PacRunnerTest, EndsTheHelperWhenTheTimeIsOver)
+TEST_F(PacRunnerTest, EndsTheHelperAtTheTimeLimit)
 {
     EXPECT_EQ(run("while (true) {}", 300ms), "(none)");
     EXPECT_TRUE(duration.within(1500ms));
@@ -225,7 +225,7 @@ TEST_F(PacRunnerTest, EndsTheHelperAtAStop)
     EXPECT_TRUE(log_holds("No proxy from the autoproxy file: the run is to stop"));
 }
 
-TEST_P(HostileScript, IsOverSoonAndYieldsNothing)
+TEST_P(HostileScript, EndsSoonAndYieldsNothing)
 {
     EXPECT_EQ(run(GetParam().script), "(none)");
     EXPECT_TRUE(duration.within(6s));

@@ -111,20 +111,20 @@ TEST_F(ProxyTest, OfTheSystemKeepsItsCredentials)
     EXPECT_FALSE(log_holds("ss"));
 }
 
-TEST_F(ProxyTest, OfTheSystemMaySpeakSocks)
+TEST_F(ProxyTest, OfTheSystemMayUseSocks)
 {
     set_download_url("http://dl.example/release");
     EXPECT_EQ(system_proxy({{"http_proxy", "socks5://h:1080"}}), "socks5://h:1080");
 }
 
-TEST_F(ProxyTest, OfTheSystemIsNoneWhereTheHostIsExcepted)
+TEST_F(ProxyTest, OfTheSystemIsNotUsedForAnExcludedHost)
 {
     set_download_url("http://dl.example/release");
     EXPECT_EQ(system_proxy({{"http_proxy", "http://h:3128"}, {"no_proxy", "dl.example"}}), "");
     EXPECT_TRUE(log_holds("[debug] proxyType: NoProxy\n"));
 }
 
-TEST_F(ProxyTest, OfTheSystemIsLeftToTheTransferWhereItCanNotBeRead)
+TEST_F(ProxyTest, OfTheSystemIsLeftToTheTransferIfItCannotBeRead)
 {
     set_download_url("http://dl.example/release");
     EXPECT_EQ(system_proxy({}), "");
@@ -147,7 +147,7 @@ TEST_F(ProxyTest, OfAScriptIsTheOneForTheDownloadAddress)
     EXPECT_FALSE(log_holds("secret"));
 }
 
-TEST_F(ProxyTest, OfAScriptHasEveryLineOfItInTheLog)
+TEST_F(ProxyTest, OfAScriptLogsEveryLineOfTheScript)
 {
     EXPECT_EQ(pac_proxy("// \x1b[2Jone\r\n" + returning("'PROXY a:1'")), "a:1");
     EXPECT_TRUE(log_holds("[debug] " + returning("'PROXY a:1'") + "\n"));
@@ -189,7 +189,7 @@ TEST_F(ProxyTest, OfAnUnreachableServerIsNone)
     EXPECT_FALSE(discovery->get_pac_proxy("").has_host());
 }
 
-TEST_F(ProxyTest, OfAScriptIsFetchedDirectlyWhateverTheEnvironmentSays)
+TEST_F(ProxyTest, OfAScriptIsFetchedDirectlyDespiteTheEnvironment)
 {
     const VARIABLES dead(
         VALUES{{"http_proxy", "http://127.0.0.1:1"}, {"ALL_PROXY", "http://127.0.0.1:1"}});
@@ -202,7 +202,7 @@ TEST_F(ProxyTest, OfAScriptBehindARedirectIsFound)
     EXPECT_EQ(pac_proxy("", {FAULT::redirect(302, server.url("/real.pac"))}), "a:1");
 }
 
-TEST_F(ProxyTest, OfAHugeScriptIsNotEvenFetched)
+TEST_F(ProxyTest, OfAHugeScriptIsNotFetched)
 {
     const std::string script = std::string(5 * 1024 * 1024, ' ') + returning("'PROXY a:1'");
     EXPECT_EQ(pac_proxy(script), "");
@@ -210,14 +210,14 @@ TEST_F(ProxyTest, OfAHugeScriptIsNotEvenFetched)
     EXPECT_TRUE(log_holds("No autoproxy file: Httpcode: 200, Curlcode: 42"));
 }
 
-TEST_F(ProxyTest, OfAServerThatStallsIsGivenUpInTime)
+TEST_F(ProxyTest, OfAStalledServerTimesOut)
 {
     const STOPWATCH watch;
     EXPECT_EQ(pac_proxy(returning("'PROXY a:1'"), {FAULT::stall_after(3)}), "");
     EXPECT_TRUE(watch.within(10s));
 }
 
-TEST_F(ProxyTest, SearchEndsAtOnceWhenTheProcessEnds)
+TEST_F(ProxyTest, DetectionEndsImmediatelyWhenTheProcessEnds)
 {
     server.serve("/wpad.dat", returning("'PROXY a:1'"), {FAULT::stall_before_headers()});
     std::optional<STOPWATCH> since_stop;
@@ -242,7 +242,7 @@ TEST_F(ProxyTest, OfAScriptLeavesNoFileBehind)
     EXPECT_EQ(list_tree(dir / "tmp"), std::vector<std::string>{});
 }
 
-TEST_F(ProxyTest, OfAScriptOfThisMachineIsFound)
+TEST_F(ProxyTest, OfALocalScriptIsFound)
 {
     write_file(dir / "own.pac", returning("'PROXY a:1'"));
     const QUrl own = QUrl::fromLocalFile(QString::fromStdString((dir / "own.pac").string()));
@@ -252,7 +252,7 @@ TEST_F(ProxyTest, OfAScriptOfThisMachineIsFound)
     EXPECT_TRUE(log_holds("[debug] No autoproxy file: /dev/zero can't be read\n"));
 }
 
-TEST_F(ProxyTest, OfTheBrowserIsItsManualOne)
+TEST_F(ProxyTest, OfTheBrowserIsItsManualProxy)
 {
     write_preferences("user_pref(\"network.proxy.type\", 1);\n"
                       "user_pref(\"network.proxy.http\", \"h\");\r\n"
@@ -265,7 +265,7 @@ TEST_F(ProxyTest, OfTheBrowserIsItsManualOne)
     EXPECT_TRUE(log_holds("[debug] network.proxy.http_port: 3128\n"));
 }
 
-TEST_F(ProxyTest, OfTheBrowserMayBeLeftToAScript)
+TEST_F(ProxyTest, OfTheBrowserMayComeFromAScript)
 {
     write_preferences("user_pref(\"network.proxy.type\", 2);\n"
                       "user_pref(\"network.proxy.autoconfig_url\", \"http://me:secret@p/a.pac\");");
@@ -280,7 +280,7 @@ TEST_F(ProxyTest, OfTheBrowserIsNoneWithoutABrowser)
     EXPECT_EQ(autoconfig_url, "");
 }
 
-TEST_F(ProxyTest, OfTheBrowserSkipsFilesThatCanNotBeRead)
+TEST_F(ProxyTest, OfTheBrowserSkipsUnreadableFiles)
 {
     write_preferences("user_pref(\"network.proxy.type\", 1);");
     std::filesystem::create_directories(dir / "home/.mozilla/firefox/y/prefs.js");
@@ -291,7 +291,7 @@ TEST_F(ProxyTest, OfTheBrowserSkipsFilesThatCanNotBeRead)
     EXPECT_EQ(browser_proxy(), "h:3128");
 }
 
-TEST_F(ProxyTest, IsNotLookedForWhereThatIsForbidden)
+TEST_F(ProxyTest, IsNotDetectedIfDetectionIsDisabled)
 {
     const VARIABLES off(VALUES{{"VINST_NO_PROXY_DISCOVERY", "1"}});
     EXPECT_FALSE(discovery->discover().has_host());

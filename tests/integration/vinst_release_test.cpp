@@ -199,7 +199,7 @@ TEST(ReleaseTool, ListsItsCommands)
     EXPECT_EQ(run.errors, "");
 }
 
-TEST(ReleaseTool, TellsHowToUseEachCommand)
+TEST(ReleaseTool, PrintsUsageForEachCommand)
 {
     EXPECT_THAT(run_release_tool({"make", "--help"}).output,
                 AllOf(StartsWith("Usage: vinst_release make DESCRIPTION OUT [options...]\n"),
@@ -212,7 +212,7 @@ TEST(ReleaseTool, TellsHowToUseEachCommand)
                       HasSubstr("--address ADDRESS")));
 }
 
-TEST(ReleaseTool, RefusesWhatItDoesNotUnderstand)
+TEST(ReleaseTool, RefusesInvalidArguments)
 {
     struct CASE
     {
@@ -245,7 +245,7 @@ TEST(ReleaseTool, RefusesWhatItDoesNotUnderstand)
     }
 }
 
-TEST(ReleaseTool, MakesAReleaseThatItsCheckPasses)
+TEST(ReleaseTool, MakesAReleaseThatPassesItsCheck)
 {
     const TEMP_DIR dir;
     dir.write("base.run", pattern(5000000));
@@ -277,7 +277,7 @@ TEST(ReleaseTool, MakesAReleaseThatItsCheckPasses)
                       HasSubstr("\n1 component, 2 files read, 3 faults\n")));
 }
 
-TEST(ReleaseTool, TellsEveryFaultOfADescription)
+TEST(ReleaseTool, ReportsEveryFaultOfADescription)
 {
     const TEMP_DIR dir;
     dir.write("description.json", R"({"edition": "pro", "version": "5.2", "components": [
@@ -309,7 +309,7 @@ TEST(ReleaseTool, RedrawsItsProgressOnATerminal)
                 HasSubstr("\rMeasuring: 1 of 1 file, 4.77 MB of 4.77 MB (100%)\x1b[K\r\x1b[K"));
 }
 
-TEST_F(ReleaseServer, GivesWholeFilesAndTheirTypes)
+TEST_F(ReleaseServer, ServesCompleteFilesAndTheirTypes)
 {
     const std::string data = pattern(3000000);
     m_dir.write("served/a b.run", data);
@@ -338,7 +338,7 @@ TEST_F(ReleaseServer, AnswersAHeadRequestWithoutABody)
     EXPECT_EQ(answer.body, "");
 }
 
-TEST_F(ReleaseServer, GivesSingleRanges)
+TEST_F(ReleaseServer, ServesSingleRanges)
 {
     m_dir.write("served/file", "0123456789");
     serve();
@@ -381,7 +381,7 @@ TEST_F(ReleaseServer, RefusesRangesBeyondTheEnd)
                 StartsWith("HTTP/1.1 416 "));
 }
 
-TEST_F(ReleaseServer, GivesTheWholeFileForSeveralRangesOrAnotherContent)
+TEST_F(ReleaseServer, ServesTheCompleteFileForSeveralRangesOrChangedContent)
 {
     m_dir.write("served/file", "0123456789");
     serve();
@@ -393,7 +393,7 @@ TEST_F(ReleaseServer, GivesTheWholeFileForSeveralRangesOrAnotherContent)
     EXPECT_EQ(changed.body, "0123456789");
 }
 
-TEST_F(ReleaseServer, ResumesWithTheTagThatItGave)
+TEST_F(ReleaseServer, ResumesWithItsETag)
 {
     m_dir.write("served/file", "0123456789");
     serve();
@@ -403,7 +403,7 @@ TEST_F(ReleaseServer, ResumesWithTheTagThatItGave)
     EXPECT_EQ(get("/file", "Range: bytes=8-\r\nIf-Range: " + tag + "\r\n").body, "89");
 }
 
-TEST_F(ReleaseServer, LeadsNowhereOutside)
+TEST_F(ReleaseServer, ServesNothingOutsideItsDirectory)
 {
     m_dir.write("served/file", "inside");
     m_dir.write("secret", "secret");
@@ -418,7 +418,7 @@ TEST_F(ReleaseServer, LeadsNowhereOutside)
     }
 }
 
-TEST_F(ReleaseServer, TakesNoOtherMethods)
+TEST_F(ReleaseServer, RejectsOtherMethods)
 {
     m_dir.write("served/file", "inside");
     serve();
@@ -444,7 +444,7 @@ TEST_F(ReleaseServer, AnswersManyRequestsOnOneConnection)
     }
 }
 
-TEST_F(ReleaseServer, TakesNoMoreMemoryForSixLargeFilesThanForSixSmallOnes)
+TEST_F(ReleaseServer, UsesNoMoreMemoryForLargeFilesThanForSmallOnes)
 {
     constexpr std::uint64_t mib = 1ULL << 20;
     const auto peak_memory = [this](std::uint64_t size)
@@ -465,7 +465,7 @@ TEST_F(ReleaseServer, TakesNoMoreMemoryForSixLargeFilesThanForSixSmallOnes)
     EXPECT_LT(large, small + 48 * mib);
 }
 
-TEST_F(ReleaseServer, HoldsEachConnectionToItsRate)
+TEST_F(ReleaseServer, LimitsTheRateOfEachConnection)
 {
     m_dir.write("served/file", pattern(2000000, 10));
     serve({"--rate", "1000000"});
@@ -478,7 +478,7 @@ TEST_F(ReleaseServer, HoldsEachConnectionToItsRate)
     EXPECT_GE(elapsed, 1900ms);
 }
 
-TEST_F(ReleaseServer, EndsInAnOrderlyWayWithATransferUnderWay)
+TEST_F(ReleaseServer, ShutsDownCleanlyDuringATransfer)
 {
     m_dir.write("served/file", pattern(2000000, 11));
     for (const int signal_number : {SIGINT, SIGTERM})
@@ -499,7 +499,7 @@ TEST_F(ReleaseServer, EndsInAnOrderlyWayWithATransferUnderWay)
     }
 }
 
-TEST_F(ReleaseServer, TellsThatItsPortIsTaken)
+TEST_F(ReleaseServer, ReportsThatItsPortIsTaken)
 {
     m_dir.make_dir("served");
     serve();
@@ -510,7 +510,7 @@ TEST_F(ReleaseServer, TellsThatItsPortIsTaken)
                                  std::to_string(m_port) + ": Address already in use\n");
 }
 
-TEST_F(ReleaseServer, TellsThatItsDirectoryIsNone)
+TEST_F(ReleaseServer, ReportsThatItsDirectoryIsInvalid)
 {
     const TOOL_RUN run = run_release_tool({"serve", m_dir.str() + "/none"});
     EXPECT_EQ(run.exit_code, 1);

@@ -19,7 +19,7 @@ TEST(MovedOntoScreen, LeavesAWindowWhereItCanBeSeen)
     EXPECT_EQ(afcq_moved_onto_screen({2000, 50, 800, 600}, screens), QRect(2000, 50, 800, 600));
 }
 
-TEST(MovedOntoScreen, BringsALostWindowBack)
+TEST(MovedOntoScreen, MovesAnOffScreenWindowBack)
 {
     const std::vector<QRect> screens = {{0, 0, 1920, 1080}};
     EXPECT_EQ(afcq_moved_onto_screen({5000, 4000, 800, 600}, screens), QRect(1120, 480, 800, 600));
@@ -34,7 +34,7 @@ TEST(MovedOntoScreen, ShrinksAWindowThatIsTooLarge)
     EXPECT_EQ(afcq_moved_onto_screen({1, 2, 3, 4}, {}), QRect(1, 2, 3, 4));
 }
 
-TEST(AfcqDialog, ComesBackWhereItWas)
+TEST(AfcqDialog, RestoresItsPosition)
 {
     AFCQ_DIALOG first;
     first.setGeometry(40, 30, 300, 200);
@@ -57,7 +57,7 @@ TEST(AfcqDialog, FitsTheScreenWhenItIsShown)
     EXPECT_LT(dialog.height(), screen.height()) << "there is no room for the title bar";
 }
 
-TEST(AfcqDialog, FitsTheScreenThoughItWasStoredOnALargerOne)
+TEST(AfcqDialog, FitsTheScreenWhenStoredOnALargerOne)
 {
     const QRect screen = QApplication::primaryScreen()->availableGeometry();
     AFCQ_DIALOG first;
@@ -70,7 +70,7 @@ TEST(AfcqDialog, FitsTheScreenThoughItWasStoredOnALargerOne)
     EXPECT_LT(second.height(), screen.height()) << "there is no room for the title bar";
 }
 
-TEST(AfcqDialog, IgnoresOtherBytes)
+TEST(AfcqDialog, IgnoresInvalidGeometry)
 {
     AFCQ_DIALOG dialog;
     dialog.resize(321, 123);
@@ -79,7 +79,7 @@ TEST(AfcqDialog, IgnoresOtherBytes)
     EXPECT_EQ(dialog.size(), QSize(321, 123));
 }
 
-TEST(LineEditBrowseButton, AsksToBrowse)
+TEST(LineEditBrowseButton, RequestsBrowsingWhenClicked)
 {
     AFCQ_LINE_EDIT_BROWSE_BUTTON edit;
     edit.setAccessibleName("Download directory");

@@ -179,7 +179,7 @@ TEST(AfcqImages, IconsButTheLogoAreSquare)
         EXPECT_EQ(render(number, 64).size(), QSize(64, 64)) << number;
 }
 
-TEST(AfcqImages, LogoIsThreeTimesAsWideAsHighAndFillsItsPlace)
+TEST(AfcqImages, LogoIsThreeTimesAsWideAsHighAndFillsItsPixmap)
 {
     const QPixmap logo = afcq_get_pixmap(afcq_logo, QSize(120, 40), 2.0);
     EXPECT_EQ(logo.size(), QSize(240, 80));
@@ -191,7 +191,7 @@ TEST(AfcqImages, LogoKeepsItsProportionsInASquare)
     EXPECT_EQ(render(afcq_logo, 60).size(), QSize(60, 20));
 }
 
-TEST(AfcqImages, StatusIconsDifferInShapeAndNotOnlyInColour)
+TEST(AfcqImages, StatusIconsDifferInShapeAndColour)
 {
     for (const int side : {16, 64})
     {
@@ -207,7 +207,7 @@ TEST(AfcqImages, StatusIconsDifferInShapeAndNotOnlyInColour)
     }
 }
 
-TEST(AfcqImages, StatusIconsAreToldApartWithoutColourOnEveryRow)
+TEST(AfcqImages, StatusIconsAreDistinctWithoutColourOnEveryRow)
 {
     for (const QColor& row : all_rows)
         for (const int side : {16, 64})
@@ -224,7 +224,7 @@ TEST(AfcqImages, StatusIconsAreToldApartWithoutColourOnEveryRow)
         }
 }
 
-TEST(AfcqImages, StatusIconsStandOutOnEveryRow)
+TEST(AfcqImages, StatusIconsContrastWithEveryRow)
 {
     for (const QColor& row : all_rows)
         for (const int number : status_icons)
@@ -234,7 +234,7 @@ TEST(AfcqImages, StatusIconsStandOutOnEveryRow)
         }
 }
 
-TEST_P(CheckingMovie, HasItsSizeAndOneDelayForAllFrames)
+TEST_P(CheckingMovie, HasAFixedSizeAndOneDelayForAllFrames)
 {
     const auto movie = afcq_get_movie(afcq_checking_movie, GetParam().ratio);
     ASSERT_TRUE(movie->isValid());
@@ -259,7 +259,7 @@ TEST_P(CheckingMovie, HasItsSizeAndOneDelayForAllFrames)
     EXPECT_EQ(afcq_get_frame_delay(afcq_checking_movie), 100);
 }
 
-TEST_P(CheckingMovie, MovesWithinOneOutlineThatIsFreeAtCornersAndMiddle)
+TEST_P(CheckingMovie, MovesWithinARingThatLeavesCornersAndCentreEmpty)
 {
     const auto movie = afcq_get_movie(afcq_checking_movie, GetParam().ratio);
 
@@ -279,7 +279,7 @@ TEST_P(CheckingMovie, MovesWithinOneOutlineThatIsFreeAtCornersAndMiddle)
     }
 }
 
-TEST_P(CheckingMovie, StandsOutOnEveryRow)
+TEST_P(CheckingMovie, ContrastsWithEveryRow)
 {
     const auto movie = afcq_get_movie(afcq_checking_movie, GetParam().ratio);
 
@@ -299,7 +299,7 @@ INSTANTIATE_TEST_SUITE_P(AfcqImages, CheckingMovie,
                                          MOVIE_CASE{2.0, 32}, MOVIE_CASE{3.0, 48},
                                          MOVIE_CASE{4.0, 48}));
 
-TEST(AfcqImages, AnUnknownNumberGivesNothing)
+TEST(AfcqImages, UnknownImageNumberYieldsNoImage)
 {
     EXPECT_TRUE(afcq_get_icon(unknown_number).isNull());
     EXPECT_EQ(afcq_get_frame_delay(unknown_number), 0);

@@ -79,7 +79,7 @@ protected:
 
 }
 
-TEST_P(Indicator, HasAnEdgeToBeSeenByInADarkPalette)
+TEST_P(Indicator, HasAVisibleOutlineInADarkPalette)
 {
     for (const QPalette::ColorRole ground : {QPalette::Base, QPalette::Window})
     {
@@ -88,7 +88,7 @@ TEST_P(Indicator, HasAnEdgeToBeSeenByInADarkPalette)
     }
 }
 
-TEST_P(Indicator, IsFusionsOwnInALightPalette)
+TEST_P(Indicator, IsDrawnByFusionInALightPalette)
 {
     const std::unique_ptr<QStyle> fusion(QStyleFactory::create("Fusion"));
     EXPECT_EQ(indicator(GetParam(), light, Qt::white, style),
@@ -100,7 +100,7 @@ INSTANTIATE_TEST_SUITE_P(AfcqStyle, Indicator,
                                            QStyle::PE_IndicatorItemViewItemCheck,
                                            QStyle::PE_IndicatorRadioButton));
 
-TEST(AfcqStyle, KnowsDarkPalettes)
+TEST(AfcqStyle, DetectsDarkPalettes)
 {
     EXPECT_TRUE(afcq_is_dark(dark));
     EXPECT_FALSE(afcq_is_dark(light));

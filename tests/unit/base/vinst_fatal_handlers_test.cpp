@@ -43,7 +43,7 @@ TEST(FatalHandlersDeathTest, EndATerminatedProcessWithCode2)
         ExitedWithCode(2), terminated);
 }
 
-TEST(FatalHandlersDeathTest, TellATerminationWithinATermination)
+TEST(FatalHandlersDeathTest, ReportATerminationDuringTermination)
 {
     EXPECT_EXIT(
         {
@@ -54,7 +54,7 @@ TEST(FatalHandlersDeathTest, TellATerminationWithinATermination)
         ExitedWithCode(2), "^\n\\*\\*\\* Internal Error: Recursive termination requested.\n$");
 }
 
-TEST(FatalHandlersDeathTest, TellWhenTheTerminationItselfFails)
+TEST(FatalHandlersDeathTest, ReportThatTheTerminationItselfFailed)
 {
     EXPECT_EXIT(
         {
@@ -66,7 +66,7 @@ TEST(FatalHandlersDeathTest, TellWhenTheTerminationItselfFails)
         "^\n\\*\\*\\* Fatal Error: Failed to complete termination procedures\n$");
 }
 
-TEST(FatalHandlersDeathTest, EndAProcessWithoutMemoryThroughTheSameDoor)
+TEST(FatalHandlersDeathTest, EndAProcessThatIsOutOfMemoryInTheSameWay)
 {
     EXPECT_EXIT(
         {
@@ -77,7 +77,7 @@ TEST(FatalHandlersDeathTest, EndAProcessWithoutMemoryThroughTheSameDoor)
         ExitedWithCode(2), "^Out of memory.\nFatal error: Program termination requested.");
 }
 
-TEST(FatalHandlersDeathTest, EndAFailedAssertionWithItsConditionAndPlace)
+TEST(FatalHandlersDeathTest, ReportTheConditionAndPlaceOfAFailedAssertion)
 {
     EXPECT_EXIT(
         {
@@ -89,7 +89,7 @@ TEST(FatalHandlersDeathTest, EndAFailedAssertionWithItsConditionAndPlace)
         "line " VINST_DIGITS "\nFatal error: Program termination requested.");
 }
 
-TEST(MainGlobals, SwitchFatalHandlingOffForADeveloperOnly)
+TEST(MainGlobals, DisableFatalHandlingForADeveloperOnly)
 {
     EXPECT_TRUE(main_eh_enabled());
     qputenv("VINST_DEBUG", "");
@@ -107,7 +107,7 @@ TEST(MainGlobals, RememberWhetherTerminationIsUnderWay)
     EXPECT_FALSE(main_terminate_called(0));
 }
 
-TEST(FatalHandlersDeathTest, LeaveTheLastWordOnATerminationToAHostsCallback)
+TEST(FatalHandlersDeathTest, LetAHostsCallbackEndATermination)
 {
     EXPECT_EXIT(
         {
@@ -118,7 +118,7 @@ TEST(FatalHandlersDeathTest, LeaveTheLastWordOnATerminationToAHostsCallback)
         ExitedWithCode(2), "^the host's words\n$");
 }
 
-TEST(FatalHandlersDeathTest, TellAnExceptionThatNobodyCaught)
+TEST(FatalHandlersDeathTest, ReportAnUncaughtException)
 {
     EXPECT_EXIT(
         {
@@ -128,7 +128,7 @@ TEST(FatalHandlersDeathTest, TellAnExceptionThatNobodyCaught)
         ExitedWithCode(2), terminated);
 }
 
-TEST(FatalHandlersDeathTest, WriteWhatWasPrintedBefore)
+TEST(FatalHandlersDeathTest, FlushWhatWasPrintedBefore)
 {
     EXPECT_EXIT(
         {
@@ -142,7 +142,7 @@ TEST(FatalHandlersDeathTest, WriteWhatWasPrintedBefore)
         ExitedWithCode(2), "^printed before, Fatal error: Program termination requested.");
 }
 
-TEST(FatalHandlersDeathTest, BeginWithTheMarkOfTerminationCleared)
+TEST(FatalHandlersDeathTest, StartWithTheTerminationFlagCleared)
 {
     EXPECT_EXIT(
         {

@@ -31,7 +31,7 @@ int endless(volatile int* depth)
 
 }
 
-TEST(FatalHandlersDeathTest, TellTheSignalAndEndWithCode2)
+TEST(FatalHandlersDeathTest, ReportTheSignalAndEndWithCode2)
 {
     for (const auto& [signal_number, text] :
          {std::pair{SIGSEGV,
@@ -60,7 +60,7 @@ TEST(FatalHandlersDeathTest, WorkOnAnotherThread)
         ExitedWithCode(2), "^Fatal error: SE 11 thrown");
 }
 
-TEST(FatalHandlersDeathTest, LeaveTheLastWordToAHostsCallback)
+TEST(FatalHandlersDeathTest, LetAHostsCallbackEndTheProcess)
 {
     EXPECT_EXIT(
         {
@@ -85,7 +85,7 @@ TEST(FatalHandlersDeathTest, AreNotInstalledForADeveloper)
 
 #if !defined(__SANITIZE_THREAD__)
 // The sanitizer blocks all signals while a handler runs.
-TEST(FatalHandlersDeathTest, TellAFaultWithinTheHandlingOfAFault)
+TEST(FatalHandlersDeathTest, ReportAFaultDuringFaultHandling)
 {
     EXPECT_EXIT(
         {
@@ -97,7 +97,7 @@ TEST(FatalHandlersDeathTest, TellAFaultWithinTheHandlingOfAFault)
 }
 #endif
 
-TEST(FatalHandlersDeathTest, TellAFaultWithinATermination)
+TEST(FatalHandlersDeathTest, ReportAFaultDuringTermination)
 {
     EXPECT_EXIT(
         {
@@ -110,7 +110,7 @@ TEST(FatalHandlersDeathTest, TellAFaultWithinATermination)
 
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 // The sanitizers bring guard pages and handlers of their own for this one.
-TEST(FatalHandlersDeathTest, SurviveAStackThatOverflowed)
+TEST(FatalHandlersDeathTest, SurviveAStackOverflow)
 {
     EXPECT_EXIT(
         {

@@ -42,7 +42,7 @@ int endless(volatile int* depth)
 
 }
 
-TEST(FatalHandlersDeathTest, TellAnAccessViolationOnTheMainThread)
+TEST(FatalHandlersDeathTest, ReportAnAccessViolationOnTheMainThread)
 {
     EXPECT_EXIT(
         {
@@ -52,7 +52,7 @@ TEST(FatalHandlersDeathTest, TellAnAccessViolationOnTheMainThread)
         ExitedWithCode(2), access_violation);
 }
 
-TEST(FatalHandlersDeathTest, TellAnAccessViolationOnAWorker)
+TEST(FatalHandlersDeathTest, ReportAnAccessViolationOnAWorker)
 {
     EXPECT_EXIT(
         {
@@ -62,7 +62,7 @@ TEST(FatalHandlersDeathTest, TellAnAccessViolationOnAWorker)
         ExitedWithCode(2), access_violation);
 }
 
-TEST(FatalHandlersDeathTest, TellAnyOtherException)
+TEST(FatalHandlersDeathTest, ReportAnyOtherException)
 {
     EXPECT_EXIT(
         {
@@ -72,7 +72,7 @@ TEST(FatalHandlersDeathTest, TellAnyOtherException)
         ExitedWithCode(2), "^Fatal error: SE -1073741676 thrown. ");
 }
 
-TEST(FatalHandlersDeathTest, SurviveAStackThatOverflowed)
+TEST(FatalHandlersDeathTest, SurviveAStackOverflow)
 {
     EXPECT_EXIT(
         {
@@ -83,7 +83,7 @@ TEST(FatalHandlersDeathTest, SurviveAStackThatOverflowed)
         ExitedWithCode(2), "^Fatal error: SE -1073741571 thrown. ");
 }
 
-TEST(FatalHandlersDeathTest, LeaveTheLastWordToAHostsCallback)
+TEST(FatalHandlersDeathTest, LetAHostsCallbackEndTheProcess)
 {
     EXPECT_EXIT(
         {
@@ -94,7 +94,7 @@ TEST(FatalHandlersDeathTest, LeaveTheLastWordToAHostsCallback)
         ExitedWithCode(2), "^code c0000005\n$");
 }
 
-TEST(FatalHandlersDeathTest, TellAFaultWithinTheHandlingOfAFault)
+TEST(FatalHandlersDeathTest, ReportAFaultDuringFaultHandling)
 {
     EXPECT_EXIT(
         {
@@ -105,7 +105,7 @@ TEST(FatalHandlersDeathTest, TellAFaultWithinTheHandlingOfAFault)
         ExitedWithCode(2), "Internal Error: Recursive termination requested.\n$");
 }
 
-TEST(FatalHandlersDeathTest, TellAFaultWithinATermination)
+TEST(FatalHandlersDeathTest, ReportAFaultDuringTermination)
 {
     EXPECT_EXIT(
         {

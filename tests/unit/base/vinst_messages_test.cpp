@@ -132,14 +132,14 @@ using LINES = std::vector<std::string>;
 
 }
 
-TEST_F(Messages, SayEveryTextToTheLetter)
+TEST_F(Messages, HaveTheirExactTexts)
 {
     EXPECT_EQ(all_texts().size(), 44U);
     for (const auto& [id, text] : all_texts())
         EXPECT_EQ(message(id), text) << id;
 }
 
-TEST_F(Messages, FillArgumentsInByTheirNumber)
+TEST_F(Messages, InsertArgumentsByNumber)
 {
     EXPECT_EQ(message("DIR_SPECIFIED_PATH", "Download", "C:\\dl"),
               "Download directory is set to: C:\\dl");
@@ -155,18 +155,18 @@ TEST_F(Messages, KeepThePlaceholderOfAnEmptyArgument)
               "Directory <ARG1> is not writable. Download aborted.");
 }
 
-TEST_F(Messages, ExpandReplacementFormatsInArguments)
+TEST_F(Messages, ExpandPlaceholdersInArguments)
 {
     EXPECT_EQ(message("ERROR_CORRUPTED_FILE", "$&"), message("ERROR_CORRUPTED_FILE"));
     EXPECT_EQ(message("TEST_DOWNLOAD_RESULTS", "a$$b"), "Test download -> a$b");
 }
 
-TEST_F(Messages, KnowNoTextForAnUnknownId)
+TEST_F(Messages, HaveNoTextForAnUnknownId)
 {
     EXPECT_EQ(message("NO_SUCH_ID", "x"), "");
 }
 
-TEST_F(Messages, EchoReportsOnlyWhenAsked)
+TEST_F(Messages, EchoReportsOnlyOnRequest)
 {
     EXPECT_EQ(printed_by_report("quiet", false), "");
     messages().echo_to_console = true;
@@ -182,14 +182,14 @@ TEST_F(Messages, LogReportsByTheirSeverity)
     EXPECT_EQ(log_lines(), (LINES{"[info] good", "[error] bad"}));
 }
 
-TEST_F(Messages, LoseNoLineForAPercentSign)
+TEST_F(Messages, KeepLinesWithPercentSigns)
 {
     messages().open_log();
     printed_by_report("50% of %s and %n %", false);
     EXPECT_EQ(log_lines(), (LINES{"[info] 50% of %s and %n %"}));
 }
 
-TEST_F(Messages, WriteDebugLinesOnlyAfterAsking)
+TEST_F(Messages, WriteDebugLinesOnlyIfEnabled)
 {
     messages().open_log();
     run_log().debug("hidden");
@@ -208,7 +208,7 @@ TEST_F(Messages, WriteNothingAfterTheLogIsClosed)
     EXPECT_EQ(log_lines(), (LINES{"[info] one"}));
 }
 
-TEST_F(Messages, SayEarlyTextsInABoxFromTheGraphicalHostAlone)
+TEST_F(Messages, ShowEarlyTextsInABoxOnlyInTheGraphicalHost)
 {
     std::vector<std::pair<std::string, bool>> boxes;
     set_message_box([&boxes](const std::string& text, bool is_error)
@@ -221,7 +221,7 @@ TEST_F(Messages, SayEarlyTextsInABoxFromTheGraphicalHostAlone)
     set_message_box({});
 }
 
-TEST_F(Messages, FillArgumentsInOneAfterTheOther)
+TEST_F(Messages, InsertArgumentsOneAfterTheOther)
 {
     EXPECT_EQ(message("DIR_SPECIFIED_PATH", "<ARG2>", "x"), "x directory is set to: x");
     EXPECT_EQ(message("DIR_SPECIFIED_PATH", "x", "<ARG1>"), "x directory is set to: <ARG1>");
@@ -231,21 +231,21 @@ TEST_F(Messages, FillArgumentsInOneAfterTheOther)
               "Directory a is not writable. b aborted.");
 }
 
-TEST_F(Messages, TakeArgumentsOfAnyLength)
+TEST_F(Messages, AcceptArgumentsOfAnyLength)
 {
     const std::string path(1000000, 'x');
     EXPECT_EQ(message("MSG_VIEW_EULA", path),
               "You can view the Orvane License Agreement in " + path + ".");
 }
 
-TEST_F(Messages, StayEmptyForAnUnknownIdHoweverOftenItIsAsked)
+TEST_F(Messages, StayEmptyForARepeatedUnknownId)
 {
     EXPECT_EQ(message("NO_SUCH_ID"), "");
     EXPECT_EQ(message("NO_SUCH_ID", "a", "b"), "");
     EXPECT_EQ(message(""), "");
 }
 
-TEST_F(Messages, BeginAnewAfterTheirEnd)
+TEST_F(Messages, CanBeInitializedAgain)
 {
     messages().echo_to_console = true;
     messages().open_log();
@@ -256,7 +256,7 @@ TEST_F(Messages, BeginAnewAfterTheirEnd)
     EXPECT_EQ(log_lines(), LINES{});
 }
 
-TEST_F(Messages, KeepTheirLogToItsOwnerAndToANewFile)
+TEST_F(Messages, CreateANewLogForItsOwnerOnly)
 {
     messages().open_log();
     using std::filesystem::perms;
@@ -283,7 +283,7 @@ TEST_F(Messages, EchoAndLogAReport)
     EXPECT_EQ(dir.read("run.log").find("50% of\nthat\n") != std::string::npos, true);
 }
 
-TEST_F(Messages, SayEarlyTextsOnTheConsoleWhereThereIsNoBox)
+TEST_F(Messages, PrintEarlyTextsOnTheConsoleWithoutABox)
 {
     set_message_box({});
     messages().open_log();

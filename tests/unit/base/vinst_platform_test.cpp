@@ -43,7 +43,7 @@ TEST(Platform, NeedsNoSpecialRightsToInstallOnLinux)
     EXPECT_TRUE(has_admin_rights());
 }
 
-TEST(SafeFileName, IsAPlainNameThatEveryPlatformCanCreate)
+TEST(SafeFileName, IsANameThatEveryPlatformCanCreate)
 {
     for (const char* good : {"a", "a.run", "veltrin 5.2 (pro).run", "ä.vdz", ".hidden", "-x",
                              "console", "com", "lpt10", "a..b", "con_x"})
@@ -58,7 +58,7 @@ TEST(SafeFileName, IsAPlainNameThatEveryPlatformCanCreate)
     EXPECT_FALSE(is_safe_file_name(QString("a") + QChar(0) + "b"));
 }
 
-TEST(SafeFileName, IsNoDeviceOfWindowsHoweverItIsSpelt)
+TEST(SafeFileName, IsNotAWindowsDeviceInAnySpelling)
 {
     for (const char* bad : {"conin$", "CONOUT$", "CONIN$.run", "com\xC2\xB9", "COM\xC2\xB2.run",
                             "lpt\xC2\xB3", "nul .txt", "aux..run"})
@@ -67,7 +67,7 @@ TEST(SafeFileName, IsNoDeviceOfWindowsHoweverItIsSpelt)
         EXPECT_TRUE(is_safe_file_name(good)) << good;
 }
 
-TEST(SafeFileName, HoldsNoControlCharacterOfEitherSet)
+TEST(SafeFileName, ContainsNoC0OrC1ControlCharacter)
 {
     for (ushort code = 0; code < 0x20; ++code)
         EXPECT_FALSE(is_safe_file_name(QString("a") + QChar(code) + "b")) << code;

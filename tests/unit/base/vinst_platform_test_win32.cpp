@@ -19,7 +19,7 @@ private:
 
 }
 
-TEST_F(StandardHandles, ThatMeanNothingAreForgotten)
+TEST_F(StandardHandles, ThatAreInvalidAreCleared)
 {
     const HANDLE stale = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
     ::CloseHandle(stale);
@@ -30,7 +30,7 @@ TEST_F(StandardHandles, ThatMeanNothingAreForgotten)
     EXPECT_EQ(::GetStdHandle(STD_OUTPUT_HANDLE), nullptr);
 }
 
-TEST_F(StandardHandles, ThatCanBeUsedStay)
+TEST_F(StandardHandles, ThatAreValidAreKept)
 {
     const HANDLE null_device =
         ::CreateFileW(L"NUL", GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);

@@ -100,7 +100,7 @@ TEST_F(RunCommand, ReturnsTheExitCodeAndLogsWhatWasPrinted)
     EXPECT_EQ(run(poser("poser_exit") + " 0"), 0);
 }
 
-TEST_F(RunCommand, HandsPartsInQuotesOverAsOneArgument)
+TEST_F(RunCommand, PassesQuotedPartsAsOneArgument)
 {
     dir.make_dir("with blank");
     const std::string script =
@@ -111,7 +111,7 @@ TEST_F(RunCommand, HandsPartsInQuotesOverAsOneArgument)
     EXPECT_TRUE(log_holds("<--a><b><c d><say \"x\">")) << log();
 }
 
-TEST_F(RunCommand, LeavesPartsWithoutBlanksAsTheyAre)
+TEST_F(RunCommand, PassesPartsWithoutBlanksUnchanged)
 {
     EXPECT_EQ(command_part("/a/b.run"), "/a/b.run");
     EXPECT_EQ(command_part("/a b"), "\"/a b\"");
@@ -130,13 +130,13 @@ TEST_F(RunCommand, ReturnsWhenTheInstallerCannotBeStarted)
     EXPECT_NE(run(odd), 0);
 }
 
-TEST_F(RunCommand, TellsTheSignalOfACrash)
+TEST_F(RunCommand, ReportsTheSignalOfACrash)
 {
     EXPECT_NE(run(poser("poser_crash")), 0);
     EXPECT_TRUE(log_holds("It was ended by signal 11")) << log();
 }
 
-TEST_F(RunCommand, TakesMegabytesOfOutputWithPercentSigns)
+TEST_F(RunCommand, HandlesMegabytesOfOutputWithPercentSigns)
 {
     EXPECT_EQ(run(poser("poser_output") + " 3000000 2000000"), 0);
     const std::string text = log();
@@ -153,7 +153,7 @@ TEST_F(RunCommand, DoesNotWaitForAChildThatKeepsTheOutputOpen)
     EXPECT_LT(watch.elapsed().wall, 300s);
 }
 
-TEST_F(RunCommand, GivesTheInstallerNothingToRead)
+TEST_F(RunCommand, GivesTheInstallerEmptyInput)
 {
     const std::string script =
         dir.write("ask.run", "#!/bin/sh\nread answer || echo nothing to read\n", 0755).string();
@@ -161,7 +161,7 @@ TEST_F(RunCommand, GivesTheInstallerNothingToRead)
     EXPECT_TRUE(log_holds("nothing to read"));
 }
 
-TEST_F(RunCommand, PassesAStopOnToTheInstaller)
+TEST_F(RunCommand, ForwardsAStopToTheInstaller)
 {
     EXPECT_NE(run_and_stop(hanging_poser()), 0);
     EXPECT_TRUE(taken.within(1200ms));
@@ -169,7 +169,7 @@ TEST_F(RunCommand, PassesAStopOnToTheInstaller)
     EXPECT_TRUE(log_holds("It was ended by signal 15"));
 }
 
-TEST_F(RunCommand, PassesItsCallersStopOnToTheInstaller)
+TEST_F(RunCommand, ForwardsItsCallersStopToTheInstaller)
 {
     std::optional<STOPWATCH> since_stop;
     const auto is_ready = [&]
@@ -182,20 +182,20 @@ TEST_F(RunCommand, PassesItsCallersStopOnToTheInstaller)
     EXPECT_TRUE(since_stop->within(1700ms));
 }
 
-TEST_F(RunCommand, EndsAnInstallerThatDoesNotHeedTheStop)
+TEST_F(RunCommand, EndsAnInstallerThatIgnoresTheStop)
 {
     EXPECT_NE(run_and_stop(hanging_poser() + " --stubborn --child"), 0);
     EXPECT_TRUE(taken.within(2200ms));
     EXPECT_TRUE(log_holds("It was ended by signal 9"));
 }
 
-TEST_F(RunCommand, DoesNotOutliveAStopThatCameBefore)
+TEST_F(RunCommand, EndsAfterAnEarlierStop)
 {
     thr_request_stop();
     EXPECT_EQ(run(poser("poser_hang")), 128 + SIGTERM) << "it is asked to end before it is killed";
 }
 
-TEST_F(RunCommand, StartsADetachedInstallerAndGoesOn)
+TEST_F(RunCommand, StartsADetachedInstallerAndReturns)
 {
     const std::string script = dir.write("mark.run", "#!/bin/sh\necho x > \"$1\"\n", 0755).string();
     EXPECT_TRUE(run_command_detached(QString::fromStdString(script + " " + mark)));
@@ -204,7 +204,7 @@ TEST_F(RunCommand, StartsADetachedInstallerAndGoesOn)
     EXPECT_FALSE(run_command_detached(QString::fromStdString((dir / "none").string())));
 }
 
-TEST(RunCommandDeathTest, AssertsThatThereIsACommand)
+TEST(RunCommandDeathTest, AssertsANonEmptyCommand)
 {
     EXPECT_DEATH(run_command(""), "Assertion failed: !isEmpty\\(\\)");
 }
@@ -230,7 +230,7 @@ TEST_F(RunCommand, SurvivesEveryKindOfBlankAndQuote)
     }
 }
 
-TEST_F(RunCommand, CountsTroubleAsShellsDo)
+TEST_F(RunCommand, UsesTheErrorCodesOfShells)
 {
     const auto code_of = [this](const std::string& name, const std::string& text)
     { return run(dir.write(name, text, 0755).string()); };
@@ -242,7 +242,7 @@ TEST_F(RunCommand, CountsTroubleAsShellsDo)
     EXPECT_EQ(code_of("full.run", "#!/bin/sh\nexit 255\n"), 255);
 }
 
-TEST_F(RunCommand, LogsBothOutputsWholeAndInTheirOrder)
+TEST_F(RunCommand, LogsBothOutputsCompletelyAndInOrder)
 {
     const std::string script =
         dir.write("both.run", "#!/bin/sh\necho one%s\necho two%n >&2\nprintf 'three 100%%'\n", 0755)
@@ -265,7 +265,7 @@ TEST_F(RunCommand, LogsEveryLineOfALongOutput)
     }
 }
 
-TEST_F(RunCommand, TakesBytesThatAreNoText)
+TEST_F(RunCommand, AcceptsOutputThatIsNotText)
 {
     const std::string script =
         dir.write("bytes.run", "#!/bin/sh\nprintf 'a\\000\\377\\376b\\n'\nexit 3\n", 0755).string();
@@ -283,7 +283,7 @@ TEST_F(RunCommand, LeavesNothingInTheTemporaryDirectory)
     EXPECT_EQ(list_tree(dir / "tmp"), std::vector<std::string>{});
 }
 
-TEST_F(RunCommand, RunsWithoutATemporaryDirectoryToo)
+TEST_F(RunCommand, RunsWithoutATemporaryDirectory)
 {
     qputenv("TMPDIR", "/none/such");
     EXPECT_EQ(run(poser("poser_exit") + " 7"), 7);
@@ -291,7 +291,7 @@ TEST_F(RunCommand, RunsWithoutATemporaryDirectoryToo)
     EXPECT_TRUE(log_holds(" returned 7: \n")) << log();
 }
 
-TEST_F(RunCommand, KeepsItsCallersEventsGoing)
+TEST_F(RunCommand, KeepsProcessingItsCallersEvents)
 {
     // The installer waits for what only an event of this thread brings.
     const std::string script =
@@ -304,13 +304,13 @@ TEST_F(RunCommand, KeepsItsCallersEventsGoing)
     EXPECT_EQ(run(script + " " + mark), 0);
 }
 
-TEST_F(RunCommand, EndsTheWholeGroupOfAnInstallerThatDoesNotHeedTheStop)
+TEST_F(RunCommand, EndsTheProcessGroupOfAnInstallerThatIgnoresTheStop)
 {
     EXPECT_EQ(run_and_stop(hanging_poser() + " --stubborn --child"), 137);
     EXPECT_TRUE(child_ends()) << log();
 }
 
-TEST_F(RunCommand, EndsWhatAnInstallerLeavesBehindThatHeedsTheStop)
+TEST_F(RunCommand, EndsTheChildrenOfAnInstallerThatStops)
 {
     const std::string script = dir.write("setup.run",
                                          "#!/bin/sh\nsh -c 'trap \"\" TERM; echo \"child $$\"; : > "
@@ -324,7 +324,7 @@ TEST_F(RunCommand, EndsWhatAnInstallerLeavesBehindThatHeedsTheStop)
     EXPECT_TRUE(child_ends()) << log();
 }
 
-TEST_F(RunCommand, ReturnsTheCodeOfAnInstallerThatHeedsTheStop)
+TEST_F(RunCommand, ReturnsTheCodeOfAnInstallerThatStops)
 {
     const std::string script =
         dir.write("tidy.run",
@@ -338,7 +338,7 @@ TEST_F(RunCommand, ReturnsTheCodeOfAnInstallerThatHeedsTheStop)
     EXPECT_TRUE(log_holds("tidied up\n")) << log();
 }
 
-TEST(RunCommandDeathTest, AssertsThatADetachedCommandIsOne)
+TEST(RunCommandDeathTest, AssertsANonEmptyDetachedCommand)
 {
     EXPECT_DEATH(static_cast<void>(run_command_detached("  ")), "Assertion failed: !isEmpty\\(\\)");
 }

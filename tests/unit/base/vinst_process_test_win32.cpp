@@ -86,7 +86,7 @@ TEST_F(RunCommand, ReturnsTheExitCodeAndLogsWhatWasPrinted)
     EXPECT_EQ(run(poser("poser_exit") + " 0"), 0);
 }
 
-TEST_F(RunCommand, HandsEveryKindOfArgumentOverAsItIs)
+TEST_F(RunCommand, PassesEveryKindOfArgumentUnchanged)
 {
     const QStringList arguments = {"a",          "c d",          "say \"x\"",
                                    "ends\\",     "blank ends\\", "\\\"",
@@ -118,13 +118,13 @@ TEST_F(RunCommand, ReturnsWhenTheInstallerCannotBeStarted)
     EXPECT_EQ(run(dir.path().string()), -1);
 }
 
-TEST_F(RunCommand, TellsTheStatusOfACrash)
+TEST_F(RunCommand, ReportsTheStatusOfACrash)
 {
     EXPECT_NE(run(poser("poser_crash")), 0);
     EXPECT_TRUE(log_holds("It was ended with status 0xc0000005\n")) << log();
 }
 
-TEST_F(RunCommand, TakesMegabytesOfOutputWithPercentSigns)
+TEST_F(RunCommand, HandlesMegabytesOfOutputWithPercentSigns)
 {
     EXPECT_EQ(run(poser("poser_output") + " 3000000 2000000"), 0);
     EXPECT_GT(log().size(), 5000000U);
@@ -145,7 +145,7 @@ TEST_F(RunCommand, EndsAnInstallerAtAStop)
     EXPECT_TRUE(log_holds("Stop requested, ending the installer"));
 }
 
-TEST_F(RunCommand, PassesItsCallersStopOnToTheInstaller)
+TEST_F(RunCommand, ForwardsItsCallersStopToTheInstaller)
 {
     std::optional<STOPWATCH> since_stop;
     const auto is_ready = [&]
@@ -158,7 +158,7 @@ TEST_F(RunCommand, PassesItsCallersStopOnToTheInstaller)
     EXPECT_TRUE(since_stop->within(2700ms));
 }
 
-TEST_F(RunCommand, EndsTheWholeGroupOfAnInstallerThatDoesNotHeedTheStop)
+TEST_F(RunCommand, EndsTheProcessGroupOfAnInstallerThatIgnoresTheStop)
 {
     EXPECT_NE(run_and_stop(hanging_poser() + " --stubborn --child"), 0);
     EXPECT_TRUE(taken.within(3400ms));
@@ -179,13 +179,13 @@ TEST_F(RunCommand, EndsTheWholeGroupOfAnInstallerThatDoesNotHeedTheStop)
     EXPECT_TRUE(wait_until([&lives] { return !lives(); }));
 }
 
-TEST_F(RunCommand, DoesNotOutliveAStopThatCameBefore)
+TEST_F(RunCommand, EndsAfterAnEarlierStop)
 {
     thr_request_stop();
     EXPECT_NE(run(poser("poser_hang")), 0);
 }
 
-TEST_F(RunCommand, StartsADetachedInstallerAndGoesOn)
+TEST_F(RunCommand, StartsADetachedInstallerAndReturns)
 {
     const std::string target = (dir / "inst").string();
     const std::string script = dir.write("mark.exe", install_script()).string();
@@ -196,7 +196,7 @@ TEST_F(RunCommand, StartsADetachedInstallerAndGoesOn)
     EXPECT_FALSE(run_command_detached(QString::fromStdString((dir / "none").string())));
 }
 
-TEST_F(RunCommand, KeepsItsCallersEventsGoing)
+TEST_F(RunCommand, KeepsProcessingItsCallersEvents)
 {
     int seen = 0;
     QTimer timer;
@@ -211,7 +211,7 @@ TEST_F(RunCommand, KeepsItsCallersEventsGoing)
     EXPECT_GT(seen, 5);
 }
 
-TEST(RunCommandDeathTest, AssertsThatThereIsACommand)
+TEST(RunCommandDeathTest, AssertsANonEmptyCommand)
 {
     EXPECT_DEATH(run_command(""), "Assertion failed: !isEmpty\\(\\)");
 }

@@ -151,7 +151,7 @@ TEST_F(StopSignals, ComeFromTheConsole)
 }
 
 // The system ends the process as soon as it has its answer.
-TEST_F(StopSignals, OfAClosedConsoleAreAnsweredWhenTheRunHasUnwound)
+TEST_F(StopSignals, OfAClosedConsoleAreAnsweredAfterTheRunHasEnded)
 {
     std::optional<VINST_STOP_SIGNALS> signals(std::in_place);
     const REQUEST_THREAD request(CTRL_CLOSE_EVENT);
@@ -180,7 +180,7 @@ TEST_P(StopRequestDeathTest, EndTheProcessWithTheCodeOfControlC)
 INSTANTIATE_TEST_SUITE_P(Console, StopRequestDeathTest,
                          ::testing::Values(CTRL_C_EVENT, CTRL_BREAK_EVENT, CTRL_CLOSE_EVENT));
 
-TEST(StopSignalsDeathTest, EndTheProcessAtOnceTheSecondTime)
+TEST(StopSignalsDeathTest, EndTheProcessImmediatelyTheSecondTime)
 {
     EXPECT_EXIT(
         {
@@ -195,7 +195,7 @@ TEST(StopSignalsDeathTest, EndTheProcessAtOnceTheSecondTime)
         ::testing::ExitedWithCode(static_cast<int>(0xC000013A)), "");
 }
 
-TEST_F(StopSignals, LetTheSessionEndButStopNothingForTheQuestion)
+TEST_F(StopSignals, AllowTheSessionToEndWithoutStoppingYet)
 {
     const VINST_STOP_SIGNALS signals;
     const HWND window = session_window();
@@ -208,7 +208,7 @@ TEST_F(StopSignals, LetTheSessionEndButStopNothingForTheQuestion)
     EXPECT_EQ(VINST_STOP_SIGNALS::received(), 0);
 }
 
-TEST_F(StopSignals, OfASessionsEndAreAnsweredWhenTheRunHasUnwound)
+TEST_F(StopSignals, OfASessionsEndAreAnsweredAfterTheRunHasEnded)
 {
     std::optional<VINST_STOP_SIGNALS> signals(std::in_place);
     const HWND window = session_window();

@@ -24,13 +24,13 @@ protected:
 
 }
 
-TEST_F(StopRequest, IsNotAskedForAtFirst)
+TEST_F(StopRequest, IsInitiallyUnset)
 {
     EXPECT_FALSE(is_to_stop());
     EXPECT_FALSE(is_shutting_down());
 }
 
-TEST_F(StopRequest, OfADownloadIsForgottenWhenTheNextWorkBegins)
+TEST_F(StopRequest, OfADownloadIsResetWhenTheNextWorkStarts)
 {
     request_download_stop();
     EXPECT_TRUE(is_to_stop());
@@ -39,7 +39,7 @@ TEST_F(StopRequest, OfADownloadIsForgottenWhenTheNextWorkBegins)
     EXPECT_FALSE(is_to_stop());
 }
 
-TEST_F(StopRequest, OfAClosedWindowStays)
+TEST_F(StopRequest, OfAClosedWindowPersists)
 {
     request_shutdown();
     begin_stoppable_work();
@@ -47,7 +47,7 @@ TEST_F(StopRequest, OfAClosedWindowStays)
     EXPECT_TRUE(is_shutting_down());
 }
 
-TEST_F(StopRequest, OfTheProcessStaysAndEndsSleeps)
+TEST_F(StopRequest, OfTheProcessPersistsAndEndsSleeps)
 {
     request_process_stop();
     begin_stoppable_work();

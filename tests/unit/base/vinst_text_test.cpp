@@ -17,7 +17,7 @@ TEST(FormatDuration, JoinsThePartsThatExist)
     EXPECT_EQ(format_duration(std::numeric_limits<int>::max()), "596523 hours 14 mins 7 secs");
 }
 
-TEST(FormatElapsed, TellsShortTimesInWords)
+TEST(FormatElapsed, DescribesShortTimesInWords)
 {
     EXPECT_EQ(format_elapsed(0.4), "less than 1 sec");
     EXPECT_EQ(format_elapsed(-1), "less than 1 sec");
@@ -36,7 +36,7 @@ TEST(ReadableSize, DividesBy1024UpToTerabytes)
     EXPECT_EQ(readable_size(1125899906842624), "1024.00 TB");
 }
 
-TEST(WithoutControlCharacters, ReplacesWhatMovesATerminalsCursor)
+TEST(WithoutControlCharacters, ReplacesCharactersThatMoveATerminalsCursor)
 {
     EXPECT_EQ(
         without_control_characters(QString("a\x1b[2J\n\r\t\x7f") + QChar(0x9b) + QChar(0x2028)),

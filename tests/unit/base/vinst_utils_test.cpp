@@ -61,7 +61,7 @@ protected:
 
 }
 
-TEST_F(Paths, MustNotBeEmptyOrHoldBlanks)
+TEST_F(Paths, MustNotBeEmptyOrContainBlanks)
 {
     EXPECT_FALSE(is_valid(""));
     EXPECT_EQ(error, "Download or installation path is empty.");
@@ -72,7 +72,7 @@ TEST_F(Paths, MustNotBeEmptyOrHoldBlanks)
     EXPECT_EQ(list_tree(dir.path()), std::vector<std::string>{});
 }
 
-TEST_F(Paths, MayBeMadeAndAreNotThereAfterTheCheck)
+TEST_F(Paths, MayBeCreatedAndDoNotExistAfterTheCheck)
 {
     EXPECT_TRUE(is_valid(path("a/b/c")));
     EXPECT_EQ(error, "");
@@ -89,7 +89,7 @@ TEST_F(Paths, KeepEmptyParentsThatWereThereBefore)
     EXPECT_EQ(list_tree(dir.path()), (std::vector<std::string>{"a/", "a/b/"}));
 }
 
-TEST_F(Paths, AreRefusedWhereAFileIsInTheWay)
+TEST_F(Paths, AreRefusedIfAFileIsInTheWay)
 {
     dir.write("file", "x");
     EXPECT_FALSE(is_valid(path("file")));
@@ -99,7 +99,7 @@ TEST_F(Paths, AreRefusedWhereAFileIsInTheWay)
     EXPECT_EQ(list_tree(dir.path()), std::vector<std::string>{"file"});
 }
 
-TEST_F(Paths, AreRefusedWhereNothingCanBeWritten)
+TEST_F(Paths, AreRefusedIfNotWritable)
 {
     // Not even root writes there.
     EXPECT_FALSE(is_valid("/proc/none"));
@@ -136,7 +136,7 @@ TEST_F(Paths, OfInstallationsAreNoLinksOnWindows)
     EXPECT_TRUE(run([&] { return validate_download_path(path("link"), error); }));
 }
 
-TEST_F(Paths, LeadToTheirNearestExistingDirectory)
+TEST_F(Paths, ResolveToTheNearestExistingDirectory)
 {
     dir.make_dir("a");
     dir.write("a/file", "x");
@@ -147,7 +147,7 @@ TEST_F(Paths, LeadToTheirNearestExistingDirectory)
     EXPECT_EQ(nearest_existing_dir("none_such"), QDir::currentPath());
 }
 
-TEST_F(Paths, AreWritableWhenADirectoryCanBeMadeInside)
+TEST_F(Paths, AreWritableIfADirectoryCanBeCreatedInside)
 {
     EXPECT_TRUE(is_writable_dir(dir.qstr()));
     EXPECT_FALSE(is_writable_dir(path("none")));
@@ -162,14 +162,14 @@ TEST_F(Paths, OfTemporaryFilesEndWithASeparator)
     EXPECT_EQ(temp_dir(), dir.qstr() + "/");
 }
 
-TEST_F(Paths, OfTemporaryFilesAreToldWhenTheyCannotBeUsed)
+TEST_F(Paths, OfTemporaryFilesAreReportedIfUnusable)
 {
     qputenv("TMPDIR", "/proc");
     run([] { return temp_dir().isEmpty(); });
     EXPECT_EQ(printed, "Error: /proc/ is not writable\n");
 }
 
-TEST_F(Paths, TellTheFreeSpaceOfTheirVolumeToTheLog)
+TEST_F(Paths, LogTheFreeSpaceOfTheirVolume)
 {
     VINST_MESSAGES::instance().log_path = (dir / "log").string();
     VINST_MESSAGES::instance().open_log();
@@ -182,7 +182,7 @@ TEST_F(Paths, TellTheFreeSpaceOfTheirVolumeToTheLog)
     EXPECT_EQ(lines[2].substr(lines[2].size() - 3), " GB");
 }
 
-TEST(Gigabytes, CountWholeMebibytes)
+TEST(Gigabytes, CountFullMebibytes)
 {
     EXPECT_EQ(gigabytes(1048575), 0.0);
     EXPECT_EQ(gigabytes(1048576), 1.0 / 1024);
@@ -190,7 +190,7 @@ TEST(Gigabytes, CountWholeMebibytes)
     EXPECT_EQ(gigabytes(1073741824 - 1), 1023.0 / 1024);
 }
 
-TEST(ProxyPort, IsAWholeNumberUpTo65535)
+TEST(ProxyPort, IsAnIntegerUpTo65535)
 {
     for (const char* good : {"1", "65535", "8080"})
         EXPECT_TRUE(is_valid_proxy_port(good)) << good;
@@ -198,7 +198,7 @@ TEST(ProxyPort, IsAWholeNumberUpTo65535)
         EXPECT_FALSE(is_valid_proxy_port(bad)) << bad;
 }
 
-TEST(ProxyServer, IsWhatATolerantAddressCanBe)
+TEST(ProxyServer, AcceptsWhatATolerantUrlParserAccepts)
 {
     for (const char* good : {"gate", "gate.example", "http://gate", "socks5://10.0.0.1"})
         EXPECT_TRUE(is_valid_proxy_server(good)) << good;
@@ -225,13 +225,13 @@ TEST_F(Paths, OfInstallationsAreMeasuredInBytes)
     EXPECT_EQ(list_tree(dir.path()), std::vector<std::string>{});
 }
 
-TEST_F(Paths, MayHoldCharactersThatOtherPlatformsForbid)
+TEST_F(Paths, MayContainCharactersThatOtherPlatformsForbid)
 {
     EXPECT_TRUE(is_valid(path("a*?<>b")));
     EXPECT_EQ(error, "");
 }
 
-TEST_F(Paths, AreRefusedByTheirFirstFaultAlone)
+TEST_F(Paths, ReportOnlyTheirFirstFault)
 {
     const QString both = path("a b") + QString(100, 'x');
     EXPECT_FALSE(is_valid_install_dir(both, "windows"));
@@ -245,7 +245,7 @@ TEST_F(Paths, AreRefusedByTheirFirstFaultAlone)
                          " directory. Check if you have the write permission.");
 }
 
-TEST_F(Paths, AreReportedToTheLogAsInformation)
+TEST_F(Paths, AreLoggedAsInformation)
 {
     VINST_MESSAGES::instance().log_path = (dir / "log").string();
     VINST_MESSAGES::instance().open_log();
@@ -255,7 +255,7 @@ TEST_F(Paths, AreReportedToTheLogAsInformation)
     EXPECT_NE(lines[0].find("] [info] Download or installation path is empty."), std::string::npos);
 }
 
-TEST_F(Paths, OfTemporaryFilesAreNoneWhereThereIsNoSuchDirectory)
+TEST_F(Paths, OfTemporaryFilesAreEmptyWithoutThatDirectory)
 {
     qputenv("TMPDIR", path("none").toUtf8());
     QString found = "something";
@@ -270,7 +270,7 @@ TEST_F(Paths, OfTemporaryFilesAreNoneWhereThereIsNoSuchDirectory)
     EXPECT_EQ(list_tree(dir.path()), std::vector<std::string>{});
 }
 
-TEST_F(Paths, LeadToTheRootAndThroughLinks)
+TEST_F(Paths, ResolveToTheRootAndThroughLinks)
 {
     EXPECT_EQ(nearest_existing_dir("/"), "/");
     EXPECT_EQ(nearest_existing_dir("/none_such"), "/");
@@ -280,13 +280,13 @@ TEST_F(Paths, LeadToTheRootAndThroughLinks)
     EXPECT_EQ(nearest_existing_dir(path("real/none/../x")), path("real"));
 }
 
-TEST(ProxyServer, IsNotWhatNoAddressCanBe)
+TEST(ProxyServer, RefusesWhatNoUrlParserAccepts)
 {
     for (const char* bad : {"http://[::1", "http://gate:port", "http://gate:99999", "http://a b"})
         EXPECT_FALSE(is_valid_proxy_server(bad)) << bad;
 }
 
-TEST(ProxyPort, IsNotCutAtANul)
+TEST(ProxyPort, IsNotTruncatedAtANul)
 {
     EXPECT_FALSE(is_valid_proxy_port(std::string("80\0", 3)));
     EXPECT_FALSE(is_valid_proxy_port(" "));
@@ -312,7 +312,7 @@ public:
 
 }
 
-TEST(OpenUrl, LogsTheEncodedAddressAndHandsItToTheBrowser)
+TEST(OpenUrl, LogsTheEncodedAddressAndPassesItToTheBrowser)
 {
     const TEMP_DIR dir;
     VINST_MESSAGES::instance().log_path = (dir / "log").string();

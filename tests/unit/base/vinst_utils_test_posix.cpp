@@ -7,7 +7,7 @@
 #include <string>
 #include <sys/mount.h>
 
-TEST(PathsOnDisks, TellThatTheirVolumeCannotBeWritten)
+TEST(PathsOnDisks, ReportAReadOnlyVolume)
 {
     if (!TMPFS_DIR::available())
         GTEST_SKIP() << "file systems can't be mounted here";

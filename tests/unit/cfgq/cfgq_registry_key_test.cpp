@@ -24,7 +24,7 @@ TEST(RegistryKey, KeepsValuesFromOneObjectToTheNext)
     EXPECT_TRUE(CFGQ_REGISTRY_KEY("Other").get_value("text").isNull());
 }
 
-TEST(RegistryKey, LiesInTheUsersOwnDirectory)
+TEST(RegistryKey, IsStoredInTheUsersDirectory)
 {
     CFGQ_REGISTRY_KEY("place").set_value("here", 1);
     EXPECT_TRUE(QFileInfo::exists(QDir::homePath() + "/.config/Orvane/vinst.conf"));

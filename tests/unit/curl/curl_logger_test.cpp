@@ -24,7 +24,7 @@ LINES lines_of(const TEMP_DIR& dir)
 
 }
 
-TEST(Logger, MakesItsFileForItsOwnerAlone)
+TEST(Logger, CreatesItsFileForItsOwnerOnly)
 {
     const TEMP_DIR dir;
     CURL_LOGGER logger((dir / "log").string(), CURL_LOGGER::info_level);
@@ -37,7 +37,7 @@ TEST(Logger, MakesItsFileForItsOwnerAlone)
     EXPECT_EQ(lines_of(dir), LINES{});
 }
 
-TEST(Logger, StampsEachLineAndWritesItAtOnce)
+TEST(Logger, TimestampsEachLineAndWritesItImmediately)
 {
     const TEMP_DIR dir;
     CURL_LOGGER logger((dir / "log").string(), CURL_LOGGER::info_level);
@@ -54,7 +54,7 @@ TEST(Logger, StampsEachLineAndWritesItAtOnce)
               (LINES{"[info] size 5 of x, 1.50 GB", "[error] bad", "[debug] shown"}));
 }
 
-TEST(Logger, LosesNoLineForAFormatThatDoesNotFit)
+TEST(Logger, KeepsALineWhoseFormatFails)
 {
     EXPECT_EQ(CURL_LOGGER::formatted("100% %n %s"), "100% %n %s");
     EXPECT_EQ(CURL_LOGGER::formatted("%d items", std::string("no")), "%d items no");
@@ -81,7 +81,7 @@ TEST(Logger, AppendsAFileOfAnyLengthInBoundedLines)
     EXPECT_EQ(text, "Output: " + content + "None: \n");
 }
 
-TEST(Logger, KeepsLinesOfSeveralThreadsWhole)
+TEST(Logger, DoesNotMixLinesOfSeveralThreads)
 {
     const TEMP_DIR dir;
     CURL_LOGGER logger((dir / "log").string(), CURL_LOGGER::info_level);
@@ -102,14 +102,14 @@ TEST(Logger, KeepsLinesOfSeveralThreadsWhole)
         ASSERT_EQ(line, "[info] " + std::string(200, 'x'));
 }
 
-TEST(Logger, SurvivesTextsThatAreNone)
+TEST(Logger, SurvivesNullTexts)
 {
     const char* const none = nullptr;
     EXPECT_EQ(CURL_LOGGER::formatted("%s", none), "(null)");
     EXPECT_EQ(CURL_LOGGER::formatted("%", none, 1), "% (an argument can't be shown)");
 }
 
-TEST(Logger, TakesArgumentsForTextsAndNotForFormats)
+TEST(Logger, DoesNotInterpretArgumentsAsFormats)
 {
     EXPECT_EQ(CURL_LOGGER::formatted("%s|%s", std::string("%d %s {}"), "{0} %n"),
               "%d %s {}|{0} %n");
@@ -119,7 +119,7 @@ TEST(Logger, TakesArgumentsForTextsAndNotForFormats)
     EXPECT_EQ(CURL_LOGGER::formatted("%.2f%%", 12.345), "12.35%");
 }
 
-TEST(Logger, GoesNowhereWithoutAFile)
+TEST(Logger, DoesNothingWithoutAFile)
 {
     const TEMP_DIR dir;
     for (const std::string& path : {std::string(), (dir / "none/log").string(), dir.str()})
@@ -156,7 +156,7 @@ TEST(Logger, WritesNothingAfterItIsClosed)
     EXPECT_EQ(lines_of(dir), LINES{"[info] one"});
 }
 
-TEST(Logger, OutlivesAFullDisk)
+TEST(Logger, SurvivesAFullDisk)
 {
     if (!TMPFS_DIR::available())
         GTEST_SKIP() << "file systems can't be mounted here";

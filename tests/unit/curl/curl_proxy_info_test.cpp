@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-TEST(ProxyInfo, NamesNoProxyAtFirst)
+TEST(ProxyInfo, InitiallyNamesNoProxy)
 {
     const CURL_PROXY_INFO none;
     EXPECT_FALSE(none.has_host());
@@ -11,7 +11,7 @@ TEST(ProxyInfo, NamesNoProxyAtFirst)
     EXPECT_EQ(none.password(), "");
 }
 
-TEST(ProxyInfo, KeepsItsFourTextsAsTheyWereGiven)
+TEST(ProxyInfo, StoresItsFourTextsUnchanged)
 {
     const CURL_PROXY_INFO proxy("socks5://gate", "1080", "ada", "s%:@ ");
     EXPECT_TRUE(proxy.has_host());
@@ -21,13 +21,13 @@ TEST(ProxyInfo, KeepsItsFourTextsAsTheyWereGiven)
     EXPECT_EQ(proxy.password(), "s%:@ ");
 }
 
-TEST(ProxyInfo, HoldsNoCredentialsInItsAddress)
+TEST(ProxyInfo, HasNoCredentialsInItsAddress)
 {
     EXPECT_EQ(CURL_PROXY_INFO("gate", "8080", "ada", "secret").address(), "gate:8080");
     EXPECT_EQ(CURL_PROXY_INFO("http://gate", "", "ada", "secret").address(), "http://gate");
 }
 
-TEST(ProxyInfo, TakesCredentialsLater)
+TEST(ProxyInfo, AcceptsCredentialsLater)
 {
     CURL_PROXY_INFO proxy("gate", "8080", "", "");
     proxy.set_username("ada");

@@ -32,7 +32,7 @@ CURL_RESPONSE_HEAD head(std::initializer_list<std::string> lines)
 
 }
 
-TEST(ContentRange, IsReadOnlyWhereItIsOne)
+TEST(ContentRange, IsReadOnlyIfValid)
 {
     const auto part = curl_parse_content_range(" bytes 100-199/1000 ");
     ASSERT_TRUE(part);
@@ -62,7 +62,7 @@ TEST(ResponseHead, HoldsItsFieldsByTheirNames)
     EXPECT_FALSE(head({"HTTP/1.1 201 Created", "location: http://x/"}).redirects());
 }
 
-TEST(BodyDecision, AppendsThePartThatWasAskedFor)
+TEST(BodyDecision, AppendsTheRequestedPart)
 {
     const CURL_BODY_DECISION decision =
         curl_decide_on_body(head({"HTTP/1.1 206 P", "content-range: bytes 10-19/20"}), 10);
@@ -71,7 +71,7 @@ TEST(BodyDecision, AppendsThePartThatWasAskedFor)
     EXPECT_EQ(decision.total, 20U);
 }
 
-TEST(BodyDecision, RefusesAPartThatWasNotAskedFor)
+TEST(BodyDecision, RefusesAPartThatWasNotRequested)
 {
     for (const CURL_RESPONSE_HEAD& bad :
          {head({"HTTP/1.1 206 P", "content-range: bytes 9-19/20"}), head({"HTTP/1.1 206 P"}),
@@ -88,7 +88,7 @@ TEST(BodyDecision, RefusesAPartThatWasNotAskedFor)
               ACTION::write);
 }
 
-TEST(BodyDecision, PassesOverWhatIsOnDiskInAWholeAnswer)
+TEST(BodyDecision, SkipsBytesOnDiskInAFullResponse)
 {
     const CURL_BODY_DECISION decision =
         curl_decide_on_body(head({"HTTP/1.1 200 OK", "content-length: 20"}), 10);
@@ -111,7 +111,7 @@ TEST(BodyDecision, RefusesWhatIsNotTheFile)
         EXPECT_EQ(curl_decide_on_body(head({status}), 0).curl_code, weird_reply) << status;
 }
 
-TEST(TransferEnd, TakesA416OfAWholeFileForSuccess)
+TEST(TransferEnd, TreatsA416ForACompleteFileAsSuccess)
 {
     const CURL_OUTCOME refused{http_error, "The requested URL returned error: 416"};
     const CURL_RESPONSE_HEAD whole = head({"HTTP/1.1 416 R", "content-range: bytes */20"});
@@ -129,13 +129,13 @@ TEST(TransferEnd, KeepsLibcurlsErrors)
     EXPECT_EQ(end.error, "reset");
 }
 
-TEST(TransferEnd, TellsAWholeAnswerThatIsShorterThanTheFile)
+TEST(TransferEnd, DetectsAFullResponseShorterThanTheFile)
 {
     EXPECT_EQ(curl_judge_end({}, head({"HTTP/1.1 200 OK"}), 10, 5, true).curl_code, partial_file);
     EXPECT_EQ(curl_judge_end({}, head({"HTTP/1.1 200 OK"}), 10, 10, true).curl_code, 0);
 }
 
-TEST(TransferEnd, TellsAnAnswerWithoutABodyThatIsNotTheFile)
+TEST(TransferEnd, DetectsAResponseWithoutABodyThatIsNotTheFile)
 {
     EXPECT_EQ(curl_judge_end({}, head({"HTTP/1.1 304 Same"}), 0, 0, false).curl_code, weird_reply);
     EXPECT_EQ(curl_judge_end({}, head({"HTTP/1.1 204 None"}), 0, 0, false).curl_code, weird_reply);

@@ -51,7 +51,7 @@ TEST(PreferenceLine, SetsEachKeyOfProxies)
     EXPECT_EQ(read.type, "2");
 }
 
-TEST(PreferenceLine, TellsWhatItFound)
+TEST(PreferenceLine, ReturnsWhatItFound)
 {
     EXPECT_EQ(take(pref("http_port", "3128")), "network.proxy.http_port: 3128");
     EXPECT_EQ(take("user_pref(\"browser.startup.homepage\", \"x\");"), "");
@@ -64,7 +64,7 @@ TEST(PreferenceLine, OfThePortDoesNotSetTheHost)
     EXPECT_EQ(read_lines({pref("socks_port", "1")}).socks_host, "");
 }
 
-TEST(PreferenceLine, CountsOnlyWithTheWholeKey)
+TEST(PreferenceLine, IsReadOnlyWithTheFullKey)
 {
     const VINST_BROWSER_PREFERENCES read =
         read_lines({pref("socks_remote_dns", "true"), pref("autoconfig_url.include_path", "true"),
@@ -78,7 +78,7 @@ TEST(PreferenceLine, CountsOnlyWithTheWholeKey)
     EXPECT_EQ(read.socks_version, "5");
 }
 
-TEST(PreferenceLine, MayBeSpacedInAnyWay)
+TEST(PreferenceLine, MayContainAnySpacing)
 {
     EXPECT_EQ(take("user_pref(\"network.proxy.http\",\"h\");"), "network.proxy.http: h");
     EXPECT_EQ(take("\t user_pref ( \"network.proxy.http\" ,\t \"h\" ) ;  \r"),
@@ -87,7 +87,7 @@ TEST(PreferenceLine, MayBeSpacedInAnyWay)
     EXPECT_EQ(take("user_pref( \"network.proxy.type\",   1  );"), "network.proxy.type: 1");
 }
 
-TEST(PreferenceLine, MayHoldEscapes)
+TEST(PreferenceLine, MayContainEscapes)
 {
     EXPECT_EQ(take(R"(user_pref("network.proxy.http", "a\"b\\c\x2dd\u0065");)"),
               "network.proxy.http: a\"b\\c-de");
@@ -96,13 +96,13 @@ TEST(PreferenceLine, MayHoldEscapes)
     EXPECT_EQ(take(R"(user_pref("network.proxy.http", "a\u12");)"), "network.proxy.http: au12");
 }
 
-TEST(PreferenceLine, WithSlashesInItsTextIsNoComment)
+TEST(PreferenceLine, WithSlashesInItsTextIsNotAComment)
 {
     EXPECT_EQ(take(pref("autoconfig_url", "\"http://a/*/p.pac#x\"")),
               "network.proxy.autoconfig_url: http://a/*/p.pac#x");
 }
 
-TEST(PreferenceLine, DoesNotCountWhenCommented)
+TEST(PreferenceLine, IsIgnoredInAComment)
 {
     EXPECT_EQ(take("// " + pref("http", "\"h\"")), "");
     EXPECT_EQ(take("# " + pref("http", "\"h\"")), "");
@@ -124,7 +124,7 @@ TEST(PreferenceLine, IsSkippedWhenItIsBroken)
         EXPECT_EQ(take(line), "") << line;
 }
 
-TEST(PreferenceLine, OverwritesWhatEarlierOnesSet)
+TEST(PreferenceLine, OverridesEarlierLines)
 {
     EXPECT_EQ(read_lines({pref("http", "\"a\""), pref("http", "\"b\"")}).http_host, "b");
     EXPECT_EQ(read_lines({pref("http", "\"a\""), pref("http", "\"\"")}).http_host, "");
@@ -137,7 +137,7 @@ TEST(BrowserPreferences, UseTheHttpProxyOfAManualConfiguration)
               "h:3128");
 }
 
-TEST(BrowserPreferences, UseTheSocksProxyWhereThereIsNoHttpHost)
+TEST(BrowserPreferences, UseTheSocksProxyWithoutAnHttpHost)
 {
     EXPECT_EQ(manual({pref("socks", "\"s\""), pref("socks_port", "1080")}), "socks5://s:1080");
     EXPECT_EQ(
@@ -161,7 +161,7 @@ TEST(BrowserPreferences, YieldNothingWithoutAValidPort)
     EXPECT_EQ(manual({}), "");
 }
 
-TEST(BrowserPreferences, HandBackTheAutomaticConfigurationWhereItWasChosen)
+TEST(BrowserPreferences, ReturnTheAutomaticConfigurationIfChosen)
 {
     const QString url = pref("autoconfig_url", "\"http://a/p.pac\"");
     const VINST_BROWSER_PREFERENCES chosen =
@@ -209,7 +209,7 @@ protected:
 
 }
 
-TEST_F(PreferenceFilesTest, AreFoundInEveryProfileInTheOrderOfTheirNames)
+TEST_F(PreferenceFilesTest, AreFoundInEveryProfileInAlphabeticalOrder)
 {
     add("b.default");
     add("a.work");
@@ -219,21 +219,21 @@ TEST_F(PreferenceFilesTest, AreFoundInEveryProfileInTheOrderOfTheirNames)
               QStringList({".hidden/deeper/prefs.js", "a.work/prefs.js", "b.default/prefs.js"}));
 }
 
-TEST_F(PreferenceFilesTest, AreLookedForSixDirectoriesDeep)
+TEST_F(PreferenceFilesTest, AreSearchedForSixDirectoriesDeep)
 {
     add("1/2/3/4/5/6");
     add("x/2/3/4/5/6/7");
     EXPECT_EQ(found(), QStringList({"1/2/3/4/5/6/prefs.js"}));
 }
 
-TEST_F(PreferenceFilesTest, AreAtMostTwoHundred)
+TEST_F(PreferenceFilesTest, AreLimitedToTwoHundred)
 {
     for (int i = 0; i < 205; ++i)
         add(std::to_string(i));
     EXPECT_EQ(found().size(), 200);
 }
 
-TEST_F(PreferenceFilesTest, AreNotReachedThroughLinks)
+TEST_F(PreferenceFilesTest, AreNotFoundThroughLinks)
 {
     add("real");
     std::filesystem::create_directory_symlink(dir / "real", dir / "linked");
@@ -244,13 +244,13 @@ TEST_F(PreferenceFilesTest, AreNotReachedThroughLinks)
     EXPECT_EQ(found(), QStringList({"real/prefs.js"}));
 }
 
-TEST_F(PreferenceFilesTest, AreNotLookedForAfterAStop)
+TEST_F(PreferenceFilesTest, AreNotSearchedForAfterAStop)
 {
     add("one");
     EXPECT_EQ(found([] { return false; }), QStringList());
 }
 
-TEST_F(PreferenceFilesTest, AreNoneWhereThereIsNoBrowser)
+TEST_F(PreferenceFilesTest, AreNotFoundWithoutABrowser)
 {
     EXPECT_EQ(preference_files("/nonexistent/firefox", [] { return true; }), QStringList());
 }

@@ -16,7 +16,7 @@ TEST(ConnectionRules, TryEveryProxyTwice)
     EXPECT_EQ(next_connection_step(2, "linux", true, false), STEP::give_up);
 }
 
-TEST(ConnectionRules, LookForAProxyOnLinuxWhereNoneWasChosenOrFound)
+TEST(ConnectionRules, DetectAProxyOnLinuxIfNoneWasChosenOrFound)
 {
     EXPECT_EQ(next_connection_step(1, "linux", true, false), STEP::look_for_proxy);
     EXPECT_EQ(next_connection_step(1, "linux", true, true), STEP::retry);

@@ -5,7 +5,7 @@
 
 using namespace std::chrono_literals;
 
-TEST(CheckMd5, WaitsForAScannerThatLooksAtTheFile)
+TEST(CheckMd5, WaitsForAScannerThatHoldsTheFile)
 {
     const TEMP_DIR dir;
     const auto path = dir.write("a.exe", "hello\n");

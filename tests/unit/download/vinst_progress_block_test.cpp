@@ -28,7 +28,7 @@ TEST(Percentage, IsTruncatedAndNeverOver100)
     EXPECT_EQ(percentage(6442450944, 12884901888), 50U);
 }
 
-TEST(ProgressBlock, ShowsAFileALineAndTheSums)
+TEST(ProgressBlock, ShowsOneLinePerFileAndTheTotals)
 {
     const std::vector<VINST_COMPONENT_PROGRESS> files{{"One", 512, 1024, 50, {}},
                                                       {"Two", 0, 5368709120, 0, {}}};
@@ -40,7 +40,7 @@ TEST(ProgressBlock, ShowsAFileALineAndTheSums)
               "  Est. time remaining: [5825 hours 25 mins 22 secs]            \n");
 }
 
-TEST(ProgressBlock, ShowsNoSpeedWhileNothingComes)
+TEST(ProgressBlock, ShowsNoSpeedWhileNothingArrives)
 {
     EXPECT_EQ(progress_block({}, totals(0, 10, 0, 5)),
               "Total downloaded: [0.00 B / 10.00 B]      \n\n");
@@ -48,7 +48,7 @@ TEST(ProgressBlock, ShowsNoSpeedWhileNothingComes)
               "Total downloaded: [0.00 B / 10.00 B]      \n\n");
 }
 
-TEST(ProgressBlock, PutsAnErrorInItsFilesPlace)
+TEST(ProgressBlock, ShowsAnErrorInPlaceOfItsFile)
 {
     const QString error = transfer_error_line("One", "gone", 404, 22);
     EXPECT_EQ(error, "One: Error: gone, Httpcode: 404, Curlcode: 22");
@@ -57,7 +57,7 @@ TEST(ProgressBlock, PutsAnErrorInItsFilesPlace)
               "Total downloaded: [0.00 B / 0.00 B]      \n\n");
 }
 
-TEST(ProgressBlock, CountsNoNegativeRest)
+TEST(ProgressBlock, ShowsNoNegativeRemainder)
 {
     EXPECT_EQ(remaining_text(totals(20, 10, 5, 5)), "N/A");
     EXPECT_EQ(remaining_text(totals(0, 9000000000000000000, 1, 1)), "596523 hours 14 mins 7 secs");

@@ -29,7 +29,7 @@ TEST(Retry, GivesUpOnALastingErrorAfterTheThirdAttempt)
     EXPECT_EQ(decide_retry(3, 100min, 60min, true).action, ACTION::give_up_on_error);
 }
 
-TEST(Retry, CountsWholeMinutes)
+TEST(Retry, CountsFullMinutes)
 {
     EXPECT_EQ(decide_retry(4, 119s, 2min, false).action, ACTION::retry);
     EXPECT_EQ(decide_retry(4, 120s, 2min, false).action, ACTION::give_up_on_time);

@@ -25,7 +25,7 @@ TEST(AppendFile, GrowsAtItsEnd)
     EXPECT_EQ(dir.read("a"), "1234567");
 }
 
-TEST(AppendFile, IsMadeOnlyWhenAsked)
+TEST(AppendFile, IsCreatedOnlyOnRequest)
 {
     const TEMP_DIR dir;
     const std::string path = (dir / "a").string();
@@ -37,7 +37,7 @@ TEST(AppendFile, IsMadeOnlyWhenAsked)
     EXPECT_EQ(file.size(), 0U);
 }
 
-TEST(AppendFile, BelongsToOneWriter)
+TEST(AppendFile, AllowsOnlyOneWriter)
 {
     const TEMP_DIR dir;
     const std::string path = dir.write("a", "x").string();
@@ -79,7 +79,7 @@ TEST(AppendFile, KeepsWhatFitsOnAFullDisk)
     EXPECT_GT(file.size(), 0U);
 }
 
-TEST(AppendFile, KeepsItsWriterOutOfASecondOpeningOfItsOwn)
+TEST(AppendFile, RefusesASecondOpenInTheSameProcess)
 {
     const TEMP_DIR dir;
     const std::string path = dir.write("a", "123").string();
@@ -92,7 +92,7 @@ TEST(AppendFile, KeepsItsWriterOutOfASecondOpeningOfItsOwn)
     EXPECT_EQ(dir.read("a"), "1234");
 }
 
-TEST(AppendFile, TakesNothingForAWholeAppend)
+TEST(AppendFile, TreatsAnEmptyAppendAsSuccess)
 {
     const TEMP_DIR dir;
     FIO_APPEND_FILE file;
@@ -102,7 +102,7 @@ TEST(AppendFile, TakesNothingForAWholeAppend)
     EXPECT_EQ(file.error(), "");
 }
 
-TEST(AppendFile, IsNoDirectoryAndNeedsOne)
+TEST(AppendFile, RefusesADirectoryAndAMissingParent)
 {
     const TEMP_DIR dir;
     dir.make_dir("d");

@@ -8,7 +8,7 @@
 
 using OPENING = FIO_APPEND_FILE::OPENING;
 
-TEST(AppendFile, IsNoPipe)
+TEST(AppendFile, RefusesAPipe)
 {
     const TEMP_DIR dir;
     const std::string pipe = (dir / "pipe").string();

@@ -23,7 +23,7 @@ TEST(AppendFile, CanBeReadWhileItIsWritten)
     EXPECT_EQ(::DeleteFileW((dir / "a").c_str()), FALSE);
 }
 
-TEST(FileSystem, WaitsForAScannerBeforeItRemoves)
+TEST(FileSystem, WaitsForAScannerBeforeRemoving)
 {
     const TEMP_DIR dir;
     const auto path = dir.write("a", "x");
@@ -32,7 +32,7 @@ TEST(FileSystem, WaitsForAScannerBeforeItRemoves)
     EXPECT_FALSE(std::filesystem::exists(path));
 }
 
-TEST(FileSystem, WaitsForAScannerBeforeItMoves)
+TEST(FileSystem, WaitsForAScannerBeforeMoving)
 {
     const TEMP_DIR dir;
     const auto path = dir.write("a", "x");
@@ -42,7 +42,7 @@ TEST(FileSystem, WaitsForAScannerBeforeItMoves)
     EXPECT_EQ(dir.read("b"), "x");
 }
 
-TEST(FileSystem, GivesAFileUpThatIsHeldForLonger)
+TEST(FileSystem, GivesUpOnAFileThatStaysLocked)
 {
     const TEMP_DIR dir;
     const auto path = dir.write("a", "x");
@@ -54,7 +54,7 @@ TEST(FileSystem, GivesAFileUpThatIsHeldForLonger)
     EXPECT_TRUE(taken.within(12s));
 }
 
-TEST(FileSystem, MovesNothingWhereTheTargetStaysHeld)
+TEST(FileSystem, MovesNothingIfTheTargetStaysLocked)
 {
     const TEMP_DIR dir;
     const auto path = dir.write("a", "x");
@@ -69,7 +69,7 @@ TEST(FileSystem, MovesNothingWhereTheTargetStaysHeld)
     EXPECT_EQ(dir.read("b"), "y");
 }
 
-TEST(FileSystem, EndsItsWaitWhenAsked)
+TEST(FileSystem, EndsItsWaitOnRequest)
 {
     const TEMP_DIR dir;
     const auto path = dir.write("a", "x");
@@ -82,7 +82,7 @@ TEST(FileSystem, EndsItsWaitWhenAsked)
     EXPECT_TRUE(watch.within(2s));
 }
 
-TEST(FileSystem, LeavesAHeldFileAtOnceWhereNobodyIsToWait)
+TEST(FileSystem, DoesNotRetryALockedFileIfWaitingIsDisabled)
 {
     const TEMP_DIR dir;
     const auto path = dir.write("a", "x");
@@ -104,7 +104,7 @@ TEST(FileSystem, RemovesAFileThatIsWriteProtected)
     EXPECT_TRUE(FIO_FILE_SYSTEM::remove_if_exists(path.string()));
 }
 
-TEST(FileSystem, TakesPathsBeyond260Letters)
+TEST(FileSystem, AcceptsPathsLongerThan260Characters)
 {
     const TEMP_DIR dir;
     std::string path = dir.str();

@@ -19,7 +19,7 @@ perms mode_of(const std::filesystem::path& path)
 
 }
 
-TEST(TmpPath, IsFreshAndInsideItsDirectory)
+TEST(TmpPath, IsNewAndInsideItsDirectory)
 {
     const TEMP_DIR dir;
     const std::string first = FIO_FILE_SYSTEM::get_tmp_path(dir.str());
@@ -29,7 +29,7 @@ TEST(TmpPath, IsFreshAndInsideItsDirectory)
     EXPECT_FALSE(FIO_FILE_SYSTEM::exists(first));
 }
 
-TEST(PrivateFile, IsMadeOnceForItsOwnerAlone)
+TEST(PrivateFile, IsCreatedOnceForItsOwnerOnly)
 {
     const TEMP_DIR dir;
     const std::string path = (dir / "log").string();
@@ -42,7 +42,7 @@ TEST(PrivateFile, IsMadeOnceForItsOwnerAlone)
     EXPECT_EQ(mode_of(dir / "d"), perms::owner_all);
 }
 
-TEST(Move, ReplacesOnlyWhenAsked)
+TEST(Move, ReplacesOnlyOnRequest)
 {
     const TEMP_DIR dir;
     const std::string from = dir.write("from", "new").string();
@@ -54,7 +54,7 @@ TEST(Move, ReplacesOnlyWhenAsked)
     EXPECT_FALSE(FIO_FILE_SYSTEM::exists(from));
 }
 
-TEST(Move, LeavesAFileThatCannotBeMovedWhereItIs)
+TEST(Move, KeepsAFileThatCannotBeMoved)
 {
     const TEMP_DIR dir;
     const std::string from = dir.write("from", "x").string();
@@ -80,7 +80,7 @@ TEST(Move, WorksAcrossFileSystems)
     EXPECT_EQ(dir.tree(), (std::vector<std::string>{"to", "x"}));
 }
 
-TEST(RemoveIfExists, MindsNothingThatIsNotThere)
+TEST(RemoveIfExists, IgnoresAMissingFile)
 {
     const TEMP_DIR dir;
     EXPECT_TRUE(FIO_FILE_SYSTEM::remove_if_exists((dir / "none").string()));
@@ -99,7 +99,7 @@ TEST(Chmod, SetsTheMode)
     EXPECT_FALSE(FIO_FILE_SYSTEM::chmod((dir / "none").string(), 448));
 }
 
-TEST(Identity, ChangesWithContentAndPlace)
+TEST(Identity, ChangesWithContentAndLocation)
 {
     const TEMP_DIR dir;
     const std::string path = dir.write("a", "x").string();
@@ -115,7 +115,7 @@ TEST(Identity, ChangesWithContentAndPlace)
     EXPECT_FALSE(FIO_FILE_SYSTEM::identity(dir.str()));
 }
 
-TEST(Move, TakesNoDirectoryAndKeepsOne)
+TEST(Move, RefusesADirectoryAndReplacesNone)
 {
     const TEMP_DIR dir;
     dir.write("d/inside", "x");
@@ -125,7 +125,7 @@ TEST(Move, TakesNoDirectoryAndKeepsOne)
     EXPECT_EQ(dir.tree(), (std::vector<std::string>{"d/", "d/inside", "file"}));
 }
 
-TEST(Move, LeavesNothingBehindWhereTheOtherFileSystemIsFull)
+TEST(Move, LeavesNothingBehindIfTheOtherFileSystemIsFull)
 {
     if (!TMPFS_DIR::available())
         GTEST_SKIP() << "file systems can't be mounted here";
@@ -150,7 +150,7 @@ TEST(FileNames, AreUtf8)
                                                    "2"});
 }
 
-TEST(RemoveIfExists, TakesALinkAndNotWhatItPointsTo)
+TEST(RemoveIfExists, RemovesALinkAndNotItsTarget)
 {
     const TEMP_DIR dir;
     dir.write("real", "x");

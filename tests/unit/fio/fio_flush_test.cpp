@@ -23,7 +23,7 @@ TEST(FlushHandle, FlushesAFileThatIsReadOnly)
     EXPECT_FALSE(FIO_FLUSH_HANDLE(path.string()).flush());
 }
 
-TEST(FlushHandle, FailsForAFileThatIsNotThere)
+TEST(FlushHandle, FailsForAMissingFile)
 {
     const TEMP_DIR dir;
     const FIO_FLUSH_HANDLE handle((dir / "none").string());
@@ -38,7 +38,7 @@ TEST(FlushHandle, FlushesADirectory)
     EXPECT_FALSE(fio_flush_directory(dir.str()));
 }
 
-TEST(FlushHandle, KeepsTheLockOfTheFileItWasMadeOf)
+TEST(FlushHandle, KeepsTheLockOfItsFile)
 {
     const TEMP_DIR dir;
     const std::string path = (dir / "a").string();

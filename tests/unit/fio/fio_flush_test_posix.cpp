@@ -13,13 +13,13 @@ constexpr std::uint64_t mebibyte = 1024 * 1024;
 
 }
 
-TEST(FlushHandle, TakesForFlushedWhatCannotBeFlushed)
+TEST(FlushHandle, TreatsUnflushableFilesAsFlushed)
 {
     EXPECT_FALSE(FIO_FLUSH_HANDLE("/dev/null").flush()); // EINVAL
     EXPECT_FALSE(FIO_FLUSH_HANDLE("/proc/self/status").flush());
 }
 
-TEST(FlushHandle, FailsForADirectoryThatIsNotThere)
+TEST(FlushHandle, FailsForAMissingDirectory)
 {
     const TEMP_DIR dir;
     EXPECT_EQ(fio_flush_directory((dir / "none").string()), std::errc::no_such_file_or_directory);
@@ -42,7 +42,7 @@ TEST(FlushHandle, KeepsAFileAndItsNameThroughAPowerCut)
     EXPECT_FALSE(std::filesystem::exists(disk.path() / "dl/not_flushed"));
 }
 
-TEST(FlushHandle, ReportsAFailedWriteAndShowsWhatTheDiskHas)
+TEST(FlushHandle, ReportsAFailedWriteAndShowsTheDisksContent)
 {
     if (const std::string obstacle = EXT4_DISK::obstacle(); !obstacle.empty())
         GTEST_SKIP() << obstacle;

@@ -21,7 +21,7 @@ TEST(FlushHandle, WaitsForAScanner)
                               }));
 }
 
-TEST(FlushHandle, WaitsForTheWriterUntilItIsToStop)
+TEST(FlushHandle, WaitsForTheWriterUntilStopped)
 {
     const TEMP_DIR dir;
     const std::string path = (dir / "a").u8string();

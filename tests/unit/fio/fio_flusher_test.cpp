@@ -113,7 +113,7 @@ TEST_F(Flusher, FlushesOneFileAfterTheOther)
     EXPECT_TRUE(gate.wait_for_begun(2));
 }
 
-TEST_F(Flusher, JoinsRequestsOfOneFile)
+TEST_F(Flusher, MergesRequestsForOneFile)
 {
     FIO_FLUSHER flusher(gate.as_flush());
     flusher.request(a);
@@ -128,7 +128,7 @@ TEST_F(Flusher, JoinsRequestsOfOneFile)
     EXPECT_EQ(gate.begun(), 3);
 }
 
-TEST_F(Flusher, LetsAWithdrawnFileGo)
+TEST_F(Flusher, ReleasesAWithdrawnFile)
 {
     FIO_FLUSHER flusher(gate.as_flush());
     flusher.request(a);
@@ -147,7 +147,7 @@ TEST_F(Flusher, LetsAWithdrawnFileGo)
     EXPECT_EQ(gate.begun(), 1);
 }
 
-TEST_F(Flusher, DropsItsQueueAndWaitsForTheRunningFlushWhenItGoes)
+TEST_F(Flusher, DropsItsQueueAndWaitsForTheRunningFlushOnDestruction)
 {
     auto flusher = std::make_unique<FIO_FLUSHER>(gate.as_flush());
     flusher->request(a);

@@ -6,31 +6,31 @@
 
 using namespace std::chrono_literals;
 
-TEST(Stopwatch, HoldsAnIdleMachineToTheLimit)
+TEST(Stopwatch, AppliesTheLimitOnAnIdleMachine)
 {
     EXPECT_TRUE((MEASURED_TIME{900ms, 900ms}.within(1s)));
     EXPECT_FALSE((MEASURED_TIME{1s, 1s}.within(1s)));
 }
 
-TEST(Stopwatch, LeavesTimeOutThatOtherProgramsTook)
+TEST(Stopwatch, ExcludesTimeUsedByOtherPrograms)
 {
     EXPECT_TRUE((MEASURED_TIME{5s, 900ms}.within(1s)));
     EXPECT_FALSE((MEASURED_TIME{5s, 1100ms}.within(1s)));
 }
 
-TEST(Stopwatch, GivesABusyMachineTenTimesTheLimitAndNoMore)
+TEST(Stopwatch, AllowsABusyMachineTenTimesTheLimitAtMost)
 {
     EXPECT_TRUE((MEASURED_TIME{9s, 0s}.within(1s)));
     EXPECT_FALSE((MEASURED_TIME{10s, 0s}.within(1s)));
 }
 
-TEST(Stopwatch, TakesTheProcessorThatWasIdleLongest)
+TEST(Stopwatch, UsesTheProcessorThatWasIdleLongest)
 {
     EXPECT_EQ(undisturbed_part(5s, {1s, 20s}, {2s, 23s}), 3s);
     EXPECT_EQ(undisturbed_part(5s, {1s, 20s}, {7s, 20s}), 5s) << "never more than has passed";
 }
 
-TEST(Stopwatch, CountsAllTimeWhereTheSystemTellsNothing)
+TEST(Stopwatch, CountsAllTimeWithoutIdleTimes)
 {
     EXPECT_EQ(undisturbed_part(5s, {}, {}), 5s);
     EXPECT_EQ(undisturbed_part(5s, {1s}, {1s, 1s}), 5s) << "a processor was added";

@@ -24,7 +24,7 @@ bool counted(bool answer)
 
 }
 
-TEST(Assertion, AsksItsConditionOnce)
+TEST(Assertion, EvaluatesItsConditionOnce)
 {
     evaluations = 0;
     MAIN_ASSERT(counted(true));

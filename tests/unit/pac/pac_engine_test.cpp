@@ -33,21 +33,21 @@ std::string returning(const std::string& expression)
 
 }
 
-TEST_F(PacEngineTest, LooksANameUpOnce)
+TEST_F(PacEngineTest, ResolvesANameOnce)
 {
     EXPECT_EQ(run(returning("dnsResolve(host) + dnsResolve(host) + isResolvable(host)")),
               "192.0.2.7192.0.2.7true");
     EXPECT_EQ(looked_up, std::vector<std::string>{"h.example"});
 }
 
-TEST_F(PacEngineTest, NeverLooksUpAddresses)
+TEST_F(PacEngineTest, NeverResolvesAddresses)
 {
     EXPECT_EQ(run(returning("dnsResolve('10.0.0.1') + ' ' + dnsResolveEx('2001:db8::1')")),
               "10.0.0.1 2001:db8::1");
     EXPECT_TRUE(looked_up.empty());
 }
 
-TEST_F(PacEngineTest, LooksUpSomeNamesOnly)
+TEST_F(PacEngineTest, LimitsTheNumberOfResolvedNames)
 {
     EXPECT_EQ(run("function FindProxyForURL() { var found = 0; for (var i = 0; i < 1000; ++i) "
                   "if (dnsResolve('n' + i) !== null) ++found; return String(found); }"),
@@ -57,13 +57,13 @@ TEST_F(PacEngineTest, LooksUpSomeNamesOnly)
                          {"The script looks up too many names; the others count as unknown."}));
 }
 
-TEST_F(PacEngineTest, NeverLooksUpEndlessNames)
+TEST_F(PacEngineTest, NeverResolvesOverlongNames)
 {
     EXPECT_EQ(run(returning("String(dnsResolve(new Array(400).join('x')) + dnsResolve(''))")), "0");
     EXPECT_TRUE(looked_up.empty());
 }
 
-TEST_F(PacEngineTest, LogsSomeLinesOnly)
+TEST_F(PacEngineTest, LimitsTheNumberOfLoggedLines)
 {
     EXPECT_EQ(run("for (var i = 0; i < 1000; ++i) alert(new Array(1000).join('x')); " +
                   returning("'DIRECT'")),
@@ -71,27 +71,27 @@ TEST_F(PacEngineTest, LogsSomeLinesOnly)
     EXPECT_EQ(lines, std::vector<std::string>(100, "alert: " + std::string(493, 'x')));
 }
 
-TEST_F(PacEngineTest, TellsTheLineOfAnException)
+TEST_F(PacEngineTest, ReportsTheLineOfAnException)
 {
     EXPECT_EQ(run("var a;\n\n" + returning("a.b.c")), "(none)");
     EXPECT_EQ(lines, std::vector<std::string>({"The script fails in line 3: TypeError: Cannot "
                                                "read property 'b' of undefined"}));
 }
 
-TEST_F(PacEngineTest, TellsThatThereIsNoFunction)
+TEST_F(PacEngineTest, ReportsAMissingFunction)
 {
     EXPECT_EQ(run("var FindProxyForURL = 'PROXY a';"), "(none)");
     EXPECT_EQ(lines, std::vector<std::string>({"The script doesn't define FindProxyForURL."}));
 }
 
-TEST_F(PacEngineTest, TellsThatTheTextCounts)
+TEST_F(PacEngineTest, ReportsThatTheTextIsUsed)
 {
     EXPECT_EQ(run("PROXY a:1"), "PROXY a:1");
     ASSERT_EQ(lines.size(), 2U);
     EXPECT_EQ(lines[1], "Its text holds a directive, which counts instead.");
 }
 
-TEST_F(PacEngineTest, StartsAfreshEachTime)
+TEST_F(PacEngineTest, StartsWithNewStateEachTime)
 {
     EXPECT_EQ(run("var leaked = 1; " + returning("'DIRECT'")), "DIRECT");
     EXPECT_EQ(run(returning("typeof leaked")), "undefined");

@@ -24,35 +24,35 @@ TEST(PaddedNumbers, LoseTheirLeadingZeros)
     EXPECT_EQ(mended("00"), "0");
 }
 
-TEST(PaddedNumbers, AreLeftAloneWhereTheyAreNoWholeNumbers)
+TEST(PaddedNumbers, AreLeftUnchangedIfNotIntegers)
 {
     for (const char* script : {"0", "10", "0.05", "1.05", "x09", "$01", "_00", "0x00", "0b01",
                                "1e05", "a.b0", "00.5", ""})
         EXPECT_EQ(mended(script), "(unchanged)") << script;
 }
 
-TEST(PaddedNumbers, AreLeftAloneInStrings)
+TEST(PaddedNumbers, AreLeftUnchangedInStrings)
 {
     EXPECT_EQ(mended(R"(f("08", '09', `07`, 06))"), R"(f("08", '09', `07`, 6))");
     EXPECT_EQ(mended(R"(f("a\"08", 06))"), R"(f("a\"08", 6))");
     EXPECT_EQ(mended("x = \"open 08\ny = 08"), "x = \"open 08\ny = 8");
 }
 
-TEST(PaddedNumbers, AreLeftAloneInComments)
+TEST(PaddedNumbers, AreLeftUnchangedInComments)
 {
     EXPECT_EQ(mended("a(08) // 08\nb(09) /* 09\n07 */ c(07)"),
               "a(8) // 08\nb(9) /* 09\n07 */ c(7)");
     EXPECT_EQ(mended("a(08) /* open 07"), "a(8) /* open 07");
 }
 
-TEST(PaddedNumbers, AreLeftAloneInRegularExpressions)
+TEST(PaddedNumbers, AreLeftUnchangedInRegularExpressions)
 {
     EXPECT_EQ(mended("x = /08[/\"]09/.test(h); y = 08"), "x = /08[/\"]09/.test(h); y = 8");
     EXPECT_EQ(mended("return /\\/08\"/.test(a, 08)"), "return /\\/08\"/.test(a, 8)");
     EXPECT_EQ(mended("f(/08/, 08)"), "f(/08/, 8)");
 }
 
-TEST(PaddedNumbers, AreMendedBehindADivision)
+TEST(PaddedNumbers, LoseTheirLeadingZerosAfterADivision)
 {
     EXPECT_EQ(mended("a / 08 / b"), "a / 8 / b");
     EXPECT_EQ(mended("(a) / 08 / 2"), "(a) / 8 / 2");
@@ -72,14 +72,14 @@ TEST(DirectiveInText, IsNotTakenFromComments)
     EXPECT_EQ(found("// \"PROXY old:1\"\n/* 'PROXY older:1' */ x = 'PROXY new:2'"), "PROXY new:2");
 }
 
-TEST(DirectiveInText, NeedsAHostAndAPort)
+TEST(DirectiveInText, RequiresAHostAndAPort)
 {
     for (const char* text : {"\"PROXY a\"", "\"PROXY :1\"", "\"PROXY a:\"", "\"MYPROXY a:1\"",
                              "\"SOCKS a:1\"", "\"PROXY \" + host + \":80\"", "", "DIRECT"})
         EXPECT_EQ(found(text), "(none)") << text;
 }
 
-TEST(DirectiveInText, MayBeALineOfAFileThatIsNoScript)
+TEST(DirectiveInText, MayBeALineOfAFileThatIsNotAScript)
 {
     EXPECT_EQ(found("PROXY a:1; DIRECT"), "PROXY a:1; DIRECT");
     EXPECT_EQ(found("# proxies\r\n\r\n  direct ; Proxy a:1 ;\r\nPROXY b:2"),
@@ -88,14 +88,14 @@ TEST(DirectiveInText, MayBeALineOfAFileThatIsNoScript)
     EXPECT_EQ(found("one\rPROXY a:2\rtwo"), "PROXY a:2");
 }
 
-TEST(DirectiveInText, IsNoLineOfProse)
+TEST(DirectiveInText, IsNotALineOfProse)
 {
     EXPECT_EQ(found("Please use PROXY a:1 from now on"), "(none)");
     EXPECT_EQ(found("<p>PROXY a:1</p>"), "(none)");
     EXPECT_EQ(found("return PROXY a:1"), "(none)");
 }
 
-TEST(DirectiveInText, IsNoEndlessText)
+TEST(DirectiveInText, IsNotAnOverlongText)
 {
     EXPECT_EQ(found("\"PROXY a:1" + std::string(100'000, ' ') + "\""), "(none)");
     EXPECT_EQ(found(std::string(1'000'000, 'x')), "(none)");

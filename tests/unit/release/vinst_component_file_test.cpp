@@ -45,7 +45,7 @@ protected:
 
 }
 
-TEST_F(ComponentFile, IsUnknownAtFirst)
+TEST_F(ComponentFile, IsInitiallyUnknown)
 {
     EXPECT_FALSE(file.exists());
     EXPECT_EQ(file.bytes_on_disk(), 0U);
@@ -56,7 +56,7 @@ TEST_F(ComponentFile, IsUnknownAtFirst)
     EXPECT_FALSE(file.is_verified());
 }
 
-TEST_F(ComponentFile, IsCompleteFromItsSizeOn)
+TEST_F(ComponentFile, IsCompleteOnceItHasItsSize)
 {
     write("012345678");
     file.measure();
@@ -113,7 +113,7 @@ TEST_F(ComponentFile, IsNoLongerVerifiedWhenItHasChangedOnDisk)
     EXPECT_FALSE(file.is_checked());
 }
 
-TEST_F(ComponentFile, IsNoLongerVerifiedWhenItIsGone)
+TEST_F(ComponentFile, IsNoLongerVerifiedWhenItIsRemoved)
 {
     verify();
     std::filesystem::remove(dir / "one.run");
@@ -123,7 +123,7 @@ TEST_F(ComponentFile, IsNoLongerVerifiedWhenItIsGone)
     EXPECT_FALSE(file.is_complete());
 }
 
-TEST_F(ComponentFile, LosesItsCheckWhenItIsCountedShorter)
+TEST_F(ComponentFile, LosesItsCheckResultWhenItBecomesShorter)
 {
     verify();
     file.count(9);
@@ -140,7 +140,7 @@ TEST_F(ComponentFile, IsCheckedForOneDirectoryOnly)
     EXPECT_TRUE(file.is_verified());
 }
 
-TEST_F(ComponentFile, DropsTheResultOfACheckThatBeganInAnotherDirectory)
+TEST_F(ComponentFile, DropsTheResultOfACheckStartedInAnotherDirectory)
 {
     write("0123456789");
     file.measure();

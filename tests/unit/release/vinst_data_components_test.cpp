@@ -63,7 +63,7 @@ protected:
 
 }
 
-TEST_F(ComponentLists, HoldAKindOfAPlatformInManifestOrder)
+TEST_F(ComponentLists, ContainAKindForAPlatformInManifestOrder)
 {
     add("b");
     add("w", false, "windows");
@@ -78,7 +78,7 @@ TEST_F(ComponentLists, HoldAKindOfAPlatformInManifestOrder)
                  "platform == \"linux\" \\|\\| platform == \"windows\"");
 }
 
-TEST_F(ComponentLists, HoldSelectedDownloadsOnlyWithAFile)
+TEST_F(ComponentLists, ContainSelectedDownloadsOnlyWithAFile)
 {
     add("a", true);
     add("group", true, "linux", "");
@@ -91,7 +91,7 @@ TEST_F(ComponentLists, HoldSelectedDownloadsOnlyWithAFile)
               (NAMES{"action"}));
 }
 
-TEST_F(ComponentLists, AreTheManifestsSelectionForAnEmptyText)
+TEST_F(ComponentLists, DefaultToTheManifestsSelection)
 {
     add("a", true);
     add("b");
@@ -100,7 +100,7 @@ TEST_F(ComponentLists, AreTheManifestsSelectionForAnEmptyText)
     EXPECT_TRUE(release.components()[0]->is_selected());
 }
 
-TEST_F(ComponentLists, PutDependenciesAndTheParentBehindTheNamedOne)
+TEST_F(ComponentLists, PutDependenciesAndTheParentAfterTheNamedComponent)
 {
     VINST_COMPONENT* parent = add("parent");
     VINST_COMPONENT* one = add("one");
@@ -121,14 +121,14 @@ TEST_F(ComponentLists, PutDependenciesAndTheParentBehindTheNamedOne)
     EXPECT_FALSE(release.find_component("other", "linux")->is_selected());
 }
 
-TEST_F(ComponentLists, LeaveOutAParentWithoutAFile)
+TEST_F(ComponentLists, OmitAParentWithoutAFile)
 {
     VINST_COMPONENT* group = add("devinfo", false, "linux", "");
     add("orion", false, "linux", ".vdz")->parent = group;
     EXPECT_EQ(resolve("orion"), (NAMES{"orion"}));
 }
 
-TEST_F(ComponentLists, HoldEverythingOnce)
+TEST_F(ComponentLists, ContainEachComponentOnce)
 {
     add("veltrin_base");
     VINST_COMPONENT* a = add("a");
@@ -145,7 +145,7 @@ TEST_F(ComponentLists, SurviveDependencyCycles)
     EXPECT_EQ(resolve("a"), (NAMES{"a", "b"}));
 }
 
-TEST_F(ComponentLists, LogEveryUnknownName)
+TEST_F(ComponentLists, LogEachUnknownName)
 {
     add("a");
     EXPECT_EQ(resolve("x,a,,y"), (NAMES{"a"}));
@@ -181,7 +181,7 @@ TEST_F(ComponentLists, AreSortedForTheHelp)
               "Optional components: lyra,morlan_fe,extra");
 }
 
-TEST_F(ComponentLists, FollowNobodyFromAComponentThatCameAlong)
+TEST_F(ComponentLists, DoNotFollowIndirectComponents)
 {
     VINST_COMPONENT* a = add("a");
     VINST_COMPONENT* b = add("b");
@@ -192,7 +192,7 @@ TEST_F(ComponentLists, FollowNobodyFromAComponentThatCameAlong)
     EXPECT_EQ(resolve("b,a"), (NAMES{"b", "c", "p", "a"}));
 }
 
-TEST_F(ComponentLists, HoldARepeatedDependencyOnce)
+TEST_F(ComponentLists, ContainARepeatedDependencyOnce)
 {
     VINST_COMPONENT* a = add("a");
     VINST_COMPONENT* b = add("b");
@@ -202,7 +202,7 @@ TEST_F(ComponentLists, HoldARepeatedDependencyOnce)
     EXPECT_EQ(logged(), "[info] Add dependent component: b\n");
 }
 
-TEST_F(ComponentLists, SayTheMainProductsFullNameWhereThereIsNone)
+TEST_F(ComponentLists, ReportTheMainProductsFullNameIfItIsMissing)
 {
     add("a");
     EXPECT_EQ(resolve("veltrin"), NAMES{});
@@ -210,7 +210,7 @@ TEST_F(ComponentLists, SayTheMainProductsFullNameWhereThereIsNone)
     EXPECT_EQ(logged(), "[error] Component: veltrin_base is invalid\n");
 }
 
-TEST_F(ComponentLists, KeepToThePlatform)
+TEST_F(ComponentLists, AreLimitedToThePlatform)
 {
     VINST_COMPONENT* on_windows = add("both", true, "windows");
     VINST_COMPONENT* on_linux = add("both");
@@ -232,7 +232,7 @@ TEST_F(ComponentLists, SelectAChosenSimulatorEditionWithoutAFile)
     EXPECT_FALSE(other->is_selected());
 }
 
-TEST_F(ComponentLists, MakePartlySelectedComponentsWhollySelectedOrNot)
+TEST_F(ComponentLists, ResolvePartlySelectedComponents)
 {
     VINST_COMPONENT* a = add("a");
     VINST_COMPONENT* b = add("b");
@@ -252,7 +252,7 @@ TEST_F(ComponentLists, LogNamesWithoutTheirControlCharacters)
                         "[error] Component: x\xEF\xBF\xBDy is invalid\n");
 }
 
-TEST_F(ComponentLists, LeaveHeadingsWithoutNamesInTheHelp)
+TEST_F(ComponentLists, PrintEmptyHeadingsInTheHelp)
 {
     EXPECT_EQ(components_help(release, "windows").toStdString(),
               "Specify the components to download/install in comma-separated values\n"
@@ -268,7 +268,7 @@ TEST_F(ComponentLists, AssertTheirPlatform)
     EXPECT_DEATH(components_help(release, ""), condition);
 }
 
-TEST_F(ComponentLists, TellWhatTheSelectionStillNeeds)
+TEST_F(ComponentLists, ReturnMissingDependenciesOfTheSelection)
 {
     VINST_COMPONENT* base = add("base");
     VINST_COMPONENT* group = add("group", false, "linux", "");

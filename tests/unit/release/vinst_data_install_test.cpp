@@ -92,7 +92,7 @@ TEST_F(InstallCommand, IsEmptyWhileADependencysFileIsMissing)
     EXPECT_NE(command(tool), "");
 }
 
-TEST_F(InstallCommand, RunsAnInstallerWithoutAsking)
+TEST_F(InstallCommand, RunsAnInstallerUnattended)
 {
     EXPECT_EQ(command(add("tool")),
               native("DL/tool.run --mode unattended --unattendedmodeui minimal --accept_eula 1  "
@@ -103,14 +103,14 @@ TEST_F(InstallCommand, RunsAnInstallerWithoutAsking)
                      "--installdir /opt/v"));
 }
 
-TEST_F(InstallCommand, AcceptsNoLicenceForTheLicenceServiceAlone)
+TEST_F(InstallCommand, AcceptsTheLicenceExceptForTheLicenceService)
 {
     EXPECT_EQ(
         command(add("flexlm")),
         native("DL/flexlm.run --mode unattended --unattendedmodeui minimal --installdir /opt/v"));
 }
 
-TEST_F(InstallCommand, LetsAnAttendedInstallerAsk)
+TEST_F(InstallCommand, RunsAnAttendedInstallerInteractively)
 {
     EXPECT_EQ(command(add("tool"), false), native("DL/tool.run --installdir /opt/v"));
 }
@@ -157,7 +157,7 @@ TEST_F(InstallCommand, OmitsEmptyListsOfParts)
               native("DL/veltrin_base.run --installdir /opt/v --disable-components missing"));
 }
 
-TEST_F(InstallCommand, SkipsTheMainProductsOwnSumsOnWindows)
+TEST_F(InstallCommand, SkipsTheMainProductsChecksumCheckOnWindows)
 {
     EXPECT_EQ(
         command(add_main(), true, "windows"),
@@ -178,7 +178,7 @@ TEST_F(InstallCommand, EndsWithTheShortcutOptionsOfThePlatform)
               native("DL/veltrin_base.run --installdir /opt/v --shortcuts 1 --menu 1"));
 }
 
-TEST_F(InstallCommand, LeavesPartsToASelectedMainProduct)
+TEST_F(InstallCommand, IsEmptyForPartsOfASelectedMainProduct)
 {
     VINST_COMPONENT* main_product = add_main();
     VINST_COMPONENT* tool = add("tool");
@@ -194,14 +194,14 @@ TEST_F(InstallCommand, LeavesPartsToASelectedMainProduct)
     EXPECT_NE(command(tool), "");
 }
 
-TEST_F(InstallCommand, GivesAMainProductThatIsNotStandaloneNoCommandOfItsOwn)
+TEST_F(InstallCommand, IsEmptyForAMainProductThatIsNotStandalone)
 {
     VINST_COMPONENT* main_product = add_main();
     main_product->standalone = false;
     EXPECT_EQ(command(main_product), "");
 }
 
-TEST_F(InstallCommand, HandsADeviceToTheDeviceInstaller)
+TEST_F(InstallCommand, PassesADeviceToTheDeviceInstaller)
 {
     const std::string install = (dir / "inst").string();
     release.set_install_dir(QString::fromStdString(install));
@@ -225,7 +225,7 @@ TEST_F(InstallCommand, HandsADeviceToTheDeviceInstaller)
     EXPECT_EQ(command(orion, false), start + " --disable-components lyra,vega");
 }
 
-TEST_F(InstallCommand, KnowsTheDeviceInstallersNameOnWindows)
+TEST_F(InstallCommand, UsesTheDeviceInstallersNameOnWindows)
 {
     release.set_install_dir(QString::fromStdString((dir / "inst").string()));
     VINST_COMPONENT* group = add("devinfo", false, "", "windows");
@@ -235,7 +235,7 @@ TEST_F(InstallCommand, KnowsTheDeviceInstallersNameOnWindows)
     EXPECT_NE(command(vega, true, "windows").find("/dev_install.exe --mode"), std::string::npos);
 }
 
-TEST_F(InstallCommand, PutsPartsWithBlanksInQuotes)
+TEST_F(InstallCommand, QuotesPartsWithBlanks)
 {
     release.set_download_dir(QString::fromStdString((dir / "d l").string()));
     release.set_install_dir("/opt/my \"v\"");
@@ -245,7 +245,7 @@ TEST_F(InstallCommand, PutsPartsWithBlanksInQuotes)
                                            "/tool.run\" --installdir \"/opt/my \"\"\"v\"\"\"\""));
 }
 
-TEST_F(InstallCommand, SurvivesAComponentOfNoPlatform)
+TEST_F(InstallCommand, SurvivesAComponentWithoutAPlatform)
 {
     EXPECT_NE(command(add("any", true, ".run", "")), "");
     EXPECT_NE(command(add("odd", true, ".run", "solaris")), "");
@@ -264,7 +264,7 @@ TEST_F(InstallCommand, MakesVerifiedRunFilesExecutableForTheirOwner)
     EXPECT_EQ(std::filesystem::status(dir / "dl").permissions(), before);
 }
 
-TEST_F(InstallCommand, ReadsOnWindowsAsTheInstallersExpect)
+TEST_F(InstallCommand, MatchesWhatInstallersExpectOnWindows)
 {
     VINST_COMPONENT* main_product = add("veltrin_base", true, ".exe", "windows");
     main_product->standalone = true;
@@ -281,7 +281,7 @@ TEST_F(InstallCommand, ReadsOnWindowsAsTheInstallersExpect)
                "--disable-components vprogrammer --shortcuts 1"));
 }
 
-TEST_F(InstallCommand, ShowsTheMinimalInterfaceForEverySettingButZero)
+TEST_F(InstallCommand, ShowsTheMinimalInterfaceForEveryNonZeroSetting)
 {
     release.unattended_ui = -1;
     EXPECT_EQ(
@@ -289,7 +289,7 @@ TEST_F(InstallCommand, ShowsTheMinimalInterfaceForEverySettingButZero)
         native("DL/flexlm.run --mode unattended --unattendedmodeui minimal --installdir /opt/v"));
 }
 
-TEST_F(InstallCommand, IsEmptyWhereADirectoryStandsInTheFilesPlace)
+TEST_F(InstallCommand, IsEmptyIfADirectoryIsInPlaceOfTheFile)
 {
     VINST_COMPONENT* tool = add("tool", false);
     dir.make_dir("dl/tool.run");
@@ -304,7 +304,7 @@ TEST_F(InstallCommand, IsEmptyForTheMainProductWhileADependencysFileIsMissing)
     EXPECT_EQ(command(main_product), "");
 }
 
-TEST_F(InstallCommand, GivesALooseArchiveNoneEvenWhenItStandsAlone)
+TEST_F(InstallCommand, IsEmptyForAStandaloneArchive)
 {
     VINST_COMPONENT* loose = add("loose", true, ".vdz");
     loose->standalone = true;
@@ -313,7 +313,7 @@ TEST_F(InstallCommand, GivesALooseArchiveNoneEvenWhenItStandsAlone)
               native("DL/veltrin_base.run --installdir /opt/v --disable-components loose"));
 }
 
-TEST_F(InstallCommand, IsEmptyWhereADirectoryStandsInTheDeviceInstallersPlace)
+TEST_F(InstallCommand, IsEmptyIfADirectoryIsInPlaceOfTheDeviceInstaller)
 {
     release.set_install_dir(QString::fromStdString((dir / "inst").string()));
     dir.make_dir("inst/devices/dev_install/dev_install.run");
@@ -322,7 +322,7 @@ TEST_F(InstallCommand, IsEmptyWhereADirectoryStandsInTheDeviceInstallersPlace)
     EXPECT_EQ(command(orion), "");
 }
 
-TEST_F(InstallCommand, InstallsAStandaloneDeviceBesideASelectedMainProduct)
+TEST_F(InstallCommand, InstallsAStandaloneDeviceWithASelectedMainProduct)
 {
     add_main();
     release.set_install_dir(QString::fromStdString((dir / "inst").string()));
@@ -336,7 +336,7 @@ TEST_F(InstallCommand, InstallsAStandaloneDeviceBesideASelectedMainProduct)
     EXPECT_NE(command(orion).find("dev_install.run --mode unattended"), std::string::npos);
 }
 
-TEST_F(InstallCommand, LeavesShortcutsOutWhenTheUserSkipsThem)
+TEST_F(InstallCommand, OmitsShortcutsIfTheUserSkipsThem)
 {
     VINST_COMPONENT* main_product = add_main();
     VINST_COMPONENT* action = add("desktop_shortcuts", false, "");
@@ -347,7 +347,7 @@ TEST_F(InstallCommand, LeavesShortcutsOutWhenTheUserSkipsThem)
     EXPECT_EQ(command(main_product) + " --shortcuts 1", with_shortcuts);
 }
 
-TEST_F(InstallCommand, KeepsShortcutsForWhoRunsTheInstallerByHand)
+TEST_F(InstallCommand, KeepsShortcutsWhenTheInstallerIsRunManually)
 {
     VINST_COMPONENT* main_product = add_main();
     VINST_COMPONENT* action = add("desktop_shortcuts", false, "");
@@ -368,7 +368,7 @@ class NoInstallCommand : public InstallCommand
 
 }
 
-TEST_F(NoInstallCommand, HasNoReasonWhereThereIsACommand)
+TEST_F(NoInstallCommand, HasNoReasonIfThereIsACommand)
 {
     EXPECT_EQ(reason(add("tool")), "");
     EXPECT_EQ(reason(add("any", true, ".run", "")), "");
@@ -453,7 +453,7 @@ TEST_F(InstallCommand, NamesThePartsThatItEnablesInTheMainProduct)
     EXPECT_EQ(parts(main_product), QStringList());
 }
 
-TEST_F(InstallCommand, IsNotNeededForWhatOthersInstall)
+TEST_F(InstallCommand, IsNotRequiredForPartsThatOthersInstall)
 {
     struct CASE
     {
@@ -508,13 +508,13 @@ TEST_F(ActionCommand, RunsInTheInstallDirectory)
     EXPECT_EQ(command(), native("\"/opt/my v/bin/notify\""));
 }
 
-TEST_F(ActionCommand, IsNoneWithoutAProgram)
+TEST_F(ActionCommand, IsEmptyWithoutAProgram)
 {
     action->cmd_exe.clear();
     EXPECT_EQ(command(), "");
 }
 
-TEST_F(ActionCommand, IsNoneWhenTheUserSkipsIt)
+TEST_F(ActionCommand, IsEmptyIfTheUserSkipsIt)
 {
     action->skip = 1;
     EXPECT_EQ(command(), "");

@@ -72,7 +72,7 @@ TEST_F(Space, IsSummedOverSelectedComponents)
     EXPECT_EQ(figures.to_install, 300U);
 }
 
-TEST_F(Space, CountsTheAncestorsOfASimulatorEditionAndNotItself)
+TEST_F(Space, CountsTheAncestorsOfASimulatorEditionOnly)
 {
     VINST_COMPONENT* top = add("top", 0, 2);
     VINST_COMPONENT* parent = add("parent", 0, 10);
@@ -108,13 +108,13 @@ TEST_F(Space, OfAMebibyteIsEnoughForNothing)
     EXPECT_FALSE(has_enough_download_space(release, "linux", volume("/", mebibyte - 1)));
 }
 
-TEST_F(Space, IsNoneWhereTheVolumeCannotBeQueried)
+TEST_F(Space, IsInsufficientIfTheVolumeCannotBeQueried)
 {
     EXPECT_FALSE(has_enough_download_space(release, "linux", volume("/", -1)));
     EXPECT_EQ(logged().at(1), "Total download size: 0.00 GB, total avail: 0.00 GB");
 }
 
-TEST_F(Space, TakesTheDefaultDownloadDirectoryWhereNoneIsSet)
+TEST_F(Space, UsesTheDefaultDownloadDirectoryIfNoneIsSet)
 {
     release.set_download_dir("");
     release.edition = "pro";
@@ -132,7 +132,7 @@ TEST_F(Space, ForInstallingIncludesTheDownloadOnTheSameVolume)
     EXPECT_EQ(lines.at(1), "Total download & install size: 2.00 GB, total avail: 2.00 GB");
 }
 
-TEST_F(Space, ForInstallingStandsAloneOnAnotherVolume)
+TEST_F(Space, ForInstallingIsSeparateOnAnotherVolume)
 {
     dir.make_dir("dl");
     dir.make_dir("inst");
@@ -171,7 +171,7 @@ TEST_F(Space, IsPartOfTheRunSummary)
                            "Number of parallel downloads: 1", "Retry duration: 0 (minutes)"}));
 }
 
-TEST_F(Space, IsNeverCountedBeyondWhatFits)
+TEST_F(Space, SaturatesInsteadOfOverflowing)
 {
     constexpr quint64 largest = 9223372036854775807;
     add("a", largest, 1e300);
@@ -185,7 +185,7 @@ TEST_F(Space, IsNeverCountedBeyondWhatFits)
     EXPECT_FALSE(has_enough_install_space(release, "linux", volume("/", gibibyte)));
 }
 
-TEST_F(Space, IsAskedOfTheNearestExistingDirectories)
+TEST_F(Space, IsQueriedForTheNearestExistingDirectories)
 {
     dir.make_dir("inst");
     QStringList asked;
@@ -203,7 +203,7 @@ TEST_F(Space, IsAskedOfTheNearestExistingDirectories)
                                   QDir::fromNativeSeparators(dir.qstr() + "/inst")}));
 }
 
-TEST_F(Space, ForInstallingIsNoneWhereTheVolumeCannotBeQueried)
+TEST_F(Space, ForInstallingIsInsufficientIfTheVolumeCannotBeQueried)
 {
     EXPECT_FALSE(has_enough_install_space(release, "linux", volume("/", -1)));
     EXPECT_EQ(logged().at(1), "Total download & install size: 0.00 GB, total avail: 0.00 GB");

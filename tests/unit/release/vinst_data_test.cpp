@@ -45,7 +45,7 @@ TEST(ReleaseVersion, IsSplitByTheNumberOfItsParts)
     }
 }
 
-TEST(FindComponent, KeepsPlatformsApart)
+TEST(FindComponent, DistinguishesPlatforms)
 {
     VINST_RELEASE release;
     VINST_COMPONENT* windows = add(release, "a", "windows");
@@ -92,7 +92,7 @@ TEST(DefaultDirectories, NameTheEditionAndTheShortVersion)
               native(QStringLiteral("C:\\orvaneFPGA_pro/5.2")));
 }
 
-TEST(DefaultDirectories, AreTheManifestsWhereItNamesThem)
+TEST(DefaultDirectories, AreTheManifestsIfItNamesThem)
 {
     VINST_RELEASE release;
     release.installdir_linux = "/opt//orvane/./5.2/";
@@ -149,7 +149,7 @@ TEST(DownloadUrl, OfAComponentEncodesItsFileName)
     EXPECT_EQ(component->file.path(), native(QStringLiteral("/dl/a b#1%.run")));
 }
 
-TEST(TestFile, HasABuiltInAddressAndSumThatStayStored)
+TEST(TestFile, HasABuiltInAddressAndChecksumThatPersist)
 {
     VINST_RELEASE release;
     EXPECT_EQ(release.test_url(), "https://downloads.orvane.example/vinst/vinst_test_download.txt");
@@ -179,7 +179,7 @@ TEST(Addresses, AreBelowTheReservedDomain)
               "https://survey.orvane.example/vinst?version=5.2.0.31&edition=pro");
 }
 
-TEST(Component, BeginsAsNothingInParticular)
+TEST(Component, HasNoKindInitially)
 {
     const VINST_COMPONENT component;
     EXPECT_EQ(component.kind, VINST_COMPONENT_KIND::unknown);
@@ -201,7 +201,7 @@ TEST(Component, CountsAsSelectedInTwoOfThreeStates)
     EXPECT_FALSE(component.is_selected());
 }
 
-TEST(Component, IsClassedByItsNames)
+TEST(Component, IsClassifiedByItsNames)
 {
     VINST_COMPONENT component;
     component.filename = "x.vdz";

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-TEST(SuitsPlatform, TakesAnEmptyPlatformForEveryPlatform)
+TEST(SuitsPlatform, TreatsAnEmptyPlatformAsEveryPlatform)
 {
     EXPECT_TRUE(suits_platform("linux", "linux"));
     EXPECT_FALSE(suits_platform("windows", "linux"));
@@ -11,7 +11,7 @@ TEST(SuitsPlatform, TakesAnEmptyPlatformForEveryPlatform)
     EXPECT_FALSE(suits_platform("linux", ""));
 }
 
-TEST(IsComponentPlatform, KnowsThePlatformsAndNone)
+TEST(IsComponentPlatform, AcceptsKnownPlatformsAndAnEmptyText)
 {
     EXPECT_TRUE(is_component_platform("linux"));
     EXPECT_TRUE(is_component_platform("windows"));
@@ -20,7 +20,7 @@ TEST(IsComponentPlatform, KnowsThePlatformsAndNone)
     EXPECT_FALSE(is_component_platform("Linux"));
 }
 
-TEST(NameIndex, FindsTheLowestPlaceThatSuitsThePlatform)
+TEST(NameIndex, FindsTheLowestIndexThatSuitsThePlatform)
 {
     VINST_NAME_INDEX index;
     index.add("a", "windows", 0);
@@ -43,7 +43,7 @@ TEST(NameIndex, LetsNoComponentOfAPlatformSuitAnEmptyOne)
     EXPECT_EQ(index.find("a", ""), std::nullopt);
 }
 
-TEST(NameIndex, KeepsTheFirstPlaceOfANameThatIsAddedTwice)
+TEST(NameIndex, KeepsTheFirstIndexOfANameThatIsAddedTwice)
 {
     VINST_NAME_INDEX index;
     index.add("a", "linux", 0);

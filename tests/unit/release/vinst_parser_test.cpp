@@ -69,7 +69,7 @@ TEST_F(ManifestTest, RefusesAFileThatDoesNotExist)
     EXPECT_EQ(messages, (MESSAGES{"Manifest file " + path.toStdString() + " does not exist\n"}));
 }
 
-TEST_F(ManifestTest, RefusesWhatIsNoFileToRead)
+TEST_F(ManifestTest, RefusesWhatIsNotAReadableFile)
 {
     dir.make_dir("manifest.json");
     const QString path = QString::fromStdString(manifest_path());
@@ -141,7 +141,7 @@ TEST_F(ManifestTest, LetsALaterMainElementOverwriteAnEarlierOne)
     EXPECT_EQ(release->short_version, "3.4");
 }
 
-TEST_F(ManifestTest, DoesNotReadTheTestSumWithoutATestAddress)
+TEST_F(ManifestTest, DoesNotReadTheTestChecksumWithoutATestAddress)
 {
     ASSERT_TRUE(load(R"([{"data_type":"main","edition":"p","version":"1","test_md5sum":"m"}])"));
     EXPECT_NE(release->test_md5sum(), "m");
@@ -180,7 +180,7 @@ TEST_F(ManifestTest, ReadsAComponent)
     EXPECT_EQ(a.release, release.get());
 }
 
-TEST_F(ManifestTest, TellsEveryMissingKeyOfAComponentWithAFile)
+TEST_F(ManifestTest, ReportsEveryMissingKeyOfAComponentWithAFile)
 {
     ASSERT_TRUE(load(R"([{"data_type":"download","name":"a","filename":"f"}])"));
     const std::string element = R"({"data_type":"download","filename":"f","name":"a"})";
@@ -192,7 +192,7 @@ TEST_F(ManifestTest, TellsEveryMissingKeyOfAComponentWithAFile)
     EXPECT_EQ(messages, expected);
 }
 
-TEST_F(ManifestTest, AsksLittleOfAComponentWithoutAFile)
+TEST_F(ManifestTest, RequiresFewKeysOfAComponentWithoutAFile)
 {
     ASSERT_TRUE(load(R"([{"data_type":"download","name":"a"}])"));
     const std::string element = R"({"data_type":"download","name":"a"})";
@@ -204,7 +204,7 @@ TEST_F(ManifestTest, AsksLittleOfAComponentWithoutAFile)
     EXPECT_EQ(component(0).selection, VINST_SELECTION::not_selected);
 }
 
-TEST_F(ManifestTest, KnowsTheKindsByTheirWords)
+TEST_F(ManifestTest, RecognizesTheKindsByName)
 {
     ASSERT_TRUE(load(R"([{"data_type":"install","name":"a"},{"data_type":"other","name":"b"},
                          {"data_type":5,"name":"c"}])"));
@@ -230,7 +230,7 @@ TEST_F(ManifestTest, SelectsByNumbersAboveZero)
     }
 }
 
-TEST_F(ManifestTest, TakesNumericTextsForNumbers)
+TEST_F(ManifestTest, AcceptsNumericTextsAsNumbers)
 {
     ASSERT_TRUE(load(R"([{"data_type":"x","name":"a","platform":"linux","filename":"f","title":"",
         "desc":"","md5sum":"","sha1sum":"","size":"123","downloadsize_str":"","installsize":"1.5",
@@ -240,7 +240,7 @@ TEST_F(ManifestTest, TakesNumericTextsForNumbers)
     EXPECT_EQ(component(0).installsize, 1.5);
 }
 
-TEST_F(ManifestTest, KeepsSizesOver4GiBToTheByte)
+TEST_F(ManifestTest, KeepsSizesOver4GiBExactly)
 {
     ASSERT_TRUE(load(R"([{"data_type":"x","name":"a","size":9007199254740993},
                          {"data_type":"x","name":"b","size":"9223372036854775807"}])"));
@@ -248,7 +248,7 @@ TEST_F(ManifestTest, KeepsSizesOver4GiBToTheByte)
     EXPECT_EQ(component(1).size, 9223372036854775807);
 }
 
-TEST_F(ManifestTest, TellsNumbersThatAreNone)
+TEST_F(ManifestTest, ReportsInvalidNumbers)
 {
     for (const char* value : {"\"12x\"", "\"\"", "-1", "\"-1\"", "1e30", "-1e300", "true", "null",
                               "[]", "{}", "\"9223372036854775808\"", "9223372036854775808"})
@@ -274,7 +274,7 @@ TEST_F(ManifestTest, TellsNumbersThatAreNone)
     }
 }
 
-TEST_F(ManifestTest, TellsSwitchesThatAreNoNumbersAndTakesThemAsOff)
+TEST_F(ManifestTest, ReportsSwitchesThatAreNotNumbersAndTreatsThemAsOff)
 {
     ASSERT_TRUE(load(R"([{"data_type":"x","name":"a","platform":"linux","filename":"","title":"",
         "selected":"yes","standalone":true,"addon":"1.5x"}])"));
@@ -287,7 +287,7 @@ TEST_F(ManifestTest, TellsSwitchesThatAreNoNumbersAndTakesThemAsOff)
     EXPECT_FALSE(component(0).addon);
 }
 
-TEST_F(ManifestTest, CutsAnElementInAMessageAfter1024Bytes)
+TEST_F(ManifestTest, TruncatesAnElementInAMessageAfter1024Bytes)
 {
     ASSERT_FALSE(load("[{\"data_type\":\"x\",\"desc\":\"" + std::string(3000, 'd') + "\"}]"));
     const std::string start = "'name' is missing in the manifest data: ";
@@ -349,7 +349,7 @@ TEST_F(ManifestTest, KeepsRelationsWithinAPlatform)
                         "Dependency component: both does not exist in the manifest data\n"}));
 }
 
-TEST_F(ManifestTest, TakesAnUnsafeFileNameForNone)
+TEST_F(ManifestTest, TreatsAnUnsafeFileNameAsMissing)
 {
     for (const char* name :
          {"../x", "a/b", "/etc/passwd", "..", ".", "a\\\\b", "C:x", "a:b", "a\\u0000b", "a\\nb",
@@ -366,7 +366,7 @@ TEST_F(ManifestTest, TakesAnUnsafeFileNameForNone)
     }
 }
 
-TEST_F(ManifestTest, TakesAFileNameForNoneThatDiffersFromAnotherInLetterCaseAlone)
+TEST_F(ManifestTest, TreatsAFileNameThatDiffersOnlyInCaseAsMissing)
 {
     const auto element = [](const char* name, const char* filename)
     {
@@ -384,7 +384,7 @@ TEST_F(ManifestTest, TakesAFileNameForNoneThatDiffersFromAnotherInLetterCaseAlon
     EXPECT_EQ(messages[0].find("'filename' is not safe: {"), 0U);
 }
 
-TEST_F(ManifestTest, ReplacesControlCharactersInTheNamesThatItTells)
+TEST_F(ManifestTest, ReplacesControlCharactersInReportedNames)
 {
     ASSERT_TRUE(load("[" + whole("a", R"(,"parent":"p\u001b[2J")") + "]"));
     EXPECT_EQ(
@@ -409,7 +409,7 @@ TEST_F(ManifestTest, SurvivesKeysOfTheWrongTypes)
     }
 }
 
-TEST_F(ManifestTest, SurvivesDeepNestingAndABrokenText)
+TEST_F(ManifestTest, SurvivesDeepNestingAndInvalidText)
 {
     const std::string deep = std::string(100000, '[') + std::string(100000, ']');
     EXPECT_FALSE(load(deep));
@@ -419,7 +419,7 @@ TEST_F(ManifestTest, SurvivesDeepNestingAndABrokenText)
     EXPECT_TRUE(load("\xEF\xBB\xBF[" + whole("a") + "]"));
 }
 
-TEST(LocateManifest, PrefersTheNamedOneThenTheOneBesideTheProgramThenASourceTree)
+TEST(LocateManifest, PrefersTheNamedFileThenTheProgramsDirectoryThenASourceTree)
 {
     const TEMP_DIR dir;
     const QString app = dir.qstr() + "/a/bin";
@@ -439,14 +439,14 @@ TEST(LocateManifest, PrefersTheNamedOneThenTheOneBesideTheProgramThenASourceTree
     EXPECT_EQ(locate_manifest(app, named, "linux"), named);
 }
 
-TEST(LocateManifest, ReplacesTheEditionInTheWholePathOfTheFallBack)
+TEST(LocateManifest, ReplacesTheEditionInTheFullFallbackPath)
 {
     EXPECT_EQ(locate_manifest("/none/vinst_pro/bin", {}, "linux"),
               "/none/vinst_standard/bin/../../ib_installers/manifest_files/"
               "manifest_linux_standard.json");
 }
 
-TEST_F(ManifestTest, TellsAnElementWithoutItsControlCharacters)
+TEST_F(ManifestTest, ReportsAnElementWithoutItsControlCharacters)
 {
     // JSON itself escapes those below a blank, but neither DEL nor the second set of controls.
     ASSERT_TRUE(load(
@@ -459,7 +459,7 @@ TEST_F(ManifestTest, TellsAnElementWithoutItsControlCharacters)
                         "'selected' is missing in the manifest data: " + element + "\n"}));
 }
 
-TEST_F(ManifestTest, TakesNamesOfDevicesAndInvisibleControlsForUnsafeFileNames)
+TEST_F(ManifestTest, TreatsDeviceNamesAndInvisibleControlsAsUnsafeFileNames)
 {
     for (const char* name : {"a\\u0085b", "a\\u009bb", "CONIN$", "conout$.txt", "COM\\u00b9",
                              "lpt\\u00b3.run", "nul .txt", "a\\tb", "\\u0001", "....", " ", "\\/"})
@@ -473,7 +473,7 @@ TEST_F(ManifestTest, TakesNamesOfDevicesAndInvisibleControlsForUnsafeFileNames)
     EXPECT_EQ(component(0).filename, "");
 }
 
-TEST_F(ManifestTest, ReadsTextsOfTheWrongTypeAsEmptyWithoutAWord)
+TEST_F(ManifestTest, ReadsTextsOfTheWrongTypeAsEmptySilently)
 {
     ASSERT_TRUE(load(R"([{"data_type":"main","edition":5,"version":[],"download_url":{},
         "installdir_linux":7,"installdir_windows":null},
@@ -493,7 +493,7 @@ TEST_F(ManifestTest, ReadsTextsOfTheWrongTypeAsEmptyWithoutAWord)
     EXPECT_TRUE(component(0).dependencies.empty());
 }
 
-TEST_F(ManifestTest, TakesSwitchesBeyond32BitsForNoNumbers)
+TEST_F(ManifestTest, ReportsSwitchesBeyond32BitsAsInvalid)
 {
     const std::string element =
         R"({"addon":-2147483649,"data_type":"x","filename":"","name":"a","platform":"linux",)"
@@ -509,7 +509,7 @@ TEST_F(ManifestTest, TakesSwitchesBeyond32BitsForNoNumbers)
     EXPECT_FALSE(component(0).addon);
 }
 
-TEST_F(ManifestTest, TellsTheElementInEveryMessageOnItsNumbers)
+TEST_F(ManifestTest, NamesTheElementInEveryMessageAboutItsNumbers)
 {
     const std::string element =
         R"({"addon":"-","data_type":"x","filename":"","installsize":"1 GB","name":"a",)"
@@ -522,7 +522,7 @@ TEST_F(ManifestTest, TellsTheElementInEveryMessageOnItsNumbers)
     EXPECT_EQ(messages, expected);
 }
 
-TEST_F(ManifestTest, ResolvesDeferredDependenciesBehindTheOthers)
+TEST_F(ManifestTest, ResolvesDeferredDependenciesAfterTheOthers)
 {
     ASSERT_TRUE(load("[" + whole("early") + "," +
                      whole("a", R"(,"dependency":["late","early","a"])") + "," + whole("late") +
@@ -547,7 +547,7 @@ TEST_F(ManifestTest, LetsAComponentWithoutAPlatformBeTheParentOnBoth)
     EXPECT_EQ(messages, (MESSAGES{"Parent component: l does not exist in the manifest data\n"}));
 }
 
-TEST_F(ManifestTest, FindsTheFirstOfComponentsOfOneName)
+TEST_F(ManifestTest, FindsTheFirstOfComponentsWithTheSameName)
 {
     ASSERT_TRUE(load("[" + whole("a") + "," + whole("a") + "," + whole("b", R"(,"parent":"a")") +
                      "," + whole("a", R"(,"parent":"a")") + "]"));
@@ -556,7 +556,7 @@ TEST_F(ManifestTest, FindsTheFirstOfComponentsOfOneName)
     EXPECT_EQ(release->find_component("a", "linux"), release->components()[0].get());
 }
 
-TEST_F(ManifestTest, HandsOutNoReleaseThatIsHalfRead)
+TEST_F(ManifestTest, ReturnsNoPartiallyReadRelease)
 {
     EXPECT_FALSE(load("[" + whole("a", R"(,"dependency":["none"])") + ",{\"data_type\":\"x\"}," +
                       whole("b") + "]"));
@@ -564,7 +564,7 @@ TEST_F(ManifestTest, HandsOutNoReleaseThatIsHalfRead)
               MESSAGES{"'name' is missing in the manifest data: {\"data_type\":\"x\"}\n"});
 }
 
-TEST_F(ManifestTest, RefusesEveryTextThatIsCutShort)
+TEST_F(ManifestTest, RefusesEveryTruncatedText)
 {
     const std::string text = R"([{"data_type":"main","edition":"p\u00e9","version":"1.2"},)" +
                              whole("a", R"(,"dependency":["b"])") + "," +
@@ -598,7 +598,7 @@ TEST_F(ManifestTest, SurvivesBytesThatWereChangedAtRandom)
     }
 }
 
-TEST(FindManifestFile, LoadsTheOneThatTheEnvironmentNames)
+TEST(FindManifestFile, FindsTheFileThatTheEnvironmentNames)
 {
     const TEMP_DIR dir;
     dir.write("other.json", R"([{"data_type":"main","edition":"pro","version":"5.2"}])");
@@ -609,7 +609,7 @@ TEST(FindManifestFile, LoadsTheOneThatTheEnvironmentNames)
     EXPECT_EQ(release->edition, "pro");
 }
 
-TEST(FindManifestFile, TakesAnEmptyNameForNone)
+TEST(FindManifestFile, TreatsAnEmptyNameAsUnset)
 {
     // Neither beside this test program nor in a source tree around it is there a manifest.
     QString last = QCoreApplication::applicationDirPath() +

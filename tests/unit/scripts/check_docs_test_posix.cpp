@@ -62,7 +62,7 @@ class CheckDocsFinds : public CheckDocs, public ::testing::WithParamInterface<CL
 
 }
 
-TEST_P(CheckDocsFinds, ALie)
+TEST_P(CheckDocsFinds, AFalseStatement)
 {
     const CHECK truth = check(GetParam().truth);
     EXPECT_EQ(truth.exit_code, 0) << truth.errors;
@@ -100,20 +100,20 @@ INSTANTIATE_TEST_SUITE_P(
         CLAIM{"BlockWithoutAnEnd", "```text\nout\n```", "```text\nout\n"}),
     [](const auto& claim) { return claim.param.name; });
 
-TEST_F(CheckDocs, NamesThePlaceAndTheFault)
+TEST_F(CheckDocs, ReportsThePlaceAndTheFault)
 {
     EXPECT_EQ(check("\nSay `--silent`.").errors,
               "README.md:3: no program takes the option --silent\n");
 }
 
-TEST_F(CheckDocs, RunsCommandsInADirectoryOfTheirOwn)
+TEST_F(CheckDocs, RunsCommandsInASeparateDirectory)
 {
     const CHECK result = check("```sh\ntest -z \"$(ls -A)\"\necho made > here\ntest -e here\n```");
     EXPECT_EQ(result.exit_code, 0) << result.errors;
     EXPECT_FALSE(std::filesystem::exists(dir / "here"));
 }
 
-TEST_F(CheckDocs, LeavesTextsOfOthersAlone)
+TEST_F(CheckDocs, IgnoresThirdPartyTexts)
 {
     const CHECK result = check("`Download failed`, `/etc/hosts`, `~/dl`, `https://example.org/x`, "
                                "`NAME: Error: ...`, [out](https://example.org/none)");

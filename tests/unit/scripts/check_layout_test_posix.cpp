@@ -72,7 +72,7 @@ TEST_F(CheckLayout, AcceptsThisProject)
     EXPECT_EQ(result.exit_code, 0) << result.errors;
 }
 
-TEST_F(CheckLayout, AcceptsIncludesFromRoomsBelow)
+TEST_F(CheckLayout, AcceptsIncludesFromLowerLayers)
 {
     plant("install/vinst/gui/a.cpp", "\"install/vinst/download/b.h\"");
     plant("install/vinst/gui/c.cpp", "\"install/vinst/gui/d.h\"");
@@ -94,7 +94,7 @@ INSTANTIATE_TEST_SUITE_P(
     Walls, CheckLayoutFinds,
     ::testing::Values(
         PLANTED{"Upwards", "install/vinst/base/a.cpp", "\"install/vinst/gui/b.h\""},
-        PLANTED{"FromTheSameFloor", "install/vinst/console/a.h", "\"install/vinst/gui/b.h\""},
+        PLANTED{"FromTheSameLayer", "install/vinst/console/a.h", "\"install/vinst/gui/b.h\""},
         PLANTED{"FromSupport", "support/fio/a.cpp", "\"install/vinst/base/b.h\""},
         PLANTED{"AcrossSupport", "support/fio/a.cpp", "\"support/curl/b.h\""},
         PLANTED{"FromTheScriptHelper", "install/pac/a.cpp", "\"support/fio/b.h\""},

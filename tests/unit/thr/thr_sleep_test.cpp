@@ -23,7 +23,7 @@ protected:
 
 }
 
-TEST_F(Stop, LeavesASleepItsTimeWhileNobodyAsks)
+TEST_F(Stop, DoesNotShortenASleepWithoutARequest)
 {
     const auto start = CLOCK::now();
     thr_sleep(50ms);
@@ -31,7 +31,7 @@ TEST_F(Stop, LeavesASleepItsTimeWhileNobodyAsks)
     EXPECT_FALSE(thr_stop_requested());
 }
 
-TEST_F(Stop, EndsEverySleepAtOnce)
+TEST_F(Stop, EndsEverySleepImmediately)
 {
     std::thread asker([] { thr_request_stop(); });
     const STOPWATCH watch;
@@ -42,7 +42,7 @@ TEST_F(Stop, EndsEverySleepAtOnce)
     asker.join();
 }
 
-TEST_F(Stop, IsToldToEverySubscriberOnce)
+TEST_F(Stop, NotifiesEverySubscriberOnce)
 {
     std::atomic<int> calls{0};
     const THR_STOP_SUBSCRIPTION first([&calls] { ++calls; });
@@ -54,7 +54,7 @@ TEST_F(Stop, IsToldToEverySubscriberOnce)
     EXPECT_EQ(calls, 1);
 }
 
-TEST_F(Stop, IsToldAtOnceToWhoeverComesLate)
+TEST_F(Stop, NotifiesALateSubscriberImmediately)
 {
     thr_request_stop();
     int calls = 0;
@@ -79,7 +79,7 @@ TEST_F(Stop, WakesASleeperOnAnotherThread)
     EXPECT_LT(watch.elapsed().wall, 600s);
 }
 
-TEST_F(Stop, LetsASubscriberLookAtTheRequest)
+TEST_F(Stop, LetsASubscriberQueryTheRequest)
 {
     bool seen = false;
     const THR_STOP_SUBSCRIPTION subscription([&seen] { seen = thr_stop_requested(); });
@@ -87,7 +87,7 @@ TEST_F(Stop, LetsASubscriberLookAtTheRequest)
     EXPECT_TRUE(seen);
 }
 
-TEST_F(Stop, LeavesNoSleepOfNothing)
+TEST_F(Stop, ReturnsImmediatelyFromAnEmptySleep)
 {
     const STOPWATCH watch;
     thr_sleep(0ns);

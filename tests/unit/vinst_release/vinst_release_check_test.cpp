@@ -100,7 +100,7 @@ TEST_F(CheckRelease, FindsNoFaultInAGoodManifest)
     EXPECT_EQ(m_result.files_read, 0U);
 }
 
-TEST_F(CheckRelease, TellsAManifestThatIsNone)
+TEST_F(CheckRelease, ReportsAnInvalidManifest)
 {
     const std::string path = (m_dir / "manifest.json").string();
     EXPECT_THAT(check_text("[]"),
@@ -115,7 +115,7 @@ TEST_F(CheckRelease, TellsAManifestThatIsNone)
               QStringList(QString::fromStdString("Manifest file " + path + " does not exist")));
 }
 
-TEST_F(CheckRelease, TellsWhatTheParserSaysWithTheElement)
+TEST_F(CheckRelease, ReportsTheParsersMessageWithTheElement)
 {
     EXPECT_THAT(check({release_element(), without(component("a", "a.run"), "title"),
                        component("b", "b.run", {{"size", -1}, {"platform", "windows"}}),
@@ -126,7 +126,7 @@ TEST_F(CheckRelease, TellsWhatTheParserSaysWithTheElement)
                             "component 'd' (linux): 'md5sum' is missing in the manifest data"));
 }
 
-TEST_F(CheckRelease, FindsTheElementOfAMessageThatIsCutShort)
+TEST_F(CheckRelease, FindsTheElementOfATruncatedMessage)
 {
     const QString long_text(5000, 'x');
     EXPECT_THAT(check({release_element(),
@@ -134,7 +134,7 @@ TEST_F(CheckRelease, FindsTheElementOfAMessageThatIsCutShort)
                 ElementsAre("component 'a' (linux): 'title' is missing in the manifest data"));
 }
 
-TEST_F(CheckRelease, GoesOnBehindElementsThatTheProgramRefuses)
+TEST_F(CheckRelease, ContinuesAfterElementsThatTheProgramRefuses)
 {
     EXPECT_THAT(
         check({release_element(), without(group("x"), "name"), 17, without(group("y"), "data_type"),
@@ -148,7 +148,7 @@ TEST_F(CheckRelease, GoesOnBehindElementsThatTheProgramRefuses)
                     "component 'z' (linux): 'size' is missing in the manifest data"));
 }
 
-TEST_F(CheckRelease, TellsUnknownParentsAndDependenciesOnce)
+TEST_F(CheckRelease, ReportsUnknownParentsAndDependenciesOnce)
 {
     EXPECT_THAT(check({release_element(), group("a", {{"parent", "x"}}),
                        group("b", {{"dependency", QJsonArray{"y", "a"}}}),
@@ -158,7 +158,7 @@ TEST_F(CheckRelease, TellsUnknownParentsAndDependenciesOnce)
                             "component 'c' (linux): its parent 'w' does not exist"));
 }
 
-TEST_F(CheckRelease, TellsParentsThatComeLaterOrAreTheirOwn)
+TEST_F(CheckRelease, ReportsParentsThatComeLaterOrAreTheComponentItself)
 {
     EXPECT_THAT(check({release_element(), group("a", {{"parent", "b"}}), group("b"),
                        group("c", {{"parent", "c"}})}),
@@ -168,7 +168,7 @@ TEST_F(CheckRelease, TellsParentsThatComeLaterOrAreTheirOwn)
                             "component 'c' (linux): names itself as its parent"));
 }
 
-TEST_F(CheckRelease, TellsCircles)
+TEST_F(CheckRelease, ReportsCycles)
 {
     EXPECT_THAT(check({release_element(), group("a", {{"dependency", QJsonArray{"b"}}}),
                        group("b", {{"dependency", QJsonArray{"c"}}}),
@@ -177,7 +177,7 @@ TEST_F(CheckRelease, TellsCircles)
                             "(linux) -> component 'c' (linux) -> component 'a' (linux)"));
 }
 
-TEST_F(CheckRelease, TellsDuplicateNamesOnOnePlatform)
+TEST_F(CheckRelease, ReportsDuplicateNamesOnOnePlatform)
 {
     EXPECT_THAT(check({release_element(), group("a"), group("a", {{"platform", "windows"}}),
                        group("a"), group("a", {{"platform", ""}})}),
@@ -186,7 +186,7 @@ TEST_F(CheckRelease, TellsDuplicateNamesOnOnePlatform)
                             "platform"));
 }
 
-TEST_F(CheckRelease, TellsDifferentFilesOfOneName)
+TEST_F(CheckRelease, ReportsDifferentFilesWithTheSameName)
 {
     EXPECT_THAT(
         check({release_element(), component("a", "a.run"), component("b", "a.run"),
@@ -198,14 +198,14 @@ TEST_F(CheckRelease, TellsDifferentFilesOfOneName)
                     "'a' (linux) only in the case of letters"));
 }
 
-TEST_F(CheckRelease, TellsFilesThatHaveTheNamesOfTheReleasesOwn)
+TEST_F(CheckRelease, ReportsFilesWithReservedNames)
 {
     EXPECT_THAT(check({release_element(), component("a", "manifest.json")}),
                 ElementsAre("component 'a' (linux): its file has the name of the release's own "
                             "'manifest.json'"));
 }
 
-TEST_F(CheckRelease, TellsMalformedSums)
+TEST_F(CheckRelease, ReportsMalformedChecksums)
 {
     QJsonObject release = release_element();
     release["test_url"] = "http://x.example/t";
@@ -223,7 +223,7 @@ TEST_F(CheckRelease, TellsMalformedSums)
                             "hexadecimal digits: ''"));
 }
 
-TEST_F(CheckRelease, TellsUnknownWordsAndValuesOfTheWrongType)
+TEST_F(CheckRelease, ReportsUnknownKindsAndPlatformsAndWrongTypes)
 {
     EXPECT_THAT(check({release_element(), group("a", {{"data_type", "upload"}}),
                        group("b", {{"platform", "Linux"}}), group("c", {{"title", 5}}),
@@ -235,13 +235,13 @@ TEST_F(CheckRelease, TellsUnknownWordsAndValuesOfTheWrongType)
                             "element 6: 'name' is empty"));
 }
 
-TEST_F(CheckRelease, TellsThatNoElementDescribesTheRelease)
+TEST_F(CheckRelease, ReportsThatNoElementDescribesTheRelease)
 {
     EXPECT_THAT(check({component("a", "a.run")}),
                 ElementsAre("no element describes the release (\"data_type\": \"main\")"));
 }
 
-TEST_F(CheckRelease, TellsAddressesThatAreNotHttp)
+TEST_F(CheckRelease, ReportsAddressesThatAreNotHttp)
 {
     QJsonObject release = release_element();
     release["download_url"] = "file:///x";
@@ -249,7 +249,7 @@ TEST_F(CheckRelease, TellsAddressesThatAreNotHttp)
                 ElementsAre("release: 'download_url' is no http or https address: 'file:///x'"));
 }
 
-TEST_F(CheckRelease, ComparesEveryFileAndTellsAllThatDiffers)
+TEST_F(CheckRelease, ComparesEveryFileAndReportsEachDifference)
 {
     for (const char* name : {"good", "other", "longer"})
         m_dir.write(name, "abc");
@@ -276,7 +276,7 @@ TEST_F(CheckRelease, ComparesEveryFileAndTellsAllThatDiffers)
                     "component 'directory' (linux): its file 'directory' is not a file"));
 }
 
-TEST_F(CheckRelease, ComparesTheConnectionTestsFileWhereItIsTheReleasesOwn)
+TEST_F(CheckRelease, ComparesTheConnectionTestsFileIfItBelongsToTheRelease)
 {
     QJsonObject release = release_element();
     release["download_url"] = "http://x.example/5.2";
@@ -294,13 +294,13 @@ TEST_F(CheckRelease, ComparesTheConnectionTestsFileWhereItIsTheReleasesOwn)
     EXPECT_THAT(check_in_dir({release, group("a")}), IsEmpty());
 }
 
-TEST_F(CheckRelease, TellsThatTheDirectoryIsNone)
+TEST_F(CheckRelease, ReportsAnInvalidDirectory)
 {
     EXPECT_THAT(check({release_element(), group("a")}, m_dir.qstr() + "/none"),
                 ElementsAre("'" + m_dir.str() + "/none' is not a directory"));
 }
 
-TEST_F(CheckRelease, ShowsNoControlCharactersOfANameInItsLines)
+TEST_F(CheckRelease, ShowsNoControlCharactersOfAName)
 {
     EXPECT_THAT(check({release_element(), group("a\x1b[2J\nb", {{"parent", "x\ny"}})}),
                 ElementsAre("component 'a\uFFFD[2J\uFFFDb' (linux): its parent 'x\uFFFDy' does "

@@ -90,7 +90,7 @@ TEST_F(ReleaseDescription, ReadsEveryKey)
     EXPECT_EQ(base.cmd_options, "--fast 1");
 }
 
-TEST_F(ReleaseDescription, GivesAShortComponentItsDefaults)
+TEST_F(ReleaseDescription, AppliesDefaultsToAMinimalComponent)
 {
     const auto release = read(R"({"name": "group", "platform": "windows"})");
     ASSERT_THAT(faults(), ElementsAre());
@@ -127,27 +127,27 @@ TEST_F(ReleaseDescription, PutsParentsBeforeTheirChildren)
     EXPECT_THAT(names(*release), ElementsAre("a/linux", "parent/linux", "child/linux", "b/linux"));
 }
 
-TEST_F(ReleaseDescription, TellsALineOfBrokenJson)
+TEST_F(ReleaseDescription, ReportsTheLineOfInvalidJson)
 {
     EXPECT_FALSE(read_text("{\n\"edition\": \"pro\",\n\"version\" \"5.2\"\n}"));
     ASSERT_EQ(m_faults.size(), 1);
     EXPECT_THAT(faults()[0], HasSubstr("description.json', line 3: "));
 }
 
-TEST_F(ReleaseDescription, RefusesAFileThatIsNoObject)
+TEST_F(ReleaseDescription, RefusesAFileThatIsNotAnObject)
 {
     EXPECT_FALSE(read_text("[1]"));
     EXPECT_THAT(faults(), ElementsAre(HasSubstr("must hold one JSON object")));
 }
 
-TEST_F(ReleaseDescription, TellsThatItDoesNotExist)
+TEST_F(ReleaseDescription, ReportsThatItDoesNotExist)
 {
     EXPECT_FALSE(read_release_description(m_dir.qstr() + "/none.json", m_faults));
     EXPECT_THAT(faults(),
                 ElementsAre(testing::AllOf(HasSubstr("cannot read"), HasSubstr("none.json"))));
 }
 
-TEST_F(ReleaseDescription, TellsEveryMissingKeyOfTheRelease)
+TEST_F(ReleaseDescription, ReportsEveryMissingKeyOfTheRelease)
 {
     EXPECT_FALSE(read_text("{}"));
     EXPECT_THAT(faults(),
@@ -155,7 +155,7 @@ TEST_F(ReleaseDescription, TellsEveryMissingKeyOfTheRelease)
                             "release: 'components' must be a list of at least one component"));
 }
 
-TEST_F(ReleaseDescription, TellsUnknownKeysWithTheKnownOnes)
+TEST_F(ReleaseDescription, ReportsUnknownKeysWithTheKnownOnes)
 {
     EXPECT_FALSE(read(R"({"name": "a", "platfrom": "linux", "platform": "linux", "colour": 1})",
                       R"("editoin": "x", )"));
@@ -167,7 +167,7 @@ TEST_F(ReleaseDescription, TellsUnknownKeysWithTheKnownOnes)
                             "component 'a': unknown key 'platfrom'; did you mean 'platform'?"));
 }
 
-TEST_F(ReleaseDescription, TellsEveryValueOfTheWrongType)
+TEST_F(ReleaseDescription, ReportsEveryValueOfTheWrongType)
 {
     EXPECT_FALSE(read(R"({"name": "a", "platform": "linux", "title": 5, "selected": 1,
                           "dependency": "b", "installsize": "big", "kind": "upload"},
@@ -187,7 +187,7 @@ TEST_F(ReleaseDescription, TellsEveryValueOfTheWrongType)
                             "component 4 must be an object"));
 }
 
-TEST_F(ReleaseDescription, RefusesInstallSizesThatAreNoByteCounts)
+TEST_F(ReleaseDescription, RefusesInstallSizesThatAreNotByteCounts)
 {
     for (const char* size : {"-1", "1.5", "1e300", "true"})
     {
@@ -206,7 +206,7 @@ TEST_F(ReleaseDescription, RefusesUnknownPlatforms)
                                       "\"windows\", not 'Linux'"));
 }
 
-TEST_F(ReleaseDescription, TellsMissingAndUnfitFiles)
+TEST_F(ReleaseDescription, ReportsMissingAndUnsuitableFiles)
 {
     m_dir.make_dir("directory");
     m_dir.write("a:b", "");
@@ -223,7 +223,7 @@ TEST_F(ReleaseDescription, TellsMissingAndUnfitFiles)
                             "'platform' does not name"));
 }
 
-TEST_F(ReleaseDescription, RefusesTwoFilesOfOneName)
+TEST_F(ReleaseDescription, RefusesTwoFilesWithTheSameName)
 {
     m_dir.write("linux/base.bin", "1");
     m_dir.write("windows/BASE.bin", "2");
@@ -243,7 +243,7 @@ TEST_F(ReleaseDescription, LetsComponentsShareAFile)
                         {"name": "b", "platform": "linux", "file": "base.bin"})"));
 }
 
-TEST_F(ReleaseDescription, RefusesTheNamesOfItsOwnFiles)
+TEST_F(ReleaseDescription, RefusesReservedFileNames)
 {
     m_dir.write("Manifest.json", "");
     m_dir.write("vinst_test_download.txt", "");
@@ -253,7 +253,7 @@ TEST_F(ReleaseDescription, RefusesTheNamesOfItsOwnFiles)
     EXPECT_THAT(faults(), Each(HasSubstr("is the release's own")));
 }
 
-TEST_F(ReleaseDescription, TellsBrokenRelations)
+TEST_F(ReleaseDescription, ReportsBrokenRelations)
 {
     EXPECT_FALSE(read(R"({"name": "a", "platform": "linux", "parent": "x", "dependency": ["y"]},
                          {"name": "b", "platform": "windows", "parent": "a"},
@@ -266,7 +266,7 @@ TEST_F(ReleaseDescription, TellsBrokenRelations)
                     "component 'b' (windows): its parent 'a' does not exist on its platform"));
 }
 
-TEST_F(ReleaseDescription, TellsCirclesOfParentsAndOfDependencies)
+TEST_F(ReleaseDescription, ReportsCyclesOfParentsAndOfDependencies)
 {
     EXPECT_FALSE(read(R"({"name": "a", "platform": "linux", "parent": "b"},
                          {"name": "b", "platform": "linux", "parent": "a"},

@@ -23,30 +23,30 @@ TEST(FindCycles, FindsNoneInATreeOrADiamond)
     EXPECT_THAT(find_cycles({{1, 2}, {3}, {3}, {}}), IsEmpty());
 }
 
-TEST(FindCycles, FindsANodeThatPointsAtItself)
+TEST(FindCycles, FindsANodeThatPointsToItself)
 {
     EXPECT_THAT(find_cycles({{}, {1}}), ElementsAre(CYCLE{1}));
 }
 
-TEST(FindCycles, FindsARingAndLeavesOutWhatLeadsToIt)
+TEST(FindCycles, FindsACycleWithoutThePathToIt)
 {
     // 0 -> 1 -> 2 -> 3 -> 1
     EXPECT_THAT(find_cycles({{1}, {2}, {3}, {1}}), ElementsAre(CYCLE({1, 2, 3})));
 }
 
-TEST(FindCycles, FindsEachOfSeveralRings)
+TEST(FindCycles, FindsEachOfSeveralCycles)
 {
     EXPECT_THAT(find_cycles({{1}, {0}, {3}, {2}, {0, 2}}),
                 UnorderedElementsAre(CYCLE({0, 1}), CYCLE({2, 3})));
 }
 
-TEST(FindCycles, ListsRingsInTheOrderOfTheirFirstNodes)
+TEST(FindCycles, ListsCyclesInTheOrderOfTheirFirstNodes)
 {
     // The ring of 0 and 1 leads to the one of 2 and 3.
     EXPECT_THAT(find_cycles({{1, 2}, {0}, {3}, {2}}), ElementsAre(CYCLE({0, 1}), CYCLE({2, 3})));
 }
 
-TEST(FindCycles, TellsAPathThatFollowsTheEdges)
+TEST(FindCycles, ReturnsAPathThatFollowsTheEdges)
 {
     // Two rings that share node 2, entered through a node that lies on one of them only.
     const RELEASE_GRAPH graph = {{1}, {2}, {0, 3}, {2}};
@@ -73,7 +73,7 @@ TEST(FindCycles, SurvivesAVeryLongChain)
     EXPECT_EQ(cycles[0].size(), length);
 }
 
-TEST(OrderParentsFirst, KeepsAnOrderThatIsFine)
+TEST(OrderParentsFirst, KeepsAValidOrder)
 {
     EXPECT_THAT(order_parents_first({{}, 0, 1, {}, 0}), ElementsAre(0, 1, 2, 3, 4));
 }
@@ -83,7 +83,7 @@ TEST(OrderParentsFirst, MovesALateParentRightBeforeItsFirstChild)
     EXPECT_THAT(order_parents_first({{}, 3, {}, {}}), ElementsAre(0, 3, 1, 2));
 }
 
-TEST(OrderParentsFirst, MovesAWholeLineOfAncestors)
+TEST(OrderParentsFirst, MovesACompleteChainOfAncestors)
 {
     EXPECT_THAT(order_parents_first({1, 2, 3, {}, 1}), ElementsAre(3, 2, 1, 0, 4));
 }

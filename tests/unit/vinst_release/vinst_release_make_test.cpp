@@ -148,7 +148,7 @@ TEST_F(MakeRelease, PassesItsOwnCheck)
     EXPECT_EQ(checked.files_read, 2U);
 }
 
-TEST_F(MakeRelease, LeavesUnchangedFilesAlone)
+TEST_F(MakeRelease, DoesNotRewriteUnchangedFiles)
 {
     const std::string components = R"({"name": "a", "platform": "linux", "file": "a.run"},
                                       {"name": "b", "platform": "linux", "file": "b.run"})";
@@ -182,7 +182,7 @@ TEST_F(MakeRelease, ReplacesATruncatedFile)
     EXPECT_EQ(m_dir.read("out/a.run"), pattern(3000000, 6));
 }
 
-TEST_F(MakeRelease, WorksOnFilesThatLieInItsOwnDirectory)
+TEST_F(MakeRelease, WorksOnFilesInItsOutputDirectory)
 {
     m_dir.write("out/a.run", pattern(10000, 7));
     const auto made = make(R"({"name": "a", "platform": "linux", "file": "out/a.run"})");
@@ -204,7 +204,7 @@ TEST_F(MakeRelease, ReplacesALinkInsteadOfWritingThroughIt)
     EXPECT_FALSE(std::filesystem::is_symlink(m_dir / "out/a.run"));
 }
 
-TEST_F(MakeRelease, LeavesTheEarlierManifestWhenAFileCannotBeWritten)
+TEST_F(MakeRelease, KeepsTheEarlierManifestIfAFileCannotBeWritten)
 {
     m_dir.write("a.run", "a");
     m_dir.write("out/manifest.json", "earlier");
@@ -216,7 +216,7 @@ TEST_F(MakeRelease, LeavesTheEarlierManifestWhenAFileCannotBeWritten)
     EXPECT_EQ(m_dir.read("out/manifest.json"), "earlier");
 }
 
-TEST_F(MakeRelease, TellsFaultsOfTheDescriptionAndWritesNothing)
+TEST_F(MakeRelease, ReportsFaultsOfTheDescriptionAndWritesNothing)
 {
     const auto made = make(R"({"name": "a", "platform": "linux", "parent": "b"})");
     EXPECT_EQ(made.faults, QStringList("component 'a' (linux): its parent 'b' does not exist on "
@@ -224,7 +224,7 @@ TEST_F(MakeRelease, TellsFaultsOfTheDescriptionAndWritesNothing)
     EXPECT_FALSE(std::filesystem::exists(m_dir / "out"));
 }
 
-TEST_F(MakeRelease, TakesTheAddressesOfTheDescription)
+TEST_F(MakeRelease, UsesTheAddressesOfTheDescription)
 {
     ASSERT_EQ(make(R"({"name": "a", "platform": "linux"})",
                    R"("download_url": "https://a.example/x/", "test_url": "https://b.example/t", )",
@@ -236,14 +236,14 @@ TEST_F(MakeRelease, TakesTheAddressesOfTheDescription)
     EXPECT_EQ(release->test_url(), "https://b.example/t");
 }
 
-TEST_F(MakeRelease, LeavesAddressesToTheProgramWhenNoneIsTold)
+TEST_F(MakeRelease, OmitsAddressesIfNoneIsGiven)
 {
     ASSERT_EQ(make(R"({"name": "a", "platform": "linux"})", "", QString()).faults, QStringList());
     EXPECT_EQ(load()->manifest_download_url, "");
     EXPECT_THAT(m_dir.read("out/manifest.json"), testing::Not(HasSubstr("test_url")));
 }
 
-TEST(ProcessFiles, TellsItsProgressToTheEnd)
+TEST(ProcessFiles, ReportsItsProgressUntilTheEnd)
 {
     const TEMP_DIR dir;
     std::vector<RELEASE_FILE_JOB> jobs;
@@ -263,7 +263,7 @@ TEST(ProcessFiles, TellsItsProgressToTheEnd)
         EXPECT_EQ(results[i].sums.md5, sum_of(pattern(100000, i), QCryptographicHash::Md5));
 }
 
-TEST(ProcessFiles, TellsAFileThatCannotBeReadAndGoesOn)
+TEST(ProcessFiles, ReportsAnUnreadableFileAndContinues)
 {
     const TEMP_DIR dir;
     dir.write("there", "abc");

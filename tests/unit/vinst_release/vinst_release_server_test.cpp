@@ -48,14 +48,14 @@ protected:
 
 }
 
-TEST(ResolveByteRange, TakesTheBytesFromFirstToLast)
+TEST(ResolveByteRange, SelectsTheBytesFromFirstToLast)
 {
     expect_range(resolve_byte_range(0, 0, 10), 0, 1);
     expect_range(resolve_byte_range(3, 5, 10), 3, 3);
     expect_range(resolve_byte_range(9, 9, 10), 9, 1);
 }
 
-TEST(ResolveByteRange, EndsWithTheFile)
+TEST(ResolveByteRange, EndsAtTheEndOfTheFile)
 {
     expect_range(resolve_byte_range(3, -1, 10), 3, 7);
     expect_range(resolve_byte_range(3, 10, 10), 3, 7);
@@ -85,19 +85,19 @@ TEST(ResolveByteRange, WorksBeyondFourGibibytes)
     expect_range(resolve_byte_range(five_gib, -1, 6ULL << 30), 5ULL << 30, 1ULL << 30);
 }
 
-TEST_F(ServedDir, GivesTheFilesBelowIt)
+TEST_F(ServedDir, ServesTheFilesInIt)
 {
     EXPECT_EQ(served("/file"), "inside");
     EXPECT_EQ(served("/deep/er/file"), "deeper");
 }
 
-TEST_F(ServedDir, GivesNothingElse)
+TEST_F(ServedDir, ServesNothingElse)
 {
     for (const char* path : {"", "/", "file", "/none", "/deep", "/deep/", "/file/", "/file/x"})
         EXPECT_EQ(served(path), "-") << path;
 }
 
-TEST_F(ServedDir, LeadsNowhereOutside)
+TEST_F(ServedDir, ServesNothingOutside)
 {
     for (const char* path : {"/../outside", "/deep/../../outside", "/deep/../file", "/./file",
                              "//file", "/..", "/deep//er/file"})
@@ -114,7 +114,7 @@ TEST_F(ServedDir, FollowsNoLinks)
     EXPECT_EQ(served("/up/outside"), "-");
 }
 
-TEST_F(ServedDir, GivesNoPipe)
+TEST_F(ServedDir, ServesNoPipe)
 {
     ASSERT_EQ(mkfifo((m_dir / "served/pipe").c_str(), 0600), 0);
     EXPECT_EQ(served("/pipe"), "-");
@@ -128,14 +128,14 @@ TEST_F(ServedDir, MayItselfBeALink)
     EXPECT_NE(through_link.open_file("/file"), nullptr);
 }
 
-TEST_F(ServedDir, TellsThatItCannotBeServed)
+TEST_F(ServedDir, ReportsThatItCannotBeServed)
 {
     RELEASE_SERVED_DIR other;
     EXPECT_EQ(other.open("/nonexistent/dir"),
               "cannot serve '/nonexistent/dir': No such file or directory");
 }
 
-TEST_F(ServedDir, TellsAnotherContentByAnotherTag)
+TEST_F(ServedDir, ChangesTheETagWithTheContent)
 {
     const std::string before = m_served.open_file("/file")->entity_tag();
     EXPECT_EQ(m_served.open_file("/file")->entity_tag(), before);

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-TEST(ReleaseText, FindsTheWordThatWasMeant)
+TEST(ReleaseText, SuggestsTheIntendedWord)
 {
     const QStringList known = {"platform", "parent", "dependency", "desc"};
     EXPECT_EQ(nearest_word("platfrom", known), "platform");
@@ -11,7 +11,7 @@ TEST(ReleaseText, FindsTheWordThatWasMeant)
     EXPECT_EQ(nearest_word("dependencies", known), "dependency");
 }
 
-TEST(ReleaseText, FindsNoWordForOneThatIsNotClose)
+TEST(ReleaseText, SuggestsNoWordThatIsNotSimilar)
 {
     EXPECT_EQ(nearest_word("colour", {"platform", "parent"}), "");
     EXPECT_EQ(nearest_word(QString(100000, 'x'), {"platform"}), "");
@@ -29,7 +29,7 @@ TEST(ReleaseText, CountsInSingularAndPlural)
     EXPECT_EQ(counted(2, "fault"), "2 faults");
 }
 
-TEST(ReleaseProgress, TellsFilesBytesAndPercent)
+TEST(ReleaseProgress, ReportsFilesBytesAndPercent)
 {
     RELEASE_FILE_PROGRESS progress;
     progress.files_done = 3;
@@ -40,7 +40,7 @@ TEST(ReleaseProgress, TellsFilesBytesAndPercent)
               "Measuring: 3 of 9 files, 512.00 MB of 2.00 GB (25%)");
 }
 
-TEST(ReleaseProgress, NeverTellsMoreThanAll)
+TEST(ReleaseProgress, NeverExceedsTheTotal)
 {
     RELEASE_FILE_PROGRESS progress;
     progress.files = progress.files_done = 1;
