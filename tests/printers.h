@@ -1,7 +1,7 @@
 #pragma once
 
-// Included into every file of the test programs, so that a failure shows Qt's texts as texts. They
-// would all have to be the same in every file anyway.
+// Included into every file of the test programs, so that failures print Qt strings as text. These
+// overloads must be identical in every file to satisfy the one-definition rule.
 
 #include <QString>
 #include <QStringList>

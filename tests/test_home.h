@@ -2,8 +2,8 @@
 
 #include <QString>
 
-/// Where the program under test keeps its settings and the like while it lives: a place of this
-/// process's own, which goes with it.
+/// A private home for this process, in which the program under test keeps its settings; removed
+/// with this object.
 class TEST_HOME
 {
 public:

@@ -7,7 +7,7 @@
 namespace
 {
 
-/// Under the user's own key, which is hidden behind it for this process.
+/// A key below the user's key that replaces it for this process.
 std::wstring private_key()
 {
     return L"Software\\vinst-test-" + std::to_wstring(::GetCurrentProcessId());
@@ -21,9 +21,9 @@ TEST_HOME::TEST_HOME(const QString&)
     if (::RegCreateKeyExW(HKEY_CURRENT_USER, private_key().c_str(), 0, nullptr, 0, KEY_ALL_ACCESS,
                           nullptr, &key, nullptr) != ERROR_SUCCESS ||
         ::RegOverridePredefKey(HKEY_CURRENT_USER, key) != ERROR_SUCCESS)
-        qFatal("The tests can't get a registry key of their own.");
+        qFatal("The tests can't create a private registry key.");
     ::RegCloseKey(key);
-    // The platform without a display looks for fonts where none are.
+    // By default, Qt's offscreen platform searches for fonts in a directory that has none.
     for (const QString& place : {qEnvironmentVariable("SystemRoot") + "/Fonts",
                                  QStringLiteral("Z:/usr/share/fonts/truetype/dejavu")})
         if (!QDir(place).entryList({"*.ttf"}).isEmpty())

@@ -10,7 +10,7 @@
 namespace
 {
 
-/// What a developer's or a build machine's environment says must not reach the program under test.
+/// The environment of a developer or build machine must not affect the program under test.
 void scrub_environment()
 {
     for (const char* name : {"vinst_manifest",
@@ -34,8 +34,7 @@ void scrub_environment()
                              "XDG_CONFIG_HOME",
                              "XDG_CONFIG_DIRS"})
         qunsetenv(name);
-    // A look for a proxy would ask the machine's name servers; tests of it have networks of their
-    // own.
+    // Proxy detection would query the machine's name servers; its tests have private networks.
     qputenv("VINST_NO_PROXY_DISCOVERY", "1");
     qputenv("QT_QPA_PLATFORM", "offscreen");
 }

@@ -33,7 +33,7 @@ public:
         QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { answer(); });
         m_timer.start(std::chrono::milliseconds(10));
     }
-    ~MODAL_BOXES() { EXPECT_EQ(m_answers.join(", ").toStdString(), "") << "boxes never came"; }
+    ~MODAL_BOXES() { EXPECT_EQ(m_answers.join(", ").toStdString(), "") << "boxes never shown"; }
     MODAL_BOXES(const MODAL_BOXES&) = delete;
     MODAL_BOXES& operator=(const MODAL_BOXES&) = delete;
 
@@ -56,7 +56,7 @@ private:
             box->checkBox()->setChecked(true);
         if (m_answers.isEmpty())
         {
-            ADD_FAILURE() << "nobody expected: " << box->text().toStdString();
+            ADD_FAILURE() << "unexpected message box: " << box->text().toStdString();
             box->reject();
             return;
         }

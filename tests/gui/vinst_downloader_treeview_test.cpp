@@ -223,7 +223,7 @@ TEST_F(TreeView, ReportsManyClicksOnce)
     EXPECT_EQ(changes.count(), 0);
     EXPECT_TRUE(changes.wait(static_cast<int>(long_enough.count())));
     tree.take_clicks();
-    EXPECT_EQ(changes.count(), 1) << "nothing is left to take";
+    EXPECT_EQ(changes.count(), 1) << "no clicks are left to report";
     EXPECT_EQ(base->selection, VINST_SELECTION::not_selected);
     EXPECT_EQ(help->selection, VINST_SELECTION::selected);
 }
@@ -580,7 +580,7 @@ TEST_F(TreeView, ReportsClicksImmediatelyOnRequest)
     tree.take_clicks();
     EXPECT_EQ(changes.count(), 1);
     tree.take_clicks();
-    EXPECT_EQ(changes.count(), 1) << "nothing is left to take";
+    EXPECT_EQ(changes.count(), 1) << "no clicks are left to report";
 }
 
 TEST_F(TreeView, RunsNothingWhileItIsLocked)

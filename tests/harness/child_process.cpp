@@ -57,7 +57,7 @@ std::string find_in_path(const fs::path& program)
     if (program.has_parent_path())
         return program.string();
     const char* const path = std::getenv("PATH");
-    // The servers live in sbin, which an ordinary user's PATH doesn't name.
+    // The servers are in sbin, which an ordinary user's PATH doesn't contain.
     std::string rest = std::string(path != nullptr ? path : "/usr/bin:/bin") + ":/usr/sbin:/sbin:";
     for (std::size_t colon; (colon = rest.find(':')) != std::string::npos; rest.erase(0, colon + 1))
     {
@@ -68,7 +68,7 @@ std::string find_in_path(const fs::path& program)
     throw std::runtime_error("cannot find " + program.string() + " in PATH: is it installed?");
 }
 
-/// The texts and the array of pointers that exec wants, made before the fork.
+/// The strings and the array of pointers for exec, created before the fork.
 struct POINTERS
 {
     explicit POINTERS(std::vector<std::string> texts_to_hold) : texts(std::move(texts_to_hold))
@@ -108,10 +108,10 @@ struct START
     bool on_terminal;
     bool die_with_parent;
     pid_t parent;
-    int failure; ///< where the error number goes when it can't be started
+    int failure; ///< receives the error number if the program can't be started
 };
 
-/// In the child, between fork and exec: calls async-signal-safe functions alone.
+/// Runs in the child between fork and exec: may only call async-signal-safe functions.
 [[noreturn]] void become(const START& start)
 {
     const auto give_up = [&start]
@@ -179,7 +179,7 @@ CHILD_PROCESS::CHILD_PROCESS(const CHILD_SETUP& setup)
     START start{find_in_path(setup.program), POINTERS(words), POINTERS(environment_of(setup)),
                 setup.working_directory.string(), -1, -1, -1, &setup.closed_streams,
                 setup.terminal.has_value(),
-                // The signal comes when the starting thread ends, not when the process does.
+                // The signal is sent when the starting thread ends, not when the process ends.
                 ::gettid() == ::getpid(), ::getpid(), -1};
 
     if (setup.terminal)
@@ -242,7 +242,7 @@ CHILD_PROCESS::CHILD_PROCESS(const CHILD_SETUP& setup)
 
 CHILD_PROCESS::~CHILD_PROCESS()
 {
-    // The leader isn't reaped before this point, so that its number can't name anybody else yet.
+    // The leader isn't reaped before this point, so that its process ID can't have been reused.
     ::kill(-m_pid, SIGKILL);
     ::kill(m_pid, SIGKILL);
     m_waiter.join();
@@ -261,7 +261,7 @@ void CHILD_PROCESS::await_end()
 {
     siginfo_t info = {};
     rusage usage = {};
-    // The library's waitid tells no usage.
+    // The C library's waitid doesn't report resource usage.
     while (::syscall(SYS_waitid, P_PID, m_pid, &info, WEXITED | WNOWAIT, &usage) != 0)
     {
         if (errno != EINTR)
@@ -274,7 +274,7 @@ void CHILD_PROCESS::await_end()
     ::eventfd_write(m_wake, 1);
 }
 
-/// Reads until nothing is there; closes the descriptor at the end of its data.
+/// Reads all available data; closes the descriptor at end of file.
 void CHILD_PROCESS::read_available(int& descriptor, std::string& into)
 {
     std::array<char, 65536> buffer;
@@ -305,7 +305,7 @@ void CHILD_PROCESS::read_all()
         pollfd watched[] = {
             {m_output_end, POLLIN, 0}, {m_errors_end, POLLIN, 0}, {m_wake, POLLIN, 0}};
         ::poll(watched, 3, -1);
-        // Taken before looking at what it tells of: an event after the look wakes the next round.
+        // Cleared before the check: an event after the check wakes the next iteration.
         if ((watched[2].revents & POLLIN) != 0)
         {
             eventfd_t value = 0;

@@ -21,35 +21,35 @@ struct CHILD_TERMINAL
     unsigned short columns = 80;
 };
 
-/// What to run. The child inherits PATH and the sanitizers' and the coverage tool's variables of
-/// this process, and nothing else; its standard input is /dev/null, or the terminal if it has one.
+/// What to run. The child inherits only PATH and the variables of the sanitizers and the coverage
+/// tool; its standard input is /dev/null, or the terminal if it has one.
 struct CHILD_SETUP
 {
-    std::filesystem::path program; ///< looked up in PATH when it has no slash
+    std::filesystem::path program; ///< searched for in PATH if it has no slash
     std::vector<std::string> arguments = {};
     std::filesystem::path working_directory = {}; ///< empty: this process's
     std::map<std::string, std::string> environment = {};
     std::optional<CHILD_TERMINAL> terminal = {};
-    std::set<int> closed_streams = {}; ///< standard descriptors that it starts without
+    std::set<int> closed_streams = {}; ///< standard descriptors that are closed at its start
 
-    /// Makes home/ and tmp/ in a directory and sets HOME and TMPDIR to them.
+    /// Creates home/ and tmp/ in a directory and sets HOME and TMPDIR to them.
     CHILD_SETUP& live_in(const std::filesystem::path& directory);
 };
 
 struct CHILD_RESULT
 {
-    int exit_code = -1; ///< -1 when a signal ended it
-    int signal = 0;     ///< 0 when it exited
+    int exit_code = -1; ///< -1 if a signal ended it
+    int signal = 0;     ///< 0 if it exited
     std::chrono::microseconds processor_time{0};
-    std::uint64_t peak_memory = 0; ///< bytes resident at most
+    std::uint64_t peak_memory = 0; ///< peak resident bytes
 
     [[nodiscard]] bool exited_with(int code) const { return signal == 0 && exit_code == code; }
 };
 
-/// A program that runs beside the test, in a session and process group of its own. What it writes
-/// is gathered all the time, so that it never waits for the test. Started by the constructor, which
-/// throws std::runtime_error when that fails; the destructor kills whatever is left of its group.
-/// When the test process itself is killed, a child that the main thread started goes with it.
+/// A program that runs in parallel with the test, in its own session and process group. Its output
+/// is read continuously, so that it never blocks on the test. The constructor starts it and throws
+/// std::runtime_error on failure; the destructor kills what is left of its process group. If the
+/// test process is killed, a child that was started by the main thread is killed, too.
 ///
 /// All members may be called on any thread.
 class CHILD_PROCESS final
@@ -62,20 +62,20 @@ public:
 
     [[nodiscard]] pid_t pid() const { return m_pid; }
 
-    /// What it has written so far. A terminal yields all of it as output, with "\r\n" for a line's
-    /// end.
+    /// What it has written so far. With a terminal, everything is in the output, and lines end with
+    /// "\r\n".
     [[nodiscard]] std::string output() const;
     [[nodiscard]] std::string errors() const;
 
-    /// Until the text stands in the output or the errors; false when the time is over or the child
-    /// has ended without it.
+    /// Waits until the output or the errors contain the text; false if the time limit is reached or
+    /// the child ends first.
     bool wait_for_output(std::string_view text, std::chrono::milliseconds timeout);
     bool
     wait_for(const std::function<bool(const std::string& output, const std::string& errors)>& met,
              std::chrono::milliseconds timeout);
 
-    /// Nothing when it still runs after that time. Everything that the child itself had written is
-    /// in the output by then; what its own children write later may follow.
+    /// Nothing if it is still running after that time. The output then contains everything that the
+    /// child itself has written; output of its own children may follow.
     std::optional<CHILD_RESULT> wait(std::chrono::milliseconds timeout);
     [[nodiscard]] bool is_running() const;
 
@@ -91,22 +91,22 @@ private:
     void read_available(int& descriptor, std::string& into);
 
     pid_t m_pid = -1;
-    int m_output_end = -1; ///< the terminal's master side when there is one
+    int m_output_end = -1; ///< the terminal's master side if there is one
     int m_errors_end = -1; ///< -1 with a terminal
     int m_terminal = -1;   ///< a second descriptor of the master side, for typing
-    int m_wake = -1;       ///< an event descriptor: the child has ended, or this object goes
+    int m_wake = -1;       ///< event descriptor: the child has ended, or destruction has begun
 
     mutable std::mutex m_mutex; ///< guards all below; both threads write it, callers read it
     std::condition_variable m_changed;
     std::string m_output;
     std::string m_errors;
     std::optional<CHILD_RESULT> m_result;
-    bool m_drained = false; ///< all that was written before the end has been read
+    bool m_drained = false; ///< everything that was written before the end has been read
     bool m_closing = false;
 
     std::thread m_reader;
     std::thread m_waiter;
 };
 
-/// Runs a program to its end and returns its output; throws when it fails or takes over 30 s.
+/// Runs a program to completion and returns its output; throws if it fails or takes over 30 s.
 std::string run_tool(const CHILD_SETUP& setup);

@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
-// What death tests need and platforms differ in.
+// Platform-dependent parts of death tests.
 
-/// One or more digits, in the regular expressions of the platform's GoogleTest.
+/// One or more digits, in the regular expression syntax of GoogleTest on this platform.
 #if GTEST_USES_POSIX_RE
 #define VINST_DIGITS "[0-9]+"
 #else
@@ -14,8 +14,8 @@
 /// Whether an exit status is that of std::abort.
 bool ended_by_abort(int exit_status);
 
-/// From now on, what is written to the standard output goes where the standard error goes.
+/// Redirects the standard output to the standard error from now on.
 void send_output_to_errors();
 
-/// Ends the process at once.
+/// Ends the process immediately.
 [[noreturn]] void end_with(int exit_code);

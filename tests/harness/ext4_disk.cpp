@@ -69,7 +69,7 @@ EXT4_DISK::EXT4_DISK(std::uint64_t size, std::uint64_t capacity)
     m_dir.make_dir("disk");
     write_file(image(), "");
     std::filesystem::resize_file(image(), size);
-    // The tables and the journal are written now, not in the background of the test.
+    // Write the tables and the journal now, not in the background during the test.
     run_tool({"mkfs.ext4", {"-q", "-F", "-m", "0", "-E", "lazy_itable_init=0", image()}});
     mount();
 }
@@ -82,7 +82,7 @@ EXT4_DISK::~EXT4_DISK()
 
 void EXT4_DISK::mount() const
 {
-    // The tool makes a loop device that goes with the mount.
+    // mount creates a loop device that is removed with the mount.
     run_tool({"mount", {"-t", "ext4", "-o", "loop,nosuid,nodev", image(), path()}});
 }
 

@@ -10,8 +10,8 @@
 #include <utility>
 #include <vector>
 
-/// What a route serves: bytes, or a pattern (see pattern.h) that is made while it is sent, so that
-/// it may be many GiB.
+/// What a route serves: bytes, or a pattern (see pattern.h) that is generated while it is sent, so
+/// that it may be many GiB.
 class SERVED_BODY
 {
 public:
@@ -31,45 +31,46 @@ private:
 
 using HTTP_HEADERS = std::vector<std::pair<std::string, std::string>>;
 
-/// A way to answer wrongly. All that isn't said to be wrong is as the good answer has it: the
-/// status (206 for a range), Content-Length, Content-Range.
+/// A fault in a response. Everything else is as in the correct response: the status (206 for a
+/// range), Content-Length, Content-Range.
 struct FAULT
 {
-    // Ways to end the body early; n counts the body bytes of this answer.
-    static FAULT cut_after(std::uint64_t n);   ///< closes in an orderly way
-    static FAULT reset_after(std::uint64_t n); ///< by RST, once the n bytes have arrived
+    // Bodies that end early; n counts the body bytes of this response.
+    static FAULT cut_after(std::uint64_t n);   ///< closes the connection normally
+    static FAULT reset_after(std::uint64_t n); ///< by RST, after the n bytes have arrived
     static FAULT stall_after(std::uint64_t n); ///< sends nothing more, keeps the connection open
     static FAULT trickle(std::uint64_t bytes, std::chrono::milliseconds interval);
 
-    // Heads that never come to an end.
+    // Response heads that never end.
     static FAULT stall_before_headers();
-    static FAULT endless_headers();     ///< ever more lines, some 10 MB/s
-    static FAULT endless_header_line(); ///< one line that never ends, as fast
+    static FAULT endless_headers();     ///< an endless series of lines, about 10 MB/s
+    static FAULT endless_header_line(); ///< one endless line, at the same rate
 
-    // Bodies that are not what the head says.
-    static FAULT claim_length(std::uint64_t length); ///< then sends the true body and closes
-    static FAULT short_body(std::uint64_t n);        ///< 200, the first n bytes, as if it were all
-    static FAULT other_body(SERVED_BODY body);       ///< ranges and all, but other bytes
-    static FAULT chunked(std::uint64_t n = ~0ULL);   ///< in chunks, cut after n bytes
+    // Bodies that don't match the head.
+    static FAULT claim_length(std::uint64_t length); ///< then sends the real body and closes
+    static FAULT short_body(std::uint64_t n);      ///< 200, the first n bytes as the complete body
+    static FAULT other_body(SERVED_BODY body);     ///< other bytes; ranges work
+    static FAULT chunked(std::uint64_t n = ~0ULL); ///< in chunks, cut after n bytes
     static FAULT without_length(std::uint64_t n = ~0ULL); ///< HTTP/1.0 that ends by closing after n
-    static FAULT content_encoding(const std::string& name = "gzip"); ///< said, not done
+    static FAULT content_encoding(const std::string& name = "gzip"); ///< declared, but not applied
 
-    // For requests with a range alone; others are answered well and don't count.
+    // Only for requests with a range; others are answered correctly and don't count.
     static FAULT wrong_range_start(std::int64_t shift); ///< in Content-Range and in the body
     static FAULT without_content_range();               ///< 206
-    static FAULT ignore_range();                        ///< 200, the whole body
-    static FAULT range_not_satisfiable(bool with_content_range); ///< 416, whatever was asked
-    static FAULT partial_unasked(); ///< 206 with a right Content-Range to requests without a range
+    static FAULT ignore_range();                        ///< 200, the complete body
+    static FAULT range_not_satisfiable(bool with_content_range); ///< 416 to any range
+    static FAULT partial_unasked(); ///< 206, correct Content-Range, to requests without a range
 
-    // Other answers.
+    // Other responses.
     static FAULT status(int code, const std::string& html = "<html>no</html>",
                         HTTP_HEADERS headers = {});
-    /// An empty location leaves the header out and sends a body.
+    /// An empty location omits the header and sends a body.
     static FAULT redirect(int code, const std::string& location);
 
-    /// Only for the first requests; after these the route's next fault, or the good answer.
+    /// Only for the first requests; after these, the route's next fault or the correct response
+    /// applies.
     [[nodiscard]] FAULT times(int count) const;
-    /// Only for requests with a range (or, by false, without one); others are passed over.
+    /// Only for requests with a range (or, if false, without one); others skip this fault.
     [[nodiscard]] FAULT for_ranges(bool with_range = true) const;
 
     enum class KIND

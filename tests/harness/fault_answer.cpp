@@ -29,7 +29,7 @@ std::string reason_phrase(int code)
     }
 }
 
-/// Nothing when no range was asked for; first > last when it can't be satisfied.
+/// Nothing if no range was requested; first > last if it can't be satisfied.
 std::optional<HTTP_RANGE> asked_range(const std::string& text, std::uint64_t size)
 {
     const std::size_t dash = text.find('-');
@@ -54,7 +54,7 @@ std::optional<HTTP_RANGE> asked_range(const std::string& text, std::uint64_t siz
     return range.first >= size ? HTTP_RANGE{1, 0} : range;
 }
 
-/// Whether a fault also stands in place of the good 416 to a range beyond the end.
+/// Whether a fault also replaces the correct 416 to a range beyond the end.
 bool replaces_refusal(const FAULT& fault)
 {
     return fault.kind == FAULT::KIND::ignore_range || fault.kind == FAULT::KIND::short_body ||
@@ -136,7 +136,7 @@ void FAULT_ANSWER::apply(const FAULT& fault, const std::optional<HTTP_RANGE>& ra
         become_whole();
         length = std::min(length, fault.number);
         break;
-    case KIND::other_body: // the caller has taken it already
+    case KIND::other_body: // already handled by the caller
         break;
     case KIND::chunked:
         chunked = true;

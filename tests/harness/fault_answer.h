@@ -4,14 +4,14 @@
 
 #include <optional>
 
-/// Of a body's bytes; the last one belongs to it.
+/// A range of a body's bytes; the last one is included.
 struct HTTP_RANGE
 {
     std::uint64_t first;
     std::uint64_t last;
 };
 
-/// All that a sender of one answer has to know: it looks at no fault and no route any more.
+/// Everything that is needed to send one response, independent of faults and routes.
 struct FAULT_ANSWER
 {
     enum class HEAD
@@ -41,10 +41,10 @@ struct FAULT_ANSWER
 
     SERVED_BODY body;
     std::uint64_t offset = 0;
-    std::uint64_t length = 0;    ///< of a whole answer, from the offset on
-    std::uint64_t limit = ~0ULL; ///< sent at most
+    std::uint64_t length = 0;    ///< of a complete response, starting at the offset
+    std::uint64_t limit = ~0ULL; ///< maximum number of bytes sent
     END end = END::keep_alive;
-    std::uint64_t step = 256 * 1024; ///< bytes sent at once
+    std::uint64_t step = 256 * 1024; ///< bytes per send call
     std::chrono::milliseconds interval{0};
 
     void take_range(const HTTP_RANGE& range);
@@ -55,7 +55,7 @@ struct FAULT_ANSWER
     [[nodiscard]] std::string head_text() const;
 };
 
-/// The answer to a request with that Range header, which may be empty.
+/// The response to a request with that Range header, which may be empty.
 FAULT_ANSWER good_answer(const SERVED_BODY& body, const std::string& range_header);
 FAULT_ANSWER bad_answer(const SERVED_BODY& body, const std::string& range_header,
                         const FAULT& fault);

@@ -32,7 +32,7 @@ std::string HTTP_REQUEST::header(std::string name) const
     return found == headers.end() ? std::string() : found->second;
 }
 
-/// One accepted socket, on a thread of its own.
+/// One accepted socket, on its own thread.
 class FAULT_SERVER::CONNECTION final
 {
 public:
@@ -57,7 +57,7 @@ public:
     }
 
 private:
-    /// Until the socket is ready; false when the server stops or the time is over.
+    /// Waits until the socket is ready; false if the server stops or the time limit is reached.
     [[nodiscard]] bool await(READINESS readiness, milliseconds timeout = for_ever) const
     {
         return await_socket(m_socket, readiness, m_server.m_stop, timeout);
@@ -197,7 +197,7 @@ private:
         return false;
     }
 
-    /// Keeps still until the other side closes.
+    /// Waits until the other side closes.
     bool await_peer() const
     {
         std::array<char, 4096> buffer;
@@ -219,7 +219,7 @@ private:
         return false;
     }
 
-    /// What still waits to be sent would be lost by a reset, so it goes out first.
+    /// A reset would drop data that is still queued, so that data is sent first.
     bool reset() const
     {
         for (int tries = 0; tries < 5000 && has_unsent_bytes(m_socket); ++tries)

@@ -21,20 +21,20 @@ struct HTTP_REQUEST
 {
     std::string method;
     std::string path;   ///< without scheme and host; for CONNECT, the host and port
-    std::string target; ///< as it was sent
+    std::string target; ///< as sent
     std::map<std::string, std::string> headers; ///< by lower-case name
     std::chrono::steady_clock::time_point at;
 
-    /// The empty text when it wasn't sent; any case.
+    /// Empty if the header wasn't sent; the name is case-insensitive.
     [[nodiscard]] std::string header(std::string name) const;
     [[nodiscard]] std::string range() const { return header("range"); }
 };
 
-/// An http server in this process on a loopback port, with a thread for each connection. It serves
-/// well what it isn't told to serve badly: HEAD, ranges, 416, 404, connections kept alive. As a
-/// proxy's stand-in it answers absolute addresses by their path, and CONNECT by "host:port".
+/// An HTTP server in this process on a loopback port, with one thread per connection. Apart from
+/// the configured faults it is correct: HEAD, ranges, 416, 404, keep-alive. To act as a proxy, it
+/// answers absolute addresses by their path, and CONNECT by "host:port".
 ///
-/// All members may be called on any thread. The destructor ends every connection at once.
+/// All members may be called on any thread. The destructor ends every connection immediately.
 class FAULT_SERVER final
 {
 public:
@@ -43,24 +43,24 @@ public:
     FAULT_SERVER(const FAULT_SERVER&) = delete;
     FAULT_SERVER& operator=(const FAULT_SERVER&) = delete;
 
-    /// Sets or replaces what a path ("/a.bin") yields: each fault in turn for as many requests as
-    /// it is meant for, then the good answer.
+    /// Sets or replaces what a path ("/a.bin") serves: each fault in turn for its number of
+    /// requests, then the correct response.
     void serve(const std::string& path, SERVED_BODY body, std::vector<FAULT> faults = {});
-    /// The files of a directory, each at "/" and its name; held in memory.
+    /// Serves the files of a directory, each at "/" and its name, from memory.
     void serve_directory(const std::filesystem::path& directory);
-    /// Gives a path that is served already other faults.
+    /// Replaces the faults of a path that is already served.
     void set_faults(const std::string& path, std::vector<FAULT> faults);
 
     [[nodiscard]] std::uint16_t port() const { return m_port; }
     [[nodiscard]] std::string url(const std::string& path = "") const;
 
-    /// In the order of their arrival; of one path, or of all.
+    /// In order of arrival; for one path, or for all.
     [[nodiscard]] std::vector<HTTP_REQUEST> requests(const std::string& path = "") const;
     [[nodiscard]] std::size_t request_count(const std::string& path = "") const;
     bool wait_for_requests(const std::string& path, std::size_t count,
                            std::chrono::milliseconds timeout) const;
 
-    /// Body bytes of a path that were handed to the network so far, over all requests.
+    /// Body bytes of a path sent so far, over all requests.
     [[nodiscard]] std::uint64_t body_bytes(const std::string& path) const;
     bool wait_for_body_bytes(const std::string& path, std::uint64_t count,
                              std::chrono::milliseconds timeout) const;
@@ -81,7 +81,7 @@ private:
     FAULT_ANSWER answer_to(const HTTP_REQUEST& request);
 
     SOCKET_NUMBER m_listener = -1;
-    WAKE_EVENT m_stop; ///< set from the moment of the destructor on
+    WAKE_EVENT m_stop; ///< set by the destructor
     std::uint16_t m_port = 0;
 
     mutable std::mutex m_mutex; ///< guards all below: the test and every connection's thread use it
@@ -92,6 +92,6 @@ private:
     std::size_t m_accepted = 0, m_open = 0, m_peak_open = 0;
     std::size_t m_answering = 0, m_peak_answering = 0;
 
-    std::list<std::thread> m_connections; ///< the accepting thread's alone until it has ended
+    std::list<std::thread> m_connections; ///< used only by the accepting thread until it has ended
     std::thread m_acceptor;
 };

@@ -29,7 +29,7 @@ printf '%s\n' "$name" >> "$directory/install_order" || exit 98
 
 constexpr const char* ready_and_sleep = "echo ready\nwhile :; do sleep 1; done\n";
 
-/// A text as /bin/sh reads it, or the lines that poser_script reads, behind its program text.
+/// A script for /bin/sh, or poser_script.exe followed by the lines that it reads.
 std::string for_host(const std::string& shell_text, const std::string& lines)
 {
     if (tested_platform() == "linux")

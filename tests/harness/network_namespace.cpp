@@ -15,7 +15,7 @@
 namespace
 {
 
-// A file system in memory that this namespace alone sees; the directory is there on every system.
+// A file system in memory that only this namespace sees; the directory exists on every system.
 constexpr const char* files = "/mnt";
 
 void check(int result, const std::string& what)
@@ -49,7 +49,7 @@ std::string NETWORK_NAMESPACE::obstacle()
         ::_exit(::unshare(CLONE_NEWNET | CLONE_NEWNS) == 0 ? 0 : 1);
     int status = 0;
     if (child < 0 || ::waitpid(child, &status, 0) != child || status != 0)
-        return "network namespaces can't be made here";
+        return "network namespaces can't be created here";
     return {};
 }
 
@@ -87,7 +87,8 @@ void NETWORK_NAMESPACE::set_resolver(const std::string& lines)
 void NETWORK_NAMESPACE::add_guarded_address(const std::string& address, int port)
 {
     ip({"addr", "add", address + "/32", "dev", "lo"});
-    // The table of local addresses comes first by default, where no rule could stand before it.
+    // By default the table of local addresses has the first priority, so that no rule could precede
+    // it.
     ip({"rule", "add", "pref", "20", "lookup", "local"});
     ip({"rule", "add", "pref", "10", "uidrange", "0-0", "to", address, "dport",
         std::to_string(port), "prohibit"});

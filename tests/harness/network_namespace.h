@@ -2,31 +2,32 @@
 
 #include <string>
 
-/// A network of the test's own, with loopback alone, and its own /etc/hosts and /etc/resolv.conf.
-/// The thread that makes it is inside until the object goes, and so is every process and thread
-/// that it starts. Nothing of it is seen outside, or is left behind.
+/// A private network with only loopback, and with separate /etc/hosts and /etc/resolv.conf. The
+/// thread that creates it is inside until the object is destroyed, and so is every process and
+/// thread that it starts. Nothing of it is visible outside or left behind.
 class NETWORK_NAMESPACE final
 {
 public:
-    /// Why one can't be made here; empty when it can.
+    /// Why one can't be created here; empty if it can.
     static std::string obstacle();
 
-    /// Throws std::runtime_error when it can't be made.
+    /// Throws std::runtime_error on failure.
     NETWORK_NAMESPACE();
     ~NETWORK_NAMESPACE();
     NETWORK_NAMESPACE(const NETWORK_NAMESPACE&) = delete;
     NETWORK_NAMESPACE& operator=(const NETWORK_NAMESPACE&) = delete;
 
-    /// The text of /etc/hosts, besides the line of localhost.
+    /// Sets the text of /etc/hosts, in addition to the line for localhost.
     void set_hosts(const std::string& lines);
-    /// The text of /etc/resolv.conf, besides the name server, which refuses every question.
+    /// Sets the text of /etc/resolv.conf, in addition to the name server, which refuses every
+    /// query.
     void set_resolver(const std::string& lines);
 
-    /// Adds an address to loopback whose port is out of reach for this user's processes; servers
-    /// that gave up root's rights reach it.
+    /// Adds an address to loopback whose port this user's processes can't reach; servers that have
+    /// dropped root's rights can.
     void add_guarded_address(const std::string& address, int port);
 
 private:
-    int m_network = -1; ///< what was left, to go back to
+    int m_network = -1; ///< the original namespace, to return to
     int m_mounts = -1;
 };

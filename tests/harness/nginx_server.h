@@ -14,15 +14,15 @@ struct NGINX_REDIRECT
 struct NGINX_OPTIONS
 {
     std::filesystem::path root;         ///< the directory to serve
-    std::uint64_t bytes_per_second = 0; ///< of each connection; 0 is no limit
-    std::uint64_t unlimited_bytes = 0;  ///< sent at full speed before the limit holds
+    std::uint64_t bytes_per_second = 0; ///< per connection; 0: no limit
+    std::uint64_t unlimited_bytes = 0;  ///< sent at full speed before the limit applies
     std::vector<NGINX_REDIRECT> redirects = {};
     bool ranges = true;
-    std::optional<CERTIFICATE> certificate = {}; ///< https when given
-    std::vector<std::string> also_listen = {};   ///< further places, as "127.0.0.1:80"
+    std::optional<CERTIFICATE> certificate = {}; ///< HTTPS if given
+    std::vector<std::string> also_listen = {};   ///< further addresses, such as "127.0.0.1:80"
 };
 
-/// nginx on a loopback port, as one process of the test's own user. It accepts connections when the
+/// nginx on a loopback port, as one process of the current user. It accepts connections when the
 /// constructor returns.
 class NGINX_SERVER final
 {
@@ -35,7 +35,7 @@ public:
     /// "http://127.0.0.1:PORT" with the path after it; https when there is a certificate.
     [[nodiscard]] std::string url(const std::string& path = "") const;
 
-    /// A line for each answered request, written when its answer has ended:
+    /// One line per request, written after its response:
     ///     GET /a.bin 206 sent=1000 range="bytes=5-" auth="-" proxy_auth="-"
     [[nodiscard]] std::vector<std::string> access_log() const;
     [[nodiscard]] std::size_t count_in_access_log(std::string_view text) const;

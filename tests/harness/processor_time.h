@@ -2,5 +2,5 @@
 
 #include <chrono>
 
-/// What this process has used so far, all of its threads together.
+/// The CPU time that all threads of this process have used so far.
 std::chrono::microseconds processor_time();

@@ -7,7 +7,7 @@
 namespace
 {
 
-/// squid refuses to work as root: it changes to this user of its package.
+/// squid refuses to run as root: it changes to this user from its package.
 constexpr const char* squid_user = "proxy";
 
 void give_to_squid(const TEMP_DIR& dir)
@@ -16,7 +16,7 @@ void give_to_squid(const TEMP_DIR& dir)
         return;
     const passwd* const entry = ::getpwnam(squid_user);
     if (entry == nullptr)
-        throw std::runtime_error("there is no user for squid: is its package installed?");
+        throw std::runtime_error("no user for squid found: is its package installed?");
     for (const std::string& name : dir.tree())
     {
         if (::chown((dir / name).c_str(), entry->pw_uid, entry->pw_gid) != 0)
@@ -105,7 +105,7 @@ CHILD_SETUP PROXY_SERVER::squid_setup(std::uint16_t port, const std::string& use
     }
     m_dir.write("squid.conf", text);
     give_to_squid(m_dir);
-    // The service's name makes the names of its shared memory its own.
+    // The service name makes the names of its shared memory unique.
     return {"squid",
             {"-N", "-n", "test" + std::to_string(port), "-f", here + "/squid.conf"},
             m_dir.path()};

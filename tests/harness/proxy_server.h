@@ -9,8 +9,8 @@ enum class PROXY_ENGINE
     squid,
 };
 
-/// An http proxy on a loopback port that forwards to anywhere, https by CONNECT included. With a
-/// user it asks for these Basic credentials (tinyproxy's configuration can't hold a % or # in
+/// An HTTP proxy on a loopback port that forwards to any server, including HTTPS by CONNECT. With a
+/// user it requires these Basic credentials (tinyproxy's configuration doesn't allow % or # in
 /// them). It accepts connections when the constructor returns.
 class PROXY_SERVER final
 {
@@ -24,9 +24,9 @@ public:
     /// "127.0.0.1:PORT"
     [[nodiscard]] std::string address() const;
 
-    /// The engine's own words. Each request's line names its method and address, as in
-    /// "GET http://127.0.0.1:81/a" or "CONNECT 127.0.0.1:443"; squid's hold the status as well, as
-    /// in "TCP_DENIED/407", and are written when the answer has ended.
+    /// The log of the proxy program. Each request's line contains its method and address, as in
+    /// "GET http://127.0.0.1:81/a" or "CONNECT 127.0.0.1:443"; squid's lines also contain the
+    /// status, as in "TCP_DENIED/407", and are written after the response.
     [[nodiscard]] std::vector<std::string> access_log() const;
     bool wait_for_access(std::string_view text, std::chrono::milliseconds timeout) const;
 

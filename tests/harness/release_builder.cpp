@@ -20,7 +20,7 @@ namespace
 
 std::string json_text(const QJsonValue& value)
 {
-    // Only arrays and objects can be written alone.
+    // QJsonDocument accepts only arrays and objects at the top level.
     const QByteArray array = QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact);
     return array.mid(1, array.size() - 2).toStdString();
 }
@@ -66,7 +66,7 @@ void override_keys(MANIFEST_KEYS& keys,
     }
 }
 
-/// For a person to read: in units of 1024 with one decimal.
+/// Human-readable size: in units of 1024 with one decimal.
 std::string size_text(std::uint64_t bytes)
 {
     constexpr const char* units[] = {"bytes", "KB", "MB", "GB", "TB"};
@@ -78,7 +78,7 @@ std::string size_text(std::uint64_t bytes)
     return std::to_string(tenths / 10) + decimal + " " + units[unit];
 }
 
-/// Writes a file from blocks and measures it on the way.
+/// Writes a file in blocks and computes its size and checksums.
 RELEASE_FILE write_measured(const fs::path& path, std::uint64_t size,
                             const std::function<std::string(std::uint64_t, std::size_t)>& part)
 {
@@ -344,7 +344,7 @@ MANIFEST_KEYS RELEASE_BUILDER::component_keys(const COMPONENT_BUILDER& component
                           {"desc", json_text(component.m_desc)}};
     if (!component.m_filename.empty())
     {
-        // Whatever the manifest says, nothing is written outside of the directory.
+        // Nothing is written outside the directory, whatever the manifest contains.
         const fs::path path = m_directory / fs::path(component.m_filename).filename();
         RELEASE_FILE file =
             component.m_pattern_size == 0

@@ -9,11 +9,11 @@
 #include <utility>
 #include <vector>
 
-/// The keys of a manifest's element in their order, each with its value as JSON text.
+/// The keys of a manifest element in order, each with its value as JSON text.
 using MANIFEST_KEYS = std::vector<std::pair<std::string, std::string>>;
 
-/// One component of a release that is being built. What isn't set is sensible: a working installer
-/// for the tested platform (see installer_scripts.h), selected, with a title and a description.
+/// One component of a release that is being built. By default it is a working installer for the
+/// tested platform (see installer_scripts.h), selected, with a title and a description.
 class COMPONENT_BUILDER
 {
 public:
@@ -36,10 +36,10 @@ public:
     // The file's content.
     COMPONENT_BUILDER& content(std::string bytes);
     COMPONENT_BUILDER& pattern_content(std::uint64_t size, std::uint64_t seed); ///< see pattern.h
-    COMPONENT_BUILDER& no_file(); ///< a group: an empty file name, no sizes and sums
+    COMPONENT_BUILDER& no_file(); ///< a group: an empty file name, no sizes and checksums
 
-    /// Sets any key to any value, last of all: for manifests that are wrong. Whole numbers beyond
-    /// 2^53 go by raw_key.
+    /// Sets any key to any value, after all others: for invalid manifests. Use raw_key for integers
+    /// beyond 2^53.
     COMPONENT_BUILDER& key(const std::string& name, const QJsonValue& value);
     COMPONENT_BUILDER& raw_key(const std::string& name, const std::string& json_text);
     COMPONENT_BUILDER& drop_key(const std::string& name);
@@ -53,11 +53,11 @@ private:
     bool m_selected = true, m_standalone = false, m_addon = false;
     std::int64_t m_installsize = -1;
     std::string m_content;
-    std::uint64_t m_pattern_size = 0, m_pattern_seed = 0; ///< a size over 0 replaces the content
-    std::vector<std::pair<std::string, std::string>> m_overrides; ///< an empty text drops the key
+    std::uint64_t m_pattern_size = 0, m_pattern_seed = 0; ///< a size above 0 replaces the content
+    std::vector<std::pair<std::string, std::string>> m_overrides; ///< an empty text removes the key
 };
 
-/// A file of a release as it was written and measured.
+/// A file of a release as written, with its size and checksums.
 struct RELEASE_FILE
 {
     std::string component; ///< empty for the connection-test file
@@ -67,7 +67,8 @@ struct RELEASE_FILE
 };
 
 /// Builds a release in a directory: the components' files, the connection-test file and
-/// manifest.json. The directory can be served before it is written, so that addresses are known.
+/// manifest.json. The directory can be served before it is written, so that the addresses are
+/// known.
 class RELEASE_BUILDER
 {
 public:
@@ -76,7 +77,7 @@ public:
     RELEASE_BUILDER& edition(const std::string& text); ///< "pro" by default
     RELEASE_BUILDER& version(const std::string& text); ///< "5.2.0.31" by default
     RELEASE_BUILDER& download_url(const std::string& url);
-    /// `base_url` and "/" and the name give the address; the file is written with this content.
+    /// The address is `base_url`, "/" and the name; the file is written with this content.
     RELEASE_BUILDER& test_file(const std::string& base_url, const std::string& name = "test.txt",
                                const std::string& content = "connection test\n");
     RELEASE_BUILDER& installdir_linux(const std::string& text);
@@ -85,20 +86,20 @@ public:
     RELEASE_BUILDER& raw_key(const std::string& name, const std::string& json_text);
     RELEASE_BUILDER& drop_key(const std::string& name);
 
-    /// The component of that name, made at the first call; stays valid as long as the builder.
+    /// The component with that name, created by the first call; valid as long as the builder.
     COMPONENT_BUILDER& component(const std::string& name);
-    /// A further one, also of the same name (e.g. for another platform).
+    /// Adds another one, possibly with the same name (e.g. for another platform).
     COMPONENT_BUILDER& new_component(const std::string& name);
-    /// Another element after all components, whatever it is.
+    /// Adds any other element after all components.
     RELEASE_BUILDER& raw_element(const std::string& json_text);
 
     /// Writes everything and returns the manifest's path. May be called again after changes.
     std::filesystem::path write();
-    /// Writes the manifest elsewhere than into the directory of the files.
+    /// Writes the manifest outside the directory of the files.
     std::filesystem::path write(const std::filesystem::path& manifest);
 
     [[nodiscard]] const std::filesystem::path& directory() const { return m_directory; }
-    /// Of the last write; throws std::out_of_range for a component without a file.
+    /// From the last write; throws std::out_of_range for a component without a file.
     [[nodiscard]] const RELEASE_FILE& file(const std::string& component) const;
     [[nodiscard]] const std::vector<RELEASE_FILE>& files() const { return m_files; }
 

@@ -9,7 +9,7 @@
 
 #include <windows.h>
 
-/// As a virus scanner holds a file: nobody else may do anything with it.
+/// Locks a file like a virus scanner: no other access is possible.
 class SCANNER
 {
 public:
@@ -27,7 +27,7 @@ private:
     HANDLE m_file;
 };
 
-/// Runs an operation while a scanner holds the file for that long.
+/// Runs an operation while a scanner locks the file for that long.
 template <typename OPERATION>
 bool while_scanned(const std::filesystem::path& path, std::chrono::milliseconds duration,
                    const OPERATION& operation)

@@ -16,8 +16,8 @@ namespace
 
 constexpr auto poll_interval = std::chrono::milliseconds(5);
 
-/// The inodes of the sockets that listen on a port, by the kernel's table: asking it, other than
-/// connecting, leaves no trace in the server's log, and tells whose socket it is.
+/// The inodes of the sockets that listen on a port, from the kernel's table: unlike a connection,
+/// this leaves no trace in the server's log, and it identifies the socket's owner.
 std::set<std::string> listening_inodes(std::uint16_t port)
 {
     std::set<std::string> inodes;

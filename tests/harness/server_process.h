@@ -6,13 +6,13 @@
 #include <memory>
 
 /// A server program that listens on a loopback port. Another process may take a free port before
-/// the server binds it, so the start is tried again with another port until the server has one.
+/// the server binds it, so the start is retried with other ports until the server has one.
 class SERVER_PROCESS final
 {
 public:
-    /// \param setup_for  writes the configuration for a port and tells what to run
+    /// \param setup_for writes the configuration for a port and returns what to run
     explicit SERVER_PROCESS(const std::function<CHILD_SETUP(std::uint16_t port)>& setup_for);
-    /// Asks it to end with SIGTERM and gives it three seconds; then it is killed.
+    /// Sends SIGTERM, and kills the server if it is still running after three seconds.
     ~SERVER_PROCESS();
     SERVER_PROCESS(const SERVER_PROCESS&) = delete;
     SERVER_PROCESS& operator=(const SERVER_PROCESS&) = delete;
@@ -25,6 +25,7 @@ private:
     std::unique_ptr<CHILD_PROCESS> m_child;
 };
 
-/// Until a line of the file holds the text; false when the time is over. For a server's log.
+/// Waits until a line of the file contains the text; false if the time limit is reached. For a
+/// server's log.
 bool wait_for_line(const std::filesystem::path& file, std::string_view text,
                    std::chrono::milliseconds timeout);

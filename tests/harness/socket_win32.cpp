@@ -7,7 +7,7 @@
 namespace
 {
 
-/// Winsock works once it has been started, and for as long as nobody ends it.
+/// Winsock must be started once and is never shut down.
 void start_winsock()
 {
     static const int failure = []
@@ -46,7 +46,7 @@ std::uint16_t bind_to(SOCKET socket, std::uint16_t port)
 
 }
 
-/// A datagram that the socket sends to itself and nobody reads.
+/// A datagram that the socket sends to itself and that is never read.
 WAKE_EVENT::WAKE_EVENT()
 {
     start_winsock();
@@ -118,7 +118,7 @@ std::optional<std::size_t> send_some(SOCKET_NUMBER socket, const char* bytes, st
 
 bool has_unsent_bytes(SOCKET_NUMBER)
 {
-    return false; // nothing tells it here
+    return false; // not available on this platform
 }
 
 void end_sending(SOCKET_NUMBER socket)

@@ -6,7 +6,7 @@
 SOCKS_SERVER::SOCKS_SERVER()
 {
     namespace fs = std::filesystem;
-    // It writes its log as the user that it becomes.
+    // It writes its log as the unprivileged user that it changes to.
     m_dir.write("danted.log", "");
     fs::permissions(m_dir.path(), fs::perms::all);
     fs::permissions(m_dir / "danted.log", fs::perms::all);

@@ -5,7 +5,7 @@
 
 #include <memory>
 
-/// A SOCKS proxy, versions 4 and 5, on a loopback port. Needs root, whose rights it gives up. It
+/// A SOCKS proxy, versions 4 and 5, on a loopback port. Needs root, whose rights it drops. It
 /// accepts connections when the constructor returns.
 class SOCKS_SERVER final
 {
@@ -13,7 +13,7 @@ public:
     SOCKS_SERVER();
 
     [[nodiscard]] std::uint16_t port() const { return m_process->port(); }
-    /// How many connections it has passed on.
+    /// How many connections it has forwarded.
     [[nodiscard]] std::size_t served_connections() const;
 
 private:

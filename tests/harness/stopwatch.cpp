@@ -33,7 +33,7 @@ IDLE_TIMES idle_times_in(std::string_view text, std::chrono::nanoseconds tick)
         std::string processor;
         std::int64_t user = 0, nice = 0, system = 0, idle = 0, waiting = 0;
         words >> processor >> user >> nice >> system >> idle >> waiting;
-        // "cpu" alone begins the line of all processors together.
+        // The line "cpu" without a number is the total of all processors.
         if (words && processor.size() > 3 && processor.compare(0, 3, "cpu") == 0)
             times.push_back((idle + waiting) * tick);
     }

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <windows.h>
 
-/// The system gives all processors together: their average.
+/// The system reports the total of all processors; this returns their average.
 IDLE_TIMES idle_times()
 {
     FILETIME idle{}, kernel{}, user{};

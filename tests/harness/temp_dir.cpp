@@ -19,7 +19,8 @@ namespace
                              std::generic_category().message(error_number));
 }
 
-/// Gives the owner all rights on every directory, so that its entries can be listed and removed.
+/// Gives the owner all permissions on every directory, so that its entries can be listed and
+/// removed.
 void open_directories(const fs::path& directory)
 {
     std::error_code ignored;

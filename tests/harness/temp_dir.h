@@ -8,10 +8,10 @@
 #include <string_view>
 #include <vector>
 
-// Where the set-up of a test fails, the harness throws std::runtime_error: GoogleTest reports it as
-// the test's failure, with its text.
+// If the setup of a test fails, the harness throws std::runtime_error: GoogleTest reports it as the
+// test's failure, with its text.
 
-/// A text with paths, written with '/', as the program says it on this platform.
+/// Converts a text with paths written with '/' to the program's form on this platform.
 inline QString native(const QString& text)
 {
     return QDir::toNativeSeparators(text);
@@ -25,22 +25,23 @@ inline std::string native(const char* text)
     return native(std::string(text));
 }
 
-/// Writes a whole file, making the directories above it; `mode` as for chmod.
+/// Writes a complete file and creates its parent directories; `mode` as for chmod.
 void write_file(const std::filesystem::path& path, std::string_view bytes, unsigned mode = 0644);
 std::string read_file(const std::filesystem::path& path);
 std::vector<std::string> read_lines(const std::filesystem::path& path);
 
 /// Everything below a directory, relative to it and sorted; directories end with '/'. Links are
-/// listed and not followed.
+/// listed but not followed.
 std::vector<std::string> list_tree(const std::filesystem::path& directory);
 
-/// Removes a directory with all below it, write-protected children included. Links aren't followed.
+/// Removes a directory with everything in it, including write-protected entries. Links aren't
+/// followed.
 void remove_tree(const std::filesystem::path& directory);
 
-/// The platform's half of TEMP_DIR: makes a directory of its owner's alone.
+/// The platform's part of TEMP_DIR: creates a directory that only its owner can access.
 std::filesystem::path make_temp_dir();
 
-/// A directory of its owner's alone (mode 0700) that goes with this object.
+/// A directory that only its owner can access (mode 0700); removed with this object.
 class TEMP_DIR final
 {
 public:
@@ -57,7 +58,7 @@ public:
         return (m_path / relative).make_preferred();
     }
 
-    /// The absolute path of what was made.
+    /// The absolute path of what was created.
     std::filesystem::path write(const std::filesystem::path& relative, std::string_view bytes,
                                 unsigned mode = 0644) const;
     std::filesystem::path make_dir(const std::filesystem::path& relative) const;
@@ -69,12 +70,12 @@ private:
     std::filesystem::path m_path;
 };
 
-/// A small file system in memory that fills up: mounted by the constructor, which throws where
-/// mounting isn't permitted, unmounted by the destructor.
+/// A small file system in memory that can be filled up: mounted by the constructor, which throws if
+/// mounting isn't permitted, and unmounted by the destructor.
 class TMPFS_DIR final
 {
 public:
-    /// Whether this process may mount one; a reason to skip a test where it may not.
+    /// Whether this process may mount one; otherwise a reason to skip a test.
     static bool available();
 
     explicit TMPFS_DIR(std::uint64_t size);

@@ -21,7 +21,7 @@ fs::path make_temp_dir()
 {
     std::string name = (fs::temp_directory_path() / "vinst-test-XXXXXX").string();
     if (::mkdtemp(name.data()) == nullptr)
-        throw std::runtime_error("cannot make " + name);
+        throw std::runtime_error("cannot create " + name);
     return name;
 }
 

@@ -10,7 +10,7 @@ fs::path make_temp_dir()
 {
     const std::string name = FIO_FILE_SYSTEM::get_tmp_path(fs::temp_directory_path().u8string());
     if (!FIO_FILE_SYSTEM::create_private_directory(name))
-        throw std::runtime_error("cannot make " + name);
+        throw std::runtime_error("cannot create " + name);
     return fs::u8path(name);
 }
 
@@ -21,7 +21,7 @@ bool TMPFS_DIR::available()
 
 TMPFS_DIR::TMPFS_DIR(std::uint64_t)
 {
-    throw std::runtime_error("there are no file systems in memory on this platform");
+    throw std::runtime_error("this platform has no file systems in memory");
 }
 
 TMPFS_DIR::~TMPFS_DIR() = default;

@@ -13,7 +13,7 @@ void openssl(const TEMP_DIR& dir, const std::vector<std::string>& arguments)
     run_tool(setup.live_in(dir.path()));
 }
 
-/// A certificate that signs itself, with a new key beside it.
+/// Creates a self-signed certificate with a new key.
 void make_self_signed(const TEMP_DIR& dir, const std::string& name, const std::string& extensions)
 {
     const std::string config = name + ".cnf";

@@ -9,20 +9,20 @@ struct CERTIFICATE
     std::filesystem::path key;
 };
 
-/// A throw-away certificate authority with what it signed; the files go with this object.
+/// A temporary certificate authority and its certificates; the files are removed with this object.
 class TEST_AUTHORITY final
 {
 public:
     TEST_AUTHORITY();
 
-    /// What a client must trust, for SSL_CERT_FILE or CURL_CA_BUNDLE.
+    /// The CA certificate that a client must trust, for SSL_CERT_FILE or CURL_CA_BUNDLE.
     [[nodiscard]] std::filesystem::path ca_file() const { return m_dir / "ca.pem"; }
 
     /// For localhost and 127.0.0.1, signed by the authority.
     [[nodiscard]] CERTIFICATE server() const { return named("server"); }
     /// Signed by the authority, but for elsewhere.example.
     [[nodiscard]] CERTIFICATE other_host() const { return named("other_host"); }
-    /// For localhost and 127.0.0.1, signed by itself: nobody trusts it.
+    /// For localhost and 127.0.0.1, self-signed: not trusted.
     [[nodiscard]] CERTIFICATE untrusted() const { return named("untrusted"); }
 
 private:

@@ -6,20 +6,20 @@
 #include <string>
 #include <vector>
 
-// Which build the tests are about. It is the test program's own, unless VINST_TEST_WINDOWS_BUILD
-// names the build directory of a Windows build, whose hosts are then run through Wine.
+// Which build is tested. It is the test program's own, unless VINST_TEST_WINDOWS_BUILD names the
+// build directory of a Windows build, whose hosts are then run through Wine.
 
 /// "linux" or "windows".
 std::string tested_platform();
 
-/// The same as the program's kind of text, and the one that it is not.
+/// The tested platform as a QString, and the other one.
 QString this_platform();
 QString other_platform();
 
-/// The settings dialog's button of a platform.
+/// The settings dialog's button for a platform.
 const char* radio_button_of(const QString& platform);
 
-/// Where its bin/ and tests/ lie.
+/// The directory that contains its bin/ and tests/.
 std::filesystem::path tested_build_dir();
 
 /// ".run" or ".exe".

@@ -4,18 +4,18 @@
 #include <string>
 #include <vector>
 
-/// A loopback port whose connections never come about: its queue is full and nobody takes from it.
+/// A loopback port to which connections never succeed: its queue is full and never emptied.
 class UNANSWERING_PORT final
 {
 public:
-    /// \param port  0 for a free one
+    /// \param port 0: a free one
     explicit UNANSWERING_PORT(std::uint16_t port = 0);
     ~UNANSWERING_PORT();
     UNANSWERING_PORT(const UNANSWERING_PORT&) = delete;
     UNANSWERING_PORT& operator=(const UNANSWERING_PORT&) = delete;
 
     [[nodiscard]] std::uint16_t port() const { return m_port; }
-    /// Whether somebody besides this object is trying to connect to it.
+    /// Whether anyone except this object is trying to connect to it.
     [[nodiscard]] bool has_caller() const;
     [[nodiscard]] std::string url(const std::string& path = "") const;
 

@@ -22,8 +22,7 @@ UNANSWERING_PORT::UNANSWERING_PORT(std::uint16_t port)
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     address.sin_port = htons(m_port);
-    // A connection that comes about on loopback does so at once; one that doesn't shows that the
-    // queue is full.
+    // A connection on loopback succeeds immediately; one that doesn't shows that the queue is full.
     for (int count = 0; count < 16; ++count)
     {
         const int client = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
@@ -45,7 +44,7 @@ UNANSWERING_PORT::~UNANSWERING_PORT()
 
 bool UNANSWERING_PORT::has_caller() const
 {
-    // The kernel's table: slot, own address, remote address, state.
+    // The kernel's table: slot, local address, remote address, state.
     std::ostringstream sought;
     sought << " 0100007F:" << std::hex << std::uppercase << std::setw(4) << std::setfill('0')
            << m_port << " 02 "; // SYN_SENT
@@ -53,7 +52,7 @@ bool UNANSWERING_PORT::has_caller() const
     const auto connecting = std::count_if(lines.begin(), lines.end(),
                                           [text = sought.str()](const std::string& line)
                                           { return line.find(text) != std::string::npos; });
-    return connecting > 1; // one of them is this object's last
+    return connecting > 1; // one of them is this object's last attempt
 }
 
 std::string UNANSWERING_PORT::url(const std::string& path) const

@@ -5,13 +5,13 @@
 #include <string>
 #include <vector>
 
-/// Makes a graphical host, as a process of its own and without a display, take these steps, each as
-/// soon as it is possible: "window:CLASS" waits for a visible window of that class, "close:CLASS"
-/// closes it, "click:NAME" clicks the button with that object name. The host then prints a line.
+/// Makes a graphical host, as a separate process without a display, perform these steps, each as
+/// soon as possible: "window:CLASS" waits for a visible window of that class, "close:CLASS" closes
+/// it, "click:NAME" clicks the button with that object name. The host then prints a line.
 ///
-/// It works by a plug-in that Qt loads into every program with windows when the environment asks
-/// for it, so that the program itself needs no entrance for tests.
+/// It uses a plug-in that Qt loads into every GUI program if the environment requests it, so that
+/// the program itself needs no test interface.
 void drive_windows(CHILD_SETUP& host, const std::vector<std::string>& steps);
 
-/// What the host prints once the last step is taken.
+/// What the host prints after the last step.
 inline constexpr const char* all_steps_taken = "all steps taken\n";

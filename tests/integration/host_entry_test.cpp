@@ -303,7 +303,7 @@ std::vector<std::string> library_directories(const std::filesystem::path& binary
 TEST(Binaries, LoadNoLibraryFromTheCurrentDirectory)
 {
     if (tested_platform() == "windows")
-        GTEST_SKIP() << "Windows programs hold no library directories";
+        GTEST_SKIP() << "Windows programs contain no library directories";
     const std::vector<std::filesystem::path> binaries = built_binaries();
     for (const char* name : {"vinst", "vinst_gui", "vinst_release", "libvinst.so", "vinst_pac"})
         EXPECT_TRUE(std::any_of(binaries.begin(), binaries.end(),

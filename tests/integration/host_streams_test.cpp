@@ -31,7 +31,7 @@ protected:
     {
         CHILD_PROCESS child(setup);
         const auto ended = child.wait(30s);
-        ASSERT_TRUE(ended) << "it hangs";
+        ASSERT_TRUE(ended) << "the program did not end";
         EXPECT_TRUE(ended->exited_with(exit_code)) << ended->exit_code << ' ' << ended->signal;
     }
 
@@ -40,7 +40,7 @@ protected:
         child.send_signal(signal_number);
         const auto sent = CLOCK::now();
         const auto ended = child.wait(20s);
-        ASSERT_TRUE(ended) << "it hangs";
+        ASSERT_TRUE(ended) << "the program did not end";
         EXPECT_LT(CLOCK::now() - sent, 2s);
         EXPECT_EQ(ended->signal, signal_number);
     }
@@ -148,7 +148,7 @@ TEST_P(HostStreams, AreNotNeededByAReleaseServer)
     expect_null_devices(child.pid());
     child.send_signal(SIGTERM);
     const auto ended = child.wait(20s);
-    ASSERT_TRUE(ended) << "it hangs";
+    ASSERT_TRUE(ended) << "the program did not end";
     EXPECT_TRUE(ended->exited_with(0)) << ended->signal;
 }
 

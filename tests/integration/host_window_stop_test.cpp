@@ -79,7 +79,7 @@ protected:
         child.send_signal(signal_number);
         const auto sent = CLOCK::now();
         const auto ended = child.wait(20s);
-        ASSERT_TRUE(ended) << "it hangs";
+        ASSERT_TRUE(ended) << "the program did not end";
         EXPECT_LT(CLOCK::now() - sent, 2s);
         EXPECT_EQ(ended->signal, signal_number) << ended->exit_code;
     }
@@ -205,7 +205,7 @@ TEST_F(HostWindowStop, EndsTheInstaller)
     const pid_t process = installer();
     expect_orderly_end(*child);
     EXPECT_NE(log().find("Stop requested, ending the installer"), std::string::npos) << log();
-    EXPECT_NE(::kill(process, 0), 0) << "the installer still runs";
+    EXPECT_NE(::kill(process, 0), 0) << "the installer is still running";
 }
 
 TEST_F(HostWindowStop, EndsTheProcessImmediatelyTheSecondTime)

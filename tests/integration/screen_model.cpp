@@ -21,7 +21,7 @@ std::size_t SCREEN_MODEL::escape(std::string_view text)
     {
     case 'A':
         if (count > m_row)
-            throw std::runtime_error("the cursor left the screen at its top");
+            throw std::runtime_error("the cursor moved above the top of the screen");
         m_row -= count;
         break;
     case 'K':

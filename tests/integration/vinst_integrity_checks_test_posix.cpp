@@ -59,5 +59,5 @@ TEST_F(OneProcessor, IsEnoughForTheChecksOfAWindow)
     manager.set_components({one}, true);
     EXPECT_TRUE(manager.check_integrity());
     EXPECT_TRUE(one->file.has_passed());
-    EXPECT_LT(clock.elapsed(), 60'000) << "the check was given up";
+    EXPECT_LT(clock.elapsed(), 60'000) << "the check was abandoned";
 }

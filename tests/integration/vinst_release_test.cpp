@@ -147,7 +147,7 @@ ANSWER split_answer(const std::string& text)
 {
     const std::size_t end = text.find("\r\n\r\n");
     if (end == std::string::npos)
-        throw std::runtime_error("no whole answer: " + text);
+        throw std::runtime_error("incomplete response: " + text);
     return {text.substr(0, end + 2), text.substr(end + 4)};
 }
 

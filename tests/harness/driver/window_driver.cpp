@@ -30,8 +30,8 @@ QAbstractButton* usable_button(const QString& name)
     return nullptr;
 }
 
-/// Takes one step after another, each as soon as it can be taken, also while the program is in an
-/// event loop that an earlier step has started.
+/// Performs one step after another, each as soon as possible, including in an event loop that an
+/// earlier step has started.
 class WINDOW_DRIVER final : public QObject
 {
 public:
@@ -56,7 +56,7 @@ private:
         std::fflush(stdout);
     }
 
-    /// \return whether the step could be taken
+    /// \return whether the step could be performed
     bool take(const QString& step)
     {
         const QString name = step.mid(step.indexOf(':') + 1);
@@ -70,9 +70,9 @@ private:
             return window != nullptr;
         }
         if (!step.startsWith("click:"))
-            qFatal("not a step: %s", qPrintable(step));
+            qFatal("invalid step: %s", qPrintable(step));
         QAbstractButton* const button = usable_button(name);
-        // Clicked from the event loop, so that the timer's next events aren't held up meanwhile.
+        // Clicked from the event loop, so that the timer's next events aren't delayed.
         if (button != nullptr)
             QTimer::singleShot(0, button, &QAbstractButton::click);
         return button != nullptr;

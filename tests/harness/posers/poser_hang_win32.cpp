@@ -1,7 +1,7 @@
-/// Poses as an installer that hangs: prints "ready" and sleeps until it is ended. With --stubborn
-/// requests to end don't end it; with --child a child of it hangs too and holds its outputs open;
-/// with --orphan the child hangs and it exits itself. A child's number is printed as "child N".
-/// With --mark FILE the file appears when it is ready.
+/// Acts as an installer that hangs: prints "ready" and sleeps until it is killed. With --stubborn
+/// it ignores requests to end; with --child a child process hangs too and keeps its outputs open;
+/// with --orphan only the child hangs and the parent exits. A child's process ID is printed as
+/// "child N". With --mark FILE the file is created when it is ready.
 
 #include <cstdio>
 #include <cstring>

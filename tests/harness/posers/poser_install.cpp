@@ -1,6 +1,6 @@
-/// Poses as an installer that works: lays down, in the directory after --installdir, a file of its
-/// own file's name with a line for each run, its arguments joined by blanks, and adds its name to
-/// "install_order" there. Other options mean nothing to it.
+/// Acts as a working installer: installs, in the directory after --installdir, a file with its own
+/// file name and one line per run, its arguments joined by blanks, and adds its name to
+/// "install_order" there. It ignores other options.
 
 #include <cstring>
 #include <filesystem>

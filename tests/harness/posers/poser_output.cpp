@@ -1,5 +1,5 @@
-/// Poses as an installer that talks: writes as many bytes to the standard output as its first
-/// argument says, and to the standard error as its second does, in lines with stray percent signs.
+/// Acts as an installer with much output: writes as many bytes to the standard output as its first
+/// argument says, and to the standard error as its second says, in lines with percent signs.
 
 #include <algorithm>
 #include <cstdio>

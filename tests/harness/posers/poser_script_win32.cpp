@@ -1,5 +1,5 @@
-/// Poses as any installer that a test wants: does what the lines behind its own program text say.
-/// For platforms whose installers can't be scripts. The lines:
+/// Acts as any installer that a test needs: executes the lines that are appended to its program
+/// file. For platforms whose installers can't be scripts. The lines:
 ///
 ///     install            what poser_install does, without ending
 ///     lay SIZE PATH      lays down, in the directory after --installdir, the SIZE bytes that
@@ -32,7 +32,7 @@ namespace fs = std::filesystem;
 namespace
 {
 
-/// In two parts, so that the program text doesn't hold it.
+/// In two parts, so that the program file doesn't contain it.
 const std::string mark = std::string("\n== what to ") + "do ==\n";
 
 struct INSTALLER

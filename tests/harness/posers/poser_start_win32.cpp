@@ -1,5 +1,5 @@
-/// Starts a program as a user's shell would who has set these variables: "poser_start NAME=VALUE...
-/// -- PROGRAM ARGUMENT...", and exits with its code. Wine doesn't hand over variables such as TEMP.
+/// Starts a program like a shell in which these variables are set: "poser_start NAME=VALUE...
+/// -- PROGRAM ARGUMENT...", and exits with its code. Wine doesn't pass on variables such as TEMP.
 
 #include <cstdio>
 #include <string>
@@ -11,7 +11,7 @@
 namespace
 {
 
-/// So that CommandLineToArgvW gives the text back.
+/// Quotes a text so that CommandLineToArgvW restores it.
 std::wstring quoted(const std::wstring& text)
 {
     std::wstring result = L"\"";

@@ -192,7 +192,7 @@ TEST_F(RunCommand, EndsAnInstallerThatIgnoresTheStop)
 TEST_F(RunCommand, EndsAfterAnEarlierStop)
 {
     thr_request_stop();
-    EXPECT_EQ(run(poser("poser_hang")), 128 + SIGTERM) << "it is asked to end before it is killed";
+    EXPECT_EQ(run(poser("poser_hang")), 128 + SIGTERM) << "SIGTERM comes before SIGKILL";
 }
 
 TEST_F(RunCommand, StartsADetachedInstallerAndReturns)

@@ -85,7 +85,7 @@ TEST(AppendFile, RefusesASecondOpenInTheSameProcess)
     const std::string path = dir.write("a", "123").string();
     FIO_APPEND_FILE file;
     ASSERT_TRUE(file.open(path, OPENING::existing_only));
-    ASSERT_TRUE(file.open(path, OPENING::existing_only)) << "the first opening ends by the second";
+    ASSERT_TRUE(file.open(path, OPENING::existing_only)) << "opening again closes the first file";
     EXPECT_TRUE(file.append("4", 1));
     file.close();
     EXPECT_FALSE(file.is_open());

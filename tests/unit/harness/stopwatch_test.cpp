@@ -27,7 +27,7 @@ TEST(Stopwatch, AllowsABusyMachineTenTimesTheLimitAtMost)
 TEST(Stopwatch, UsesTheProcessorThatWasIdleLongest)
 {
     EXPECT_EQ(undisturbed_part(5s, {1s, 20s}, {2s, 23s}), 3s);
-    EXPECT_EQ(undisturbed_part(5s, {1s, 20s}, {7s, 20s}), 5s) << "never more than has passed";
+    EXPECT_EQ(undisturbed_part(5s, {1s, 20s}, {7s, 20s}), 5s) << "never more than the elapsed time";
 }
 
 TEST(Stopwatch, CountsAllTimeWithoutIdleTimes)

@@ -402,7 +402,7 @@ TEST_P(PacScript, YieldsItsDirective)
         given.expected);
 }
 
-INSTANTIATE_TEST_SUITE_P(WholeFiles, PacScript, ::testing::ValuesIn(whole_files),
+INSTANTIATE_TEST_SUITE_P(CompleteFiles, PacScript, ::testing::ValuesIn(whole_files),
                          [](const auto& given) { return given.param.name; });
 INSTANTIATE_TEST_SUITE_P(Helpers, PacScript, ::testing::ValuesIn(helpers),
                          [](const auto& given) { return given.param.name; });

@@ -65,7 +65,7 @@ TEST_F(ComponentFile, IsCompleteOnceItHasItsSize)
     EXPECT_FALSE(file.is_complete());
     file.count(10);
     EXPECT_TRUE(file.is_complete());
-    EXPECT_EQ(file.bytes_on_disk(), 9U) << "only measuring changes what is on disk";
+    EXPECT_EQ(file.bytes_on_disk(), 9U) << "only measuring updates the size on disk";
     write("0123456789x");
     file.measure();
     EXPECT_TRUE(file.is_complete());
@@ -108,7 +108,7 @@ TEST_F(ComponentFile, IsNoLongerVerifiedWhenItHasChangedOnDisk)
     verify();
     write("0123456789 and more");
     EXPECT_FALSE(file.is_verified());
-    EXPECT_TRUE(file.has_passed()) << "nobody has measured it yet";
+    EXPECT_TRUE(file.has_passed()) << "it has not been measured yet";
     file.measure();
     EXPECT_FALSE(file.is_checked());
 }
