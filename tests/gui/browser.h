@@ -5,7 +5,7 @@
 
 class QUrl;
 
-/// Takes the place of the browser while it lives, and keeps what was to be opened.
+/// Replaces the browser during its lifetime, and records what was to be opened.
 class BROWSER final : public QObject
 {
     Q_OBJECT

@@ -36,7 +36,7 @@ using namespace std::chrono_literals;
 /// For QTest::qWaitFor, in milliseconds.
 inline constexpr int long_wait = static_cast<int>(long_enough.count());
 
-/// The main dialog over a small release on a fault server, with settings of its own.
+/// The main dialog with a small release on a fault server, and with private settings.
 class DownloaderDlgTest : public ::testing::Test
 {
 protected:
@@ -78,14 +78,14 @@ protected:
         return QString::fromStdString((dir / name).string());
     }
 
-    /// Writes the release, serves it, and opens the dialog over it.
+    /// Writes the release, serves it, and opens the dialog with it.
     void open()
     {
         open_during_checks();
         wait_for_checks();
     }
 
-    /// The same without waiting for the checks of files that are there already.
+    /// The same without waiting for the checks of existing files.
     void open_during_checks()
     {
         const std::string manifest = builder.write().string();
@@ -149,7 +149,8 @@ protected:
         find<QCheckBox>("m_agree_license_checkbox").setChecked(true);
     }
 
-    /// Runs the action, once, as soon as the condition holds, while the test is inside a job.
+    /// Runs the action once, as soon as the condition holds, while the test is inside a running
+    /// job.
     void when(std::function<bool()> condition, std::function<void()> action)
     {
         auto* const timer = new QTimer(dialog.get());
@@ -171,7 +172,7 @@ protected:
     }
     bool exists(const std::string& name) const { return std::filesystem::exists(dir / name); }
 
-    /// 0 when there is no such file.
+    /// 0 if there is no such file.
     std::uintmax_t size_of(const std::string& name) const
     {
         std::error_code error;
@@ -187,7 +188,7 @@ protected:
     std::unique_ptr<VINST_DOWNLOADER_DLG> dialog;
 };
 
-/// The same, with what tests of whole runs share.
+/// The same, with common functions for tests of complete runs.
 class DownloaderDlgRunTest : public DownloaderDlgTest
 {
 protected:

@@ -12,7 +12,7 @@
 #include <chrono>
 #include <vector>
 
-/// A message box as the user saw it.
+/// A message box as shown to the user.
 struct SHOWN_BOX
 {
     QString title;
@@ -23,8 +23,8 @@ struct SHOWN_BOX
     bool modal = false;
 };
 
-/// Answers the modal message boxes that come while it lives, each by the next button text. A box
-/// that nobody expected fails the test, and so does one that never came.
+/// Answers the modal message boxes that appear during its lifetime, each with the next button text.
+/// An unexpected box fails the test, and so does an expected one that is not shown.
 class MODAL_BOXES final
 {
 public:
@@ -38,7 +38,7 @@ public:
     MODAL_BOXES& operator=(const MODAL_BOXES&) = delete;
 
     const std::vector<SHOWN_BOX>& shown() const { return m_shown; }
-    /// Checks the check box of the boxes that come, before they are answered.
+    /// Checks the check box of the following boxes before they are answered.
     void check_boxes() { m_check = true; }
 
 private:

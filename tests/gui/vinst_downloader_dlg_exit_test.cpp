@@ -8,7 +8,7 @@
 namespace
 {
 
-/// The process is to stop while the window is in some state.
+/// Stop requests to the process in different states of the window.
 class DialogExit : public DownloaderDlgRunTest
 {
 protected:
@@ -19,7 +19,7 @@ protected:
         forget_stop_request();
     }
 
-    /// A component whose file is there already, and takes many seconds to check.
+    /// A component whose file exists and takes many seconds to check.
     void open_with_long_check()
     {
         constexpr std::uint64_t size = 8ULL << 30;
@@ -98,7 +98,7 @@ TEST_F(DialogExit, ClosesAMenuInTheSettings)
     when([&settings] { return settings.isVisible(); },
          [&settings]
          {
-             // A spin box opens its menu in an event loop of its own.
+             // A spin box opens its menu in a nested event loop.
              auto& box = *settings.findChild<QSpinBox*>("m_retry_duration_spinbox");
              QContextMenuEvent event(QContextMenuEvent::Keyboard, {});
              QApplication::sendEvent(&box, &event);

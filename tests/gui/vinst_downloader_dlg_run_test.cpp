@@ -192,7 +192,7 @@ TEST_F(DialogRun, AsksWhetherToContinueWithoutRights)
     builder.component("one");
     open();
     check_auto_install();
-    // The rights were there when the window opened.
+    // The window was opened with the rights.
     host.is_admin = false;
     reopen();
     auto_install().setEnabled(true);
@@ -425,10 +425,10 @@ TEST_F(DialogRun, UsesLittleProcessorTimeWhileItWaits)
              begin = processor_time();
              clock.start();
          });
-    // What is awaited is that nothing happens, for so long.
+    // The test checks that nothing happens during this time.
     stop_when([&] { return clock.isValid() && clock.hasExpired(3000); });
     press_download({});
     const auto used = processor_time() - begin;
-    // The test's own timers are in it; a loop that spins would use all of three seconds.
+    // This includes the test's own timers; a busy loop would use all of the three seconds.
     EXPECT_LT(used, 500ms);
 }

@@ -63,7 +63,7 @@ TEST_F(DialogSettings, IncludeTheSizeOfTheWindow)
 {
     builder.component("one");
     open();
-    // The screen of these tests is narrower than the window, and hardly higher.
+    // The screen of these tests is narrower than the window, and only slightly higher.
     const int chosen = dialog->minimumHeight() + 7;
     ASSERT_LT(chosen, QGuiApplication::primaryScreen()->availableSize().height());
     ASSERT_NE(chosen, dialog->height());
@@ -129,7 +129,7 @@ TEST_F(DialogSettings, OfActionsLastUntilAnotherSelection)
     second().click();
     reopen();
     EXPECT_FALSE(second().isChecked());
-    // Where the files go has nothing to do with what is installed.
+    // The download directory doesn't affect what is installed.
     line("m_download_dir_line_edit").setText(path("elsewhere"));
     line("m_install_dir_line_edit").setText(path("target"));
     ASSERT_TRUE(QTest::qWaitFor(

@@ -6,11 +6,11 @@ namespace
 const QString closing_refused = "Download is currently in progress. Stop the download before "
                                 "exiting the application.";
 
-/// Runs that don't come to their own end.
+/// Runs that are stopped before they end.
 class DialogStop : public DownloaderDlgRunTest
 {
 protected:
-    /// A component whose file is there already, and takes many seconds to check.
+    /// A component whose file exists and takes many seconds to check.
     void open_with_long_check()
     {
         constexpr std::uint64_t size = 8ULL << 30;
@@ -64,7 +64,7 @@ TEST_F(DialogStop, EndsARunThatChecksFiles)
     EXPECT_FALSE(dialog->is_checking_files());
     EXPECT_EQ(integrity_code(), 0);
     expect_idle();
-    // No check is left that the window would have to wait for.
+    // No check is still running, so the window doesn't have to wait for one.
     MODAL_BOXES none({});
     EXPECT_TRUE(dialog->close());
 }

@@ -22,7 +22,7 @@ class Dialog : public DownloaderDlgTest
 protected:
     ~Dialog() override { AFCQ_NATIVE_FILE_DLG::answer_with({}); }
 
-    /// Changes the platform as a user does in the settings, and presses the button of that text.
+    /// Changes the platform in the settings dialog, and presses the button with that text.
     void choose_platform(const char* radio_button, const char* end_button)
     {
         when([] { return qobject_cast<VINST_SETTINGS_DLG*>(QApplication::activeModalWidget()); },
@@ -35,7 +35,7 @@ protected:
         click("m_settings_button");
     }
 
-    /// Over a file that takes many seconds to be checked.
+    /// Opens the dialog with a file that takes many seconds to check.
     void open_with_long_check()
     {
         constexpr std::uint64_t size = 6ULL << 30;
@@ -165,7 +165,7 @@ TEST_F(Dialog, RemembersWhatTheUserSet)
     check_auto_install();
     find<QCheckBox>("m_action_checkbox_act").click();
     click_row(0);
-    tree().take_clicks(); // which sets the actions anew
+    tree().take_clicks(); // which rebuilds the actions
     find<QCheckBox>("m_action_checkbox_act").click();
     dialog->resize(1100, 750);
     dialog.reset();
@@ -328,7 +328,7 @@ TEST_F(Dialog, SelectsDependenciesOfTheUsersChoice)
     for (int row = 0; row < 3; ++row)
         EXPECT_EQ(tree().model()->index(row, 0).data(Qt::CheckStateRole).toInt(), Qt::Checked);
     EXPECT_TRUE(log_holds("Add dependent component: base\n"));
-    // What nothing needs any more stays as it is.
+    // Components that are no longer needed keep their state.
     QTest::mouseClick(tree().viewport(), Qt::LeftButton, {}, tree().visualRect(top).center());
     tree().take_clicks();
     EXPECT_EQ(tree().model()->index(0, 0).data(Qt::CheckStateRole).toInt(), Qt::Checked);
@@ -378,7 +378,7 @@ TEST_F(Dialog, VerifiesExistingFiles)
     EXPECT_EQ(tree().model()->index(0, progress_column).data(tree_cell_role).toString(), "100%");
     EXPECT_TRUE(tree().model()->index(0, run_column).data(tree_cell_role).toBool());
     EXPECT_EQ(text("m_total_size_downloaded_label"), "Downloaded: 2.93 KB / 2.93 KB -- 100%");
-    // In another directory it isn't there.
+    // The file doesn't exist in the other directory.
     line("m_download_dir_line_edit").setText(path("other"));
     EXPECT_TRUE(QTest::qWaitFor(
         [this]

@@ -24,7 +24,7 @@
 namespace
 {
 
-/// A tree over a small release:
+/// A tree with a small release:
 ///     veltrin_base
 ///     tools
 ///       scope
@@ -107,7 +107,7 @@ protected:
                           tree.visualRect(index(component, column)).center());
     }
 
-    /// Makes the installer's file, as if it had been fetched and verified.
+    /// Creates the installer's file, as if it had been fetched and verified.
     void verify(VINST_COMPONENT* component)
     {
         write_file(dir / "dl" / component->filename.toStdString(),
@@ -134,7 +134,7 @@ protected:
                     return false;
         return true;
     }
-    /// What a cell shows, without the frame that the current row may have.
+    /// What a cell shows, without the focus frame of the current row.
     QPixmap picture(const VINST_COMPONENT* component, int column)
     {
         const QRect cell_rect = tree.visualRect(index(component, column));

@@ -66,7 +66,7 @@ protected:
     QLineEdit& line(const char* name) { return find<QLineEdit>(name); }
     QPushButton& button(const char* name) { return find<QPushButton>(name); }
 
-    /// Runs the dialog as the main dialog does, with the user's part inside.
+    /// Runs the dialog like the main dialog; the function acts as the user.
     int run(const std::function<void()>& user)
     {
         QTimer::singleShot(0, &dialog(), [user] { user(); });
@@ -347,7 +347,7 @@ TEST_F(SettingsDlg, ReportsAFailedConnection)
 TEST_F(SettingsDlg, StaysResponsiveAndOpenDuringTheTest)
 {
     serve_test_file({FAULT::stall_after(2).times(1)});
-    MODAL_BOXES none({}); // nobody is there for the result
+    MODAL_BOXES none({}); // the result is not shown to anyone
     QTimer user;
     bool has_looked = false;
     QObject::connect(&user, &QTimer::timeout, &user,
@@ -363,7 +363,7 @@ TEST_F(SettingsDlg, StaysResponsiveAndOpenDuringTheTest)
                          button("m_ok_btn").click();
                          EXPECT_TRUE(dialog().isVisible());
                          EXPECT_TRUE(stored("vinst_os").isNull());
-                         // Ends the stalled transfer, as the end of the program would.
+                         // Ends the stalled transfer like the end of the program does.
                          shutdown_requested = true;
                      });
     user.start(10);
@@ -396,7 +396,7 @@ TEST_F(SettingsDlg, CanBeUsedByTheKeyboardInReadingOrder)
         order.append(focus->objectName());
         QTest::keyClick(focus, Qt::Key_Tab);
     }
-    // Radio buttons of a group are one stop.
+    // Radio buttons of a group are one tab stop.
     EXPECT_EQ(order, QStringList({"m_parallel_download_spinbox", "m_retry_duration_spinbox",
                                   "m_test_internet_connection_btn", "m_linux_radio_btn",
                                   "m_default_proxy_radio_btn", "m_proxy_server_line_edit",

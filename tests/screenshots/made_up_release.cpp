@@ -32,7 +32,7 @@ std::string md5_of(const std::string& head, std::uint64_t size)
     return hash.result().toHex().toStdString();
 }
 
-/// Only shown, never compared.
+/// Only displayed, never compared.
 std::string made_up_sha1(const std::string& name)
 {
     return QCryptographicHash::hash(QByteArray::fromStdString(name), QCryptographicHash::Sha1)

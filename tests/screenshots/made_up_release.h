@@ -9,25 +9,25 @@
 #include <string>
 #include <vector>
 
-/// A release of some 1.5 GB that looks like one and of which hardly a byte exists: a file is a
-/// short script, where it is an installer, and then a hole. The server answers for every file.
+/// A realistic release of about 1.5 GB that needs little disk space: a file is a sparse hole,
+/// preceded by a short script if it is an installer. The server serves every file.
 class MADE_UP_RELEASE
 {
 public:
-    /// \param directory  for the manifest; made if it is not there
+    /// \param directory  for the manifest; created if missing
     explicit MADE_UP_RELEASE(const std::filesystem::path& directory);
 
     /// As the program reads it; owned by the caller.
     std::unique_ptr<VINST_RELEASE> load() const;
 
-    /// Lays files into a download directory: whole; cut to a part of their size; or whole with
-    /// wrong content.
+    /// Writes files to a download directory: complete; truncated to a part of their size; or
+    /// complete with wrong content.
     void lay_whole(const std::filesystem::path& directory) const;
     void lay_part(const std::filesystem::path& directory, const std::string& name,
                   int percent) const;
     void lay_wrong(const std::filesystem::path& directory, const std::string& name) const;
 
-    /// How the server answers for a file from now on; by none, well.
+    /// Sets the server's fault for a file from now on; without a fault it answers correctly.
     void set_fault(const std::string& name, const FAULT& fault);
     void clear_faults();
 
@@ -36,7 +36,7 @@ private:
     {
         std::string name;
         std::string filename;
-        std::string head; ///< what the file begins with
+        std::string head; ///< the first bytes of the file
         std::uint64_t size;
         std::string md5;
     };

@@ -1,5 +1,5 @@
-// Walks the windows through a download and an installation of a made-up release and saves what
-// they look like: see scripts/screenshots.sh, which runs it.
+// Shows the windows during a download and an installation of a made-up release and saves
+// screenshots: see scripts/screenshots.sh, which runs it.
 
 #include "install/vinst/base/vinst_messages.h"
 #include "install/vinst/base/vinst_text.h"
@@ -48,7 +48,7 @@ QPalette dark_palette()
     const QColor base(35, 35, 35);
     const QColor highlight(42, 130, 218);
     const QColor dimmed(127, 127, 127);
-    QPalette palette(window, window); // derives the shades of edges
+    QPalette palette(window, window); // derives the shades of borders
     palette.setColor(QPalette::Window, window);
     palette.setColor(QPalette::WindowText, Qt::white);
     palette.setColor(QPalette::Base, base);
@@ -110,7 +110,7 @@ private:
     QString m_suffix;
 };
 
-/// Acts once, as soon as something holds, from the event loop that runs then.
+/// Acts once, as soon as a condition holds, from the current event loop.
 void at_moment(const QString& name, std::function<bool()> holds, std::function<void()> act)
 {
     auto* const timer = new QTimer(qApp);
@@ -128,7 +128,7 @@ void at_moment(const QString& name, std::function<bool()> holds, std::function<v
     timer->start(look_interval);
 }
 
-/// Fails when a moment that was waited for has not come.
+/// Fails if an awaited condition has not occurred.
 void expect_all_moments()
 {
     for (const QTimer* timer : qApp->findChildren<QTimer*>())
@@ -172,7 +172,7 @@ int rows_in_state(const QWidget& window, VINST_INTEGRITY_STATE state)
     return count;
 }
 
-/// The scenes, in the order in which a user meets them; each begins with an idle main window.
+/// The scenes, in the order in which a user sees them; each starts with an idle main window.
 class SESSION
 {
 public:
@@ -201,7 +201,7 @@ public:
 private:
     void press(const char* button) { child<QPushButton>(m_dialog, button).click(); }
 
-    /// Until no check runs in the background and the columns have their widths.
+    /// Waits until no check runs in the background and the columns have their widths.
     void settle()
     {
         wait_for("rest", [this] { return !m_dialog.is_checking_files(); });
@@ -210,8 +210,8 @@ private:
         loop.exec();
     }
 
-    /// What was checked once counts as changed when it is laid anew, unless the directory was
-    /// another one in between.
+    /// A file that has been checked counts as changed when it is written again, unless the
+    /// directory was changed in between.
     void forget_checks()
     {
         auto& directory =
@@ -301,7 +301,7 @@ private:
     void show_checking_and_installed()
     {
         forget_checks();
-        // A log of this run alone.
+        // A log of this run only.
         VINST_MESSAGES::instance().log_path += 'b';
         VINST_MESSAGES::instance().open_log();
         m_made_up.lay_whole(m_download_dir);

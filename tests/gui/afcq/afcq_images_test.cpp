@@ -36,7 +36,7 @@ int alpha(const QImage& image, int x, int y)
     return qAlpha(image.pixel(x, y));
 }
 
-/// Pixels for which the predicate, a function of x and y, holds.
+/// Number of pixels for which the predicate, a function of x and y, holds.
 template <typename PREDICATE>
 int count_pixels(const QImage& image, PREDICATE predicate)
 {
@@ -63,14 +63,14 @@ std::vector<int> corner_alphas(const QImage& image)
 
 const std::vector<int> transparent_corners(4, 0);
 
-/// Pixels that clearly belong to one of two pictures of the same size and not to the other.
+/// Number of pixels that are clearly set in only one of two pictures of the same size.
 int count_shape_differences(const QImage& one, const QImage& other)
 {
     return count_pixels(one, [&](int x, int y)
                         { return std::abs(alpha(one, x, y) - alpha(other, x, y)) > 64; });
 }
 
-/// An image laid over a row's colour, pixel by pixel whatever its ratio.
+/// An image drawn over a row's colour, pixel by pixel regardless of its device pixel ratio.
 QImage on_row(QImage image, const QColor& row)
 {
     image.setDevicePixelRatio(1.0);
@@ -88,7 +88,8 @@ double luminance(const QColor& colour)
            0.0722 * linear(colour.blueF());
 }
 
-/// From 1 for equal brightness to 21; from 3 on a shape is well seen without its colour.
+/// Contrast ratio, from 1 for equal brightness to 21; from 3 a shape is recognizable without
+/// colour.
 double contrast(const QColor& one, const QColor& other)
 {
     const auto [dark, light] = std::minmax({luminance(one), luminance(other)});
@@ -97,7 +98,7 @@ double contrast(const QColor& one, const QColor& other)
 
 constexpr double well_seen = 3.0;
 
-/// Pixels by which two pictures are told apart on a row, also by an eye that sees no colours.
+/// Number of pixels that distinguish two pictures on a row even without colour vision.
 int count_brightness_differences(const QImage& one, const QImage& other, const QColor& row)
 {
     const QImage first = on_row(one, row);
@@ -118,7 +119,7 @@ int count_well_seen(const QImage& image, const QColor& row)
 const QColor all_rows[] = {QColor("#ffffff"), QColor("#f0f0f0"), QColor("#2b2b2b"),
                            QColor("#308cc6")};
 
-/// All frames of one turn, and how long each is shown.
+/// All frames of one cycle, and how long each is shown.
 struct SEEN_MOVIE
 {
     std::vector<QImage> frames;

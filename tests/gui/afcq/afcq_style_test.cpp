@@ -26,7 +26,8 @@ QPalette palette_of(const QColor& window, const QColor& base, const QColor& text
 const QPalette dark = palette_of({53, 53, 53}, {35, 35, 35}, Qt::white);
 const QPalette light = palette_of({239, 239, 239}, Qt::white, Qt::black);
 
-/// As the guidelines for accessible contents of the web define it: 0 is black, 1 is white.
+/// Relative luminance as defined by the Web Content Accessibility Guidelines: 0 is black, 1 is
+/// white.
 double luminance(const QColor& color)
 {
     const auto linear = [](double part)
@@ -35,7 +36,7 @@ double luminance(const QColor& color)
            0.0722 * linear(color.blueF());
 }
 
-/// 1 for the same light, 21 for black on white; parts of controls want 3.
+/// Contrast ratio: 1 for equal luminance, 21 for black on white; parts of controls require 3.
 double contrast(const QColor& one, const QColor& other)
 {
     const auto [darker, lighter] = std::minmax({luminance(one), luminance(other)});
@@ -44,7 +45,7 @@ double contrast(const QColor& one, const QColor& other)
 
 constexpr int side = 30;
 
-/// An indicator that is not checked, in the middle of a ground.
+/// An unchecked indicator in the middle of a background.
 QImage indicator(QStyle::PrimitiveElement element, const QPalette& palette, const QColor& ground,
                  const QStyle& style)
 {
@@ -62,7 +63,7 @@ QImage indicator(QStyle::PrimitiveElement element, const QPalette& palette, cons
     return image;
 }
 
-/// Of the row through the middle, where the indicator differs most from the ground.
+/// The highest contrast between indicator and background in the middle row.
 double edge_contrast(const QImage& image, const QColor& ground)
 {
     double strongest = 1;

@@ -79,7 +79,7 @@ TEST(AppendFile, KeepsWhatFitsOnAFullDisk)
     EXPECT_GT(file.size(), 0U);
 }
 
-TEST(AppendFile, RefusesASecondOpenInTheSameProcess)
+TEST(AppendFile, CanBeReopenedByItsWriter)
 {
     const TEMP_DIR dir;
     const std::string path = dir.write("a", "123").string();
