@@ -11,7 +11,7 @@
 /// run: its arguments, joined by blanks. Adds its name to "install_order" there. Then writes
 /// "installed NAME" and exits with that code.
 ///
-/// \param files further files to install, executable: relative path and text
+/// \param files  further files to install, executable: relative path and text
 std::string install_script(int exit_code = 0, const std::map<std::string, std::string>& files = {});
 
 /// A main product's installer that also installs the installer of the device archives,

@@ -10,7 +10,7 @@
 class SERVER_PROCESS final
 {
 public:
-    /// \param setup_for writes the configuration for a port and returns what to run
+    /// \param setup_for  writes the configuration for a port and returns what to run
     explicit SERVER_PROCESS(const std::function<CHILD_SETUP(std::uint16_t port)>& setup_for);
     /// Sends SIGTERM, and kills the server if it is still running after three seconds.
     ~SERVER_PROCESS();

@@ -8,7 +8,7 @@
 class UNANSWERING_PORT final
 {
 public:
-    /// \param port 0: a free one
+    /// \param port  0: a free one
     explicit UNANSWERING_PORT(std::uint16_t port = 0);
     ~UNANSWERING_PORT();
     UNANSWERING_PORT(const UNANSWERING_PORT&) = delete;

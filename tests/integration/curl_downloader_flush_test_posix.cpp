@@ -43,7 +43,7 @@ protected:
 
     const int flushes_before = begun_file_flushes();
     CURL_PROGRESS_DATA record;
-    std::optional<CURL_DOWNLOADER> downloader; ///< goes before its record
+    std::optional<CURL_DOWNLOADER> downloader; ///< destroyed before its progress data
 };
 
 }
@@ -102,7 +102,7 @@ TEST_F(DownloaderFlush, DoesNotDelayATransfer)
         EXPECT_EQ(flushes(), 1);
     }
     downloader.reset();
-    EXPECT_EQ(flushes(), 1); // what was queued behind it is dropped with the transfer
+    EXPECT_EQ(flushes(), 1); // later queued flushes are dropped with the transfer
 }
 
 TEST_F(DownloaderFlush, DoesNotDelayAStop)
@@ -118,7 +118,7 @@ TEST_F(DownloaderFlush, DoesNotDelayAStop)
         EXPECT_LT(CLOCK::now() - asked, 1s);
         EXPECT_EQ(record.curl_code, 42);
     }
-    // The file's lock has gone with the downloader.
+    // The file's lock was released with the downloader.
     downloader.reset();
     stop_asked = false;
     server.set_faults("/f", {});

@@ -46,7 +46,7 @@ TEST_P(ThroughAProxy, HidesTheProxyCredentialsFromTheOrigin)
     }
     std::filesystem::remove(path());
     proxy = {gate.host(), std::to_string(gate.port()), "ada", "wrong"};
-    // One of them takes wrong credentials for a matter of the origin's.
+    // tinyproxy treats wrong credentials as if the origin had refused them.
     const int refused = GetParam() == PROXY_ENGINE::tinyproxy ? 401 : 407;
     EXPECT_EQ(fetch(), refused);
     expect_failure(22, refused);
@@ -77,7 +77,7 @@ TEST_F(Downloader, UsesBasicWhenAProxyAlsoOffersNegotiate)
 {
     const HTTP_HEADERS offers = {{"Proxy-Authenticate", "Negotiate"},
                                  {"Proxy-Authenticate", "Basic realm=\"a test\""}};
-    // The server stands in for the proxy, and for the origin behind it.
+    // The server acts as the proxy and as the origin behind it.
     server.serve("/f", body, {FAULT::status(407, "<html>who are you?</html>", offers).times(1)});
     proxy = {"127.0.0.1", std::to_string(server.port()), "ada", "s3cret"};
     EXPECT_EQ(fetch("http://origin.test/f"), 200);

@@ -16,7 +16,7 @@
 namespace
 {
 
-/// Starts a transfer, waits until it has come so far, asks for a stop, and returns how long that
+/// Starts a transfer, waits until `so_far` holds, requests a stop, and returns how long the stop
 /// took.
 MEASURED_TIME time_to_stop(const std::string& url, const std::string& path,
                            const std::function<bool()>& so_far, CURL_PROGRESS_DATA& data)

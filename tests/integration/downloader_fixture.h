@@ -47,7 +47,7 @@ protected:
         return downloader.download_one_file(url, path(), data.get());
     }
 
-    /// Fetches "/f" when the size of the complete file is known.
+    /// Fetches "/f" with a known size of the complete file.
     int fetch_sized(std::uint64_t expected_size)
     {
         data = std::make_unique<CURL_PROGRESS_DATA>();

@@ -18,7 +18,7 @@ std::atomic<int> directories{0};
 
 }
 
-/// Replaces the C library's function in this program.
+/// Replaces the C library's function in this test program.
 extern "C" __attribute__((visibility("default"))) int fdatasync(int descriptor)
 {
     struct stat status = {};

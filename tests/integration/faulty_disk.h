@@ -1,12 +1,12 @@
 #pragma once
 
-/// While it lives, the flushes to the disk of this process don't end, or fail.
+/// During its lifetime, this process's flushes to the disk don't end, or fail.
 class FAULTY_DISK
 {
 public:
     enum class FAULT
     {
-        never_ready, ///< flushes end when the object goes
+        never_ready, ///< flushes end when the object is destroyed
         io_error     ///< EIO
     };
 
@@ -16,6 +16,6 @@ public:
     FAULTY_DISK& operator=(const FAULTY_DISK&) = delete;
 };
 
-/// The flushes that this process has begun, faulty ones included.
+/// The number of flushes that this process has started, including faulty ones.
 int begun_file_flushes();
 int begun_directory_flushes();

@@ -214,7 +214,7 @@ TEST_F(HostEntry, LeavesAFaultToTheDebugger)
     ASSERT_TRUE(ended);
     EXPECT_FALSE(ended->exited_with(2));
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-    EXPECT_EQ(ended->signal, SIGFPE); // the sanitizers tell of it and exit
+    EXPECT_EQ(ended->signal, SIGFPE); // the sanitizers report it and exit
 #endif
     EXPECT_EQ(child.errors().find("Veltrin Crest"), std::string::npos);
 }
@@ -223,7 +223,7 @@ TEST_F(HostEntry, DropsQtsMessagesUnlessRequested)
 {
     builder.component("one");
     publish();
-    // Qt warns where no runtime directory is set, as in the tests' environment.
+    // Qt warns if no runtime directory is set, as in the tests' environment.
     const std::string warning = "XDG_RUNTIME_DIR not set";
     run({"--help"});
     EXPECT_EQ(errors.find(warning), std::string::npos);
@@ -282,7 +282,7 @@ std::vector<std::filesystem::path> built_binaries()
     return found;
 }
 
-/// The directories in which a binary looks for libraries before the system's.
+/// The directories in which a binary searches for libraries before the system's.
 std::vector<std::string> library_directories(const std::filesystem::path& binary)
 {
     const std::string dynamic = run_tool({"readelf", {"-dW", binary.string()}});

@@ -9,14 +9,14 @@
 namespace
 {
 
-/// A fault of the server, and what the run says of it.
+/// A fault of the server, and what the run reports about it.
 struct FAULT_CASE
 {
     const char* name;
     FAULT fault;
-    std::size_t on_disk; ///< bytes of the file that are there before the run
-    const char* line;    ///< of the component, in the progress block
-    const char* result;  ///< behind "Download failed"
+    std::size_t on_disk; ///< bytes of the file on disk before the run
+    const char* line;    ///< the component's line in the progress block
+    const char* result;  ///< the text after "Download failed"
     std::size_t kept;    ///< bytes that the run leaves on disk
 };
 
@@ -112,7 +112,7 @@ INSTANTIATE_TEST_SUITE_P(Server, HostFault, ::testing::ValuesIn(cases),
 namespace
 {
 
-/// A way in which a server could answer for a file that is already complete on disk.
+/// A response that a server could send for a file that is already complete on disk.
 struct LATER_ANSWER
 {
     const char* name;
@@ -162,7 +162,7 @@ namespace
 class HostFaults : public HostTest
 {
 protected:
-    /// Windows verifies no address that is a number against a file of authorities.
+    /// On Windows, libcurl can't verify an IP address against a file of CA certificates.
     static std::string verifiable(std::string url)
     {
         const std::string number = "127.0.0.1";

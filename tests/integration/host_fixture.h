@@ -19,7 +19,7 @@ using namespace std::chrono_literals;
 
 using ARGUMENTS = std::vector<std::string>;
 
-/// Runs the console host as a process of its own over a release on a fault server.
+/// Runs the console host as a separate process with a release on a fault server.
 class HostTest : public ::testing::Test
 {
 protected:
@@ -44,7 +44,7 @@ protected:
                       const std::string& name = tested_console_host()) const
     {
         HOST_SETUP child{name, arguments, dir.path()};
-        // A look for a proxy would ask the machine's name servers.
+        // Proxy detection would query the machine's name servers.
         child.environment["VINST_NO_PROXY_DISCOVERY"] = "1";
         if (!manifest.empty())
             child.environment["vinst_manifest"] = manifest;
@@ -53,7 +53,7 @@ protected:
         return child.for_tested_platform();
     }
 
-    /// The arguments of a run into the download directory, and more.
+    /// The arguments of a run into the download directory, followed by `more`.
     ARGUMENTS run_arguments(const ARGUMENTS& more = {}) const
     {
         ARGUMENTS arguments{"--download-dir", downloads()};
@@ -78,7 +78,7 @@ protected:
         EXPECT_EQ(output, expected_output);
     }
 
-    // As the host is told them and says them.
+    // Paths as they are passed to the host and printed by it.
     std::string downloads() const { return host_path(dir / "dl"); }
     std::string installed() const { return host_path(dir / "inst"); }
     std::string download(const std::string& name) const { return host_path(dir / "dl" / name); }
@@ -95,7 +95,7 @@ protected:
     FAULT_SERVER server;
     RELEASE_BUILDER builder;
     std::string manifest;
-    std::map<std::string, std::string> environment; ///< more, or in place of the usual
+    std::map<std::string, std::string> environment; ///< added to or replacing the usual variables
     CHILD_RESULT result;
     std::string output;
     std::string errors;

@@ -247,7 +247,7 @@ TEST_F(HostInstall, IsSkippedUnlessRequested)
 {
     builder.component("a").content("#!/bin/sh\n: > '" + (dir / "ran").string() + "'\n");
     publish();
-    dir.write("inst/.hidden", "x"); // of no matter to a download
+    dir.write("inst/.hidden", "x"); // doesn't affect a download
     run(run_arguments({"--accept-eula"}));
     EXPECT_TRUE(output_holds("\nAuto install: off\nNumber of parallel downloads: 4\n")) << output;
     EXPECT_FALSE(output_holds("Do install"));

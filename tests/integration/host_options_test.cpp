@@ -10,7 +10,7 @@ using namespace std::string_literals;
 namespace
 {
 
-/// Options against a small release that is always there.
+/// Options with a small release that is always available.
 class HostOptions : public HostTest
 {
 protected:
@@ -197,7 +197,7 @@ TEST_F(HostOptions, OfProxiesAreChecked)
 
 TEST_F(HostOptions, OfProxiesNameTheServerAndThePort)
 {
-    // Nobody listens on these; what counts is how the text was taken apart.
+    // Nothing listens on these addresses; the test is about how the text is parsed.
     const std::string port = std::to_string(free_port());
     for (const std::string text : {"127.0.0.1", "http://127.0.0.1"})
     {
@@ -218,7 +218,7 @@ TEST_F(HostOptions, OfProxiesNameTheServerAndThePort)
 
 TEST_F(HostOptions, GiveTheProxyAUserWhosePasswordMayBeEmpty)
 {
-    // The server stands in for a proxy that asks for a user once.
+    // The server acts as a proxy that asks for a user once.
     const std::string proxy = "127.0.0.1:" + std::to_string(server.port());
     for (const auto& [user, basic] : std::vector<std::pair<std::string, std::string>>{
              {"ada:", "Basic YWRhOg=="}, {"ada:s3cret", "Basic YWRhOnMzY3JldA=="}})
@@ -393,7 +393,7 @@ TEST_F(HostOptions, OfTheGraphicalHostAreSeparate)
     // The documentation's page is opened instead; there is no browser here.
     run({"--help"}, tested_graphical_host());
     expect_stopped("");
-    // Those of the console decide nothing here: the window opens.
+    // Options of the console host have no effect here: the window opens.
     CHILD_PROCESS child(
         setup({"--cli", "--download-dir", host_path(dir / "with blank"), "--auto-install"},
               tested_graphical_host()));

@@ -69,7 +69,7 @@ TEST_F(HostPowerCut, KeepsWhatATransferHadReceivedOneFlushIntervalBefore)
 {
     const auto flush_interval = 10s;
     const auto time_to_flush = 3s;
-    const auto duration = 2 * flush_interval - 4s; // long before the kernel writes by itself
+    const auto duration = 2 * flush_interval - 4s; // before the kernel writes by itself
     builder.component("one").pattern_content(64 * mebibyte, 1);
     publish();
     server.set_faults("/one.run", {FAULT::trickle(64 * 1024, 50ms)});

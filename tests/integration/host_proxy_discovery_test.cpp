@@ -21,7 +21,7 @@ std::string origin(const std::string& path)
     return std::string("http://") + origin_address + ":" + std::to_string(origin_port) + path;
 }
 
-/// Entered before anything of the test starts a thread or a process.
+/// Entered before the test starts any thread or process.
 class INSIDE_NAMESPACE
 {
 protected:
@@ -35,8 +35,8 @@ protected:
     std::optional<NETWORK_NAMESPACE> network;
 };
 
-/// A corporate network: the origin answers to the proxies alone, and names lead nowhere but where
-/// the test says.
+/// A corporate network: only the proxies can reach the origin, and only the names that the test
+/// defines are resolved.
 class HostDiscovery : private INSIDE_NAMESPACE, public HostTest
 {
 protected:
@@ -56,7 +56,7 @@ protected:
         dir.make_dir("wpad");
     }
 
-    /// The names that lead to the server of automatic-configuration files.
+    /// Sets the names that resolve to the server of automatic-configuration files.
     void name_wpad(const std::string& names) { network->set_hosts("127.0.0.1 " + names + "\n"); }
 
     void serve_script(const std::string& script, const std::string& name = "wpad.dat")
@@ -217,7 +217,7 @@ TEST_F(HostDiscovery, ContinuesAfterAnEndlessScript)
                       pref("http_port", std::to_string(proxy.port())));
     test_download();
     expect_found("127.0.0.1", proxy.port());
-    // On a busy machine its time is over before the processor time that it is granted.
+    // On a busy machine it reaches its time limit before its limit of processor time.
     EXPECT_TRUE(holds(test_log(), "No proxy from the autoproxy file: it went beyond its limits") ||
                 holds(test_log(), "No proxy from the autoproxy file: it takes too long"));
 }

@@ -244,7 +244,7 @@ TEST_F(HostRun, ResumesWhereAnEarlierRunWasStopped)
     publish();
     server.set_faults("/one.run", {FAULT::stall_after(100'000).times(1)});
     CHILD_PROCESS first(setup(run_arguments()));
-    // What was received counts once it is on disk: a second later it is shown, too.
+    // Received bytes are shown once they are on disk, up to a second later.
     ASSERT_TRUE(first.wait_for_output("[100000 / 300000] 33%", long_enough)) << first.output();
     if (tested_platform() == "windows")
         first.send_signal_to_group(SIGKILL);

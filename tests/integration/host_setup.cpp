@@ -27,8 +27,8 @@ CHILD_SETUP for_linux(const HOST_SETUP& host)
     return child;
 }
 
-/// Wine's own variables are for Wine; the host's go through a program that sets them, as TEMP and
-/// others aren't handed over.
+/// The environment of the process is for Wine. A program in Wine sets the host's variables, since
+/// Wine doesn't pass on TEMP and others.
 CHILD_SETUP for_windows(const HOST_SETUP& host)
 {
     const std::filesystem::path build = tested_build_dir();

@@ -2,10 +2,10 @@
 
 #include "tests/harness/child_process.h"
 
-/// A host of the tested platform as a process that lives in a directory: home/ and tmp/ are there.
+/// A host of the tested platform as a process whose home/ and tmp/ are in a directory.
 struct HOST_SETUP
 {
-    std::string name; ///< of the host, without ".exe"
+    std::string name; ///< name of the host, without ".exe"
     std::vector<std::string> arguments;
     std::filesystem::path directory;
     std::map<std::string, std::string> environment = {};
@@ -14,11 +14,12 @@ struct HOST_SETUP
     [[nodiscard]] CHILD_SETUP for_tested_platform() const;
 };
 
-/// A path as the tested host is told it and says it: on Windows on drive Z, with backslashes.
+/// A path in the form that the tested host accepts and prints: on Windows on drive Z, with
+/// backslashes.
 std::string host_path(const std::filesystem::path& path);
 
-/// What a Windows program printed ends its lines with "\r\n"; the tests' expectations with "\n".
+/// Converts the "\r\n" of a Windows program's output to the "\n" of the tests' expectations.
 std::string with_plain_line_ends(std::string text);
 
-/// Wine says things of its own on the standard error.
+/// Removes what Wine itself prints to the standard error.
 std::string without_lines_of_wine(const std::string& text);

@@ -14,7 +14,7 @@
 namespace
 {
 
-/// Whether a signal that was sent to a process still waits for being taken.
+/// Whether a signal that was sent to a process is still pending.
 bool has_pending_signal(pid_t pid, int signal_number)
 {
     const std::uint64_t bit = std::uint64_t{1} << (signal_number - 1);
@@ -30,7 +30,7 @@ bool has_pending_signal(pid_t pid, int signal_number)
 class HostSignals : public HostTest
 {
 protected:
-    /// Sends a signal and expects the orderly end by it within two seconds.
+    /// Sends a signal and expects that the process ends by it cleanly within two seconds.
     void expect_orderly_end(CHILD_PROCESS& child, int signal_number)
     {
         const STOPWATCH since_signal;
@@ -43,8 +43,8 @@ protected:
         output = child.output();
     }
 
-    /// A run whose first installer makes the file "running" and then stays, at most until the test
-    /// is over and the file gone; `preparation` is what it does before.
+    /// A run whose first installer creates the file "running" and then runs on, at most until the
+    /// test removes the file; it executes `preparation` first.
     CHILD_SETUP setup_with_installer(const std::string& preparation)
     {
         builder.component("a").content("#!/bin/sh\n" + preparation + "\n: > '" +
@@ -55,7 +55,7 @@ protected:
         return setup(run_arguments({"--install-dir", installed(), "--accept-eula"}));
     }
 
-    /// What makes an installer deaf to requests, and lets the test find it.
+    /// Makes an installer ignore requests to end, and stores its process ID for the test.
     std::string stubborn_installer() const
     {
         return "trap '' INT TERM\necho $$ > '" + (dir / "installer").string() + "'";
@@ -65,7 +65,7 @@ protected:
 
     bool installer_is_running() const { return ::kill(installer(), 0) == 0; }
 
-    /// It is in a process group of its own, which outlives the host's.
+    /// It is in its own process group, which outlives the host's.
     void end_installer() const
     {
         if (installer_is_running())
@@ -81,7 +81,7 @@ protected:
 
     bool exists(const std::string& name) const { return std::filesystem::exists(dir / name); }
 
-    /// What an installer says is in a file there as well, which goes at any moment.
+    /// An installer's output is in a file there, too, which can vanish at any moment.
     bool temporary_log_holds(const std::string& text) const
     {
         for (const std::string& name : list_tree(dir / "tmp"))
@@ -155,7 +155,7 @@ TEST_F(HostSignals, EndTheHostDuringStartup)
     for (int i = 0; i < 20; ++i)
     {
         CHILD_PROCESS child(setup(run_arguments()));
-        // The signal comes at any moment of the start: which one is up to chance.
+        // The signal is sent at a random moment of the startup.
         EXPECT_FALSE(child.wait(std::chrono::milliseconds(delay(random))));
         expect_orderly_end(child, i % 2 == 0 ? SIGTERM : SIGINT);
         for (const std::string& name : list_tree(dir / "tmp"))
@@ -196,8 +196,8 @@ TEST_F(HostSignals, EndTransfersAndKeepPartialFiles)
 }
 
 #if !defined(__SANITIZE_THREAD__)
-// The thread sanitizer holds a signal back while its thread sleeps in a library that is not built
-// with it, as the main thread does here while a worker hashes.
+// The thread sanitizer delays a signal while its thread sleeps in a library that is not built with
+// the sanitizer, as the main thread does here while a worker hashes.
 TEST_F(HostSignals, EndTheHashingOfALargeFile)
 {
     builder.component("one").pattern_content(1000, 1).raw_key("size", "20000000000");
@@ -299,7 +299,7 @@ TEST_F(HostSignals, EndTheProcessImmediatelyTheSecondTime)
     CHILD_PROCESS child(setup_with_installer(stubborn_installer()));
     ASSERT_TRUE(wait_until([this] { return exists("running"); }));
     child.send_signal(SIGINT);
-    // Two signals of one kind at the same time would be one.
+    // Two pending signals of the same kind would be merged into one.
     ASSERT_TRUE(wait_until([&child] { return !has_pending_signal(child.pid(), SIGINT); }));
     const STOPWATCH since_signal;
     child.send_signal(SIGINT);

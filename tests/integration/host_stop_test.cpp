@@ -10,7 +10,7 @@
 namespace
 {
 
-/// A user at the terminal, or in the console, asks the run to end.
+/// A user stops the run by Ctrl-C in the terminal or console.
 class HostStop : public HostTest
 {
 protected:
@@ -37,7 +37,7 @@ protected:
         child.type("\x03");
         const auto ended = child.wait(long_enough);
         ASSERT_TRUE(ended);
-        // Of the code 0xC000013A Wine hands its last byte on.
+        // Wine passes on only the last byte of the code 0xC000013A.
         if (tested_platform() == "windows")
             EXPECT_TRUE(ended->exited_with(0x3A)) << ended->exit_code;
         else

@@ -11,7 +11,7 @@ namespace
 using CLOCK = std::chrono::steady_clock;
 using STREAMS = std::set<int>;
 
-/// Programs started without standard streams, as "<&- >&-" in a shell or a careless daemon does.
+/// Programs started without standard streams, as by "<&- >&-" in a shell or by a careless daemon.
 class HostStreams : public HostTest, public ::testing::WithParamInterface<STREAMS>
 {
 protected:
@@ -55,7 +55,7 @@ protected:
         ASSERT_FALSE(error);
     }
 
-    /// Until the process has a descriptor of that kind, as /proc shows it.
+    /// Waits until /proc shows that the process has a descriptor of that kind.
     static void wait_for_descriptor(pid_t process, const std::string& kind)
     {
         const auto has_it = [&]
@@ -102,7 +102,8 @@ std::string name_of(const ::testing::TestParamInfo<STREAMS>& info)
 
 TEST_P(HostStreams, AreNotNeededForARun)
 {
-    // The name is printed with each progress block: more than a pipe holds that nobody reads.
+    // The name is printed with each progress block and exceeds the capacity of a pipe that is not
+    // read.
     builder.component("one").pattern_content(300'000, 1).title(std::string(100'000, 'n'));
     publish();
     expect_exit(without_streams(setup(run_arguments())), 0);
@@ -154,7 +155,8 @@ TEST_P(HostStreams, AreNotNeededByAReleaseServer)
 
 TEST_P(HostStreams, AreNotNeededByTheScriptHelper)
 {
-    // Without input there is no request, and without output nowhere to write; it ends all the same.
+    // Without input there is no request, and without output nothing can be written; the program
+    // ends anyway.
     constexpr int bad_request = 2;
     expect_exit(without_streams({tested_build_dir() / "lib/vinst_pac"}), bad_request);
 }

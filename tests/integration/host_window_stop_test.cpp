@@ -22,7 +22,7 @@ using STEPS = std::vector<std::string>;
 
 const std::string main_window = "window:VINST_DOWNLOADER_DLG";
 
-/// The graphical host as a process of its own. It is in some state when a signal asks it to end.
+/// The graphical host as a separate process that is stopped by a signal in different states.
 class HostWindowStop : public HostTest
 {
 protected:
@@ -40,7 +40,7 @@ protected:
         return QString::fromStdString(path.string());
     }
 
-    /// The settings of the user that the host runs for.
+    /// The settings of the host's user.
     void with_settings(const std::function<void(QSettings&)>& act) const
     {
         QSettings settings(qt(dir / "home/.config/Orvane/vinst.conf"), QSettings::IniFormat);
@@ -66,7 +66,7 @@ protected:
         return host;
     }
 
-    /// Starts the host and returns when the last step is taken.
+    /// Starts the host and returns after the last step.
     std::unique_ptr<CHILD_PROCESS> start(const STEPS& steps) const
     {
         auto child = std::make_unique<CHILD_PROCESS>(window_setup(steps));
@@ -132,7 +132,7 @@ protected:
         return error ? 0 : size;
     }
 
-    /// A release whose installer ignores requests to end and stays.
+    /// A release whose installer ignores requests to end and runs on.
     void publish_stubborn_installer()
     {
         builder.component("a").content("#!/bin/sh\ntrap '' INT TERM HUP\necho $$ > '" +

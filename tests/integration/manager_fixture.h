@@ -18,7 +18,7 @@
 #include <string>
 #include <vector>
 
-/// A release of small components on a fault server, and a manager over it that has a log.
+/// A release of small components on a fault server, and a manager for it with a log.
 class ManagerTest : public ::testing::Test
 {
 protected:
@@ -59,7 +59,7 @@ protected:
         return read_file(builder.file(name).path);
     }
 
-    /// What `action` prints on standard output.
+    /// What `action` prints to standard output.
     static std::string printed_by(const std::function<void()>& action)
     {
         ::testing::internal::CaptureStdout();
@@ -77,7 +77,7 @@ protected:
     VINST_DOWNLOADER_VIEW quiet_view;
 };
 
-/// Keeps all that a manager tells its front end.
+/// Records all events that a manager reports to its front end.
 class RECORDING_VIEW final : public VINST_DOWNLOADER_VIEW
 {
 public:

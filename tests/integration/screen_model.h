@@ -4,15 +4,15 @@
 #include <string_view>
 #include <vector>
 
-/// What a terminal of unlimited height shows after some output, as far as the program's escape
-/// sequences go: cursor up, erase line, erase below, carriage return, line feed.
+/// What a terminal of unlimited height shows after some output. It supports the program's escape
+/// sequences: cursor up, erase line, erase below, carriage return, line feed.
 class SCREEN_MODEL
 {
 public:
     void write(std::string_view text);
 
     const std::vector<std::string>& lines() const { return m_lines; }
-    /// The lines from the last one that starts with this text on, without empty ones at the end.
+    /// The lines starting at the last one that begins with this text, without trailing empty lines.
     std::vector<std::string> from(std::string_view start) const;
 
 private:

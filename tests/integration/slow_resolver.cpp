@@ -18,7 +18,7 @@ using LOOKUP = int (*)(const char*, const char*, const addrinfo*, addrinfo**);
 
 }
 
-/// Stands in for the C library's look-up in this program and in the libraries that it uses.
+/// Replaces the C library's function in this program and in the libraries that it uses.
 extern "C" __attribute__((visibility("default"))) int
 getaddrinfo(const char* node, const char* service, const addrinfo* hints, addrinfo** result)
 {
@@ -29,7 +29,7 @@ getaddrinfo(const char* node, const char* service, const addrinfo* hints, addrin
     }
     ++running;
     ++begun;
-    // As long as the test wants; the resolver's end waits for it.
+    // Blocks until the SLOW_RESOLVER is destroyed; its destructor waits for this function.
     static_cast<void>(wait_until([] { return !is_slow; }, std::chrono::hours(1)));
     --running;
     return EAI_NONAME;
@@ -48,6 +48,6 @@ SLOW_RESOLVER::SLOW_RESOLVER()
 SLOW_RESOLVER::~SLOW_RESOLVER()
 {
     is_slow = false;
-    // Else the function would return into a program that is gone.
+    // Otherwise the function could still be running when the program ends.
     static_cast<void>(wait_until([] { return running == 0; }, std::chrono::hours(1)));
 }

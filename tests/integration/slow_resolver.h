@@ -1,10 +1,10 @@
 #pragma once
 
-/// The name whose look-up does not come to an end while a SLOW_RESOLVER lives. Others are looked up
-/// as ever.
+/// The name whose resolution does not end during the lifetime of a SLOW_RESOLVER. Other names are
+/// resolved normally.
 inline constexpr const char* slow_host_name = "slow.resolver.invalid";
 
-/// How many look-ups of that name have begun.
+/// How many resolutions of that name have started.
 int slow_lookups();
 
 class SLOW_RESOLVER

@@ -7,7 +7,7 @@
 namespace
 {
 
-/// A user that is no administrator runs a release of one component.
+/// A user who is not an administrator runs a release of one component.
 class ConsoleRun : public ManagerTest
 {
 protected:

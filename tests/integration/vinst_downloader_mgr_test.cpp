@@ -14,7 +14,7 @@ using namespace std::chrono_literals;
 class Manager : public ManagerTest
 {
 protected:
-    /// One console attempt at all components; what it printed is in `printed`.
+    /// One console attempt to download all components; its output is in `printed`.
     bool attempt()
     {
         if (manager == nullptr)
@@ -197,7 +197,7 @@ TEST_F(Manager, ReportsAConnectionErrorOnceForAllFiles)
     ASSERT_NE(reason, std::string::npos) << printed;
     EXPECT_TRUE(component("one")->progress_data->http_code == -1);
     EXPECT_FALSE(manager->write_error());
-    // What stands on the screen is what the next attempt moves over.
+    // The next attempt moves the cursor over what is on the screen.
     EXPECT_NE(console.progress_text().indexOf("One: Failed to connect"), -1);
 }
 

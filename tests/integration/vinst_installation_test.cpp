@@ -86,7 +86,7 @@ TEST_F(Install, RehashesAChangedFile)
 {
     builder.component("a").content(install_script());
     fetch();
-    // Touched, but the same.
+    // A new modification time, but the same content.
     std::filesystem::last_write_time(
         dir / "dl/a.run", std::filesystem::file_time_type::clock::now() + std::chrono::hours(1));
     EXPECT_EQ(manager->install().result, RESULT::installed);
@@ -159,7 +159,7 @@ TEST_F(Install, SkipsActionsOfAComponentThatWasNotInstalled)
 TEST_F(Install, RunsNoActionWhenNothingWasInstalled)
 {
     builder.component("loose").filename("loose.vdz");
-    // It belongs to nothing, so that only the empty installation holds it back.
+    // It belongs to no component, so that only the empty installation prevents it.
     builder.component("act").data_type("install").no_file().cmd_exe("missing");
     fetch();
     const VINST_INSTALL_OUTCOME outcome = manager->install();

@@ -7,7 +7,7 @@
 namespace
 {
 
-/// Leaves this process one processor while it lives, like a small virtual machine.
+/// Limits this process to one processor during its lifetime, like a small virtual machine.
 class ONE_PROCESSOR
 {
 public:

@@ -23,7 +23,7 @@ protected:
         VINST_MESSAGES::instance().open_log();
         VINST_MESSAGES::instance().set_debug();
     }
-    /// "(none)" when the script yields no directive.
+    /// "(none)" if the script yields no directive.
     std::string run(const QString& script, std::chrono::milliseconds at_most = 20s)
     {
         const STOPWATCH watch;
@@ -180,7 +180,7 @@ TEST_F(PacRunnerTest, ReportsThatTheHelperIsMissing)
 
 TEST_F(PacRunnerTest, ReportsThatTheHelperDied)
 {
-    // Its own limits come first, however busy the machine is.
+    // The script's own limits are reached first, even on a busy machine.
     longest = long_enough;
     EXPECT_EQ(run("while (true) {}", long_enough), "(none)");
     EXPECT_TRUE(log_holds("No proxy from the autoproxy file: it went beyond its limits"));
@@ -230,7 +230,7 @@ TEST_P(HostileScript, EndsSoonAndYieldsNothing)
     EXPECT_EQ(run(GetParam().script), "(none)");
     EXPECT_TRUE(duration.within(6s));
     EXPECT_TRUE(log_holds("No proxy from the autoproxy file: "));
-    // The next one is none the worse for it.
+    // The next script is not affected.
     EXPECT_EQ(run(returning("'PROXY a:1'")), "PROXY a:1");
 }
 

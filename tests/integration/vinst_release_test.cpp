@@ -51,8 +51,8 @@ TOOL_RUN run_release_tool(const std::vector<std::string>& arguments)
     return {result->exit_code, child.output(), child.errors()};
 }
 
-/// A connection to a port of 127.0.0.1 that speaks the protocol by itself, so that nothing between
-/// the test and the server tidies up what is sent.
+/// A raw connection to a port of 127.0.0.1, so that no client library normalizes what the test
+/// sends.
 class RAW_CONNECTION final
 {
 public:
@@ -78,7 +78,7 @@ public:
             throw std::runtime_error("cannot send");
     }
 
-    /// Until the text has been received or the server closes; what was received.
+    /// Receives until the text has arrived or the server closes; returns what was received.
     const std::string& receive_until(const std::string& text)
     {
         while (m_received.find(text) == std::string::npos && receive())
@@ -87,8 +87,8 @@ public:
         return m_received;
     }
 
-    /// The answer to a request that was sent since the last call: its head, and its body up to
-    /// where this text ends it.
+    /// The response to a request that was sent since the last call: its head, and its body up to
+    /// the end of this text.
     std::string receive_next(const std::string& end_of_body)
     {
         std::size_t head = std::string::npos;
@@ -122,8 +122,8 @@ private:
     std::string m_received;
 };
 
-/// Bytes. Taken from the running program: the figure that its end leaves behind counts the memory
-/// of the process that started it, too.
+/// In bytes. Read from the running program: the figure that is available after its end includes the
+/// memory of the process that started it.
 std::uint64_t peak_resident_memory(pid_t pid)
 {
     std::ifstream status("/proc/" + std::to_string(pid) + "/status");
@@ -167,7 +167,7 @@ protected:
         m_port = std::stoi(line.substr(line.rfind(':') + 1));
     }
 
-    /// One request on a connection of its own.
+    /// One request on a separate connection.
     ANSWER ask(const std::string& method, const std::string& path, const std::string& header = "")
     {
         RAW_CONNECTION connection(m_port);
@@ -474,7 +474,7 @@ TEST_F(ReleaseServer, LimitsTheRateOfEachConnection)
     EXPECT_EQ(get("/file").body, pattern(2000000, 10));
     EXPECT_EQ(other.get(), pattern(2000000, 10));
     const auto elapsed = std::chrono::steady_clock::now() - start;
-    // Two seconds' worth, of which the last twentieth of a second is sent at once.
+    // Data for two seconds, of which the last twentieth of a second is sent at once.
     EXPECT_GE(elapsed, 1900ms);
 }
 

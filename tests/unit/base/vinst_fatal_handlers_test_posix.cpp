@@ -109,7 +109,7 @@ TEST(FatalHandlersDeathTest, ReportAFaultDuringTermination)
 }
 
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-// The sanitizers bring guard pages and handlers of their own for this one.
+// The sanitizers install their own guard pages and handlers for this signal.
 TEST(FatalHandlersDeathTest, SurviveAStackOverflow)
 {
     EXPECT_EXIT(

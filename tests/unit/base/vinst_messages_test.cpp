@@ -97,7 +97,7 @@ const std::vector<std::pair<const char*, const char*>>& all_texts()
     return texts;
 }
 
-/// The catalogue with a log in a directory of its own.
+/// The catalogue with a log in a separate directory.
 class Messages : public ::testing::Test
 {
 protected:

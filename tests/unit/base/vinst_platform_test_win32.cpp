@@ -7,7 +7,7 @@
 namespace
 {
 
-/// Gives the process back the standard output that it had.
+/// Restores the standard output of the process.
 class StandardHandles : public ::testing::Test
 {
 protected:

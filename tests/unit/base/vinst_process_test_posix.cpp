@@ -48,7 +48,7 @@ protected:
 
     std::string hanging_poser() const { return poser("poser_hang") + " --mark " + mark; }
 
-    /// Runs a command and requests a stop as soon as it has made its mark.
+    /// Runs a command and requests a stop as soon as the command has created its mark file.
     int run_and_stop(const std::string& command)
     {
         std::optional<STOPWATCH> since_stop;
@@ -65,7 +65,7 @@ protected:
         return code;
     }
 
-    /// Whether the process that the log names as "child NUMBER" is gone, or goes soon.
+    /// Whether the process that the log names as "child NUMBER" has ended or ends soon.
     bool child_ends() const
     {
         const std::string text = log();
@@ -86,7 +86,7 @@ protected:
 
     TEMP_DIR dir;
     const std::string mark = (dir / "ready").string();
-    MEASURED_TIME taken; ///< from the request to stop until the command's end
+    MEASURED_TIME taken; ///< from the stop request to the command's end
 };
 
 }
@@ -211,7 +211,7 @@ TEST(RunCommandDeathTest, AssertsANonEmptyCommand)
 
 TEST_F(RunCommand, SurvivesEveryKindOfBlankAndQuote)
 {
-    // All texts of up to five of these characters, as a part between two others.
+    // All texts of up to five of these characters, as a part between two other parts.
     const QString letters = QStringLiteral("a \t\n\"\u00a0\u3000\\");
     for (int length = 1; length <= 5; ++length)
     {
@@ -293,7 +293,7 @@ TEST_F(RunCommand, RunsWithoutATemporaryDirectory)
 
 TEST_F(RunCommand, KeepsProcessingItsCallersEvents)
 {
-    // The installer waits for what only an event of this thread brings.
+    // The installer waits for a file that only an event of this thread creates.
     const std::string script =
         dir.write("wait.run",
                   "#!/bin/sh\ni=0\nwhile [ ! -e \"$1\" ]; do\n  i=$((i + 1))\n"

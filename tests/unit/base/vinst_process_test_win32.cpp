@@ -42,7 +42,7 @@ protected:
 
     int run(const std::string& command) { return run_command(QString::fromStdString(command)); }
 
-    /// Without the carriage returns that an installer's C library writes.
+    /// The log without the carriage returns that an installer's C library writes.
     std::string log() const
     {
         std::string text = read_file(dir / "log");
@@ -53,7 +53,7 @@ protected:
 
     std::string hanging_poser() const { return poser("poser_hang") + " --mark " + mark; }
 
-    /// Runs a command and requests a stop as soon as it has made its mark.
+    /// Runs a command and requests a stop as soon as the command has created its mark file.
     int run_and_stop(const std::string& command)
     {
         std::optional<STOPWATCH> since_stop;
@@ -72,7 +72,7 @@ protected:
 
     TEMP_DIR dir;
     const std::string mark = (dir / "ready").string();
-    MEASURED_TIME taken; ///< from the request to stop until the command's end
+    MEASURED_TIME taken; ///< from the stop request to the command's end
 };
 
 }

@@ -22,7 +22,7 @@ namespace
 
 using namespace std::chrono_literals;
 
-/// A console of this process's own, so that a request reaches nobody else.
+/// A separate console for this process, so that a request reaches no other process.
 class OWN_CONSOLE
 {
 public:
@@ -41,8 +41,8 @@ private:
     bool m_exists = false;
 };
 
-/// What Wine has no window and no key for: the thread that the system starts in a process whose
-/// console is asked to end, at the place where the system starts it.
+/// Simulates requests for which Wine has no window or key: starts the thread that the system starts
+/// in a process whose console is asked to end, at the same entry point.
 class REQUEST_THREAD
 {
 public:
@@ -77,7 +77,7 @@ private:
 
 constexpr UINT longest_answer = 20'000; // ms
 
-/// The window of this process that waits with the answer to the end of the session.
+/// The window of this process that delays its answer to the end of the session.
 HWND session_window()
 {
     HWND window = nullptr;
@@ -90,7 +90,7 @@ HWND session_window()
     return window;
 }
 
-/// Asks the window as the system does. \return its answer; nothing when it doesn't come
+/// Sends the message as the system does. \return the answer; nothing if there is none in time
 std::optional<DWORD_PTR> ask(HWND window, UINT message, WPARAM is_ending, LPARAM reason = 0)
 {
     DWORD_PTR answer = 0;
@@ -100,8 +100,8 @@ std::optional<DWORD_PTR> ask(HWND window, UINT message, WPARAM is_ending, LPARAM
     return answer;
 }
 
-/// Hands a message of one of Qt's own windows to the program, as Qt does before it looks at it.
-/// \return the answer; nothing when the message is left to Qt
+/// Passes a message of one of Qt's own windows to the program, as Qt does before handling it.
+/// \return the answer; nothing if the message is left to Qt
 std::optional<long> hand_to_filters(UINT message, WPARAM is_ending)
 {
     MSG sent = {};
@@ -188,7 +188,7 @@ TEST(StopSignalsDeathTest, EndTheProcessImmediatelyTheSecondTime)
             const REQUEST_THREAD first(CTRL_C_EVENT);
             static_cast<void>(stop_comes());
             const REQUEST_THREAD second(CTRL_BREAK_EVENT);
-            // The process ends in here; else the test fails.
+            // The process ends in this call; otherwise the test fails.
             static_cast<void>(wait_until([] { return false; }));
             ::ExitProcess(1);
         },
@@ -223,7 +223,7 @@ TEST_F(StopSignals, OfASessionsEndAreAnsweredAfterTheRunHasEnded)
     EXPECT_EQ(session_window(), nullptr);
 }
 
-// A job waits in event loops of its own, which Qt would end.
+// A job waits in nested event loops, which Qt would end.
 TEST_F(StopSignals, OfASessionsEndLeaveTheEventLoopsRunning)
 {
     const VINST_STOP_SIGNALS signals;

@@ -26,7 +26,7 @@ protected:
         return QString::fromStdString((dir / relative).string());
     }
 
-    /// A path of that many bytes below the directory; nothing of it exists.
+    /// A path of that many bytes below the directory; no part of it exists.
     QString path_of_length(int bytes) const
     {
         QString result = dir.qstr();
@@ -101,7 +101,7 @@ TEST_F(Paths, AreRefusedIfAFileIsInTheWay)
 
 TEST_F(Paths, AreRefusedIfNotWritable)
 {
-    // Not even root writes there.
+    // Not even root can write there.
     EXPECT_FALSE(is_valid("/proc/none"));
     EXPECT_FALSE(is_valid("/proc"));
     EXPECT_EQ(error, "Failed to create /proc directory. Check if you have the write permission.");
@@ -207,7 +207,7 @@ TEST(ProxyServer, AcceptsWhatATolerantUrlParserAccepts)
 
 TEST_F(Paths, OfInstallationsAreMeasuredInBytes)
 {
-    // Two bytes each.
+    // Two bytes per character.
     QString path = dir.qstr() + '/';
     while (path.toUtf8().size() < 64)
         path += QStringLiteral("\u00fc");
@@ -296,7 +296,7 @@ TEST(ProxyPort, IsNotTruncatedAtANul)
 namespace
 {
 
-/// Stands in for the browser.
+/// Replaces the browser.
 class BROWSER final : public QObject
 {
     Q_OBJECT

@@ -15,7 +15,7 @@
 namespace
 {
 
-/// A record over a small release, and the arguments that it is to parse.
+/// An options record for a small release, and the arguments to parse.
 class OptionsTest : public ::testing::Test
 {
 protected:
@@ -56,7 +56,7 @@ protected:
         return result;
     }
 
-    /// A record is parsed into once; the release stays.
+    /// Each record is used for one parse only; the release is kept.
     void start_afresh()
     {
         VINST_OPTIONS fresh;

@@ -59,7 +59,7 @@ TEST(FlushHandle, ReportsAFailedWriteAndShowsTheDisksContent)
     }
     catch (const std::runtime_error&)
     {
-        // The disk may refuse to read what it couldn't write.
+        // The disk may fail to read what it couldn't write.
     }
     EXPECT_FALSE(shown == content);
 }

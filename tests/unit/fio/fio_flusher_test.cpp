@@ -17,7 +17,7 @@ namespace
 using namespace std::chrono_literals;
 using OPENING = FIO_APPEND_FILE::OPENING;
 
-/// A disk that flushes when it is let.
+/// A disk that flushes only when permitted.
 class GATE
 {
 public:
@@ -69,7 +69,7 @@ protected:
         ASSERT_TRUE(b.open((dir / "b").string(), OPENING::create_if_missing));
     }
 
-    /// Whether nobody has the file locked, once its writer has closed it.
+    /// Whether the file is unlocked after its writer has closed it.
     static bool is_free(const FIO_APPEND_FILE& file)
     {
         FIO_APPEND_FILE other;
@@ -118,7 +118,7 @@ TEST_F(Flusher, MergesRequestsForOneFile)
     FIO_FLUSHER flusher(gate.as_flush());
     flusher.request(a);
     ASSERT_TRUE(gate.wait_for_begun(1));
-    for (int i = 0; i < 5; ++i) // for bytes that the running flush may miss
+    for (int i = 0; i < 5; ++i) // for bytes that the running flush might miss
         flusher.request(a);
     flusher.request(b);
     gate.open();
@@ -138,7 +138,7 @@ TEST_F(Flusher, ReleasesAWithdrawnFile)
     EXPECT_FALSE(is_free(b));
     flusher.withdraw(b);
     EXPECT_TRUE(is_free(b));
-    // What runs goes on.
+    // A running flush continues.
     a.close();
     flusher.withdraw(a);
     EXPECT_FALSE(is_free(a));

@@ -28,7 +28,7 @@ void PrintTo(const SCRIPT_CASE& script, std::ostream* out)
     *out << script.name;
 }
 
-/// A world of a few names, in a zone two hours east of Greenwich.
+/// An environment with a few names, in a time zone two hours east of UTC.
 class PacScript : public ::testing::TestWithParam<SCRIPT_CASE>
 {
 protected:
@@ -58,14 +58,14 @@ protected:
     }
 };
 
-/// The script whose function returns "PROXY yes:1" when the expression is true, else "DIRECT".
+/// A script whose function returns "PROXY yes:1" if the expression is true, otherwise "DIRECT".
 std::string when(const std::string& expression)
 {
     return "function FindProxyForURL(url, host) { return (" + expression +
            ") === true ? 'PROXY yes:1' : 'DIRECT'; }";
 }
 
-/// The script whose function returns the expression's text.
+/// A script whose function returns the expression as text.
 std::string text_of(const std::string& expression)
 {
     return "function FindProxyForURL(url, host) { return String(" + expression + "); }";
@@ -74,7 +74,7 @@ std::string text_of(const std::string& expression)
 constexpr const char* yes = "PROXY yes:1";
 constexpr const char* no = "DIRECT";
 
-// Whole files as networks have them.
+// Complete files as used in networks.
 
 const std::string nested_conditions = R"js(
 /* Proxy settings of the head office. return "PROXY old:1"; */
@@ -313,7 +313,7 @@ const SCRIPT_CASE helpers[] = {
     {"AlertYieldsNothing", text_of("alert('x')"), "undefined"},
 };
 
-// The test's zone shows 16:30:45 on Wednesday, 15 July 2026, where nothing else is said.
+// The test's time zone shows 16:30:45 on Wednesday, 15 July 2026, unless stated otherwise.
 const SCRIPT_CASE times[] = {
     {"Weekday", when("weekdayRange('WED') && !weekdayRange('TUE')"), yes},
     {"WeekdayRange", when("weekdayRange('MON', 'FRI') && !weekdayRange('SAT', 'SUN')"), yes},

@@ -23,7 +23,7 @@ protected:
 
     void write(const std::string& content) { dir.write("one.run", content); }
 
-    /// As an integrity check does that reads the file as it is now.
+    /// Acts like an integrity check of the file in its current state.
     void check(bool passed)
     {
         file.begin_check();

@@ -47,7 +47,7 @@ protected:
         return names_of(resolve_components(release, text, "linux", all_valid));
     }
 
-    /// What the log holds behind the time stamps.
+    /// The lines of the log without their timestamps.
     std::string logged() const
     {
         std::string text;

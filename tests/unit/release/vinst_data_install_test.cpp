@@ -11,7 +11,7 @@
 namespace
 {
 
-/// A release whose files are made in a directory as far as a test wants them.
+/// A release whose files are created in a directory as needed by the test.
 class InstallCommand : public ::testing::Test
 {
 protected:
@@ -60,7 +60,7 @@ protected:
         return with_short_directory(step.reason_for_none);
     }
 
-    /// The directory's name differs from run to run.
+    /// Replaces the directory's name, which differs from run to run.
     std::string with_short_directory(const QString& command_or_reason) const
     {
         std::string text = command_or_reason.toStdString();

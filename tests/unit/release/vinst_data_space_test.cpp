@@ -36,7 +36,7 @@ protected:
         return component;
     }
 
-    /// Volumes by what a directory's path ends with.
+    /// Volumes by the suffix of a directory's path.
     static VINST_VOLUME_QUERY volume(const QString& root, qint64 available)
     {
         return [=](const QString&) { return VINST_VOLUME{root, available}; };

@@ -16,7 +16,7 @@
 namespace
 {
 
-/// Loads manifest texts and keeps what the loader said.
+/// Loads manifest texts and records the loader's messages.
 class ManifestTest : public ::testing::Test
 {
 protected:
@@ -49,7 +49,7 @@ protected:
 
 using MESSAGES = std::vector<std::string>;
 
-/// A component element that nothing is missing in, with `more` behind it.
+/// A complete component element, followed by `more`.
 std::string whole(const std::string& name, const std::string& more = {})
 {
     return R"({"data_type":"download","name":")" + name + R"(","platform":"linux","filename":")" +
@@ -448,7 +448,7 @@ TEST(LocateManifest, ReplacesTheEditionInTheFullFallbackPath)
 
 TEST_F(ManifestTest, ReportsAnElementWithoutItsControlCharacters)
 {
-    // JSON itself escapes those below a blank, but neither DEL nor the second set of controls.
+    // JSON escapes control characters below the blank, but neither DEL nor C1 control characters.
     ASSERT_TRUE(load(
         R"([{"data_type":"download","name":"a\u007f\u009b2J\u2028","platform":"linux","filename":""}])"));
     const std::string element = "{\"data_type\":\"download\",\"filename\":\"\",\"name\":\"a"
@@ -611,7 +611,7 @@ TEST(FindManifestFile, FindsTheFileThatTheEnvironmentNames)
 
 TEST(FindManifestFile, TreatsAnEmptyNameAsUnset)
 {
-    // Neither beside this test program nor in a source tree around it is there a manifest.
+    // There is no manifest next to this test program or in a source tree around it.
     QString last = QCoreApplication::applicationDirPath() +
                    "/../../ib_installers/manifest_files/manifest_" + host_platform() +
                    "_standard.json";

@@ -18,7 +18,7 @@ struct CHECK
     std::string errors;
 };
 
-/// Documents about a project of one script, one option, one variable and one test.
+/// Documents about a project with one script, one option, one variable and one test.
 class CheckDocs : public ::testing::Test
 {
 protected:
@@ -43,7 +43,7 @@ protected:
     TEMP_DIR dir;
 };
 
-/// A text that is true, and one that differs from it by a lie.
+/// A true text, and the same text with a false statement.
 struct CLAIM
 {
     const char* name;

@@ -14,7 +14,7 @@ using namespace std::chrono_literals;
 namespace
 {
 
-/// A source file, an include in it, and the room that it must not reach.
+/// A source file and an include in it that breaks a rule.
 struct PLANTED
 {
     const char* name;

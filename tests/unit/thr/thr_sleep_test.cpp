@@ -73,7 +73,7 @@ TEST_F(Stop, WakesASleeperOnAnotherThread)
             thr_sleep(600s);
         });
     EXPECT_TRUE(wait_until([&asleep] { return asleep.load(); }));
-    // Most likely it sleeps by now; asked before, it must not sleep at all.
+    // Most likely it is sleeping by now; if the request comes first, it must not sleep at all.
     thr_request_stop();
     sleeper.join();
     EXPECT_LT(watch.elapsed().wall, 600s);

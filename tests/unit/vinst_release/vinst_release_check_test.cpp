@@ -318,8 +318,8 @@ TEST_F(CheckRelease, ChecksAHundredThousandComponentsInReasonableTime)
             more["parent"] = "c" + QString::number(i - 1);
         elements.append(component(name, name + ".run", more));
     }
-    // A chain of this depth is found without recursion, and every look-up is indexed: with either
-    // missing, the test would crash or run into the time limit of its run.
+    // A chain of this depth requires a search without recursion, and indexed look-ups: without
+    // either, the test would crash or time out.
     EXPECT_THAT(check(elements), IsEmpty());
     EXPECT_EQ(m_result.components, 100000U);
 }

@@ -16,7 +16,7 @@ namespace
 class ReleaseDescription : public testing::Test
 {
 protected:
-    /// Reads a description whose release keys are fine.
+    /// Reads a description with valid release keys.
     std::optional<RELEASE_DESCRIPTION> read(const std::string& components,
                                             const std::string& more_keys = "")
     {

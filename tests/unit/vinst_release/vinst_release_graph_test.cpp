@@ -42,13 +42,13 @@ TEST(FindCycles, FindsEachOfSeveralCycles)
 
 TEST(FindCycles, ListsCyclesInTheOrderOfTheirFirstNodes)
 {
-    // The ring of 0 and 1 leads to the one of 2 and 3.
+    // The cycle of 0 and 1 leads to the cycle of 2 and 3.
     EXPECT_THAT(find_cycles({{1, 2}, {0}, {3}, {2}}), ElementsAre(CYCLE({0, 1}), CYCLE({2, 3})));
 }
 
 TEST(FindCycles, ReturnsAPathThatFollowsTheEdges)
 {
-    // Two rings that share node 2, entered through a node that lies on one of them only.
+    // Two cycles that share node 2, entered through a node that is in only one of them.
     const RELEASE_GRAPH graph = {{1}, {2}, {0, 3}, {2}};
     const auto cycles = find_cycles(graph);
     ASSERT_EQ(cycles.size(), 1U);

@@ -46,7 +46,7 @@ protected:
                             ignore_progress);
     }
 
-    /// The manifest as the program loads it; what it says of it fails the test.
+    /// The manifest as the program loads it; any message of the loader fails the test.
     std::unique_ptr<VINST_RELEASE> load()
     {
         return parse_manifest(m_dir.qstr() + "/out/manifest.json", [](const QByteArray& message)
@@ -162,7 +162,7 @@ TEST_F(MakeRelease, DoesNotRewriteUnchangedFiles)
     EXPECT_EQ(inode(m_dir / "out/a.run"), a);
     EXPECT_EQ(inode(m_dir / "out/manifest.json"), manifest);
 
-    // The same size, and other bytes at the very end.
+    // The same size, but different bytes at the very end.
     std::string changed = pattern(3000000, 5);
     changed.back() = static_cast<char>(changed.back() ^ 1);
     m_dir.write("b.run", changed);

@@ -31,7 +31,7 @@ protected:
         EXPECT_EQ(m_served.open((m_dir / "served").string()), "");
     }
 
-    /// The content of what is served; "-" when nothing is.
+    /// The served content; "-" if nothing is served.
     std::string served(const std::string& path) const
     {
         const auto file = m_served.open_file(path);
