@@ -39,7 +39,7 @@ TEST_F(DialogSettings, EnableInstallingByDefault)
               release->default_install_dir(this_platform()));
 }
 
-TEST_F(DialogSettings, AreStoredWhenTheWindowCloses)
+TEST_F(DialogSettings, AreStoredWhenTheWindowIsDestroyed)
 {
     builder.component("one");
     open();

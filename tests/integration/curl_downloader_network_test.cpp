@@ -128,7 +128,7 @@ TEST_F(Downloader, TrustsTheConfiguredAuthorities)
     qunsetenv("CURL_CA_BUNDLE");
 }
 
-TEST_F(Downloader, RefusesIndirectRedirectsFromHttpsToHttp)
+TEST_F(Downloader, RefusesAnyRedirectFromHttpsToHttp)
 {
     const TEST_AUTHORITY authority;
     qputenv("SSL_CERT_FILE", authority.ca_file().c_str());

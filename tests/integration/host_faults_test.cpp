@@ -237,7 +237,7 @@ TEST_F(HostFaults, AreReportedWhenNoServerAnswers)
     EXPECT_NE(log().find("Couldn't connect to server"), std::string::npos) << log();
 }
 
-TEST_F(HostFaults, RejectAnUntrustedServer)
+TEST_F(HostFaults, PreventTransfersFromAnUntrustedServer)
 {
     const TEST_AUTHORITY authority;
     builder.component("one").title("One").pattern_content(3000, 1);

@@ -155,7 +155,7 @@ TEST_F(Messages, KeepThePlaceholderOfAnEmptyArgument)
               "Directory <ARG1> is not writable. Download aborted.");
 }
 
-TEST_F(Messages, ExpandPlaceholdersInArguments)
+TEST_F(Messages, ExpandReplacementPatternsInArguments)
 {
     EXPECT_EQ(message("ERROR_CORRUPTED_FILE", "$&"), message("ERROR_CORRUPTED_FILE"));
     EXPECT_EQ(message("TEST_DOWNLOAD_RESULTS", "a$$b"), "Test download -> a$b");
@@ -245,7 +245,7 @@ TEST_F(Messages, StayEmptyForARepeatedUnknownId)
     EXPECT_EQ(message(""), "");
 }
 
-TEST_F(Messages, CanBeInitializedAgain)
+TEST_F(Messages, StartWithDefaultsAfterDestruction)
 {
     messages().echo_to_console = true;
     messages().open_log();

@@ -149,7 +149,7 @@ TEST(DownloadUrl, OfAComponentEncodesItsFileName)
     EXPECT_EQ(component->file.path(), native(QStringLiteral("/dl/a b#1%.run")));
 }
 
-TEST(TestFile, HasABuiltInAddressAndChecksumThatPersist)
+TEST(TestFile, HasABuiltInAddressAndChecksumUntilReplaced)
 {
     VINST_RELEASE release;
     EXPECT_EQ(release.test_url(), "https://downloads.orvane.example/vinst/vinst_test_download.txt");
