@@ -1,4 +1,4 @@
-/// Poses as an installer that crashes.
+/// Acts as an installer that crashes.
 
 #include <csignal>
 #include <cstdio>

@@ -1,4 +1,4 @@
-/// Poses as an installer that crashes.
+/// Acts as an installer that crashes.
 
 #include <cstdio>
 
@@ -6,7 +6,7 @@
 
 int main()
 {
-    ::SetErrorMode(SEM_NOGPFAULTERRORBOX); // nobody is there to close a box
+    ::SetErrorMode(SEM_NOGPFAULTERRORBOX); // no error box, which would wait for a user
     std::puts("about to crash");
     std::fflush(stdout);
     ::RaiseException(EXCEPTION_ACCESS_VIOLATION, EXCEPTION_NONCONTINUABLE, 0, nullptr);

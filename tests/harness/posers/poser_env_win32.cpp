@@ -1,4 +1,4 @@
-/// Prints its working directory, its arguments and its environment, one a line: "cwd PATH",
+/// Prints its working directory, its arguments and its environment, one per line: "cwd PATH",
 /// "arg TEXT", "env NAME=VALUE".
 
 #include <cstdio>

@@ -1,4 +1,4 @@
-/// Poses as an installer: exits with the code in its first argument.
+/// Acts as an installer: exits with the code in its first argument.
 
 #include <cstdlib>
 

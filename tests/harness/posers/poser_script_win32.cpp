@@ -1,16 +1,16 @@
 /// Acts as any installer that a test needs: executes the lines that are appended to its program
 /// file. For platforms whose installers can't be scripts. The lines:
 ///
-///     install            what poser_install does, without ending
-///     lay SIZE PATH      lays down, in the directory after --installdir, the SIZE bytes that
-///                        follow this line
-///     installed          says so
-///     ready              says so
-///     talk LINES         writes "line N of 100%s" to both outputs, so many times
-///     child SECONDS      starts itself once more, to sleep that long
-///     sleep SECONDS      "sleep 0" is for ever
-///     stubborn           pays no heed to requests to end
-///     crash              reads what it may not
+///     install            does what poser_install does, and continues
+///     lay SIZE PATH      installs, in the directory after --installdir, a file with the SIZE
+///                        bytes that follow this line
+///     installed          writes "installed NAME"
+///     ready              writes "ready"
+///     talk LINES         writes LINES lines "line N of 100%s" to both outputs
+///     child SECONDS      starts itself again, to sleep that long
+///     sleep SECONDS      "sleep 0" sleeps forever
+///     stubborn           ignores requests to end
+///     crash              reads from an invalid address
 ///     exit CODE
 
 #include <chrono>
