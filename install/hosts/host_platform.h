@@ -3,8 +3,9 @@
 #include <string>
 #include <vector>
 
-/// What a host does before anything else: says where libraries that are loaded later may come from.
+/// Restricts the directories that libraries are loaded from later. To be called before anything
+/// else.
 void protect_library_search();
 
-/// The command line as UTF-8, whatever the platform hands to main.
+/// The command line as UTF-8, whatever encoding the platform passes to main.
 std::vector<std::string> utf8_arguments(int argc, char** argv);

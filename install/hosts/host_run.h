@@ -1,5 +1,5 @@
 #pragma once
 
-/// All that both hosts do: hands the command line to the program.
+/// Passes the command line to the program. Shared by both hosts.
 /// \return the program's exit code
 int run_host(int argc, char** argv, bool gui_host);

@@ -6,31 +6,30 @@
 #include <string>
 #include <vector>
 
-/// What a script may learn of the world, and where its words go. Texts are UTF-8.
+/// What a script may query, and where its messages go. Texts are UTF-8.
 struct PAC_ENVIRONMENT
 {
-    /// The numeric addresses of a name, of both families, as the system orders them; none when it
-    /// has none.
+    /// The IP addresses of a name, IPv4 and IPv6, in the system's order; empty when there are none.
     std::function<std::vector<std::string>(const std::string& name)> resolve;
-    /// This machine's numeric addresses, of both families, loopback left out.
+    /// This machine's IPv4 and IPv6 addresses, except loopback.
     std::function<std::vector<std::string>()> own_addresses;
     /// Milliseconds since the epoch.
     std::function<std::int64_t()> now;
-    /// Takes what the script says by alert, and what is wrong with it: one line a call.
+    /// Receives the script's alerts and errors, one line per call.
     std::function<void(const std::string& line)> log;
 };
 
-/// Evaluates an automatic-configuration script for one address.
+/// Evaluates a proxy auto-configuration script for one URL.
 ///
-/// The browsers' helper functions are there, `FindProxyForURLEx` is preferred to `FindProxyForURL`.
-/// When the script can't be read, or defines neither, the directive that stands in its text counts.
+/// The predefined functions of browsers are available. `FindProxyForURLEx` is preferred to
+/// `FindProxyForURL`. When the script can't be parsed, or defines neither, the directive in its
+/// text is used.
 ///
 /// \param script  UTF-8, without a byte-order mark
-/// \param url     what is to be fetched, without credentials
+/// \param url     the URL to fetch, without credentials
 /// \param host    its host
-/// \return the directive, such as "PROXY a:3128; DIRECT"; nothing when the script yields none,
-/// which
-///         was then told to `log`
+/// \return the directive, such as "PROXY a:3128; DIRECT"; nothing when the script yields none, and
+///         `log` has then received the reason
 std::optional<std::string> evaluate_pac(const std::string& script, const std::string& url,
                                         const std::string& host,
                                         const PAC_ENVIRONMENT& environment);

@@ -8,8 +8,9 @@
 
 #include <map>
 
-/// What the predefined functions of a script ask the machine, within bounds: a script may look up
-/// and say only so much. Lists are texts with semicolons. Lives as long as the evaluation.
+/// The native half of a script's predefined functions. Limits how many names a script can resolve
+/// and how many lines it can log. Lists are texts separated by semicolons. Lives as long as the
+/// evaluation.
 class PAC_NATIVE final : public QObject
 {
     Q_OBJECT
@@ -17,11 +18,11 @@ class PAC_NATIVE final : public QObject
 public:
     explicit PAC_NATIVE(const PAC_ENVIRONMENT& environment) : m_environment(environment) {}
 
-    /// Whether the script was run at all, and whether it came to its end. Between the two lies an
-    /// exception; a script with a syntax error doesn't even begin.
+    /// Whether the script started, and whether it ran to its end. A script that throws starts but
+    /// doesn't end; one with a syntax error doesn't start.
     bool has_begun() const { return m_begun; }
     bool has_ended() const { return m_ended; }
-    /// What the script defines; callable only when it has the function that is asked for.
+    /// The function that the script defines; callable only when the script defines one.
     const QJSValue& function() const { return m_function; }
 
     Q_INVOKABLE void begin() { m_begun = true; }
@@ -30,7 +31,7 @@ public:
     Q_INVOKABLE QString own_addresses() const;
     Q_INVOKABLE double now() const { return static_cast<double>(m_environment.now()); }
     Q_INVOKABLE void log(const QString& line);
-    /// The bytes of a numeric address as decimal numbers with commas; empty when it is none.
+    /// The bytes of an IP address as decimal numbers separated by commas; empty for any other text.
     Q_INVOKABLE QString address_bytes(const QString& text) const;
 
 private:

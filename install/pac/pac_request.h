@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-/// What the program hands its helper on standard input: two lines, then the script.
+/// What the program writes to the helper's standard input: two lines, then the script.
 struct PAC_REQUEST
 {
     std::string url;
@@ -17,8 +17,8 @@ inline constexpr std::size_t pac_script_limit = 1024 * 1024; ///< bytes
 /// The helper's exit codes.
 enum PAC_EXIT : int
 {
-    pac_directive_found = 0, ///< it is on standard output
-    pac_no_directive = 1,    ///< standard error says why
+    pac_directive_found = 0, ///< the directive is on standard output
+    pac_no_directive = 1,    ///< the reason is on standard error
     pac_bad_request = 2
 };
 

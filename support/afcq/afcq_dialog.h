@@ -6,13 +6,13 @@
 
 #include <vector>
 
-/// The rectangle moved, and shrunk where it must be, so that it lies on the screen it shares most
-/// with, or on the first one.
-/// \param screens  the areas of the screens that windows may use, the first one foremost
+/// The rectangle, moved and if necessary shrunk to fit on the screen that it overlaps most, or on
+/// the first one.
+/// \param screens  the available areas of the screens, the primary screen first
 QRect afcq_moved_onto_screen(const QRect& window, const std::vector<QRect>& screens);
 
-/// A dialog with the suite's frame: a size grip, minimise and maximise buttons, and no context-help
-/// button. Whenever it appears, all of it is on a screen, its frame included.
+/// A dialog with a size grip, minimise and maximise buttons, and no context-help button. Whenever
+/// it is shown, it is completely on a screen, including its frame.
 class AFCQ_DIALOG : public QDialog
 {
     Q_OBJECT
@@ -20,8 +20,8 @@ class AFCQ_DIALOG : public QDialog
 public:
     explicit AFCQ_DIALOG(QWidget* parent = nullptr);
 
-    /// Puts the window where it was when `saveGeometry` yielded these bytes, but never off the
-    /// screens. Does nothing for bytes of any other origin.
+    /// Restores the position saved by `saveGeometry`, but never off the screens. Ignores any other
+    /// bytes.
     void restore_geometry(const QByteArray& saved);
 
 protected:

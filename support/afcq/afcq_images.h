@@ -8,7 +8,7 @@
 
 class QSize;
 
-/// The numbers under which the suite's images are known.
+/// The numbers of the suite's images.
 enum AFCQ_IMAGE : int
 {
     afcq_window_icon = 1,
@@ -19,18 +19,18 @@ enum AFCQ_IMAGE : int
     afcq_passed_icon = 544
 };
 
-/// The icon of that number, sharp at every size; a null one when there is no such image.
+/// The icon with that number, sharp at every size; null when there is no such image.
 QIcon afcq_get_icon(int number);
 
-/// The image of that number, drawn for a size.
+/// The image with that number, drawn for a size.
 /// \param size   in logical pixels; the image keeps its proportions inside it
 /// \param ratio  device pixels of one logical pixel
 QPixmap afcq_get_pixmap(int number, const QSize& size, qreal ratio);
 
-/// The animation of that number, made of the frames that are closest to the ratio from above; not
-/// valid when there is no such image. It is not running.
+/// The animation with that number, at the smallest available resolution that is not below the
+/// ratio; invalid when there is no such image. It is not running.
 std::unique_ptr<QMovie> afcq_get_movie(int number, qreal ratio);
 
-/// How long a frame of that animation is shown, in milliseconds; 0 when there is no such image. The
-/// file's own number: QMovie's is less by the time that reading the frame took.
+/// The frame delay of that animation in milliseconds, as stored in the file; 0 when there is no
+/// such image. QMovie's own value is reduced by the time it took to read the frame.
 int afcq_get_frame_delay(int number);

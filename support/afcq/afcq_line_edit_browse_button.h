@@ -6,8 +6,8 @@
 class QLineEdit;
 class QToolButton;
 
-/// A line for a path with a button beside it that asks for one. What the button opens is its
-/// user's business.
+/// A line edit for a path, with a browse button next to it. The owner decides what the button
+/// opens.
 class AFCQ_LINE_EDIT_BROWSE_BUTTON final : public QWidget
 {
     Q_OBJECT
@@ -20,7 +20,7 @@ public:
 
 Q_SIGNALS:
     void browse_clicked_signal();
-    /// By the user or by `set_text`.
+    /// Emitted for changes by the user and by `set_text`.
     void text_changed(const QString& text);
 
 protected:

@@ -3,11 +3,11 @@
 #include <QPalette>
 #include <QProxyStyle>
 
-/// Whether text is lighter than what it stands on.
+/// Whether text is lighter than its background.
 bool afcq_is_dark(const QPalette& palette);
 
-/// Fusion, with boxes and radio buttons that keep an edge to be seen by in dark palettes: Fusion
-/// draws it darker than the window, which tells an empty box of a tree from nothing there.
+/// Fusion, with visible outlines of check boxes and radio buttons in dark palettes. Fusion draws
+/// them darker than the window, which makes an unchecked box in a tree invisible.
 class AFCQ_STYLE final : public QProxyStyle
 {
     Q_OBJECT

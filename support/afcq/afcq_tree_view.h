@@ -2,7 +2,8 @@
 
 #include <QTreeView>
 
-/// A tree view with the suite's look: striped rows of one height, each with room to breathe.
+/// A tree view with the suite's look: alternating row colours, and rows of equal height with
+/// padding.
 class AFCQ_TREE_VIEW : public QTreeView
 {
     Q_OBJECT

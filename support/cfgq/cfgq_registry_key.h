@@ -11,7 +11,7 @@ class QSettings;
 class CFGQ_REGISTRY_KEY
 {
 public:
-    /// \param name  names the group; any text
+    /// \param name  of the group; any text
     explicit CFGQ_REGISTRY_KEY(const QString& name);
     ~CFGQ_REGISTRY_KEY();
 

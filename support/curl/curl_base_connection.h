@@ -11,18 +11,18 @@ class CURL_LOGGER;
 /// What all transfers of a connection have in common.
 struct CURL_CONNECTION_SETTINGS
 {
-    std::string name; ///< tells this connection's trace lines from others'; may be empty
+    std::string name; ///< identifies this connection in trace lines; may be empty
     CURL_PROXY_INFO proxy;
     bool trace = false; ///< libcurl's own trace, as debug lines of the log
     std::chrono::seconds connect_timeout{10};
-    std::chrono::milliseconds stall_timeout{60'000}; ///< for a transfer that moves nothing
+    std::chrono::milliseconds stall_timeout{60'000}; ///< for a transfer that receives nothing
     /// A growing file is flushed to the disk this often, and after each 64 MiB.
     std::chrono::milliseconds flush_interval{10'000};
     CURL_LOGGER* logger = nullptr; ///< may be null; outlives the connection
     CURL_PROGRESS_CALLBACK progress_callback = nullptr;
 };
 
-/// The face that every connection of the library has.
+/// The common base of the library's connections.
 class CURL_BASE_CONNECTION
 {
 public:

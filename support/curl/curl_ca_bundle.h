@@ -2,6 +2,6 @@
 
 #include <string>
 
-/// The file of trusted certificate authorities: SSL_CERT_FILE or CURL_CA_BUNDLE of the environment,
-/// else the platform's. Empty leaves the choice to libcurl.
+/// The file of trusted certificate authorities: the environment variable SSL_CERT_FILE or
+/// CURL_CA_BUNDLE, otherwise the platform's. When empty, libcurl chooses.
 std::string curl_find_ca_bundle();

@@ -9,16 +9,16 @@
 #include <memory>
 #include <vector>
 
-/// Carries a queue of requests to its end on the calling thread, some at a time. The others wait
-/// here, outside libcurl, so that their connect timeout doesn't run yet.
+/// Processes a queue of requests on the calling thread, several at a time. Waiting requests are not
+/// handed to libcurl yet, so that their connect timeout doesn't start.
 class CURL_DOWNLOAD_LOOP
 {
 public:
-    /// \param on_file_end  called after each file that has ended, well or not
+    /// \param on_file_end  called after each file that has ended, successfully or not
     CURL_DOWNLOAD_LOOP(const CURL_CONNECTION_SETTINGS& settings, std::function<void()> on_file_end);
     ~CURL_DOWNLOAD_LOOP();
 
-    /// \param stop  set by another thread to end all transfers where they are
+    /// \param stop  set by another thread to abort all transfers
     void run(std::deque<CURL_REQUEST> queue, std::size_t parallel, const std::atomic<bool>& stop);
 
 private:

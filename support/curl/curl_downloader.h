@@ -10,29 +10,30 @@
 #include <mutex>
 #include <thread>
 
-/// Fetches files over http and https, several at a time, on a thread of its own.
+/// Downloads files over http and https, several at a time, on a separate thread.
 ///
-/// A file that is partly there goes on where it ends; bytes are only ever appended. A transfer ends
-/// when it is done, fails, moves nothing for a minute, or is stopped by the progress callback; what
-/// it has written stays. The records tell the results.
+/// A partial file is resumed; bytes are only ever appended. A transfer ends when it is complete,
+/// fails, receives nothing for a minute, or is stopped by the progress callback. What it has
+/// written is kept. The results are in the progress records.
 class CURL_DOWNLOADER final : public CURL_BASE_CONNECTION
 {
 public:
-    /// \param trace            libcurl's own trace goes to the log, as debug lines
-    /// \param connect_seconds  limit of each attempt to connect
+    /// \param trace            write libcurl's trace to the log as debug lines
+    /// \param connect_seconds  timeout of each connection attempt
     CURL_DOWNLOADER(const char* name, const CURL_PROXY_INFO& proxy, bool trace,
                     long connect_seconds);
-    /// Stops what still runs, and waits for it.
+    /// Stops running transfers and waits for them.
     ~CURL_DOWNLOADER() override;
 
     void set_progress_callback(CURL_PROGRESS_CALLBACK callback);
-    /// Called on the transfer thread after each file has ended, well or not, and once more when all
-    /// are complete. Before `download_files` only.
+    /// The callback is called on the transfer thread after each file has ended, successfully or
+    /// not, and once more when all have ended. To be set before `download_files`.
     void set_file_end_callback(std::function<void()> callback);
 
-    /// Queues a file; before `download_files` only.
-    /// \param expected_size  bytes of the complete file, 0 when unknown. A file that has them on
-    ///                       disk is not requested: its transfer ends as a success without a status
+    /// Queues a file. To be called before `download_files`.
+    /// \param expected_size  bytes of the complete file, 0 when unknown. A file that already has
+    ///                       this size on disk is not requested: its transfer succeeds without an
+    ///                       HTTP status
     void add_file(const std::string& url, const std::string& path, CURL_PROGRESS_DATA* data,
                   std::uint64_t expected_size = 0);
 
@@ -41,10 +42,10 @@ public:
 
     bool downloads_complete() const { return m_complete; }
 
-    /// How many files have ended, well or not.
+    /// The number of files that have ended, successfully or not.
     std::size_t finished_files() const { return m_finished; }
 
-    /// Fetches one file and waits for it. \return the HTTP status; -1 when no server answered
+    /// Downloads one file and waits for it. \return the HTTP status; -1 when no server answered
     int download_one_file(const std::string& url, const std::string& path,
                           CURL_PROGRESS_DATA* data);
 
@@ -53,12 +54,13 @@ private:
     void count_file();
 
     std::function<void()> m_on_file_end; ///< unchanged while the thread runs
-    std::deque<CURL_REQUEST> m_queue; ///< the caller's until the thread starts, then the thread's
+    std::deque<CURL_REQUEST>
+        m_queue; ///< used by the caller until the thread starts, then by the thread
     std::thread m_thread;
 
     std::mutex m_mutex; ///< for the waits on the two counters below
     std::condition_variable m_changed;
-    std::atomic<std::size_t> m_finished{0}; ///< written by the thread, read by anybody
+    std::atomic<std::size_t> m_finished{0}; ///< written by the thread, read by any thread
     std::atomic<bool> m_complete{false};    ///< the same
     std::atomic<bool> m_stop{false};        ///< written by the destructor, read by the thread
 };

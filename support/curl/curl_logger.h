@@ -12,9 +12,9 @@ namespace spdlog::sinks
 class sink;
 }
 
-/// A log file. Lines are formatted printf-style but by the types of their arguments, and flushed
-/// one by one, since somebody may be reading along. Thread-safe but for opening and closing. While
-/// it is closed, lines go nowhere.
+/// A log file. Lines are formatted printf-style, but by the types of their arguments, and each is
+/// flushed, because the log may be read while it grows. Thread-safe except for opening and closing.
+/// While it is closed, lines are discarded.
 class CURL_LOGGER
 {
 public:
@@ -26,7 +26,8 @@ public:
     CURL_LOGGER(const CURL_LOGGER&) = delete;
     CURL_LOGGER& operator=(const CURL_LOGGER&) = delete;
 
-    /// Creates the file, readable by its owner alone. \return false when it exists or can't be made
+    /// Creates the file, readable only by its owner. \return false when it exists or can't be
+    /// created
     bool open();
     void close();
 
@@ -51,12 +52,12 @@ public:
             write(SEVERITY::debug, formatted(format, args...));
     }
 
-    /// An information line that begins with `start` and goes on with the content of a file. A long
-    /// content is logged in several lines, cut at its own line ends, so that memory stays bounded.
+    /// Logs an information line that consists of `start` and the content of a file. Long content is
+    /// split at its line ends into several log lines, to limit memory use.
     void info_with_file(std::string_view start, const std::string& content_path);
 
-    /// printf-style formatting that never fails: a format that does not fit its arguments is taken
-    /// as it stands, with the arguments behind it. Without arguments no character is special.
+    /// printf-style formatting that never fails: if the format doesn't match its arguments, it is
+    /// used literally and the arguments are appended. Without arguments, no character is special.
     template <typename... ARGS>
     static std::string formatted(std::string_view format, const ARGS&... args)
     {

@@ -2,18 +2,17 @@
 
 #include <string>
 
-/// A proxy to go through. An empty host names none: transfers then follow the environment's proxy
-/// variables, as libcurl reads them, unless it is the value that means no proxy at all. Texts are
-/// UTF-8.
+/// A proxy. With an empty host, transfers use the proxy variables of the environment, as libcurl
+/// does by default, unless the value is `direct()`. Texts are UTF-8.
 class CURL_PROXY_INFO
 {
 public:
     CURL_PROXY_INFO() = default;
-    /// \param host  may carry a scheme, as in "socks5://gate"; plain names mean an HTTP proxy
-    /// \param port  decimal; empty for the scheme's own
+    /// \param host  may have a scheme, as in "socks5://gate"; without one it is an HTTP proxy
+    /// \param port  decimal; empty for the scheme's default
     CURL_PROXY_INFO(std::string host, std::string port, std::string username, std::string password);
 
-    /// No proxy, whatever the environment says.
+    /// No proxy, even if the environment sets one.
     static CURL_PROXY_INFO direct();
 
     bool is_direct() const { return m_is_direct; }
@@ -26,7 +25,7 @@ public:
     void set_username(const std::string& username) { m_username = username; }
     void set_unecrypted_password(const std::string& password) { m_password = password; }
 
-    /// "host:port", the form that libcurl takes.
+    /// "host:port", as expected by libcurl.
     std::string address() const;
 
 private:

@@ -3,6 +3,6 @@
 #include <string>
 #include <string_view>
 
-/// The text with the user information of every address in it ("user:secret@host") left out, and
-/// with the values of headers that carry credentials replaced: what may be shown and logged.
+/// The text without the user information in URLs ("user:secret@host"), and with the values of
+/// headers that contain credentials replaced, so that it can be shown and logged.
 std::string curl_redact(std::string_view text);

@@ -10,20 +10,20 @@
 /// "bytes 100-199/1000" and "bytes */1000".
 struct CURL_CONTENT_RANGE
 {
-    std::optional<std::uint64_t> start; ///< none in an answer of 416
+    std::optional<std::uint64_t> start; ///< none in a 416 response
     std::optional<std::uint64_t> total; ///< none when the server doesn't say
 };
 
 std::optional<CURL_CONTENT_RANGE> curl_parse_content_range(std::string_view value);
 
-/// What decides about an answer, from its status and header fields.
+/// The status and the header fields of a response that decide what to do with it.
 struct CURL_RESPONSE_HEAD
 {
     /// The header fields that matter, by their lower-case names.
     static constexpr std::array<const char*, 4> field_names = {"content-range", "content-length",
                                                                "content-encoding", "location"};
 
-    int status = 0; ///< 0 until a server has answered
+    int status = 0; ///< 0 until a server has responded
     std::optional<CURL_CONTENT_RANGE> content_range;
     std::optional<std::uint64_t> content_length;
     std::string content_encoding; ///< lower case
@@ -36,37 +36,38 @@ struct CURL_RESPONSE_HEAD
     void set_field(std::string_view name, std::string_view value);
 };
 
-/// What to do with the body of an answer to a request for a file from `offset` on.
+/// What to do with the body of the response to a request that starts at `offset`.
 struct CURL_BODY_DECISION
 {
     enum class ACTION
     {
-        write,         ///< append it, once `skip` bytes of it were passed over
-        already_whole, ///< nothing is missing on disk: end the transfer as a success
-        refuse         ///< end the transfer as a failure
+        write,         ///< append it after skipping `skip` bytes
+        already_whole, ///< the file on disk is complete: end the transfer successfully
+        refuse         ///< end the transfer with an error
     };
 
     ACTION action = ACTION::write;
     std::uint64_t skip = 0;
-    std::optional<std::uint64_t> total; ///< the whole file's size, as the server tells it
+    std::optional<std::uint64_t> total; ///< the size of the complete file according to the server
     int curl_code = 0;                  ///< of a refusal
     std::string error;                  ///< of a refusal
 };
 
-/// Decides on the first byte of a body. The body of an answer of 400 or above never gets here.
+/// Called at the first byte of a body. Not called for responses with a status of 400 or above.
 CURL_BODY_DECISION curl_decide_on_body(const CURL_RESPONSE_HEAD& head, std::uint64_t offset);
 
-/// What a transfer ended with: libcurl's result code, and words for the user when it isn't 0.
+/// The result of a transfer: libcurl's result code, and a message for the user when it isn't 0.
 struct CURL_OUTCOME
 {
     int curl_code = 0;
     std::string error;
 };
 
-/// Judges an ended transfer whose body nobody refused.
+/// Determines the result of a transfer whose body was not refused.
 ///
-/// \param result    libcurl's own
-/// \param skipped   bytes of the body passed over; `offset` when all that was on disk was
-/// \param had_body  whether the decision on a body was asked for
+/// \param result    libcurl's result
+/// \param skipped   bytes of the body skipped; equals `offset` when everything that was on disk was
+///                  skipped
+/// \param had_body  whether the decision on a body was made
 CURL_OUTCOME curl_judge_end(const CURL_OUTCOME& result, const CURL_RESPONSE_HEAD& head,
                             std::uint64_t offset, std::uint64_t skipped, bool had_body);

@@ -15,7 +15,7 @@
 
 class FIO_FLUSHER;
 
-/// One file on its way: the request, the answer and the growing file. Lives on one thread.
+/// The transfer of one file: the request, the response and the growing file. Used by one thread.
 class CURL_TRANSFER
 {
 public:
@@ -27,15 +27,15 @@ public:
     CURL_TRANSFER(const CURL_TRANSFER&) = delete;
     CURL_TRANSFER& operator=(const CURL_TRANSFER&) = delete;
 
-    /// Opens the local file, where there is one, and sets the request up. When it answers false the
-    /// transfer has ended already, and its record has the result: an error, or success when the
+    /// Opens the local file if it exists, and sets up the request. If it returns false, the
+    /// transfer has already ended and the result is in its record: an error, or success when the
     /// file has its expected size.
     bool prepare();
     CURL* handle() const { return m_handle.get(); }
 
-    /// To be called several times a second while the transfer runs: reports progress, writes what
-    /// has been waiting in memory, and has the file flushed from time to time. \return false when
-    /// the transfer is to be ended now
+    /// To be called several times per second while the transfer runs: reports progress, writes
+    /// buffered data, and requests a flush of the file from time to time. \return false when the
+    /// transfer must be ended now
     bool keep_going(CLOCK::time_point now);
 
     /// Ends the transfer and stores its result in the record.
@@ -75,11 +75,11 @@ private:
     FIO_APPEND_FILE m_file;
     std::uint64_t m_offset = 0;   ///< bytes on disk when the transfer began
     std::uint64_t m_received = 0; ///< bytes written in this run
-    std::uint64_t m_skipped = 0;  ///< bytes of the body passed over
+    std::uint64_t m_skipped = 0;  ///< bytes of the body skipped
     std::vector<char> m_pending;  ///< received, not yet written
     CLOCK::time_point m_pending_since;
     CLOCK::time_point m_last_activity;
-    std::uint64_t m_flushed = 0;    ///< of the received bytes, those that a flush was asked for
+    std::uint64_t m_flushed = 0;    ///< the part of `m_received` for which a flush was requested
     CLOCK::time_point m_last_flush; ///< the last request for a flush
 
     CURL_RESPONSE_HEAD m_head;

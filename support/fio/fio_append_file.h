@@ -7,10 +7,10 @@
 
 class FIO_FLUSH_HANDLE;
 
-/// A regular file that grows at its end and belongs to one writer.
+/// A regular file that is only appended to, by a single writer.
 ///
-/// Opening takes a lock that other processes, and other openings in this one, respect; it goes with
-/// the object. A link in the file's place is not followed. Not thread-safe.
+/// Opening takes a lock against other processes and other objects in this one, which is held until
+/// the file is closed. A link at the path is not followed. Not thread-safe.
 class FIO_APPEND_FILE
 {
 public:
@@ -25,27 +25,27 @@ public:
     FIO_APPEND_FILE(const FIO_APPEND_FILE&) = delete;
     FIO_APPEND_FILE& operator=(const FIO_APPEND_FILE&) = delete;
 
-    /// \return whether the object is open; when it isn't, `error()` says why, and is empty when
-    ///         there simply was no file under `existing_only`
+    /// \return whether the file is open; otherwise `error()` has the reason, or is empty when there
+    ///         was no file under `existing_only`
     bool open(const std::string& path, OPENING opening);
     bool is_open() const;
     void close();
 
-    /// As it was opened, also after it was closed.
+    /// As passed to `open`; kept after closing.
     const std::string& path() const { return m_path; }
 
-    /// Bytes in the file; counts up with each append.
+    /// Bytes in the file; grows with each append.
     std::uint64_t size() const { return m_size; }
 
-    /// Appends the bytes; what fits is written even when not all of it does.
-    /// \return whether all of them were written; `error()` says why not
+    /// Appends the bytes; if not all of them fit, writes those that do.
+    /// \return whether all of them were written; otherwise `error()` has the reason
     bool append(const char* data, std::size_t size);
 
-    /// For flushing the file on another thread; null when the file isn't open, or when the process
-    /// has no descriptor or handle left.
+    /// For flushing the file on another thread; null when the file isn't open or the process has
+    /// run out of descriptors or handles.
     [[nodiscard]] std::unique_ptr<FIO_FLUSH_HANDLE> flush_handle() const;
 
-    /// A sentence for the user that names the file.
+    /// A message for the user that names the file.
     const std::string& error() const { return m_error; }
 
 private:
@@ -54,5 +54,5 @@ private:
     std::string m_path;
     std::string m_error;
     std::uint64_t m_size = 0;
-    std::intptr_t m_file = no_file; ///< the system's number of it, or handle to it
+    std::intptr_t m_file = no_file; ///< file descriptor, or handle on Windows
 };

@@ -9,11 +9,11 @@
 
 using FIO_PATH = std::filesystem::path;
 
-/// What tells one state of a file from another without reading it.
+/// Identifies a state of a file without reading its content.
 struct FIO_FILE_IDENTITY
 {
     std::uint64_t size = 0;    ///< bytes
-    std::int64_t modified = 0; ///< last change of the content, in the platform's own unit
+    std::int64_t modified = 0; ///< last change of the content, in a platform-specific unit
     std::uint64_t device = 0;
     std::uint64_t inode = 0;
 
@@ -26,41 +26,41 @@ struct FIO_FILE_IDENTITY
 
 /// Files and directories by path. Paths are UTF-8. No operation throws.
 ///
-/// On Windows a virus scanner or an indexer may hold a file for a moment: moving and removing are
-/// tried again for up to 10 s there, and so is what waits until a file is readable.
+/// On Windows, a virus scanner or an indexer may lock a file for a moment. Moving, removing and
+/// waiting until a file is readable are therefore retried there for up to 10 s.
 class FIO_FILE_SYSTEM
 {
 public:
     FIO_FILE_SYSTEM() = delete;
 
-    /// A name inside `dir` that does not exist yet and can't be guessed.
+    /// An unpredictable path in `dir` that does not exist yet.
     static std::string get_tmp_path(const std::string& dir);
 
     static bool exists(const std::string& path);
 
-    /// Moves a file, across file systems too; then `to` appears whole or not at all.
+    /// Moves a file, also across file systems, in which case `to` appears complete or not at all.
     /// \return false when nothing was moved: `from` is still there
     static bool move(const std::string& from, const std::string& to, bool overwrite);
 
-    /// \param is_to_stop  asked between two attempts where others hold the file; true ends them
+    /// \param is_to_stop  called between attempts while the file is locked; true ends them
     /// \return whether the path does not exist afterwards
     static bool remove_if_exists(const std::string& path,
                                  const std::function<bool()>& is_to_stop = {});
 
-    /// The same without waiting for others who hold the file: then it stays.
+    /// The same, but does not wait for a file that is locked: such a file is not removed.
     static bool remove_unless_held(const std::string& path);
 
-    /// \param mode  permission bits, as in 0700; no effect where the platform has none
+    /// \param mode  permission bits, such as 0700; no effect on platforms without them
     static bool chmod(const std::string& path, int mode);
 
-    /// Creates a file that did not exist, readable and writable by its owner alone.
+    /// Creates a new file, readable and writable only by its owner. Fails if it exists.
     static bool create_private_file(const std::string& path);
     static bool create_private_directory(const std::string& path);
 
-    /// The identity of a regular file; nothing when there is none at the path.
+    /// The identity of a regular file; nothing when there is no such file.
     static std::optional<FIO_FILE_IDENTITY> identity(const std::string& path);
 
-    /// Waits for others to let the file go, as far as the platform lets them keep readers out.
+    /// Waits until the file can be opened for reading, on platforms where others can lock it.
     static void wait_until_readable(const std::string& path,
                                     const std::function<bool()>& is_to_stop = {});
 
@@ -77,5 +77,5 @@ private:
     static bool copy_content(const FIO_PATH& from, const FIO_PATH& to);
 };
 
-/// The path in the form that the system's calls take; on Windows also beyond 260 letters.
+/// The path in the form that system calls expect; on Windows, longer than 260 characters too.
 FIO_PATH fio_path(std::string_view utf8);

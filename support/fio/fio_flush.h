@@ -5,22 +5,23 @@
 #include <string>
 #include <system_error>
 
-/// A file that is open for being flushed to the disk, where a power cut doesn't reach its bytes.
+/// A file that is open for flushing to the disk, so that its data survives a power failure.
 ///
-/// The system reports a failed write once, to those who have the file open then. So whoever reads a
-/// file to verify it opens the handle first, and flushes last: what fails in between isn't missed.
+/// The system reports a failed write once, and only to those who have the file open at that time.
+/// To verify a file, open this handle first and flush last, so that no failure in between is
+/// missed.
 class FIO_FLUSH_HANDLE final
 {
 public:
-    /// Duplicates an open descriptor or handle, which stays the caller's. The duplicate keeps the
-    /// file's lock until it goes, too.
+    /// Duplicates an open descriptor or handle, which is still owned by the caller. The duplicate
+    /// holds the file's lock until it is closed, too.
     explicit FIO_FLUSH_HANDLE(std::intptr_t file);
-    /// Opens the file. On Windows waits up to 5 minutes for others who hold it: they may be
-    /// flushing it. A file that this user may not write counts as flushed there, since only what
-    /// can be written can be flushed.
+    /// Opens the file. On Windows, waits up to 5 minutes if it is locked: another process may be
+    /// flushing it. A file without write permission counts as flushed there, because flushing needs
+    /// that permission.
     ///
     /// \param path        UTF-8
-    /// \param is_to_stop  asked while waiting; true ends it
+    /// \param is_to_stop  called while waiting; true ends the wait
     explicit FIO_FLUSH_HANDLE(const std::string& path,
                               const std::function<bool()>& is_to_stop = {});
     ~FIO_FLUSH_HANDLE();
@@ -29,11 +30,11 @@ public:
 
     [[nodiscard]] bool is_open() const { return m_file != no_file; }
 
-    /// Waits until the file's bytes are on the disk. After a failure the system's cache of the file
-    /// is dropped, where the platform can do that: who reads the file then sees what the disk has.
-    /// \return no error when the bytes are on the disk, or when this file system can't flush or is
-    ///         read-only (EINVAL, ENOTSUP, EROFS); else the system's error, as EIO, or why the file
-    ///         could not be opened
+    /// Waits until the file's bytes are on the disk. After a failure, the system's cache of the
+    /// file is dropped where possible, so that a reader sees what is on the disk.
+    /// \return no error when the bytes are on the disk, or when the file system can't flush or is
+    ///         read-only (EINVAL, ENOTSUP, EROFS); otherwise the system's error, such as EIO, or
+    ///         the reason why the file could not be opened
     [[nodiscard]] std::error_code flush() const;
 
 private:
@@ -43,6 +44,6 @@ private:
     std::error_code m_error;        ///< of the opening
 };
 
-/// The same for the names in a directory. Does nothing on Windows, where the file system keeps a
-/// file's name with the file.
+/// The same for the entries of a directory. Does nothing on Windows, where flushing a file also
+/// flushes its name.
 [[nodiscard]] std::error_code fio_flush_directory(const std::string& path);

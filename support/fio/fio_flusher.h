@@ -16,27 +16,27 @@ class FIO_APPEND_FILE;
 
 /// Flushes growing files to the disk, one after another, on a background thread, so that the thread
 /// that writes them never waits for the disk. The background thread starts with the first request.
-/// A queued or running flush keeps its file's lock. All members are for the writing thread.
+/// A queued or running flush holds its file's lock. All members are called on the writing thread.
 class FIO_FLUSHER final
 {
 public:
     using FLUSH = std::function<std::error_code(const FIO_FLUSH_HANDLE& file)>;
 
-    /// \param flush  runs on the background thread; other than by default in tests
+    /// \param flush  runs on the background thread; replaceable in tests
     explicit FIO_FLUSHER(FLUSH flush = &FIO_FLUSH_HANDLE::flush);
-    /// Drops the queue and waits for the flush that runs.
+    /// Discards the queue and waits for the running flush.
     ~FIO_FLUSHER();
     FIO_FLUSHER(const FIO_FLUSHER&) = delete;
     FIO_FLUSHER& operator=(const FIO_FLUSHER&) = delete;
 
-    /// Asks for a flush of what the file has now. Does nothing when one of this file is queued
-    /// already: it will include that.
+    /// Requests a flush of the file's current content. Does nothing if one is already queued for
+    /// this file, since that one will include it.
     void request(const FIO_APPEND_FILE& file);
 
-    /// Drops the file's queued flush; one that runs goes on.
+    /// Discards the file's queued flush; a running one continues.
     void withdraw(const FIO_APPEND_FILE& file);
 
-    /// The error of this file's last flush that failed; none when all have succeeded so far.
+    /// The error of this file's last failed flush; none if all have succeeded so far.
     [[nodiscard]] std::error_code error_of(const FIO_APPEND_FILE& file);
 
 private:
@@ -53,7 +53,7 @@ private:
     const FLUSH m_flush;
     std::thread m_thread;
 
-    std::mutex m_mutex; ///< guards all below, for the background thread
+    std::mutex m_mutex; ///< guards the members below
     std::condition_variable m_changed;
     std::deque<REQUEST> m_queue;
     std::map<std::string, std::error_code> m_errors; ///< by path

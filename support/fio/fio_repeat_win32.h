@@ -11,13 +11,14 @@ inline constexpr std::chrono::seconds fio_longest_hold{10};
 
 inline bool fio_is_held_by_another(DWORD error)
 {
-    // A file that is being deleted answers with "access denied" until its last user has gone.
+    // Opening a file that is being deleted fails with "access denied" until its last user closes
+    // it.
     return error == ERROR_SHARING_VIOLATION || error == ERROR_LOCK_VIOLATION ||
            error == ERROR_ACCESS_DENIED || error == ERROR_USER_MAPPED_FILE;
 }
 
-/// Repeats an operation for as long as another program seems to hold the file.
-/// \param operation  answers with an error of the system, or ERROR_SUCCESS
+/// Repeats an operation while another program seems to lock the file.
+/// \param operation  returns a system error code, or ERROR_SUCCESS
 template <typename OPERATION>
 DWORD fio_repeat_while_held(const OPERATION& operation,
                             const std::function<bool()>& is_to_stop = {},

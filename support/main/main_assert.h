@@ -1,7 +1,7 @@
 #pragma once
 
-/// States what the program itself guarantees. A condition that fails is printed with its place on
-/// standard error, in every build type, and the process ends through the terminate handler.
+/// Checks an invariant of the program, in every build type. A failed condition is printed with its
+/// location on standard error, and the process ends through the terminate handler.
 #define MAIN_ASSERT(condition)                                                                     \
     ((condition) ? static_cast<void>(0) : main_assertion_failed(#condition, __FILE__, __LINE__))
 

@@ -1,14 +1,15 @@
 #pragma once
 
-/// Whether the library installs its fatal-error handlers. Not under VINST_DEBUG, so that a debugger
-/// or a core dump sees the fault where it happened.
+/// Whether the library installs its fatal-error handlers. False under VINST_DEBUG, so that a
+/// debugger or a core dump shows the fault where it happened.
 bool main_eh_enabled();
 
-/// Stores whether termination is under way and returns what was stored before.
-/// Lock-free, so that a signal handler may call it.
+/// Stores whether termination is in progress and returns the previous value. Lock-free, so that a
+/// signal handler may call it.
 bool main_terminate_called(int mark) noexcept;
 
-/// What a host may set to take over the end of the process; null when the library ends it itself.
-/// Set before the first fault is possible; read by the fatal-error handlers on any thread.
+/// Set by a host to take over the termination of the process; null when the library terminates it
+/// itself. Must be set before any fault is possible; read by the fatal-error handlers on any
+/// thread.
 extern void (*main_seh_callback)(const void* exception_record);
 extern void (*main_terminator_callback)();

@@ -3,16 +3,16 @@
 #include <chrono>
 #include <functional>
 
-/// The process's one request to stop: made once, by a signal or a host, and never taken back.
-/// Safe on any thread, but not inside a signal handler.
+/// The stop request of the process: made once, by a signal or a host, and never withdrawn. Safe on
+/// any thread, but not in a signal handler.
 void thr_request_stop();
 bool thr_stop_requested() noexcept;
 
-/// Sleeps that long, or until a stop is requested.
+/// Sleeps for the duration or until a stop is requested.
 void thr_sleep(std::chrono::nanoseconds duration);
 
-/// Calls `on_stop` once a stop is requested, on the requesting thread; at once when it already is.
-/// When the destructor returns, the call has ended or will never come.
+/// Calls `on_stop` once a stop is requested, on the requesting thread; immediately if it already
+/// is. When the destructor returns, the call has ended or will never be made.
 class THR_STOP_SUBSCRIPTION
 {
 public:

@@ -5,7 +5,7 @@
 #include <mutex>
 #include <vector>
 
-// Internal to this library: what thr_sleep.h works on.
+// Internal to this library: the state behind thr_sleep.h.
 
 /// The process's stop request and its subscribers. The mutex guards all members; it is recursive so
 /// that a subscriber can query the state.

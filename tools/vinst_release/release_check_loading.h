@@ -2,10 +2,10 @@
 
 #include "tools/vinst_release/release_element.h"
 
-/// Loads the manifest with the program's parser and turns what it says into faults of elements.
-/// What it says of parents and dependencies is left out: `check_elements` tells the same with more
-/// to go by.
+/// Loads the manifest with the program's parser and converts its messages to faults of elements.
+/// Messages about parents and dependencies are left out: `check_elements` reports these in more
+/// detail.
 ///
-/// \param elements  of that file; empty when it holds no list of elements
+/// \param elements  of that file; empty when the file contains no list of elements
 void check_loading(const QString& manifest, const std::vector<RELEASE_ELEMENT>& elements,
                    RELEASE_FAULTS& faults);

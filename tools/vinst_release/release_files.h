@@ -7,7 +7,7 @@
 #include <functional>
 #include <vector>
 
-/// What a manifest tells of a file.
+/// The size and checksums of a file, as listed in a manifest.
 struct RELEASE_FILE_SUMS
 {
     quint64 size = 0; ///< bytes
@@ -25,8 +25,8 @@ struct RELEASE_FILE_JOB
 struct RELEASE_FILE_RESULT
 {
     RELEASE_FILE_SUMS sums;
-    bool copied = false; ///< false, too, for a target that already held the same bytes
-    QString error;       ///< empty when all went well; else a sentence that names the file
+    bool copied = false; ///< also false for a target that already had the same content
+    QString error;       ///< empty on success; otherwise a sentence that names the file
 };
 
 struct RELEASE_FILE_PROGRESS
@@ -39,14 +39,14 @@ struct RELEASE_FILE_PROGRESS
 
 using RELEASE_FILE_OBSERVER = std::function<void(const RELEASE_FILE_PROGRESS&)>;
 
-/// Reads every source once, several at the same time, and returns the results in the jobs' order. A
-/// copy appears under its name only when it is complete; a link in its place is replaced, not
+/// Reads every source once, several in parallel, and returns the results in the order of the jobs.
+/// A copy appears under its name only when it is complete; an existing link is replaced, not
 /// followed.
 ///
 /// \param observer  called on the calling thread, several times per second and once at the end
 std::vector<RELEASE_FILE_RESULT> process_files(const std::vector<RELEASE_FILE_JOB>& jobs,
                                                const RELEASE_FILE_OBSERVER& observer);
 
-/// Writes a small file so that it appears whole or not at all; leaves one alone that already holds
-/// these bytes. \return what went wrong, empty when nothing did
+/// Writes a small file so that it appears complete or not at all. Does not touch a file that
+/// already has this content. \return an error message; empty on success
 QString write_whole_file(const QString& path, const QByteArray& bytes);

@@ -6,11 +6,11 @@
 
 #include <optional>
 
-/// Reads a file that holds one JSON object. What is wrong with it goes to `faults`, with the line.
+/// Reads a file that contains one JSON object. Errors are added to `faults`, with the line number.
 std::optional<QJsonObject> read_json_object(const QString& path, QStringList& faults);
 
-/// An object of a description. Its readers answer with the default when a key is absent, and put a
-/// sentence into the list of faults when its value is of another type.
+/// An object in a description file. The getters return the default when a key is absent, and add a
+/// fault when its value has the wrong type.
 class RELEASE_JSON_OBJECT final
 {
 public:
@@ -22,7 +22,7 @@ public:
     QString required_text(const char* key) const;
     QStringList texts(const char* key) const;
     bool flag(const char* key) const;
-    /// A whole number of bytes; nothing for "auto".
+    /// An integer number of bytes; nothing for "auto".
     std::optional<quint64> byte_count_or_auto(const char* key) const;
 
     /// "component 'a': 'size' <why>".

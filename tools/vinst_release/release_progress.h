@@ -4,14 +4,14 @@
 
 #include <chrono>
 
-/// Shows how far the reading of files has come, on standard error: one line that is redrawn on a
-/// terminal, and otherwise a line every ten seconds at most.
+/// Shows the progress of reading files on standard error: a line that is redrawn on a terminal,
+/// otherwise at most one line every ten seconds.
 class RELEASE_PROGRESS_LINE final
 {
 public:
-    /// \param verb  what is done to the files: "Measuring"
+    /// \param verb  the operation: "Measuring"
     explicit RELEASE_PROGRESS_LINE(QString verb);
-    /// Wipes a line that still stands.
+    /// Clears the line if it is still shown.
     ~RELEASE_PROGRESS_LINE();
     RELEASE_PROGRESS_LINE(const RELEASE_PROGRESS_LINE&) = delete;
     RELEASE_PROGRESS_LINE& operator=(const RELEASE_PROGRESS_LINE&) = delete;

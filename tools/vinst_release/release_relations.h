@@ -10,17 +10,17 @@
 #include <utility>
 #include <vector>
 
-/// What a component says of others.
+/// The relations of a component to others.
 struct RELEASE_RELATION
 {
     QString name;
     QString platform; ///< "linux", "windows", or empty for both
     QString parent;
     QStringList dependency;
-    QString label; ///< the component in a sentence
+    QString label; ///< how messages name the component
 };
 
-/// Finds components by name, as the program does. Nothing is found for an unknown platform.
+/// Finds components by name in the same way as the program. Finds nothing for an unknown platform.
 class RELEASE_RELATION_INDEX final
 {
 public:
@@ -32,15 +32,15 @@ private:
     VINST_NAME_INDEX m_places;
 };
 
-/// For each component whose name an earlier one has on the same platform, the two indices.
+/// The index pairs of components that have the same name as an earlier one on the same platform.
 std::vector<std::pair<std::size_t, std::size_t>>
 find_duplicates(const std::vector<RELEASE_RELATION>& relations);
 
-/// "a -> b -> a" for each ring of parents, and for each of dependencies.
+/// "a -> b -> a" for each cycle of parents and of dependencies, respectively.
 QStringList parent_cycles(const std::vector<RELEASE_RELATION>& relations);
 QStringList dependency_cycles(const std::vector<RELEASE_RELATION>& relations);
 
-/// The components in an order with parents before their children, as near to the given one as can
-/// be. Nothing when a relation is broken; then `faults` has a sentence for each that is.
+/// An order with parents before their children that is as close to the given one as possible.
+/// Nothing if a relation is broken; `faults` then has a sentence for each broken relation.
 std::optional<std::vector<std::size_t>>
 order_by_relations(const std::vector<RELEASE_RELATION>& relations, QStringList& faults);

@@ -15,10 +15,10 @@ public:
     RELEASE_SERVED_FILE(const RELEASE_SERVED_FILE&) = delete;
     RELEASE_SERVED_FILE& operator=(const RELEASE_SERVED_FILE&) = delete;
 
-    /// Whether it is a regular file; only then do the others have a meaning.
+    /// Whether it is a regular file; the other members are valid only if it is.
     [[nodiscard]] bool is_regular() const { return m_regular; }
     [[nodiscard]] std::uint64_t size() const { return m_size; }
-    /// Differs once the content has changed.
+    /// Changes when the content changes.
     [[nodiscard]] const std::string& entity_tag() const { return m_entity_tag; }
 
     /// \return bytes read; 0 at the end of the file or when it can't be read
@@ -31,8 +31,8 @@ private:
     std::string m_entity_tag;
 };
 
-/// The directory that a server may give files from. Opening follows no link below it and takes no
-/// ".." or empty part, so that nothing outside of it is ever opened. May be used by many threads.
+/// The directory that a server serves files from. Opening a file follows no links below it and
+/// rejects ".." and empty path segments, so that nothing outside it is ever opened. Thread-safe.
 class RELEASE_SERVED_DIR final
 {
 public:
@@ -41,10 +41,10 @@ public:
     RELEASE_SERVED_DIR(const RELEASE_SERVED_DIR&) = delete;
     RELEASE_SERVED_DIR& operator=(const RELEASE_SERVED_DIR&) = delete;
 
-    /// \return what went wrong; empty when nothing did
+    /// \return an error message; empty on success
     std::string open(const std::string& directory);
 
-    /// \param path  of a request, decoded: begins with '/'
+    /// \param path  of a request, decoded; begins with '/'
     /// \return nothing when there is no such regular file
     [[nodiscard]] std::unique_ptr<RELEASE_SERVED_FILE> open_file(const std::string& path) const;
 
@@ -58,7 +58,7 @@ struct RELEASE_BYTE_RANGE
     std::uint64_t size = 0;
 };
 
-/// The bytes of a file that a range asks for; nothing when there are none of them.
+/// The bytes of a file that a range selects; nothing when the range can't be satisfied.
 ///
 /// \param first  position of the first byte; -1 when `last` counts bytes from the end
 /// \param last   position of the last byte, which may be beyond the end; -1 for the end

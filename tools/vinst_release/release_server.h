@@ -9,13 +9,13 @@ struct RELEASE_SERVER_SETTINGS
 {
     std::string directory;
     std::string address = "127.0.0.1";
-    int port = 0;           ///< 0: any free one
-    std::uint64_t rate = 0; ///< bytes a second for each connection; 0: as fast as can be
+    int port = 0;           ///< 0: any free port
+    std::uint64_t rate = 0; ///< bytes per second per connection; 0: unlimited
 };
 
-/// An HTTP server for the files of a directory: GET and HEAD, single ranges, many connections at
-/// once, each of which takes a small buffer whatever its file's size. It is made for an author's
-/// own machine and network, not for the world.
+/// An HTTP server for the files in a directory: GET and HEAD, single ranges, many concurrent
+/// connections, each with a small buffer whatever the file's size. It is meant for the author's own
+/// machine and network, not for the public internet.
 class RELEASE_SERVER final
 {
 public:
@@ -25,14 +25,15 @@ public:
     RELEASE_SERVER(const RELEASE_SERVER&) = delete;
     RELEASE_SERVER& operator=(const RELEASE_SERVER&) = delete;
 
-    /// \param on_failure  called on another thread if serving ends without `stop`
-    /// \return what went wrong; empty when it serves
+    /// \param on_failure  called on another thread if the server ends without `stop`
+    /// \return an error message; empty on success
     std::string start(const RELEASE_SERVER_SETTINGS& settings, std::function<void()> on_failure);
 
-    /// Ends every transfer and waits until the last connection is gone: about a second.
+    /// Ends all transfers and waits until the last connection is closed, which takes about a
+    /// second.
     void stop();
 
-    /// "http://127.0.0.1:8080"; empty when it does not serve.
+    /// "http://127.0.0.1:8080"; empty when the server is not running.
     [[nodiscard]] std::string url() const;
 
 private:

@@ -5,11 +5,11 @@
 
 #include <cstddef>
 
-/// The text in single quotes, fit for a terminal.
+/// The text in single quotes, without control characters.
 QString quoted(const QString& text);
 
 /// "1 file", "2 files".
 QString counted(std::size_t count, const QString& noun);
 
-/// The known word that was probably meant; empty when none is close.
+/// The known word that was probably meant; empty when none is similar.
 QString nearest_word(const QString& word, const QStringList& known);

@@ -6,11 +6,11 @@
 #define VINST_EXPORT __attribute__((visibility("default")))
 #endif
 
-/// The whole program: fetches and installs what a release's manifest announces. Once a process, on
-/// its main thread.
+/// Runs the program: downloads and installs the components listed in a release's manifest. To be
+/// called once per process, on its main thread.
 ///
 /// \param argc, argv  the host's command line, unchanged
 /// \param gui_host    true from the graphical host
 /// \return the host's exit code: 1 when the run stopped before its main work, the event loop's
-///         result in graphical mode, and 0 after a console run, whatever that achieved
+///         result in graphical mode, and 0 after a console run, whether or not it succeeded
 extern "C" VINST_EXPORT int install_vinst_run(int argc, char** argv, bool gui_host);

@@ -1,7 +1,7 @@
 #pragma once
 
-/// Processes the main thread's pending events; sleeps until there are some. Main thread.
+/// Processes pending events; sleeps until there are some. Main thread only.
 void process_events();
 
-/// Wakes `process_events` up, so that its caller looks again at what it waits for. Any thread.
+/// Wakes `process_events`, so that its caller checks its condition again. Any thread.
 void wake_event_loop();

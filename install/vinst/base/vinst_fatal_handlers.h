@@ -1,6 +1,5 @@
 #pragma once
 
-/// Installs the handlers that print a message and exit with code 2 when the process cannot go on:
-/// for structured exceptions (on Linux, fatal signals) and for std::terminate. Installs nothing
-/// when fatal error handling is switched off.
+/// Installs handlers for structured exceptions (on Linux, fatal signals) and for std::terminate,
+/// which print a message and exit with code 2. Installs nothing when fatal error handling is off.
 void install_fatal_handlers();

@@ -1,7 +1,7 @@
 #pragma once
 
-// Internal to vinst_fatal_handlers: what each platform implements, and what its part shares with
-// the neutral one.
+// Internal to vinst_fatal_handlers: what each platform implements, and what it shares with the
+// platform-independent part.
 
 /// Installs the handler of structured exceptions; on Linux, of fatal signals.
 void install_exception_translator();

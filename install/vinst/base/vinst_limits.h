@@ -2,8 +2,8 @@
 
 #include <string>
 
-/// A whole number that the user can set. The console's options, the settings dialog and the texts
-/// of both are made from it.
+/// An integer that the user can set. The command-line options, the settings dialog and their texts
+/// are generated from it.
 struct VINST_NUMBER_LIMITS
 {
     int initial; ///< the value when nothing is set

@@ -15,7 +15,7 @@ bool is_platform(const QString& text);
 /// always true.
 bool has_admin_rights();
 
-/// The longest installation path that the platform's installers take, in bytes of UTF-8.
+/// The longest installation path that the platform's installers accept, in bytes of UTF-8.
 std::size_t install_path_limit(const QString& platform);
 
 /// ".exe" or ".run".
@@ -27,26 +27,25 @@ QString console_host_name(const QString& platform);
 /// The shell command that opens a local page; the path is quoted for the platform's shell.
 QString open_page_command(const QString& path, const QString& platform);
 
-/// Whether a manifest's file name is a plain name that every platform can create in a directory:
-/// no separators, drive or stream marks, control characters, reserved names or trailing dots.
+/// Whether a manifest's file name is a plain name that every platform can create in a directory: no
+/// separators, control characters, characters or names that Windows reserves, or trailing dots.
 bool is_safe_file_name(const QString& name);
 
-/// The directory of the file that this code was loaded from: the shared library, or the executable
-/// that holds it.
+/// The directory of the file that contains this code: the shared library or the executable.
 QString library_directory();
 
-/// Makes sure that nothing the process opens later is taken for one of its standard streams: where
-/// a caller has left one out, printed text would end up in whatever got its number. To be called
-/// before anything is opened.
+/// Opens the standard streams that the caller has closed. Otherwise a file opened later could get a
+/// standard stream's number, and printed text would end up in it. To be called before anything is
+/// opened.
 void open_missing_standard_streams();
 
-/// Makes the terminal understand escape sequences, where that needs saying.
+/// Enables escape sequences in the terminal where the platform requires it.
 void set_up_console();
 
 bool stdout_is_terminal();
 
-/// Whether windows can be shown: there is a display, or a platform without one was chosen.
+/// Whether windows can be shown: there is a display, or a Qt platform that needs none is selected.
 bool has_display();
 
-/// File names are UTF-8 whatever the locale says.
+/// Makes Qt encode file names as UTF-8, whatever the locale.
 void use_utf8_file_names();

@@ -4,8 +4,8 @@
 
 #include <string>
 
-/// A new directory that nobody else can enter, inside another one, so that neither another run nor
-/// another user's leftover stands in the way of a file's name. Gone with the object.
+/// A new directory inside another one, accessible only to this user, so that file names in it can't
+/// clash with those of other runs or users. Removed by the destructor.
 class VINST_PRIVATE_DIR
 {
 public:

@@ -7,15 +7,15 @@ class QProcess;
 // Internal to vinst_process: what each platform implements.
 
 /// A process that starts in its own process group, on Windows also in its own job. The functions
-/// below take only processes that this one has made.
+/// below accept only processes created by this one.
 std::unique_ptr<QProcess> make_installer_process();
 
 /// Asks the group to end.
-/// \param signal_number  the signal that asked this program to; 0 when there was none
+/// \param signal_number  the signal that this program received; 0 when there was none
 void pass_signal_on(QProcess& process, int signal_number);
 
 /// Ends every process of the group at once, also after the installer itself has ended.
 void kill_group(QProcess& process);
 
-/// Whether the process failed to start because only an administrator may start it.
+/// Whether the process failed to start because it requires administrator rights.
 bool needs_elevation(const QProcess& process);

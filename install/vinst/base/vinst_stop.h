@@ -2,23 +2,24 @@
 
 #include <atomic>
 
-// The one place that says whether to stop. Waits and workers ask it; the Stop button, a closing
-// window and the system's requests come in by the three functions at the end. Any thread may
-// call them; a stale read only delays the stop until the next question.
+// Decides whether to stop. Waits and workers query it; the Stop button, a closing window and the
+// system's requests use the three functions at the end. Any thread may call them; a stale read only
+// delays the stop until the next query.
 
 /// Set by the Stop button, cleared when a download or a connection test begins.
 extern std::atomic<bool> download_stop_requested;
 /// Set when the main window has closed or the process is to end; never cleared.
 extern std::atomic<bool> shutdown_requested;
 
-/// Whether what is under way has to end.
+/// Whether the current work has to end.
 bool is_to_stop();
-/// Whether nothing new may begin either: the window has closed, or the process is to end.
+/// Whether no new work may start either: the window has closed, or the process is to end.
 bool is_shutting_down();
 
-/// A download or a connection test begins: an earlier press of the Stop button is forgotten.
+/// To be called when a download or a connection test begins: discards an earlier press of the Stop
+/// button.
 void begin_stoppable_work();
-/// The Stop button: ends what is under way.
+/// The Stop button: ends the current work.
 void request_download_stop();
 /// The window has closed: nothing is fetched or checked any more in this process.
 void request_shutdown();

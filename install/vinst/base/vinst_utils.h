@@ -6,36 +6,36 @@
 
 class QUrl;
 
-/// The temporary directory in native separators, with a trailing one; empty when it can't be
-/// written, which was then said on standard output.
+/// The temporary directory in native separators, with a trailing one; empty when it isn't writable,
+/// which is reported on standard output.
 QString temp_dir();
 
-/// Whether a directory exists and can be written, proved by making a directory inside it.
+/// Whether a directory exists and is writable; tested by creating a directory in it.
 bool is_writable_dir(const QString& path);
 
-/// Whether a directory holds nothing at all, or isn't there.
+/// Whether a directory is empty or doesn't exist.
 bool is_empty_or_missing_dir(const QString& path);
 
-/// The absolute path of the path itself, or of its closest existing ancestor.
+/// The absolute path of the directory, or of its nearest existing ancestor.
 QString nearest_existing_dir(const QString& path);
 
-/// The three checks of a directory that the user chose. A failure is reported, and its message
-/// stored in `error`. They leave no trace on disk.
+/// Check a directory chosen by the user. A failure is reported, and its message stored in `error`.
+/// Nothing is left behind on disk.
 ///
-/// \param platform  the host's; decides on links and the length limit
+/// \param platform  the host's; determines the checks of links and length
 bool validate_path(const QString& path, std::string& error);
 bool validate_download_path(const QString& path, std::string& error);
 bool validate_install_path(const QString& path, std::string& error, const QString& platform);
 
-/// Bytes available to the user on the volume of the path or its nearest existing directory, which
-/// the log tells too; 0 when the volume can't be queried.
+/// Bytes available to the user on the volume of the path or its nearest existing directory; 0 when
+/// the volume can't be queried. Logs the path and the figures.
 quint64 free_disk_space(const std::string& path);
 
-/// Bytes as GB the way every figure counts them: whole mebibytes divided by 1024.
+/// Bytes as GB, as in all messages: whole mebibytes divided by 1024.
 double gigabytes(quint64 bytes);
 
 bool is_valid_proxy_server(const std::string& text);
 bool is_valid_proxy_port(const std::string& text);
 
-/// Opens an address in the browser; whether that worked can't be known.
+/// Opens a URL in the browser. Success can't be detected.
 void open_url(const QUrl& url);

@@ -10,7 +10,7 @@
 #include <memory>
 #include <string>
 
-/// All that the command line can set. Filled once by `parse`, read by the console run.
+/// Everything that the command line can set. Filled once by `parse`, read by the console run.
 struct VINST_OPTIONS
 {
     std::string proxy;
@@ -38,12 +38,12 @@ struct VINST_OPTIONS
     std::unique_ptr<VINST_RELEASE> release;
     VINST_COMPONENT_LIST selected_components;
 
-    /// Parses and validates the command line, answers the one-shot requests, decides on the mode,
-    /// opens the log, and applies the settings to the release.
-    /// \return 0 when the run goes on, 1 when it must stop; the user has been told why
+    /// Parses and validates the command line, handles one-shot options such as the help, selects
+    /// the mode, opens the log, and applies the settings to the release.
+    /// \return 0 when the run continues, 1 when it must stop; the reason has been reported
     int parse(int argc, char** argv);
 
-    /// What the connection test is asked for: a proxy that was named is used as it is.
+    /// The settings of the connection test. A proxy given by the user is used unchanged.
     VINST_PROXY_SETTINGS proxy_settings() const;
 
 private:
@@ -64,9 +64,9 @@ private:
     bool take_components();
 };
 
-/// Where the loader's messages about a manifest go: standard output.
+/// Prints a message of the manifest loader on standard output.
 void print_manifest_message(const QByteArray& message);
 
-/// Whether the command line may end in graphical mode, told before it is parsed: the application
-/// object is made first.
+/// Whether the command line may select graphical mode. Needed before it is parsed, because the
+/// application object is created first.
 bool may_run_graphically(int argc, const char* const* argv, bool gui_host);

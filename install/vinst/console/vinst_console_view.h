@@ -32,6 +32,6 @@ private:
     std::size_t m_component_count = 0;
 };
 
-/// Clears the screen from the cursor on when standard output is a terminal, so that shorter lines
-/// leave nothing of longer ones. Elsewhere it writes nothing.
+/// Clears the screen from the cursor on when standard output is a terminal, so that nothing of
+/// longer lines remains behind shorter ones. Does nothing otherwise.
 void clear_below_cursor();

@@ -7,8 +7,7 @@
 
 #include <functional>
 
-/// What a browser's preferences say of proxies. Texts as they stand there; empty where nothing is
-/// set.
+/// The proxy settings in a browser's preferences. Texts are unchanged; empty where nothing is set.
 struct VINST_BROWSER_PREFERENCES
 {
     QString http_host;
@@ -19,9 +18,9 @@ struct VINST_BROWSER_PREFERENCES
     QString autoconfig_url;
     QString type;
 
-    /// The proxy of a manual configuration; empty for every other one.
+    /// The proxy of a manual configuration; empty for every other configuration.
     CURL_PROXY_INFO proxy() const;
-    /// The automatic-configuration address where that is what was chosen; else empty.
+    /// The URL of the auto-configuration file when the preferences select it; otherwise empty.
     QString chosen_autoconfig_url() const;
 };
 
@@ -34,8 +33,8 @@ public:
     {
     }
 
-    /// Stores what the line sets. \return the key that it sets and its value, as "key: value";
-    /// empty when it sets none of those that matter
+    /// Stores the setting in the line. \return "key: value"; empty when the line sets no proxy
+    /// preference
     QString take_line(const QString& line);
 
 private:
@@ -43,7 +42,7 @@ private:
     bool m_in_comment = false;
 };
 
-/// The files named "prefs.js" below a directory, by their paths. Links are not followed; six
-/// directories deep and 200 files are enough for every browser.
+/// The paths of the files named "prefs.js" below a directory. Links are not followed. The search is
+/// limited to six levels and 200 files, which is enough for every browser.
 /// \param keep_looking  asked before each directory
 QStringList preference_files(const QString& root, const std::function<bool()>& keep_looking);

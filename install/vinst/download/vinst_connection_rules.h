@@ -22,8 +22,8 @@ enum class VINST_CONNECTION_STEP
     give_up
 };
 
-/// Every proxy is tried twice. On Linux, with the default proxy chosen and none in use, one is
-/// looked for first.
+/// Every proxy is tried twice. On Linux, when the default proxy is selected and none is in use,
+/// discovery runs first.
 ///
 /// \param failed_attempts  with this proxy, from 1
 VINST_CONNECTION_STEP next_connection_step(int failed_attempts, const QString& platform,

@@ -12,11 +12,11 @@ struct CURL_PROGRESS_DATA;
 struct VINST_CONNECTION_RESULT
 {
     bool works = false;
-    std::string error; ///< what the user was told; empty when it works or was stopped
+    std::string error; ///< as reported to the user; empty when it works or was stopped
 };
 
-/// Fetches the release's test file and compares its checksum, through the proxy that the downloads
-/// will use. Runs on the main thread with the view's events being processed.
+/// Fetches the release's test file through the proxy that the downloads will use, and compares its
+/// checksum. Runs on the main thread and processes the view's events.
 class VINST_CONNECTION_TEST
 {
 public:

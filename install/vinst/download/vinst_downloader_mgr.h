@@ -10,8 +10,8 @@
 
 class CURL_DOWNLOADER;
 
-/// Downloads the chosen components of a release and verifies them. Also the front ends' way to what
-/// comes before and after: the connection test, the search for a proxy, the installation.
+/// Downloads the selected components of a release and verifies them. Also gives the front ends
+/// access to the connection test, proxy discovery and the installation.
 ///
 /// Lives on the main thread, where it processes the view's events while it waits.
 class VINST_DOWNLOADER_MGR
@@ -19,28 +19,29 @@ class VINST_DOWNLOADER_MGR
 public:
     VINST_DOWNLOADER_MGR(VINST_RELEASE& release, VINST_DOWNLOADER_VIEW& view);
 
-    /// Chooses what to download, in this order; components without a file are left out.
-    /// \param start_check  cancels pending checks and starts one of each complete file
+    /// Sets what to download, in this order; components without a file are left out.
+    /// \param start_check  cancels pending checks and starts a check of each complete file
     void set_components(const VINST_COMPONENT_LIST& components, bool start_check);
 
-    /// One attempt at all components. \return whether all are there and passed their check
+    /// Makes one attempt to download all components. \return whether all are complete and passed
+    /// their check
     bool download(int parallel_downloads);
-    /// Ends the attempt under way.
+    /// Stops the current attempt.
     void stop();
-    /// The same for good: nothing is downloaded or checked any more in this process.
+    /// Stops for good: nothing is downloaded or checked any more in this process.
     void abort_on_close();
 
-    /// One progress pass, to be taken once a second. \return false when a file is in error
+    /// Runs one progress pass. To be called once per second. \return false when a file has an error
     bool update_progress();
-    /// Updates what is known of the component's file and returns its percentage.
+    /// Updates the state of the component's file and returns its percentage.
     /// \param start_check        starts the integrity check of a file that has become complete
-    /// \param refresh_from_disk  measures the file; else its last measured size counts, plus
+    /// \param refresh_from_disk  measures the file; otherwise its last measured size is used, plus
     ///                           `extra_bytes`
     quint64 get_progress_percentage(VINST_COMPONENT* component, bool start_check,
                                     bool refresh_from_disk, quint64 extra_bytes);
 
-    /// Waits for the checks and sorts the components. \return whether none has failed; true at once
-    /// after a stop
+    /// Waits for the checks and sorts the components into passed and failed. \return whether none
+    /// has failed; true at once after a stop
     bool check_integrity();
     void cancel_integrity_tasks() { m_checks.cancel(); }
     bool has_pending_integrity_tasks() const { return m_checks.has_pending(); }
@@ -62,7 +63,7 @@ public:
     const QString& error_text() const { return m_error_text; }
     bool write_error() const { return m_write_error; }
     bool not_found_error() const { return m_not_found_error; }
-    /// The texts of the errors of the last attempt that retries do not help against.
+    /// The error texts of the last attempt for errors that retries don't fix.
     QStringList lasting_error_texts() const;
 
 private:

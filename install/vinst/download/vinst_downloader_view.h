@@ -9,13 +9,13 @@
 enum class VINST_INTEGRITY_STATE
 {
     none = 0,
-    not_checked = 1, ///< complete, but of unknown content
+    not_checked = 1, ///< complete, content not verified
     passed = 2,
     failed = 3,
     checking = 4
 };
 
-/// What the download manager and its parts report to a front end. All calls come on the main
+/// What the download manager and its parts report to a front end. All calls are made on the main
 /// thread. A front end overrides what it shows; this class itself shows nothing.
 class VINST_DOWNLOADER_VIEW
 {
@@ -28,12 +28,12 @@ public:
     virtual void show_status(const QString&) {}
     virtual void show_integrity(VINST_COMPONENT*, VINST_INTEGRITY_STATE) {}
     virtual void show_percentage(VINST_COMPONENT*, quint64) {}
-    /// "downloaded / total", and how much of it that is; both empty and 0 to clear.
+    /// "downloaded / total" and the percentage; an empty text and 0 clear the display.
     virtual void show_overall(const QString&, quint64) {}
     virtual void show_speed(const QString&) {}
     virtual void show_time_remaining(const QString&) {}
 
-    /// An attempt to download these components begins.
+    /// An attempt to download these components starts.
     virtual void show_attempt(const VINST_COMPONENT_LIST&) {}
     /// One progress pass over the components of the attempt.
     virtual void show_progress(const std::vector<VINST_COMPONENT_PROGRESS>&,

@@ -8,15 +8,15 @@
 
 struct VINST_COMPONENT;
 
-/// The MD5 checksum of a file as 32 lower-case hexadecimal digits; empty when the file cannot be
-/// read, or when `is_cancelled` said so meanwhile. Logs how long it took.
+/// The MD5 checksum of a file as 32 lower-case hexadecimal digits; empty when the file can't be
+/// read or `is_cancelled` returned true. Logs how long it took.
 QString calc_md5sum(const QString& path, const std::function<bool()>& is_cancelled = {});
 
-/// Whether the component's local file is there and has the manifest's MD5 checksum; false when
-/// `is_cancelled` said so meanwhile.
+/// Whether the component's local file exists and has the manifest's MD5 checksum; false when
+/// `is_cancelled` returned true.
 bool check_md5(const VINST_COMPONENT* component, const std::function<bool()>& is_cancelled = {});
 
 /// Hashes a file and, when the checksum is right, flushes it to the disk. A file that changes
-/// meanwhile does not pass, nor one that cannot be flushed; the log has the reason. Any thread.
+/// meanwhile or can't be flushed doesn't pass; the reason is logged. Any thread.
 VINST_FILE_CHECK check_file(const QString& path, const QString& md5sum,
                             const std::function<bool()>& is_cancelled);

@@ -20,26 +20,26 @@ struct VINST_INSTALL_OUTCOME
 
     RESULT result;
     /// A line for each component that had no installer to run and was not installed by another
-    /// component's installer either: "NAME was not installed: ...". Plain text, with a manifest's
-    /// words in it.
+    /// component's installer either: "NAME was not installed: ...". Plain text that contains text
+    /// from the manifest.
     QStringList not_installed;
-    QString reason; ///< why there was nothing to install, without a full stop; else empty
+    QString reason; ///< why there was nothing to install, without a full stop; otherwise empty
 };
 
-/// The line that ends an installation. Its words are the program's own.
+/// The line that ends an installation. Contains no text from the manifest.
 QString install_verdict(const VINST_INSTALL_OUTCOME& outcome);
 
 /// Runs the installers of the components in their order, then the after-install actions of the
-/// host's platform that are not skipped. The first failure ends it. A file that looks different
-/// from the one that was verified is hashed again before its installer is run.
+/// host's platform that are not skipped. The first failure ends it. A file that seems to have
+/// changed since it was verified is hashed again before its installer is run.
 ///
-/// Actions of a component that was not installed are left out, and so are all actions when no
-/// installer ran: their programs would not be there.
+/// Actions of a component that was not installed are skipped. When no installer ran, all actions
+/// are skipped, because their programs would be missing.
 ///
-/// Blocks with the caller's event loop alive, and runs on the thread of the release.
+/// Blocks, but processes the caller's events. Runs on the thread of the release.
 ///
 /// \param components  verified; the main product's installer reads the files of all of them
-/// \param is_to_stop  asked before each step, and several times a second while an installer runs
+/// \param is_to_stop  called before each step, and several times per second while an installer runs
 [[nodiscard]] VINST_INSTALL_OUTCOME run_installation(const VINST_RELEASE& release,
                                                      const VINST_COMPONENT_LIST& components,
                                                      const std::function<bool()>& is_to_stop);

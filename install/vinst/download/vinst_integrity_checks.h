@@ -9,8 +9,8 @@
 
 class VINST_DOWNLOADER_MGR_CHECK_INTEGRITY_TASK;
 
-/// Checks of components' files, each on a worker thread. All operations run on the main thread,
-/// where a timer collects the results and stores them in the components.
+/// Integrity checks of components' files, each on a worker thread. All members are called on the
+/// main thread, where a timer collects the results and stores them in the components.
 class VINST_INTEGRITY_CHECKS
 {
 public:
@@ -20,15 +20,16 @@ public:
     VINST_INTEGRITY_CHECKS(const VINST_INTEGRITY_CHECKS&) = delete;
     VINST_INTEGRITY_CHECKS& operator=(const VINST_INTEGRITY_CHECKS&) = delete;
 
-    /// Starts a check, unless one of the component is pending or the process shuts down.
+    /// Starts a check unless one is pending for the component or the process is shutting down.
     void start(VINST_COMPONENT& component);
-    /// Whether a result is still awaited.
+    /// Whether a result is still pending.
     bool has_pending() const { return !m_pending.isEmpty(); }
-    /// Gives up all results. Workers notice soon, but may still be reading when this returns.
+    /// Discards all pending results. Workers notice soon, but may still be reading when this
+    /// returns.
     void cancel();
     /// Waits for all results.
     void wait();
-    /// Cancels, and waits until no worker reads a file.
+    /// Cancels the checks and waits until no worker reads a file.
     void finish();
 
 private:
@@ -42,9 +43,9 @@ private:
     void give_up(TASK& task);
 
     VINST_DOWNLOADER_VIEW& m_view;
-    /// Those whose result is awaited.
+    /// Tasks whose result is pending.
     QList<TASK*> m_pending;
-    /// Those that have not ended: the pending ones, and cancelled ones whose worker still reads.
+    /// Tasks that have not ended: pending ones, and cancelled ones whose worker is still reading.
     QList<std::shared_ptr<TASK>> m_cancellable;
-    std::unique_ptr<WORKERS> m_workers; ///< from the first check on
+    std::unique_ptr<WORKERS> m_workers; ///< null before the first check
 };

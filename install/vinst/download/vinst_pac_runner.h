@@ -6,20 +6,20 @@
 #include <functional>
 #include <optional>
 
-/// Where the helper that evaluates automatic-configuration scripts lies: beside this library.
+/// The path of the helper that evaluates auto-configuration scripts, next to this library.
 QString pac_helper_path();
 
-/// The longest that a helper may take, whatever time its caller has left.
+/// The time limit of a helper, however much time its caller has left.
 inline constexpr std::chrono::milliseconds longest_pac_run{5000};
 
-/// Evaluates an automatic-configuration script in a process of its own, which it can't leave
-/// anything behind in, with the caller's event loop alive. What the script says is logged at debug
-/// level; when there is no directive, the log says why.
+/// Evaluates an auto-configuration script in a separate process, so that the script can't affect
+/// this one. Processes the caller's events meanwhile. The script's messages are logged at debug
+/// level; when there is no directive, the reason is logged.
 ///
 /// \param helper     the path of the helper
-/// \param at_most    at the end of this time the helper is ended
-/// \param may_go_on  asked several times a second; when it answers false, the helper is ended, too
-/// \param longest    tests give the helper more time than it gives itself
+/// \param at_most    the helper is killed after this time
+/// \param may_go_on  called several times per second; when it returns false, the helper is killed
+/// \param longest    set by tests only, to give the helper more time than its own limit
 /// \return the directive, such as "PROXY a:3128; DIRECT"
 std::optional<QString> run_pac_script(const QString& helper, const QString& script,
                                       const QString& url, const QString& host,

@@ -5,22 +5,22 @@
 
 #include <vector>
 
-/// How far one component is.
+/// The progress of one component.
 struct VINST_COMPONENT_PROGRESS
 {
     QString name;
     quint64 bytes = 0;
     quint64 size = 0;
     quint64 percent = 0;
-    QString error_line; ///< stands in the component's place where it isn't empty
+    QString error_line; ///< shown instead of the component's line unless empty
 };
 
-/// Sums over all components of a run, in bytes.
+/// Totals of all components of a run, in bytes.
 struct VINST_PROGRESS_TOTALS
 {
     quint64 downloaded = 0;
     quint64 total = 0;
-    quint64 delta = 0;    ///< received since the pass before, which is a second ago
+    quint64 delta = 0;    ///< received since the previous pass, one second ago
     quint64 received = 0; ///< in this run
 };
 

@@ -10,21 +10,21 @@
 class VINST_DOWNLOADER_VIEW;
 class VINST_RELEASE;
 
-/// Looks for a proxy to the release's download address. Each source yields an empty proxy when it
-/// names none, and ends soon after a stop was requested. The view's events are processed meanwhile.
+/// Detects a proxy for the release's download URL. Each source returns an empty proxy when it names
+/// none, and returns soon after a stop is requested. Processes the view's events meanwhile.
 class VINST_PROXY_DISCOVERY
 {
 public:
-    /// \param pac_helper  the program that evaluates automatic-configuration scripts; the one that
-    ///                    is installed with this library when empty
+    /// \param pac_helper  the program that evaluates auto-configuration scripts; when empty, the
+    ///                    one installed with this library
     VINST_PROXY_DISCOVERY(const VINST_RELEASE& release, VINST_DOWNLOADER_VIEW& view,
                           const QString& pac_helper = {});
 
     /// The system's proxy settings.
     CURL_PROXY_INFO get_default_proxy() const;
-    /// An automatic-configuration file found on the network.
+    /// An auto-configuration file found on the network (WPAD).
     CURL_PROXY_INFO get_wpad_proxy();
-    /// The automatic-configuration file at this address.
+    /// The auto-configuration file at this URL.
     CURL_PROXY_INFO get_pac_proxy(const QString& url);
     /// The browser's preferences.
     /// \param autoconfig_url  receives the address of an automatic-configuration file, where that
@@ -32,7 +32,8 @@ public:
     ///                        what the user of the browser has chosen
     CURL_PROXY_INFO get_firefox_proxy(QString& autoconfig_url);
 
-    /// Asks all sources except the system's settings, one after another, for at most 20 s in all.
+    /// Tries all sources except the system's settings, one after another, for at most 20 s in
+    /// total.
     CURL_PROXY_INFO discover();
 
 private:

@@ -8,19 +8,19 @@
 
 class QUrl;
 
-/// The addresses where an automatic-configuration file may be, in the order of trying.
-/// \param domain  this machine's own, such as "lab.example.com"; may be empty
+/// The URLs where an auto-configuration file may be, in the order in which they are tried.
+/// \param domain  this machine's domain, such as "lab.example.com"; may be empty
 QStringList wpad_urls(const QString& domain);
 
-/// What an automatic-configuration script may see of an address: never credentials, and of an
-/// https address neither path nor query.
+/// The part of a URL that an auto-configuration script may see: no credentials and, for https,
+/// neither path nor query.
 QString url_for_script(const QUrl& url);
 
-/// The text of an automatic-configuration file: UTF-8 or UTF-16 by its byte-order mark, else UTF-8
-/// where it is valid, else Latin-1.
+/// The text of an auto-configuration file: UTF-8 or UTF-16 by its byte-order mark, otherwise UTF-8
+/// where valid, otherwise Latin-1.
 QString script_text(const QByteArray& bytes);
 
-/// A proxy of these parts; empty unless host and port are usable.
+/// A proxy made from these parts; empty unless host and port are valid.
 /// \param scheme  such as "socks5://"; empty for an HTTP proxy
 CURL_PROXY_INFO checked_proxy(const QString& host, const QString& port, const QString& scheme = {});
 

@@ -2,7 +2,7 @@
 
 #include <chrono>
 
-/// What to do after a download attempt that left components behind.
+/// What to do after a download attempt that left components incomplete.
 struct VINST_RETRY_DECISION
 {
     enum class ACTION
@@ -16,8 +16,8 @@ struct VINST_RETRY_DECISION
     std::chrono::seconds wait; ///< before the next attempt; zero when giving up
 };
 
-/// Decides on retries. The wait grows by 5 s an attempt, without a cap. Write errors and 404s are
-/// retried twice, since a third try has never helped and costs the user 15 s more.
+/// Decides on retries. The wait grows by 5 s per attempt, without a limit. Write errors and 404s
+/// are retried twice, since a third try has never helped and costs the user 15 s more.
 ///
 /// \param attempt        the attempt that failed, from 1
 /// \param elapsed        since the first attempt began; compared in whole minutes

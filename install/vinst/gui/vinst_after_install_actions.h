@@ -31,8 +31,8 @@ private:
     VINST_COMPONENT* m_action;
 };
 
-/// All after-install actions of a platform, one check box each, below one for all of them. Nothing
-/// is shown where there are none.
+/// All after-install actions of a platform, with a check box each, below one for all of them. Shows
+/// nothing when there are none.
 class VINST_AFTER_INSTALL_ACTIONS final : public QWidget
 {
     Q_OBJECT
@@ -40,15 +40,15 @@ class VINST_AFTER_INSTALL_ACTIONS final : public QWidget
 public:
     explicit VINST_AFTER_INSTALL_ACTIONS(QWidget* parent = nullptr);
 
-    /// Makes the check boxes anew.
+    /// Recreates the check boxes.
     void rebuild(const VINST_RELEASE& release, const QString& platform);
     bool has_actions() const { return !m_boxes.empty(); }
 
-    /// Offers each action whose component is chosen, checked; the others are unchecked. Overwrites
-    /// what the user had chosen, since that was about another selection.
+    /// Enables and checks each action whose component is selected, and unchecks the others.
+    /// Overwrites the user's choice, which was made for another selection.
     void follow_selection(bool auto_install);
 
-    /// The user's choice of last time, for the actions that are offered.
+    /// Restores the user's previous choice for the actions that are enabled.
     void restore(const CFGQ_REGISTRY_KEY& settings);
     void save(CFGQ_REGISTRY_KEY& settings) const;
 

@@ -23,18 +23,18 @@ namespace Ui
 class VINST_DOWNLOADER_DLG;
 }
 
-/// The machine, as far as the main dialog asks for it.
+/// What the main dialog needs to know about the machine; replaceable in tests.
 struct VINST_DIALOG_HOST
 {
-    QString platform; ///< the running one
+    QString platform; ///< of this machine
     bool is_admin = false;
     VINST_VOLUME_QUERY query_volume;
 
     static VINST_DIALOG_HOST this_machine();
 };
 
-/// The main window of graphical mode: the components of a release, where they go, and the job that
-/// brings them there.
+/// The main window of graphical mode: shows the components of a release, sets their directories,
+/// and runs the job that downloads and installs them.
 class VINST_DOWNLOADER_DLG final : public AFCQ_DIALOG, private VINST_DOWNLOADER_VIEW
 {
     Q_OBJECT
@@ -42,21 +42,21 @@ class VINST_DOWNLOADER_DLG final : public AFCQ_DIALOG, private VINST_DOWNLOADER_
 public:
     explicit VINST_DOWNLOADER_DLG(VINST_RELEASE& release,
                                   VINST_DIALOG_HOST host = VINST_DIALOG_HOST::this_machine());
-    /// Stores what the next run begins with.
+    /// Stores the settings for the next run.
     ~VINST_DOWNLOADER_DLG() override;
 
     bool is_download_in_progress() const { return m_download_in_progress; }
     bool is_checking_files() const { return m_manager.has_pending_integrity_tasks(); }
 
-    /// Escape closes like the button, so that it never discards a job.
+    /// Escape closes the window in the same way as the button, so that it never discards a job.
     void reject() override;
 
 public Q_SLOTS:
     void start_download();
     void stop_download();
-    /// Closes the window because the process is to stop: ends the job, cancels what waits for the
-    /// user, asks nothing. The window stays open until the job has unwound, as the job runs event
-    /// loops of its own. Called on the main thread once a stop is requested.
+    /// Closes the window because the process is to stop: ends the job and dismisses open dialogs
+    /// without asking. The window stays open until the job has unwound, because the job runs its
+    /// own event loops. Called on the main thread once a stop is requested.
     void stop_for_exit();
     void show_settings();
     void show_log();
@@ -64,7 +64,7 @@ public Q_SLOTS:
     void browse_clicked();
 
 Q_SIGNALS:
-    /// What waits for the next attempt need not wait any longer.
+    /// Ends the wait for the next attempt.
     void stop_requested();
 
 protected:
@@ -72,7 +72,7 @@ protected:
     void changeEvent(QEvent* event) override;
 
 private:
-    // What the manager tells.
+    // Reports from the manager.
     void show_status(const QString& text) override;
     void show_integrity(VINST_COMPONENT* component, VINST_INTEGRITY_STATE state) override;
     void show_percentage(VINST_COMPONENT* component, quint64 percent) override;
@@ -89,11 +89,12 @@ private:
     void rebuild_platform();
     void apply_auto_install_availability();
     void apply_auto_install_choice();
-    /// What the user has clicked, and what that needs besides.
+    /// Applies the user's clicks and adds the components that they require.
     void follow_clicks();
-    /// Checks what the chosen components need. \return what wasn't chosen before
+    /// Checks the components that the selected ones need. \return those that weren't selected
+    /// before
     VINST_COMPONENT_LIST complete_selection();
-    /// Everything that hangs on which components are chosen.
+    /// Updates everything that depends on the selected components.
     void follow_selection();
     void hand_components_to_manager();
     void update_space_labels();
@@ -110,7 +111,7 @@ private:
     {
         QString text;
         bool is_error = false;
-        bool is_markup = false; ///< the program's own; else plain text
+        bool is_markup = false; ///< written by the program; otherwise plain text
     };
     REPORT run_job();
     bool pass_checks();
@@ -135,16 +136,17 @@ private:
     VINST_DOWNLOADER_MGR m_manager;
     VINST_SETTINGS_DLG* m_settings_dlg;     ///< owned by this dialog
     VINST_LOG_VIEWER_DLG* m_log_viewer_dlg; ///< the same
-    QString m_platform;                     ///< the selected one
+    QString m_platform;                     ///< selected by the user
     bool m_download_in_progress = false;
-    bool m_is_busy = false; ///< a job is on the stack, also while it ends after a stop
+    bool m_is_busy = false; ///< a job is on the stack, even while it unwinds after a stop
     bool m_stop_had_focus = false;
     bool m_never_ask_feedback = false;
-    double m_download_seconds = 0; ///< of the attempts of the job that have ended
+    double m_download_seconds = 0; ///< of the job's finished attempts
     QString m_remaining_text;
-    QString m_no_description;      ///< what stands for one until the user is at a component
+    QString m_no_description;      ///< shown until the user selects a row
     QElapsedTimer m_attempt_clock; ///< valid while an attempt runs
     QTimer m_elapsed_timer;
-    QTimer m_directory_timer;                  ///< gathers key strokes in the directory fields
-    THR_STOP_SUBSCRIPTION m_stop_subscription; ///< the first to go: it calls this dialog
+    QTimer m_directory_timer; ///< delays the update while the user types in a directory field
+    THR_STOP_SUBSCRIPTION
+        m_stop_subscription; ///< last, so that it is destroyed first: it calls this dialog
 };

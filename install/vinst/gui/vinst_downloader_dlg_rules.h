@@ -7,7 +7,7 @@
 
 #include <chrono>
 
-// What the main dialog decides and says, without a window.
+// Decisions and texts of the main dialog, independent of the window.
 
 struct VINST_INSTALL_OUTCOME;
 
@@ -33,13 +33,13 @@ QString status_style(const QString& text);
 /// The licence link's rich text.
 QString licence_link(const QString& path, bool is_active);
 
-/// "(3.00 MB/sec)"; empty for an empty speed, so that no brackets stand alone.
+/// "(3.00 MB/sec)"; empty for an empty speed, to avoid empty brackets.
 QString speed_label(const QString& speed);
 
 /// "Downloaded: 1.00 MB / 2.00 MB -- 50%"; empty for an empty text.
 QString downloaded_label(const QString& text, quint64 percent);
 
-/// The volumes of the two directories, and whether they are one.
+/// The volumes of the two directories.
 struct VINST_SPACE_AVAILABLE
 {
     VINST_VOLUME download;
@@ -60,17 +60,17 @@ struct VINST_SPACE_LABELS
 VINST_SPACE_LABELS space_labels(const VINST_SPACE_FIGURES& figures,
                                 const VINST_SPACE_AVAILABLE& available, bool auto_install);
 
-/// The status line after components were chosen because others need them.
+/// The status line after components were selected because others need them.
 QString needed_components_status(const VINST_COMPONENT_LIST& needed);
 
-/// What the reports at the end of a run say, in the program's own markup.
+/// The reports at the end of a run, as markup written by the program.
 QString download_report(int components);
-/// Names of components in it are escaped.
+/// Component names in it are escaped.
 QString install_report(const VINST_INSTALL_OUTCOME& outcome);
-/// The status line after an installation. \param seconds  that it took
+/// The status line after an installation. \param seconds the duration
 QString install_status(const VINST_INSTALL_OUTCOME& outcome, double seconds);
 /// The status line while waiting for the next attempt.
 QString retry_status(int attempt, std::chrono::seconds left);
-/// What is said when the retry duration is used up.
+/// The message shown when the retry duration is used up.
 /// \param error_text  the last error; may be empty
 QString failed_components_text(const QStringList& names, const QString& error_text);

@@ -10,8 +10,8 @@
 class VINST_DOWNLOADER_TREEVIEW_INTEGRITY_DELEGATE;
 class VINST_DOWNLOADER_TREEVIEW_RUN_BUTTON_DELEGATE;
 
-/// The release's components for a platform, as a tree of check boxes. The boxes are the selection
-/// in the release's data.
+/// The release's components for a platform, as a tree of check boxes. The boxes reflect the
+/// selection in the release's data.
 class VINST_DOWNLOADER_TREEVIEW final : public AFCQ_TREE_VIEW
 {
     Q_OBJECT
@@ -24,35 +24,34 @@ public:
     void set_platform(const QString& platform) { m_platform = platform; }
     const QString& platform() const { return m_platform; }
 
-    /// Builds the rows of the platform anew.
+    /// Rebuilds the rows of the platform.
     void populate();
 
-    /// Unlocks the check boxes, or locks them for a run.
+    /// Unlocks the check boxes, or locks them during a run.
     void set_editable(bool is_editable);
     void show_run_column(bool is_shown);
 
-    /// The check states of the rows, under the components' names.
+    /// Saves the check states of the rows under the components' names.
     void save_states();
     void restore_states();
 
-    /// Tells at once of clicks that are still to be told of.
+    /// Emits `selection_changed` now for clicks that are still being batched.
     void take_clicks();
 
-    /// Checks the rows of these components, as a click would, and tells nobody.
+    /// Checks the rows of these components as a click would, but without a signal.
     void check(const VINST_COMPONENT_LIST& components);
 
     void show_percentage(const VINST_COMPONENT* component, quint64 percent);
     void show_integrity(const VINST_COMPONENT* component, VINST_INTEGRITY_STATE state);
-    /// Shows of each row what its file in the download directory allows to say, as if nothing were
-    /// known of it.
+    /// Shows the state of each row's file in the download directory, ignoring earlier results.
     void refresh_from_files();
     /// Offers the Run button for each component whose verified installer can be started.
     void refresh_run_flags();
 
 Q_SIGNALS:
-    /// Once for all that the user has changed in 200 ms.
+    /// Emitted once for all changes by the user within 200 ms.
     void selection_changed();
-    /// Plain text about the row that the user is at.
+    /// The description of the current row, as plain text.
     void current_component_changed(const QString& description);
 
 protected:
@@ -67,9 +66,9 @@ private:
     void toggle(const QModelIndex& index);
     void run_installer(const QModelIndex& index);
     bool is_run_offered(const ITEM& row) const;
-    /// \return whether it is offered
+    /// \return whether the button is offered
     bool refresh_run_flag(ITEM& row);
-    /// \return whether that is a change
+    /// \return whether the state has changed
     bool show_state(ITEM& row, VINST_INTEGRITY_STATE state);
     void show_progress_text(ITEM& row, const QString& text);
     void animate();

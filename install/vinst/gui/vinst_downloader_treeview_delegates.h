@@ -9,8 +9,8 @@
 #include <functional>
 #include <memory>
 
-/// Paints the first column, and leaves its check boxes to the tree: one click toggles once,
-/// wherever in the cell it falls.
+/// Paints the first column. The tree handles its check boxes, so that one click anywhere in the
+/// cell toggles once.
 class VINST_DOWNLOADER_TREEVIEW_NAME_DELEGATE final : public QStyledItemDelegate
 {
     Q_OBJECT
@@ -22,7 +22,7 @@ public:
     {
         return false;
     }
-    /// As high as every row is.
+    /// The height that all rows share.
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
 };
 
@@ -53,7 +53,7 @@ public:
 
     /// The time between two frames of the animation, in milliseconds.
     int frame_delay() const { return m_frame_delay; }
-    /// The animation's clock, in milliseconds since any fixed point; replaceable in tests.
+    /// The animation's clock, in milliseconds since an arbitrary fixed point; replaceable in tests.
     std::function<qint64()> clock;
 
 private:
@@ -62,12 +62,12 @@ private:
     void paint_image(QPainter& painter, const QStyleOptionViewItem& option,
                      VINST_INTEGRITY_STATE state) const;
 
-    mutable std::unique_ptr<QMovie> m_movie; ///< made for `m_movie_ratio`
+    mutable std::unique_ptr<QMovie> m_movie; ///< created for `m_movie_ratio`
     mutable qreal m_movie_ratio = 0;
     int m_frame_delay = 0;
 };
 
-/// Paints a Run button in the cells that are to have one, and tells when it is clicked.
+/// Paints a Run button in the cells that have one, and emits a signal when it is clicked.
 class VINST_DOWNLOADER_TREEVIEW_RUN_BUTTON_DELEGATE final : public QStyledItemDelegate
 {
     Q_OBJECT
@@ -80,7 +80,7 @@ public:
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
     bool editorEvent(QEvent* event, QAbstractItemModel* model, const QStyleOptionViewItem& option,
                      const QModelIndex& index) override;
-    /// A press whose release came elsewhere is over.
+    /// Discards a press whose release happened outside the button.
     void forget_press() { m_pressed = QPersistentModelIndex(); }
 
 Q_SIGNALS:

@@ -20,10 +20,10 @@ enum VINST_TREE_COLUMN : int
     sha1sum_column
 };
 
-/// In a cell: the progress text, the integrity code, or whether a Run button is shown.
+/// The cell's progress text, integrity code, or whether a Run button is shown.
 inline constexpr int tree_cell_role = Qt::UserRole + 1;
 
-/// A cell of the tree's first column: a row.
+/// A cell of the tree's first column, which represents its row.
 class VINST_DOWNLOADER_TREEVIEW_ITEM final : public QStandardItem
 {
 public:
@@ -45,7 +45,7 @@ private:
     VINST_COMPONENT* m_component;
 };
 
-/// The rows of the tree, one a download component of a platform, below their parents. Their check
+/// The rows of the tree, one per download component of a platform, below their parents. Their check
 /// states are the components' selection.
 class VINST_DOWNLOADER_TREEVIEW_MODEL final : public QStandardItemModel
 {
@@ -63,14 +63,14 @@ public:
     ITEM* row_at(const QModelIndex& index) const;
     const QHash<const VINST_COMPONENT*, ITEM*>& rows() const { return m_rows; }
 
-    /// Checks a row, or unchecks a checked one, and all below it; the rows above follow.
+    /// Toggles a row and all rows below it, and updates the rows above.
     void toggle(ITEM& row);
-    /// Sets a row without anything else following; `recompute` brings the rows above in line.
+    /// Sets a row without changing others; `recompute` then updates the rows above.
     void set_alone(ITEM& row, Qt::CheckState state);
-    /// Every row with rows below takes the state that these add up to.
+    /// Sets every row that has children to the aggregated state of the rows below it.
     void recompute();
 
-    /// Stores a cell's value; tells nobody. \return whether it has changed
+    /// Stores a cell's value without a signal. \return whether it has changed
     static bool store(QStandardItem& cell, const QVariant& value);
 
 Q_SIGNALS:
@@ -85,5 +85,5 @@ private:
     void recompute_below(ITEM& row);
 
     QHash<const VINST_COMPONENT*, ITEM*> m_rows;
-    bool m_is_following = false; ///< own changes bring no further ones
+    bool m_is_following = false; ///< guards against reacting to own changes
 };

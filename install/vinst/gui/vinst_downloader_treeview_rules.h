@@ -7,31 +7,33 @@
 
 #include <vector>
 
-// What the component tree decides, without a widget.
+// Decisions and texts of the component tree, independent of the widget.
 
-/// The mapping is inverted: a component's 0 means selected.
+/// The mapping is inverted: 0 in a component means selected.
 Qt::CheckState check_state_of(VINST_SELECTION selection);
 VINST_SELECTION selection_of(Qt::CheckState state);
 
-/// The state of a row by those of all rows below it, at every level: theirs where they agree.
+/// The state of a row, from the states of all rows below it at every level: their common state, if
+/// they have one.
 Qt::CheckState aggregated_state(const std::vector<Qt::CheckState>& descendants);
 
-/// The percentage in a progress cell's text, such as "45%"; negative when there is none to show.
+/// The percentage in a progress cell's text, such as "45%"; negative when there is none.
 int progress_percent(const QString& text);
 
-/// Which frame of an animation shows at a moment, so that all that show it are in step.
-/// \param milliseconds  since any fixed point
+/// The frame of an animation to show at a given time, so that all rows show the same frame.
+/// \param milliseconds  since an arbitrary fixed point
 /// \param frame_delay   milliseconds
 int frame_at(qint64 milliseconds, int frame_count, int frame_delay);
 
-/// What the tree shows for a size: the manifest's words, else the bytes for people, else "N/A".
+/// What the tree shows for a size: the manifest's text, otherwise the bytes in a readable form,
+/// otherwise "N/A".
 QString size_text(const QString& display_text, double bytes);
 
-/// What is told about a component when its row is chosen. Plain text.
+/// The description shown when a component's row is selected. Plain text.
 QString description_text(const VINST_COMPONENT& component);
 
-/// What a state means, in words.
+/// The state as text.
 QString integrity_text(VINST_INTEGRITY_STATE state);
 
-/// What stands on the button that starts a component's installer.
+/// The caption of the button that starts a component's installer.
 QString run_button_text();

@@ -14,7 +14,7 @@ namespace Ui
 class VINST_LOG_VIEWER_DLG;
 }
 
-/// Shows the run log while it grows. Selected text is left alone until the selection goes away.
+/// Shows the run log and follows its growth. While text is selected, it is not updated.
 class VINST_LOG_VIEWER_DLG final : public AFCQ_DIALOG
 {
     Q_OBJECT
@@ -26,7 +26,7 @@ public:
         std::chrono::milliseconds refresh_interval = std::chrono::milliseconds(5000));
     ~VINST_LOG_VIEWER_DLG() override;
 
-    /// Reads the log again, where it has changed.
+    /// Reads the log again if it has changed.
     void refresh();
     std::chrono::milliseconds refresh_interval() const
     {

@@ -16,8 +16,8 @@ namespace Ui
 class VINST_SETTINGS_DLG;
 }
 
-/// The settings of a download: how, for which platform and through which proxy. The dialog starts
-/// with the stored values each time; the user name and password are never stored.
+/// The settings of a download: limits, platform and proxy. The dialog starts with the stored values
+/// each time; the user name and password are never stored.
 class VINST_SETTINGS_DLG final : public QDialog
 {
     Q_OBJECT
@@ -31,7 +31,7 @@ public:
     bool uses_default_proxy() const;
     CURL_PROXY_INFO proxy_info() const;
     VINST_PROXY_SETTINGS proxy_settings() const;
-    /// "linux" or "windows": the stored one, or the running one.
+    /// "linux" or "windows": the stored platform, or this machine's.
     const QString& platform() const { return m_platform; }
 
 public Q_SLOTS:

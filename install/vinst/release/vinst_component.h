@@ -22,7 +22,7 @@ enum class VINST_COMPONENT_KIND : qint32
     unknown = 3
 };
 
-/// The manifest's word for a kind; empty for an unknown one.
+/// The kind as written in a manifest; empty for an unknown one.
 QString component_kind_text(VINST_COMPONENT_KIND kind);
 VINST_COMPONENT_KIND component_kind_from_text(const QString& text);
 
@@ -63,20 +63,20 @@ struct VINST_COMPONENT
     QString platform; ///< "windows", "linux", or empty for both
     QString cmd_exe;
     QString cmd_options;
-    /// Of an after-install action: 0 runs it, anything else skips it. Written by the user's choice.
+    /// For an after-install action: 0 runs it, any other value skips it. Set by the user's choice.
     qint32 skip = 0;
     VINST_RELEASE* release = nullptr;
 
     VINST_COMPONENT_FILE file{*this};
     std::unique_ptr<CURL_PROGRESS_DATA> progress_data; ///< of the current download run
 
-    /// `size` as the unsigned number that progress figures are made of.
+    /// `size` as an unsigned number, for progress calculations.
     quint64 expected_size() const { return static_cast<quint64>(size); }
-    /// The title, or the name where there is none, with control characters replaced.
+    /// The title, or the name if there is no title, with control characters replaced.
     QString display_name() const;
-    /// The name as log lines tell it: UTF-8, with control characters replaced.
+    /// The name for log lines: UTF-8, with control characters replaced.
     std::string log_name() const;
-    /// Where the file is fetched from; empty when there is nothing to download.
+    /// The URL of the file; empty when there is nothing to download.
     QString download_url() const;
     bool is_selected() const { return selection != VINST_SELECTION::not_selected; }
     bool is_device_archive() const;

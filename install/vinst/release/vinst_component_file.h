@@ -8,16 +8,16 @@
 
 struct VINST_COMPONENT;
 
-/// What an integrity check has found.
+/// The result of an integrity check.
 struct VINST_FILE_CHECK
 {
     bool passed = false;
     std::optional<FIO_FILE_IDENTITY> file; ///< the state of the file that was hashed
 };
 
-/// All that is known of a component's local file: its size, whether it is complete, and whether an
-/// integrity check has passed. Nothing else stores these facts, and only this class says whether
-/// the file on disk is the verified one.
+/// The state of a component's local file: its size, whether it is complete, and whether an
+/// integrity check has passed. This state is stored nowhere else, and only this class decides
+/// whether the file on disk is the verified one.
 ///
 /// A check counts for the download directory in which it began. Changing the release's directory
 /// invalidates it, and changing back makes it count again. Lives on the release's thread.
@@ -27,29 +27,29 @@ public:
     explicit VINST_COMPONENT_FILE(const VINST_COMPONENT& component) : m_component(component) {}
 
     QString path() const;
-    /// Whether there is a file on disk now, complete or not.
+    /// Whether the file exists on disk now, complete or not.
     bool exists() const;
-    /// When it was last measured.
+    /// The size at the last measurement.
     quint64 bytes_on_disk() const { return m_bytes_on_disk; }
-    /// Whether the file had its size when it was last measured or counted.
+    /// Whether the file had its expected size when it was last measured or counted.
     bool is_complete() const { return m_download_complete; }
-    /// Whether a check in the current download directory is under way.
+    /// Whether a check in the current download directory is running.
     bool is_being_checked() const { return m_is_being_checked && is_of_current_dir(); }
     /// Whether a check in the current download directory has finished.
     bool is_checked() const;
     bool has_passed() const { return is_checked() && m_integrity_passed; }
     /// Complete, but with the wrong content.
     bool is_corrupted() const;
-    /// Whether the file that is on disk now is the one that the last check has passed.
+    /// Whether the file that is on disk now is the one that passed the last check.
     bool is_verified() const;
 
     /// Measures the file on disk. A file that has changed since its check counts as unchecked.
     void measure();
-    /// Takes the size that the file has by now, between two measurements. A file that is shorter
-    /// than the release lists counts as unchecked.
+    /// Updates the size between two measurements. A file that is shorter than its size in the
+    /// manifest counts as unchecked.
     void count(quint64 bytes);
 
-    /// A check begins, in the current download directory.
+    /// Records that a check has started in the current download directory.
     void begin_check();
     /// Stores the result, unless the directory has changed since the check began.
     void finish_check(const VINST_FILE_CHECK& check);

@@ -15,25 +15,25 @@ using VINST_COMPONENT_LIST = std::vector<VINST_COMPONENT*>;
 VINST_COMPONENT_LIST components_of_kind(const VINST_RELEASE& release, VINST_COMPONENT_KIND kind,
                                         const QString& platform);
 
-/// Those of the kind that are selected; among downloads only those that have a file.
+/// The selected components of the kind; downloads without a file are left out.
 VINST_COMPONENT_LIST selected_components(const VINST_RELEASE& release, VINST_COMPONENT_KIND kind,
                                          const QString& platform);
 
-/// The names that a user may write for the platform's download components.
+/// The names of the platform's download components that a user can give.
 QStringList selectable_names(const VINST_RELEASE& release, const QString& platform);
 
-/// What a comma-separated list of names stands for, in the order of downloading and installing:
-/// each named component, then its dependencies (one level) and its parent where they have a file.
-/// The release's selection becomes exactly this list. An empty text stands for the manifest's own
-/// selection, which then stays as it is.
+/// Resolves a comma-separated list of names, in the order of downloading and installing: each named
+/// component, then its dependencies (one level) and its parent if they have a file. The release's
+/// selection becomes exactly this list. An empty text means the manifest's own selection, which is
+/// not changed.
 ///
 /// \param all_valid  set to false when a name is unknown; each unknown name is logged
 VINST_COMPONENT_LIST resolve_components(VINST_RELEASE& release, const QString& text,
                                         const QString& platform, bool& all_valid);
 
-/// What the selected download components need that isn't selected, and what that needs in turn; in
-/// manifest order, those with a file alone. Each is logged. The selection stays as it is.
+/// The direct and indirect dependencies of the selected download components that are not selected,
+/// in manifest order; only those with a file. Each is logged. The selection is not changed.
 VINST_COMPONENT_LIST missing_dependencies(const VINST_RELEASE& release, const QString& platform);
 
-/// What the help says about the names: the default components and devices, and the optional ones.
+/// The help text about the names: default components and devices, and optional ones.
 QString components_help(const VINST_RELEASE& release, const QString& platform);

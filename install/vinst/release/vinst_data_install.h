@@ -5,7 +5,7 @@
 #include <QString>
 #include <QStringList>
 
-/// What to run to install a component, or why there is nothing to run.
+/// The command that installs a component, or the reason why there is none.
 struct VINST_INSTALL_STEP
 {
     QString command;         ///< a command line, or empty
@@ -13,28 +13,28 @@ struct VINST_INSTALL_STEP
     QStringList parts;       ///< names that the command enables in the main product's installer
 };
 
-/// Decides on a component by the files that are there now.
+/// Decides by the files that exist now.
 ///
 /// \param main_product  the name of the main product component
-/// \param unattended    whether the installer runs without asking; the device installer always does
+/// \param unattended    whether the installer runs unattended; the device installer always does
 /// \param platform      the host's: "linux" or "windows"
 VINST_INSTALL_STEP decide_install_step(VINST_COMPONENT& component, const QString& main_product,
                                        bool unattended, const QString& platform);
 
-/// The step's command alone.
+/// Only the command of the step.
 QString build_install_command(VINST_COMPONENT& component, const QString& main_product,
                               bool unattended, const QString& platform);
 
-/// Whether a component without a command was installed by other components' installers.
+/// Whether a component without a command was installed by another component's installer.
 ///
 /// \param installed  the names of the components whose installers ran, and the parts that those
 ///                   enabled
 bool is_installed_by_others(const VINST_COMPONENT& component, const QStringList& installed);
 
-/// What an after-install action belongs to: its parent, else the platform's main product; null when
-/// there is none.
+/// The component that an after-install action belongs to: its parent, otherwise the platform's main
+/// product; null when there is neither.
 const VINST_COMPONENT* owner_of_action(const VINST_COMPONENT& action, const QString& platform);
 
-/// The command line of an after-install action, in the install directory; empty when there is
-/// nothing to run: it has no program, the user skips it, or what it belongs to isn't chosen.
+/// The command line of an after-install action, in the install directory; empty when it has no
+/// program, the user skips it, or its owner isn't selected.
 QString build_action_command(const VINST_COMPONENT& action, const QString& platform);

@@ -7,18 +7,18 @@
 
 #include <functional>
 
-/// Byte sums over the selected download components of a platform.
+/// Totals in bytes of the selected download components of a platform.
 struct VINST_SPACE_FIGURES
 {
     quint64 selected = 0;
-    quint64 downloaded = 0; ///< of those whose file is there
+    quint64 downloaded = 0; ///< of components whose file exists
     quint64 to_download = 0;
     quint64 to_install = 0;
 };
 
 VINST_SPACE_FIGURES space_figures(const VINST_RELEASE& release, const QString& platform);
 
-/// A file system, as far as space goes.
+/// A file system and its free space.
 struct VINST_VOLUME
 {
     QString root;
@@ -30,13 +30,13 @@ VINST_VOLUME query_volume(const QString& dir);
 
 using VINST_VOLUME_QUERY = std::function<VINST_VOLUME(const QString& dir)>;
 
-/// Whether more is available than is needed, in GB; equal is not enough. Both log what they found.
+/// Whether more space is available than needed, in GB; equal is not enough. Both log the figures.
 bool has_enough_download_space(VINST_RELEASE& release, const QString& platform,
                                const VINST_VOLUME_QUERY& query = query_volume);
 bool has_enough_install_space(VINST_RELEASE& release, const QString& platform,
                               const VINST_VOLUME_QUERY& query = query_volume);
 
-/// The settings that the run summary tells beside the release's own.
+/// The settings shown in the run summary in addition to the release's own.
 struct VINST_RUN_SETTINGS
 {
     QString platform;
@@ -45,5 +45,5 @@ struct VINST_RUN_SETTINGS
     int retry_minutes = 0;
 };
 
-/// One line an entry.
+/// One line per entry.
 QStringList run_summary(VINST_RELEASE& release, const VINST_RUN_SETTINGS& settings);

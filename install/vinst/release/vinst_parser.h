@@ -8,17 +8,18 @@
 
 class VINST_RELEASE;
 
-/// Receives what the loader says of a manifest, one whole line a call, line break included.
+/// Receives the loader's messages about a manifest, one complete line per call, including the line
+/// break.
 using VINST_MANIFEST_SINK = std::function<void(const QByteArray& message)>;
 
-/// Reads a manifest file (a JSON array, one object an element) into a release.
+/// Reads a manifest file (a JSON array of objects) into a release.
 ///
-/// A manifest that can't be read, or lacks what every release must have, yields nothing. Lesser
-/// faults are told to `sink` and loading goes on; an unsafe file name counts as no file name.
+/// Returns null if the manifest can't be read or lacks required data. Lesser faults are reported to
+/// `sink` and loading continues; an unsafe file name is ignored.
 std::unique_ptr<VINST_RELEASE> parse_manifest(const QString& path, const VINST_MANIFEST_SINK& sink);
 
-/// The manifest to load: `named` (the environment's choice) or the one beside the program, else the
-/// one of a source tree. The path is returned whether it exists or not.
+/// The path of the manifest to load: `named` (from the environment), or the one next to the
+/// program, otherwise the one in a source tree. The file need not exist.
 QString locate_manifest(const QString& application_dir, const QString& named,
                         const QString& platform);
 
