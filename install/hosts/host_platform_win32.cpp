@@ -14,7 +14,7 @@ std::string utf8(const wchar_t* wide)
     const int size = ::WideCharToMultiByte(CP_UTF8, 0, wide, -1, nullptr, 0, nullptr, nullptr);
     std::string text(static_cast<std::size_t>(size > 0 ? size : 1), '\0');
     ::WideCharToMultiByte(CP_UTF8, 0, wide, -1, text.data(), size, nullptr, nullptr);
-    text.pop_back(); // the zero at the end
+    text.pop_back(); // the terminating null character
     return text;
 }
 

@@ -7,7 +7,7 @@
 #include <QJSEngine>
 #include <QQmlEngine>
 
-/// A static library's resources aren't there before this has run. A macro's rule: no namespace.
+/// Registers the resources of a static library. Q_INIT_RESOURCE must not be used in a namespace.
 static void load_pac_resources()
 {
     Q_INIT_RESOURCE(pac);
@@ -16,15 +16,16 @@ static void load_pac_resources()
 namespace
 {
 
-/// On the script's first line, so that line numbers in errors stay right.
+/// Without a line break, so that line numbers in errors stay correct.
 constexpr const char* before_script = "__pac.begin();";
 
-/// In the script's own scope, so that functions declared in any way are found.
+/// Runs in the script's scope, so that functions declared in any way are found.
 constexpr const char* behind_script =
     "\n;__pac.take(typeof FindProxyForURLEx === 'function' ? FindProxyForURLEx"
     " : typeof FindProxyForURL === 'function' ? FindProxyForURL : undefined);";
 
-/// Tells what a function returns, in an array, from what it throws, which may be a text as well.
+/// Returns the function's result in an array, to distinguish it from an exception, which can have
+/// any type.
 constexpr const char* caller_source =
     "(function (f, url, host) { try { return [f(url, host)]; } catch (e) { return e; } })";
 
@@ -36,7 +37,7 @@ QString helpers_source()
     return QString::fromUtf8(file.readAll());
 }
 
-/// One reading of a script, in an engine of its own.
+/// One evaluation of a script in a separate engine.
 class EVALUATION
 {
 public:

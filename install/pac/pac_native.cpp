@@ -10,7 +10,7 @@ namespace
 constexpr std::size_t look_up_limit = 32;
 constexpr int line_limit = 100;
 constexpr int line_length = 500; // characters
-// The longest name there can be, and the longest numeric address.
+// The maximum length of a host name; IP addresses are shorter.
 constexpr int name_length = 255;
 
 QString joined(const std::vector<std::string>& addresses)

@@ -13,7 +13,7 @@
 namespace
 {
 
-/// The numeric form; empty for other families. Link-local zones are left out.
+/// The IP address as text, without a link-local zone; empty for other address families.
 std::string numeric(const sockaddr& address)
 {
     char text[INET6_ADDRSTRLEN] = "";

@@ -12,7 +12,7 @@ namespace
 enum class SPAN_KIND
 {
     code,
-    text, ///< a string literal's content
+    text, ///< content of a string literal
     skipped
 };
 
@@ -38,7 +38,7 @@ bool is_line_end(char c)
     return c == '\n' || c == '\r';
 }
 
-/// Cuts a script into code, strings and what is neither: comments and regular expressions.
+/// Splits a script into code, strings, and the rest: comments and regular expressions.
 class SPANS
 {
 public:
@@ -113,8 +113,7 @@ private:
         take_skipped(at + 1);
     }
 
-    /// Whether a slash here begins a regular expression, by what stands before it: after a value it
-    /// divides.
+    /// Whether a slash here begins a regular expression. After a value it is a division.
     bool begins_expression() const
     {
         std::size_t before = m_at;
@@ -146,7 +145,7 @@ private:
     std::size_t m_after_string = std::string_view::npos;
 };
 
-/// Appends code, with the leading zeros of whole decimal numbers left out. \return whether any was
+/// Appends code without the leading zeros of decimal integers. \return whether there were any
 bool append_without_padding(std::string& result, std::string_view code)
 {
     bool changed = false;
@@ -181,7 +180,8 @@ const std::regex& proxy_entry()
     return expression;
 }
 
-/// Long texts are no directives, and std::regex takes its stack by the length of the text.
+/// Limits the input because directives are short and std::regex recurses with the length of the
+/// text.
 constexpr std::size_t longest_directive = 4096; // bytes
 
 bool holds_proxy(const std::string& text)

@@ -20,7 +20,7 @@ namespace
 constexpr rlim_t address_space = 512 * 1024 * 1024; // bytes
 constexpr rlim_t processor_time = 2;                // seconds
 constexpr unsigned wall_clock = 5;                  // seconds
-constexpr rlim_t open_files = 32; // name look-ups need some; scripts have no way to files
+constexpr rlim_t open_files = 32; // needed for name lookups; scripts can't open files
 
 bool limit(int resource, rlim_t value)
 {
@@ -28,15 +28,15 @@ bool limit(int resource, rlim_t value)
     return ::setrlimit(static_cast<__rlimit_resource>(resource), &both) == 0;
 }
 
-/// The soft limit's signal tells what it was; the hard one comes a second later.
+/// The soft limit's signal identifies the reason; the hard limit follows a second later.
 bool limit_processor_time()
 {
     const rlimit limits{processor_time, processor_time + 1};
     return ::setrlimit(RLIMIT_CPU, &limits) == 0;
 }
 
-/// A script comes from whoever answers on the network. There is deliberately no limit of file
-/// sizes: the engine grows a memory file for its own code and would die of it.
+/// A script is untrusted: anybody on the network may have sent it. There is deliberately no limit
+/// on file sizes, because the engine writes its own code to a memory file.
 bool contain_this_process()
 {
     ::alarm(wall_clock);
@@ -62,8 +62,8 @@ std::string one_line(std::string text)
 
 }
 
-/// Evaluates the automatic-configuration script that comes on standard input and prints its
-/// directive. Anything may happen to it but harm to its caller.
+/// Evaluates the auto-configuration script on standard input and prints its directive. Whatever the
+/// script does must not affect the caller.
 int main(int argc, char** argv)
 {
     if (!contain_this_process())
@@ -71,7 +71,7 @@ int main(int argc, char** argv)
         std::cerr << "The limits can't be set\n";
         return pac_bad_request;
     }
-    // Generated code would be one more way out, and is no faster for a script that runs once.
+    // The JIT compiler is an additional attack surface, and no faster for a script that runs once.
     qputenv("QV4_FORCE_INTERPRETER", "1");
     const QCoreApplication application(argc, argv);
 

@@ -15,8 +15,8 @@ qint64 area(const QRect& rect)
     return rect.isEmpty() ? 0 : qint64(rect.width()) * rect.height();
 }
 
-/// The frame around a window. Before the window manager has drawn it, nobody knows it: then what
-/// the common ones draw at most.
+/// The frame around a window. Unknown before the window manager has drawn it; until then, an upper
+/// bound for common window managers.
 QMargins frame_margins(const QWidget& window)
 {
     const QRect inside = window.geometry();
@@ -60,7 +60,7 @@ void AFCQ_DIALOG::restore_geometry(const QByteArray& saved)
 void AFCQ_DIALOG::showEvent(QShowEvent* event)
 {
     QDialog::showEvent(event);
-    // A spontaneous event only uncovers the window where its user has put it.
+    // Spontaneous events come from the window system; the user's position is then kept.
     if (!event->spontaneous())
         fit_onto_screens();
 }

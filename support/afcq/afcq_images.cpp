@@ -7,7 +7,7 @@
 
 #include <cmath>
 
-/// A static library's resources aren't there before this has run. A macro's rule: no namespace.
+/// Registers the resources of a static library. Q_INIT_RESOURCE must not be used in a namespace.
 static void load_afcq_images()
 {
     Q_INIT_RESOURCE(afcq);
@@ -57,7 +57,7 @@ QString movie_path(int number, qreal ratio)
 std::unique_ptr<QMovie> afcq_get_movie(int number, qreal ratio)
 {
     auto movie = std::make_unique<QMovie>(movie_path(number, ratio));
-    // Without a cache a frame can only be reached from the one before it.
+    // Without a cache, a frame can only be reached from the previous one.
     movie->setCacheMode(QMovie::CacheAll);
     return movie;
 }

@@ -17,7 +17,7 @@ AFCQ_LINE_EDIT_BROWSE_BUTTON::AFCQ_LINE_EDIT_BROWSE_BUTTON(QWidget* parent)
     m_browse_button->setText("...");
     m_browse_button->setFocusPolicy(Qt::StrongFocus);
     m_browse_button->setToolTip("Browse");
-    // A label's shortcut and the tab key come to the line.
+    // A label's shortcut and the tab key move the focus to the line edit.
     setFocusProxy(m_line_edit);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
 

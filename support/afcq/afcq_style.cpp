@@ -5,7 +5,7 @@
 namespace
 {
 
-/// Halfway between the ground of a box and its check mark.
+/// Halfway between the background of a box and its check mark.
 QColor edge_color(const QPalette& palette)
 {
     const QColor& ground = palette.color(QPalette::Base);
@@ -37,8 +37,8 @@ void AFCQ_STYLE::drawPrimitive(PrimitiveElement element, const QStyleOption* opt
         QProxyStyle::drawPrimitive(element, option, painter, widget);
         return;
     }
-    // Fusion takes the edge from the window's colour, which it uses for nothing else here, at
-    // about 5/7 of its light.
+    // Fusion derives the outline from the window's colour, at about 5/7 of its lightness, and uses
+    // that colour for nothing else here.
     constexpr int lighter_by_percent = 140;
     QStyleOptionButton lit = *button;
     lit.palette.setColor(QPalette::Window, edge_color(lit.palette).lighter(lighter_by_percent));

@@ -7,7 +7,7 @@
 namespace
 {
 
-/// libcurl wants its process-wide part set up once, before a second thread uses it.
+/// libcurl's global state must be initialized once, before a second thread uses it.
 void initialise_libcurl()
 {
     static const CURLcode result = curl_global_init(CURL_GLOBAL_DEFAULT);

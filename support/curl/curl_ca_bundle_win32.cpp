@@ -2,5 +2,5 @@
 
 std::string curl_well_known_ca_bundle()
 {
-    return {}; // the system's own store of certificates
+    return {}; // libcurl uses the system's certificate store
 }

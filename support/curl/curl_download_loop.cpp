@@ -6,7 +6,7 @@
 namespace
 {
 
-constexpr int longest_nap_ms = 100; // between two looks at the progress callback
+constexpr int longest_nap_ms = 100; // between two calls of the progress callback
 
 }
 

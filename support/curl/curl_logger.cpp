@@ -23,7 +23,7 @@ bool CURL_LOGGER::open()
     try
     {
         m_sink = std::make_shared<spdlog::sinks::basic_file_sink_mt>(fio_path(m_path).native());
-        // The same line ends on every platform: logs are compared and searched across them.
+        // The same line ends on every platform, because logs are compared across platforms.
         m_sink->set_formatter(std::make_unique<spdlog::pattern_formatter>(
             "[%Y-%m-%d %H:%M:%S.%e] [%l] %v", spdlog::pattern_time_type::local, "\n"));
     }

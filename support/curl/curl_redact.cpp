@@ -18,8 +18,8 @@ bool starts_with_ignoring_case(std::string_view text, std::string_view start)
                       { return std::tolower(static_cast<unsigned char>(actual)) == expected; });
 }
 
-/// Where an address can't go on, so that the search for its user information ends there. Quotes and
-/// brackets don't count: a password may hold them.
+/// Whether the character ends the authority part of a URL, where the search for user information
+/// stops. Quotes and brackets don't, because a password may contain them.
 bool ends_authority(char c)
 {
     return std::isspace(static_cast<unsigned char>(c)) != 0 || c == '/' || c == '?' || c == '#';

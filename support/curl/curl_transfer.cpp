@@ -13,7 +13,7 @@
 namespace
 {
 
-constexpr std::size_t write_block = 256 * 1024;         // bytes gathered into one write
+constexpr std::size_t write_block = 256 * 1024;         // bytes collected for one write
 constexpr std::uint64_t flush_block = 64 * 1024 * 1024; // bytes
 constexpr long receive_buffer = 512 * 1024;             // bytes
 constexpr std::size_t head_limit = 256 * 1024;          // bytes of all headers together
@@ -77,7 +77,7 @@ bool CURL_TRANSFER::prepare()
     return true;
 }
 
-// The file is measured without being opened: a complete one may be read-only.
+// Gets the size without opening the file: a complete one may be read-only.
 bool CURL_TRANSFER::has_complete_file() const
 {
     if (m_request.expected_size == 0)
@@ -92,7 +92,7 @@ void CURL_TRANSFER::set_options(CURL_OPTIONS& options)
     options.set(CURLOPT_PRIVATE, this);
     options.set(CURLOPT_ERRORBUFFER, m_error_buffer.data());
     options.set(CURLOPT_NOSIGNAL, 1L);
-    // A stop does not wait for a name server that doesn't answer.
+    // A stop must not wait for a name server that doesn't respond.
     options.set(CURLOPT_QUICK_EXIT, 1L);
     options.set(CURLOPT_USERAGENT, "vinst");
     options.set(CURLOPT_CONNECTTIMEOUT, static_cast<long>(m_settings.connect_timeout.count()));
@@ -110,7 +110,7 @@ void CURL_TRANSFER::set_options(CURL_OPTIONS& options)
         options.set(CURLOPT_CAINFO, bundle.c_str());
     set_proxy_options(options);
 
-    // A range of its own, not libcurl's resuming: that fails on servers without ranges.
+    // Not CURLOPT_RESUME_FROM: that fails on servers that don't support range requests.
     if (m_offset > 0)
         options.set(CURLOPT_RANGE, (std::to_string(m_offset) + "-").c_str());
 
@@ -138,9 +138,9 @@ void CURL_TRANSFER::set_proxy_options(CURL_OPTIONS& options)
     {
         options.set(CURLOPT_PROXYUSERNAME, proxy.username().c_str());
         options.set(CURLOPT_PROXYPASSWORD, proxy.password().c_str());
-        // libcurl takes the strongest of these that the proxy offers, at the cost of one more round
-        // trip per file. Negotiate is not among them: it would win, and then fail where there is no
-        // ticket, although the password is right.
+        // libcurl uses the strongest of these that the proxy offers, at the cost of one more round
+        // trip per file. Negotiate is excluded: it would be preferred, and then fail without a
+        // ticket although the password is right.
         options.set(CURLOPT_PROXYAUTH,
                     static_cast<long>(CURLAUTH_DIGEST | CURLAUTH_NTLM | CURLAUTH_BASIC));
     }
@@ -282,7 +282,7 @@ bool CURL_TRANSFER::end_with(int curl_code, std::string error)
 
 int CURL_TRANSFER::answered_status(CURLcode result) const
 {
-    // A redirect that was followed is not an answer yet; one that could not be followed is.
+    // A redirect that was followed is not the final response; one that could not be followed is.
     const bool stayed = result == CURLE_TOO_MANY_REDIRECTS ||
                         result == CURLE_UNSUPPORTED_PROTOCOL || result == CURLE_URL_MALFORMAT ||
                         m_own_outcome.has_value();
@@ -293,7 +293,8 @@ void CURL_TRANSFER::finish(CURLcode result)
 {
     write_pending();
     m_flusher.withdraw(m_file);
-    // libcurl ends a transfer with an error status before the callback gets the end of the head.
+    // libcurl ends a transfer with an error status before the callback receives the end of the
+    // headers.
     if (m_is_in_head)
         m_head = curl_read_head(handle());
     CURL_OUTCOME outcome{result, {}};
@@ -308,11 +309,11 @@ void CURL_TRANSFER::finish(CURLcode result)
     else
         outcome = curl_judge_end(outcome, m_head, m_offset, m_skipped, m_decision.has_value());
 
-    // An empty file is a file, too.
+    // An empty body must still create the file.
     if (outcome.curl_code == CURLE_OK && !m_file.is_open() &&
         !m_file.open(m_request.path, FIO_APPEND_FILE::OPENING::create_if_missing))
         outcome = {CURLE_WRITE_ERROR, m_file.error()};
-    // Before anybody is told: whoever looks at the file then sees the time of its last change.
+    // Closed before the result is published, so that readers see the final modification time.
     m_file.close();
 
     if (m_settings.progress_callback != nullptr)

@@ -46,7 +46,7 @@ bool FIO_APPEND_FILE::open(const std::string& path, OPENING opening)
     m_error.clear();
     m_size = 0;
 
-    // O_NONBLOCK keeps a named pipe from holding the run up until somebody reads it.
+    // O_NONBLOCK prevents the call from blocking on a named pipe without a reader.
     const int create = opening == OPENING::create_if_missing ? O_CREAT : 0;
     m_file = ::open(path.c_str(),
                     O_WRONLY | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | create, 0666);

@@ -16,7 +16,7 @@ HANDLE handle(std::intptr_t file)
     return reinterpret_cast<HANDLE>(file);
 }
 
-/// The system's sentence for an error, without its full stop and line end.
+/// The system's message for an error, without its full stop and line end.
 std::string reason(DWORD error)
 {
     std::array<wchar_t, 512> wide{};
@@ -35,7 +35,7 @@ bool is_link(HANDLE file)
            IsReparseTagNameSurrogate(tag.ReparseTag);
 }
 
-/// Other programs may read it meanwhile, as hashing does, and none may write, move or remove it.
+/// Other programs may read the file meanwhile, as hashing does, but not write, move or remove it.
 HANDLE open_for_appending(const FIO_PATH& path, bool create, DWORD link_flag)
 {
     return ::CreateFileW(path.c_str(), FILE_APPEND_DATA | FILE_READ_ATTRIBUTES | SYNCHRONIZE,
@@ -75,8 +75,8 @@ bool FIO_APPEND_FILE::open(const std::string& path, OPENING opening)
     const bool led_elsewhere = file != INVALID_HANDLE_VALUE && is_link(file);
     if (file != INVALID_HANDLE_VALUE && !led_elsewhere)
     {
-        // What isn't a link and still needs the file system's help, as a file kept in a cloud
-        // does, is opened the way every program opens it.
+        // A reparse point that isn't a link, such as a file kept in a cloud, is reopened without
+        // FILE_FLAG_OPEN_REPARSE_POINT.
         FILE_ATTRIBUTE_TAG_INFO tag = {};
         ::GetFileInformationByHandleEx(file, FileAttributeTagInfo, &tag, sizeof tag);
         if ((tag.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0)

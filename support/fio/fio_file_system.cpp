@@ -35,7 +35,7 @@ bool FIO_FILE_SYSTEM::move(const std::string& from, const std::string& to, bool 
     if (renaming != RENAMING::other_file_system)
         return renaming == RENAMING::done;
 
-    // Copy beside the target first, so that the target is never half a file.
+    // Copy to a temporary file next to the target first, so that the target is never incomplete.
     const FIO_PATH parent = fio_path(to).parent_path();
     const std::string copy = get_tmp_path(parent.empty() ? "." : parent.u8string());
     if (!create_private_file(copy))

@@ -12,7 +12,7 @@
 namespace
 {
 
-/// From here on the calls want the prefix; a directory must leave room for a short file name.
+/// System calls require the prefix for longer paths; a directory must leave room for an 8.3 name.
 constexpr std::size_t longest_plain_path = 246;
 
 DWORD last_error_unless(BOOL succeeded)
@@ -52,7 +52,7 @@ struct HANDLE_DELETER
 };
 using HANDLE_OWNER = std::unique_ptr<void, HANDLE_DELETER>;
 
-/// Rights for the user who runs this, the system and the administrators; none are inherited.
+/// Rights for the current user, the system and the administrators; none are inherited.
 class PRIVATE_RIGHTS
 {
 public:
@@ -102,12 +102,12 @@ FIO_PATH fio_path(std::string_view utf8)
     const std::wstring& text = path.native();
     if (text.size() <= longest_plain_path || !path.is_absolute() || text.rfind(L"\\\\?\\", 0) == 0)
         return path;
-    // Behind the prefix the system takes every part as it stands, so that ".." must have gone.
+    // With the prefix the system doesn't normalize the path, so ".." must be resolved first.
     const std::wstring whole = path.lexically_normal().native();
     return whole.rfind(L"\\\\", 0) == 0 ? L"\\\\?\\UNC" + whole.substr(1) : L"\\\\?\\" + whole;
 }
 
-// The library's own questions about paths find nothing behind the prefix of long ones.
+// The standard library's queries fail for paths with the prefix.
 bool FIO_FILE_SYSTEM::exists(const std::string& path)
 {
     return ::GetFileAttributesW(fio_path(path).c_str()) != INVALID_FILE_ATTRIBUTES;
@@ -161,7 +161,7 @@ bool FIO_FILE_SYSTEM::remove_unless_held(const std::string& path)
     const FIO_PATH native = fio_path(path);
     if (is_gone(remove_once(native)))
         return true;
-    // An administrator's run can leave it to the system.
+    // Works only for an administrator.
     ::MoveFileExW(native.c_str(), nullptr, MOVEFILE_DELAY_UNTIL_REBOOT);
     return false;
 }

@@ -60,8 +60,8 @@ std::error_code FIO_FLUSH_HANDLE::flush() const
     const std::error_code error = flush_once(descriptor(m_file));
     if (!error || cannot_flush_at_all(error))
         return {};
-    // Linux takes bytes that it failed to write for written from then on: a checksum of the cached
-    // bytes and the next flush would both pass.
+    // After a failed write Linux marks the cached pages as clean: a checksum of the cached bytes
+    // and the next flush would both pass.
     ::posix_fadvise(descriptor(m_file), 0, 0, POSIX_FADV_DONTNEED);
     return error;
 }

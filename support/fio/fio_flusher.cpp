@@ -24,8 +24,7 @@ void FIO_FLUSHER::request(const FIO_APPEND_FILE& file)
     const std::lock_guard lock(m_mutex);
     if (find(file) != m_queue.end())
         return;
-    // Without a handle or a thread nothing is lost: a complete file is flushed by whoever checks
-    // it.
+    // Without a handle or a thread nothing is lost: the integrity check flushes a complete file.
     std::unique_ptr<FIO_FLUSH_HANDLE> handle = file.flush_handle();
     if (handle == nullptr || !start_thread())
         return;

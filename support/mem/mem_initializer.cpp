@@ -7,7 +7,7 @@
 namespace
 {
 
-/// Nothing can be freed that would help, and no caller is written to go on without its memory.
+/// There is no memory to free, and no caller can handle an allocation failure.
 [[noreturn]] void end_out_of_memory()
 {
     std::fputs("Out of memory.\n", stderr);

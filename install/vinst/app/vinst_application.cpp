@@ -25,14 +25,14 @@ void filter_message(QtMsgType type, const QMessageLogContext& context, const QSt
         previous_handler(type, context, text);
     if (type == QtFatalMsg && is_making_application)
     {
-        // Qt would abort; a display that can't be opened is no reason for a core dump.
+        // Qt would abort with a core dump if the display can't be opened.
         print_line("The display cannot be opened. Check DISPLAY, or use the console program " +
                    utf8(console_host_name(host_platform())) + ".");
         std::_Exit(1);
     }
 }
 
-/// Sets variables of the environment and puts back what was there before.
+/// Sets environment variables and restores the previous values.
 class SCOPED_ENVIRONMENT
 {
 public:
@@ -80,7 +80,7 @@ void gate_qt_messages()
 
 std::unique_ptr<QApplication> make_application(char** argv, bool with_windows)
 {
-    static int argument_count = 1; // Qt keeps a reference
+    static int argument_count = 1; // QApplication keeps a reference
     SCOPED_ENVIRONMENT environment;
     if (!with_windows)
     {

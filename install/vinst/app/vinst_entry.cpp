@@ -30,18 +30,18 @@ namespace
 
 constexpr int stopped_early = 1;
 
-/// Both before any call of the entry: the library is being loaded.
+/// Initialized when the library is loaded, before the entry function can be called.
 const MEM_INITIALIZER memory_initializer;
 const bool has_fatal_handlers = (install_fatal_handlers(), true);
 
-/// A part of the log's file name; what a manifest says can't lead elsewhere.
+/// Makes text from the manifest safe as a part of the log's file name.
 QString file_name_part(QString text)
 {
     static const QRegularExpression unsafe(QStringLiteral(R"([^\p{L}\p{N}._-])"));
     return text.replace(unsafe, "_");
 }
 
-/// The first name that is free: the name itself, or the name with ".1", ".2" and so on.
+/// Renames an existing file to the first free name with ".1", ".2" and so on.
 void move_aside(const std::string& path)
 {
     if (!FIO_FILE_SYSTEM::exists(path))
@@ -52,7 +52,7 @@ void move_aside(const std::string& path)
     FIO_FILE_SYSTEM::move(path, path + "." + std::to_string(number), true);
 }
 
-/// Moves the run's log to where its user looks for it: beside the downloads.
+/// Moves the log to the download directory, where the user looks for it.
 void keep_log(VINST_RELEASE& release)
 {
     const std::string temporary = VINST_MESSAGES::instance().log_path;
@@ -95,7 +95,7 @@ int run(VINST_OPTIONS& options)
     return 0;
 }
 
-/// The run from the temporary directory on; the application object exists.
+/// The run after the application object has been created.
 int run_with_application(int argc, char** argv, bool gui_host)
 {
     const QString temp = temp_dir();
@@ -126,7 +126,7 @@ int run_with_application(int argc, char** argv, bool gui_host)
     return exit_code;
 }
 
-/// A message box may be open before the main dialog exists; when the process is to stop, it closes.
+/// Closes message boxes that are open before the main dialog exists when the process is to stop.
 int run_with_message_boxes(int argc, char** argv, bool gui_host)
 {
     const THR_STOP_SUBSCRIPTION dismissal(
@@ -153,7 +153,8 @@ int install_vinst_run(int argc, char** argv, bool gui_host)
     }
 
     std::unique_ptr<QApplication> application = make_application(argv, with_windows);
-    // Not before: connecting to a display may hang, and until here a signal leaves nothing behind.
+    // Not earlier: connecting to a display may hang, and until here a signal can end the process
+    // safely.
     VINST_STOP_SIGNALS signals;
     const int exit_code = run_with_message_boxes(argc, argv, gui_host);
     application.reset();

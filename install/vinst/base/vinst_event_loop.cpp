@@ -11,7 +11,7 @@ void process_events()
 
 void wake_event_loop()
 {
-    // An event and not the dispatcher's own call: after that some platforms go back to sleep.
+    // Not QAbstractEventDispatcher::wakeUp: after that, some platforms go back to sleep.
     if (QCoreApplication* const application = QCoreApplication::instance())
         QCoreApplication::postEvent(application, new QEvent(QEvent::User));
 }

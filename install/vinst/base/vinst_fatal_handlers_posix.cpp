@@ -12,7 +12,7 @@
 namespace
 {
 
-// All of this runs inside signal handlers: system calls and lock-free atomics only.
+// This file's code runs in signal handlers: only system calls and lock-free atomics are allowed.
 
 std::atomic<long> terminating_thread{0};
 
@@ -39,7 +39,7 @@ extern "C" void on_fatal_signal(int signal_number, siginfo_t* info, void*)
     const bool is_first = terminating_thread.compare_exchange_strong(first, this_thread());
     if (!is_first && first != this_thread())
     {
-        // Another thread is ending the process; returning would only raise the fault again.
+        // Another thread is terminating the process; returning would raise the fault again.
         for (;;)
             ::pause();
     }
@@ -59,7 +59,7 @@ extern "C" void on_fatal_signal(int signal_number, siginfo_t* info, void*)
 
 void install_exception_translator()
 {
-    // A stack that overflowed can't carry its own handler.
+    // The handler can't run on a stack that has overflowed.
     static std::array<char, 64 * 1024> handler_stack;
     stack_t stack = {};
     stack.ss_sp = handler_stack.data();

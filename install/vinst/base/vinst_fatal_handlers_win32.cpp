@@ -16,7 +16,7 @@
 namespace
 {
 
-/// Left on a stack that overflowed, so that it can carry the handler.
+/// Bytes kept free on the stack, so that the handler can run after an overflow.
 constexpr ULONG stack_for_handler = 64 * 1024;
 
 std::atomic<DWORD> terminating_thread{0};
@@ -36,7 +36,7 @@ void end_by_exception(const EXCEPTION_RECORD* record)
     DWORD first = 0;
     const bool is_first = terminating_thread.compare_exchange_strong(first, ::GetCurrentThreadId());
     if (!is_first && first != ::GetCurrentThreadId())
-        ::Sleep(INFINITE); // another thread is ending the process
+        ::Sleep(INFINITE); // another thread is terminating the process
     const bool under_way = main_terminate_called(1);
     if (under_way)
     {
@@ -77,7 +77,7 @@ LONG WINAPI on_unhandled_exception(EXCEPTION_POINTERS* pointers)
 
 void install_exception_translator()
 {
-    // The filter serves every thread; a translator only the one that sets it.
+    // The filter applies to every thread; a translator only to the one that sets it.
     ::SetUnhandledExceptionFilter(on_unhandled_exception);
 #if defined(_MSC_VER)
     _set_se_translator(translate);
@@ -96,7 +96,7 @@ void end_process_now(int exit_code) noexcept
 
 void write_to_standard_error(const char* text) noexcept
 {
-    // As the C library would end the lines, without its buffers.
+    // Converts line ends as the C library would, but without its buffers.
     std::fflush(stderr);
     const HANDLE handle = ::GetStdHandle(STD_ERROR_HANDLE);
     const auto write = [handle](std::string_view part)

@@ -14,7 +14,7 @@ bool is_windows(const QString& platform)
     return platform == "windows";
 }
 
-/// For a POSIX shell; a text that needs no quotes stays as it is.
+/// Quotes for a POSIX shell; a text that needs no quotes is unchanged.
 QString shell_quoted(const QString& text)
 {
     static const QRegularExpression special(QStringLiteral("[^A-Za-z0-9_./:=@%+,-]"));
@@ -24,7 +24,7 @@ QString shell_quoted(const QString& text)
     return '\'' + quoted.replace('\'', "'\\''") + '\'';
 }
 
-/// For the "start" of cmd.exe, which takes the first text in quotes for a window's title.
+/// Quotes for the "start" command of cmd.exe, which treats the first quoted text as a window title.
 QString command_processor_quoted(const QString& path)
 {
     static const QRegularExpression special(QStringLiteral("[^A-Za-z0-9_.:\\\\/-]"));

@@ -34,7 +34,8 @@ void open_missing_standard_streams()
     {
         if (::fcntl(stream, F_GETFD) != -1 || errno != EBADF)
             continue;
-        // It gets the lowest free number, which is this one. Programs that are started inherit it.
+        // The new descriptor gets the lowest free number, which is this one. Child processes
+        // inherit it.
         if (::open("/dev/null", O_RDWR) != stream)
             return;
     }

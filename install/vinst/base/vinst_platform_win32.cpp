@@ -12,7 +12,7 @@
 namespace
 {
 
-/// The console's code page is the user's; it gets back what it had.
+/// Sets the console's code page to UTF-8 and restores the user's afterwards.
 class UTF8_CONSOLE
 {
 public:
@@ -66,9 +66,9 @@ QString library_directory()
 void open_missing_standard_streams()
 {
     // The C library has already reserved its descriptors 0 to 2: without a handle, printing fails
-    // and nothing opened later gets their numbers. That leaves the system's own record of the
-    // standard handles, where a caller may have passed on a number that means nothing here, but may
-    // be reused for a file. Windowed programs usually have none at all, which is safe as it is.
+    // and nothing opened later gets these numbers. The system's own standard handles remain: a
+    // caller may have passed on a value that is invalid in this process, but may be reused for a
+    // file. Windowed programs usually have none, which is safe.
     for (const DWORD stream : {STD_INPUT_HANDLE, STD_OUTPUT_HANDLE, STD_ERROR_HANDLE})
     {
         const HANDLE handle = ::GetStdHandle(stream);
@@ -101,6 +101,6 @@ bool has_display()
 
 void use_utf8_file_names()
 {
-    // The file names themselves are wide; this is for what passes through narrow text on its way.
+    // File names are wide on Windows; this affects those converted from narrow text.
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
 }

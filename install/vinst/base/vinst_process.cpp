@@ -24,11 +24,11 @@ namespace
 {
 
 constexpr int not_started = -1;
-constexpr int crash_base = 128; // as shells count: 128 and the signal's number
+constexpr int crash_base = 128; // as in shells: 128 plus the signal number
 constexpr std::chrono::milliseconds grace_after_stop{1200};
 constexpr std::chrono::milliseconds stop_check_interval{200};
 
-/// The list form of a command: the program, then its arguments.
+/// Splits a command: the program, then its arguments.
 struct COMMAND_LIST final : QStringList
 {
     explicit COMMAND_LIST(const QString& command) : QStringList(QProcess::splitCommand(command))
@@ -37,14 +37,15 @@ struct COMMAND_LIST final : QStringList
     }
 };
 
-/// An installer runs where its own files are; a program that is looked up runs where this one does.
+/// The installer's own directory; for a program found by PATH, this program's working directory.
 QString working_directory(const QString& program)
 {
     const QFileInfo file(program);
     return file.isAbsolute() ? file.path() : QString();
 }
 
-/// Takes an installer's output, so that megabytes of it need neither memory nor a reader.
+/// A temporary file for an installer's output, so that large output needs neither memory nor a
+/// reader.
 class OUTPUT_FILE
 {
 public:
@@ -52,7 +53,7 @@ public:
     {
         m_exists = FIO_FILE_SYSTEM::create_private_file(m_path);
     }
-    /// A child that the installer leaves behind may hold it on; nobody waits for that.
+    /// A process left behind by the installer may still have the file open; don't wait for that.
     ~OUTPUT_FILE() { FIO_FILE_SYSTEM::remove_unless_held(m_path); }
     OUTPUT_FILE(const OUTPUT_FILE&) = delete;
     OUTPUT_FILE& operator=(const OUTPUT_FILE&) = delete;
@@ -68,7 +69,7 @@ private:
     bool m_exists = false;
 };
 
-/// Ends the installer when the run is to stop; the request may come on any thread.
+/// Ends the installer when a stop is requested, which may happen on any thread.
 class STOP_GUARD
 {
 public:
@@ -90,7 +91,7 @@ public:
                          });
         m_check.start(stop_check_interval);
     }
-    /// What the installer has started may have outlived it.
+    /// Child processes of the installer may have outlived it.
     ~STOP_GUARD()
     {
         if (m_is_stopping)
@@ -116,7 +117,7 @@ private:
     THR_STOP_SUBSCRIPTION m_subscription;
 };
 
-/// Starts the process and returns once it has ended, or could not be started.
+/// Starts the process and returns when it has ended or could not be started.
 void run_to_end(QProcess& process, const std::function<bool()>& is_to_stop)
 {
     QEventLoop loop;

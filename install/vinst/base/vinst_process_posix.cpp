@@ -8,7 +8,8 @@
 namespace
 {
 
-/// In a group of its own, a terminal's Ctrl-C reaches the installer once: from this program.
+/// Runs the installer in a separate process group, so that a terminal's Ctrl-C doesn't reach it
+/// twice.
 class GROUP_PROCESS final : public QProcess
 {
 public:
@@ -23,8 +24,9 @@ public:
                 });
     }
 
-    /// Also when its leader has ended: its number is taken as long as there are others in it. While
-    /// the process starts there may be no group yet, so the signal is sent once it has started.
+    /// Safe after the group's leader has ended: the id isn't reused while the group has members.
+    /// The group may not exist while the process is starting, so the signal is then sent once it
+    /// has started.
     void signal_group(int signal_number)
     {
         if (m_group > 0)

@@ -9,9 +9,9 @@ namespace
 
 constexpr int elevation_required = 740; // ERROR_ELEVATION_REQUIRED, which MinGW's headers lack
 
-constexpr UINT ended_on_request = 0xC000013A; // as a program that Ctrl-C has ended
+constexpr UINT ended_on_request = 0xC000013A; // exit status after Ctrl-C
 
-/// Qt's replacement for what it calls deprecated yields the number alone, not the handles.
+/// Qt's replacement for this deprecated function returns only the process id, not the handles.
 const PROCESS_INFORMATION& handles_of(const QProcess& process)
 {
     QT_WARNING_PUSH
@@ -20,8 +20,8 @@ const PROCESS_INFORMATION& handles_of(const QProcess& process)
     QT_WARNING_POP
 }
 
-/// The installer and all that it starts, in a job: what is killed is killed whole. A Ctrl-C of the
-/// console comes to it from this program alone.
+/// Runs the installer in a job, so that it can be killed together with all its child processes. The
+/// console's Ctrl-C doesn't reach it directly, only through this program.
 class GROUP_PROCESS final : public QProcess
 {
 public:
@@ -29,7 +29,7 @@ public:
     {
         setCreateProcessArgumentsModifier([](CreateProcessArguments* arguments)
                                           { arguments->flags |= group_flags; });
-        // It starts once it is in the job, so that nothing it starts is missed.
+        // It is created suspended and resumed in the job, so that no child process is missed.
         connect(this, &QProcess::started, this,
                 [this]
                 {
@@ -47,7 +47,7 @@ public:
     GROUP_PROCESS(const GROUP_PROCESS&) = delete;
     GROUP_PROCESS& operator=(const GROUP_PROCESS&) = delete;
 
-    /// Without a job, only the process itself can be ended.
+    /// Without a job, only the process itself can be killed.
     void kill_job()
     {
         if (!m_is_in_job || ::TerminateJobObject(m_job, ended_on_request) == FALSE)
@@ -57,7 +57,7 @@ public:
 private:
     static constexpr unsigned long group_flags = CREATE_NEW_PROCESS_GROUP | CREATE_SUSPENDED;
 
-    HANDLE m_job; ///< null when the system gave none
+    HANDLE m_job; ///< null if it could not be created
     bool m_is_in_job = false;
 };
 
@@ -73,7 +73,7 @@ void pass_signal_on(QProcess& process, int)
     if (process.state() == QProcess::NotRunning)
         return;
     ::GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, static_cast<DWORD>(process.processId()));
-    process.terminate(); // for one that has a window
+    process.terminate(); // for a program that has a window
 }
 
 void kill_group(QProcess& process)

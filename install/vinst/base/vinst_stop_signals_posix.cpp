@@ -15,7 +15,7 @@ namespace
 
 constexpr std::array<int, 3> watched = {SIGINT, SIGTERM, SIGHUP};
 
-// Written by the signal handler on any thread, read by the watching and the main thread.
+// Written by the signal handler on any thread, read by the watch thread and the main thread.
 std::atomic<int> received_signal{0};
 std::atomic<int> wake_descriptor{-1};
 
@@ -25,7 +25,7 @@ extern "C" void on_stop_signal(int signal_number)
     int none = 0;
     if (!received_signal.compare_exchange_strong(none, signal_number))
     {
-        // The second request: whoever asks twice doesn't want to wait.
+        // A second request ends the process at once.
         ::signal(signal_number, SIG_DFL);
         ::raise(signal_number);
     }
@@ -37,7 +37,7 @@ extern "C" void on_stop_signal(int signal_number)
 
 }
 
-/// A thread turns the handler's byte into the stop request, which may lock and call subscribers.
+/// A thread converts the handler's byte to the stop request, which locks and calls subscribers.
 struct VINST_STOP_SIGNALS::WATCH
 {
     std::array<int, 2> pipe{-1, -1};
@@ -50,7 +50,7 @@ VINST_STOP_SIGNALS::VINST_STOP_SIGNALS() : m_watch(std::make_unique<WATCH>())
     received_signal = 0;
     if (::pipe2(m_watch->pipe.data(), O_CLOEXEC) != 0)
         return;
-    // The handler runs on any thread and must never wait; a byte that is on its way is enough.
+    // The handler runs on any thread and must not block; one byte in the pipe is enough.
     ::fcntl(m_watch->pipe[1], F_SETFL, O_NONBLOCK);
     wake_descriptor = m_watch->pipe[1];
     m_watch->thread = std::thread(

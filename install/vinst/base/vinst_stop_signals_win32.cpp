@@ -14,13 +14,13 @@
 
 #include <windows.h>
 
-// Requests come from two sides: from the console, on a thread of the system's, and as window
-// messages when the user's session ends. The system may end the process as soon as such a request
-// is answered, so it is answered once the run has unwound. The main thread can't wait for that
-// inside a message's handler, because the job that has to unwind is further up on its own stack.
-// Therefore a thread with a hidden window waits in its place: the system asks the windows of all
-// threads and ends the process only when each has answered. The main thread's windows only pass the
-// request on, in whichever order they are asked.
+// Requests come from the console, on a system thread, and as window messages when the user's
+// session ends. The system may end the process as soon as such a request has been handled, so the
+// handler returns only after the run has unwound. The main thread can't wait for that in a message
+// handler, because the job that has to unwind is further up on its own stack. Therefore a thread
+// with a hidden window waits instead: the system asks the windows of all threads and ends the
+// process only when all have responded. The main thread's windows only pass the request on, in
+// whichever order they are asked.
 
 namespace
 {
@@ -30,16 +30,17 @@ constexpr const wchar_t* session_window_class = L"vinst_session_watch";
 /// The system ends a process 5 s after its console was closed.
 constexpr DWORD grace_of_console = 4500; // ms
 
-/// The system waits as long as it has a reason to show; the user may then end the process anyway.
+/// The system waits as long as there is a reason to show; the user can end the process anyway.
 constexpr DWORD grace_of_session = 20'000; // ms
 
-constexpr DWORD ended_by_control_c = 0xC000013A; // what such a process's exit code is by itself
+constexpr DWORD ended_by_control_c =
+    0xC000013A; // the exit code after a Ctrl-C that was not handled
 
-// Written on the thread that gets the request, read by the main thread. One more than the kind of
-// the request; 0 when there was none.
+// Written on the thread that receives the request, read by the main thread. The kind of the request
+// plus one; 0 when there was none.
 std::atomic<int> received_request{0};
 
-/// Set once the run has unwound and the process may go.
+/// Signalled when the run has unwound and the process may end.
 std::atomic<HANDLE> run_ended{nullptr};
 
 /// \return whether it was the first one
@@ -56,7 +57,7 @@ BOOL WINAPI on_console_request(DWORD kind)
 {
     const bool can_wait = kind == CTRL_C_EVENT || kind == CTRL_BREAK_EVENT;
     if (!take_request(kind) && can_wait)
-        ::TerminateProcess(::GetCurrentProcess(), ended_by_control_c); // asked twice: at once
+        ::TerminateProcess(::GetCurrentProcess(), ended_by_control_c); // second request
     if (!can_wait)
         ::WaitForSingleObject(run_ended, grace_of_console); // returning ends the process
     return TRUE;
@@ -73,7 +74,7 @@ LRESULT CALLBACK on_session_message(HWND window, UINT message, WPARAM is_ending,
     switch (message)
     {
     case WM_QUERYENDSESSION:
-        return TRUE; // another program may still refuse: nothing is stopped yet
+        return TRUE; // another program may still refuse, so nothing is stopped yet
     case WM_ENDSESSION:
         if (is_ending == FALSE)
             return 0;
@@ -90,8 +91,8 @@ LRESULT CALLBACK on_session_message(HWND window, UINT message, WPARAM is_ending,
     }
 }
 
-/// The thread that waits with the answer to the session's end. A console program needs it as well:
-/// one that loads the windows' library isn't told by its console.
+/// The thread that delays the end of the session. Console programs need it, too: a process that has
+/// loaded user32.dll is not notified by its console.
 class SESSION_WATCH
 {
 public:
@@ -112,7 +113,7 @@ public:
     SESSION_WATCH& operator=(const SESSION_WATCH&) = delete;
 
 private:
-    /// A window for messages alone would not be asked, so this is an ordinary one, never shown.
+    /// Message-only windows are not asked, so this is an ordinary window that is never shown.
     static HWND make_window()
     {
         WNDCLASSEXW window_class = {};
@@ -120,7 +121,7 @@ private:
         window_class.lpfnWndProc = on_session_message;
         window_class.hInstance = ::GetModuleHandleW(nullptr);
         window_class.lpszClassName = session_window_class;
-        ::RegisterClassExW(&window_class); // fails when it is registered already
+        ::RegisterClassExW(&window_class); // fails if already registered
         return ::CreateWindowExW(WS_EX_TOOLWINDOW, session_window_class, L"", WS_POPUP, 0, 0, 0, 0,
                                  nullptr, nullptr, window_class.hInstance, nullptr);
     }
@@ -138,8 +139,8 @@ private:
     HWND m_window = nullptr; ///< null where there is no desktop
 };
 
-/// Answers for Qt's windows. Qt itself would ask the user whether they may close, and end the event
-/// loops that a job is waiting in.
+/// Handles the request for Qt's windows. Qt itself would ask the user whether they may close, and
+/// end the event loops in which a job is waiting.
 class SESSION_FILTER final : public QAbstractNativeEventFilter
 {
 public:
@@ -177,8 +178,8 @@ VINST_STOP_SIGNALS::VINST_STOP_SIGNALS() : m_watch(std::make_unique<WATCH>())
 
 VINST_STOP_SIGNALS::~VINST_STOP_SIGNALS()
 {
-    // First, as the system takes no handler back while it runs. The event is left to the process:
-    // a request that came last may still look at it.
+    // Set first, because the system can't remove a handler while it runs. The event is never
+    // closed: a late request may still use it.
     ::SetEvent(m_watch->ended);
     ::SetConsoleCtrlHandler(on_console_request, FALSE);
 }

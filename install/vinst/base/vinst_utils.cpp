@@ -30,10 +30,10 @@ bool refuse(std::string& error, const std::string& text)
     return false;
 }
 
-/// Makes the directory and removes it again, with all the parents that were made for it.
+/// Creates the directory and removes it again, with all the parents created for it.
 bool can_be_created(const QString& path)
 {
-    // Only what the probe made may go: rmpath would also take empty parents that were there before.
+    // Not rmpath, which would also remove empty parents that existed before.
     QStringList missing;
     for (QString dir = QDir::cleanPath(QDir(path).absolutePath());
          !QFileInfo::exists(dir) && !missing.contains(dir); dir = QFileInfo(dir).path())

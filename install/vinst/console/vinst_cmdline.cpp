@@ -42,8 +42,8 @@ bool refuse(const std::string& text, bool is_error)
     return false;
 }
 
-/// Whether what stands before the "@" of a server can't be told from the rest of an address, so
-/// that a password in it could not be kept off the screen.
+/// Whether the text before the "@" of a server is ambiguous, so that a password in it could not be
+/// redacted.
 bool has_unclear_credentials(const std::string& server)
 {
     const std::size_t scheme = server.find("://");
@@ -65,7 +65,7 @@ void view_licence()
     const QString path = QDir::cleanPath(QCoreApplication::applicationDirPath() +
                                          QDir::separator() + "../licenses/main.html");
     const std::string command = utf8(open_page_command(path, host_platform()));
-    // The page may have no browser to be seen in; its place is then told.
+    // If no browser can be started, print the path of the page instead.
     if (std::system(command.c_str()) != 0)
         print_line(message("MSG_VIEW_EULA", utf8(QFileInfo(path).absolutePath())));
 }
@@ -74,7 +74,7 @@ void view_licence()
 
 bool may_run_graphically(int argc, const char* const* argv, bool gui_host)
 {
-    // The parser takes any unambiguous beginning of an option's name, such as "--g".
+    // The parser accepts any unambiguous abbreviation of an option, such as "--g".
     constexpr std::size_t shortest = 3;
     const auto given = [=](std::string_view option)
     {
@@ -137,7 +137,7 @@ bool VINST_OPTIONS::parse_variables(int argc, char** argv)
     const VINST_OPTION_GROUPS groups({});
     try
     {
-        // No argument stands by itself: a stray word is an error, not nothing.
+        // There are no positional arguments: any is an error.
         boost::program_options::store(
             boost::program_options::command_line_parser(argc, argv)
                 .options(groups.all())
@@ -215,7 +215,7 @@ bool VINST_OPTIONS::take_proxy()
     const auto colons = std::count(proxy.begin(), proxy.end(), ':');
     if (colons < 1 || colons > 2)
         return refuse(message("ERROR_INVALID_PROXY_SERVER_INFO"), true);
-    // With two colons the first belongs to the scheme.
+    // With two colons, the first belongs to the scheme.
     const std::size_t split = proxy.rfind(':');
     proxy_server = proxy.substr(0, split);
     proxy_port = proxy.substr(split + 1);

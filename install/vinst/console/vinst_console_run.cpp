@@ -76,7 +76,7 @@ void wait_for_retry(VINST_CONSOLE_VIEW& view, int attempt, std::chrono::seconds 
     report("Download stopped", false);
 }
 
-/// \return whether all components are there and passed their checks
+/// \return whether all components are complete and passed their checks
 bool download_with_retries(VINST_DOWNLOADER_MGR& manager, VINST_CONSOLE_VIEW& view,
                            const VINST_OPTIONS& options)
 {

@@ -9,16 +9,16 @@ namespace
 
 constexpr const char* start_line = "Start download ...\n";
 
-/// Lines between the progress block and the start line above it, with those of the retry message.
+/// Lines between the progress block and the start line, including those of the retry message.
 constexpr int lines_around_block = 4;
 
-/// Moves the cursor that many lines up, to the start of an emptied line.
+/// Moves the cursor up by that many lines and clears the line.
 std::string cursor_up(int lines)
 {
     return "\x1b[" + std::to_string(lines) + "A\x1b[2K\r";
 }
 
-/// How many lines a text takes that was printed with a line break behind it.
+/// The number of lines of a text that is printed with a line break at its end.
 int line_count(const QString& text)
 {
     return text.count('\n') + 1;
@@ -47,7 +47,7 @@ void VINST_CONSOLE_VIEW::show_attempt(const VINST_COMPONENT_LIST& components)
     m_progress_text.clear();
     m_component_count = components.size();
     clear_below_cursor();
-    // Lines for the first redraw to move over.
+    // The first redraw moves the cursor over these lines.
     std::string text = "Download progress:\n";
     for (const VINST_COMPONENT* component : components)
         text += utf8(component->display_name()) + ": [...]\n";

@@ -41,8 +41,8 @@ QString VINST_BROWSER_PREFERENCES::chosen_autoconfig_url() const
 namespace
 {
 
-/// Takes the comments out of a line. \param in_comment  whether one goes on from, or to, another
-/// line
+/// Removes the comments from a line. \param in_comment whether a comment continues from the
+/// previous line, and to the next one
 QString without_comments(const QString& line, bool& in_comment)
 {
     QString code;

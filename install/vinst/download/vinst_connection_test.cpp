@@ -28,7 +28,7 @@ std::int64_t on_test_progress(CURL_PROGRESS_DATA*, std::uint64_t, std::uint64_t)
     return is_to_stop() ? -1 : 0;
 }
 
-/// The test file's own name, or a safe one.
+/// The test file's name, or a default if it isn't safe.
 std::string test_file_name(const QString& test_url)
 {
     const QString name = QUrl(test_url).fileName();
@@ -136,7 +136,7 @@ bool VINST_CONNECTION_TEST::try_once(const CURL_PROXY_INFO& proxy, const std::st
     m_view.show_connection_attempt(host, proxy.port());
     run_log().debug("test download file path: %s", path);
 
-    // Each attempt starts without a file: what an earlier one left may be anything.
+    // Each attempt starts without a file, because the file of an earlier one may have any content.
     FIO_FILE_SYSTEM::remove_if_exists(path);
     CURL_DOWNLOADER downloader("", proxy, false, connect_seconds);
     downloader.set_progress_callback(on_test_progress);

@@ -44,8 +44,8 @@ QString error_text_of(const CURL_PROGRESS_DATA& data)
     return without_control_characters(QString::fromUtf8(data.error_text.data()));
 }
 
-/// Whether the transfer has an error line. One that was stopped has none, nor one that no server
-/// has answered.
+/// Whether the transfer has an error line. A stopped transfer has none, nor one without a response
+/// from a server.
 bool is_in_error(const CURL_PROGRESS_DATA& data)
 {
     // The status is stored last, so it is read first.
@@ -89,7 +89,7 @@ void VINST_DOWNLOADER_MGR::set_components(const VINST_COMPONENT_LIST& components
 
 bool VINST_DOWNLOADER_MGR::download(int parallel_downloads)
 {
-    // First of all: a stop may come as soon as events are processed below.
+    // Must be first: a stop may be requested as soon as events are processed below.
     begin_stoppable_work();
     m_stopped = false;
     run_log().info("Do download ...");
@@ -152,7 +152,7 @@ void VINST_DOWNLOADER_MGR::delete_corrupted_file(VINST_COMPONENT* component)
     const QString text = QStringLiteral("Deleting corrupted components...");
     m_view.show_status(text);
     run_log().info(utf8(text));
-    QTimer events; // keeps process_events from sleeping on
+    QTimer events; // wakes process_events
     events.start(event_interval);
     FIO_FILE_SYSTEM::remove_if_exists(utf8(component->file.path()),
                                       [this]
@@ -173,7 +173,7 @@ void VINST_DOWNLOADER_MGR::wait_for_downloads(CURL_DOWNLOADER& downloader)
     while (!downloader.downloads_complete())
     {
         m_view.process_events();
-        // A check starts as soon as its file is there; the figures are renewed once a second.
+        // A check starts as soon as its file is complete; the figures are updated once per second.
         if (const std::size_t now = downloader.finished_files(); now != finished)
         {
             finished = now;
@@ -265,7 +265,7 @@ void VINST_DOWNLOADER_MGR::take_error(const VINST_COMPONENT& component,
     const CURL_PROGRESS_DATA& data = *component.progress_data;
     progress.error_line =
         transfer_error_line(progress.name, error_text_of(data), data.http_code, data.curl_code);
-    // Each pass repeats the line for the screen; once is enough for the log.
+    // Each pass repeats the line on the screen; it is logged once.
     if (!m_logged_error_lines.contains(progress.error_line))
         run_log().info("%s", utf8(progress.error_line));
     m_logged_error_lines.insert(progress.error_line);
@@ -335,7 +335,7 @@ void VINST_DOWNLOADER_MGR::sort_component(VINST_COMPONENT* component)
         run_log().debug("add passed component: %s", component->log_name());
         return;
     }
-    // What was written to a file after its check was never checked.
+    // The file may have been written after its check.
     if (file.has_passed())
         file.finish_check({});
     m_failed_components.push_back(component);
@@ -404,7 +404,7 @@ void VINST_DOWNLOADER_MGR::report_result(bool succeeded)
 
 void VINST_DOWNLOADER_MGR::report_unanswered_transfers()
 {
-    // A file that no server has answered for has no error line above; each reason is reported once.
+    // A transfer without a response has no error line above; each reason is reported once.
     QSet<QString> reported;
     for (const VINST_COMPONENT* component : m_components)
     {

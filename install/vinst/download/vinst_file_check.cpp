@@ -31,8 +31,8 @@ bool md5_matches(const QString& path, const QString& expected,
     return false;
 }
 
-/// Flushes a file and its name, so that a power cut cannot take from the user what was reported as
-/// verified.
+/// Flushes a file and its directory entry, so that a file reported as verified survives a power
+/// failure.
 bool is_on_disk(const QString& path, const FIO_FLUSH_HANDLE& file)
 {
     std::error_code error = file.flush();
@@ -65,8 +65,8 @@ QString calc_md5sum(const QString& path, const std::function<bool()>& is_cancell
     if (count < 0)
         return {};
 
-    // For short times the label says ms and the number is microseconds. Scripts that read logs
-    // expect it so.
+    // For short times the number is in microseconds although the label is ms: scripts that read
+    // logs depend on it.
     const qint64 microseconds = elapsed.nsecsElapsed() / 1000;
     if (microseconds < 1'000'000)
         run_log().debug("calc_md5sum for file: %s, took: %d ms.", utf8(path), microseconds);
@@ -84,7 +84,7 @@ bool check_md5(const VINST_COMPONENT* component, const std::function<bool()>& is
 VINST_FILE_CHECK check_file(const QString& path, const QString& md5sum,
                             const std::function<bool()>& is_cancelled)
 {
-    // Open while the file is read: it learns of every write that fails meanwhile.
+    // Kept open while the file is read, so that it reports every write that fails meanwhile.
     const FIO_FLUSH_HANDLE flush_handle(utf8(path), is_cancelled);
     const auto before = FIO_FILE_SYSTEM::identity(utf8(path));
     const bool passed = md5_matches(path, md5sum, is_cancelled) && before &&

@@ -16,14 +16,14 @@ namespace
 
 using RESULT = VINST_INSTALL_OUTCOME::RESULT;
 
-/// A component whose turn came without an installer to run.
+/// A component without an installer to run.
 struct WITHOUT_INSTALLER
 {
     const VINST_COMPONENT* component;
     QString reason;
 };
 
-/// One run over the components that passed their checks.
+/// One installation of the components that passed their checks.
 class INSTALLATION
 {
 public:
@@ -52,7 +52,8 @@ private:
     const VINST_RELEASE& m_release;
     const VINST_COMPONENT_LIST& m_components;
     const std::function<bool()>& m_is_to_stop;
-    QStringList m_installed; ///< names: of what an installer ran for, and of parts it enabled
+    QStringList
+        m_installed; ///< names of components whose installers ran, and of parts that they enabled
     std::vector<WITHOUT_INSTALLER> m_without_installer;
 };
 
@@ -68,8 +69,8 @@ VINST_INSTALL_OUTCOME INSTALLATION::run()
 
 bool INSTALLATION::install_components()
 {
-    // Each command is built when its turn comes: what one installer installs, such as the device
-    // installer, decides on the commands after it.
+    // Each command is built just before it is run, because it may depend on what earlier installers
+    // have installed, such as the device installer.
     return std::all_of(m_components.begin(), m_components.end(),
                        [this](VINST_COMPONENT* component) { return install(*component); });
 }
@@ -84,7 +85,7 @@ bool INSTALLATION::install(VINST_COMPONENT& component)
         m_without_installer.push_back({&component, step.reason_for_none});
         return true;
     }
-    // The main product's installer reads the files of its parts, too.
+    // The main product's installer also reads the files of its parts.
     const VINST_COMPONENT_LIST own{&component};
     const VINST_COMPONENT_LIST& read_by_it = component.is_main_product() ? m_components : own;
     const bool unchanged =
@@ -100,7 +101,7 @@ bool INSTALLATION::is_unchanged_since_check(VINST_COMPONENT& component) const
 {
     if (component.file.is_verified())
         return true;
-    // It may only look different, as after a backup program has restored it.
+    // The content may be unchanged, for example after a restore from a backup.
     component.file.begin_check();
     const VINST_FILE_CHECK check =
         check_file(component.file.path(), component.md5sum, m_is_to_stop);
@@ -149,7 +150,7 @@ bool INSTALLATION::is_left_out(const VINST_COMPONENT* component) const
 
 QStringList INSTALLATION::not_installed() const
 {
-    // Decided at the end: the main product's installer may run after its parts had their turn.
+    // Decided at the end, because the main product's installer may run after its parts.
     QStringList lines;
     for (const auto& [component, reason] : m_without_installer)
         if (!is_installed_by_others(*component, m_installed))

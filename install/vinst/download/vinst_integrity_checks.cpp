@@ -23,8 +23,8 @@ namespace
 
 constexpr std::chrono::milliseconds collection_interval{500};
 
-/// What a worker thread does: the atomics cross threads, and the main thread reads the result once
-/// `finished` is set.
+/// The work of a worker thread. The atomics are shared between threads; the main thread reads the
+/// result once `finished` is set.
 struct CHECK_WORK
 {
     explicit CHECK_WORK(const VINST_COMPONENT& component)
@@ -54,7 +54,7 @@ struct CHECK_WORK
 
 }
 
-/// The check of one file, as the main thread sees it.
+/// The check of one file; used by the main thread.
 class VINST_DOWNLOADER_MGR_CHECK_INTEGRITY_TASK
 {
 public:
@@ -74,10 +74,10 @@ public:
     QTimer timer;
 };
 
-/// The worker threads' side.
+/// The worker threads.
 ///
-/// Debian's oneTBB is not built with the thread sanitizer, which therefore does not see that
-/// starting a oneTBB task orders what both threads do. Work is handed over under a mutex, which it
+/// Debian's oneTBB is not built with the thread sanitizer, which therefore doesn't see that
+/// starting a oneTBB task synchronizes both threads. Work is handed over under a mutex, which it
 /// does see.
 struct VINST_INTEGRITY_CHECKS::WORKERS
 {
@@ -104,8 +104,8 @@ private:
         return work;
     }
 
-    /// oneTBB counts the main thread as a worker, so that it has none of its own on one processor.
-    /// Here the main thread only waits: there is a worker for every processor, and no slot is kept.
+    /// oneTBB counts the main thread as a worker, so on one processor it would start no other. Here
+    /// the main thread only waits, so there is a worker per processor and no slot is reserved.
     static constexpr unsigned reserved_slots = 0;
     const int m_processors = tbb::this_task_arena::max_concurrency();
     const tbb::global_control m_limit{tbb::global_control::max_allowed_parallelism,
@@ -150,7 +150,7 @@ void VINST_INTEGRITY_CHECKS::cancel()
 {
     for (const std::shared_ptr<TASK>& task : qAsConst(m_cancellable))
         task->work->cancelled = true;
-    // One look gives every cancelled task up, so nothing stays pending.
+    // One pass gives up every cancelled task, so nothing stays pending.
     collect_all();
 }
 
@@ -218,6 +218,6 @@ void VINST_INTEGRITY_CHECKS::give_up(TASK& task)
     if (m_pending.removeAll(&task) == 0)
         return;
     task.component.file.forget_check();
-    // It may have been shown as being checked.
+    // It may be shown as being checked.
     m_view.show_integrity(&task.component, VINST_INTEGRITY_STATE::none);
 }

@@ -16,7 +16,7 @@ namespace
 constexpr int output_limit = 64 * 1024; // bytes
 constexpr std::chrono::milliseconds stop_check_interval{100};
 
-/// The script's world holds nothing of the user's: no proxy variable's password, no home.
+/// The helper gets none of the user's environment, such as passwords in proxy variables or HOME.
 QProcessEnvironment bare_environment()
 {
     const QProcessEnvironment own = QProcessEnvironment::systemEnvironment();
@@ -28,7 +28,7 @@ QProcessEnvironment bare_environment()
     return bare;
 }
 
-/// Runs the helper to its end, or ends it.
+/// Runs the helper until it ends or is killed.
 class HELPER_RUN
 {
 public:
@@ -113,7 +113,7 @@ private:
     QByteArray m_output;
     QByteArray m_words;
     QString m_ended_because;
-    QProcess m_process; ///< the first to go: it may still tell the others something
+    QProcess m_process; ///< last, so that it is destroyed first: it may still send signals
 };
 
 void log_words(const QByteArray& words)

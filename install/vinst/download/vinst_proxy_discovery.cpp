@@ -28,11 +28,12 @@ using CLOCK = std::chrono::steady_clock;
 
 constexpr long connect_seconds = 3;
 constexpr std::chrono::seconds longest_discovery{20};
-constexpr std::chrono::milliseconds longest_fetch{8000}; // one that stalls leaves time for the rest
-constexpr qint64 script_limit = 1024 * 1024;             // bytes
+constexpr std::chrono::milliseconds longest_fetch{
+    8000};                                   // a stalled fetch leaves time for the other sources
+constexpr qint64 script_limit = 1024 * 1024; // bytes
 constexpr qint64 preference_file_limit = 16 * 1024 * 1024; // bytes
 
-/// The record of one file's transfer, with when and where it is to end.
+/// The record of a transfer, with its deadline.
 struct SCRIPT_TRANSFER : CURL_PROGRESS_DATA
 {
     CLOCK::time_point end;
@@ -46,7 +47,7 @@ std::int64_t on_script_progress(CURL_PROGRESS_DATA* data, std::uint64_t total,
     return is_to_stop() || too_late || too_large ? -1 : 0;
 }
 
-/// Qt reads a proxy variable without a port as if it named this one.
+/// Qt uses this port for a proxy variable without a port.
 constexpr quint16 port_of_missing_port = 65535;
 
 std::string scheme_of(const QNetworkProxy& proxy)
@@ -64,7 +65,7 @@ std::optional<QByteArray> first_bytes(const QString& path, qint64 limit)
 
 std::optional<QString> read_script(const QString& path)
 {
-    // One byte more, so that a file which is too large is seen to be.
+    // One byte more, to detect a file that is too large.
     const std::optional<QByteArray> bytes = first_bytes(path, script_limit + 1);
     if (!bytes)
     {
@@ -102,7 +103,7 @@ bool VINST_PROXY_DISCOVERY::may_go_on() const
 
 CURL_PROXY_INFO VINST_PROXY_DISCOVERY::discover()
 {
-    // For networks where no answer is to be trusted.
+    // For networks whose responses can't be trusted.
     if (!qEnvironmentVariableIsEmpty("VINST_NO_PROXY_DISCOVERY"))
     {
         run_log().info("VINST_NO_PROXY_DISCOVERY is set, no proxy is looked for");
@@ -188,7 +189,7 @@ CURL_PROXY_INFO VINST_PROXY_DISCOVERY::get_pac_proxy(const QString& url)
 
 std::optional<QString> VINST_PROXY_DISCOVERY::fetch_script(const QString& url)
 {
-    // Browsers take a file of this machine, too.
+    // As in browsers, the file may be a local one.
     if (const QUrl address(url); address.isLocalFile())
         return read_script(address.toLocalFile());
 

@@ -11,7 +11,7 @@
 namespace
 {
 
-/// An address that holds colons, with or without the brackets that it needs before a port.
+/// An IPv6 address, with or without the brackets required before a port.
 bool is_ipv6_address(const QString& host)
 {
     const bool has_brackets = host.startsWith('[') && host.endsWith(']');

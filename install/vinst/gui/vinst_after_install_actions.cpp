@@ -14,7 +14,7 @@ namespace
 
 constexpr int boxes_in_a_row = 3;
 
-/// A check box takes '&' for a mnemonic; a manifest means the letter.
+/// A check box treats '&' as a mnemonic; in a manifest it is a plain character.
 QString literal_text(QString text)
 {
     return text.replace('&', "&&");
@@ -100,7 +100,7 @@ void VINST_AFTER_INSTALL_ACTIONS::follow_selection(bool auto_install)
 
 void VINST_AFTER_INSTALL_ACTIONS::take_all_state()
 {
-    // A click on a box that is partly checked asks for all of them.
+    // A click on a partly checked box checks all of them.
     const Qt::CheckState wanted =
         m_all_box->checkState() == Qt::Unchecked ? Qt::Unchecked : Qt::Checked;
     for (ACTION_BOX* box : m_boxes)
@@ -132,7 +132,7 @@ void VINST_AFTER_INSTALL_ACTIONS::show_all_state()
 
 void VINST_AFTER_INSTALL_ACTIONS::restore(const CFGQ_REGISTRY_KEY& settings)
 {
-    // That of all of them counts for those that are new since.
+    // New actions without a stored state get the state of the box for all.
     const QVariant stored_for_all = settings.get_value(m_all_box->text());
     for (ACTION_BOX* box : m_boxes)
     {

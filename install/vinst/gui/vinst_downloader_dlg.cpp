@@ -41,8 +41,8 @@ QString licence_path()
     return QDir::cleanPath(QCoreApplication::applicationDirPath() + "/../licenses/main.html");
 }
 
-/// Blue and red words can't be read on a dark window: there their label gets a light ground. The
-/// label's own style sheet says the words' colour alone, so its parent's says the ground.
+/// Blue and red text can't be read on a dark window, so the label gets a light background there.
+/// The label's own style sheet only sets the text colour, so the background is set by its parent's.
 void set_light_ground(QLabel& label, bool is_wanted)
 {
     const QString style =
@@ -145,7 +145,7 @@ void VINST_DOWNLOADER_DLG::set_up_connections()
     connect(m_ui->m_download_treeview, &VINST_DOWNLOADER_TREEVIEW::current_component_changed, this,
             [this](const QString& description)
             {
-                // A manifest's words are never markup.
+                // Text from a manifest is never markup.
                 m_ui->m_description_label->setTextFormat(Qt::PlainText);
                 m_ui->m_description_label->setText(description);
             });
@@ -231,8 +231,8 @@ void VINST_DOWNLOADER_DLG::follow_clicks()
 
 VINST_COMPONENT_LIST VINST_DOWNLOADER_DLG::complete_selection()
 {
-    // A component without what it needs would not be installed. What comes along may bring its own
-    // children, and these their own needs.
+    // A component without its dependencies would not be installed. Checking them may also check
+    // their children, which may have dependencies in turn.
     VINST_COMPONENT_LIST all;
     for (;;)
     {
@@ -288,7 +288,7 @@ void VINST_DOWNLOADER_DLG::update_label_grounds()
 {
     const bool is_dark = afcq_is_dark(palette());
     set_light_ground(*m_ui->m_download_message_label, is_dark);
-    // The inactive link is light itself.
+    // The inactive link has a light colour itself.
     set_light_ground(*m_ui->m_license_agreement_label, is_dark && auto_installs() && !m_is_busy);
 }
 
@@ -378,8 +378,8 @@ void VINST_DOWNLOADER_DLG::closeEvent(QCloseEvent* event)
                                                  : nullptr;
     if (obstacle != nullptr)
         show_message_box(message(obstacle), false);
-    // The process may have been asked to stop while the box was open. Checks are then cancelled
-    // below, but a job must unwind first: it closes the window when it has.
+    // A stop of the process may have been requested while the box was open. Checks are then
+    // cancelled below, but a job must unwind first and closes the window afterwards.
     if (m_is_busy || (obstacle != nullptr && !is_shutting_down()))
     {
         event->ignore();

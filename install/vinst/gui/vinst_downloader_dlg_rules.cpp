@@ -26,7 +26,7 @@ QString as_sentence(const QString& text)
     return text.left(1).toUpper() + text.mid(1) + '.';
 }
 
-/// Further lines of a report, set apart from it.
+/// Further lines of a report, separated from it.
 QString below_report(const QStringList& lines)
 {
     return lines.isEmpty() ? QString() : "\n\n" + lines.join('\n').toHtmlEscaped();

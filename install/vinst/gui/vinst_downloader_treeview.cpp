@@ -286,7 +286,7 @@ void VINST_DOWNLOADER_TREEVIEW::mouseReleaseEvent(QMouseEvent* event)
 void VINST_DOWNLOADER_TREEVIEW::showEvent(QShowEvent* event)
 {
     AFCQ_TREE_VIEW::showEvent(event);
-    // Once fonts and styles are final; later the widths are the user's.
+    // Only once, when fonts and styles are final; later the user sets the widths.
     if (!std::exchange(m_was_shown, true))
         QTimer::singleShot(layout_delay, this, &VINST_DOWNLOADER_TREEVIEW::resize_columns);
 }

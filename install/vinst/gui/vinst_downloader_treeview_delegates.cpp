@@ -18,9 +18,9 @@ namespace
 constexpr QSize image_size(16, 16); // logical pixels
 constexpr int button_margin = 1;
 constexpr int row_padding = 5; // pixels
-constexpr int bar_margin = 6;  // keeps the bar off the numbers beside it
+constexpr int bar_margin = 6;  // space between the bar and the neighbouring columns
 
-/// The cell's ground: selection, stripes and focus, without any content.
+/// The cell's background: selection, stripes and focus, without any content.
 void paint_ground(QPainter& painter, const QStyleOptionViewItem& option)
 {
     const QStyle* style = option.widget != nullptr ? option.widget->style() : QApplication::style();
@@ -37,7 +37,7 @@ VINST_INTEGRITY_STATE state_at(const QModelIndex& index)
     return static_cast<VINST_INTEGRITY_STATE>(index.data(tree_cell_role).toInt());
 }
 
-/// 0 where there is none.
+/// 0 if there is none.
 int icon_of(VINST_INTEGRITY_STATE state)
 {
     switch (state)
@@ -97,7 +97,7 @@ void VINST_DOWNLOADER_TREEVIEW_PROGRESS_BAR_DELEGATE::paint(QPainter* painter,
         return;
     QStyleOptionProgressBar bar;
     bar.rect = option.rect.adjusted(bar_margin, 2, -bar_margin, -2);
-    // A window that isn't active has no colour for the bar on some platforms; its progress goes on.
+    // On some platforms an inactive window has no colour for the bar.
     bar.palette = option.palette;
     bar.palette.setCurrentColorGroup(QPalette::Active);
     bar.fontMetrics = option.fontMetrics;
@@ -125,7 +125,7 @@ QMovie& VINST_DOWNLOADER_TREEVIEW_INTEGRITY_DELEGATE::movie(qreal ratio) const
     {
         m_movie = afcq_get_movie(afcq_checking_movie, ratio);
         m_movie_ratio = ratio;
-        m_movie->jumpToFrame(0); // it has no size before that
+        m_movie->jumpToFrame(0); // the size is unknown before that
     }
     return *m_movie;
 }

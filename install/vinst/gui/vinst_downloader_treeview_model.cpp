@@ -108,7 +108,7 @@ VINST_DOWNLOADER_TREEVIEW_MODEL::append_row(QStandardItem& parent, VINST_COMPONE
                                             const QString& platform)
 {
     auto* const row = new ITEM(component);
-    // Filled before it is appended: a tree that nobody watches yet grows quickly.
+    // Children are added before the row is appended, because that emits no signals and is faster.
     for (VINST_COMPONENT* child : component->children)
         if (belongs_to(*child, platform))
             append_row(*row, child, platform);

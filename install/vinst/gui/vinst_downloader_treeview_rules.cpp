@@ -62,7 +62,7 @@ QString size_text(const QString& display_text, double bytes)
 {
     if (!display_text.isEmpty())
         return without_control_characters(display_text);
-    // No file system holds more, and the conversion stays defined.
+    // Larger than any file; keeps the conversion defined.
     constexpr double most = 1e18;
     const bool is_known = std::isfinite(bytes) && bytes > 0;
     return is_known ? readable_size(static_cast<quint64>(std::min(bytes, most))) : "N/A";

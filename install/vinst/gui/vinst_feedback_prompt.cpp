@@ -21,7 +21,7 @@ const QString invitation = QStringLiteral(
     "if you could take a moment to participate in our survey.\nYour valuable insights will help us "
     "improve and provide you with an even better experience. Thank you for your time!<br/></p>");
 
-/// Makes a button stand out as the suggested choice.
+/// Highlights a button as the suggested choice.
 void suggest(QPushButton& button)
 {
     QPalette palette = button.palette();

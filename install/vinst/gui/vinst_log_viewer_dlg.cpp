@@ -61,7 +61,7 @@ void VINST_LOG_VIEWER_DLG::refresh()
         show_text(QStringLiteral("Failed to open the log file."));
         return;
     }
-    // The log only grows. Setting a long text again is what takes time.
+    // The log only grows, so an equal size means no change. Setting a long text is slow.
     if (file.size() == m_shown_size)
         return;
     const QByteArray content = file.readAll();

@@ -16,7 +16,7 @@ void show_message_box(const std::string& text, bool is_error)
 void show_markup_box(const QString& markup, bool is_error)
 {
     QString text = markup;
-    // Centred on the window that asks, where there is one.
+    // Centred on the active window, if any.
     QMessageBox box(QApplication::activeWindow());
     box.setWindowIcon(afcq_get_icon(afcq_window_icon));
     box.setWindowTitle(program_title());

@@ -8,7 +8,7 @@
 namespace
 {
 
-/// The main dialog is modal for its own window only, and nobody waits for its answer.
+/// The main dialog is only window-modal, and no caller waits for its result.
 bool waits_for_an_answer(const QDialog& dialog)
 {
     return dialog.windowModality() == Qt::ApplicationModal;
@@ -25,7 +25,7 @@ int exec_modal(QDialog& dialog)
 
 void dismiss_modal_dialogs()
 {
-    // All of them rather than the ones this program makes: Qt's file dialog opens boxes, too.
+    // All windows, not only those of this program: Qt's file dialog opens message boxes, too.
     const QWidgetList windows = QApplication::topLevelWidgets();
     for (QWidget* const window : windows)
     {
@@ -35,6 +35,6 @@ void dismiss_modal_dialogs()
             window->close();
         else if (auto* const dialog = qobject_cast<QDialog*>(window);
                  dialog != nullptr && waits_for_an_answer(*dialog))
-            dialog->reject(); // closing is refused by a question without a Cancel button
+            dialog->reject(); // a question without a Cancel button ignores close()
     }
 }

@@ -131,11 +131,11 @@ void VINST_SETTINGS_DLG::accept()
 
 void VINST_SETTINGS_DLG::reject()
 {
-    // The test's results have nowhere to go without this window; it is over in seconds. Nobody
-    // reads them when the process is to stop.
+    // The results of a running test are shown in this window, so it stays open for these seconds.
+    // When the process is to stop, they are not needed.
     if (m_is_testing && !is_shutting_down())
         return;
-    // The next download reads the fields as they are.
+    // The next download reads the fields, so discard the changes.
     load();
     m_ui->m_proxy_username_line_edit->setText(m_applied_username);
     m_ui->m_proxy_password_line_edit->setText(m_applied_password);

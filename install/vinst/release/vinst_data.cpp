@@ -21,7 +21,7 @@ QString home_dir()
     return QDir::toNativeSeparators(QDir::homePath());
 }
 
-/// How directories are kept: cleaned, in native separators, without a trailing one.
+/// The stored form of directories: cleaned, with native separators, without a trailing one.
 QString stored_dir(const QString& path)
 {
     QString dir = QDir::toNativeSeparators(QDir::cleanPath(path));
@@ -99,7 +99,7 @@ QString VINST_RELEASE::default_install_dir(const QString& platform)
 {
     MAIN_ASSERT(platform == "linux" || platform == "windows");
     const QString& named = platform == "linux" ? installdir_linux : installdir_windows;
-    // The drive stands in the fall-back of both platforms.
+    // The fallback has the drive on both platforms.
     set_install_dir(
         !named.isEmpty() ? named : "C:\\orvaneFPGA_" + edition + QDir::separator() + short_version);
     return m_install_dir;

@@ -13,7 +13,7 @@ namespace
 
 const QString main_product_short_name = QStringLiteral("veltrin");
 
-/// Grows in order and holds every component once.
+/// An ordered list that contains every component once.
 class RESULT_LIST
 {
 public:
@@ -33,7 +33,7 @@ private:
     QSet<VINST_COMPONENT*> m_members;
 };
 
-/// A dependency or parent comes along when it has a file of its own.
+/// Adds a dependency or parent if it has a file.
 void add_companion(RESULT_LIST& result, VINST_COMPONENT* companion, const char* log_format)
 {
     if (!companion->filename.isEmpty() && result.add(companion))

@@ -26,7 +26,7 @@ bool is_edition(const QString& name)
     return name.startsWith(edition_prefix);
 }
 
-/// A path as the user reads it. Its last part may be a manifest's words.
+/// A path for messages. Its last part may come from the manifest.
 QString shown_path(const QString& path)
 {
     return without_control_characters(QDir::toNativeSeparators(path));
@@ -53,7 +53,7 @@ QString disable_part(const QStringList& names)
     return names_part(QStringLiteral(" --disable-components "), names);
 }
 
-/// What makes an installer run without asking anything.
+/// The options that make an installer run unattended.
 QString option_part(const VINST_COMPONENT& component, bool is_main_product, const QString& platform)
 {
     QString options = QStringLiteral(" --mode unattended");
@@ -71,7 +71,7 @@ VINST_INSTALL_STEP no_command(const QString& reason)
     return {{}, reason, {}};
 }
 
-/// The reason when a file that the installer needs is missing; else empty.
+/// The reason if a file that the installer needs is missing; otherwise empty.
 QString missing_file_reason(const VINST_COMPONENT& component)
 {
     if (component.filename.isEmpty())
@@ -89,7 +89,7 @@ QString missing_file_reason(const VINST_COMPONENT& component)
                : "its dependencies " + missing.join(", ") + " have not been downloaded";
 }
 
-/// The reason when there is no installer for a component of this kind; else empty.
+/// The reason if there is no installer for a component of this kind; otherwise empty.
 QString missing_installer_reason(const VINST_COMPONENT& component, const QString& main_product)
 {
     if (component.name == main_product || component.is_device_group_member())
@@ -102,7 +102,7 @@ QString missing_installer_reason(const VINST_COMPONENT& component, const QString
     return {};
 }
 
-/// The device installer, which the main product's installer has installed, and one archive for it.
+/// Runs the device installer, which was installed by the main product's installer, for one archive.
 VINST_INSTALL_STEP device_step(VINST_COMPONENT& component, const QString& options)
 {
     VINST_RELEASE& release = *component.release;
@@ -112,7 +112,7 @@ VINST_INSTALL_STEP device_step(VINST_COMPONENT& component, const QString& option
     if (!QFileInfo(installer).isFile())
         return no_command("its device installer was not in the install directory (" +
                           shown_path(installer) + ')');
-    // A device of the same name for the other platform is this device as far as the name goes.
+    // A device with the same name for the other platform must not be disabled.
     QStringList others;
     for (const auto& other : release.components())
         if (other->kind == VINST_COMPONENT_KIND::download && other->name != component.name &&
@@ -125,7 +125,7 @@ VINST_INSTALL_STEP device_step(VINST_COMPONENT& component, const QString& option
             {}};
 }
 
-/// Whether the main product's installer is told to install a part, or to leave it out.
+/// Whether the main product's installer is given an option to install a part or to leave it out.
 bool takes_part(const VINST_COMPONENT& part)
 {
     if (part.is_device_archive() && !part.is_device_group_member())
@@ -156,7 +156,8 @@ MAIN_PRODUCT_PARTS parts_of_main_product(const VINST_COMPONENT& main_product,
     return parts;
 }
 
-/// Whoever runs the installer by hand hasn't been asked about shortcuts.
+/// The user's choice to skip the shortcuts applies only to unattended installers: whoever starts
+/// one by hand has not been asked.
 QString shortcut_options(const VINST_RELEASE& release, const QString& platform, bool unattended)
 {
     for (const VINST_COMPONENT* action :
@@ -213,7 +214,7 @@ bool is_installed_by_others(const VINST_COMPONENT& component, const QStringList&
 {
     if (installed.contains(component.name))
         return true;
-    // An edition's installer also installs the part that all editions share.
+    // An edition's installer also installs the part shared by all editions.
     return component.is_simulator() && !is_edition(component.name) &&
            std::any_of(installed.begin(), installed.end(), is_edition);
 }

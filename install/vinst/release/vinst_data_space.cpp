@@ -19,14 +19,14 @@ quint64 install_bytes(const VINST_COMPONENT& component)
     return static_cast<quint64>(std::clamp(component.installsize, 0.0, largest));
 }
 
-/// A manifest can say any sizes; their sum stays at the largest number instead of beginning anew.
+/// A saturating sum, because the sizes in a manifest can be arbitrarily large.
 quint64 sum_of(quint64 one, quint64 other)
 {
     const quint64 largest = std::numeric_limits<quint64>::max();
     return one > largest - other ? largest : one + other;
 }
 
-/// A simulator edition stands for the components above it, not for itself.
+/// A simulator edition counts as the components above it, not as itself.
 quint64 install_bytes_added_by(const VINST_COMPONENT& component)
 {
     if (!component.is_simulator())

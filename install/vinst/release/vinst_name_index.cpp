@@ -23,7 +23,7 @@ std::optional<std::size_t> VINST_NAME_INDEX::find(const QString& name,
                                                   const QString& platform) const
 {
     std::optional<std::size_t> lowest;
-    // A suitable component has the platform itself or none.
+    // A matching component has this platform or none.
     for (const QString& suitable : {platform, QString()})
     {
         const auto found = m_places.constFind({name, suitable});

@@ -43,7 +43,7 @@ std::optional<qint64> to_int64(const QJsonValue& value)
 {
     if (!value.isDouble() && !value.isString())
         return std::nullopt;
-    // A conversion of a double that is out of range would answer with some other number.
+    // Converting an out-of-range double would yield an arbitrary number.
     if (value.isDouble() && std::fabs(value.toDouble()) >= 9223372036854775808.0)
         return std::nullopt;
     bool ok = false;
@@ -60,7 +60,7 @@ std::optional<qint32> to_int32(const QJsonValue& value)
     return static_cast<qint32>(*number);
 }
 
-/// One element of the manifest, with the words for what is wrong with it.
+/// One element of the manifest, with the messages about its faults.
 class ELEMENT
 {
 public:
@@ -78,7 +78,7 @@ public:
     void say_unsafe(const char* key) const { say(key, "is not safe"); }
     void say_line(const QByteArray& line) const { m_sink(line); }
 
-    /// The text of a key whose absence is told, if it is asked for at all.
+    /// The text of a key; its absence is reported if `asked_for`.
     QString expected_text(const char* key, bool asked_for = true) const
     {
         if (!has(key) && asked_for)
@@ -86,7 +86,7 @@ public:
         return text(key);
     }
 
-    /// A number that counts as true when it is above 0.
+    /// A number that means true when greater than 0.
     bool is_positive(const char* key) const
     {
         const std::optional<qint32> number = to_int32(value(key));
@@ -101,7 +101,7 @@ private:
         m_sink('\'' + QByteArray(key) + "' " + fault + ": " + compact_text() + '\n');
     }
 
-    /// Made only when it is needed, since most elements are fine.
+    /// Created only when needed, because most elements have no faults.
     QByteArray compact_text() const
     {
         const QByteArray array = QJsonDocument(QJsonArray{m_value}).toJson(QJsonDocument::Compact);
@@ -211,7 +211,7 @@ private:
         component.installsize_str = element.expected_text("installsize_str", has_file);
     }
 
-    /// Whether an earlier element has the name in other letter case: on Windows both would be one
+    /// Whether an earlier element has the name in different case: on Windows both would be the same
     /// file.
     bool differs_in_case_alone(const QString& filename)
     {
@@ -291,7 +291,7 @@ private:
         }
     }
 
-    /// A component that suits the platform of `relative`; null for an unknown platform.
+    /// A component for the platform of `relative`; null for an unknown platform.
     VINST_COMPONENT* find(const QString& name, const VINST_COMPONENT& relative) const
     {
         return is_component_platform(relative.platform)
@@ -302,7 +302,7 @@ private:
     const VINST_MANIFEST_SINK& m_sink;
     std::unique_ptr<VINST_RELEASE> m_release = std::make_unique<VINST_RELEASE>();
     QHash<QString, QString> m_spellings; ///< of file names, by their case-folded form
-    /// Dependencies that no earlier element is named after, in manifest order.
+    /// Dependencies on components that no earlier element defines, in manifest order.
     std::vector<std::pair<VINST_COMPONENT*, QString>> m_deferred;
 };
 
