@@ -69,7 +69,8 @@ public:
         const QJSValue answer = result.isArray() ? result.property(0) : QJSValue();
         if (answer.isString())
             return answer.toString().toStdString();
-        m_native.log(result.isArray() ? "The script's answer is no text." : trouble_of(result));
+        m_native.log(result.isArray() ? "The script's result is not a string."
+                                      : trouble_of(result));
         return std::nullopt;
     }
 
@@ -77,7 +78,7 @@ private:
     static QString trouble_of(const QJSValue& error)
     {
         if (!error.isError())
-            return "The script throws something that is no error.";
+            return "The script throws a value that is not an error.";
         return QStringLiteral("The script fails in line %1: %2")
             .arg(error.property("lineNumber").toInt())
             .arg(error.toString());
@@ -116,6 +117,6 @@ std::optional<std::string> evaluate_pac(const std::string& script, const std::st
                                                 : "The script doesn't define FindProxyForURL.");
     std::optional<std::string> directive = directive_in_text(script);
     if (directive)
-        environment.log("Its text holds a directive, which counts instead.");
+        environment.log("Its text contains a directive, which is used instead.");
     return directive;
 }

@@ -40,7 +40,7 @@ QString PAC_NATIVE::resolve(const QString& name)
     if (m_resolved.size() >= look_up_limit)
     {
         if (!m_told_look_ups)
-            log("The script looks up too many names; the others count as unknown.");
+            log("The script looks up too many names; the others are treated as unknown.");
         m_told_look_ups = true;
         return {};
     }

@@ -79,7 +79,7 @@ int main(int argc, char** argv)
     const auto request = pac_request_from_text(input);
     if (!request)
     {
-        std::cerr << "Standard input must hold a url, a host and a script of at most "
+        std::cerr << "Standard input must contain a URL, a host and a script of at most "
                   << pac_script_limit << " bytes\n";
         return pac_bad_request;
     }

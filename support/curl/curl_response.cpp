@@ -49,11 +49,11 @@ CURL_BODY_DECISION decide_on_part(const CURL_RESPONSE_HEAD& head, std::uint64_t 
 {
     if (!head.content_range || !head.content_range->start)
         return refusal(CURLE_RANGE_ERROR,
-                       "The server sent a part of the file without saying which part");
+                       "The server sent a partial response without a valid range");
     if (*head.content_range->start != offset)
         return refusal(CURLE_RANGE_ERROR, "The server sent the file from byte " +
                                               std::to_string(*head.content_range->start) +
-                                              " on, asked for byte " + std::to_string(offset));
+                                              " instead of byte " + std::to_string(offset));
     CURL_BODY_DECISION decision;
     decision.total = head.content_range->total;
     return decision;
@@ -112,12 +112,12 @@ CURL_BODY_DECISION curl_decide_on_body(const CURL_RESPONSE_HEAD& head, std::uint
 {
     if (!head.content_encoding.empty() && head.content_encoding != "identity")
         return refusal(CURLE_BAD_CONTENT_ENCODING,
-                       "The server sent the file encoded, which was not asked for");
+                       "The server sent encoded content, which was not requested");
     if (head.status == 206)
         return decide_on_part(head, offset);
     if (head.status == 200 || head.status == 203)
         return decide_on_whole(head, offset);
-    return refusal(CURLE_WEIRD_SERVER_REPLY, "The server's answer is not the file");
+    return refusal(CURLE_WEIRD_SERVER_REPLY, "The server's response is not the file");
 }
 
 CURL_OUTCOME curl_judge_end(const CURL_OUTCOME& result, const CURL_RESPONSE_HEAD& head,
@@ -128,14 +128,14 @@ CURL_OUTCOME curl_judge_end(const CURL_OUTCOME& result, const CURL_RESPONSE_HEAD
     {
         if (head.content_range && head.content_range->total == offset)
             return {};
-        return {CURLE_RANGE_ERROR, "The server has nothing from byte " + std::to_string(offset) +
-                                       " on, where the file on disk ends"};
+        return {CURLE_RANGE_ERROR, "The server has no data from byte " + std::to_string(offset) +
+                                       ", where the file on disk ends"};
     }
     if (result.curl_code != CURLE_OK)
         return result;
     if (!had_body && (head.status < 200 || head.status > 299 || head.status == 204))
-        return {CURLE_WEIRD_SERVER_REPLY, "The server's answer is not the file"};
+        return {CURLE_WEIRD_SERVER_REPLY, "The server's response is not the file"};
     if (skipped < offset && (head.status == 200 || head.status == 203))
-        return {CURLE_PARTIAL_FILE, "The server sent fewer bytes than the file on disk holds"};
+        return {CURLE_PARTIAL_FILE, "The server sent fewer bytes than the file on disk has"};
     return {};
 }

@@ -159,7 +159,7 @@ bool CURL_TRANSFER::take_header(std::string_view line)
     m_last_activity = CLOCK::now();
     m_head_bytes += line.size();
     if (m_head_bytes > head_limit)
-        return end_with(CURLE_WEIRD_SERVER_REPLY, "The server's headers don't end");
+        return end_with(CURLE_WEIRD_SERVER_REPLY, "The server's headers are too long");
     m_is_in_head = line != "\r\n" && line != "\n";
     if (!m_is_in_head && !take_head())
         return false;
@@ -250,7 +250,7 @@ bool CURL_TRANSFER::keep_going(CLOCK::time_point now)
         return false;
     if (now - m_last_activity >= m_settings.stall_timeout)
         return end_with(CURLE_OPERATION_TIMEDOUT,
-                        "Nothing came for " +
+                        "No data received for " +
                             std::to_string(std::chrono::duration_cast<std::chrono::seconds>(
                                                m_settings.stall_timeout)
                                                .count()) +

@@ -65,7 +65,7 @@ bool FIO_APPEND_FILE::open(const std::string& path, OPENING opening)
     else if (::flock(descriptor(m_file), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK)
         m_error = "Cannot write " + path + ": another process is writing it";
     else if (::fstat(descriptor(m_file), &status) != 0)
-        m_error = "Cannot measure " + path + ": " + reason(errno);
+        m_error = "Cannot get the size of " + path + ": " + reason(errno);
     if (!m_error.empty())
     {
         close();

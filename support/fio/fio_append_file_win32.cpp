@@ -106,7 +106,7 @@ bool FIO_APPEND_FILE::open(const std::string& path, OPENING opening)
     else if (::GetFileType(file) != FILE_TYPE_DISK)
         m_error = "Cannot write " + path + ": it is not a regular file";
     else if (::GetFileSizeEx(file, &size) == FALSE)
-        m_error = "Cannot measure " + path + ": " + reason(::GetLastError());
+        m_error = "Cannot get the size of " + path + ": " + reason(::GetLastError());
     if (!m_error.empty())
     {
         close();

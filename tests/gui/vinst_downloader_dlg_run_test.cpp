@@ -142,7 +142,7 @@ TEST_F(DialogRun, NamesWhatWasLeftOutOfASuccessfulInstallation)
     expect_box(0,
                "<h2><font color=green>Installation Complete</font></h2>The software was "
                "successfully installed.<br/><br/>The loose part was not installed: it has no "
-               "installer of its own, since it is a device archive outside the device group.",
+               "separate installer, because it is a device archive outside the device group.",
                QMessageBox::Information);
     EXPECT_TRUE(status().startsWith("Installation completed successfully.  Total install time: "))
         << status().toStdString();

@@ -510,7 +510,7 @@ TEST_F(TreeView, RunsNoFileThatChangedSinceItWasVerified)
     click(help, run_column);
     ASSERT_EQ(boxes.shown().size(), 1U);
     EXPECT_EQ(utf8(boxes.shown()[0].text),
-              "The installer is no longer the file that was verified. Download it again: " +
+              "The installer has changed since it was verified. Download it again: " +
                   (dir / "dl/help.run").string());
     EXPECT_EQ(boxes.shown()[0].icon, QMessageBox::Critical);
     EXPECT_FALSE(log_holds("install cmd"));

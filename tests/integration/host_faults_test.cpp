@@ -31,15 +31,15 @@ const FAULT_CASE cases[] = {
      "One: Error: Recv failure: Connection reset by peer, Httpcode: 200, Curlcode: 56", "", 1000},
     {"ShortLie", FAULT::claim_length(1000), 0, "One: [1000 / 3000] 33% ", "", 1000},
     {"WrongContentRange", FAULT::wrong_range_start(10), 500,
-     "One: Error: The server sent the file from byte 510 on, asked for byte 500, Httpcode: 206, "
+     "One: Error: The server sent the file from byte 510 instead of byte 500, Httpcode: 206, "
      "Curlcode: 33",
      "", 500},
     {"NoContentRange", FAULT::without_content_range(), 500,
-     "One: Error: The server sent a part of the file without saying which part, Httpcode: 206, "
+     "One: Error: The server sent a partial response without a valid range, Httpcode: 206, "
      "Curlcode: 33",
      "", 500},
     {"RangeNotSatisfiable", FAULT::range_not_satisfiable(true), 500,
-     "One: Error: The server has nothing from byte 500 on, where the file on disk ends, Httpcode: "
+     "One: Error: The server has no data from byte 500, where the file on disk ends, Httpcode: "
      "416, "
      "Curlcode: 33",
      "", 500},
@@ -53,7 +53,7 @@ const FAULT_CASE cases[] = {
     {"Unavailable", FAULT::status(503), 0,
      "One: Error: The requested URL returned error: 503, Httpcode: 503, Curlcode: 22", "", 0},
     {"Encoded", FAULT::content_encoding("gzip"), 0,
-     "One: Error: The server sent the file encoded, which was not asked for, Httpcode: 200, "
+     "One: Error: The server sent encoded content, which was not requested, Httpcode: 200, "
      "Curlcode: "
      "61",
      "", 0},
@@ -195,7 +195,7 @@ TEST_F(HostFaults, EndEndlessHeaders)
     server.set_faults("/one.run", {FAULT::endless_headers()});
     run(run_arguments({"--retry-duration", "0"}));
     EXPECT_TRUE(
-        output_holds("One: Error: The server's headers don't end, Httpcode: 200, Curlcode: 8\n"))
+        output_holds("One: Error: The server's headers are too long, Httpcode: 200, Curlcode: 8\n"))
         << output;
     EXPECT_FALSE(output_holds("disk space."));
 }
@@ -292,7 +292,7 @@ TEST_F(HostFaults, EndATransferThatStallsForAMinute)
     EXPECT_GE(taken.wall, 59s);
     EXPECT_TRUE(taken.within(75s));
     EXPECT_TRUE(
-        output_holds("One: Error: Nothing came for 60 seconds, Httpcode: 200, Curlcode: 28\n"))
+        output_holds("One: Error: No data received for 60 seconds, Httpcode: 200, Curlcode: 28\n"))
         << output;
     EXPECT_EQ(std::filesystem::file_size(dir / "dl/one.run"), 1000U);
 }

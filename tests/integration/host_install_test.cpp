@@ -93,7 +93,7 @@ TEST_F(HostInstall, InstallsNoDeviceWithoutItsDeviceInstaller)
         "(" +
         device_installer() +
         ").\n"
-        "The loose part was not installed: it has no installer of its own, since it is a device "
+        "The loose part was not installed: it has no separate installer, because it is a device "
         "archive outside the device group.\n"
         "Nothing was installed: none of the components has an installer to run.\n"))
         << output;

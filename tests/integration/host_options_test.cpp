@@ -361,9 +361,9 @@ TEST_F(HostOptions, ChooseTheMode)
     EXPECT_TRUE(result.exited_with(0));
     EXPECT_TRUE(output_holds("Download successful"));
     run({"--gui"});
-    expect_stopped("There is no display to show windows on. Use the console program vinst.\n");
+    expect_stopped("No display is available. Use the console program vinst.\n");
     run({}, tested_graphical_host());
-    expect_stopped("There is no display to show windows on. Use the console program vinst.\n");
+    expect_stopped("No display is available. Use the console program vinst.\n");
     environment["DISPLAY"] = ":9999";
     run({"--cli"}, tested_graphical_host());
     expect_stopped(

@@ -152,7 +152,7 @@ TEST_F(HostDiscovery, DownloadsACompleteReleaseThroughTheNetworksProxy)
     EXPECT_TRUE(holds(log(), "[debug] autoproxy for url: http://wpad/wpad.dat\n"));
     EXPECT_TRUE(holds(
         log(), "[info] autoproxy server: 127.0.0.1 port: " + std::to_string(proxy.port()) + "\n"));
-    EXPECT_TRUE(holds(log(), "[info] Proxy found by the network (WPAD)\n"));
+    EXPECT_TRUE(holds(log(), "[info] Proxy detected by WPAD\n"));
     EXPECT_TRUE(proxy.wait_for_access("GET " + origin("/one.run"), long_enough));
 }
 
@@ -205,7 +205,7 @@ TEST_F(HostDiscovery, ContinuesAfterAFileThatNamesNoProxy)
                       pref("http_port", std::to_string(proxy.port())));
     test_download();
     expect_found("127.0.0.1", proxy.port());
-    EXPECT_TRUE(holds(test_log(), "[info] Proxy found by the browser's preferences\n"));
+    EXPECT_TRUE(holds(test_log(), "[info] Proxy detected by the browser's preferences\n"));
 }
 
 TEST_F(HostDiscovery, ContinuesAfterAnEndlessScript)
@@ -218,7 +218,7 @@ TEST_F(HostDiscovery, ContinuesAfterAnEndlessScript)
     test_download();
     expect_found("127.0.0.1", proxy.port());
     // On a busy machine it reaches its time limit before its limit of processor time.
-    EXPECT_TRUE(holds(test_log(), "No proxy from the autoproxy file: it went beyond its limits") ||
+    EXPECT_TRUE(holds(test_log(), "No proxy from the autoproxy file: it exceeded its limits") ||
                 holds(test_log(), "No proxy from the autoproxy file: it takes too long"));
 }
 
@@ -244,7 +244,7 @@ TEST_F(HostDiscovery, FollowsTheBrowsersAutomaticConfiguration)
     write_preferences(pref("autoconfig_url", "\"http://127.0.0.1/proxy.pac\"") + pref("type", "2"));
     test_download();
     expect_found("127.0.0.1", proxy.port());
-    EXPECT_TRUE(holds(test_log(), "[info] Proxy found by the browser's automatic configuration\n"));
+    EXPECT_TRUE(holds(test_log(), "[info] Proxy detected by the browser's auto-configuration\n"));
 }
 
 TEST_F(HostDiscovery, UsesNoProxyOfABrowserThatHasNone)

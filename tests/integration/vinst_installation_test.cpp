@@ -152,7 +152,7 @@ TEST_F(Install, SkipsActionsOfAComponentThatWasNotInstalled)
     EXPECT_EQ(outcome.result, RESULT::installed);
     EXPECT_EQ(outcome.not_installed.size(), 1);
     EXPECT_TRUE(
-        log_holds("Leave out the action act, since its component was not installed: loose\n"));
+        log_holds("Skipping the action act because its component was not installed: loose\n"));
     EXPECT_FALSE(log_holds("missing returned"));
 }
 

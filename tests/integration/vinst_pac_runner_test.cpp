@@ -183,7 +183,7 @@ TEST_F(PacRunnerTest, ReportsThatTheHelperDied)
     // The script's own limits are reached first, even on a busy machine.
     longest = long_enough;
     EXPECT_EQ(run("while (true) {}", long_enough), "(none)");
-    EXPECT_TRUE(log_holds("No proxy from the autoproxy file: it went beyond its limits"));
+    EXPECT_TRUE(log_holds("No proxy from the autoproxy file: it exceeded its limits"));
 }
 
 TEST_F(PacRunnerTest, ReportsThatTheScriptIsTooLarge)
@@ -222,7 +222,7 @@ TEST_F(PacRunnerTest, EndsTheHelperAtAStop)
     EXPECT_EQ(run("while (true) {}"), "(none)");
     EXPECT_EQ(asked, 3);
     EXPECT_TRUE(duration.within(1500ms));
-    EXPECT_TRUE(log_holds("No proxy from the autoproxy file: the run is to stop"));
+    EXPECT_TRUE(log_holds("No proxy from the autoproxy file: a stop was requested"));
 }
 
 TEST_P(HostileScript, EndsSoonAndYieldsNothing)

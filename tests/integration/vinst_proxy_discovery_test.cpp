@@ -295,6 +295,6 @@ TEST_F(ProxyTest, IsNotDetectedIfDetectionIsDisabled)
 {
     const VARIABLES off(VALUES{{"VINST_NO_PROXY_DISCOVERY", "1"}});
     EXPECT_FALSE(discovery->discover().has_host());
-    EXPECT_TRUE(log_holds("[info] VINST_NO_PROXY_DISCOVERY is set, no proxy is looked for\n"));
+    EXPECT_TRUE(log_holds("[info] VINST_NO_PROXY_DISCOVERY is set, proxy discovery is skipped\n"));
     EXPECT_FALSE(log_holds("wpad"));
 }

@@ -240,7 +240,7 @@ TEST(ReleaseTool, RefusesInvalidArguments)
         const TOOL_RUN run = run_release_tool(bad.arguments);
         EXPECT_EQ(run.exit_code, 2) << bad.first_line;
         EXPECT_THAT(run.errors, StartsWith(bad.first_line));
-        EXPECT_THAT(run.errors, HasSubstr("--help tells how to use it\n"));
+        EXPECT_THAT(run.errors, HasSubstr("--help describes its usage\n"));
         EXPECT_EQ(run.output, "");
     }
 }

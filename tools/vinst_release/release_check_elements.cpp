@@ -75,7 +75,7 @@ private:
                 continue;
             if (!first)
                 m_faults.add(element,
-                             QStringLiteral("described again; the last description holds"));
+                             QStringLiteral("described again; the last description is used"));
             first = false;
             check_texts(element, {"edition", "version", "download_url", "test_url", "test_md5sum",
                                   "installdir_linux", "installdir_windows"});
@@ -93,7 +93,7 @@ private:
         const QString address = element.text(key);
         if (!address.isEmpty() && !address.startsWith("http://") && !address.startsWith("https://"))
             m_faults.add(element, '\'' + QLatin1String(key) +
-                                      "' is no http or https address: " + quoted(address));
+                                      "' is not an http or https URL: " + quoted(address));
     }
 
     void check_values(const RELEASE_ELEMENT& component)
@@ -116,7 +116,7 @@ private:
     {
         for (const char* key : keys)
             if (element.has(key) && !element.object.value(QLatin1String(key)).isString())
-                m_faults.add(element, '\'' + QLatin1String(key) + "' is not a text");
+                m_faults.add(element, '\'' + QLatin1String(key) + "' is not a string");
     }
 
     /// An absent sum is told by the parser, one that is no text by `check_texts`.
@@ -158,7 +158,7 @@ private:
                                                    " comes later; parents must come first");
         }
         for (const QString& cycle : parent_cycles(m_relations))
-            m_faults.add("parents in a circle: " + cycle);
+            m_faults.add("parents form a cycle: " + cycle);
     }
 
     void check_dependencies()
@@ -173,7 +173,7 @@ private:
                     m_faults.add(component, "its dependency " + quoted(name) + " does not exist");
         }
         for (const QString& cycle : dependency_cycles(m_relations))
-            m_faults.add("dependencies in a circle: " + cycle);
+            m_faults.add("dependencies form a cycle: " + cycle);
     }
 
     /// All files come from one address, and may be put on a file system that ignores case.
@@ -187,18 +187,17 @@ private:
                 continue;
             const QString key = filename.toCaseFolded();
             if (key == release_test_file || key == release_manifest_file)
-                m_faults.add(*component,
-                             "its file has the name of the release's own " + quoted(key));
+                m_faults.add(*component, "its file has the name of the release's " + quoted(key));
             const RELEASE_ELEMENT* owner = owners.value(key);
             if (owner == nullptr)
                 owners.insert(key, component);
             else if (owner->filename() != filename)
                 m_faults.add(*component, "its file " + quoted(filename) +
                                              " differs from the file of " + owner->label() +
-                                             " only in the case of letters");
+                                             " only in upper and lower case");
             else if (!tell_the_same_file(*owner, *component))
                 m_faults.add(*component, "its file " + quoted(filename) + " is also the file of " +
-                                             owner->label() + ", with another size or sum");
+                                             owner->label() + ", with another size or checksum");
         }
     }
 

@@ -109,7 +109,7 @@ void check_loading(const QString& manifest, const std::vector<RELEASE_ELEMENT>& 
         for (const QString& key : missing_required_keys(element))
         {
             lacks_required_key = true;
-            faults.add(element, '\'' + key + "' is missing; the program loads no such manifest");
+            faults.add(element, '\'' + key + "' is missing; the program rejects such a manifest");
         }
     if (lacks_required_key)
     {

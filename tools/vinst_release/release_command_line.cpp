@@ -33,33 +33,33 @@ const char* const general_help =
     "\n"
     "Commands:\n"
     "  make DESCRIPTION OUT    make a release in the directory OUT\n"
-    "  check MANIFEST [DIR]    tell every fault of a manifest, and of its files in DIR\n"
+    "  check MANIFEST [DIR]    report all faults in a manifest and its files in DIR\n"
     "  serve DIR               serve a directory over HTTP\n"
     "\n"
-    "vinst_release COMMAND --help tells more of a command.\n";
+    "vinst_release COMMAND --help describes a command.\n";
 
 const char* const make_help =
     "Usage: vinst_release make DESCRIPTION OUT [options...]\n"
     "\n"
     "Makes a release in the directory OUT: copies the files that the JSON file DESCRIPTION\n"
-    "names, measures their sizes, MD5 and SHA-1 sums, and writes the manifest\n"
+    "names, calculates their MD5 and SHA-1 checksums, and writes the manifest\n"
     "(manifest.json) and the connection test's file (vinst_test_download.txt). Files that\n"
-    "are in OUT already are not copied again.\n"
+    "are already in OUT are not copied again.\n"
     "\n";
 
 const char* const check_help =
     "Usage: vinst_release check MANIFEST [DIR]\n"
     "\n"
-    "Loads a manifest as the installer does and tells every fault on a line of its own:\n"
-    "what the installer says of it, broken relations, names and files that clash, malformed\n"
-    "sums. With DIR, compares the release's files there with the manifest. Elements without\n"
-    "a name are counted from 1. The exit code is 0 without a fault and 1 with one or more.\n"
+    "Loads a manifest as the installer does and reports each fault on a separate line: the\n"
+    "installer's messages, broken relations, conflicting names and files, and malformed\n"
+    "checksums. With DIR, compares the release's files there with the manifest. Elements\n"
+    "without a name are numbered from 1. The exit code is 0 if there are no faults, else 1.\n"
     "\n";
 
 const char* const serve_help =
     "Usage: vinst_release serve DIR [options...]\n"
     "\n"
-    "Serves the files below DIR over HTTP until it is ended by Ctrl-C or SIGTERM. The first\n"
+    "Serves the files below DIR over HTTP until stopped by Ctrl-C or SIGTERM. The first\n"
     "line that it prints is its address.\n"
     "\n";
 
@@ -81,7 +81,7 @@ int refuse_usage(const QString& why, const QString& command)
     complain(why);
     const std::string hint = "vinst_release " +
                              utf8(command.isEmpty() ? QString() : command + ' ') +
-                             "--help tells how to use it\n";
+                             "--help describes its usage\n";
     std::fwrite(hint.data(), 1, hint.size(), stderr);
     return bad_usage;
 }
@@ -197,7 +197,7 @@ std::vector<COMMAND> commands()
     po::options_description make_options("Options");
     make_options.add_options()("help", "this help")(
         "download-url", po::value<std::string>()->value_name("URL"),
-        "where the release will be fetched from, in place of the description's download_url");
+        "where the release will be fetched from, instead of the description's download_url");
 
     po::options_description check_options("Options");
     check_options.add_options()("help", "this help");
@@ -205,11 +205,11 @@ std::vector<COMMAND> commands()
     po::options_description serve_options("Options");
     serve_options.add_options()("help", "this help")(
         "port", po::value<std::string>()->value_name("N")->default_value("0"),
-        "the port to listen on; 0 for any free one")(
+        "the port to listen on; 0 for any free port")(
         "address", po::value<std::string>()->value_name("ADDRESS")->default_value("127.0.0.1"),
         "the address to listen on")(
         "rate", po::value<std::string>()->value_name("BYTES")->default_value("0"),
-        "bytes a second for each connection; 0 for as fast as can be");
+        "bytes per second per connection; 0 for unlimited");
 
     return {{QStringLiteral("make"), make_help, 2, 2, make_options, make},
             {QStringLiteral("check"), check_help, 1, 2, check_options, check},

@@ -95,7 +95,7 @@ private:
         RELEASE_DESCRIPTION_COMPONENT component;
         component.name = json.required_text("name");
         if (component.name.contains(','))
-            json.refuse("name", "must hold no comma, since names are listed with commas");
+            json.refuse("name", "must not contain a comma, because names are separated by commas");
         component.kind = read_kind(json);
         component.title = json.text("title", component.name);
         component.desc = json.text("desc");
@@ -152,8 +152,8 @@ private:
         else if (!info.isFile())
             json.refuse("file", "is not a file: " + quoted(path));
         else if (!is_safe_file_name(info.fileName()))
-            json.refuse("file",
-                        "has a name that not every platform can hold: " + quoted(info.fileName()));
+            json.refuse("file", "has a name that is not valid on every platform: " +
+                                    quoted(info.fileName()));
         return path;
     }
 
@@ -168,7 +168,7 @@ private:
                 json.refuse("file", "is given for " + quoted(file.key()) +
                                         ", which 'platform' does not name");
             else if (!file.value().isString())
-                json.refuse("file", "must be a text for " + quoted(file.key()));
+                json.refuse("file", "must be a string for " + quoted(file.key()));
     }
 
     /// All files of a release lie in one directory, which may ignore the case of names.
@@ -182,14 +182,14 @@ private:
             const QString key = component.filename().toCaseFolded();
             if (key == release_test_file || key == release_manifest_file)
                 m_faults.append(component.label() + ": the name " + quoted(component.filename()) +
-                                " is the release's own");
+                                " is reserved for the release");
             const auto* owner = owners.value(key);
             if (owner == nullptr)
                 owners.insert(key, &component);
             else if (owner->file != component.file)
-                m_faults.append(component.label() + ": its file would take the place of " +
-                                owner->label() + "'s in the release: " + quoted(component.file) +
-                                " and " + quoted(owner->file));
+                m_faults.append(component.label() + ": its file would replace " + owner->label() +
+                                "'s in the release: " + quoted(component.file) + " and " +
+                                quoted(owner->file));
         }
     }
 

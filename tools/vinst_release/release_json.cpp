@@ -29,7 +29,7 @@ std::optional<QJsonObject> read_json_object(const QString& path, QStringList& fa
     }
     if (!document.isObject())
     {
-        faults.append(quoted(path) + " must hold one JSON object");
+        faults.append(quoted(path) + " must contain one JSON object");
         return std::nullopt;
     }
     return document.object();
@@ -45,7 +45,7 @@ QString RELEASE_JSON_OBJECT::text(const char* key, const QString& otherwise) con
 {
     const QJsonValue found = value(key);
     if (!found.isUndefined() && !found.isString())
-        refuse(key, QStringLiteral("must be a text"));
+        refuse(key, QStringLiteral("must be a string"));
     return found.toString(otherwise);
 }
 
@@ -70,7 +70,7 @@ QStringList RELEASE_JSON_OBJECT::texts(const char* key) const
         found.append(entry.toString());
     }
     if (!all_texts)
-        refuse(key, QStringLiteral("must be a list of texts"));
+        refuse(key, QStringLiteral("must be a list of strings"));
     return found;
 }
 

@@ -104,9 +104,9 @@ order_by_relations(const std::vector<RELEASE_RELATION>& relations, QStringList& 
                               " does not exist on its platform");
     }
     for (const QString& cycle : parent_cycles(relations))
-        faults.append("parents in a circle: " + cycle);
+        faults.append("parents form a cycle: " + cycle);
     for (const QString& cycle : dependency_cycles(relations))
-        faults.append("dependencies in a circle: " + cycle);
+        faults.append("dependencies form a cycle: " + cycle);
     if (faults.size() != faults_before)
         return std::nullopt;
     return order_parents_first(parents);

@@ -148,7 +148,7 @@ int install_vinst_run(int argc, char** argv, bool gui_host)
     const bool with_windows = may_run_graphically(argc, argv, gui_host);
     if (with_windows && !has_display())
     {
-        print_line("There is no display to show windows on. " + console_hint());
+        print_line("No display is available. " + console_hint());
         return stopped_early;
     }
 

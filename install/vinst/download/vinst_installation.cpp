@@ -132,7 +132,7 @@ bool INSTALLATION::run_action(const VINST_COMPONENT& action) const
     const VINST_COMPONENT* const owner = owner_of_action(action, host_platform());
     if (is_left_out(owner))
     {
-        run_log().info("Leave out the action %s, since its component was not installed: %s",
+        run_log().info("Skipping the action %s because its component was not installed: %s",
                        action.log_name(), owner->log_name());
         return true;
     }

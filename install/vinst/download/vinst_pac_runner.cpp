@@ -63,7 +63,7 @@ public:
                          [&]
                          {
                              if (!may_go_on())
-                                 end("the run is to stop");
+                                 end("a stop was requested");
                          });
         stop_check.start(stop_check_interval);
         if (m_process.state() != QProcess::NotRunning)
@@ -83,8 +83,7 @@ public:
         if (m_process.error() == QProcess::FailedToStart)
             return m_process.program() + " can't be started: " + m_process.errorString();
         if (m_process.exitStatus() == QProcess::CrashExit)
-            return QStringLiteral("it went beyond its limits (signal %1)")
-                .arg(m_process.exitCode());
+            return QStringLiteral("it exceeded its limits (signal %1)").arg(m_process.exitCode());
         if (m_process.exitCode() != pac_directive_found)
             return "it yields no proxy";
         return {};
@@ -97,7 +96,7 @@ private:
         if (all.size() <= output_limit)
             return;
         all.truncate(output_limit);
-        end("it says too much");
+        end("it prints too much");
     }
 
     void end(const QString& reason)

@@ -106,16 +106,16 @@ CURL_PROXY_INFO VINST_PROXY_DISCOVERY::discover()
     // For networks whose responses can't be trusted.
     if (!qEnvironmentVariableIsEmpty("VINST_NO_PROXY_DISCOVERY"))
     {
-        run_log().info("VINST_NO_PROXY_DISCOVERY is set, no proxy is looked for");
+        run_log().info("VINST_NO_PROXY_DISCOVERY is set, proxy discovery is skipped");
         return {};
     }
     m_end = CLOCK::now() + longest_discovery;
     const char* source = "";
     const CURL_PROXY_INFO proxy = ask_all(source);
     if (proxy.has_host())
-        run_log().info("Proxy found by %s", source);
+        run_log().info("Proxy detected by %s", source);
     else if (!may_go_on() && !is_to_stop())
-        run_log().info("The search for a proxy took too long and was ended");
+        run_log().info("Proxy discovery timed out");
     else
         run_log().info("No proxy found");
     m_end.reset();
@@ -124,14 +124,14 @@ CURL_PROXY_INFO VINST_PROXY_DISCOVERY::discover()
 
 CURL_PROXY_INFO VINST_PROXY_DISCOVERY::ask_all(const char*& source)
 {
-    source = "the network (WPAD)";
+    source = "WPAD";
     if (CURL_PROXY_INFO proxy = get_wpad_proxy(); proxy.has_host())
         return proxy;
     source = "the browser's preferences";
     QString autoconfig_url;
     if (CURL_PROXY_INFO proxy = get_firefox_proxy(autoconfig_url); proxy.has_host())
         return proxy;
-    source = "the browser's automatic configuration";
+    source = "the browser's auto-configuration";
     return autoconfig_url.isEmpty() || !may_go_on() ? CURL_PROXY_INFO()
                                                     : get_pac_proxy(autoconfig_url);
 }

@@ -239,8 +239,7 @@ void VINST_DOWNLOADER_TREEVIEW::run_installer(const QModelIndex& index)
     if (!refresh_run_flag(*row))
     {
         show_message_box(
-            "The installer is no longer the file that was verified. Download it again: " + path,
-            true);
+            "The installer has changed since it was verified. Download it again: " + path, true);
         return;
     }
     const QString command =

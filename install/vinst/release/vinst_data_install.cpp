@@ -95,7 +95,7 @@ QString missing_installer_reason(const VINST_COMPONENT& component, const QString
     if (component.name == main_product || component.is_device_group_member())
         return {};
     if (component.is_device_archive())
-        return QStringLiteral("it has no installer of its own, since it is a device archive "
+        return QStringLiteral("it has no separate installer, because it is a device archive "
                               "outside the device group");
     if (component.is_simulator() && !is_edition(component.name))
         return QStringLiteral("it is installed with a simulator edition, and none was installed");

@@ -53,8 +53,9 @@ TEST_F(PacEngineTest, LimitsTheNumberOfResolvedNames)
                   "if (dnsResolve('n' + i) !== null) ++found; return String(found); }"),
               "32");
     EXPECT_EQ(looked_up.size(), 32U);
-    EXPECT_EQ(lines, std::vector<std::string>(
-                         {"The script looks up too many names; the others count as unknown."}));
+    EXPECT_EQ(lines,
+              std::vector<std::string>(
+                  {"The script looks up too many names; the others are treated as unknown."}));
 }
 
 TEST_F(PacEngineTest, NeverResolvesOverlongNames)
@@ -88,7 +89,7 @@ TEST_F(PacEngineTest, ReportsThatTheTextIsUsed)
 {
     EXPECT_EQ(run("PROXY a:1"), "PROXY a:1");
     ASSERT_EQ(lines.size(), 2U);
-    EXPECT_EQ(lines[1], "Its text holds a directive, which counts instead.");
+    EXPECT_EQ(lines[1], "Its text contains a directive, which is used instead.");
 }
 
 TEST_F(PacEngineTest, StartsWithNewStateEachTime)

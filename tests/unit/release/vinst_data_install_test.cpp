@@ -414,7 +414,7 @@ TEST_F(NoInstallCommand, IsDueToTheKindOfComponent)
     {
         add_main(selected);
         EXPECT_EQ(reason(add("loose", true, ".vdz")),
-                  "it has no installer of its own, since it is a device archive outside the device "
+                  "it has no separate installer, because it is a device archive outside the device "
                   "group");
         for (const char* name : {"morlan", "morlan_common"})
             EXPECT_EQ(reason(add(name)),

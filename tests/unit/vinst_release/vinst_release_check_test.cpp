@@ -139,12 +139,12 @@ TEST_F(CheckRelease, ContinuesAfterElementsThatTheProgramRefuses)
     EXPECT_THAT(
         check({release_element(), without(group("x"), "name"), 17, without(group("y"), "data_type"),
                without(release_element(), "version"), without(component("z", "z"), "size")}),
-        ElementsAre("element 2: 'name' is missing; the program loads no such manifest",
-                    "element 3: 'data_type' is missing; the program loads no such manifest",
-                    "component 'y' (linux): 'data_type' is missing; the program loads no such "
-                    "manifest",
-                    "release: 'version' is missing; the program loads no such manifest",
-                    "release: described again; the last description holds",
+        ElementsAre("element 2: 'name' is missing; the program rejects such a manifest",
+                    "element 3: 'data_type' is missing; the program rejects such a manifest",
+                    "component 'y' (linux): 'data_type' is missing; the program rejects such "
+                    "a manifest",
+                    "release: 'version' is missing; the program rejects such a manifest",
+                    "release: described again; the last description is used",
                     "component 'z' (linux): 'size' is missing in the manifest data"));
 }
 
@@ -162,7 +162,7 @@ TEST_F(CheckRelease, ReportsParentsThatComeLaterOrAreTheComponentItself)
 {
     EXPECT_THAT(check({release_element(), group("a", {{"parent", "b"}}), group("b"),
                        group("c", {{"parent", "c"}})}),
-                ElementsAre("parents in a circle: component 'c' (linux) -> component 'c' (linux)",
+                ElementsAre("parents form a cycle: component 'c' (linux) -> component 'c' (linux)",
                             "component 'a' (linux): its parent 'b' comes later; parents must come "
                             "first",
                             "component 'c' (linux): names itself as its parent"));
@@ -173,7 +173,7 @@ TEST_F(CheckRelease, ReportsCycles)
     EXPECT_THAT(check({release_element(), group("a", {{"dependency", QJsonArray{"b"}}}),
                        group("b", {{"dependency", QJsonArray{"c"}}}),
                        group("c", {{"dependency", QJsonArray{"a"}}})}),
-                ElementsAre("dependencies in a circle: component 'a' (linux) -> component 'b' "
+                ElementsAre("dependencies form a cycle: component 'a' (linux) -> component 'b' "
                             "(linux) -> component 'c' (linux) -> component 'a' (linux)"));
 }
 
@@ -192,16 +192,16 @@ TEST_F(CheckRelease, ReportsDifferentFilesWithTheSameName)
         check({release_element(), component("a", "a.run"), component("b", "a.run"),
                component("c", "a.run", {{"md5sum", QString(32, '0')}}), component("d", "A.run")}),
         ElementsAre("component 'c' (linux): its file 'a.run' is also the file of component 'a' "
-                    "(linux), with another size or sum",
+                    "(linux), with another size or checksum",
                     "component 'd' (linux): 'filename' is not safe",
                     "component 'd' (linux): its file 'A.run' differs from the file of component "
-                    "'a' (linux) only in the case of letters"));
+                    "'a' (linux) only in upper and lower case"));
 }
 
 TEST_F(CheckRelease, ReportsFilesWithReservedNames)
 {
     EXPECT_THAT(check({release_element(), component("a", "manifest.json")}),
-                ElementsAre("component 'a' (linux): its file has the name of the release's own "
+                ElementsAre("component 'a' (linux): its file has the name of the release's "
                             "'manifest.json'"));
 }
 
@@ -230,7 +230,7 @@ TEST_F(CheckRelease, ReportsUnknownKindsAndPlatformsAndWrongTypes)
                        group("d", {{"dependency", "a"}}), group("")}),
                 ElementsAre("component 'a' (linux): unknown 'data_type' 'upload'",
                             "component 'b' (Linux): unknown 'platform' 'Linux'",
-                            "component 'c' (linux): 'title' is not a text",
+                            "component 'c' (linux): 'title' is not a string",
                             "component 'd' (linux): 'dependency' is not a list",
                             "element 6: 'name' is empty"));
 }
@@ -246,7 +246,7 @@ TEST_F(CheckRelease, ReportsAddressesThatAreNotHttp)
     QJsonObject release = release_element();
     release["download_url"] = "file:///x";
     EXPECT_THAT(check({release, group("a")}),
-                ElementsAre("release: 'download_url' is no http or https address: 'file:///x'"));
+                ElementsAre("release: 'download_url' is not an http or https URL: 'file:///x'"));
 }
 
 TEST_F(CheckRelease, ComparesEveryFileAndReportsEachDifference)

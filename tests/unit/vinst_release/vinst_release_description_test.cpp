@@ -137,7 +137,7 @@ TEST_F(ReleaseDescription, ReportsTheLineOfInvalidJson)
 TEST_F(ReleaseDescription, RefusesAFileThatIsNotAnObject)
 {
     EXPECT_FALSE(read_text("[1]"));
-    EXPECT_THAT(faults(), ElementsAre(HasSubstr("must hold one JSON object")));
+    EXPECT_THAT(faults(), ElementsAre(HasSubstr("must contain one JSON object")));
 }
 
 TEST_F(ReleaseDescription, ReportsThatItDoesNotExist)
@@ -177,12 +177,13 @@ TEST_F(ReleaseDescription, ReportsEveryValueOfTheWrongType)
     EXPECT_THAT(faults(),
                 ElementsAre("component 'a': 'kind' must be \"download\" or \"install\", not "
                             "'upload'",
-                            "component 'a': 'title' must be a text",
-                            "component 'a': 'dependency' must be a list of texts",
+                            "component 'a': 'title' must be a string",
+                            "component 'a': 'dependency' must be a list of strings",
                             "component 'a': 'selected' must be true or false",
                             "component 'a': 'installsize' must be a whole number of bytes or "
                             "\"auto\"",
-                            "component 2: 'name' must be a text", "component 3: 'name' is missing",
+                            "component 2: 'name' must be a string",
+                            "component 3: 'name' is missing",
                             "component 3: 'platform' must name a platform",
                             "component 4 must be an object"));
 }
@@ -217,8 +218,8 @@ TEST_F(ReleaseDescription, ReportsMissingAndUnsuitableFiles)
     EXPECT_THAT(faults(),
                 ElementsAre("component 'a': 'file' does not exist: '" + m_dir.str() + "/none.run'",
                             "component 'b': 'file' is not a file: '" + m_dir.str() + "/directory'",
-                            "component 'c': 'file' has a name that not every platform "
-                            "can hold: 'a:b'",
+                            "component 'c': 'file' has a name that is not valid on "
+                            "every platform: 'a:b'",
                             "component 'd': 'file' is given for 'windows', which "
                             "'platform' does not name"));
 }
@@ -229,11 +230,10 @@ TEST_F(ReleaseDescription, RefusesTwoFilesWithTheSameName)
     m_dir.write("windows/BASE.bin", "2");
     EXPECT_FALSE(read(R"({"name": "a", "platform": "linux", "file": "linux/base.bin"},
                          {"name": "a", "platform": "windows", "file": "windows/BASE.bin"})"));
-    EXPECT_THAT(faults(),
-                ElementsAre("component 'a' (windows): its file would take the place of component "
-                            "'a' (linux)'s in the release: '" +
-                            m_dir.str() + "/windows/BASE.bin' and '" + m_dir.str() +
-                            "/linux/base.bin'"));
+    EXPECT_THAT(faults(), ElementsAre("component 'a' (windows): its file would replace component "
+                                      "'a' (linux)'s in the release: '" +
+                                      m_dir.str() + "/windows/BASE.bin' and '" + m_dir.str() +
+                                      "/linux/base.bin'"));
 }
 
 TEST_F(ReleaseDescription, LetsComponentsShareAFile)
@@ -250,7 +250,7 @@ TEST_F(ReleaseDescription, RefusesReservedFileNames)
     EXPECT_FALSE(read(R"({"name": "a", "platform": "linux", "file": "Manifest.json"},
                          {"name": "b", "platform": "linux", "file": "vinst_test_download.txt"})"));
     EXPECT_EQ(m_faults.size(), 2);
-    EXPECT_THAT(faults(), Each(HasSubstr("is the release's own")));
+    EXPECT_THAT(faults(), Each(HasSubstr("is reserved for the release")));
 }
 
 TEST_F(ReleaseDescription, ReportsBrokenRelations)
@@ -271,9 +271,9 @@ TEST_F(ReleaseDescription, ReportsCyclesOfParentsAndOfDependencies)
     EXPECT_FALSE(read(R"({"name": "a", "platform": "linux", "parent": "b"},
                          {"name": "b", "platform": "linux", "parent": "a"},
                          {"name": "c", "platform": "linux", "dependency": ["c"]})"));
-    EXPECT_THAT(faults(), ElementsAre("parents in a circle: component 'a' (linux) -> component "
+    EXPECT_THAT(faults(), ElementsAre("parents form a cycle: component 'a' (linux) -> component "
                                       "'b' (linux) -> component 'a' (linux)",
-                                      "dependencies in a circle: component 'c' (linux) -> "
+                                      "dependencies form a cycle: component 'c' (linux) -> "
                                       "component 'c' (linux)"));
 }
 
@@ -287,6 +287,6 @@ TEST_F(ReleaseDescription, RefusesAddressesThatAreNotHttp)
 TEST_F(ReleaseDescription, RefusesNamesWithCommas)
 {
     EXPECT_FALSE(read(R"({"name": "a,b", "platform": "linux"})"));
-    EXPECT_THAT(faults(), ElementsAre("component 'a,b': 'name' must hold no comma, since names "
-                                      "are listed with commas"));
+    EXPECT_THAT(faults(), ElementsAre("component 'a,b': 'name' must not contain a comma, "
+                                      "because names are separated by commas"));
 }
