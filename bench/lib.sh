@@ -1,4 +1,4 @@
-# Shared by the benchmarks: a release served by nginx on loopback, and runs measured in the same way.
+# Shared by the benchmarks: serves a release with nginx on loopback and measures runs.
 # Sourced after `set -euo pipefail`; `root` is the project's directory.
 
 fail() { echo "$*" >&2; exit 1; }
@@ -18,8 +18,8 @@ build_release() {
   vinst=$root/build/release/bin/vinst
 }
 
-# begin_work SIZE_MIB: a directory for the benchmark's data, in memory where that is roomy enough.
-# Sets work; it goes when the script ends, with the servers in it.
+# begin_work SIZE_MIB: creates a directory for the benchmark's data, in memory if there is room.
+# Sets work; removed when the script ends, after its servers have been stopped.
 begin_work() {
   local base=${TMPDIR:-/tmp} free
   free=$(df -Pm /dev/shm 2>/dev/null | awk 'NR == 2 { print $4 }')
@@ -75,7 +75,7 @@ EOT
   fail "nginx did not start (ten ports tried)"
 }
 
-# write_manifest DIR: a manifest of all *.bin files of the directory, to $work/manifest.json.
+# write_manifest DIR: writes a manifest of all *.bin files in the directory to $work/manifest.json.
 write_manifest() {
   local file name separator=
   {

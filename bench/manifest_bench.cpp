@@ -17,7 +17,7 @@ namespace
 
 constexpr int rounds = 5;
 
-/// A component that has all its keys, a parent and dependencies before and after it.
+/// A component with all keys, a parent, and dependencies before and after it.
 QJsonObject component(int number, int count)
 {
     const auto name = [](int n) { return "component_" + QString::number(n); };
@@ -54,7 +54,7 @@ QString write_manifest(const QString& dir, int count)
     return path;
 }
 
-/// Milliseconds; negative when the manifest did not load as it was written.
+/// Milliseconds; negative if the loaded release doesn't match the manifest.
 double loading_time(const QString& path, int count)
 {
     std::vector<double> times;

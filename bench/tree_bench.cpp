@@ -109,7 +109,7 @@ int main(int argc, char** argv)
                   settle();
               }),
           150);
-    // An odd number of clicks on what was checked.
+    // An odd number of clicks on a checked row.
     const VINST_COMPONENT& last = *release.components().back();
     if (tree.model()->rowCount() != 1 || last.selection != VINST_SELECTION::not_selected)
     {

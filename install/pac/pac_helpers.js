@@ -1,16 +1,16 @@
-// What automatic-configuration scripts find predefined: the browsers' helper functions.
-// Evaluates to a function that defines them, given what the machine can answer.
+// The predefined functions for auto-configuration scripts, as in browsers. Evaluates to a function
+// that defines them, given the native half.
 (function (global, native) {
     var day_names = ["SUN", "MON", "TUE", "WED", "THU", "FRI", "SAT"];
     var month_names = ["JAN", "FEB", "MAR", "APR", "MAY", "JUN",
                        "JUL", "AUG", "SEP", "OCT", "NOV", "DEC"];
 
-    // Lists cross the border as texts with semicolons.
+    // Lists are exchanged as texts separated by semicolons.
     function list_of(text) {
         return text === "" ? [] : text.split(";");
     }
 
-    // The four or sixteen bytes of a numeric address; null for anything else.
+    // The 4 or 16 bytes of an IP address; null for any other text.
     function address_bytes(text) {
         var bytes = native.address_bytes(String(text));
         return bytes === "" ? null : bytes.split(",").map(Number);
@@ -39,8 +39,8 @@
         return true;
     }
 
-    // Whether the character matches the bracket expression that begins at the pattern's place.
-    // Yields the place behind the expression too; null where the bracket is never closed.
+    // Whether the character matches the bracket expression at this position of the pattern. Also
+    // returns the position after the expression; null if the bracket is never closed.
     function match_bracket(pattern, at, character) {
         var negated = pattern[at + 1] === "!" || pattern[at + 1] === "^";
         var first = at + (negated ? 2 : 1);
@@ -59,7 +59,7 @@
         return { matches: found !== negated, next: end + 1 };
     }
 
-    // One character against the pattern's place: the place behind it, or -1.
+    // Matches one character at this position of the pattern: the position after it, or -1.
     function match_one(pattern, at, character) {
         if (pattern[at] === "?")
             return at + 1;
@@ -71,7 +71,7 @@
         return pattern[at] === character ? at + 1 : -1;
     }
 
-    // Goes back to the last star alone, which is enough, so that no pattern takes for ever.
+    // Backtracks only to the last star, which is sufficient and avoids exponential time.
     function glob_matches(text, pattern) {
         var in_text = 0, in_pattern = 0, star = -1, star_text = 0;
         while (in_text < text.length) {
@@ -97,7 +97,7 @@
         return in_pattern === pattern.length;
     }
 
-    // The arguments without a final "GMT", and the present moment as that asks for.
+    // The arguments without a final "GMT", and the current time in the requested zone.
     function split_zone(all) {
         var values = Array.prototype.slice.call(all);
         var utc = values.length > 0 && String(values[values.length - 1]).toUpperCase() === "GMT";
@@ -120,7 +120,7 @@
         return names.indexOf(String(value).toUpperCase());
     }
 
-    // Negative, zero or positive, by the first figure that differs.
+    // Negative, zero or positive, by the first element that differs.
     function compare(one, other) {
         for (var i = 0; i < one.length; ++i) {
             if (one[i] !== other[i])
@@ -129,14 +129,14 @@
         return 0;
     }
 
-    // Both ends count. A range that ends before it begins goes around.
+    // Both ends are included. A range whose end is before its start wraps around.
     function in_range(first, now, last) {
         return compare(first, last) <= 0
             ? compare(first, now) <= 0 && compare(now, last) <= 0
             : compare(first, now) <= 0 || compare(now, last) <= 0;
     }
 
-    // A day, month and year in any selection and order, as one record; null when it is none.
+    // Any combination of day, month and year in any order, as one record; null if invalid.
     function date_part(values) {
         var part = {};
         for (var i = 0; i < values.length; ++i) {
@@ -229,7 +229,7 @@
             if (kinds.join() !== kinds_of(last).join())
                 return false;
             var begin = figures(first, kinds), end = figures(last, kinds);
-            // Years don't come around again.
+            // Years don't wrap around.
             if (kinds[0] === "year" && compare(begin, end) > 0)
                 return false;
             return in_range(begin, figures(now, kinds), end);
@@ -284,7 +284,7 @@
             });
             if (entries.some(function (entry) { return entry.bytes === null; }))
                 return false;
-            // The younger family first.
+            // IPv6 before IPv4.
             entries.sort(function (one, other) {
                 return other.bytes.length - one.bytes.length || compare(one.bytes, other.bytes);
             });

@@ -21,7 +21,7 @@ bool is_sum(const QString& text, int digits)
     return text.size() == digits && !text.contains(other);
 }
 
-/// The elements that become components, as relations and by place.
+/// The elements that become components, with their relations and positions.
 class ELEMENT_CHECK
 {
 public:
@@ -119,7 +119,7 @@ private:
                 m_faults.add(element, '\'' + QLatin1String(key) + "' is not a string");
     }
 
-    /// An absent sum is told by the parser, one that is no text by `check_texts`.
+    /// A missing checksum is reported by the parser, one that is not a string by `check_texts`.
     void check_sum(const RELEASE_ELEMENT& element, const char* key, int digits)
     {
         if (element.object.value(QLatin1String(key)).isString() &&
@@ -176,7 +176,7 @@ private:
             m_faults.add("dependencies form a cycle: " + cycle);
     }
 
-    /// All files come from one address, and may be put on a file system that ignores case.
+    /// All files have the same base URL, and the server's file system may ignore case.
     void check_file_names()
     {
         QHash<QString, const RELEASE_ELEMENT*> owners;

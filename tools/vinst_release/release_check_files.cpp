@@ -12,7 +12,7 @@
 namespace
 {
 
-/// The size that the program reads, from a number or a numeric text.
+/// The size as the program reads it, from a number or a numeric string.
 std::optional<quint64> told_size(const RELEASE_ELEMENT& element)
 {
     bool ok = false;
@@ -20,8 +20,7 @@ std::optional<quint64> told_size(const RELEASE_ELEMENT& element)
     return ok && size >= 0 ? std::optional(static_cast<quint64>(size)) : std::nullopt;
 }
 
-/// The path of the connection test's file below the release's address; empty when it lies
-/// elsewhere.
+/// The path of the connection test's file below the release's URL; empty when it is elsewhere.
 QString test_file(const RELEASE_ELEMENT& release)
 {
     const QString base = release.text("download_url") + '/';
@@ -35,7 +34,7 @@ QString expected_file(const RELEASE_ELEMENT& element)
     return element.is_release() ? test_file(element) : element.filename();
 }
 
-/// Each file is measured once, however many elements name it.
+/// Reads each file once, however many elements name it.
 class FILE_CHECK
 {
 public:

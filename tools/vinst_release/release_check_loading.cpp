@@ -12,7 +12,7 @@
 namespace
 {
 
-/// The required keys that an element lacks; the program loads no manifest with such an element.
+/// The required keys that an element lacks; the program rejects a manifest with such an element.
 QStringList missing_required_keys(const RELEASE_ELEMENT& element)
 {
     QStringList required = {"data_type"};
@@ -30,7 +30,7 @@ QStringList missing_required_keys(const RELEASE_ELEMENT& element)
     return missing;
 }
 
-/// Finds the element that a message of the parser shows.
+/// Finds the element that a message of the parser refers to.
 class MESSAGE_READER
 {
 public:
@@ -47,7 +47,7 @@ public:
         if (message.startsWith("Parent component: ") ||
             message.startsWith("Dependency component: "))
             return;
-        // 'key' is wrong in some way: {"the":"element", cut short if it is long
+        // Format: 'key' has a fault: {"the":"element", truncated if it is long
         const int gap = message.indexOf(": ");
         const QByteArray shown = gap < 0 ? QByteArray() : message.mid(gap + 2).chopped(1);
         const RELEASE_ELEMENT* element = message.startsWith('\'') ? find(shown) : nullptr;
@@ -66,7 +66,7 @@ private:
         return m_by_text.value(start_of(shown));
     }
 
-    /// Long elements are shown cut short; what differs beyond that is told apart by nobody.
+    /// Messages truncate long elements, so elements with the same beginning can't be distinguished.
     static QByteArray start_of(const QByteArray& text)
     {
         constexpr int longest = 1024;
@@ -79,8 +79,8 @@ private:
     QHash<QByteArray, const RELEASE_ELEMENT*> m_by_text;
 };
 
-/// The program stops at the first element that lacks a required key. The rest is loaded from a copy
-/// without such elements.
+/// The program stops at the first element that lacks a required key. To check the rest, a copy
+/// without such elements is loaded.
 void load_without(const QString& manifest, const std::vector<RELEASE_ELEMENT>& elements,
                   MESSAGE_READER& reader, RELEASE_FAULTS& faults)
 {

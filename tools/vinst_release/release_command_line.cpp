@@ -86,7 +86,7 @@ int refuse_usage(const QString& why, const QString& command)
     return bad_usage;
 }
 
-/// One command: what it takes and what it does.
+/// One command: its arguments and its function.
 struct COMMAND
 {
     QString name;
@@ -148,7 +148,7 @@ int check(const QStringList& arguments, const po::variables_map&)
     return faults == 0 ? all_is_well : failed;
 }
 
-/// A whole number in an option's value; nothing when it is none, or too large.
+/// The integer in an option's value; nothing if it isn't an integer or is too large.
 std::optional<quint64> number_option(const po::variables_map& values, const char* name,
                                      quint64 largest)
 {
@@ -175,7 +175,7 @@ int serve(const QStringList& arguments, const po::variables_map& values)
         {utf8(arguments[0]), utf8(text_option(values, "address")), static_cast<int>(*port), *rate},
         [&broke_down]
         {
-            // Read after the wait that this ends.
+            // Read after the wait that this call ends.
             broke_down = true;
             cancel_wait_for_end_signal();
         });

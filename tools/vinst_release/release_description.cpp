@@ -84,7 +84,7 @@ private:
         }
     }
 
-    /// One component for each platform that the entry names.
+    /// One component per platform of the entry.
     void read_component(const QJsonObject& object, const QString& place,
                         RELEASE_DESCRIPTION& release)
     {
@@ -171,7 +171,7 @@ private:
                 json.refuse("file", "must be a string for " + quoted(file.key()));
     }
 
-    /// All files of a release lie in one directory, which may ignore the case of names.
+    /// All files of a release are in one directory, whose file system may ignore case.
     void refuse_clashing_files(const RELEASE_DESCRIPTION& release)
     {
         QHash<QString, const RELEASE_DESCRIPTION_COMPONENT*> owners;

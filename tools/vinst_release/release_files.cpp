@@ -24,14 +24,14 @@ QString fault(const QString& what, const QString& path, const QFileDevice& file)
     return what + ' ' + quoted(path) + ": " + file.errorString();
 }
 
-/// A link in the place of a file to write is replaced; what it points at is somebody else's.
+/// Removes a link at the path of a file to write, so that its target is not overwritten.
 void remove_link(const QString& path)
 {
     if (QFileInfo(path).isSymLink())
         QFile::remove(path);
 }
 
-/// Both sums of the bytes that went by.
+/// Both checksums of the bytes read so far.
 class MEASURE
 {
 public:
@@ -55,8 +55,8 @@ private:
     quint64 m_size = 0;
 };
 
-/// Runs the jobs on oneTBB's threads. Only the counters cross threads, and they are atomic; a
-/// result is written by one worker and read after all workers are done.
+/// Runs the jobs on oneTBB's threads. Only the atomic counters are shared between threads; a result
+/// is written by one worker and read after all workers have finished.
 class FILE_WORK
 {
 public:
@@ -69,7 +69,7 @@ public:
 
     std::vector<RELEASE_FILE_RESULT> run(const RELEASE_FILE_OBSERVER& observer)
     {
-        // The jobs get a thread that works with oneTBB's, since this one only observes.
+        // A separate thread works with oneTBB's on the jobs, because this one only observes.
         std::future<void> work = std::async(std::launch::async, [this] { process_all(); });
         while (work.wait_for(observer_pause) == std::future_status::timeout)
             observer(progress());
@@ -91,7 +91,7 @@ private:
             process(m_jobs[i], m_results[i]);
             ++m_files_done;
         };
-        // One job at a time for each worker, because files differ in size by orders of magnitude.
+        // One job at a time per worker, because files differ in size by orders of magnitude.
         tbb::parallel_for(std::size_t{0}, m_jobs.size(), process_one, tbb::simple_partitioner());
     }
 
@@ -113,8 +113,8 @@ private:
             result.sums = measured.sums();
     }
 
-    /// Measures the source as long as the target holds the same bytes. Also true when reading the
-    /// source failed, since a copy would fail as well.
+    /// Hashes the source while the target has the same content. Also true when reading the source
+    /// failed, because a copy would fail as well.
     bool is_same_as_target(QFile& source, const QString& path, RELEASE_FILE_RESULT& result)
     {
         QFile target(path);
@@ -165,7 +165,7 @@ private:
         result.copied = true;
     }
 
-    /// Reads from the start to the end, or until a block is refused or can't be read.
+    /// Reads from the start until the end, or until a block is rejected or can't be read.
     template <typename TAKE>
     bool read_all(QFile& source, MEASURE& measured, RELEASE_FILE_RESULT& result, const TAKE& take)
     {

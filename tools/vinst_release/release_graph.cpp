@@ -1,6 +1,6 @@
 #include "tools/vinst_release/release_graph.h"
 
-// First, because strong_components.hpp has to find its functions for std::vector.
+// Must be included first: strong_components.hpp needs its functions for std::vector.
 #include <boost/graph/vector_as_graph.hpp>
 
 #include <boost/graph/strong_components.hpp>
@@ -13,7 +13,7 @@ namespace
 
 constexpr std::size_t unseen = std::numeric_limits<std::size_t>::max();
 
-/// For each node, the number of its group: of the nodes that reach it and that it reaches.
+/// For each node, the number of its strongly connected component.
 std::vector<std::size_t> number_groups(const RELEASE_GRAPH& graph)
 {
     const boost::typed_identity_property_map<std::size_t> node_index;
@@ -23,10 +23,10 @@ std::vector<std::size_t> number_groups(const RELEASE_GRAPH& graph)
     return groups;
 }
 
-/// Walks inside the group of the first node until a node comes back. Empty when the group is one
-/// node that does not point at itself.
+/// Follows edges within the group of the first node until a node repeats. Empty if the group is a
+/// single node that doesn't point at itself.
 ///
-/// \param places  of the nodes walked so far, in their paths; written for this group
+/// \param places  of the visited nodes in their paths; written for this group
 std::vector<std::size_t> cycle_in_group_of(std::size_t first, const RELEASE_GRAPH& graph,
                                            const std::vector<std::size_t>& groups,
                                            std::vector<std::size_t>& places)

@@ -84,7 +84,7 @@ bool RELEASE_JSON_OBJECT::flag(const char* key) const
 
 std::optional<quint64> RELEASE_JSON_OBJECT::byte_count_or_auto(const char* key) const
 {
-    constexpr double largest = 9007199254740992.0; // above it a JSON number is no exact count
+    constexpr double largest = 9007199254740992.0; // 2^53 - 1; larger JSON numbers are not exact
     const QJsonValue found = value(key);
     if (found.isUndefined() || found == QStringLiteral("auto"))
         return std::nullopt;

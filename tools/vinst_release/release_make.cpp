@@ -16,7 +16,7 @@ namespace
 const QByteArray test_file_text =
     "This file shows that the downloads of the release are within reach.\n";
 
-/// One job for each file of the release, however many components share it.
+/// One job per file of the release, however many components share it.
 std::vector<RELEASE_FILE_JOB> copy_jobs(const RELEASE_DESCRIPTION& release, const QDir& out,
                                         QStringList& filenames)
 {

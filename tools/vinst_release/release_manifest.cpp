@@ -9,7 +9,7 @@
 namespace
 {
 
-/// Keys that may be absent are left out when there is nothing to say.
+/// Optional keys without a value are left out.
 void set_if_told(QJsonObject& object, const QString& key, const QString& text)
 {
     if (!text.isEmpty())

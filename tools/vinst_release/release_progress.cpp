@@ -50,7 +50,7 @@ void RELEASE_PROGRESS_LINE::show(const RELEASE_FILE_PROGRESS& progress)
 
 QString progress_text(const QString& verb, const RELEASE_FILE_PROGRESS& progress)
 {
-    // A file may have grown since the total was taken.
+    // A file may have grown since the total was calculated.
     const quint64 done = std::min(progress.bytes_done, progress.bytes);
     const int percent = progress.bytes == 0
                             ? 100

@@ -12,7 +12,7 @@
 namespace
 {
 
-/// The parts of a request's path; nothing for a path that no file can have.
+/// The segments of a request's path; nothing for an invalid path.
 std::optional<std::vector<std::string>> path_parts(const std::string& path)
 {
     if (path.empty() || path.front() != '/' || path.find('\0') != std::string::npos)
@@ -78,7 +78,7 @@ std::unique_ptr<RELEASE_SERVED_FILE> RELEASE_SERVED_DIR::open_file(const std::st
     int directory = m_descriptor;
     for (std::size_t i = 0; i < parts->size(); ++i)
     {
-        // Opening a pipe for reading would wait for its writer.
+        // O_NONBLOCK, because opening a pipe for reading would wait for a writer.
         const bool is_last = i + 1 == parts->size();
         const int flags = O_RDONLY | O_CLOEXEC | O_NOFOLLOW | (is_last ? O_NONBLOCK : O_DIRECTORY);
         const int next = openat(directory, (*parts)[i].c_str(), flags);

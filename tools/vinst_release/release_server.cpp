@@ -32,14 +32,13 @@ std::string content_type(const std::string& path)
     return ends_with(".txt") ? "text/plain" : "application/octet-stream";
 }
 
-/// Lets the bytes of one answer pass no faster than the rate, and wakes up at once when the server
-/// stops.
+/// Limits the rate of one response.
 class RATE_LIMIT
 {
 public:
     explicit RATE_LIMIT(std::uint64_t rate) : m_rate(rate) {}
 
-    /// What may be sent in one go.
+    /// The number of bytes to send at once.
     [[nodiscard]] std::size_t block() const
     {
         constexpr std::uint64_t blocks_a_second = 20;
@@ -49,7 +48,7 @@ public:
         return static_cast<std::size_t>(std::min<std::uint64_t>(share, block_size));
     }
 
-    /// The moment by which this many bytes are due, counted from the first call.
+    /// The time at which this many bytes may have been sent.
     [[nodiscard]] std::chrono::steady_clock::time_point due(std::uint64_t bytes) const
     {
         if (m_rate == 0)
@@ -99,7 +98,7 @@ public:
         m_stop_asked.notify_all();
         if (!m_thread.joinable())
             return;
-        // Until it accepts connections, a request to stop would be lost.
+        // A stop before the server accepts connections would be lost.
         while (!m_server.is_running() && !m_ended)
             std::this_thread::yield();
         m_server.stop();
@@ -113,12 +112,12 @@ private:
     void set_up()
     {
         m_server.new_task_queue = [] { return new httplib::ThreadPool(most_connections); };
-        // An idle connection holds up the end of the server for this long.
+        // An idle connection delays the end of the server by this time.
         m_server.set_keep_alive_timeout(1);
         m_server.set_keep_alive_max_count(10000);
         m_server.set_write_timeout(std::chrono::minutes(5));
         m_server.set_tcp_nodelay(true);
-        // The library's own choice would let two servers share a port, unnoticed.
+        // The library's default would let two servers share a port unnoticed.
         m_server.set_socket_options(
             [](socket_t socket)
             {
@@ -149,14 +148,14 @@ private:
             on_failure();
     }
 
-    /// On a connection's thread, like all below.
+    /// Runs on the connection's thread, like all functions below.
     void answer(const httplib::Request& request, httplib::Response& response)
     {
         if (request.method != "GET" && request.method != "HEAD")
         {
             response.status = 405;
             response.set_header("Allow", "GET, HEAD");
-            // What else the client sends is not read.
+            // The rest of the request is not read.
             response.set_header("Connection", "close");
             return;
         }
@@ -187,15 +186,15 @@ private:
                                                      std::to_string(range.offset + range.size - 1) +
                                                      '/' + total);
         }
-        // The library's own handling of ranges trusts the client's numbers. It is left none to
-        // handle: the object is the library's and not a constant one.
+        // The library's own range handling trusts the client's numbers, so the ranges are removed.
+        // The cast is safe because the library's object is not const.
         const_cast<httplib::Request&>(request).ranges.clear();
         if (range.size > 0)
             send(file, range, content_type(request.path), response);
     }
 
-    /// Several ranges in one request are answered with the whole file, and so is a range of a file
-    /// that has changed since the client saw it.
+    /// The complete file is sent for a request with several ranges, or when If-Range shows that the
+    /// file has changed.
     static bool asks_for_range(const httplib::Request& request, const RELEASE_SERVED_FILE& file)
     {
         return request.ranges.size() == 1 &&
@@ -222,7 +221,7 @@ private:
             });
     }
 
-    /// \return false when the server stops
+    /// \return false if the server is stopping
     bool wait_until(std::chrono::steady_clock::time_point moment)
     {
         std::unique_lock lock(m_mutex);

@@ -9,7 +9,7 @@ namespace
 
 constexpr int cancelling_signal = SIGUSR2;
 
-/// Those that the process was started to ignore, as by nohup or in the background, stay ignored.
+/// Signals that were ignored at the start, for example by nohup, stay ignored.
 sigset_t end_signals()
 {
     sigset_t set;
@@ -47,6 +47,6 @@ void wait_for_end_signal()
 
 void cancel_wait_for_end_signal()
 {
-    // To the process: whichever thread waits for it takes it.
+    // Sent to the process: the waiting thread receives it.
     kill(getpid(), cancelling_signal);
 }

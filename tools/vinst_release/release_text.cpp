@@ -9,7 +9,7 @@
 namespace
 {
 
-/// How many letters must be added, dropped or replaced to turn one word into the other.
+/// The number of characters to insert, delete or replace to turn one word into the other.
 int distance(const QString& from, const QString& to)
 {
     std::vector<int> row(static_cast<std::size_t>(to.size()) + 1);
@@ -43,7 +43,7 @@ QString counted(std::size_t count, const QString& noun)
 
 QString nearest_word(const QString& word, const QStringList& known)
 {
-    constexpr int longest_compared = 100; // letters; nothing that long was a slip of the finger
+    constexpr int longest_compared = 100; // characters; longer words are not typing errors
     if (word.size() > longest_compared)
         return {};
     QString nearest;
