@@ -2,8 +2,7 @@
 
 #include <QTreeView>
 
-/// A tree view with the suite's look: alternating row colours, and rows of equal height with
-/// padding.
+/// A tree view with the suite's look: alternating row colours and rows of equal height.
 class AFCQ_TREE_VIEW : public QTreeView
 {
     Q_OBJECT

@@ -45,7 +45,7 @@ public:
     /// The number of files that have ended, successfully or not.
     std::size_t finished_files() const { return m_finished; }
 
-    /// Downloads one file and waits for it. \return the HTTP status; -1 when no server answered
+    /// Downloads one file and waits for it. \return the HTTP status; -1 when no server responded
     int download_one_file(const std::string& url, const std::string& path,
                           CURL_PROGRESS_DATA* data);
 

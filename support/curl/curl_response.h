@@ -11,7 +11,7 @@
 struct CURL_CONTENT_RANGE
 {
     std::optional<std::uint64_t> start; ///< none in a 416 response
-    std::optional<std::uint64_t> total; ///< none when the server doesn't say
+    std::optional<std::uint64_t> total; ///< none when unknown to the server
 };
 
 std::optional<CURL_CONTENT_RANGE> curl_parse_content_range(std::string_view value);

@@ -15,7 +15,7 @@ public:
     VINST_STOP_SIGNALS(const VINST_STOP_SIGNALS&) = delete;
     VINST_STOP_SIGNALS& operator=(const VINST_STOP_SIGNALS&) = delete;
 
-    /// The signal that asked for the stop; 0 when none has.
+    /// The signal that requested the stop; 0 if there was none.
     static int received();
 
     /// Restores the host's disposition of the received signal and raises it again, so that the

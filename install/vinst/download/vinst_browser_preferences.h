@@ -44,5 +44,5 @@ private:
 
 /// The paths of the files named "prefs.js" below a directory. Links are not followed. The search is
 /// limited to six levels and 200 files, which is enough for every browser.
-/// \param keep_looking  asked before each directory
+/// \param keep_looking  called before each directory; false ends the search
 QStringList preference_files(const QString& root, const std::function<bool()>& keep_looking);

@@ -24,7 +24,7 @@ struct VINST_PROGRESS_TOTALS
     quint64 received = 0; ///< in this run
 };
 
-/// `part` of `whole` in percent, truncated and at most 100; 0 for an empty whole.
+/// `part` of `whole` in percent, truncated and at most 100; 0 if `whole` is 0.
 quint64 percentage(quint64 part, quint64 whole);
 
 QString overall_text(const VINST_PROGRESS_TOTALS& totals);

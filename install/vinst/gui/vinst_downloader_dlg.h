@@ -147,6 +147,5 @@ private:
     QElapsedTimer m_attempt_clock; ///< valid while an attempt runs
     QTimer m_elapsed_timer;
     QTimer m_directory_timer; ///< delays the update while the user types in a directory field
-    THR_STOP_SUBSCRIPTION
-        m_stop_subscription; ///< last, so that it is destroyed first: it calls this dialog
+    THR_STOP_SUBSCRIPTION m_stop_subscription; ///< destroyed first: it calls this dialog
 };

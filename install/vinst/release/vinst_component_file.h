@@ -55,7 +55,7 @@ public:
     void finish_check(const VINST_FILE_CHECK& check);
     void forget_check();
 
-    /// Makes a verified ".run" file executable by its owner alone; other files keep their mode.
+    /// Makes a verified ".run" file executable only by its owner; other files keep their mode.
     void make_installer_executable() const;
 
 private:
