@@ -54,8 +54,7 @@ private:
     void count_file();
 
     std::function<void()> m_on_file_end; ///< unchanged while the thread runs
-    std::deque<CURL_REQUEST>
-        m_queue; ///< used by the caller until the thread starts, then by the thread
+    std::deque<CURL_REQUEST> m_queue; ///< the caller's until the thread starts, then the thread's
     std::thread m_thread;
 
     std::mutex m_mutex; ///< for the waits on the two counters below
