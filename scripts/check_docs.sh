@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Checks what the documents say against the project: see usage below.
+# Checks the documents against the project: see usage below.
 set -euo pipefail
 
 usage() {
@@ -7,12 +7,12 @@ usage() {
 Usage: scripts/check_docs.sh [DIR]
 
 Checks README.md, CONTRIBUTING.md, CHANGELOG.md and docs/*.md in DIR (default: this project): every
-local link leads somewhere; every path, file name, option, variable and other name in backticks exists;
-and every command in a "sh" block runs. Prints each fault with its place, and fails if there is one.
+local link has a target; every path, file name, option, variable and other name in backticks exists;
+and every command in a "sh" block succeeds. Prints each error with its location; fails if there is one.
 
-The commands run in an empty directory, with the programs of the release build in PATH. A comment right
-above a command, "# not run here: REASON", exempts it and those below it up to an empty line. A block needs a language: "sh" for commands,
-"console" or "text" for what a program prints.
+The commands run in an empty directory, with the programs of the release build in PATH. The comment
+"# not run here: REASON" exempts the commands below it, up to an empty line. Every code block needs a
+language: "sh" for commands, "console" or "text" for output.
 END
 }
 
@@ -23,29 +23,29 @@ esac
 cd "${1:-$(dirname "$0")/..}"
 root=$PWD
 
-# Commands that are not run here; the reason is who runs them.
+# Commands that are not run here, each with who runs it.
 run_elsewhere=(
     'scripts/test.sh*'           # .ci/run, for the presets release, asan and tsan
     'scripts/lint.sh'            # .ci/run; it runs this check
     'scripts/windows.sh'         # .ci/run
     'scripts/demo.sh'            # .ci/run
-    'scripts/demo.sh --gui'      # whoever looks at it: the window waits for its user
-    'scripts/test_under_load.sh' # whoever changes tests: it takes longer than all other steps
+    'scripts/demo.sh --gui'      # people only: the window waits for its user
+    'scripts/test_under_load.sh' # people who change tests: it takes longer than all other steps
     'scripts/install_deps.sh*'   # scripts/test.sh, scripts/demo.sh and scripts/windows.sh
-    'cmake --preset release*'    # scripts/test.sh; without tests scripts/demo.sh
+    'cmake --preset release*'    # scripts/test.sh, and without tests scripts/demo.sh
 )
 
-# Paths that no checkout holds.
+# Paths that are not in a checkout.
 made_elsewhere=(
     'build/*'                # outputs of the build
-    '../shared/*'            # where scripts/windows.sh looks for an archive that may be there
+    '../shared/*'            # scripts/windows.sh looks there for an optional archive
 )
 
 # Names that belong to other programs; all other names must occur in the sources.
 foreign_names=(
     PATH NTLM GiB MiB
-    prefs.js                    # Firefox's
-    setup.exe                   # short for the file that packaging/windows/pack.sh makes
+    prefs.js                    # a file of Firefox
+    setup.exe                   # short for the file that packaging/windows/pack.sh creates
     HKEY_CURRENT_USER
 )
 
@@ -66,7 +66,7 @@ fault() { # PLACE TEXT
     failed=true
 }
 
-existing() { # PATH... : those that are there
+existing() { # PATH... : prints those that exist
     local path
     for path in "$@"; do
         [[ ! -e $path ]] || printf '%s\n' "$path"
@@ -83,7 +83,7 @@ matches_one_of() { # TEXT PATTERN...
     return 1
 }
 
-# What the sources know. Tests of this script are full of names that don't exist.
+# All names in the sources. The test of this script is excluded: it uses names that don't exist.
 mapfile -t source_dirs < <(existing .ci CMakeLists.txt CMakePresets.json cmake install support tools tests bench demo packaging scripts)
 mapfile -t documents < <(existing README.md CONTRIBUTING.md CHANGELOG.md docs/*.md)
 grep -rIhoE --exclude=check_docs.sh --exclude=check_docs_test_posix.cpp '[A-Za-z0-9_][A-Za-z0-9_.-]*' "${source_dirs[@]}" 2>/dev/null |
@@ -91,17 +91,17 @@ grep -rIhoE --exclude=check_docs.sh --exclude=check_docs_test_posix.cpp '[A-Za-z
 tr -s '.-' '\n' <"$work/words" | sort -u >"$work/names"
 find . -name build -prune -o -name .git -prune -o -printf '%f\n' | sort -u >"$work/files"
 
-# What the programs and scripts take. Hidden options are declared like the others.
-options_of_script() { # SCRIPT : the options that its help names
+# The options that programs and scripts accept. Hidden options are declared like the others.
+options_of_script() { # SCRIPT : prints the options in its --help
     if grep -q -e '--help' "$1"; then
         echo --help
         bash "$1" --help </dev/null 2>/dev/null | grep -oE -e '--[a-z][a-z_-]*' || true
     fi
 }
-options_of_sources() { # FILE... : those that are declared, and those that are passed to installers
+options_of_sources() { # FILE... : prints those that are declared, and those that are passed to installers
     grep -hoE -e '"[a-z][a-z-]*",' -e '--[a-z][a-z_-]*' "$@" 2>/dev/null | sed -E 's/^"([a-z-]*).*/--\1/' || true
 }
-options_of() { # PROGRAM
+options_of() { # PROGRAM : prints the name of a file with its options
     local known
     known=$work/options.${1//\//.}
     if [[ ! -e $known ]]; then
@@ -121,7 +121,7 @@ find install -name '*.cpp' -exec grep -hoE -e '--[a-z][a-z_-]*' {} + >>"$work/op
 
 is_own_program() { [[ $1 =~ ^(vinst|vinst_gui|vinst_cli|vinst_release)$ || $1 =~ ^(scripts|bench|packaging)/.*\.sh$ ]]; }
 
-check_option() { # PLACE PROGRAM OPTION ; an empty program: any
+check_option() { # PLACE PROGRAM OPTION : an empty PROGRAM means any
     local option=${3%%=*} known=$work/options
     [[ -z $2 ]] || known=$(options_of "$2")
     grep -qxF -e "$option" "$known" || fault "$1" "no ${2:-program} takes the option $option"
@@ -131,14 +131,14 @@ check_path() { # PLACE PATH
     local path=${2%/}
     matches_one_of "$path" "${made_elsewhere[@]}" && return
     [[ -e $path || -e $(dirname "${1%%:*}")/$path ]] && return
-    # Parts of longer paths, as in manifests and installations, are in the sources as they are.
+    # Parts of longer paths, as in manifests and installations, occur literally in the sources.
     grep -rqIF --exclude=check_docs_test_posix.cpp --exclude-dir=build -e "$path" "${source_dirs[@]}" && return
     fault "$1" "there is no $2"
 }
 
 check_name() { # PLACE NAME
     matches_one_of "$2" "${foreign_names[@]}" && return
-    # A name may begin or end in the middle, as "_rules" and "host_*" do.
+    # Parts of names are allowed, such as "_rules" and "host_*".
     local pattern=${2//./\\.}
     pattern=${pattern//\*/.*}
     [[ $2 != _* ]] || pattern=".*$pattern"
@@ -159,7 +159,7 @@ check_word() { # PLACE WORD
     esac
 }
 
-check_command_words() { # PLACE WORDS... : options of a program that is the project's own
+check_command_words() { # PLACE WORDS... : checks the options of the project's own programs
     local place=$1 program='' word
     shift
     for word in "$@"; do
@@ -178,7 +178,7 @@ check_command_words() { # PLACE WORDS... : options of a program that is the proj
     done
 }
 
-check_span() { # PLACE TEXT : what stands between two backticks
+check_span() { # PLACE TEXT : checks the text between two backticks
     local words word
     read -ra words <<<"$2"
     ((${#words[@]} > 0)) || return 0
@@ -187,7 +187,7 @@ check_span() { # PLACE TEXT : what stands between two backticks
     else
         check_command_words "$1" "${words[@]}"
     fi
-    # Of several words only commands and assignments hold names; the others are texts.
+    # Several words are free text, unless they are a command or an assignment.
     if ((${#words[@]} > 1)) && ! is_own_program "${words[0]}" && [[ ! ${words[0]} =~ ^[A-Za-z_]+=. ]]; then
         return 0
     fi
@@ -196,7 +196,7 @@ check_span() { # PLACE TEXT : what stands between two backticks
     done
 }
 
-anchors_of() { # DOCUMENT : its headings, as links name them
+anchors_of() { # DOCUMENT : prints the link anchors of its headings
     sed -nE 's/^#+ +//p' "$1" | tr '[:upper:]' '[:lower:]' | sed -E 's/[^a-z0-9 _-]//g; s/ /-/g'
 }
 
@@ -225,8 +225,8 @@ check_prose() { # PLACE LINE
     done
 }
 
-# Commands of a document run one after the other in one directory, without the settings and proxies
-# of whoever runs this.
+# The commands of a document run one after another in one directory, without the caller's settings and
+# proxies.
 scratch=
 run_command() { # PLACE COMMAND
     local -r limit=60 # seconds
@@ -256,8 +256,8 @@ handle_command() { # PLACE COMMAND IS_EXEMPT
     fi
 }
 
-# The first "json" block of a document is the description that its commands use; the files that it
-# names are made as well.
+# Writes the first "json" block of a document as description.json, which its commands use, and creates
+# the files that it names.
 prepare_example() { # DOCUMENT
     local file
     grep -qx '```json' "$1" || return 0

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Checks who includes whom: see usage below.
+# Checks the includes between rooms: see usage below.
 set -euo pipefail
 
 usage() {
@@ -7,8 +7,8 @@ usage() {
 Usage: scripts/check_layout.sh [DIR]
 
 Checks every #include below DIR (default: this project) against the project's layout: a room includes
-only from rooms below its own, and a library is visible only to the room that wraps it. Prints each
-include that breaks a rule, with the rule, and fails if there is one.
+only from rooms on lower floors, and only the room that wraps a library includes its headers. Prints each
+include that violates a rule, with the rule, and fails if there is one.
 END
 }
 
@@ -18,8 +18,8 @@ case ${1:-} in
 esac
 cd "${1:-$(dirname "$0")/..}"
 
-# Each room, and the rooms that it may include from, itself always among them. The order is the
-# order of the floors, from the lowest up. vinst_pac is beside them: pac_request.h is how it is called.
+# Each room, and the rooms that it may include from in addition to itself, from the lowest floor up.
+# vinst_pac is on no floor: pac_request.h defines the request that it is called with.
 declare -A below=(
     [support/main]=''
     [support/mem]=''
@@ -39,7 +39,7 @@ declare -A below=(
     [tools/vinst_release]='install/vinst/release/ install/vinst/base/ support/'
 )
 
-# Headers of libraries, as a regular expression, and the only places that may include them.
+# Headers of libraries, as regular expressions, and the only places that may include them.
 declare -A visible_in=(
     ['<curl/']='support/curl/'
     ['<spdlog/']='support/curl/'
@@ -57,7 +57,7 @@ fault() { # PLACE TEXT
     failed=true
 }
 
-room_of() { # PATH : the room that a source file is in; empty for files that are in none
+room_of() { # PATH : prints the room of a source file; nothing if it is in none
     local room
     for room in "${!below[@]}"; do
         if [[ $1 == "$room"/* ]]; then

@@ -1,22 +1,22 @@
 #!/usr/bin/env bash
-# From nothing to an installed demo release on this machine: see usage below.
+# Builds, serves and installs a demo release on this machine: see usage below.
 set -euo pipefail
 
 usage() {
     cat <<'END'
 Usage: scripts/demo.sh [--gui] [--keep DIR] [--rate BYTES] [--build-dir DIR]
 
-Installs what is missing, builds the programs that it runs, makes a demo release of some 200 MB, serves it
-on this machine alone, and lets the console program download, verify and install it.
+Installs missing packages, builds the required programs, makes a demo release of about 200 MB, serves it
+on loopback, and downloads, verifies and installs it with the console program.
 
-  --gui            open the window instead, and let you press the buttons; it proposes
-                   directories of the demo's own, and keeps its settings there
-  --keep DIR       keep the release, the downloads, the installation and the log in DIR, a
-                   new or empty directory or one of an earlier demo; a second run on it
-                   fetches nothing again. Without it all is removed at the end.
-  --rate BYTES     serve no more than that a second to each connection, to watch it work
-  --build-dir DIR  use the programs in DIR/bin, built already, instead of building
-  --help           this help
+  --gui            open the window instead; you press the buttons. Its settings and the proposed
+                   directories are below the demo's own directory
+  --keep DIR       keep the release, the downloads, the installation and the log in DIR: a new or
+                   empty directory, or that of an earlier demo. A second run on it downloads
+                   nothing again. By default, everything is removed at the end.
+  --rate BYTES     limit each connection to BYTES per second, to watch the progress
+  --build-dir DIR  use the programs in DIR/bin instead of building them
+  --help           print this help
 END
 }
 
@@ -49,7 +49,7 @@ while (($# > 0)); do
     esac
 done
 
-# Relative paths are the caller's, whatever directory is entered below.
+# Resolve relative paths before the working directory changes.
 if [[ -n $build ]]; then
     build=$(cd "$build" && pwd)
 else
@@ -82,7 +82,7 @@ trap finish EXIT
 trap 'exit 130' INT
 trap 'exit 143' TERM
 
-# The marker tells a directory of the demo from any other, where nothing must be removed.
+# The marker identifies a directory of the demo. In any other, nothing must be removed.
 marker=.vinst_demo
 if [[ -n $keep ]]; then
     mkdir -p "$keep"
@@ -100,7 +100,7 @@ release=$work/release
 downloads=$work/downloads
 install=$work/install
 
-# payload DIRECTORY MEGABYTES: something to lay down, of random bytes.
+# payload DIRECTORY MEGABYTES: creates random data for an installer to install.
 payload() {
     mkdir -p "$1/share"
     head -c "$(($2 * 1024 * 1024))" /dev/urandom >"$1/share/data.bin"
@@ -127,7 +127,7 @@ device_archive() {
     rm -r "$source/contents"
 }
 
-# The files are random, so that they are made once and kept: other bytes would be another release.
+# The files are random. They are created only once, because new bytes would be a different release.
 recipe=$(cat "$root/demo/description.json" "$root/demo/installer.sh.in" "$root/scripts/demo.sh" | cksum)
 if [[ ! -f $source/recipe || $(cat "$source/recipe") != "$recipe" ]]; then
     say "Making the files of the demo release"
@@ -158,19 +158,19 @@ for ((i = 0; i < 100; ++i)); do
 done
 [[ -n $url ]] || fail "the server did not start"
 
-say "Making the release, which is served at $url"
+say "Making the release, served at $url"
 "$build/bin/vinst_release" make "$source/description.json" "$release" --download-url "$url"
 "$build/bin/vinst_release" check "$release/manifest.json" "$release"
 
 if [[ -e $install ]]; then
-    say "Removing the installation of the last demo, since only an empty directory is installed to: $install"
+    say "Removing the installation of the last demo, because the directory must be empty: $install"
     rm -rf "$install"
 fi
 
-# A home of the demo's own holds the window's settings, and what it proposes lies below it.
+# A separate home directory keeps the window's settings and the directories that it proposes.
 if $gui; then
     mkdir -p "$work/home"
-    say "Opening the window: accept the licence and press Download. All of it goes below $work/home"
+    say "Opening the window: accept the licence and press Download. Everything is stored below $work/home"
     env -u http_proxy -u https_proxy -u all_proxy -u HTTP_PROXY -u HTTPS_PROXY -u ALL_PROXY \
         "HOME=$work/home" "vinst_manifest=$release/manifest.json" "$build/bin/vinst_gui" ||
         fail "the window did not open"
@@ -184,24 +184,23 @@ if $gui; then
 fi
 
 say "Running the console program"
-# Whatever proxy this machine uses, it can't reach a server on the machine itself.
+# This machine's proxy can't reach a server on its loopback.
 env -u http_proxy -u https_proxy -u all_proxy -u HTTP_PROXY -u HTTPS_PROXY -u ALL_PROXY \
     "vinst_manifest=$release/manifest.json" \
     "$build/bin/vinst" --download-dir "$downloads" --parallel-downloads 4 \
     --install-dir "$install" --accept-eula
 
-# Its exit code doesn't tell how the run went; the log does.
+# The exit code doesn't show whether the run succeeded; the log does.
 log=$(find "$downloads" -maxdepth 1 -name '*.log' -printf '%T@ %p\n' | sort -n | tail -n 1 | cut -d' ' -f2-)
 [[ -n $log ]] || fail "the run left no log"
 if ! grep -q "Installation completed successfully" "$log"; then
     cat "$log" >&2
-    fail "the release was not installed; its log stands above"
+    fail "the release was not installed; see the log above"
 fi
 
 say "Installed in $install"
 cd "$install"
-# Sorted with the slash before every other character, so that a directory stands right above what
-# it holds.
+# The slash sorts before every other character, so that a directory precedes its contents.
 find . -mindepth 1 -maxdepth 2 -printf '%P\n' | tr / '\001' | LC_ALL=C sort | tr '\001' / |
     while IFS= read -r path; do
         depth=${path//[^\/]/}
@@ -214,5 +213,5 @@ echo "$("$install/bin/veltrin_base") says it works."
 echo "The log of the run: $log"
 echo "The demo took $SECONDS s."
 if [[ -z $keep ]]; then
-    echo "All of it is removed now; --keep DIR keeps it."
+    echo "Everything is removed now; use --keep DIR to keep it."
 fi

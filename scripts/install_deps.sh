@@ -1,16 +1,19 @@
 #!/usr/bin/env bash
-# Installs what is missing on a Debian 12 machine.
+# Installs missing packages on a Debian 12 machine.
 set -euo pipefail
 
 usage() {
     cat <<'END'
 Usage: scripts/install_deps.sh [test] [bench] [screenshots] [windows]
 
-Installs through apt what is missing to build the project. With "test", also what its tests
-and style checks use; with "bench", what its benchmarks compare it with; with "screenshots",
-what the pictures of its windows are taken with; with "windows", what it is built, tested and
-packed for Windows with. Does nothing when all of it is there. Needs root, or sudo, only when
-something is missing. No service is started.
+Installs missing build dependencies with apt. Arguments add further packages:
+
+  test         for the tests and style checks
+  bench        for the benchmarks and the programs they compare with
+  screenshots  for scripts/screenshots.sh
+  windows      for building, testing and packaging the Windows programs
+
+Needs root or sudo, unless nothing is missing. Starts no services.
 END
 }
 
@@ -64,9 +67,8 @@ if ((EUID != 0)) && ! command -v sudo >/dev/null; then
     exit 1
 fi
 
-# The servers come with services that would start when they are installed. Packages ask
-# /usr/sbin/policy-rc.d whether they may start one, and 101 means no. A policy that the machine
-# already has stays as it is: then it is the administrator's word that counts.
+# Packages of servers start their services on installation, unless /usr/sbin/policy-rc.d exits with
+# 101. An existing policy is the administrator's and is left unchanged.
 policy=/usr/sbin/policy-rc.d
 own_policy=false
 

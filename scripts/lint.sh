@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
-# Checks the sources' layout and looks for common mistakes. Needs a configured release build.
+# Checks layout, documents, formatting and common mistakes. Needs a release build.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 if [ "${1:-}" = --help ]; then
   echo "Usage: scripts/lint.sh"
   echo
-  echo "Checks the layout (scripts/check_layout.sh), the documents (scripts/check_docs.sh), all C++"
-  echo "files against .clang-format, and the program's own against .clang-tidy."
+  echo "Checks the layout (scripts/check_layout.sh), the documents (scripts/check_docs.sh), the"
+  echo "formatting of all C++ files, and the product sources with clang-tidy."
   exit 0
 fi
 
@@ -15,9 +15,9 @@ scripts/check_layout.sh
 scripts/check_docs.sh
 
 git ls-files -z '*.h' '*.cpp' | xargs -0 clang-format --dry-run --Werror
-# Without the precompiled headers, so that it sees which includes are missing.
+# Without precompiled headers, so that missing includes are found.
 mkdir -p build/lint
 sed -E 's/ -Winvalid-pch| -include [^ ]*cmake_pch\.hxx//g' build/release/compile_commands.json >build/lint/compile_commands.json
-# What is for Windows alone isn't among this build's commands.
+# Sources for Windows have no compile command in this build.
 git ls-files -z 'install/*.cpp' 'support/*.cpp' 'tools/*.cpp' ':!*_win32.cpp' |
   xargs -0 -P "$(nproc)" -n 1 clang-tidy -p build/lint --quiet

@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
-# Draws the animation of a file that is being checked: see usage below.
+# Draws the animation for a file that is being checked: see usage below.
 set -euo pipefail
 
 usage() {
     cat <<'END'
 Usage: scripts/make_checking_animation.sh [DIR]
 
-Draws the animation of a file that is being checked, at 16, 32 and 48 pixels, and writes it to
-DIR as 3.gif, 3@2x.gif and 3@3x.gif; without DIR to support/afcq/images, where the program's
-resources have it from. The same script gives the same pictures each time.
+Draws the animation for a file that is being checked, at 16, 32 and 48 pixels, and writes it to
+DIR as 3.gif, 3@2x.gif and 3@3x.gif. The default DIR is support/afcq/images, which the program's
+resources are built from. The output is reproducible.
 
 Needs rsvg-convert (Debian package librsvg2-bin) and convert (imagemagick); installs nothing.
 END
@@ -36,14 +36,14 @@ frames=12
 delay=10 # hundredths of a second; one turn takes 1.2 s
 track='#e6eaef'
 arc='#505b69'
-# A GIF knows no half transparency. What would be half transparent is laid over this colour: it is
-# between the track and a dark row, and light enough not to fringe the track on a white one.
+# GIF supports no partial transparency. Partly transparent pixels are blended with this colour, which
+# is between the track and a dark row, and light enough not to fringe the track on a white row.
 edge='#aeb7c1'
-edge_coverage=45% # a pixel that is covered less is left out
+edge_coverage=45% # pixels that are covered less are transparent
 
 # The ring of the icon "not checked yet", with an arc that fades out behind its head: shorter and
-# shorter arcs of the same colour, one over the other. The arc stays within the track, so that all
-# frames cover the same pixels, and it doesn't matter whether the frame before is wiped.
+# shorter arcs of the same colour, drawn over each other. The arc stays within the track, so that all
+# frames cover the same pixels and the previous frame need not be cleared.
 draw_frame() { # NUMBER
     awk -v frame="$1" -v frames="$frames" -v track="$track" -v arc="$arc" 'BEGIN {
         circle = "  <circle cx=\"8\" cy=\"8\" r=\"6\" fill=\"none\""
@@ -65,7 +65,7 @@ draw_frame() { # NUMBER
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-# All colours there are, so that a colour is the same in every frame.
+# One palette for all frames, so that colours don't differ between them.
 convert -size 1x64 "gradient:$arc-$track" -size 1x16 "gradient:$track-$edge" -append "$work/palette.ppm"
 
 make_movie() { # PIXELS FILE

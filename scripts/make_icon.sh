@@ -6,8 +6,8 @@ usage() {
     cat <<'END'
 Usage: scripts/make_icon.sh [FILE]
 
-Draws the window icon at the sizes that Windows asks for and writes them to FILE; without FILE to
-install/hosts/vinst.ico, which the Windows programs carry.
+Draws the window icon at the sizes that Windows requires and writes them to FILE. The default is
+install/hosts/vinst.ico, the icon of the Windows programs.
 
 Needs rsvg-convert (Debian package librsvg2-bin) and convert (imagemagick); installs nothing.
 END

@@ -1,22 +1,21 @@
 #!/usr/bin/env bash
-# Takes the pictures of the windows that the documentation shows: see usage below.
+# Takes the pictures of the windows for the documentation: see usage below.
 set -euo pipefail
 
 usage() {
     cat <<'END'
 Usage: scripts/screenshots.sh [--build-dir DIR] [--out DIR]
 
-Builds the project, walks its windows through a download and an installation of a made-up
-release on a display of its own, and saves what they look like as docs/images/NAME.png; NAME-2x
-at 200 percent and NAME-dark with a dark palette. Nothing leaves this machine and nothing of it
-is seen: the home directory in the pictures exists for the programs that are run here alone.
-Times and speeds differ from run to run.
+Builds the project, runs its windows on a virtual display through a simulated download and
+installation, and saves pictures of them as docs/images/NAME.png, at 200 % as NAME-2x and with a
+dark palette as NAME-dark. Uses no network. The home directory in the pictures exists only for the
+programs that this script runs. Times and speeds differ from run to run.
 
-  --build-dir DIR  use DIR/tests/vinst_screenshots, built already, instead of building
-  --out DIR        save them in DIR
-  --help           this help
+  --build-dir DIR  use DIR/tests/vinst_screenshots instead of building it
+  --out DIR        save the pictures in DIR
+  --help           print this help
 
-Needs root, or a system that lets users have mount namespaces of their own.
+Needs root, or a system that allows unprivileged mount namespaces.
 END
 }
 
@@ -50,7 +49,7 @@ if [[ -z $build ]]; then
 fi
 [[ -x $build/tests/vinst_screenshots ]] || fail "there is no $build/tests/vinst_screenshots"
 
-# Outside of /home, which another one covers while the pictures are taken.
+# Outside of /home, which is covered by another file system while the pictures are taken.
 work=$(mktemp -d /tmp/vinst_screenshots.XXXXXX)
 display_server=
 photographer=
@@ -86,7 +85,7 @@ fi
 
 # take SUFFIX SCALE PALETTE
 take() {
-    # The size is what the log in the pictures says; files with holes take hardly any of it.
+    # The log in the pictures shows this size. The files are sparse and take hardly any of it.
     # shellcheck disable=SC2016
     "${namespace[@]}" sh -c '
         mount -t tmpfs -o size=412g tmpfs /home

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds the project and runs all of its tests.
+# Builds the project and runs all tests.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -7,8 +7,8 @@ usage() {
   cat <<'EOT'
 Usage: scripts/test.sh [PRESET] [CTEST_OPTION...]
 
-Installs what is missing, builds the preset (default: release) and runs every test with ctest.
-Presets: release, debug, asan, tsan, coverage. Further options go to ctest, as in
+Installs missing packages, builds the preset (default: release) and runs every test with ctest.
+Presets: release, debug, asan, tsan, coverage. Further options are passed to ctest, as in
 "scripts/test.sh release -R Parser".
 EOT
 }

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Runs the tests on a machine that is kept busy: see usage below.
+# Runs the tests on a busy machine: see usage below.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -7,9 +7,9 @@ usage() {
     cat <<'END'
 Usage: scripts/test_under_load.sh [N] [CTEST_OPTION...]
 
-Runs all tests of the release preset N times in a row (default: 3) while two endless loops use the
-processors as well, and stops at the first run that fails. Options go to ctest, as in
-"scripts/test_under_load.sh 1 -R Signals". Builds nothing: scripts/test.sh must have run before.
+Runs all tests of the release preset N times in a row (default: 3) while two endless loops keep the
+CPUs busy. Stops at the first run that fails. Options are passed to ctest, as in
+"scripts/test_under_load.sh 1 -R Signals". Builds nothing: run scripts/test.sh first.
 END
 }
 
@@ -33,7 +33,7 @@ trap end_loops EXIT
 trap 'exit 130' INT
 trap 'exit 143' TERM
 for _ in 1 2; do
-    # They end with this script even where it is killed and can't end them.
+    # The loops end with this script even if it is killed and can't end them.
     while kill -0 "$$" 2>/dev/null; do
         for ((i = 0; i < 100000; ++i)); do :; done
     done &

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds the program for Windows on a Debian 12 machine and tests it under Wine: see usage below.
+# Builds the Windows programs on a Debian 12 machine and tests them under Wine: see usage below.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -7,11 +7,11 @@ usage() {
     cat <<'END'
 Usage: scripts/windows.sh [--no-tests]
 
-Installs what is missing, cross-builds the Windows programs, runs their tests under Wine and leaves
-build/windows/dist/ with a zip file and a set-up program.
+Installs missing packages, cross-builds the Windows programs, runs their tests under Wine, and creates
+a zip file and a setup program in build/windows/dist/.
 
-The libraries to link with come from the folder that VINST_WIN64_SDK names; else from
-../shared/win64-sdk.tar.xz, where it is there; else packaging/windows/build_sdk.sh builds them from
+The libraries for Windows come from the directory that VINST_WIN64_SDK names, or else from
+../shared/win64-sdk.tar.xz if it exists. Otherwise packaging/windows/build_sdk.sh builds them from
 Debian's sources, which takes about an hour.
 END
 }
@@ -30,7 +30,7 @@ root=$PWD
 build=$root/build/windows
 jobs=$(nproc)
 
-say "Installing what is missing"
+say "Installing missing packages"
 scripts/install_deps.sh test windows
 
 say "Finding the libraries for Windows"
@@ -51,7 +51,7 @@ fi
 export VINST_WIN64_SDK
 echo "$VINST_WIN64_SDK"
 
-# Wine's service processes of this prefix end with the script.
+# The Wine service processes of this prefix are ended with the script.
 export WINEPREFIX=${WINEPREFIX:-$root/build/wine}
 export WINEDEBUG=-all
 mkdir -p "$(dirname "$WINEPREFIX")"
@@ -60,11 +60,11 @@ end_wine() {
 }
 trap end_wine EXIT
 if [[ ! -e $WINEPREFIX/system.reg ]]; then
-    say "Setting Wine up"
+    say "Setting up Wine"
     WINEDLLOVERRIDES=mscoree,mshtml= timeout 180 wineboot -i
 fi
 
-# Tests need windows where there is no display. Wine reads this when its desktop starts.
+# Tests need windows without a display. Wine reads this setting when its desktop starts.
 scripts/wine.sh "$VINST_WIN64_SDK" reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d x11,null /f </dev/null >/dev/null 2>&1
 end_wine
 
@@ -73,9 +73,9 @@ cmake --preset windows ${CI:+-DVINST_WERROR=ON}
 cmake --build --preset windows -j "$jobs"
 
 if $with_tests; then
-    # The first program that needs Wine's desktop, its services or a console starts them, and they
-    # hold on to its outputs: a test would seem to hang. So they are started before, by the tests
-    # that want most of Wine, and the desktop keeps them.
+    # The first program that needs Wine's desktop, services or a console starts them, and they inherit
+    # its output streams, so that a test would seem to hang. Therefore, start them before the tests;
+    # the desktop keeps them running.
     scripts/wine.sh "$VINST_WIN64_SDK" explorer.exe /desktop </dev/null >/dev/null 2>&1 &
     desktop=$!
     for program in unit integration gui; do
@@ -84,8 +84,8 @@ if $with_tests; then
             </dev/null >/dev/null 2>&1 || true
     done
 
-    # A test that runs into its time is tried once more: a service of Wine's that starts late may
-    # still hold on to its outputs.
+    # Retry a test once after a timeout: a Wine service that starts late may still hold its output
+    # streams open.
     again=(--repeat after-timeout:2 --timeout 120)
 
     say "Running the Windows test programs"
@@ -99,14 +99,14 @@ if $with_tests; then
     kill "$desktop" 2>/dev/null || true
 fi
 
-say "Packing"
+say "Packaging"
 version=$(sed -n 's/^project(vinst VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
 rm -rf "$build/dist" "$build/layout"
 mkdir -p "$build/dist"
 packaging/windows/collect.sh "$build/bin" "$build/licenses" "$VINST_WIN64_SDK" "$build/layout"
 packaging/windows/pack.sh --icon install/hosts/vinst.ico "$build/layout" "$version" "$build/dist"
 if $with_tests; then
-    say "Testing the set-up program"
+    say "Testing the setup program"
     packaging/windows/test_setup.sh "$build"/dist/*-setup.exe "$build"/dist/*.zip
     say "Installing the demo release"
     scripts/windows_demo.sh

@@ -1,19 +1,19 @@
 #!/usr/bin/env bash
-# The demo release on Windows, through Wine: see usage below.
+# Installs the demo release with the Windows programs under Wine: see usage below.
 set -euo pipefail
 
 usage() {
     cat <<'END'
 Usage: scripts/windows_demo.sh [--pictures DIR]
 
-Makes the demo release with installers for Windows, serves it on this machine alone, and lets the
-packed vinst_cli.exe download, verify and install it through Wine; then it looks at what was
-installed. scripts/windows.sh must have run before.
+Makes the demo release with installers for Windows, serves it on loopback, downloads, verifies and
+installs it under Wine with the packaged vinst_cli.exe, and checks what was installed. Run
+scripts/windows.sh first.
 
-  --pictures DIR  also opens vinst.exe in a window of a display without a screen, has it download
-                  and install, and leaves windows-idle.png and windows-installed.png in DIR
+  --pictures DIR  also opens vinst.exe on a virtual display, downloads and installs with it, and
+                  saves windows-idle.png and windows-installed.png in DIR
 
-Needs jq, and for pictures xvfb, xdotool and imagemagick (Debian packages); installs nothing.
+Needs the Debian packages jq, and for pictures xvfb, xdotool and imagemagick; installs nothing.
 END
 }
 
@@ -32,9 +32,9 @@ tool=$root/build/release/bin/vinst_release
 poser=$root/build/windows/tests/posers/poser_script.exe
 layout=$root/build/windows/layout
 for file in "$tool" "$poser" "$layout/bin/vinst_cli.exe"; do
-    [[ -f $file ]] || fail "there is no $file; run scripts/windows.sh before"
+    [[ -f $file ]] || fail "there is no $file; run scripts/windows.sh first"
 done
-command -v jq >/dev/null || fail "there is no jq"
+command -v jq >/dev/null || fail "jq is not installed"
 
 work=$(mktemp -d)
 export WINEPREFIX=$work/prefix WINEDEBUG=-all WINEDLLOVERRIDES=mscoree,mshtml=
@@ -49,7 +49,7 @@ finish() {
 }
 trap finish EXIT
 
-# An installer: the program text, the lines that it follows, and bytes to make it larger.
+# An installer: the poser program, the commands that it executes, and padding.
 installer() { # MEGABYTES LINES...
     local megabytes=$1
     shift
@@ -89,7 +89,7 @@ windows_path() { printf 'Z:%s' "${1//\//\\}"; }
 vinst_manifest=$(windows_path "$work/release/manifest.json")
 export vinst_manifest
 
-echo "Setting Wine up"
+echo "Setting up Wine"
 DISPLAY='' timeout 180 wineboot -i >/dev/null 2>&1
 for family in "MS Shell Dlg" "MS Shell Dlg 2" "Tahoma"; do
     wine reg add 'HKCU\Software\Wine\Fonts\Replacements' /v "$family" /d "DejaVu Sans" /f >/dev/null 2>&1
@@ -98,19 +98,19 @@ done
 expect_installed() { # DIR
     local order
     order=$(tr -d '\r' <"$1/install_order" | tr '\n' ' ')
-    [[ $order == "veltrin_base.exe "*"flexlm.exe "* ]] || fail "what was installed is: $order"
+    [[ $order == "veltrin_base.exe "*"flexlm.exe "* ]] || fail "unexpected components or order: $order"
     echo "Installed, in this order: $order"
 }
 
 echo "Running vinst_cli.exe"
 timeout 300 wine "$layout/bin/vinst_cli.exe" --download-dir "$(windows_path "$work/dl")" \
     --install-dir "$(windows_path "$work/inst")" --accept-eula </dev/null | tr -d '\r' | tee "$work/output"
-[[ $(tail -n 1 "$work/output") == "Installation completed successfully" ]] || fail "it was not installed"
+[[ $(tail -n 1 "$work/output") == "Installation completed successfully" ]] || fail "the installation failed"
 expect_installed "$work/inst"
 
 [[ -n $pictures ]] || exit 0
 echo "Opening vinst.exe"
-wineserver -k || true # its desktop has no display so far
+wineserver -k || true # its desktop was started without a display
 Xvfb -displayfd 6 -screen 0 1100x800x24 6>"$work/display" 2>/dev/null &
 display=$!
 for ((i = 0; i < 100; ++i)); do
@@ -126,11 +126,11 @@ for ((i = 0; i < 60 && ${#window} == 0; ++i)); do
     sleep 1
     window=$(xdotool search --name 'Crest Installer' 2>/dev/null | head -n 1 || true)
 done
-[[ -n $window ]] || fail "no window came"
+[[ -n $window ]] || fail "no window appeared"
 sleep 4
 take() { import -window "$window" "$pictures/$1.png"; }
 take windows-idle
-# "Agree to", then "Download"; the box at the end is answered by Return.
+# Click "Agree to", then "Download". Return confirms the message box at the end.
 xdotool mousemove --window "$window" 30 408 click 1
 sleep 1
 xdotool mousemove --window "$window" 777 678 click 1

@@ -1,14 +1,13 @@
 #!/usr/bin/env bash
-# Runs a Windows program of the build through Wine: see usage below.
+# Runs a Windows program of the build in Wine: see usage below.
 set -euo pipefail
 
 usage() {
     cat <<'END'
 Usage: scripts/wine.sh SDK PROGRAM [ARGUMENT...]
 
-Runs a cross-built program that links the libraries of the folder SDK. It gets a Wine prefix of its
-own, build/wine, unless WINEPREFIX names another, and finds the libraries of the SDK, those of the
-compiler and those beside it.
+Runs a cross-built program with the libraries of the directory SDK, of the compiler and of the build.
+Uses the Wine prefix build/wine, unless WINEPREFIX names another.
 END
 }
 
@@ -21,7 +20,7 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 sdk=$1
 shift
 
-# The directories of a list as Wine's own, in its form.
+# windows_paths DIRECTORY... : prints them as a list of Windows paths on Wine's drive Z.
 windows_paths() {
     local list='' directory
     for directory in "$@"; do
@@ -30,13 +29,13 @@ windows_paths() {
     printf '%s' "$list"
 }
 
-compiler_library() { # FILE : the directory that the compiler has it in
+compiler_library() { # FILE : prints the compiler's directory with that library
     dirname "$(x86_64-w64-mingw32-g++-posix -print-file-name="$1")"
 }
 
 export WINEPREFIX=${WINEPREFIX:-$root/build/wine}
 export WINEDEBUG=${WINEDEBUG:--all}
-# Neither .NET nor a browser nor a debugger is wanted, and none may ask for being installed.
+# Disables .NET, the browser and the debugger, so that Wine doesn't offer to install them.
 export WINEDLLOVERRIDES=${WINEDLLOVERRIDES:-mscoree,mshtml,winedbg.exe=}
 if [[ -z ${VINST_WINE_LIBRARIES:-} ]]; then
     VINST_WINE_LIBRARIES=$(windows_paths "$sdk/bin" "$(compiler_library libstdc++-6.dll)" \
