@@ -1,21 +1,21 @@
 #!/usr/bin/env bash
-# Lays out what runs on a bare Windows 10 machine: see usage below.
+# Collects the files that vinst needs on a plain Windows 10 machine: see usage below.
 set -euo pipefail
 
 usage() {
     cat <<'END'
 Usage: packaging/windows/collect.sh BIN_DIR LICENSES_DIR SDK_DIR OUTPUT_DIR
 
-Lays out in OUTPUT_DIR, which must be empty or not there yet, what runs on a bare Windows 10
-machine: the programs with every DLL they need, and nothing more.
+Copies the programs and every DLL that they need on a plain Windows 10 machine, and nothing else, to
+OUTPUT_DIR, which must be empty or new.
 
-  BIN_DIR       has vinst.exe, vinst_cli.exe and vinst.dll, made by x86_64-w64-mingw32-g++-posix
-  LICENSES_DIR  has main.html
-  SDK_DIR       has the libraries' DLLs in bin/ and Qt's plugins in plugins/
+  BIN_DIR       contains vinst.exe, vinst_cli.exe and vinst.dll, built by x86_64-w64-mingw32-g++-posix
+  LICENSES_DIR  contains main.html
+  SDK_DIR       contains the libraries' DLLs in bin/ and Qt's plugins in plugins/
 
-Debugging information is left out of the copies. All files get the time SOURCE_DATE_EPOCH, or
-without it that of the last commit. The licences of the libraries are those of the Debian
-packages with the same sources, from /usr/share/doc.
+The copies have no debugging information. All files get the time SOURCE_DATE_EPOCH, by default that of
+the last commit. The licences of the libraries are those of the Debian packages with the same sources,
+from /usr/share/doc.
 END
 }
 
@@ -39,7 +39,7 @@ done
 
 ours=(vinst.exe vinst_cli.exe vinst.dll)
 plugins=(
-    platforms/qwindows.dll platforms/qoffscreen.dll # the console program runs on the second
+    platforms/qwindows.dll platforms/qoffscreen.dll # the console program uses the second
     imageformats/qgif.dll imageformats/qico.dll imageformats/qsvg.dll
     iconengines/qsvgicon.dll
     styles/qwindowsvistastyle.dll
@@ -47,11 +47,11 @@ plugins=(
 for file in "${ours[@]/#/$bin/}" "$licenses/main.html" "${plugins[@]/#/$sdk/plugins/}"; do
     [[ -f $file ]] || fail "there is no $file"
 done
-[[ ! -e $4 || (-d $4 && -z $(ls -A "$4")) ]] || fail "$4 is there already and not empty"
+[[ ! -e $4 || (-d $4 && -z $(ls -A "$4")) ]] || fail "$4 exists and is not empty"
 
 epoch=${SOURCE_DATE_EPOCH:-$(git -C "$here" log -1 --format=%ct)}
-[[ $epoch =~ ^[0-9]+$ ]] || fail "SOURCE_DATE_EPOCH is no number: $epoch"
-# For strip, which otherwise writes the time it runs into what it makes.
+[[ $epoch =~ ^[0-9]+$ ]] || fail "SOURCE_DATE_EPOCH is not a number: $epoch"
+# For strip, which otherwise writes the current time into its output.
 export SOURCE_DATE_EPOCH=$epoch
 
 compiler_dll=$("$tool-g++-posix" -print-file-name=libstdc++-6.dll)
@@ -67,21 +67,21 @@ is_windows_own() { # NAME, in lower case
     [[ -n ${windows_own[$1]:-} || $1 == api-ms-win-core-* || $1 == api-ms-win-crt-* ]]
 }
 
-find_dll() { # NAME: prints its path; Windows takes no notice of the case
+find_dll() { # NAME: prints its path; Windows ignores case
     find "${search[@]}" -maxdepth 1 -type f -iname "$1" | head -n 1
 }
 
-# headers FILE: prints objdump's view of it, and holds it against what all files must be.
+# headers FILE: prints its headers as objdump shows them, and checks what applies to all files.
 headers() {
     local text
-    text=$("$tool-objdump" -p "$1") || fail "$1 can't be read as a program of Windows"
+    text=$("$tool-objdump" -p "$1") || fail "$1 can't be read as a Windows program"
     [[ $text == *"file format pei-x86-64"* ]] || fail "$1 is not for x86-64"
-    # Names in there would not be seen below.
-    [[ $text =~ Entry\ d\ 0+\ 0+\ Delay\ Import ]] || fail "$1 loads DLLs with delay, which is not looked into"
+    # Names in that table would be missed below.
+    [[ $text =~ Entry\ d\ 0+\ 0+\ Delay\ Import ]] || fail "$1 has delay-loaded DLLs, which are not supported"
     printf '%s\n' "$text"
 }
 
-# check_hardening FILE: it may be laid anywhere in memory, and its data isn't run.
+# check_hardening FILE: requires address randomization and data execution prevention.
 check_hardening() {
     local text flags
     text=$(headers "$1")
@@ -102,10 +102,10 @@ copy() {
     fi
 }
 
-# What is still to be looked into, and what is known: a lower-case name and its place.
+# Files still to be examined, and the path of each known DLL by its lower-case name.
 queue=()
 declare -A laid_out=()
-# It is laid out beside OUTPUT_DIR, which there is only when all has gone well.
+# Collected in a temporary directory, so that OUTPUT_DIR exists only after success.
 mkdir -p "$(dirname "$4")"
 work=$(mktemp -d "$(dirname "$4")/.collect.XXXXXX")
 trap 'rm -rf "$work"' EXIT
@@ -142,11 +142,11 @@ while ((${#queue[@]} > 0)); do
         queue+=("$path")
     done < <(awk '$1 == "DLL" && $2 == "Name:" { print $3 }' <<<"$text")
 done
-((${#missing[@]} == 0)) || fail "these DLLs are neither here nor Windows' own: ${missing[*]}"
+((${#missing[@]} == 0)) || fail "these DLLs were not found and are not part of Windows: ${missing[*]}"
 
 install -D -m 644 "$licenses/main.html" "$out/licenses/main.html"
 
-# The licences: FAMILY of a file laid out, and the package whose texts are the family's.
+# The licences: the family of each collected file, and the package with the family's licence texts.
 family_of() { # FILE NAME
     case ${1,,} in
         qt5svg.dll | qsvg.dll | qsvgicon.dll) echo qtsvg ;;
@@ -163,7 +163,7 @@ declare -A package_of=(
     [gcc-runtime]=gcc-mingw-w64-x86-64-posix-runtime [mingw-w64]=mingw-w64-common
     [boost]=libboost-dev [fmt]=libfmt-dev [spdlog]=libspdlog-dev
 )
-# The compiler puts its start-up code, and with it parts of these, into every program.
+# The compiler's startup code contains parts of these and is linked into every program.
 declare -A family_files=([gcc-runtime]="every program" [mingw-w64]="every program")
 
 third_party=$out/licenses/third_party
@@ -175,7 +175,7 @@ while read -r path; do
     [[ -n $family ]] || fail "no licence is known for $name"
     family_files[$family]+=${family_files[$family]:+, }$name
 done < <(find "$out/bin" -type f | sort)
-# What is linked into our programs shows by the names of its types.
+# Libraries that are linked into the programs are recognized by the names of their types.
 for linked in boost:N5boost fmt:N3fmt spdlog:6spdlog; do
     for name in "${ours[@]}"; do
         if grep -q -a -F "${linked#*:}" "$out/bin/$name"; then
@@ -185,10 +185,9 @@ for linked in boost:N5boost fmt:N3fmt spdlog:6spdlog; do
 done
 
 {
-    echo "These parts of others come with the program. Each file here has the licences of one of them,"
-    echo "as the package of that name in Debian 12 states them, and says where its sources come from."
-    echo "Texts that it mentions as lying in /usr/share/common-licenses are in the directory"
-    echo "common-licenses here."
+    echo "The program contains these third-party components. Each file here has the licences of one of"
+    echo "them, as stated by the Debian 12 package of that name, and the origin of its sources. Texts"
+    echo "that it refers to in /usr/share/common-licenses are in the directory common-licenses here."
     while read -r family; do
         package=${package_of[$family]}
         text=/usr/share/doc/$package/copyright

@@ -1,20 +1,20 @@
 #!/usr/bin/env bash
-# Makes what is handed out for Windows: see usage below.
+# Creates the Windows packages: see usage below.
 set -euo pipefail
 
 usage() {
     cat <<'END'
 Usage: packaging/windows/pack.sh [--icon FILE.ico] LAYOUT_DIR VERSION OUTPUT_DIR
 
-Makes, from what collect.sh has laid out in LAYOUT_DIR,
+Creates these packages from the output of collect.sh in LAYOUT_DIR:
 
-  OUTPUT_DIR/vinst-VERSION-windows-x86_64.zip        to be unpacked and run from anywhere
-  OUTPUT_DIR/vinst-VERSION-windows-x86_64-setup.exe  a set-up program, with an uninstaller
+  OUTPUT_DIR/vinst-VERSION-windows-x86_64.zip        can be unpacked and run anywhere
+  OUTPUT_DIR/vinst-VERSION-windows-x86_64-setup.exe  a setup program with an uninstaller
 
-  --icon FILE.ico  the picture of the set-up program and the uninstaller
+  --icon FILE.ico  icon of the setup program and the uninstaller
 
-VERSION is as in 1.2.3, or as in 1.2.3-rc1. The same layout gives the same bytes: all files get
-the time SOURCE_DATE_EPOCH, or without it that of the last commit.
+VERSION has the form 1.2.3 or 1.2.3-rc1. The output is reproducible: all files get the time
+SOURCE_DATE_EPOCH, by default that of the last commit.
 Needs makensis (Debian package nsis), w3m and zip; installs nothing.
 END
 }
@@ -50,7 +50,7 @@ command -v w3m >/dev/null || missing+=(w3m)
 command -v zip >/dev/null || missing+=(zip)
 ((${#missing[@]} == 0)) || fail "these packages are missing: ${missing[*]}"
 
-[[ $version =~ ^([0-9]{1,5}\.[0-9]{1,5}\.[0-9]{1,5})([-+.][A-Za-z0-9.+-]+)?$ ]] || fail "this is no version: $version"
+[[ $version =~ ^([0-9]{1,5}\.[0-9]{1,5}\.[0-9]{1,5})([-+.][A-Za-z0-9.+-]+)?$ ]] || fail "not a valid version: $version"
 numbers=${BASH_REMATCH[1]}.0
 for file in bin/vinst.exe bin/vinst_cli.exe bin/vinst.dll licenses/main.html; do
     [[ -f $layout/$file ]] || fail "there is no $layout/$file"
@@ -59,7 +59,7 @@ done
 [[ -z $icon ]] || icon=$(realpath "$icon")
 
 epoch=${SOURCE_DATE_EPOCH:-$(git -C "$here" log -1 --format=%ct)}
-[[ $epoch =~ ^[0-9]+$ ]] || fail "SOURCE_DATE_EPOCH is no number: $epoch"
+[[ $epoch =~ ^[0-9]+$ ]] || fail "SOURCE_DATE_EPOCH is not a number: $epoch"
 export SOURCE_DATE_EPOCH=$epoch
 export TZ=UTC # zip writes local time
 
@@ -68,22 +68,22 @@ trap 'rm -rf "$work"' EXIT
 name=vinst-$version-windows-x86_64
 cp -rT "$layout" "$work/$name"
 cd "$work"
-[[ -z $(find "$name" ! -type f ! -type d) ]] || fail "$layout has more than files and directories"
+[[ -z $(find "$name" ! -type f ! -type d) ]] || fail "$layout contains something other than files and directories"
 chmod -R u=rwX,go=rX "$name"
 find "$name" -exec touch -d "@$epoch" {} +
 cd "$OLDPWD"
 
-# The list of all that is laid down, for the uninstaller too. A name must mean nothing to makensis.
+# The list of all installed files, also for the uninstaller. Names must not contain makensis syntax.
 directories=()
 files=()
 while IFS= read -r path; do directories+=("$path"); done < <(cd "$work/$name" && find . -mindepth 1 -type d | sed 's,^\./,,' | sort)
 while IFS= read -r path; do files+=("$path"); done < <(cd "$work/$name" && find . -type f | sed 's,^\./,,' | sort)
 for path in "${directories[@]}" "${files[@]}"; do
-    [[ $path =~ ^[A-Za-z0-9][A-Za-z0-9._+/-]*$ ]] || fail "the set-up can't handle the name $path"
-    [[ ${path,,} != uninstall.exe ]] || fail "the uninstaller has that name: $path"
+    [[ $path =~ ^[A-Za-z0-9][A-Za-z0-9._+/-]*$ ]] || fail "the setup program can't handle the name $path"
+    [[ ${path,,} != uninstall.exe ]] || fail "this name is reserved for the uninstaller: $path"
 done
 
-# What looks like variables is for makensis.
+# The variables in single quotes are for makensis.
 # shellcheck disable=SC2016
 {
     echo "!macro LAY_DOWN_FILES"
@@ -104,7 +104,7 @@ done
     done
     echo "!macroend"
 
-    # Files that can't be opened for writing while their program runs.
+    # Files that can't be opened for writing while the program runs.
     echo "!macro EACH_PROGRAM_FILE FUNCTION"
     for path in "${files[@]}"; do
         case ${path,,} in
@@ -113,8 +113,8 @@ done
     done
     echo "!macroend"
 
-    # In the uninstaller, errors afterwards mean that a file could not be removed. A directory that
-    # others have put something into stays, and is no error.
+    # In the uninstaller, an error afterwards means that a file could not be removed. A directory that
+    # contains other files remains, which is not an error.
     echo "!macro REMOVE_FILES"
     echo "  ClearErrors"
     for path in "${files[@]}"; do
@@ -128,7 +128,7 @@ done
     echo "!macroend"
 } >"$work/files.nsh"
 
-# The licence as text: a paragraph a line, for the page breaks lines itself.
+# The licence as text, one line per paragraph: the page wraps lines itself.
 mkdir "$work/home"
 HOME=$work/home w3m -dump -T text/html -I UTF-8 -O UTF-8 -cols 4000 "$layout/licenses/main.html" >"$work/text"
 [[ $(wc -w <"$work/text") -gt 20 ]] || fail "$layout/licenses/main.html has no text"
@@ -137,7 +137,7 @@ HOME=$work/home w3m -dump -T text/html -I UTF-8 -O UTF-8 -cols 4000 "$layout/lic
     sed -e 's/[[:space:]]*$//' -e 's/$/\r/' "$work/text"
 } >"$work/license.txt"
 
-# The picture beside the last page: a plain run of colour, 164 by 314 pixels.
+# The picture on the last page: a colour gradient, 164 by 314 pixels.
 perl -e '
     my ($width, $height) = (164, 314);
     my @low = (0x98, 0x5f, 0x1c); # blue, green, red
@@ -150,7 +150,7 @@ perl -e '
     print pack("a2 V V V", "BM", 54 + length $rows, 0, 54),
         pack("V V V v v V6", 40, $width, $height, 1, 24, 0, length $rows, 2835, 2835, 0, 0), $rows;
 ' >"$work/picture.bmp"
-touch -d "@$epoch" "$work/picture.bmp" # the set-up program keeps the time of what it brings along
+touch -d "@$epoch" "$work/picture.bmp" # the setup program stores the time of each file
 
 mkdir -p "$out"
 rm -f "$out/$name.zip" "$out/$name-setup.exe"

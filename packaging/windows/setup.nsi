@@ -1,26 +1,26 @@
-; The set-up program and its uninstaller. pack.sh makes it, and defines VERSION, NUMBERS (four of
-; them), KILOBYTES, FILES (the macros with the list of files), LICENSE, PICTURE, SETUP and
-; perhaps ICON.
+; The setup program and its uninstaller. pack.sh builds it, and defines VERSION, NUMBERS (the version
+; as four numbers), KILOBYTES, FILES (the macros with the list of files), LICENSE, PICTURE, SETUP and
+; optionally ICON.
 ;
-; Command line: /CurrentUser or /AllUsers, /S for no questions (then for the current user, unless
-; told otherwise), and last /D=DIRECTORY without quotes. Exit codes, besides 0:
-;      1  the user left it
-;      2  a file could not be laid down; nothing is left of it
-;      5  the uninstaller could not remove all
+; Command line: /CurrentUser or /AllUsers, /S for unattended mode (by default for the current user),
+; and last /D=DIRECTORY without quotes. Exit codes other than 0:
+;      1  cancelled by the user
+;      2  a file could not be installed; everything was rolled back
+;      5  the uninstaller could not remove all files
 ;     32  files are in use; nothing was changed
 ;     87  wrong command line
 ;    112  not enough space; nothing was changed
-;    183  the directory has an installation for others; nothing was changed
-;    740  needs an administrator's rights; nothing was changed
+;    183  the directory contains an installation for other users; nothing was changed
+;    740  needs administrator rights; nothing was changed
 ;   1150  needs a newer Windows
 ;   1633  needs a 64-bit Windows
-; Those from 5 on are Windows' own numbers for such errors.
+; The codes from 5 on are the Windows error codes.
 
 Target amd64-unicode
 SetCompressor /SOLID lzma
 ManifestDPIAware true
 ManifestSupportedOS all
-; For the current user no rights are needed; for all users it starts itself again, asking for them.
+; Needs no rights for the current user; for all users it restarts itself and requests them.
 RequestExecutionLevel user
 AllowSkipFiles off
 
@@ -54,11 +54,11 @@ VIAddVersionKey CompanyName "${PUBLISHER}"
 VIAddVersionKey LegalCopyright "${PUBLISHER}"
 
 Var Mode         ; AllUsers or CurrentUser
-Var ModeGiven    ; the same, if the command line says so
+Var ModeGiven    ; the same, if given on the command line
 Var DirGiven     ; as given by /D=
-Var Begun        ; 1 when something has been changed
-Var OldDir       ; where an older version is, for the same users
-Var CreatedDir   ; the topmost directory that wasn't there before
+Var Begun        ; 1 after the first change
+Var OldDir       ; directory of an older version for the same users
+Var CreatedDir   ; the topmost directory that setup creates
 Var InUse        ; a file that is in use
 Var ModePage
 Var ForMeButton
@@ -89,9 +89,9 @@ Page custom ShowModePage LeaveModePage
 
 !insertmacro MUI_LANGUAGE English
 
-; ---- For both -----------------------------------------------------------------------------------
+; ---- Setup and uninstaller ----------------------------------------------------------------------
 
-; Leaves with a message, if there is somebody to read it.
+; Quits with a message, which unattended mode doesn't show.
 !macro LEAVE CODE TEXT
   MessageBox MB_OK|MB_ICONSTOP "${TEXT}" /SD IDOK
   SetErrorLevel ${CODE}
@@ -120,7 +120,7 @@ Page custom ShowModePage LeaveModePage
     ClearErrors
   FunctionEnd
 
-  ; From here on, the registry, the Start menu and the folders are those of the users in $Mode.
+  ; Selects the registry, the Start menu and the folders of the users in $Mode from here on.
   Function ${UN}EnterMode
     SetRegView 64
     ${If} $Mode == AllUsers
@@ -130,7 +130,7 @@ Page custom ShowModePage LeaveModePage
     ${EndIf}
   FunctionEnd
 
-  ; Puts a file's path, from the stack, into $InUse if it can't be written to.
+  ; Stores the file path from the stack in $InUse if the file can't be opened for writing.
   Function ${UN}NoteIfInUse
     Exch $0
     Push $1
@@ -157,7 +157,7 @@ Page custom ShowModePage LeaveModePage
       ${If} "${UN}" == ""
         Call ${UN}NoteIfInUse
       ${Else}
-        Pop $0 ; it may be what is running
+        Pop $0 ; may be the running program
       ${EndIf}
       ${If} $InUse == ""
         ${ExitDo}
@@ -168,7 +168,7 @@ Page custom ShowModePage LeaveModePage
     ${Loop}
   FunctionEnd
 
-  ; Removes the directory on the stack, and those above it up to $CreatedDir, as far as they are empty.
+  ; Removes the directory on the stack and its parents up to $CreatedDir, if they are empty.
   Function ${UN}RemoveEmptyDirectories
     Exch $0
     Push $1
@@ -191,22 +191,22 @@ Page custom ShowModePage LeaveModePage
     Pop $0
   FunctionEnd
 
-  ; Removes the Start-menu entry and the registry's, if they are those of $INSTDIR.
+  ; Removes the Start menu entry and the registry keys if they belong to $INSTDIR.
   Function ${UN}Unregister
     ReadRegStr $0 SHCTX "${KEY}" InstallLocation
     ${If} $0 == $INSTDIR
       Delete "$SMPROGRAMS\${TITLE}.lnk"
       DeleteRegKey SHCTX "${KEY}"
       ${If} $Mode == CurrentUser
-        ; A user who has nothing else of their own hasn't got this one. The machine always has it.
+        ; This key may exist only for this program in a user's registry. The machine's always has it.
         DeleteRegKey /ifempty HKCU "${PARENT_KEY}"
       ${EndIf}
     ${EndIf}
   FunctionEnd
 
-  ; Removes all that was laid down but the uninstaller itself. Errors mean that a file is left.
+  ; Removes all installed files except the uninstaller. Errors mean that a file remains.
   Function ${UN}RemoveFiles
-    SetOutPath "$TEMP" ; a directory one is in can't be removed
+    SetOutPath "$TEMP" ; the current directory can't be removed
     !insertmacro REMOVE_FILES
     ${If} ${Errors}
       StrCpy $0 1
@@ -238,7 +238,7 @@ Function .onInit
   ${If} $ModeGiven != ""
     StrCpy $Mode $ModeGiven
   ${ElseIfNot} ${Silent}
-    ; The same users as last time are proposed.
+    ; Proposes the same users as last time.
     SetRegView 64
     ReadRegStr $0 HKCU "${KEY}" InstallLocation
     ReadRegStr $1 HKLM "${KEY}" InstallLocation
@@ -266,7 +266,7 @@ Function .onInit
   Call ChooseDirectory
 FunctionEnd
 
-; Errors mean that the administrator didn't want to.
+; Errors mean that elevation was refused.
 Function StartAsAdministrator
   StrCpy $0 "/AllUsers"
   ${If} $DirGiven != ""
@@ -297,7 +297,7 @@ FunctionEnd
 
 Function ShowModePage
   ${If} $ModeGiven != ""
-    Abort ; it is decided already
+    Abort ; already decided
   ${EndIf}
   !insertmacro MUI_HEADER_TEXT "Choose Users" "Choose for whom to install the ${TITLE}."
   nsDialogs::Create 1018
@@ -337,7 +337,7 @@ Function LeaveModePage
   Call ChooseDirectory
 FunctionEnd
 
-; One directory can't belong to two installations, of which each would remove the other's files.
+; A directory can't belong to two installations: each would remove the other's files.
 Function RefuseOthersDirectory
   ${If} $Mode == AllUsers
     ReadRegStr $0 HKCU "${KEY}" InstallLocation
@@ -354,7 +354,7 @@ Function RefuseOthersDirectory
   ${EndIf}
 FunctionEnd
 
-; The directory itself may not be there yet, but what is above it tells the space.
+; The directory may not exist yet, so the free space is that of its nearest existing parent.
 Function RefuseFullDisk
   Call FindMissing
   ${GetParent} $CreatedDir $0
@@ -375,7 +375,7 @@ Function RefuseFullDisk
   ${EndIf}
 FunctionEnd
 
-; Puts the topmost directory on the way to $INSTDIR that isn't there into $CreatedDir.
+; Stores the topmost missing directory of the path $INSTDIR in $CreatedDir.
 Function FindMissing
   StrCpy $CreatedDir ""
   StrCpy $0 $INSTDIR
@@ -388,7 +388,7 @@ Function FindMissing
   ${Loop}
 FunctionEnd
 
-; An older version goes first, by its own uninstaller, for that one knows its files.
+; Removes an older version first, with its own uninstaller, which knows its files.
 Function RemoveOldVersion
   ReadRegStr $OldDir SHCTX "${KEY}" InstallLocation
   ReadRegStr $CreatedDir SHCTX "${KEY}" CreatedDirectory
@@ -422,7 +422,7 @@ Section
   Call WaitUntilFree
   Call RefuseFullDisk
   Call RemoveOldVersion
-  ; What the old version made is still there if somebody else has put something into it.
+  ; The old version's directory remains if it contains other files.
   StrCpy $1 $CreatedDir
   Call FindMissing
   ${If} $OldDir == $INSTDIR
@@ -431,7 +431,7 @@ Section
     StrCpy $CreatedDir $1
   ${EndIf}
 
-  ; First what is needed to remove it again, whatever happens.
+  ; First install what is needed to uninstall, in case of later errors.
   StrCpy $Begun 1
   ClearErrors
   SetOutPath "$INSTDIR"
@@ -472,7 +472,7 @@ FunctionEnd
 
 Function StartProgram
   ${If} $Mode == AllUsers
-    ; Not with the administrator's rights that the set-up has: the shell hasn't got them.
+    ; Without the administrator rights of setup: the shell doesn't have them.
     Exec '"$WINDIR\explorer.exe" "$INSTDIR\bin\vinst.exe"'
   ${Else}
     Exec '"$INSTDIR\bin\vinst.exe"'
@@ -522,7 +522,7 @@ Section Uninstall
   ${EndIf}
   Call un.RemoveFiles
   ${If} ${Errors}
-    ; The entries stay, so that it can be tried again.
+    ; The entries remain, so that the user can try again.
     MessageBox MB_OK|MB_ICONEXCLAMATION "Not all files in $INSTDIR could be removed." /SD IDOK
     SetErrorLevel 5
     Abort "Not all files could be removed."

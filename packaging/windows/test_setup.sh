@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
-# Proves under Wine what pack.sh has made: see usage below.
+# Tests the packages that pack.sh creates, under Wine: see usage below.
 set -euo pipefail
 
 usage() {
     cat <<'END'
 Usage: packaging/windows/test_setup.sh SETUP_EXE ZIP
 
-Unpacks the archive and installs, upgrades and uninstalls by the set-up program, for one user and
-for all, in a Windows of Wine's that is made for this and removed at the end; no window is shown.
-Prints a line for each thing that holds, and ends with an error at the first that doesn't.
+Unpacks the archive, and installs, upgrades and uninstalls with the setup program, for one user and
+for all users, in a temporary Wine prefix without a display. Prints a line for each check that passes,
+and fails at the first that doesn't.
 
 Needs wine64 with wine, nsis, w3m, zip, unzip and binutils (Debian packages); installs nothing.
 END
@@ -33,7 +33,7 @@ done
 version=${BASH_REMATCH[1]}
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/vinst_setup.XXXXXX")
-# Of Wine's own nothing is asked and nothing gets into the desktop's menus of this machine.
+# Wine must ask no questions and must not change the desktop menus of this machine.
 export WINEPREFIX=$work/prefix WINEARCH=win64 WINEDEBUG=-all
 export WINEDLLOVERRIDES="mscoree,mshtml=;winemenubuilder.exe=d"
 export HOME=$work/home XDG_RUNTIME_DIR=$work/run LC_ALL=C.UTF-8
@@ -82,7 +82,7 @@ same() {
 there() { [[ -e $1 ]] || fail "there is no $1"; ok "there is ${1#"$work"/}"; }
 gone() { [[ ! -e $1 ]] || fail "there is still $1"; ok "there is no ${1#"$work"/}"; }
 
-# until_ WHAT COMMAND...: waits for it, two minutes at most.
+# until_ WHAT COMMAND...: waits until it succeeds, for at most two minutes.
 until_() {
     local what=$1 end=$((SECONDS + 120))
     shift
@@ -93,10 +93,10 @@ until_() {
         fi
         sleep 0.2
     done
-    fail "waited in vain: $what"
+    fail "timed out: $what"
 }
 
-# Ends all of this Windows' processes, its registry then being in its files.
+# Ends all processes of the Wine prefix, so that the registry is written to its files.
 shut_down() {
     timeout 120 wineserver -w || { timeout 60 wineserver -k || true; timeout 60 wineserver -w; }
 }
@@ -104,11 +104,11 @@ shut_down() {
 tree() { (cd "$1" && find . -mindepth 1 -printf '%y %P\n' | sort); }
 sums() { (cd "$1" && find . -type f -exec sha256sum {} + | sort -k 2); }
 
-# snapshot NAME: all files and directories of drive C, and all of the registry, in $work/NAME.*, as
-# they are after a restart: the copy that an uninstaller runs as goes then. Left out are
-# - the directory of that copy, which Windows removes with it, but not Wine's restart;
-# - the times at which keys were changed;
-# - the keys of devices, which Wine makes anew at each start, and not always in the same order.
+# snapshot NAME: writes the list of all files and directories of drive C, and the registry, to
+# $work/NAME.*, after a restart, which removes the uninstaller's temporary copy. Excluded are
+# - the directory of that copy, which Windows removes on restart, but Wine doesn't;
+# - the modification times of keys;
+# - the keys of devices, which Wine creates at each start, in varying order.
 snapshot() {
     shut_down
     timeout 120 wineboot
@@ -123,15 +123,15 @@ snapshot() {
 
 unchanged() { # SINCE WHAT
     snapshot now
-    same "$2 leaves no file and no directory behind" "$work/$1.files" "$work/now.files"
+    same "$2 leaves no files or directories behind" "$work/$1.files" "$work/now.files"
     same "$2 leaves nothing in the registry" "$work/$1.registry" "$work/now.registry"
 }
 
 to_unix() { run winepath -u "$1" | tr -d '\r'; }
 variable() { run cmd /c "echo %$1%" | tr -d '\r'; }
 
-# run_line LINE: as if it was typed there. A directory after /D= or _?= must not be in quotes, even
-# if there are spaces in it, and among arguments Wine would quote it.
+# run_line LINE: runs a command line from a batch file. A directory after /D= or _?= must not be
+# quoted, even if it contains spaces; as an argument, Wine would quote it.
 run_line() {
     printf '@%s\r\n' "$1" >"$work/line.bat"
     run cmd /c "$(run winepath -w "$work/line.bat" | tr -d '\r')"
@@ -147,20 +147,20 @@ is_gone() { [[ ! -e $1 ]]; }
 in_use() { [[ $(run_line "type nul >> \"$1\"" 2>&1) == *"haring violation"* ]]; }
 has_no_key() { ! has_key "$1"; }
 
-# help_of FILE: the console program runs by itself, from wherever it is called. Its help lists what
-# a release has; a run that ends with it exits with 1.
+# help_of FILE: checks that the console program runs, from another directory. --help needs a manifest
+# and exits with 1.
 help_of() {
     local text code=0
     text=$(cd / && vinst_manifest="Z:${work//\//\\}\\manifest.json" run "$1" --help </dev/null 2>"$work/stderr") || code=$?
     ((code == 1)) || { cat "$work/stderr" >&2; fail "$1 --help exits with $code"; }
-    [[ $text == "Usage: vinst_cli [options...]"* ]] || fail "$1 --help prints no help but '$text'"
+    [[ $text == "Usage: vinst_cli [options...]"* ]] || fail "$1 --help prints unexpected text: '$text'"
     ok "${1#"$work"/} --help prints its help"
 }
 
 mkdir "$work/zip" "$work/old"
 echo '[{"data_type": "main", "edition": "pro", "version": "5.2.0.31"}]' >"$work/manifest.json"
 timeout 300 wineboot -i >"$work/wineboot" 2>&1 || { cat "$work/wineboot" >&2; fail "Wine does not start"; }
-# Windows that nobody sees.
+# Run without a display.
 run reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f >/dev/null
 setup_there=$(run winepath -w "$setup" | tr -d '\r')
 local_data=$(variable LOCALAPPDATA)
@@ -168,10 +168,10 @@ program_files=$(variable ProgramFiles)
 roaming=$(to_unix "$(variable APPDATA)")
 program_data=$(to_unix "$(variable ProgramData)")
 [[ $local_data == C:\\* && $program_files == C:\\* && -d $roaming && -d $program_data ]] ||
-    fail "Wine has no usual folders: '$local_data' '$program_files' '$roaming' '$program_data'"
-# Only the lowest eight bits of an exit code get through.
+    fail "unexpected folders in Wine: '$local_data' '$program_files' '$roaming' '$program_data'"
+# Wine passes on only the lowest eight bits of an exit code.
 run winecfg /v win7
-exits "$((1150 & 255))" "set-up on Windows 7" run "$setup" /S
+exits "$((1150 & 255))" "setup on Windows 7" run "$setup" /S
 run winecfg /v win10
 ok "a fresh $(run cmd /c ver | tr -d '\r\n')"
 
@@ -184,7 +184,7 @@ files=$work/zip/$top
 help_of "$files/bin/vinst_cli.exe"
 sums "$files" >"$work/zip.sums"
 
-# An older version, with a file that the new one hasn't got.
+# An older version, with a file that the new version doesn't have.
 mkdir "$work/older"
 for file in bin/vinst.exe bin/vinst_cli.exe bin/vinst.dll licenses/main.html; do
     install -D "$files/$file" "$work/older/$file"
@@ -192,10 +192,10 @@ done
 mkdir "$work/older/former"
 echo former >"$work/older/former/former.txt"
 SOURCE_DATE_EPOCH=0 "$here/pack.sh" "$work/older" 0.0.1 "$work/old" >"$work/pack" 2>&1 ||
-    { cat "$work/pack" >&2; fail "the older version can't be packed"; }
+    { cat "$work/pack" >&2; fail "packaging the older version failed"; }
 older=$work/old/vinst-0.0.1-windows-x86_64-setup.exe
 
-# installed HIVE MODE DIRECTORY MENU: what has to be there then
+# installed HIVE MODE DIRECTORY MENU: checks an installation
 installed() {
     local hive=$1 mode=$2 directory=$3 menu=$4 place shortcut text
     place=$(to_unix "$directory")
@@ -217,17 +217,17 @@ installed() {
     shortcut="$menu/Microsoft/Windows/Start Menu/Programs/Veltrin Crest Installer.lnk"
     there "$shortcut"
     text=$(strings -el "$shortcut"; strings "$shortcut")
-    [[ $text == *"$directory\\bin\\vinst.exe"* ]] || fail "the shortcut leads elsewhere: $text"
-    ok "the shortcut leads to $directory\\bin\\vinst.exe"
+    [[ $text == *"$directory\\bin\\vinst.exe"* ]] || fail "the shortcut has another target: $text"
+    ok "the shortcut points to $directory\\bin\\vinst.exe"
 }
 
-# uninstall HIVE: as Windows would without questions
+# uninstall HIVE: runs the QuietUninstallString, as Windows does
 uninstall() {
     local command directory
     directory=$(to_unix "$(value "$1" InstallLocation)")
     command=$(value "$1" QuietUninstallString)
     exits 0 "$command" run_line "$command"
-    # It goes on as a copy of itself, so that it can remove itself.
+    # It continues as a copy, so that it can remove itself.
     until_ "the uninstaller has removed itself" is_gone "$directory/uninstall.exe"
     until_ "the uninstaller has removed its registry key" has_no_key "$1"
     shut_down
@@ -236,7 +236,7 @@ uninstall() {
 # cycle HIVE MODE DIRECTORY MENU OPTIONS
 cycle() {
     local hive=$1 mode=$2 directory=$3 menu=$4 place
-    exits 0 "set-up /S $5" run_line "\"$setup_there\" /S $5"
+    exits 0 "setup /S $5" run_line "\"$setup_there\" /S $5"
     installed "$hive" "$mode" "$directory" "$menu"
     place=$(to_unix "$directory")
     uninstall "$hive"
@@ -247,7 +247,7 @@ cycle() {
 folder='Orvane\Veltrin Crest Installer'
 mine=$local_data\\Programs\\$folder
 everybodys=$program_files\\$folder
-snapshot first # some of Wine comes to be at the second start
+snapshot first # Wine creates some files only at the second start
 snapshot before
 unchanged before "doing nothing"
 
@@ -263,17 +263,17 @@ for mode in CurrentUser AllUsers; do
     else
         hive=HKLM directory=$everybodys menu=$program_data
     fi
-    exits 0 "the older set-up /S /$mode" run "$older" /S "/$mode"
+    exits 0 "the older setup /S /$mode" run "$older" /S "/$mode"
     there "$(to_unix "$directory")/former/former.txt"
     equal "DisplayVersion" 0.0.1 "$(value "$hive" DisplayVersion)"
     cycle "$hive" "$mode" "$directory" "$menu" "/$mode"
 done
-exits 0 "the older set-up" run "$older" /S '/D=C:\older'
+exits 0 "the older setup" run "$older" /S '/D=C:\older'
 cycle HKCU CurrentUser 'C:\newer\there' "$roaming" '/D=C:\newer\there'
 
-# ---- Strangers' files ----
+# ---- Files of others ----
 
-exits 0 "set-up" run "$setup" /S '/D=C:\shared\place'
+exits 0 "setup" run "$setup" /S '/D=C:\shared\place'
 place=$(to_unix 'C:\shared\place')
 mkdir "$place/theirs"
 echo theirs >"$place/theirs/file.txt"
@@ -281,57 +281,57 @@ echo theirs >"$place/bin/their.dll"
 tree "$place" | grep their >"$work/theirs"
 uninstall HKCU
 tree "$place" | grep -v '^d bin$' >"$work/left"
-same "others' files stay, and nothing else" "$work/theirs" "$work/left"
-# Once more around them, and over an older version.
-exits 0 "the older set-up" run "$older" /S '/D=C:\shared\place'
-exits 0 "set-up" run "$setup" /S '/D=C:\shared\place'
+same "files of others remain, and nothing else" "$work/theirs" "$work/left"
+# Again with such files present, and as an upgrade.
+exits 0 "the older setup" run "$older" /S '/D=C:\shared\place'
+exits 0 "setup" run "$setup" /S '/D=C:\shared\place'
 uninstall HKCU
 tree "$place" | grep -v '^d bin$' >"$work/left"
-same "others' files stay after an upgrade too" "$work/theirs" "$work/left"
+same "files of others also remain after an upgrade" "$work/theirs" "$work/left"
 rm -r "${place%/place}"
-unchanged before "uninstalling beside others' files"
+unchanged before "uninstalling next to files of others"
 
 # ---- While the program runs ----
 
-exits 0 "the older set-up" run "$older" /S
-# The older version hasn't got the libraries, but it is the same file.
+exits 0 "the older setup" run "$older" /S
+# The older version has no libraries, but its program is the same file.
 cp -r "$files/bin/." "$(to_unix "$mine")/bin/"
 place=$(to_unix "$mine")
 timeout -k 10 300 wine "$place/bin/vinst.exe" >/dev/null 2>"$work/stderr" </dev/null &
 program=$!
-until_ "vinst.exe is being run" in_use "$mine\\bin\\vinst.exe"
+until_ "vinst.exe is running" in_use "$mine\\bin\\vinst.exe"
 sleep 5
-kill -0 "$program" 2>/dev/null || { cat "$work/stderr" >&2; fail "vinst.exe does not stay open"; }
-ok "vinst.exe opens and stays open"
+kill -0 "$program" 2>/dev/null || { cat "$work/stderr" >&2; fail "vinst.exe did not keep running"; }
+ok "vinst.exe starts and keeps running"
 tree "$place" >"$work/running.files"
-exits 32 "set-up while the program runs" run "$setup" /S
+exits 32 "setup while the program runs" run "$setup" /S
 exits 32 "the uninstaller while the program runs" run_line "\"$mine\\uninstall.exe\" /S _?=$mine"
 tree "$place" >"$work/now.files"
-same "nothing has changed while the program runs" "$work/running.files" "$work/now.files"
+same "nothing changes while the program runs" "$work/running.files" "$work/now.files"
 equal "DisplayVersion" 0.0.1 "$(value HKCU DisplayVersion)"
 kill "$program"
 wait "$program" || true
 program=
-exits 0 "set-up when the program has ended" run "$setup" /S
+exits 0 "setup after the program has ended" run "$setup" /S
 installed HKCU CurrentUser "$mine" "$roaming"
 uninstall HKCU
 gone "$place"
 
-# ---- What can't be ----
+# ---- Errors ----
 
-exits 87 "set-up with both modes" run "$setup" /S /AllUsers /CurrentUser
-exits 0 "set-up" run "$setup" /S
-exits 183 "set-up for all into one user's directory" run_line "\"$setup_there\" /S /AllUsers /D=$mine"
+exits 87 "setup with both modes" run "$setup" /S /AllUsers /CurrentUser
+exits 0 "setup" run "$setup" /S
+exits 183 "setup for all into one user's directory" run_line "\"$setup_there\" /S /AllUsers /D=$mine"
 installed HKCU CurrentUser "$mine" "$roaming"
 equal "HKLM's key" none "$(has_key HKLM && echo there || echo none)"
 uninstall HKCU
 
-# A file can't be laid down where a directory is.
+# A file can't be installed where a directory exists.
 mkdir -p "$WINEPREFIX/drive_c/half/licenses/main.html"
 tree "$WINEPREFIX/drive_c/half" >"$work/half.files"
-exits 2 "set-up that can't lay down a file" run "$setup" /S '/D=C:\half'
+exits 2 "setup that can't install a file" run "$setup" /S '/D=C:\half'
 tree "$WINEPREFIX/drive_c/half" >"$work/now.files"
-same "it takes back what it has laid down" "$work/half.files" "$work/now.files"
+same "it removes what it has installed" "$work/half.files" "$work/now.files"
 rm -r "$WINEPREFIX/drive_c/half"
-unchanged before "all of this"
-echo "All checks hold."
+unchanged before "all of the above"
+echo "All checks passed."
