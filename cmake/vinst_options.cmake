@@ -1,15 +1,15 @@
-# One INTERFACE target carries what every target of the project is compiled with.
+# The compiler options of every target in the project.
 add_library(vinst_options INTERFACE)
 target_compile_options(vinst_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion
   $<$<BOOL:${VINST_WERROR}>:-Werror>
-  # Assertions name their file; the machine that built the library is nobody's business.
+  # Assertions contain file names; keep the build machine's paths out of them.
   -fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=)
 target_compile_definitions(vinst_options INTERFACE QT_NO_KEYWORDS QT_DEPRECATED_WARNINGS)
 target_include_directories(vinst_options INTERFACE ${CMAKE_SOURCE_DIR})
 
 if(VINST_SANITIZE)
-  # With the sanitizers' checks in the way the compiler takes parts of <regex> for uninitialised.
+  # With sanitizers, the compiler wrongly reports parts of <regex> as uninitialized.
   target_compile_options(vinst_options INTERFACE -Wno-maybe-uninitialized)
   add_compile_options(-fsanitize=${VINST_SANITIZE} -fno-omit-frame-pointer
                       -fno-sanitize-recover=undefined)
@@ -29,9 +29,9 @@ endfunction()
 
 # Declares a room of the program as the static library room_NAME: vinst_room(NAME SOURCES...)
 #
-# An archive may leave symbols open, and a program that links all rooms would close them, upwards as
-# well. So the linker also makes a module of each room and what it links: that fails when the room
-# calls anything above its own floor.
+# A static library may have undefined symbols, and a program that links all rooms would resolve them,
+# even from higher floors. Therefore each room is also linked as a module with only its own
+# dependencies, which fails if it calls anything above its floor.
 function(vinst_room name)
   vinst_static_library(room_${name} ${ARGN})
   if(BUILD_TESTING AND NOT WIN32 AND NOT VINST_SANITIZE)
@@ -45,7 +45,7 @@ function(vinst_room name)
   endif()
 endfunction()
 
-# The ending of a platform's own source files.
+# The suffix of platform-specific source files.
 if(WIN32)
   set(VINST_PLATFORM_SUFFIX win32)
 else()

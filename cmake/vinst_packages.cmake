@@ -1,4 +1,4 @@
-# What the program is built with, the same targets on every platform.
+# The external libraries, as the same targets on every platform.
 find_package(Qt5 5.15 REQUIRED COMPONENTS Core Gui Network Svg Widgets)
 if(BUILD_TESTING OR VINST_BENCH)
   find_package(Qt5 5.15 REQUIRED COMPONENTS Test)
@@ -15,8 +15,8 @@ if(NOT CMAKE_CROSSCOMPILING)
   return()
 endif()
 
-# Libraries of headers alone are the build machine's own. A folder of links shows them, and nothing
-# else of that machine, to the cross compiler.
+# Header-only libraries are taken from the build machine. A directory with links exposes only them to the
+# cross compiler.
 set(header_links ${CMAKE_BINARY_DIR}/header_links)
 file(MAKE_DIRECTORY ${header_links})
 foreach(name boost fmt spdlog)
@@ -33,7 +33,7 @@ add_library(fmt::fmt INTERFACE IMPORTED)
 target_link_libraries(fmt::fmt INTERFACE vinst_headers)
 target_compile_definitions(fmt::fmt INTERFACE FMT_HEADER_ONLY)
 
-# The log's path may hold any letter, and installers don't inherit the log.
+# The log's path may contain any character, and installers must not inherit the log's handle.
 add_library(spdlog::spdlog INTERFACE IMPORTED)
 target_link_libraries(spdlog::spdlog INTERFACE fmt::fmt)
 target_compile_definitions(spdlog::spdlog INTERFACE SPDLOG_FMT_EXTERNAL SPDLOG_WCHAR_FILENAMES SPDLOG_PREVENT_CHILD_FD)

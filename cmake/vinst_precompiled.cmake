@@ -1,6 +1,6 @@
-# Precompiled headers: each set is compiled once and used by many targets. Sources must not rely on
-# them: scripts/lint.sh compiles without, and so does a build with VINST_PCH=OFF.
-option(VINST_PCH "Precompile the headers of the libraries" ON)
+# Precompiled headers: each set is compiled once and used by many targets. Sources must still include
+# what they use: scripts/lint.sh and builds with VINST_PCH=OFF don't use these sets.
+option(VINST_PCH "Precompile the headers of libraries" ON)
 
 set(VINST_STANDARD_HEADERS
   <algorithm> <array> <atomic> <chrono> <condition_variable> <cstdint> <cstdlib> <cstring>
@@ -16,11 +16,12 @@ set(VINST_QT_WIDGETS_HEADERS ${VINST_QT_CORE_HEADERS}
 set(VINST_TEST_HEADERS ${VINST_QT_WIDGETS_HEADERS} <QTest> <fstream> <gmock/gmock.h>
   <gtest/gtest.h> <regex> <sstream>)
 
-# Declares a set as the target vinst_pch_NAME: vinst_header_set(NAME LIBRARIES HEADERS...). Users must be
-# compiled alike, apart from macros that the headers don't mention; else the compiler warns.
+# Declares a set as the target vinst_pch_NAME: vinst_header_set(NAME LIBRARIES HEADERS...). Its
+# users need the same compiler options, except for macros that the headers don't use; otherwise the
+# compiler warns.
 function(vinst_header_set name libraries)
   set(source ${CMAKE_BINARY_DIR}/precompiled/${name}.cpp)
-  file(CONFIGURE OUTPUT ${source} CONTENT "// Has headers precompiled, and nothing else.\n")
+  file(CONFIGURE OUTPUT ${source} CONTENT "// Only for precompiled headers.\n")
   add_library(vinst_pch_${name} OBJECT EXCLUDE_FROM_ALL ${source})
   set_target_properties(vinst_pch_${name} PROPERTIES AUTOMOC OFF AUTOUIC OFF AUTORCC OFF)
   target_link_libraries(vinst_pch_${name} PRIVATE vinst_options ${libraries})
@@ -33,7 +34,7 @@ if(VINST_PCH)
   vinst_header_set(widgets Qt5::Widgets ${VINST_QT_WIDGETS_HEADERS})
 endif()
 
-# vinst_precompiled(SET TARGETS...)
+# Lets targets use a set: vinst_precompiled(SET TARGETS...)
 function(vinst_precompiled set)
   if(VINST_PCH)
     foreach(target IN LISTS ARGN)

@@ -1,12 +1,12 @@
-# Cross-builds for Windows 10 and later, x86-64, on a Debian system. VINST_WIN64_SDK names the
-# folder of libraries that are linked with; scripts/windows.sh finds or builds it.
+# Cross-builds for Windows 10 and later (x86-64) on Debian. VINST_WIN64_SDK names the directory with
+# the libraries; scripts/windows.sh finds or builds it.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 
-set(VINST_WIN64_SDK "$ENV{VINST_WIN64_SDK}" CACHE PATH "Libraries for Windows, as packaging/windows/build_sdk.sh makes them")
+set(VINST_WIN64_SDK "$ENV{VINST_WIN64_SDK}" CACHE PATH "Libraries for Windows, built by packaging/windows/build_sdk.sh")
 if(NOT EXISTS "${VINST_WIN64_SDK}/bin/Qt5Core.dll")
-  message(FATAL_ERROR "VINST_WIN64_SDK names no folder of libraries for Windows: '${VINST_WIN64_SDK}'. "
-                      "Run scripts/windows.sh, or packaging/windows/build_sdk.sh to make one.")
+  message(FATAL_ERROR "VINST_WIN64_SDK is not a directory with libraries for Windows: '${VINST_WIN64_SDK}'. "
+                      "Run scripts/windows.sh, or packaging/windows/build_sdk.sh to build them.")
 endif()
 set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES VINST_WIN64_SDK)
 
@@ -22,5 +22,5 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
-# Programs of the build run through Wine, with the libraries that they link.
+# The build runs its programs in Wine, with the libraries that they link.
 set(CMAKE_CROSSCOMPILING_EMULATOR "${CMAKE_CURRENT_LIST_DIR}/../scripts/wine.sh;${VINST_WIN64_SDK}")

@@ -1,39 +1,39 @@
 #!/usr/bin/env bash
-# Builds the folder of libraries that the Windows version is cross-built against.
+# Builds the libraries that the Windows version links: see usage below.
 set -euo pipefail
 
 readonly target=x86_64-w64-mingw32
 readonly all_parts=(zlib boost tbb curl qtbase qtsvg)
 
-# Where the libraries believe to be installed while they are built. No such folder is ever made:
-# what is installed goes to a staging folder, and whatever names this place is made relative.
+# The installation prefix that the libraries are configured with. It is never created: files are
+# installed to a staging directory, and references to the prefix are made relative.
 readonly prefix=/opt/vinst-win64-sdk
 
 usage() {
     cat <<END
 Usage: packaging/windows/build_sdk.sh OUTPUT_DIR [PART...]
 
-Builds, on Debian 12, the Windows x86-64 libraries that the program links, from Debian's own source
-packages with their patches applied, into OUTPUT_DIR. The folder can be moved afterwards.
+Builds the Windows x86-64 libraries that the program links, on Debian 12, from Debian's source
+packages with Debian's patches, into OUTPUT_DIR. The directory can be moved afterwards.
 
-Parts, in the order they are built (default: all of them):
+Parts, in build order (default: all):
   zlib     zlib, from the package libz-mingw-w64-dev
   boost    Boost.Program_options, a static library, with the headers it needs
   tbb      oneTBB
-  curl     libcurl on Schannel; brings zlib along
+  curl     libcurl with Schannel; also builds zlib
   qtbase   Qt Core, Gui, Widgets, Network, Test, Xml, their plugins, and moc, uic, rcc, qmake
-  qtsvg    Qt Svg; brings qtbase along
+  qtsvg    Qt Svg; also builds qtbase
 
-A part that is finished already is skipped, so the same command goes on after a failure; to have
-one built again, remove OUTPUT_DIR/.parts/PART. In the end all finished parts are checked.
+Finished parts are skipped, so that the same command resumes after a failure. To rebuild a part,
+remove OUTPUT_DIR/.parts/PART. At the end, all finished parts are checked.
 
-Installs through apt what is missing to build them; that alone needs root, or sudo. The sources are
-fetched through apt as well, with a configuration of its own: the machine's stays as it is.
+Installs missing build dependencies with apt; only this needs root or sudo. The sources are also
+fetched with apt, with a separate configuration that leaves the machine's unchanged.
 
 Environment:
-  VINST_SDK_WORK  folder to work in, which also keeps a part that was left half-built
-                  (default: a new one under \$TMPDIR or /tmp). Removed after a success.
-  VINST_SDK_JOBS  how many compilers run at once (default: one for each processor)
+  VINST_SDK_WORK  work directory, which also keeps unfinished parts (default: a new directory under
+                  \$TMPDIR or /tmp). It is removed on success.
+  VINST_SDK_JOBS  number of parallel compilers (default: one per CPU)
 END
 }
 
@@ -42,7 +42,7 @@ fail() {
     exit 1
 }
 
-# ---- What is to be done ------------------------------------------------------------------------
+# ---- Command line ------------------------------------------------------------------------------
 
 if (($# > 0)) && [[ $1 == --help ]]; then
     usage
@@ -56,7 +56,7 @@ fi
 output=$(realpath -m -- "$1")
 shift
 jobs=${VINST_SDK_JOBS:-$(nproc)}
-[[ $jobs =~ ^[1-9][0-9]*$ ]] || fail "VINST_SDK_JOBS is not a number of compilers: $jobs"
+[[ $jobs =~ ^[1-9][0-9]*$ ]] || fail "VINST_SDK_JOBS is not a positive number: $jobs"
 
 declare -A wanted=()
 for argument in "${@:-${all_parts[@]}}"; do
@@ -76,11 +76,11 @@ for part in "${all_parts[@]}"; do
     [[ -v wanted[$part] ]] && parts+=("$part")
 done
 
-# An empty folder, or one that this script made: nothing else is written over.
+# The output directory must be empty or created by this script, so that nothing else is overwritten.
 readonly stamps=$output/.parts
 if [[ -e $output && ! -d $stamps ]]; then
     [[ -d $output && -z $(ls -A -- "$output") ]] ||
-        fail "$output holds something else already; name an empty folder, or one that this script made"
+        fail "$output is neither empty nor created by this script"
 fi
 
 # ---- The tools ---------------------------------------------------------------------------------
@@ -110,13 +110,12 @@ install_tools() {
         apt-get install -y -qq -o Dpkg::Use-Pty=0 --no-install-recommends "${missing[@]}"
 }
 
-# The compilers under their plain names, ahead of those of the machine, whose plain names may mean
-# the ones without posix threads. They also know
-# - where to find Secur32 and Crypt32: Qt asks for them in these letters, which a file system that
-#   tells upper case from lower doesn't find;
-# - not to write the names of the sources' folders into the libraries.
-# What belongs to the work folder is said here, not in the libraries' own settings, so that it
-# doesn't get into the files that they install.
+# Wrappers with the compilers' plain names, which precede the machine's own in PATH: those may be the
+# variants without posix threads. The wrappers also
+# - let the linker find Secur32 and Crypt32, which Qt spells like this, on a case-sensitive file system;
+# - keep the paths of the source directories out of the libraries.
+# Options that contain the work directory are passed here instead of by the libraries' configuration,
+# so that they don't get into installed files.
 make_compilers() {
     local bin=$work/tools links=$work/links name
     mkdir -p "$bin" "$links"
@@ -150,7 +149,7 @@ private_apt() {
         -o Dir::State::lists="$work/apt/lists" -o Dir::Cache="$work/apt/cache" "$@"
 }
 
-# Once in each run: the lists of an earlier one may name files that the mirrors have replaced.
+# Once per run: lists from an earlier run may name files that the mirrors have replaced.
 update_lists() {
     [[ ! -e $work/apt/updated ]] || return 0
     mkdir -p "$work/apt/sources" "$work/apt/lists/partial" "$work/apt/cache"
@@ -171,7 +170,7 @@ END
     touch "$work/apt/updated"
 }
 
-# PART PACKAGE: its patched sources in $work/src/PART, its version in $work/src/PART.version.
+# fetch PART PACKAGE: unpacks the patched sources to $work/src/PART, and writes PART.version next to it.
 fetch() {
     local source=$work/src/$1 fetched=$work/fetch/$1 description
     [[ ! -e $source.version ]] || return 0
@@ -180,7 +179,7 @@ fetch() {
     rm -rf "$source" "$fetched"
     mkdir -p "$work/src" "$fetched"
     if ((EUID == 0)); then
-        chown _apt "$fetched" # apt downloads as this user, which may write nowhere else
+        chown _apt "$fetched" # apt downloads as this user
     fi
     (cd "$fetched" && private_apt source --download-only --only-source "$2")
     description=("$fetched"/*.dsc)
@@ -191,7 +190,7 @@ fetch() {
     rm -rf "$fetched"
 }
 
-# ---- The parts: each leaves what belongs into the folder in $stage ------------------------------
+# ---- The parts: each installs its files to $stage ------------------------------------------------
 
 part_zlib() {
     local from=/usr/$target
@@ -216,8 +215,8 @@ part_boost() {
         -std=c++17 -O2 -DNDEBUG -DBOOST_ALL_NO_LIB -I "$build/include" -c FILE -o "$build/FILE.o"
     "$target-ar" rcsD "$stage/lib/libboost_program_options.a" "$build"/*.o
 
-    # Of the thousands of headers, those that these reach. Which ones they include depends on the
-    # language's version and on whether assertions are on.
+    # Install only the headers that these include, directly or indirectly. That depends on the language
+    # version and on whether assertions are enabled.
     cd "$build/include"
     find boost/program_options* -name '*.hpp' -printf '#include <%p>\n' | sort >../all.cpp
     for standard in c++17 gnu++17 c++20; do
@@ -280,24 +279,24 @@ part_qtbase() {
     fi
     say "qtbase: compiling; this takes the longest"
     cd "$build"
-    # Left behind by a compiler that was killed: newer than its source, so make would keep it.
+    # An empty object file of a killed compiler is newer than its source, so make would keep it.
     find . -name '*.o' -empty -delete
     make -j "$jobs"
     make install INSTALL_ROOT="$work/installed/qtbase"
     mv "$work/installed/qtbase$prefix"/* "$stage/"
 
-    # What was for the tools' own making, and is for this machine.
+    # Remove files that were needed only to build the tools.
     rm -f "$stage"/lib/libQt5Bootstrap.* "$stage/mkspecs/modules/qt_lib_bootstrap_private.pri"
     rm -f "$stage"/bin/{qlalr,qvkgen,tracegen,fixqt4headers.pl}
     strip "$stage"/bin/{moc,uic,rcc,qmake}
     sed -i "s,$build/lib,\$\$[QT_INSTALL_LIBS],g" "$stage"/mkspecs/modules/qt_ext_*.pri
 
-    # Of the descriptions of platforms, those of the two in question.
+    # Keep only the mkspecs of the two platforms.
     find "$stage/mkspecs" -mindepth 1 -maxdepth 1 -type d \
         ! -name common ! -name features ! -name modules ! -name linux-g++ ! -name win32-g++ \
         -exec rm -rf {} +
 
-    # Beside the tools, and found by them there: everything lies around this file.
+    # The tools read this file from their own directory; the paths are relative to it.
     printf '[Paths]\nPrefix=..\nHostSpec=linux-g++\nTargetSpec=win32-g++\n' >"$stage/bin/qt.conf"
     version="qtbase-opensource-src $(<"$work/src/qtbase.version")"
 }
@@ -309,7 +308,7 @@ part_qtsvg() {
     rm -rf "$build"
     mkdir -p "$build"
     cd "$build"
-    # Qt Core holds a zlib of its own, with names of its own: its header goes before the other's.
+    # Qt Core contains a zlib with renamed symbols: its header must be found before the other one.
     "$output/bin/qmake" "$work/src/qtsvg/qtsvg.pro" "INCLUDEPATH += $output/include/QtZlib"
     make -j "$jobs"
     make install INSTALL_ROOT="$work/installed/qtsvg"
@@ -319,7 +318,7 @@ part_qtsvg() {
 
 # ---- Building ----------------------------------------------------------------------------------
 
-# What names the place that the libraries believe to be installed in, or the one they were built in.
+# Removes references to the installation prefix and the build directories.
 make_relocatable() {
     find "$stage" -name '*.la' -delete
     find "$stage" -name '*.prl' -exec sed -i '/^QMAKE_PRL_BUILD_DIR/d' {} +
@@ -330,7 +329,7 @@ make_relocatable() {
     rm -rf "$stage/share" "$stage/doc"
 }
 
-# Runs in a shell of its own, with its output in the log: what fails ends it.
+# Runs in a subshell that ends at the first error, with its output in the log.
 build_part() {
     stage=$work/stage/$1
     rm -rf "$stage" "$work/installed/$1"
@@ -350,10 +349,10 @@ say() {
 build() {
     local log=$work/logs/$1.log status started=$SECONDS
     if [[ -e $stamps/$1 ]]; then
-        say "$1: is there already"
+        say "$1: already built"
         return
     fi
-    # Not "if ! (...)": there, the shell would go on after what fails.
+    # Not "if ! (...)", because "set -e" has no effect there.
     set +e
     (
         set -e
@@ -363,15 +362,15 @@ build() {
     set -e
     if ((status != 0)); then
         tail -n 15 "$log" >&2
-        fail "$1 failed (status $status); all that it wrote: $log"
+        fail "$1 failed (status $status); see the log: $log"
     fi
     say "$1: done in $(((SECONDS - started) / 60)) min $(((SECONDS - started) % 60)) s"
 }
 
 # ---- Checking ----------------------------------------------------------------------------------
 
-# What each part has to hold. DLLs stand with the import library that leads to them, which is read
-# for their name.
+# The files that each part must contain. Each DLL is listed with its import library, which must refer
+# to it.
 expect() {
     case $1 in
         zlib)
@@ -406,7 +405,7 @@ expect() {
     esac
 }
 
-# Each finding is one line; the checks go on after it, and count them in the end.
+# Prints one line per finding; the checks continue and count the findings at the end.
 findings=0
 found() {
     echo "build_sdk.sh: $*" >&2
@@ -425,14 +424,14 @@ expect_dll() { # DLL IMPORT_LIBRARY
     expect_file "$@"
     [[ -s $output/$2 ]] || return 0
     leads_to=$("$target-dlltool" --identify "$output/$2" 2>&1) || true
-    [[ $leads_to == "${1##*/}" ]] || found "$2 leads to \"$leads_to\", not to ${1##*/}"
+    [[ $leads_to == "${1##*/}" ]] || found "$2 refers to \"$leads_to\", not to ${1##*/}"
 }
 
 expect_static() {
     local leads_to
     expect_file "$1"
     if [[ -s $output/$1 ]] && leads_to=$("$target-dlltool" --identify "$output/$1" 2>/dev/null); then
-        found "$1 is no static library: it leads to $leads_to"
+        found "$1 is not a static library: it refers to $leads_to"
     fi
 }
 
@@ -451,7 +450,7 @@ expect_plugins() {
     done
 }
 
-# The tools run on this machine; qmake has to find everything where the folder lies now.
+# The tools must run on this machine, and qmake must use the directory's current location.
 expect_tools() {
     local tool said place
     for tool in moc uic rcc qmake; do
@@ -460,11 +459,11 @@ expect_tools() {
     done
     for place in QT_INSTALL_PREFIX QT_HOST_PREFIX; do
         said=$("$output/bin/qmake" -query $place 2>&1) || true
-        [[ $said == "$output" ]] || found "bin/qmake says that $place is \"$said\""
+        [[ $said == "$output" ]] || found "bin/qmake reports $place as \"$said\""
     done
 }
 
-# What comes with Windows, of all that the libraries import.
+# The imported DLLs that are part of Windows.
 readonly of_windows=(
     advapi32 bcrypt crypt32 d3d11 dnsapi dwmapi dxgi gdi32 imm32 iphlpapi kernel32 mpr msvcrt netapi32
     normaliz ole32 oleaut32 secur32 shell32 user32 userenv uxtheme version winmm ws2_32 wtsapi32
@@ -477,7 +476,7 @@ check_binaries() {
     for name in "${of_windows[@]}" "${of_compiler[@]}"; do
         known[$name.dll]=1
     done
-    # Windows finds a DLL whatever the letters' case.
+    # Windows ignores the case of DLL names.
     for file in "$output"/bin/*.dll; do
         name=${file##*/}
         known[${name,,}]=1
@@ -489,27 +488,27 @@ check_binaries() {
         "$target-objdump" -f "$file" >"$work/formats" 2>&1 || true
         if ! grep -q "file format $format\$" "$work/formats" ||
             grep "file format" "$work/formats" | grep -Eqv "file format ($format|pe-bigobj-x86-64)\$"; then
-            found "not made for Windows x86-64: $name"
+            found "not built for Windows x86-64: $name"
             continue
         fi
         [[ $name == *.dll ]] || continue
         "$target-objdump" -p "$file" | sed -n 's/^[[:space:]]*DLL Name: //p' >"$work/imports"
-        [[ -s $work/imports ]] || found "imports nothing at all: $name"
+        [[ -s $work/imports ]] || found "imports no DLL: $name"
         while IFS= read -r dll; do
-            [[ -v known[${dll,,}] ]] || found "$name imports $dll, which neither lies in bin" \
-                "nor comes with the compiler or with Windows"
+            [[ -v known[${dll,,}] ]] || found "$name imports $dll, which is neither in bin" \
+                "nor part of the compiler or of Windows"
         done <"$work/imports"
     done < <(find "$output" \( -name '*.dll' -o -name '*.a' \) -print0)
 }
 
-# In what other programs read, no place of this machine may stand.
+# Files that other programs read must not contain paths of this machine.
 check_relocatable() {
     local place pattern file
     for place in "$prefix" "$work" "$output"; do
-        # Its special characters stand for themselves, and /opt/sdk isn't meant by /opt/sdk2.
+        # Escape special characters, and don't match /opt/sdk in /opt/sdk2.
         pattern=$(printf '%s' "$place" | sed 's/[][\.*^$+?(){}|]/\\&/g')'([^[:alnum:]_.-]|$)'
         while IFS= read -r file; do
-            found "${file#"$output/"} names the place $place"
+            found "${file#"$output/"} contains the path $place"
         done < <(grep -rIlE --include='*.'{prl,pri,prf,conf,cmake,pc,h} -e "$pattern" -- "$output")
     done
 }
@@ -524,19 +523,19 @@ check() {
     done
     check_binaries
     check_relocatable
-    ((findings == 0)) || fail "the folder is not right; what was found (see above): $findings"
+    ((findings == 0)) || fail "the output directory has errors (see above): $findings"
     echo "Checked: ${finished[*]}"
 }
 
-# ---- The folder's own page ---------------------------------------------------------------------
+# ---- The output directory's README -------------------------------------------------------------
 
 write_readme() {
     local part
     cat <<'END'
 # Windows x86-64 libraries for cross-building on Debian 12
 
-Made by `packaging/windows/build_sdk.sh` from Debian's source packages, with Debian's patches, by the
-compiler of `g++-mingw-w64-x86-64-posix` (posix threads, msvcrt). The folder can be moved anywhere.
+Built by `packaging/windows/build_sdk.sh` from Debian's source packages, with Debian's patches, with the
+compiler of `g++-mingw-w64-x86-64-posix` (posix threads, msvcrt). The directory can be moved.
 
 Built from:
 
@@ -550,17 +549,17 @@ END
     done
     cat <<'END'
 
-| folder | what lies in it |
+| directory | contents |
 |---|---|
-| `bin/` | the DLLs that a program needs beside it, and the tools that run on Debian: `moc`, `uic`, `rcc`, `qmake` |
-| `lib/` | import libraries (`*.dll.a`, `libQt5*.a`), static libraries, and under `cmake/` and `pkgconfig/` what finds them |
-| `include/` | headers; of Boost only those that Boost.Program_options includes |
-| `plugins/` | Qt's plugins, to be laid beside a program in folders of the same names |
-| `mkspecs/` | what `qmake` reads |
+| `bin/` | DLLs that a program needs in its directory, and tools that run on Debian: `moc`, `uic`, `rcc`, `qmake` |
+| `lib/` | import libraries (`*.dll.a`, `libQt5*.a`), static libraries, and their packages for CMake and pkg-config in `cmake/` and `pkgconfig/` |
+| `include/` | headers; from Boost only those that Boost.Program_options includes |
+| `plugins/` | Qt's plugins, to be copied with their directories next to a program |
+| `mkspecs/` | configuration for `qmake` |
 
 ## Use with CMake
 
-A toolchain file for this folder says
+Use a toolchain file with these lines:
 
 ```cmake
 set(CMAKE_SYSTEM_NAME Windows)
@@ -568,19 +567,18 @@ set(CMAKE_SYSTEM_PROCESSOR x86_64)
 set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
 set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
-set(CMAKE_FIND_ROOT_PATH /where/this/folder/lies /usr/x86_64-w64-mingw32)
+set(CMAKE_FIND_ROOT_PATH /path/to/this/directory /usr/x86_64-w64-mingw32)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 ```
 
-A program also needs `libstdc++-6.dll`, `libgcc_s_seh-1.dll` and `libwinpthread-1.dll`, which come with
-the compiler's packages. `find_package(Boost)` has to be told `set(Boost_USE_STATIC_LIBS ON)`.
+A program also needs `libstdc++-6.dll`, `libgcc_s_seh-1.dll` and `libwinpthread-1.dll`, which are part of
+the compiler's packages. Before `find_package(Boost)`, add `set(Boost_USE_STATIC_LIBS ON)`.
 
-libcurl and Qt Network speak TLS through Windows itself (Schannel) and trust what Windows trusts; no OpenSSL
-is involved. Qt is built without OpenGL, D-Bus, ICU, SQL, printing, tablets, Vulkan and Qt Concurrent;
-zlib, libpng, libjpeg, PCRE, FreeType and HarfBuzz are those of Qt's sources, inside its libraries.
+libcurl and Qt Network use TLS and certificates of Windows (Schannel), not OpenSSL. Qt is built without OpenGL, D-Bus, ICU, SQL, printing, tablets, Vulkan and Qt Concurrent;
+zlib, libpng, libjpeg, PCRE, FreeType and HarfBuzz are built from Qt's sources into its libraries.
 END
 }
 
@@ -589,23 +587,23 @@ END
 install_tools
 exec 3>&1
 
-# The work folder is removed in the end: it may be nothing that was there before.
+# The work directory is removed at the end, so it must not contain other files.
 work=$(realpath -m -- "${VINST_SDK_WORK:-${TMPDIR:-/tmp}/vinst-sdk.XXXXXX}")
-[[ $output$work != *[[:space:]]* ]] || fail "Qt can't be built in a folder with a space in its name"
+[[ $output$work != *[[:space:]]* ]] || fail "Qt can't be built in a directory whose path contains spaces"
 [[ $output/ != "$work"/* && $work/ != "$output"/* ]] ||
-    fail "OUTPUT_DIR and the work folder may not lie in each other"
+    fail "OUTPUT_DIR and the work directory must not contain each other"
 if [[ -z ${VINST_SDK_WORK:-} ]]; then
     work=$(mktemp -d "$work")
-    chmod 755 "$work" # apt's own user has to get in
+    chmod 755 "$work" # apt's user needs access
 elif [[ -e $work && ! -e $work/.vinst-sdk ]]; then
-    [[ -d $work && -z $(ls -A -- "$work") ]] || fail "VINST_SDK_WORK names what is no work folder: $work"
+    [[ -d $work && -z $(ls -A -- "$work") ]] || fail "VINST_SDK_WORK is not a work directory of this script: $work"
 fi
 mkdir -p "$stamps" "$work/logs"
 touch "$work/.vinst-sdk"
 
 keep_work() {
     if (($? != 0)) && [[ -d $work ]]; then
-        echo "build_sdk.sh: kept what was built so far; to go on there: VINST_SDK_WORK=$work" >&2
+        echo "build_sdk.sh: kept what was built so far; to resume, set VINST_SDK_WORK=$work" >&2
     fi
 }
 trap keep_work EXIT
