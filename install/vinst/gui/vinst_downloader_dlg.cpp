@@ -385,6 +385,8 @@ void VINST_DOWNLOADER_DLG::closeEvent(QCloseEvent* event)
         event->ignore();
         return;
     }
+    if (is_shutting_down())
+        run_log().info("Stop requested, closing the window");
     if (!m_never_ask_feedback)
         show_feedback_prompt(m_release, m_settings_key, this);
     m_manager.abort_on_close();

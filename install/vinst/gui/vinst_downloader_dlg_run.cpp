@@ -53,7 +53,6 @@ void VINST_DOWNLOADER_DLG::stop_download()
 
 void VINST_DOWNLOADER_DLG::stop_for_exit()
 {
-    run_log().info("Stop requested, closing the window");
     stop_download();
     dismiss_modal_dialogs();
     if (!m_is_busy)

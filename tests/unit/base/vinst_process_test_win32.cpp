@@ -132,10 +132,11 @@ TEST_F(RunCommand, HandlesMegabytesOfOutputWithPercentSigns)
 
 TEST_F(RunCommand, DoesNotWaitForAChildThatKeepsTheOutputOpen)
 {
-    const std::string script = dir.write("daemon.exe", script_with_lasting_child(300)).string();
+    // Not longer: ctest waits as well for whoever keeps the test's output open.
+    const std::string script = dir.write("daemon.exe", script_with_lasting_child(30)).string();
     const STOPWATCH watch;
     EXPECT_EQ(run(script), 0);
-    EXPECT_LT(watch.elapsed().wall, 300s);
+    EXPECT_LT(watch.elapsed().wall, 30s);
 }
 
 TEST_F(RunCommand, EndsAnInstallerAtAStop)
