@@ -1,20 +1,11 @@
+#include "tests/harness/wait_until.h"
 #include "tests/integration/downloader_fixture.h"
 #include "tests/integration/faulty_disk.h"
 
-#include <functional>
 #include <optional>
-#include <thread>
 
 namespace
 {
-
-bool wait_until(const std::function<bool()>& met)
-{
-    const auto deadline = CLOCK::now() + 30s;
-    while (!met() && CLOCK::now() < deadline)
-        std::this_thread::sleep_for(5ms);
-    return met();
-}
 
 /// Fetches "/f" and watches the flushes of the growing file.
 class DownloaderFlush : public Downloader
@@ -79,12 +70,8 @@ TEST_F(DownloaderFlush, SkipsBytesThatWereAlreadyFlushed)
     server.serve("/f", body, {FAULT::stall_after(1000)});
     start(50ms);
     ASSERT_TRUE(wait_for_flush());
-    const auto first = CLOCK::now();
-    while (CLOCK::now() - first < 500ms) // ten intervals
-    {
-        ASSERT_EQ(flushes(), 1);
-        std::this_thread::sleep_for(5ms);
-    }
+    constexpr auto ten_intervals = 500ms;
+    EXPECT_FALSE(wait_until([&] { return flushes() != 1; }, ten_intervals));
     stop_asked = true;
     ASSERT_TRUE(wait_for_end());
 }

@@ -1,14 +1,15 @@
 #include "tests/integration/host_fixture.h"
 
+#include "tests/harness/stopwatch.h"
+#include "tests/harness/wait_until.h"
+
 #include <csignal>
 #include <set>
 #include <system_error>
-#include <thread>
 
 namespace
 {
 
-using CLOCK = std::chrono::steady_clock;
 using STREAMS = std::set<int>;
 
 /// Programs started without standard streams, as by "<&- >&-" in a shell or by a careless daemon.
@@ -38,10 +39,10 @@ protected:
     static void expect_end_by(CHILD_PROCESS& child, int signal_number)
     {
         child.send_signal(signal_number);
-        const auto sent = CLOCK::now();
-        const auto ended = child.wait(20s);
+        const STOPWATCH since_signal;
+        const auto ended = child.wait(long_enough);
         ASSERT_TRUE(ended) << "the program did not end";
-        EXPECT_LT(CLOCK::now() - sent, 2s);
+        EXPECT_TRUE(since_signal.within(2s));
         EXPECT_EQ(ended->signal, signal_number);
     }
 
@@ -49,10 +50,7 @@ protected:
     {
         std::error_code error;
         const auto size = [&] { return std::filesystem::file_size(dir / name, error); };
-        for (int i = 0; i < 2000 && (size() < count || error); ++i)
-            std::this_thread::sleep_for(10ms);
-        ASSERT_GE(size(), count);
-        ASSERT_FALSE(error);
+        ASSERT_TRUE(wait_until([&] { return size() >= count && !error; }));
     }
 
     /// Waits until /proc shows that the process has a descriptor of that kind.
@@ -67,9 +65,7 @@ protected:
                     return true;
             return false;
         };
-        for (int i = 0; i < 2000 && !has_it(); ++i)
-            std::this_thread::sleep_for(10ms);
-        ASSERT_TRUE(has_it());
+        ASSERT_TRUE(wait_until(has_it));
     }
 
     static std::string target_of(const std::filesystem::path& link)
