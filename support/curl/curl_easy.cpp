@@ -20,7 +20,9 @@ CURL_RESPONSE_HEAD curl_read_head(CURL* handle)
     for (const char* name : CURL_RESPONSE_HEAD::field_names)
     {
         curl_header* field = nullptr;
-        if (curl_easy_header(handle, name, 0, CURLH_HEADER, last_request, &field) == CURLHE_OK)
+        for (std::size_t i = 0;
+             curl_easy_header(handle, name, i, CURLH_HEADER, last_request, &field) == CURLHE_OK;
+             ++i)
             head.set_field(name, field->value);
     }
     return head;

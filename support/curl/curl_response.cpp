@@ -71,6 +71,12 @@ CURL_BODY_DECISION decide_on_whole(const CURL_RESPONSE_HEAD& head, std::uint64_t
 
 }
 
+bool curl_has_scheme(std::string_view url, std::string_view scheme)
+{
+    return url.size() > scheme.size() && url[scheme.size()] == ':' &&
+           lower_case(url.substr(0, scheme.size())) == scheme;
+}
+
 std::optional<CURL_CONTENT_RANGE> curl_parse_content_range(std::string_view value)
 {
     value = trimmed(value);
@@ -104,8 +110,15 @@ void CURL_RESPONSE_HEAD::set_field(std::string_view name, std::string_view value
         content_length = whole_number(value);
     else if (name == "content-encoding")
         content_encoding = lower_case(value);
-    else if (name == "location")
-        location = value;
+    else if (name == "location" && !value.empty())
+        locations.emplace_back(value);
+}
+
+bool CURL_RESPONSE_HEAD::redirects_to_http() const
+{
+    return redirects() && std::any_of(locations.begin(), locations.end(),
+                                      [](const std::string& location)
+                                      { return curl_has_scheme(location, "http"); });
 }
 
 CURL_BODY_DECISION curl_decide_on_body(const CURL_RESPONSE_HEAD& head, std::uint64_t offset)

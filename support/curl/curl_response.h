@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 /// "bytes 100-199/1000" and "bytes */1000".
 struct CURL_CONTENT_RANGE
@@ -15,6 +16,9 @@ struct CURL_CONTENT_RANGE
 };
 
 std::optional<CURL_CONTENT_RANGE> curl_parse_content_range(std::string_view value);
+
+/// \param scheme  in lower case, such as "https"
+bool curl_has_scheme(std::string_view url, std::string_view scheme);
 
 /// The status and the header fields of a response that decide what to do with it.
 struct CURL_RESPONSE_HEAD
@@ -26,12 +30,15 @@ struct CURL_RESPONSE_HEAD
     int status = 0; ///< 0 until a server has responded
     std::optional<CURL_CONTENT_RANGE> content_range;
     std::optional<std::uint64_t> content_length;
-    std::string content_encoding; ///< lower case
-    std::string location;
+    std::string content_encoding;       ///< lower case
+    std::vector<std::string> locations; ///< usually one; a broken server may send several
 
-    /// Whether it sends the client to another address.
-    bool redirects() const { return status >= 300 && status < 400 && !location.empty(); }
+    /// Whether it redirects the client to another address.
+    bool redirects() const { return status >= 300 && status < 400 && !locations.empty(); }
+    /// Whether any of the addresses is an http one.
+    bool redirects_to_http() const;
 
+    /// Of a repeated field the last value counts, but every location does.
     /// \param name  one of `field_names`
     void set_field(std::string_view name, std::string_view value);
 };

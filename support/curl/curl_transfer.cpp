@@ -20,14 +20,6 @@ constexpr std::size_t head_limit = 256 * 1024;          // bytes of all headers 
 constexpr auto longest_in_memory = std::chrono::milliseconds(300);
 constexpr long redirect_limit = 10;
 
-bool starts_with_scheme(std::string_view url, std::string_view scheme)
-{
-    return url.size() > scheme.size() && url[scheme.size()] == ':' &&
-           std::equal(scheme.begin(), scheme.end(), url.begin(),
-                      [](char expected, char actual)
-                      { return expected == static_cast<char>(actual | 0x20); });
-}
-
 }
 
 CURL_TRANSFER::CURL_TRANSFER(CURL_REQUEST request, const CURL_CONNECTION_SETTINGS& settings,
@@ -169,11 +161,11 @@ bool CURL_TRANSFER::take_header(std::string_view line)
 bool CURL_TRANSFER::take_head()
 {
     m_head = curl_read_head(handle());
-    if (!m_head.redirects() || !starts_with_scheme(m_head.location, "http"))
+    if (!m_head.redirects_to_http())
         return true;
     const char* url = nullptr;
     curl_easy_getinfo(handle(), CURLINFO_EFFECTIVE_URL, &url);
-    return url == nullptr || !starts_with_scheme(url, "https") ||
+    return url == nullptr || !curl_has_scheme(url, "https") ||
            end_with(CURLE_UNSUPPORTED_PROTOCOL, "The server redirects from https to http");
 }
 
@@ -304,8 +296,12 @@ void CURL_TRANSFER::finish(CURLcode result)
         outcome.error = m_error_buffer.front() != '\0' ? std::string(m_error_buffer.data())
                                                        : std::string(curl_easy_strerror(result));
     }
+    const std::error_code flush_error = m_flusher.error_of(m_file);
     if (m_own_outcome)
         outcome = *m_own_outcome;
+    else if (flush_error)
+        outcome = {CURLE_WRITE_ERROR,
+                   "Cannot write " + m_request.path + ": " + flush_error.message()};
     else
         outcome = curl_judge_end(outcome, m_head, m_offset, m_skipped, m_decision.has_value());
 

@@ -4,6 +4,7 @@
 
 #include <initializer_list>
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -48,13 +49,24 @@ TEST(ContentRange, IsReadOnlyIfValid)
         EXPECT_FALSE(curl_parse_content_range(bad)) << bad;
 }
 
+TEST(ResponseHead, RedirectsToHttpIfAnyLocationDoes)
+{
+    EXPECT_TRUE(head({"HTTP/1.1 302 F", "location: HTTP://x/"}).redirects_to_http());
+    EXPECT_TRUE(head({"HTTP/1.1 302 F", "location: ", "location: http://x/"}).redirects_to_http());
+    EXPECT_TRUE(head({"HTTP/1.1 302 F", "location: https://x/", "location: http://x/"})
+                    .redirects_to_http());
+    EXPECT_FALSE(head({"HTTP/1.1 302 F", "location: https://x/"}).redirects_to_http());
+    EXPECT_FALSE(head({"HTTP/1.1 302 F", "location: /http:/x"}).redirects_to_http());
+    EXPECT_FALSE(head({"HTTP/1.1 200 OK", "location: http://x/"}).redirects_to_http());
+}
+
 TEST(ResponseHead, HoldsItsFieldsByTheirNames)
 {
     const CURL_RESPONSE_HEAD filled =
         head({"HTTP/1.1 302 Found", "location:  http://x/ ", "content-encoding: GZIP",
               "content-range: bytes 1-2/3", "content-length: 2"});
     EXPECT_TRUE(filled.redirects());
-    EXPECT_EQ(filled.location, "http://x/");
+    EXPECT_EQ(filled.locations, std::vector<std::string>{"http://x/"});
     EXPECT_EQ(filled.content_encoding, "gzip");
     EXPECT_EQ(filled.content_range->start, 1U);
     EXPECT_EQ(filled.content_length, 2U);
