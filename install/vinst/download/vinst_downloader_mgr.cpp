@@ -337,7 +337,7 @@ void VINST_DOWNLOADER_MGR::sort_component(VINST_COMPONENT* component)
     }
     // The file may have been written after its check.
     if (file.has_passed())
-        file.finish_check({});
+        file.reject();
     m_failed_components.push_back(component);
     run_log().debug("add failed component: %s", component->log_name());
     if (file.is_corrupted())

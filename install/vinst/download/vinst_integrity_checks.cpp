@@ -1,7 +1,9 @@
 #include "install/vinst/download/vinst_integrity_checks.h"
 
 #include "install/vinst/base/vinst_event_loop.h"
+#include "install/vinst/base/vinst_messages.h"
 #include "install/vinst/base/vinst_stop.h"
+#include "install/vinst/base/vinst_text.h"
 #include "install/vinst/download/vinst_file_check.h"
 #include "install/vinst/release/vinst_data.h"
 
@@ -15,6 +17,7 @@
 #include <atomic>
 #include <chrono>
 #include <deque>
+#include <exception>
 #include <mutex>
 #include <optional>
 
@@ -34,15 +37,27 @@ struct CHECK_WORK
 
     void run()
     {
-        const auto is_cancelled = [this] { return cancelled || is_shutting_down(); };
-        if (!is_cancelled())
+        try
         {
-            const VINST_FILE_CHECK check = check_file(path, md5sum, is_cancelled);
-            if (!is_cancelled())
-                result = check;
+            check();
+        }
+        catch (const std::exception& error)
+        {
+            run_log().error("Cannot check %s: %s", utf8(path), error.what());
+            result = VINST_FILE_CHECK{};
         }
         finished = true;
         wake_event_loop();
+    }
+
+    void check()
+    {
+        const auto is_cancelled = [this] { return cancelled || is_shutting_down(); };
+        if (is_cancelled())
+            return;
+        const VINST_FILE_CHECK checked = check_file(path, md5sum, is_cancelled);
+        if (!is_cancelled())
+            result = checked;
     }
 
     const QString path;
@@ -67,6 +82,8 @@ public:
     {
         if (work->result)
             component.file.finish_check(*work->result);
+        else
+            component.file.forget_check();
     }
 
     VINST_COMPONENT& component;
@@ -120,7 +137,9 @@ VINST_INTEGRITY_CHECKS::VINST_INTEGRITY_CHECKS(VINST_DOWNLOADER_VIEW& view) : m_
 
 VINST_INTEGRITY_CHECKS::~VINST_INTEGRITY_CHECKS()
 {
-    finish();
+    cancel();
+    if (m_workers != nullptr)
+        m_workers->wait();
 }
 
 void VINST_INTEGRITY_CHECKS::start(VINST_COMPONENT& component)
@@ -166,9 +185,12 @@ void VINST_INTEGRITY_CHECKS::wait()
 void VINST_INTEGRITY_CHECKS::finish()
 {
     cancel();
-    if (m_workers != nullptr)
-        m_workers->wait();
-    collect_all();
+    // A worker may be flushing its file to a slow disk, which nothing can cut short.
+    while (!m_cancellable.isEmpty())
+    {
+        m_view.process_events();
+        collect_all();
+    }
 }
 
 void VINST_INTEGRITY_CHECKS::collect_all()

@@ -27,13 +27,10 @@ public:
     /// The auto-configuration file at this URL.
     CURL_PROXY_INFO get_pac_proxy(const QString& url);
     /// The browser's preferences.
-    /// \param autoconfig_url  receives the address of an automatic-configuration file, where that
-    /// is
-    ///                        what the user of the browser has chosen
+    /// \param autoconfig_url  set to the URL of an auto-configuration file if the browser uses one
     CURL_PROXY_INFO get_firefox_proxy(QString& autoconfig_url);
 
-    /// Tries all sources except the system's settings, one after another, for at most 20 s in
-    /// total.
+    /// Tries all sources except the system's settings in order, for at most 20 s in total.
     CURL_PROXY_INFO discover();
 
 private:

@@ -38,14 +38,14 @@ bool VINST_COMPONENT_FILE::is_corrupted() const
 
 bool VINST_COMPONENT_FILE::is_verified() const
 {
-    return m_download_complete && has_passed() && m_verified_file && m_verified_file == identity();
+    return m_download_complete && has_passed() && m_checked_file && m_checked_file == identity();
 }
 
 void VINST_COMPONENT_FILE::measure()
 {
     const auto file = identity();
     m_bytes_on_disk = file ? file->size : 0;
-    if (has_passed() && !(file == m_verified_file))
+    if (is_checked() && !(file == m_checked_file))
         m_integrity_checked = false;
     count(m_bytes_on_disk);
 }
@@ -72,7 +72,12 @@ void VINST_COMPONENT_FILE::finish_check(const VINST_FILE_CHECK& check)
         return;
     m_integrity_checked = true;
     m_integrity_passed = check.passed;
-    m_verified_file = check.passed ? check.file : std::nullopt;
+    m_checked_file = check.file;
+}
+
+void VINST_COMPONENT_FILE::reject()
+{
+    finish_check({false, identity()});
 }
 
 void VINST_COMPONENT_FILE::forget_check()

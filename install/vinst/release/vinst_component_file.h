@@ -54,6 +54,8 @@ public:
     /// Stores the result, unless the directory has changed since the check began.
     void finish_check(const VINST_FILE_CHECK& check);
     void forget_check();
+    /// The file that is on disk now is not the one that was checked: it counts as corrupted.
+    void reject();
 
     /// Makes a verified ".run" file executable only by its owner; other files keep their mode.
     void make_installer_executable() const;
@@ -69,5 +71,5 @@ private:
     bool m_integrity_checked = false;
     bool m_integrity_passed = false;
     QString m_checked_download_dir;
-    std::optional<FIO_FILE_IDENTITY> m_verified_file;
+    std::optional<FIO_FILE_IDENTITY> m_checked_file;
 };

@@ -152,6 +152,28 @@ TEST_F(ComponentFile, DropsTheResultOfACheckStartedInAnotherDirectory)
     EXPECT_FALSE(file.is_checked());
 }
 
+TEST_F(ComponentFile, IsNoLongerCorruptedWhenItHasBeenReplaced)
+{
+    write("0123456789");
+    file.measure();
+    check(false);
+    dir.write("other", "9876543210");
+    std::filesystem::rename(dir / "other", dir / "one.run");
+    file.measure();
+    EXPECT_FALSE(file.is_corrupted());
+    EXPECT_FALSE(file.is_checked());
+}
+
+TEST_F(ComponentFile, IsCorruptedOnceItIsRejected)
+{
+    verify();
+    write("0123456789 and more");
+    file.reject();
+    EXPECT_TRUE(file.is_corrupted());
+    file.measure();
+    EXPECT_TRUE(file.is_corrupted());
+}
+
 TEST_F(ComponentFile, ForgetsACancelledCheck)
 {
     write("0123456789");
