@@ -7,20 +7,23 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 
 rounds=5
 scale=1
+other=
 usage() {
   cat <<'EOT'
-Usage: bench/download.sh [--rounds N] [--small]
+Usage: bench/download.sh [--rounds N] [--small] [--other PROGRAM]
 
 Serves 2 x 1 GiB + 4 x 256 MiB + 2 x 16 MiB of random data from nginx on loopback and fetches and
 checks them, four at a time, with vinst, with aria2c and with curl and md5sum, in turn, N times
 (default 5). Prints each run (wall and CPU seconds, peak memory in KiB), the medians, and their
-ratios. --small takes files of a sixteenth of the size.
+ratios. --small takes files of a sixteenth of the size. --other also measures another build of
+vinst, such as the one before a change. The files are in memory, unless BENCH_DIR names a directory.
 EOT
 }
 while [ $# -gt 0 ]; do
   case $1 in
     --rounds) [ $# -gt 1 ] || fail "--rounds needs a number"; rounds=$2; shift 2 ;;
     --small) scale=16; shift ;;
+    --other) [ $# -gt 1 ] || fail "--other needs a program"; other=$(realpath "$2"); shift 2 ;;
     --help) usage; exit 0 ;;
     *) usage >&2; exit 2 ;;
   esac
@@ -53,11 +56,13 @@ for file in "$work"/files/*.bin; do
 done > "$work/aria2.txt"
 printf 'url = "%s"\nremote-name\n' "${urls[@]}" > "$work/curl.txt"
 
-run_vinst() {
-  measured vinst env vinst_manifest="$work/manifest.json" HOME="$work" "$vinst" \
+measure_build() { # LABEL PROGRAM
+  measured "$1" env vinst_manifest="$work/manifest.json" HOME="$work" "$2" \
     --download-dir "$work/down" --parallel-downloads 4 --retry-duration 0
-  grep -q '^Download successful' "$work/output" || fail "vinst did not succeed: see above"
+  grep -q '^Download successful' "$work/output" || fail "$1 did not succeed: see above"
 }
+run_vinst() { measure_build vinst "$vinst"; }
+run_other() { measure_build other "$other"; }
 run_aria2() {
   measured aria2c aria2c -q -j4 -x1 --file-allocation=none --no-conf -d "$work/down" -i "$work/aria2.txt"
 }
@@ -66,9 +71,16 @@ run_curl() {
     curl -fsS --parallel --parallel-max 4 -K '$work/curl.txt' && md5sum --quiet -c '$work/sums'"
 }
 
+peers=(aria2c curl+md5sum)
+runs=(run_vinst run_aria2 run_curl)
+if [ -n "$other" ]; then
+  peers+=(other)
+  runs+=(run_other)
+fi
+
 echo "tool wall_s cpu_s peak_kib"
 for ((round = 1; round <= rounds; ++round)); do
-  for run in run_vinst run_aria2 run_curl; do
+  for run in "${runs[@]}"; do
     rm -rf "$work/down"
     mkdir "$work/down"
     "$run"
@@ -76,10 +88,10 @@ for ((round = 1; round <= rounds; ++round)); do
 done
 
 echo
-for label in vinst aria2c curl+md5sum; do
+for label in vinst "${peers[@]}"; do
   echo "median $label: wall $(median "$label" 2) s, cpu $(median "$label" 3) s, peak $(median "$label" 4) KiB"
 done
-for peer in curl+md5sum aria2c; do
+for peer in "${peers[@]}"; do
   echo "vinst / $peer: wall $(ratio "$(median vinst 2)" "$(median "$peer" 2)")," \
     "cpu $(ratio "$(median vinst 3)" "$(median "$peer" 3)")," \
     "peak memory $(ratio "$(median vinst 4)" "$(median "$peer" 4)")"

@@ -18,12 +18,13 @@ build_release() {
   vinst=$root/build/release/bin/vinst
 }
 
-# begin_work SIZE_MIB: creates a directory for the benchmark's data, in memory if there is room.
-# Sets work; removed when the script ends, after its servers have been stopped.
+# begin_work SIZE_MIB: creates a directory for the benchmark's data, in BENCH_DIR if that is set, else
+# in memory if there is room. Sets work; removed when the script ends, after its servers have been stopped.
 begin_work() {
   local base=${TMPDIR:-/tmp} free
   free=$(df -Pm /dev/shm 2>/dev/null | awk 'NR == 2 { print $4 }')
   if [ "${free:-0}" -gt "$1" ]; then base=/dev/shm; fi
+  base=${BENCH_DIR:-$base}
   work=$(mktemp -d "$base/vinst_bench.XXXXXX")
   nginx_pid=
   trap end_work EXIT
