@@ -2,6 +2,7 @@
 
 #include "install/vinst/base/vinst_text.h"
 #include "tests/harness/stopwatch.h"
+#include "tests/harness/wait_until.h"
 #include "tests/harness/window_driver.h"
 
 #include <QSettings>
@@ -104,13 +105,6 @@ protected:
         EXPECT_TRUE(is_stored("FrameGeometry")) << "the settings weren't saved";
     }
 
-    static void wait_until(const std::function<bool()>& holds)
-    {
-        for (int i = 0; i < 2000 && !holds(); ++i)
-            std::this_thread::sleep_for(10ms);
-        ASSERT_TRUE(holds());
-    }
-
     bool temporary_log_holds(const std::string& text) const
     {
         for (const std::string& name : list_tree(dir / "tmp"))
@@ -146,7 +140,7 @@ protected:
 
     pid_t installer() const
     {
-        wait_until([this] { return size_of("installer") > 0; });
+        EXPECT_TRUE(wait_until([this] { return size_of("installer") > 0; }));
         return std::stoi(read_file(dir / "installer"));
     }
 };
@@ -181,7 +175,7 @@ TEST_F(HostWindowStop, EndsADownloadAndKeepsPartialFiles)
     publish();
     server.set_faults("/one.run", {FAULT::trickle(1000, 20ms)});
     const auto child = start({main_window, "click:m_download_button"});
-    wait_until([this] { return size_of("dl/one.run") >= 4000; });
+    ASSERT_TRUE(wait_until([this] { return size_of("dl/one.run") >= 4000; }));
     expect_orderly_end(*child);
     EXPECT_NE(log().find("[info] Download stopped\n"), std::string::npos) << log();
     const std::string bytes = dir.read("dl/one.run");
@@ -214,7 +208,8 @@ TEST_F(HostWindowStop, EndsTheProcessImmediatelyTheSecondTime)
     const auto child = start(start_installation);
     const pid_t process = installer();
     child->send_signal(SIGTERM);
-    wait_until([this] { return temporary_log_holds("Stop requested, ending the installer"); });
+    ASSERT_TRUE(
+        wait_until([this] { return temporary_log_holds("Stop requested, ending the installer"); }));
     const STOPWATCH since_signal;
     child->send_signal(SIGTERM);
     const auto ended = child->wait(10s);
@@ -347,7 +342,7 @@ TEST_F(HostWindowStop, NeedsNoStandardStreams)
         CHILD_SETUP host = window_setup({main_window});
         host.closed_streams = streams;
         CHILD_PROCESS child(host);
-        wait_until([this] { return temporary_log_holds("Welcome to the"); });
+        ASSERT_TRUE(wait_until([this] { return temporary_log_holds("Welcome to the"); }));
         expect_orderly_end(child);
     }
 }

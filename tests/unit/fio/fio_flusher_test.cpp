@@ -2,6 +2,7 @@
 
 #include "support/fio/fio_append_file.h"
 #include "tests/harness/temp_dir.h"
+#include "tests/harness/wait_until.h"
 
 #include <gtest/gtest.h>
 
@@ -76,14 +77,6 @@ protected:
         return other.open(file.path(), OPENING::existing_only);
     }
 
-    static bool wait_until_free(const FIO_APPEND_FILE& file)
-    {
-        const auto deadline = std::chrono::steady_clock::now() + 30s;
-        while (!is_free(file) && std::chrono::steady_clock::now() < deadline)
-            std::this_thread::sleep_for(5ms);
-        return is_free(file);
-    }
-
     TEMP_DIR dir;
     FIO_APPEND_FILE a;
     FIO_APPEND_FILE b;
@@ -98,7 +91,7 @@ TEST_F(Flusher, FlushesOnTheRealDisk)
     ASSERT_TRUE(a.append("abc", 3));
     flusher.request(a);
     a.close();
-    EXPECT_TRUE(wait_until_free(a));
+    EXPECT_TRUE(wait_until([&] { return is_free(a); }));
     EXPECT_FALSE(flusher.error_of(a));
 }
 
@@ -124,7 +117,7 @@ TEST_F(Flusher, MergesRequestsForOneFile)
     gate.open();
     ASSERT_TRUE(gate.wait_for_begun(3));
     b.close();
-    EXPECT_TRUE(wait_until_free(b)); // the last one has ended
+    EXPECT_TRUE(wait_until([&] { return is_free(b); })); // the last one has ended
     EXPECT_EQ(gate.begun(), 3);
 }
 
@@ -143,7 +136,7 @@ TEST_F(Flusher, ReleasesAWithdrawnFile)
     flusher.withdraw(a);
     EXPECT_FALSE(is_free(a));
     gate.open();
-    EXPECT_TRUE(wait_until_free(a));
+    EXPECT_TRUE(wait_until([&] { return is_free(a); }));
     EXPECT_EQ(gate.begun(), 1);
 }
 
@@ -156,7 +149,7 @@ TEST_F(Flusher, DropsItsQueueAndWaitsForTheRunningFlushOnDestruction)
     a.close();
     b.close();
     std::thread destroyer([&] { flusher.reset(); });
-    EXPECT_TRUE(wait_until_free(b));
+    EXPECT_TRUE(wait_until([&] { return is_free(b); }));
     EXPECT_FALSE(is_free(a));
     gate.open();
     destroyer.join();
@@ -169,9 +162,7 @@ TEST_F(Flusher, RemembersTheFailureOfEachFile)
     FIO_FLUSHER flusher(gate.as_flush());
     flusher.request(a);
     gate.open(std::make_error_code(std::errc::io_error));
-    const auto deadline = std::chrono::steady_clock::now() + 30s;
-    while (!flusher.error_of(a) && std::chrono::steady_clock::now() < deadline)
-        std::this_thread::sleep_for(5ms);
+    EXPECT_TRUE(wait_until([&] { return static_cast<bool>(flusher.error_of(a)); }));
     EXPECT_EQ(flusher.error_of(a), std::errc::io_error);
     EXPECT_FALSE(flusher.error_of(b));
     a.close();
@@ -187,6 +178,6 @@ TEST_F(Flusher, IgnoresAFileThatIsNotOpen)
     ASSERT_TRUE(gate.wait_for_begun(1));
     gate.open();
     b.close();
-    EXPECT_TRUE(wait_until_free(b));
+    EXPECT_TRUE(wait_until([&] { return is_free(b); }));
     EXPECT_EQ(gate.begun(), 1);
 }
