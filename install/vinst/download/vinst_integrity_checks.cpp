@@ -11,15 +11,24 @@
 
 #include <tbb/global_control.h>
 #include <tbb/task_arena.h>
-#include <tbb/task_group.h>
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <deque>
 #include <exception>
 #include <mutex>
 #include <optional>
+#include <utility>
+
+/// How much work of one VINST_INTEGRITY_CHECKS has not ended; shared with the workers.
+struct VINST_UNFINISHED_WORK
+{
+    std::mutex mutex; ///< guards the count
+    std::condition_variable changed;
+    int count = 0;
+};
 
 namespace
 {
@@ -67,6 +76,53 @@ struct CHECK_WORK
     std::optional<VINST_FILE_CHECK> result; ///< none when it was cancelled
 };
 
+/// Work on its way from the main thread to a worker, and whose it is.
+struct HANDED_OVER_WORK
+{
+    std::shared_ptr<CHECK_WORK> work;
+    std::shared_ptr<VINST_UNFINISHED_WORK> unfinished;
+};
+
+// Debian's oneTBB is not built with the thread sanitizer, which therefore does not see that
+// starting a oneTBB task orders what both threads do. Work is handed over under this mutex, which
+// it does see.
+std::mutex handover_mutex;
+std::deque<HANDED_OVER_WORK> handed_over_work;
+
+HANDED_OVER_WORK take_over()
+{
+    const std::lock_guard lock(handover_mutex);
+    const HANDED_OVER_WORK next = handed_over_work.front();
+    handed_over_work.pop_front();
+    return next;
+}
+
+void run_next()
+{
+    HANDED_OVER_WORK next = take_over();
+    next.work->run();
+    next.work.reset();
+    const std::lock_guard lock(next.unfinished->mutex);
+    --next.unfinished->count;
+    next.unfinished->changed.notify_all();
+}
+
+/// oneTBB counts the main thread as a worker, so that there is no worker on one processor. Here the
+/// main thread only waits: there is a worker for every processor, and no slot is reserved.
+void enqueue(HANDED_OVER_WORK work)
+{
+    constexpr unsigned reserved_slots = 0;
+    static const int processors = tbb::this_task_arena::max_concurrency();
+    static const tbb::global_control limit(tbb::global_control::max_allowed_parallelism,
+                                           static_cast<std::size_t>(processors) + 1);
+    static tbb::task_arena arena(processors, reserved_slots);
+    {
+        const std::lock_guard lock(handover_mutex);
+        handed_over_work.push_back(std::move(work));
+    }
+    arena.enqueue([] { run_next(); });
+}
+
 }
 
 /// The check of one file; used by the main thread.
@@ -91,55 +147,16 @@ public:
     QTimer timer;
 };
 
-/// The worker threads.
-///
-/// Debian's oneTBB is not built with the thread sanitizer, which therefore doesn't see that
-/// starting a oneTBB task synchronizes both threads. Work is handed over under a mutex, which it
-/// does see.
-struct VINST_INTEGRITY_CHECKS::WORKERS
+VINST_INTEGRITY_CHECKS::VINST_INTEGRITY_CHECKS(VINST_DOWNLOADER_VIEW& view)
+    : m_view(view), m_unfinished(std::make_shared<VINST_UNFINISHED_WORK>())
 {
-    void start(const std::shared_ptr<CHECK_WORK>& work)
-    {
-        {
-            const std::lock_guard lock(m_mutex);
-            m_handed_over.push_back(work);
-        }
-        m_arena.enqueue(m_group.defer([this] { take_over()->run(); }));
-    }
-
-    void wait()
-    {
-        m_arena.execute([this] { m_group.wait(); });
-    }
-
-private:
-    std::shared_ptr<CHECK_WORK> take_over()
-    {
-        const std::lock_guard lock(m_mutex);
-        const std::shared_ptr<CHECK_WORK> work = m_handed_over.front();
-        m_handed_over.pop_front();
-        return work;
-    }
-
-    /// oneTBB counts the main thread as a worker, so on one processor it would start no other. Here
-    /// the main thread only waits, so there is a worker per processor and no slot is reserved.
-    static constexpr unsigned reserved_slots = 0;
-    const int m_processors = tbb::this_task_arena::max_concurrency();
-    const tbb::global_control m_limit{tbb::global_control::max_allowed_parallelism,
-                                      static_cast<std::size_t>(m_processors) + 1};
-    tbb::task_arena m_arena{m_processors, reserved_slots};
-    tbb::task_group m_group;
-    std::mutex m_mutex;
-    std::deque<std::shared_ptr<CHECK_WORK>> m_handed_over;
-};
-
-VINST_INTEGRITY_CHECKS::VINST_INTEGRITY_CHECKS(VINST_DOWNLOADER_VIEW& view) : m_view(view) {}
+}
 
 VINST_INTEGRITY_CHECKS::~VINST_INTEGRITY_CHECKS()
 {
     cancel();
-    if (m_workers != nullptr)
-        m_workers->wait();
+    std::unique_lock lock(m_unfinished->mutex);
+    m_unfinished->changed.wait(lock, [this] { return m_unfinished->count == 0; });
 }
 
 void VINST_INTEGRITY_CHECKS::start(VINST_COMPONENT& component)
@@ -160,9 +177,11 @@ void VINST_INTEGRITY_CHECKS::start(VINST_COMPONENT& component)
     task->timer.start(collection_interval);
     m_pending.append(task.get());
     m_cancellable.append(task);
-    if (m_workers == nullptr)
-        m_workers = std::make_unique<WORKERS>();
-    m_workers->start(task->work);
+    {
+        const std::lock_guard lock(m_unfinished->mutex);
+        ++m_unfinished->count;
+    }
+    enqueue({task->work, m_unfinished});
 }
 
 void VINST_INTEGRITY_CHECKS::cancel()

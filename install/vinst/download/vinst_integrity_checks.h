@@ -8,6 +8,7 @@
 #include <memory>
 
 class VINST_DOWNLOADER_MGR_CHECK_INTEGRITY_TASK;
+struct VINST_UNFINISHED_WORK;
 
 /// Integrity checks of components' files, each on a worker thread. All members are called on the
 /// main thread, where a timer collects the results and stores them in the components.
@@ -34,7 +35,6 @@ public:
 
 private:
     using TASK = VINST_DOWNLOADER_MGR_CHECK_INTEGRITY_TASK;
-    struct WORKERS;
 
     void collect_all();
     void collect(const std::shared_ptr<TASK>& task);
@@ -47,5 +47,5 @@ private:
     QList<TASK*> m_pending;
     /// Tasks that have not ended: pending ones, and cancelled ones whose worker is still reading.
     QList<std::shared_ptr<TASK>> m_cancellable;
-    std::unique_ptr<WORKERS> m_workers; ///< null before the first check
+    const std::shared_ptr<VINST_UNFINISHED_WORK> m_unfinished;
 };
