@@ -14,7 +14,10 @@ Needs wine64 with wine, nsis, w3m, zip, unzip and binutils (Debian packages); in
 END
 }
 
-fail() { printf 'test_setup.sh: %s\n' "$*" >&2; exit 1; }
+# Failures go to standard output, so that a log keeps them in order with the checks before them.
+fail() { printf 'test_setup.sh: %s\n' "$*"; exit 1; }
+trap 'printf "test_setup.sh: line %s: failed with %s: %s\n" "$LINENO" "$?" "$BASH_COMMAND"' ERR
+set -E
 
 if [[ ${1:-} == --help ]]; then
     usage
@@ -75,7 +78,7 @@ exits() {
 
 # same WHAT FILE FILE
 same() {
-    diff -u "$2" "$3" >&2 || fail "$1: see the differences above"
+    diff -u "$2" "$3" || fail "$1: see the differences above"
     ok "$1"
 }
 
