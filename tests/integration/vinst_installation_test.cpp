@@ -21,9 +21,20 @@ protected:
     void fetch()
     {
         load();
+        fetch(all());
+    }
+
+    void fetch_only(const QString& name)
+    {
+        load();
+        fetch({component(name)});
+    }
+
+    void fetch(const VINST_COMPONENT_LIST& components)
+    {
         release->set_install_dir(QString::fromStdString((dir / "inst").string()));
         manager = std::make_unique<VINST_DOWNLOADER_MGR>(*release, quiet_view);
-        manager->set_components(all(), false);
+        manager->set_components(components, false);
         ASSERT_TRUE(manager->download(4));
     }
 
@@ -70,6 +81,34 @@ TEST_F(Install, LetsTheMainProductInstallItsParts)
     EXPECT_EQ(order(), "veltrin_base.run\n");
     EXPECT_TRUE(log_holds(" --enable-components part\n"));
     EXPECT_TRUE(log_holds("[info] Nothing to run for component: part\n"));
+}
+
+TEST_F(Install, EnablesPartsOfAnEarlierRunThatAreIntact)
+{
+    builder.component("veltrin_base").standalone().content(main_product_script());
+    builder.component("intact").content(install_script());
+    builder.component("damaged").content(install_script());
+    builder.component("partial").content(install_script());
+    fetch_only("veltrin_base");
+    dir.write("dl/intact.run", content_of("intact"));
+    std::string damaged = content_of("damaged");
+    damaged.back() ^= 1;
+    dir.write("dl/damaged.run", damaged);
+    dir.write("dl/partial.run", content_of("partial").substr(0, 20));
+    EXPECT_EQ(manager->install().result, RESULT::installed);
+    EXPECT_TRUE(
+        log_holds(" --enable-components intact --disable-components damaged,partial\n"));
+}
+
+TEST_F(Install, EnablesAnEditionThatItsParentsFileInstalls)
+{
+    builder.component("veltrin_base").standalone().content(main_product_script());
+    builder.component("morlan").content(install_script());
+    builder.component("morlan_fe").parent("morlan").no_file();
+    fetch();
+    const VINST_INSTALL_OUTCOME outcome = manager->install();
+    EXPECT_EQ(outcome.not_installed, QStringList());
+    EXPECT_TRUE(log_holds(" --enable-components morlan_fe\n"));
 }
 
 TEST_F(Install, FindsTheDeviceInstallerFromTheMainProduct)

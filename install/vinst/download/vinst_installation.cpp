@@ -43,7 +43,12 @@ private:
     bool is_left_out(const VINST_COMPONENT* component) const;
     QStringList not_installed() const;
     QString reason_for_nothing() const;
+    /// Checks parts that are complete in the download directory although this run did not fetch
+    /// them, because the main product's installer reads them, too.
+    void verify_files_of_earlier_runs() const;
+    /// Checks a file that has changed since it was verified once more.
     bool is_unchanged_since_check(VINST_COMPONENT& component) const;
+    bool check_again(VINST_COMPONENT& component) const;
     bool run_to_success(const QString& command) const
     {
         return !m_is_to_stop() && run_command(command, m_is_to_stop) == 0;
@@ -77,6 +82,8 @@ bool INSTALLATION::install_components()
 
 bool INSTALLATION::install(VINST_COMPONENT& component)
 {
+    if (component.is_main_product())
+        verify_files_of_earlier_runs();
     const VINST_INSTALL_STEP step =
         decide_install_step(component, main_product_name, true, host_platform());
     if (step.command.isEmpty())
@@ -97,16 +104,23 @@ bool INSTALLATION::install(VINST_COMPONENT& component)
     return run_to_success(step.command);
 }
 
+void INSTALLATION::verify_files_of_earlier_runs() const
+{
+    for (VINST_COMPONENT* const part :
+         components_of_kind(m_release, VINST_COMPONENT_KIND::download, host_platform()))
+    {
+        part->file.measure();
+        if (part->file.is_complete() && !part->file.is_checked() && !m_is_to_stop())
+            check_again(*part);
+    }
+}
+
 bool INSTALLATION::is_unchanged_since_check(VINST_COMPONENT& component) const
 {
     if (component.file.is_verified())
         return true;
     // The content may be unchanged, for example after a restore from a backup.
-    component.file.begin_check();
-    const VINST_FILE_CHECK check =
-        check_file(component.file.path(), component.md5sum, m_is_to_stop);
-    component.file.finish_check(check);
-    if (check.passed)
+    if (check_again(component))
         return true;
     if (m_is_to_stop())
         return false;
@@ -114,6 +128,15 @@ bool INSTALLATION::is_unchanged_since_check(VINST_COMPONENT& component) const
                " has changed since it was verified. Nothing is run.",
            true);
     return false;
+}
+
+bool INSTALLATION::check_again(VINST_COMPONENT& component) const
+{
+    component.file.begin_check();
+    const VINST_FILE_CHECK check =
+        check_file(component.file.path(), component.md5sum, m_is_to_stop);
+    component.file.finish_check(check);
+    return check.passed;
 }
 
 bool INSTALLATION::run_actions() const

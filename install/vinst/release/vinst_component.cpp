@@ -58,6 +58,15 @@ QString VINST_COMPONENT::download_url() const
     return release->download_url() + '/' + QString::fromLatin1(QUrl::toPercentEncoding(filename));
 }
 
+const VINST_COMPONENT* VINST_COMPONENT::file_carrier() const
+{
+    if (!filename.isEmpty())
+        return this;
+    // A group below another kind of component is only a heading.
+    const bool is_edition_of_parent = is_simulator() && parent != nullptr && parent->is_simulator();
+    return is_edition_of_parent ? parent->file_carrier() : nullptr;
+}
+
 bool VINST_COMPONENT::is_device_archive() const
 {
     return filename.endsWith("vdz");

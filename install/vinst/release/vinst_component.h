@@ -78,6 +78,9 @@ struct VINST_COMPONENT
     std::string log_name() const;
     /// The URL of the file; empty when there is nothing to download.
     QString download_url() const;
+    /// The component whose file installs this one: usually itself, but an edition of the simulator
+    /// may be installed from the file of its parent; null when there is no file.
+    const VINST_COMPONENT* file_carrier() const;
     bool is_selected() const { return selection != VINST_SELECTION::not_selected; }
     bool is_device_archive() const;
     bool is_main_product() const;

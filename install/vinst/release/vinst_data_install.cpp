@@ -74,10 +74,11 @@ VINST_INSTALL_STEP no_command(const QString& reason)
 /// The reason if a file that the installer needs is missing; otherwise empty.
 QString missing_file_reason(const VINST_COMPONENT& component)
 {
-    if (component.filename.isEmpty())
+    const VINST_COMPONENT* const carrier = component.file_carrier();
+    if (carrier == nullptr)
         return QStringLiteral("it has no file to install");
-    if (!component.file.exists())
-        return "its file is missing (" + shown_path(component.file.path()) + ')';
+    if (!carrier->file.exists())
+        return "its file is missing (" + shown_path(carrier->file.path()) + ')';
     QStringList missing;
     for (const VINST_COMPONENT* dependency : component.dependencies)
         if (!dependency->filename.isEmpty() && !dependency->file.exists())
@@ -133,6 +134,13 @@ bool takes_part(const VINST_COMPONENT& part)
     return part.is_simulator() ? is_edition(part.name) : !part.filename.isEmpty();
 }
 
+/// The main product's installer checks no checksums, so that it must not read anything else.
+bool has_verified_file(const VINST_COMPONENT& part)
+{
+    const VINST_COMPONENT* const carrier = part.file_carrier();
+    return carrier != nullptr && carrier->file.is_verified();
+}
+
 struct MAIN_PRODUCT_PARTS
 {
     QStringList enabled;
@@ -151,7 +159,7 @@ MAIN_PRODUCT_PARTS parts_of_main_product(const VINST_COMPONENT& main_product,
         if (part->standalone)
             parts.disabled.append(part->name);
         else if (takes_part(*part))
-            (part->file.exists() ? parts.enabled : parts.disabled).append(part->name);
+            (has_verified_file(*part) ? parts.enabled : parts.disabled).append(part->name);
     }
     return parts;
 }
@@ -186,7 +194,7 @@ VINST_INSTALL_STEP decide_install_step(VINST_COMPONENT& component, const QString
         return no_command(is_main_product ? main_not_standalone : left_to_main_product);
 
     const QString options = option_part(component, is_main_product, platform);
-    const QString own_installer = command_part(component.file.path()) +
+    const QString own_installer = command_part(component.file_carrier()->file.path()) +
                                   (unattended ? options : QString()) + installdir_part(release);
     if (is_main_product)
     {

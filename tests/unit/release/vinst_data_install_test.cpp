@@ -29,10 +29,22 @@ protected:
         component->platform = platform;
         component->filename = ending.isEmpty() ? QString() : name + ending;
         component->kind = VINST_COMPONENT_KIND::download;
+        component->size = 1;
         release.index_component(component);
         if (has_file && !ending.isEmpty())
+        {
             dir.write("dl/" + component->filename.toStdString(), "x");
+            verify(component);
+        }
         return component;
+    }
+
+    void verify(VINST_COMPONENT* component)
+    {
+        component->file.measure();
+        component->file.begin_check();
+        component->file.finish_check(
+            {true, FIO_FILE_SYSTEM::identity(component->file.path().toStdString())});
     }
 
     VINST_COMPONENT* add_main(bool selected = true)
@@ -146,6 +158,40 @@ TEST_F(InstallCommand, ListsThePartsOfTheMainProduct)
         native("DL/veltrin_base.run --mode unattended --unattendedmodeui minimal --accept_eula 1  "
                "--installdir /opt/v --enable-components tool,orion,morlan_fe "
                "--disable-components missing,alone,lyra,morlan_fse"));
+}
+
+TEST_F(InstallCommand, EnablesOnlyPartsThatAreVerified)
+{
+    VINST_COMPONENT* main_product = add_main();
+    add("tool")->file.forget_check();
+    add("changed");
+    dir.write("dl/changed.run", "other content");
+    add("good");
+    EXPECT_EQ(command(main_product, false),
+              native("DL/veltrin_base.run --installdir /opt/v --enable-components good "
+                     "--disable-components tool,changed"));
+}
+
+TEST_F(InstallCommand, InstallsAnEditionFromTheFileOfItsParent)
+{
+    VINST_COMPONENT* main_product = add_main();
+    VINST_COMPONENT* simulator = add("morlan");
+    VINST_COMPONENT* edition = add("morlan_fe", false, "");
+    edition->parent = simulator;
+    EXPECT_EQ(command(main_product, false),
+              native("DL/veltrin_base.run --installdir /opt/v --enable-components morlan_fe"));
+    main_product->selection = VINST_SELECTION::not_selected;
+    EXPECT_EQ(command(edition, false),
+              native("DL/morlan.run --installdir /opt/v --morlan_edition morlan_fe"));
+    std::filesystem::remove(dir / "dl/morlan.run");
+    EXPECT_EQ(command(edition, false), "");
+}
+
+TEST_F(InstallCommand, IsEmptyForAGroupBelowAComponentWithAFile)
+{
+    VINST_COMPONENT* group = add("devinfo", false, "");
+    group->parent = add("tool");
+    EXPECT_EQ(command(group), "");
 }
 
 TEST_F(InstallCommand, OmitsEmptyListsOfParts)
