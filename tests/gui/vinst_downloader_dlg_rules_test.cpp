@@ -146,6 +146,13 @@ TEST(Reports, DescribeTheResultOfARun)
     }
 }
 
+TEST(Reports, ShowWhatFailed)
+{
+    EXPECT_EQ(install_report({RESULT::failed, {}, "It failed. Its output:\n  <a> & b"}),
+              "<h2><font color=red>Installation Incomplete</font></h2>Please check the log for "
+              "more information.\n\nIt failed. Its output:\n  &lt;a&gt; &amp; b");
+}
+
 TEST(Reports, NameWhatWasNotInstalled)
 {
     const QStringList lines{"<b>A</b> & co was not installed: why.", "B was not installed: why."};

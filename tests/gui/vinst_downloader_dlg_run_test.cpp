@@ -84,10 +84,12 @@ TEST_F(DialogRun, ReportsAnInstallerThatFails)
     open();
     check_auto_install();
     press_download({"OK"});
-    expect_box(0,
-               "<h2><font color=red>Installation Incomplete</font></h2>Please check the log for "
-               "more information.",
-               QMessageBox::Critical);
+    expect_box(
+        0,
+        "<h2><font color=red>Installation Incomplete</font></h2>Please check the log for "
+        "more information.<br/><br/>The installer of The one part failed. It exited with code 3. "
+        "The last lines of its output:<br/>  installed one.run",
+        QMessageBox::Critical);
     EXPECT_TRUE(status().startsWith(
         "Installation cancelled or finished with error.  Total install time: "));
     EXPECT_EQ(find<QLabel>("m_download_message_label").styleSheet(), "QLabel { color : red; }");

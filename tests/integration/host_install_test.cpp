@@ -165,7 +165,10 @@ TEST_F(HostInstall, StopsAtAFailingInstaller)
     publish();
     install();
     EXPECT_TRUE(result.exited_with(0));
-    EXPECT_TRUE(output_holds("Do install ...\nInstallation cancelled or finished with error\n"));
+    EXPECT_TRUE(output_holds("Do install ...\nThe installer of The b part failed. It exited with "
+                             "code 4. The last lines of its output:\n  installed b.run\n"
+                             "Installation cancelled or finished with error\n"))
+        << output;
     EXPECT_EQ(dir.read("inst/install_order"), "a.run\nb.run\n");
     EXPECT_NE(log().find(" returned 4: "), std::string::npos);
 }
@@ -174,8 +177,8 @@ TEST_F(HostInstall, StopsAtAnInstallerThatCrashesOrCannotBeStarted)
 {
     for (const auto& [script, reason] : std::vector<std::pair<std::string, std::string>>{
              {crashing_script(9), tested_platform() == "windows"
-                                      ? "It was ended with status 0xc0000005\n"
-                                      : "It was ended by signal 9\n"},
+                                      ? "It was ended with status 0xc0000005"
+                                      : "It was ended by signal 9"},
              {"#!/none/sh\n", "It could not be started: "}})
     {
         std::filesystem::remove_all(dir / "dl");
@@ -184,11 +187,39 @@ TEST_F(HostInstall, StopsAtAnInstallerThatCrashesOrCannotBeStarted)
         publish();
         install();
         EXPECT_TRUE(result.exited_with(0));
-        EXPECT_TRUE(output_holds("Do install ...\nInstallation cancelled or finished with error\n"))
+        EXPECT_TRUE(output_holds("Do install ...\nThe installer of The a part failed. " + reason))
             << output;
+        EXPECT_TRUE(output_holds("\nInstallation cancelled or finished with error\n")) << output;
         EXPECT_NE(log().find(reason), std::string::npos) << log();
         EXPECT_FALSE(std::filesystem::exists(dir / "inst/install_order"));
     }
+}
+
+TEST_F(HostInstall, ShowsTheLastLinesOfAFailedInstaller)
+{
+    builder.component("a").content(talking_script(20'000, 1));
+    publish();
+    install();
+    EXPECT_FALSE(output_holds("line 19994 of 100%s")) << output;
+    for (int line = 19'995; line < 20'000; ++line)
+        EXPECT_TRUE(output_holds("  line " + std::to_string(line) + " of 100%s\n")) << line;
+}
+
+TEST_F(HostInstall, GivesInstallersNoTerminalToAskOn)
+{
+    builder.component("a").content(
+        "#!/bin/sh\necho 'Continue?' >/dev/tty && read answer </dev/tty\n"
+        "mkdir -p '" +
+        installed() + "' && echo done > '" + installed() + "/end'\n");
+    publish();
+    CHILD_SETUP on_terminal = setup(run_arguments({"--install-dir", installed(), "--accept-eula"}));
+    on_terminal.terminal = CHILD_TERMINAL{};
+    CHILD_PROCESS child(on_terminal);
+    const auto ended = child.wait(300s);
+    ASSERT_TRUE(ended) << child.output();
+    EXPECT_TRUE(ended->exited_with(0));
+    EXPECT_EQ(child.output().find("Continue?"), std::string::npos) << child.output();
+    EXPECT_EQ(dir.read("inst/end"), "done\n");
 }
 
 TEST_F(HostInstall, LogsTheOutputOfInstallers)

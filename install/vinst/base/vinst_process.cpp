@@ -11,6 +11,7 @@
 
 #include <QDir>
 #include <QEventLoop>
+#include <QFile>
 #include <QFileInfo>
 #include <QProcess>
 #include <QTimer>
@@ -24,7 +25,10 @@ namespace
 {
 
 constexpr int not_started = -1;
-constexpr int crash_base = 128; // as in shells: 128 plus the signal number
+constexpr int shown_lines = 10;
+constexpr int longest_line = 200;          // characters
+constexpr qint64 longest_tail = 16 * 1024; // bytes
+constexpr int crash_base = 128;            // as in shells: 128 plus the signal number
 constexpr std::chrono::milliseconds grace_after_stop{1200};
 constexpr std::chrono::milliseconds stop_check_interval{200};
 
@@ -155,7 +159,22 @@ QString crash_text(int code, const QString& platform)
         .arg(static_cast<quint32>(code), 8, 16, QLatin1Char('0'));
 }
 
-int run_command(const QString& command, const std::function<bool()>& is_to_stop)
+QStringList last_lines_of(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    const bool is_cut = file.size() > longest_tail && file.seek(file.size() - longest_tail);
+    QStringList lines;
+    for (const QString& line : QString::fromUtf8(file.readAll()).split('\n'))
+        lines.append(without_control_characters(line.trimmed().left(longest_line)));
+    if (is_cut)
+        lines.removeFirst();
+    lines.removeAll(QString());
+    return lines.mid(std::max(0, lines.size() - shown_lines));
+}
+
+VINST_COMMAND_RESULT run_command(const QString& command, const std::function<bool()>& is_to_stop)
 {
     const COMMAND_LIST parts(command);
     run_log().info("Run command: %s\n", utf8(command));
@@ -171,24 +190,29 @@ int run_command(const QString& command, const std::function<bool()>& is_to_stop)
     run_to_end(*process, is_to_stop);
 
     int code = process->exitCode();
-    std::string trouble;
+    QString cause;
     if (process->error() == QProcess::FailedToStart)
     {
         code = not_started;
-        trouble = "It could not be started: " + utf8(process->errorString()) + "\n";
+        cause = "It could not be started: " + process->errorString();
         if (needs_elevation(*process))
-            trouble += "Run this program as an administrator to install it.\n";
+            cause += "\nRun this program as an administrator to install it.";
     }
     else if (process->exitStatus() == QProcess::CrashExit)
     {
-        trouble = utf8(crash_text(code, host_platform())) + "\n";
+        cause = crash_text(code, host_platform());
         if (code >= 0 && code < crash_base)
             code += crash_base;
     }
+    const std::string logged_cause = cause.isEmpty() ? std::string() : utf8(cause) + '\n';
     run_log().info_with_file(
-        CURL_LOGGER::formatted("Command: %s returned %d: %s", utf8(command), code, trouble),
+        CURL_LOGGER::formatted("Command: %s returned %d: %s", utf8(command), code, logged_cause),
         output.path());
-    return code;
+    if (code == 0)
+        return {0, {}, {}};
+    if (cause.isEmpty())
+        cause = QStringLiteral("It exited with code %1").arg(code);
+    return {code, cause, last_lines_of(QString::fromStdString(output.path()))};
 }
 
 bool run_command_detached(const QString& command)

@@ -1,8 +1,19 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 #include <functional>
+
+/// How an installer ended.
+struct VINST_COMMAND_RESULT
+{
+    int exit_code; ///< never 0 for an installer that couldn't be started, crashed or was killed
+    QString cause; ///< why it counts as failed, in a sentence; empty when it exited with 0
+    /// The last lines of what it wrote, at most ten, without control characters; none when it
+    /// exited with 0.
+    QStringList last_lines;
+};
 
 /// Runs an installer and waits for it. Processes the caller's events meanwhile.
 ///
@@ -11,8 +22,8 @@
 ///
 /// \param command     program and arguments in one text, parts with spaces in double quotes
 /// \param is_to_stop  called several times per second; true is a stop request
-/// \return the exit code; never 0 for an installer that couldn't be started, crashed or was killed
-int run_command(const QString& command, const std::function<bool()>& is_to_stop = {});
+VINST_COMMAND_RESULT run_command(const QString& command,
+                                 const std::function<bool()>& is_to_stop = {});
 
 /// Starts an installer without waiting for it. \return whether it started
 [[nodiscard]] bool run_command_detached(const QString& command);
@@ -20,6 +31,10 @@ int run_command(const QString& command, const std::function<bool()>& is_to_stop 
 /// A part of a command: in double quotes if it contains white space or a quote, otherwise
 /// unchanged.
 QString command_part(const QString& text);
+
+/// The last lines of a text file that aren't empty, at most ten, shortened and without control
+/// characters. Reads only the end of a long file.
+QStringList last_lines_of(const QString& path);
 
 /// The log message for an installer that did not exit normally.
 ///

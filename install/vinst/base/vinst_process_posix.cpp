@@ -8,8 +8,8 @@
 namespace
 {
 
-/// Runs the installer in a separate process group, so that a terminal's Ctrl-C doesn't reach it
-/// twice.
+/// Runs the installer in a session of its own: a terminal's Ctrl-C doesn't reach it twice, and an
+/// installer that asks on /dev/tty gets an error instead of waiting for an answer.
 class GROUP_PROCESS final : public QProcess
 {
 public:
@@ -36,7 +36,7 @@ public:
     }
 
 protected:
-    void setupChildProcess() override { ::setpgid(0, 0); }
+    void setupChildProcess() override { ::setsid(); }
 
 private:
     pid_t m_group = 0;

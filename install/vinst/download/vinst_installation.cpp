@@ -23,6 +23,14 @@ struct WITHOUT_INSTALLER
     QString reason;
 };
 
+QString failure_text(const QString& what, const VINST_COMMAND_RESULT& result)
+{
+    const QString text = what + " failed. " + result.cause + '.';
+    return result.last_lines.isEmpty()
+               ? text
+               : text + " The last lines of its output:\n  " + result.last_lines.join("\n  ");
+}
+
 /// One installation of the components that passed their checks.
 class INSTALLATION
 {
@@ -38,8 +46,8 @@ public:
 private:
     bool install_components();
     bool install(VINST_COMPONENT& component);
-    bool run_actions() const;
-    bool run_action(const VINST_COMPONENT& action) const;
+    bool run_actions();
+    bool run_action(const VINST_COMPONENT& action);
     bool is_left_out(const VINST_COMPONENT* component) const;
     QStringList not_installed() const;
     QString reason_for_nothing() const;
@@ -47,12 +55,9 @@ private:
     /// them, because the main product's installer reads them, too.
     void verify_files_of_earlier_runs() const;
     /// Checks a file that has changed since it was verified once more.
-    bool is_unchanged_since_check(VINST_COMPONENT& component) const;
+    bool is_unchanged_since_check(VINST_COMPONENT& component);
     bool check_again(VINST_COMPONENT& component) const;
-    bool run_to_success(const QString& command) const
-    {
-        return !m_is_to_stop() && run_command(command, m_is_to_stop) == 0;
-    }
+    bool run_to_success(const QString& command, const QString& what);
 
     const VINST_RELEASE& m_release;
     const VINST_COMPONENT_LIST& m_components;
@@ -60,13 +65,19 @@ private:
     QStringList
         m_installed; ///< names of components whose installers ran, and of parts that they enabled
     std::vector<WITHOUT_INSTALLER> m_without_installer;
+    QString m_failure;
 };
 
 VINST_INSTALL_OUTCOME INSTALLATION::run()
 {
     const bool succeeded = install_components() && (m_installed.isEmpty() || run_actions());
+    if (!succeeded && m_is_to_stop())
+        return {RESULT::stopped, not_installed(), {}};
     if (!succeeded)
-        return {m_is_to_stop() ? RESULT::stopped : RESULT::failed, not_installed(), {}};
+    {
+        report(utf8(m_failure), true);
+        return {RESULT::failed, not_installed(), m_failure};
+    }
     if (m_installed.isEmpty())
         return {RESULT::nothing_to_install, not_installed(), reason_for_nothing()};
     return {RESULT::installed, not_installed(), {}};
@@ -101,7 +112,7 @@ bool INSTALLATION::install(VINST_COMPONENT& component)
     if (!unchanged || m_is_to_stop())
         return false;
     m_installed << component.name << step.parts;
-    return run_to_success(step.command);
+    return run_to_success(step.command, "The installer of " + component.display_name());
 }
 
 void INSTALLATION::verify_files_of_earlier_runs() const
@@ -115,7 +126,7 @@ void INSTALLATION::verify_files_of_earlier_runs() const
     }
 }
 
-bool INSTALLATION::is_unchanged_since_check(VINST_COMPONENT& component) const
+bool INSTALLATION::is_unchanged_since_check(VINST_COMPONENT& component)
 {
     if (component.file.is_verified())
         return true;
@@ -124,9 +135,8 @@ bool INSTALLATION::is_unchanged_since_check(VINST_COMPONENT& component) const
         return true;
     if (m_is_to_stop())
         return false;
-    report("The file " + utf8(component.file.path()) +
-               " has changed since it was verified. Nothing is run.",
-           true);
+    m_failure = "The file " + without_control_characters(component.file.path()) +
+                " has changed since it was verified. Nothing is run.";
     return false;
 }
 
@@ -139,7 +149,7 @@ bool INSTALLATION::check_again(VINST_COMPONENT& component) const
     return check.passed;
 }
 
-bool INSTALLATION::run_actions() const
+bool INSTALLATION::run_actions()
 {
     const VINST_COMPONENT_LIST actions =
         components_of_kind(m_release, VINST_COMPONENT_KIND::install, host_platform());
@@ -147,7 +157,7 @@ bool INSTALLATION::run_actions() const
                        [this](const VINST_COMPONENT* action) { return run_action(*action); });
 }
 
-bool INSTALLATION::run_action(const VINST_COMPONENT& action) const
+bool INSTALLATION::run_action(const VINST_COMPONENT& action)
 {
     const QString command = build_action_command(action, host_platform());
     if (command.isEmpty())
@@ -159,7 +169,17 @@ bool INSTALLATION::run_action(const VINST_COMPONENT& action) const
                        action.log_name(), owner->log_name());
         return true;
     }
-    return run_to_success(command);
+    return run_to_success(command, "The action " + action.display_name());
+}
+
+bool INSTALLATION::run_to_success(const QString& command, const QString& what)
+{
+    if (m_is_to_stop())
+        return false;
+    const VINST_COMMAND_RESULT result = run_command(command, m_is_to_stop);
+    if (result.exit_code != 0)
+        m_failure = failure_text(what, result);
+    return result.exit_code == 0;
 }
 
 bool INSTALLATION::is_left_out(const VINST_COMPONENT* component) const

@@ -23,7 +23,10 @@ struct VINST_INSTALL_OUTCOME
     /// component's installer either: "NAME was not installed: ...". Plain text that contains text
     /// from the manifest.
     QStringList not_installed;
-    QString reason; ///< why there was nothing to install, without a full stop; otherwise empty
+    /// Why there was nothing to install, without a full stop, or what failed and how, in one or
+    /// more lines; otherwise empty. Plain text that contains text from the manifest and from
+    /// installers.
+    QString reason;
 };
 
 /// The line that ends an installation. Contains no text from the manifest.

@@ -132,8 +132,9 @@ QString install_report(const VINST_INSTALL_OUTCOME& outcome)
     case VINST_INSTALL_OUTCOME::RESULT::stopped:
         break;
     }
-    return QStringLiteral("<h2><font color=red>Installation Incomplete</font></h2>Please check the "
-                          "log for more information.");
+    return "<h2><font color=red>Installation Incomplete</font></h2>Please check the log for more "
+           "information." +
+           below_report(outcome.reason.split('\n', Qt::SkipEmptyParts));
 }
 
 QString install_status(const VINST_INSTALL_OUTCOME& outcome, double seconds)

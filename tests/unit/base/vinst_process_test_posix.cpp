@@ -40,7 +40,10 @@ protected:
         return std::string(VINST_TEST_BINARY_DIR) + "/tests/posers/" + name;
     }
 
-    int run(const std::string& command) { return run_command(QString::fromStdString(command)); }
+    int run(const std::string& command)
+    {
+        return run_command(QString::fromStdString(command)).exit_code;
+    }
 
     std::string log() const { return read_file(dir / "log"); }
 
@@ -100,6 +103,31 @@ TEST_F(RunCommand, ReturnsTheExitCodeAndLogsWhatWasPrinted)
     EXPECT_EQ(run(poser("poser_exit") + " 0"), 0);
 }
 
+TEST_F(RunCommand, SaysHowAFailedInstallerEnded)
+{
+    const VINST_COMMAND_RESULT good =
+        run_command(QString::fromStdString(poser("poser_exit") + " 0"));
+    EXPECT_TRUE(good.cause.isEmpty());
+    EXPECT_TRUE(good.last_lines.isEmpty());
+    const std::string script =
+        dir.write("fail", "#!/bin/sh\nseq 12\nprintf '\\n\\033[1mend\\r\\n'\nexit 5\n", 0755);
+    const VINST_COMMAND_RESULT failed = run_command(QString::fromStdString(script));
+    EXPECT_EQ(failed.exit_code, 5);
+    EXPECT_EQ(failed.cause, "It exited with code 5");
+    EXPECT_EQ(failed.last_lines, QStringList({"4", "5", "6", "7", "8", "9", "10", "11", "12",
+                                              QString(QChar::ReplacementCharacter) + "[1mend"}));
+}
+
+TEST_F(RunCommand, ShowsTheEndOfALongOutputOnly)
+{
+    const std::string long_line(10'000, 'x');
+    const std::string path =
+        dir.write("output", long_line + "\n" + long_line + "\nlast\n").string();
+    EXPECT_EQ(last_lines_of(QString::fromStdString(path)),
+              QStringList({QString(200, 'x'), "last"}));
+    EXPECT_EQ(last_lines_of(QString::fromStdString((dir / "none").string())), QStringList());
+}
+
 TEST_F(RunCommand, PassesQuotedPartsAsOneArgument)
 {
     dir.make_dir("with blank");
@@ -107,7 +135,7 @@ TEST_F(RunCommand, PassesQuotedPartsAsOneArgument)
         dir.write("with blank/args.sh", "#!/bin/sh\nprintf '<%s>' \"$@\"\n", 0755).string();
     const QString command = command_part(QString::fromStdString(script)) + " --a  b " +
                             command_part("c d") + ' ' + command_part("say \"x\"");
-    EXPECT_EQ(run_command(command), 0);
+    EXPECT_EQ(run_command(command).exit_code, 0);
     EXPECT_TRUE(log_holds("<--a><b><c d><say \"x\">")) << log();
 }
 
@@ -178,7 +206,8 @@ TEST_F(RunCommand, ForwardsItsCallersStopToTheInstaller)
             since_stop.emplace();
         return since_stop.has_value();
     };
-    EXPECT_EQ(run_command(QString::fromStdString(hanging_poser()), is_ready), 128 + SIGTERM);
+    EXPECT_EQ(run_command(QString::fromStdString(hanging_poser()), is_ready).exit_code,
+              128 + SIGTERM);
     EXPECT_TRUE(since_stop->within(1700ms));
 }
 

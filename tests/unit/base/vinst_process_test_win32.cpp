@@ -40,7 +40,10 @@ protected:
         return std::string(VINST_TEST_BINARY_DIR) + "/tests/posers/" + name + ".exe";
     }
 
-    int run(const std::string& command) { return run_command(QString::fromStdString(command)); }
+    int run(const std::string& command)
+    {
+        return run_command(QString::fromStdString(command)).exit_code;
+    }
 
     /// The log without the carriage returns that an installer's C library writes.
     std::string log() const
@@ -94,7 +97,7 @@ TEST_F(RunCommand, PassesEveryKindOfArgumentUnchanged)
     QString command = QString::fromStdString(poser("poser_env"));
     for (const QString& argument : arguments)
         command += ' ' + command_part(argument);
-    ASSERT_EQ(run_command(command), 0);
+    ASSERT_EQ(run_command(command).exit_code, 0);
     std::string expected;
     for (const QString& argument : arguments)
         expected += "arg " + argument.toStdString() + "\n";
@@ -106,7 +109,7 @@ TEST_F(RunCommand, RunsAnInstallerInItsOwnDirectory)
     dir.make_dir("with blank");
     std::filesystem::copy_file(poser("poser_env"), dir / "with blank/setup.exe");
     const QString path = QString::fromStdString((dir / "with blank/setup.exe").string());
-    ASSERT_EQ(run_command(command_part(path)), 0);
+    ASSERT_EQ(run_command(command_part(path)).exit_code, 0);
     EXPECT_TRUE(log_holds("cwd " + (dir / "with blank").string() + "\n")) << log();
 }
 
@@ -155,7 +158,7 @@ TEST_F(RunCommand, ForwardsItsCallersStopToTheInstaller)
             since_stop.emplace();
         return since_stop.has_value();
     };
-    EXPECT_NE(run_command(QString::fromStdString(hanging_poser()), is_ready), 0);
+    EXPECT_NE(run_command(QString::fromStdString(hanging_poser()), is_ready).exit_code, 0);
     EXPECT_TRUE(since_stop->within(2700ms));
 }
 
