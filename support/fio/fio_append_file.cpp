@@ -2,6 +2,19 @@
 
 #include "support/fio/fio_flush.h"
 
+#include <utility>
+
+FIO_APPEND_FILE::~FIO_APPEND_FILE()
+{
+    close();
+}
+
+void FIO_APPEND_FILE::close()
+{
+    if (is_open())
+        close_file(std::exchange(m_file, no_file));
+}
+
 std::unique_ptr<FIO_FLUSH_HANDLE> FIO_APPEND_FILE::flush_handle() const
 {
     if (!is_open())

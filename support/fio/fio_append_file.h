@@ -28,7 +28,7 @@ public:
     /// \return whether the file is open; otherwise `error()` has the reason, or is empty when there
     ///         was no file under `existing_only`
     bool open(const std::string& path, OPENING opening);
-    bool is_open() const;
+    bool is_open() const { return m_file != no_file; }
     void close();
 
     /// As passed to `open`; kept after closing.
@@ -50,6 +50,9 @@ public:
 
 private:
     static constexpr std::intptr_t no_file = -1;
+
+    /// The platform's own call.
+    static void close_file(std::intptr_t file);
 
     std::string m_path;
     std::string m_error;

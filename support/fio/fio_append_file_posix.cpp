@@ -22,21 +22,9 @@ int descriptor(std::intptr_t file)
 
 }
 
-FIO_APPEND_FILE::~FIO_APPEND_FILE()
+void FIO_APPEND_FILE::close_file(std::intptr_t file)
 {
-    close();
-}
-
-bool FIO_APPEND_FILE::is_open() const
-{
-    return m_file != no_file;
-}
-
-void FIO_APPEND_FILE::close()
-{
-    if (m_file != no_file)
-        ::close(descriptor(m_file));
-    m_file = no_file;
+    ::close(descriptor(file));
 }
 
 bool FIO_APPEND_FILE::open(const std::string& path, OPENING opening)

@@ -45,21 +45,9 @@ HANDLE open_for_appending(const FIO_PATH& path, bool create, DWORD link_flag)
 
 }
 
-FIO_APPEND_FILE::~FIO_APPEND_FILE()
+void FIO_APPEND_FILE::close_file(std::intptr_t file)
 {
-    close();
-}
-
-bool FIO_APPEND_FILE::is_open() const
-{
-    return m_file != no_file;
-}
-
-void FIO_APPEND_FILE::close()
-{
-    if (m_file != no_file)
-        ::CloseHandle(handle(m_file));
-    m_file = no_file;
+    ::CloseHandle(handle(file));
 }
 
 bool FIO_APPEND_FILE::open(const std::string& path, OPENING opening)
