@@ -83,6 +83,8 @@ VINST_CONNECTION_RESULT VINST_CONNECTION_TEST::run(const VINST_PROXY_SETTINGS& s
     if (temp.isEmpty())
         return failure(message("ERROR_TEMP_NOT_WRITABLE"));
     const VINST_PRIVATE_DIR dir(temp);
+    if (!dir.was_created())
+        return failure(message("ERROR_TEMP_NOT_WRITABLE"));
     return try_proxies(settings, dir.path_of(test_file_name(m_release.test_url())));
 }
 

@@ -197,6 +197,8 @@ std::optional<QString> VINST_PROXY_DISCOVERY::fetch_script(const QString& url)
     if (temp.isEmpty())
         return std::nullopt;
     const VINST_PRIVATE_DIR dir(temp);
+    if (!dir.was_created())
+        return std::nullopt;
     const std::string path = dir.path_of("autoproxy.pac");
     run_log().debug("download autoproxy file to: %s", path);
 
