@@ -39,12 +39,15 @@ declare -A below=(
     [tools/vinst_release]='install/vinst/release/ install/vinst/base/ support/'
 )
 
-# Headers of libraries, as regular expressions, and the only places that may include them.
+# Headers of libraries and of the state behind a function, as regular expressions, and the only places
+# that may include them.
 declare -A visible_in=(
     ['<curl/']='support/curl/'
     ['<spdlog/']='support/curl/'
     ['<QSettings>']='support/cfgq/'
     ['<(tbb|oneapi)/']='install/vinst/download/vinst_integrity_checks tools/vinst_release/'
+    ['vinst_stop_state\.h']='install/vinst/base/vinst_stop'
+    ['thr_stop_state\.h']='support/thr/'
     ['<boost/program_options']='install/vinst/console/ tools/vinst_release/'
     ['<boost/graph']='tools/vinst_release/'
     ['<(QJS|QQml|QtQml)']='install/pac/'

@@ -11,6 +11,7 @@
 #include "tests/harness/fault_server.h"
 #include "tests/harness/installer_scripts.h"
 #include "tests/harness/release_builder.h"
+#include "tests/harness/stop_request.h"
 #include "tests/harness/stopwatch.h"
 #include "tests/harness/temp_dir.h"
 #include "tests/harness/tested_host.h"
@@ -42,7 +43,7 @@ class DownloaderDlgTest : public ::testing::Test
 protected:
     DownloaderDlgTest() : builder(dir / "release")
     {
-        shutdown_requested = false;
+        forget_stop_request();
         forget_settings();
         host.platform = this_platform();
         host.is_admin = true;
@@ -60,7 +61,7 @@ protected:
     ~DownloaderDlgTest() override
     {
         dialog.reset();
-        shutdown_requested = false;
+        forget_stop_request();
     }
 
     static void forget_settings() { QSettings(QSettings::UserScope, "Orvane", "vinst").clear(); }

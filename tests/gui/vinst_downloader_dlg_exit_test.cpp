@@ -1,6 +1,5 @@
 #include "support/thr/thr_sleep.h"
 #include "tests/gui/downloader_dlg_fixture.h"
-#include "tests/harness/stop_request.h"
 
 #include <QMenu>
 #include <QSpinBox>
@@ -13,11 +12,6 @@ class DialogExit : public DownloaderDlgRunTest
 {
 protected:
     DialogExit() { store("vinst_never_ask_feedback", false); }
-    ~DialogExit() override
-    {
-        dialog.reset();
-        forget_stop_request();
-    }
 
     /// A component whose file exists and takes many seconds to check.
     void open_with_long_check()

@@ -156,7 +156,7 @@ TEST_F(DialogSettings, OfFeedbackAreComparedAsText)
         reopen();
         MODAL_BOXES boxes({"No, thanks"});
         EXPECT_TRUE(dialog->close()) << value.toString().toStdString();
-        shutdown_requested = false;
+        forget_stop_request();
     }
     for (const QVariant& value : {QVariant("true"), QVariant(true)})
     {
@@ -164,7 +164,7 @@ TEST_F(DialogSettings, OfFeedbackAreComparedAsText)
         reopen();
         MODAL_BOXES none({});
         EXPECT_TRUE(dialog->close());
-        shutdown_requested = false;
+        forget_stop_request();
     }
 }
 

@@ -38,7 +38,7 @@ protected:
     {
         EXPECT_FALSE(dialog->close());
         EXPECT_TRUE(dialog->isVisible());
-        EXPECT_FALSE(shutdown_requested);
+        EXPECT_FALSE(is_shutting_down());
     }
 };
 
@@ -174,5 +174,24 @@ TEST_F(DialogStop, EndsTheThirdWaitEarly)
     EXPECT_EQ(seen, expected);
     EXPECT_EQ(server.request_count("/one.run"), 3U);
     EXPECT_EQ(status(), "Download stopped");
+    expect_idle();
+}
+
+TEST_F(DialogStop, EndsAWaitWhateverRequestsIt)
+{
+    builder.component("one");
+    store("vinst_retry_duration", 60);
+    open();
+    server.set_faults("/one.run", {FAULT::status(503).times(1)});
+    when([this] { return status().contains("Retrying #1 after 4 secs"); },
+         [this]
+         {
+             since_stop.restart();
+             request_download_stop();
+             EXPECT_FALSE(dialog->is_download_in_progress());
+         });
+    press_download({});
+    EXPECT_TRUE(since_stop.within(1000ms));
+    EXPECT_EQ(server.request_count("/one.run"), 1U);
     expect_idle();
 }

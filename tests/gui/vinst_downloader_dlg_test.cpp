@@ -468,8 +468,8 @@ TEST_F(Dialog, ClosesByEscapeAndByItsButton)
     open();
     QTest::keyClick(dialog.get(), Qt::Key_Escape);
     EXPECT_FALSE(dialog->isVisible());
-    EXPECT_TRUE(shutdown_requested);
-    shutdown_requested = false;
+    EXPECT_TRUE(is_shutting_down());
+    forget_stop_request();
     reopen();
     click("m_close_button");
     EXPECT_FALSE(dialog->isVisible());
@@ -488,7 +488,7 @@ TEST_F(Dialog, IsNotClosedWhileACheckRuns)
         EXPECT_EQ(boxes.shown()[0].buttons, QStringList("OK"));
     }
     EXPECT_TRUE(dialog->isVisible());
-    EXPECT_FALSE(shutdown_requested);
+    EXPECT_FALSE(is_shutting_down());
 }
 
 TEST_F(Dialog, ContinuesCheckingWhileTheConnectionIsTested)
@@ -514,7 +514,7 @@ TEST_F(Dialog, OpensTheSurveyWhenTheUserAgrees)
         ASSERT_EQ(boxes.shown().size(), 1U);
         EXPECT_EQ(boxes.shown()[0].title, "Feedback");
         EXPECT_TRUE(browser.opened.isEmpty());
-        shutdown_requested = false;
+        forget_stop_request();
         reopen();
     }
     MODAL_BOXES boxes({" Sure, I'll give feedback "});
@@ -534,7 +534,7 @@ TEST_F(Dialog, NeverAsksAgainIfTheUserOptedOut)
         EXPECT_TRUE(dialog->close());
     }
     EXPECT_EQ(stored("vinst_never_ask_feedback").toString(), "true");
-    shutdown_requested = false;
+    forget_stop_request();
     reopen();
     MODAL_BOXES none({});
     EXPECT_TRUE(dialog->close());

@@ -7,6 +7,7 @@
 #include "tests/gui/modal_box.h"
 #include "tests/harness/fault_server.h"
 #include "tests/harness/loopback.h"
+#include "tests/harness/stop_request.h"
 #include "tests/harness/temp_dir.h"
 #include "tests/harness/tested_host.h"
 
@@ -32,7 +33,7 @@ class SettingsDlg : public ::testing::Test
 protected:
     SettingsDlg()
     {
-        shutdown_requested = false;
+        forget_stop_request();
         QFile::remove(QDir::homePath() + "/.config/Orvane/vinst.conf");
         release.edition = "pro";
         release.version = "5.2.0.31";
@@ -364,13 +365,13 @@ TEST_F(SettingsDlg, StaysResponsiveAndOpenDuringTheTest)
                          EXPECT_TRUE(dialog().isVisible());
                          EXPECT_TRUE(stored("vinst_os").isNull());
                          // Ends the stalled transfer like the end of the program does.
-                         shutdown_requested = true;
+                         request_shutdown();
                      });
     user.start(10);
     dialog().show();
     button("m_test_internet_connection_btn").click();
     EXPECT_TRUE(has_looked);
-    shutdown_requested = false;
+    forget_stop_request();
 }
 
 TEST_F(SettingsDlg, OpensTheSurvey)

@@ -7,6 +7,7 @@
 #include "install/vinst/release/vinst_parser.h"
 #include "tests/harness/fault_server.h"
 #include "tests/harness/release_builder.h"
+#include "tests/harness/stop_request.h"
 #include "tests/harness/temp_dir.h"
 #include "tests/harness/tested_host.h"
 
@@ -29,6 +30,7 @@ protected:
         VINST_MESSAGES::instance().open_log();
         VINST_MESSAGES::instance().set_debug();
     }
+    ~ManagerTest() override { forget_stop_request(); }
 
     /// Writes the release, serves it, and loads it.
     void load()

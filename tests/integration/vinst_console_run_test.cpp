@@ -3,6 +3,13 @@
 #include "install/vinst/base/vinst_platform.h"
 #include "install/vinst/console/vinst_cmdline.h"
 #include "install/vinst/console/vinst_console_run.h"
+#include "tests/harness/stopwatch.h"
+#include "tests/harness/wait_until.h"
+
+#include <optional>
+#include <thread>
+
+using namespace std::chrono_literals;
 
 namespace
 {
@@ -47,4 +54,24 @@ TEST_F(ConsoleRun, DownloadsWithoutAdministratorRights)
     const std::string printed = run(false);
     EXPECT_NE(printed.find("\nDownload successful\n"), std::string::npos) << printed;
     EXPECT_EQ(read_file(dir / "dl/one.run"), content_of("one"));
+}
+
+TEST_F(ConsoleRun, EndsTheWaitForARetryOnEveryKindOfStop)
+{
+    load();
+    server.set_faults("/one.run", {FAULT::status(503)});
+    std::optional<STOPWATCH> since_stop;
+    std::thread stopper(
+        [&]
+        {
+            EXPECT_TRUE(wait_until([this] { return log_holds("Retrying #1 after 5 secs"); }));
+            since_stop.emplace();
+            request_shutdown();
+        });
+    const std::string printed = run(false);
+    const MEASURED_TIME taken = since_stop->elapsed();
+    stopper.join();
+    EXPECT_TRUE(taken.within(2s));
+    EXPECT_EQ(server.request_count("/one.run"), 1U);
+    EXPECT_NE(printed.find("Download stopped"), std::string::npos) << printed;
 }

@@ -3,7 +3,6 @@
 #include "install/vinst/download/vinst_installation.h"
 #include "support/thr/thr_sleep.h"
 #include "tests/harness/installer_scripts.h"
-#include "tests/harness/stop_request.h"
 
 #include <QDir>
 
@@ -16,8 +15,6 @@ using RESULT = VINST_INSTALL_OUTCOME::RESULT;
 class Install : public ManagerTest
 {
 protected:
-    ~Install() override { forget_stop_request(); }
-
     void fetch()
     {
         load();

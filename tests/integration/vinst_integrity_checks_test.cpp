@@ -122,7 +122,16 @@ TEST_F(Integrity, ReturnsImmediatelyAfterAStop)
     manager->stop();
     EXPECT_TRUE(manager->check_integrity());
     EXPECT_TRUE(manager->failed_components().empty());
-    download_stop_requested = false;
+}
+
+TEST_F(Integrity, ReturnsImmediatelyWhenTheProcessIsToStop)
+{
+    load_one();
+    put(std::string(3000, 'x'));
+    request_shutdown();
+    EXPECT_TRUE(manager->check_integrity());
+    EXPECT_TRUE(manager->failed_components().empty());
+    EXPECT_FALSE(log_holds("Checking file integrity"));
 }
 
 TEST_F(Integrity, MakesOnlyVerifiedInstallersExecutable)

@@ -49,8 +49,6 @@ protected:
                                                             VINST_TEST_BINARY_DIR "/lib/vinst_pac");
     }
 
-    ~ProxyTest() override { shutdown_requested = false; }
-
     void set_download_url(const char* url) { release->manifest_download_url = url; }
 
     std::string system_proxy(const VALUES& variables)
@@ -226,7 +224,7 @@ TEST_F(ProxyTest, DetectionEndsImmediatelyWhenTheProcessEnds)
         {
             EXPECT_TRUE(server.wait_for_requests("/wpad.dat", 1, long_enough));
             since_stop.emplace();
-            shutdown_requested = true;
+            request_shutdown();
         });
     EXPECT_FALSE(
         discovery->get_pac_proxy(QString::fromStdString(server.url("/wpad.dat"))).has_host());

@@ -1,35 +1,52 @@
 #include "install/vinst/base/vinst_stop.h"
 
 #include "install/vinst/base/vinst_event_loop.h"
+#include "install/vinst/base/vinst_stop_state.h"
 #include "support/thr/thr_sleep.h"
 
-std::atomic<bool> download_stop_requested{false};
-std::atomic<bool> shutdown_requested{false};
+#include <QTimer>
+
+VINST_STOP_STATE& vinst_stop_state()
+{
+    static VINST_STOP_STATE the_state;
+    return the_state;
+}
 
 bool is_to_stop()
 {
-    return download_stop_requested || is_shutting_down();
+    return vinst_stop_state().download_stop_requested || is_shutting_down();
 }
 
 bool is_shutting_down()
 {
-    return shutdown_requested || thr_stop_requested();
+    return vinst_stop_state().shutdown_requested || thr_stop_requested();
+}
+
+bool wait_unless_stopped(std::chrono::milliseconds duration)
+{
+    QTimer timer;
+    timer.setSingleShot(true);
+    timer.setTimerType(Qt::PreciseTimer);
+    timer.start(duration);
+    while (timer.isActive() && !is_to_stop())
+        process_events();
+    return !is_to_stop();
 }
 
 void begin_stoppable_work()
 {
-    download_stop_requested = false;
+    vinst_stop_state().download_stop_requested = false;
 }
 
 void request_download_stop()
 {
-    download_stop_requested = true;
+    vinst_stop_state().download_stop_requested = true;
     wake_event_loop();
 }
 
 void request_shutdown()
 {
-    shutdown_requested = true;
+    vinst_stop_state().shutdown_requested = true;
     wake_event_loop();
 }
 

@@ -11,7 +11,6 @@
 #include "install/vinst/download/vinst_installation.h"
 #include "install/vinst/download/vinst_retry.h"
 #include "install/vinst/release/vinst_data_space.h"
-#include "support/thr/thr_sleep.h"
 
 #include <QDir>
 
@@ -63,17 +62,18 @@ void report_giving_up(const VINST_DOWNLOADER_MGR& manager, VINST_RETRY_DECISION:
         report(utf8(text), false);
 }
 
-void wait_for_retry(VINST_CONSOLE_VIEW& view, int attempt, std::chrono::seconds wait)
+/// \return false after a stop
+bool wait_for_retry(VINST_CONSOLE_VIEW& view, int attempt, std::chrono::seconds wait)
 {
     report("Retrying #" + std::to_string(attempt) + " after " +
                format_duration(static_cast<int>(wait.count())) + " ...\n",
            false);
     view.restart();
-    thr_sleep(wait);
-    if (!is_to_stop())
-        return;
+    if (wait_unless_stopped(wait))
+        return true;
     clear_below_cursor();
     report("Download stopped", false);
+    return false;
 }
 
 /// \return whether all components are complete and passed their checks
@@ -98,8 +98,7 @@ bool download_with_retries(VINST_DOWNLOADER_MGR& manager, VINST_CONSOLE_VIEW& vi
             report_giving_up(manager, decision.action);
             return false;
         }
-        wait_for_retry(view, attempt, decision.wait);
-        if (is_to_stop())
+        if (!wait_for_retry(view, attempt, decision.wait))
             return false;
     }
 }

@@ -313,7 +313,7 @@ quint64 VINST_DOWNLOADER_MGR::get_progress_percentage(VINST_COMPONENT* component
 
 bool VINST_DOWNLOADER_MGR::check_integrity()
 {
-    if (download_stop_requested)
+    if (is_to_stop())
         return true;
     m_view.show_status(QStringLiteral("Checking file integrity, please wait..."));
     report_line(QStringLiteral("Checking file integrity ..."));

@@ -20,7 +20,6 @@
 #include <QCloseEvent>
 #include <QCoreApplication>
 #include <QDir>
-#include <QEventLoop>
 #include <QUrl>
 
 #include <utility>
@@ -321,7 +320,6 @@ void VINST_DOWNLOADER_DLG::enter_busy_state()
 void VINST_DOWNLOADER_DLG::return_to_idle()
 {
     m_is_busy = false;
-    m_download_in_progress = false;
     m_ui->m_download_treeview->set_editable(true);
     m_ui->m_settings_button->setEnabled(true);
     m_ui->m_download_button->setEnabled(true);

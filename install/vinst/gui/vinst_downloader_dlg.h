@@ -1,5 +1,6 @@
 #pragma once
 
+#include "install/vinst/base/vinst_stop.h"
 #include "install/vinst/download/vinst_downloader_mgr.h"
 #include "install/vinst/download/vinst_downloader_view.h"
 #include "install/vinst/release/vinst_data_space.h"
@@ -45,7 +46,7 @@ public:
     /// Stores the settings for the next run.
     ~VINST_DOWNLOADER_DLG() override;
 
-    bool is_download_in_progress() const { return m_download_in_progress; }
+    bool is_download_in_progress() const { return m_is_busy && !is_to_stop(); }
     bool is_checking_files() const { return m_manager.has_pending_integrity_tasks(); }
 
     /// Escape closes the window in the same way as the button, so that it never discards a job.
@@ -62,10 +63,6 @@ public Q_SLOTS:
     void show_log();
     void show_help();
     void browse_clicked();
-
-Q_SIGNALS:
-    /// Ends the wait for the next attempt.
-    void stop_requested();
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -137,7 +134,6 @@ private:
     VINST_SETTINGS_DLG* m_settings_dlg;     ///< owned by this dialog
     VINST_LOG_VIEWER_DLG* m_log_viewer_dlg; ///< the same
     QString m_platform;                     ///< selected by the user
-    bool m_download_in_progress = false;
     bool m_is_busy = false; ///< a job is on the stack, even while it unwinds after a stop
     bool m_stop_had_focus = false;
     bool m_never_ask_feedback = false;

@@ -12,7 +12,6 @@
 #include "ui_vinst_downloader_dlg.h"
 
 #include <QDir>
-#include <QEventLoop>
 #include <QMessageBox>
 
 using namespace std::chrono_literals;
@@ -27,7 +26,7 @@ void VINST_DOWNLOADER_DLG::start_download()
         hand_components_to_manager();
     else
         follow_selection();
-    m_download_in_progress = true;
+    begin_stoppable_work();
     enter_busy_state();
     const REPORT report = run_job();
     m_elapsed_timer.stop();
@@ -43,12 +42,10 @@ void VINST_DOWNLOADER_DLG::stop_download()
 {
     if (!m_is_busy)
         return;
-    m_download_in_progress = false;
     m_stop_had_focus = m_ui->m_stop_button->hasFocus();
     m_ui->m_stop_button->setEnabled(false);
     m_manager.stop();
     show_status(QStringLiteral("Download stopped"));
-    Q_EMIT stop_requested();
 }
 
 void VINST_DOWNLOADER_DLG::stop_for_exit()
@@ -129,14 +126,14 @@ bool VINST_DOWNLOADER_DLG::check_install_dir()
 
 bool VINST_DOWNLOADER_DLG::confirm(const QString& title, const char* message_id, bool is_warning)
 {
-    if (is_shutting_down())
+    if (is_to_stop())
         return false;
     const QString text = QString::fromStdString(message(message_id));
     const QMessageBox::StandardButtons buttons = QMessageBox::Yes | QMessageBox::No;
     const QMessageBox::StandardButton answer =
         is_warning ? QMessageBox::warning(this, title, text, buttons, QMessageBox::No)
                    : QMessageBox::question(this, title, text, buttons, QMessageBox::No);
-    return answer == QMessageBox::Yes && m_download_in_progress;
+    return answer == QMessageBox::Yes && !is_to_stop();
 }
 
 bool VINST_DOWNLOADER_DLG::refuse(const std::string& text)
@@ -149,12 +146,14 @@ bool VINST_DOWNLOADER_DLG::establish_connection()
 {
     show_status(QStringLiteral("Establishing a connection..."));
     QCoreApplication::processEvents();
-    if (!m_download_in_progress)
+    if (is_to_stop())
         return false;
     const VINST_CONNECTION_RESULT result =
         m_manager.test_download(m_settings_dlg->proxy_settings());
-    if (result.works || !m_download_in_progress)
-        return m_download_in_progress;
+    if (is_to_stop())
+        return false;
+    if (result.works)
+        return true;
     show_status(QStringLiteral("Download failed"));
     return refuse(result.error);
 }
@@ -170,7 +169,7 @@ bool VINST_DOWNLOADER_DLG::download_with_retries(REPORT& report)
         m_download_seconds += static_cast<double>(m_attempt_clock.elapsed()) / 1000;
         m_attempt_clock.invalidate();
         show_elapsed_time();
-        if (!m_download_in_progress)
+        if (is_to_stop())
             return false;
         if (m_manager.failed_components().empty())
             return true;
@@ -199,15 +198,13 @@ bool VINST_DOWNLOADER_DLG::download_with_retries(REPORT& report)
 bool VINST_DOWNLOADER_DLG::wait_for_retry(int attempt, std::chrono::seconds wait)
 {
     run_log().info("%s", utf8(retry_status(attempt, wait)));
-    for (std::chrono::seconds left = wait; left > 0s && m_download_in_progress; left -= 1s)
+    for (std::chrono::seconds left = wait; left > 0s; left -= 1s)
     {
         show_status(retry_status(attempt, left));
-        QEventLoop loop;
-        connect(this, &VINST_DOWNLOADER_DLG::stop_requested, &loop, &QEventLoop::quit);
-        QTimer::singleShot(1s, &loop, &QEventLoop::quit);
-        loop.exec();
+        if (!wait_unless_stopped(1s))
+            return false;
     }
-    return m_download_in_progress;
+    return true;
 }
 
 VINST_DOWNLOADER_DLG::REPORT VINST_DOWNLOADER_DLG::retries_exhausted()

@@ -3,10 +3,14 @@
 #include "install/vinst/base/vinst_event_loop.h"
 #include "support/thr/thr_sleep.h"
 #include "tests/harness/stop_request.h"
+#include "tests/harness/stopwatch.h"
+#include "tests/harness/wait_until.h"
 
 #include <gtest/gtest.h>
 
 #include <thread>
+
+using namespace std::chrono_literals;
 
 namespace
 {
@@ -14,12 +18,7 @@ namespace
 class StopRequest : public ::testing::Test
 {
 protected:
-    ~StopRequest() override
-    {
-        shutdown_requested = false;
-        begin_stoppable_work();
-        forget_stop_request();
-    }
+    ~StopRequest() override { forget_stop_request(); }
 };
 
 }
@@ -54,6 +53,21 @@ TEST_F(StopRequest, OfTheProcessPersistsAndEndsSleeps)
     EXPECT_TRUE(is_to_stop());
     EXPECT_TRUE(is_shutting_down());
     EXPECT_TRUE(thr_stop_requested());
+}
+
+TEST_F(StopRequest, OfEachKindEndsAWait)
+{
+    for (const auto request : {request_download_stop, request_shutdown, request_process_stop})
+    {
+        EXPECT_TRUE(wait_unless_stopped(1ms));
+        const STOPWATCH watch;
+        std::thread other(request);
+        EXPECT_FALSE(wait_unless_stopped(long_enough));
+        other.join();
+        EXPECT_FALSE(wait_unless_stopped(long_enough));
+        EXPECT_TRUE(watch.within(2s));
+        forget_stop_request();
+    }
 }
 
 TEST_F(StopRequest, WakesTheEventLoopFromAnyThread)

@@ -106,5 +106,9 @@ INSTANTIATE_TEST_SUITE_P(
         PLANTED{"OfTheTaskLibrary", "install/vinst/download/a.cpp", "<tbb/task_group.h>"},
         PLANTED{"OfTheOptionParser", "install/vinst/gui/a.cpp", "<boost/program_options.hpp>"},
         PLANTED{"OfTheScriptEngine", "install/vinst/download/a.cpp", "<QJSEngine>"},
+        PLANTED{"OfTheStopFlags", "install/vinst/download/a.cpp",
+                "\"install/vinst/base/vinst_stop_state.h\""},
+        PLANTED{"OfTheProcessesStopFlag", "install/vinst/base/a.cpp",
+                "\"support/thr/thr_stop_state.h\""},
         PLANTED{"OfAWindow", "install/vinst/download/a.cpp", "<QMessageBox>"}),
     [](const auto& planted) { return planted.param.name; });
