@@ -111,10 +111,10 @@ private:
         bool is_markup = false; ///< written by the program; otherwise plain text
     };
     REPORT run_job();
-    bool pass_checks();
-    bool check_rights();
-    bool check_licence();
-    bool check_download_dir();
+    bool prepare();
+    bool resolve_missing_rights();
+    bool obtain_licence();
+    bool prepare_download_dir();
     bool check_install_dir();
     bool confirm(const QString& title, const char* message_id, bool is_warning);
     bool refuse(const std::string& text);

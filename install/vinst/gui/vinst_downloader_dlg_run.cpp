@@ -58,7 +58,7 @@ void VINST_DOWNLOADER_DLG::stop_for_exit()
 
 VINST_DOWNLOADER_DLG::REPORT VINST_DOWNLOADER_DLG::run_job()
 {
-    if (!pass_checks() || !establish_connection())
+    if (!prepare() || !establish_connection())
         return {};
     m_download_seconds = 0;
     m_elapsed_timer.start();
@@ -71,12 +71,13 @@ VINST_DOWNLOADER_DLG::REPORT VINST_DOWNLOADER_DLG::run_job()
     return install_components();
 }
 
-bool VINST_DOWNLOADER_DLG::pass_checks()
+bool VINST_DOWNLOADER_DLG::prepare()
 {
-    return check_rights() && check_licence() && check_download_dir() && check_install_dir();
+    return resolve_missing_rights() && obtain_licence() && prepare_download_dir() &&
+           check_install_dir();
 }
 
-bool VINST_DOWNLOADER_DLG::check_rights()
+bool VINST_DOWNLOADER_DLG::resolve_missing_rights()
 {
     if (!auto_installs() || m_host.is_admin)
         return true;
@@ -88,7 +89,7 @@ bool VINST_DOWNLOADER_DLG::check_rights()
     return true;
 }
 
-bool VINST_DOWNLOADER_DLG::check_licence()
+bool VINST_DOWNLOADER_DLG::obtain_licence()
 {
     if (!auto_installs() || m_ui->m_agree_license_checkbox->isChecked())
         return true;
@@ -98,7 +99,7 @@ bool VINST_DOWNLOADER_DLG::check_licence()
     return true;
 }
 
-bool VINST_DOWNLOADER_DLG::check_download_dir()
+bool VINST_DOWNLOADER_DLG::prepare_download_dir()
 {
     const QString dir = m_ui->m_download_dir_line_edit->text();
     std::string error;
