@@ -4,12 +4,7 @@
 #include "tests/harness/wait_until.h"
 
 #include <algorithm>
-#include <array>
 #include <csignal>
-#include <fstream>
-#include <regex>
-#include <sstream>
-#include <string_view>
 
 namespace
 {
@@ -257,60 +252,4 @@ TEST(SharedLibrary, ExportsOneFunction)
         run_tool({"nm", {"-D", "--defined-only", "--format=posix", library}});
     EXPECT_EQ(symbols.substr(0, symbols.find(' ')), "install_vinst_run");
     EXPECT_EQ(symbols.find('\n'), symbols.size() - 1) << symbols;
-}
-
-namespace
-{
-
-bool is_elf(const std::filesystem::path& path)
-{
-    std::array<char, 4> start{};
-    std::ifstream(path, std::ios::binary).read(start.data(), start.size());
-    return std::string_view(start.data(), start.size()) == "\x7f"
-                                                           "ELF";
-}
-
-/// Every program and library of the build.
-std::vector<std::filesystem::path> built_binaries()
-{
-    std::vector<std::filesystem::path> found;
-    for (const char* folder : {"bin", "lib", "tests"})
-        for (const auto& entry :
-             std::filesystem::recursive_directory_iterator(tested_build_dir() / folder))
-            if (entry.is_regular_file() && is_elf(entry.path()))
-                found.push_back(entry.path());
-    return found;
-}
-
-/// The directories in which a binary searches for libraries before the system's.
-std::vector<std::string> library_directories(const std::filesystem::path& binary)
-{
-    const std::string dynamic = run_tool({"readelf", {"-dW", binary.string()}});
-    static const std::regex entry(R"(\((?:RPATH|RUNPATH)\)[^\[]*\[([^\]]*)\])");
-    std::vector<std::string> directories;
-    for (std::sregex_iterator match(dynamic.begin(), dynamic.end(), entry), end; match != end;
-         ++match)
-    {
-        std::istringstream list((*match)[1].str() + ':');
-        for (std::string directory; std::getline(list, directory, ':');)
-            directories.push_back(directory);
-    }
-    return directories;
-}
-
-}
-
-TEST(Binaries, LoadNoLibraryFromTheCurrentDirectory)
-{
-    if (tested_platform() == "windows")
-        GTEST_SKIP() << "Windows programs contain no library directories";
-    const std::vector<std::filesystem::path> binaries = built_binaries();
-    for (const char* name : {"vinst", "vinst_gui", "vinst_release", "libvinst.so", "vinst_pac"})
-        EXPECT_TRUE(std::any_of(binaries.begin(), binaries.end(),
-                                [&](const auto& binary) { return binary.filename() == name; }))
-            << name;
-    for (const std::filesystem::path& binary : binaries)
-        for (const std::string& directory : library_directories(binary))
-            EXPECT_TRUE(directory == "$ORIGIN" || directory == "$ORIGIN/../lib")
-                << binary << " looks for libraries in '" << directory << "'";
 }
