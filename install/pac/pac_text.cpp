@@ -189,12 +189,67 @@ bool holds_proxy(const std::string& text)
     return text.size() <= longest_directive && std::regex_search(text, proxy_entry());
 }
 
+constexpr std::string_view blanks = " \t\n\v\f\r";
+
+std::string_view trimmed(std::string_view text)
+{
+    const std::size_t begin = text.find_first_not_of(blanks);
+    if (begin == std::string_view::npos)
+        return {};
+    return text.substr(begin, text.find_last_not_of(blanks) + 1 - begin);
+}
+
+bool is_direct(std::string_view entry)
+{
+    constexpr std::string_view direct = "DIRECT";
+    return std::equal(entry.begin(), entry.end(), direct.begin(), direct.end(),
+                      [](char c, char expected)
+                      { return std::toupper(static_cast<unsigned char>(c)) == expected; });
+}
+
+bool is_host_with_port(std::string_view text)
+{
+    const std::size_t colon = text.rfind(':');
+    if (colon == std::string_view::npos || colon == 0)
+        return false;
+    const std::string_view port = text.substr(colon + 1);
+    return !port.empty() && std::all_of(port.begin(), port.end(), is_digit) &&
+           text.find_first_of("\"'") == std::string_view::npos &&
+           text.find_first_of(blanks) == std::string_view::npos;
+}
+
+/// Whether an entry of a directive is "DIRECT", or a kind of proxy followed by a host and a port.
+bool is_entry(std::string_view entry)
+{
+    if (is_direct(entry))
+        return true;
+    const std::size_t blank = std::min(entry.find_first_of(blanks), entry.size());
+    const std::string_view kind = entry.substr(0, blank);
+    const bool is_kind =
+        !kind.empty() &&
+        std::all_of(kind.begin(), kind.end(),
+                    [](char c) { return std::isalnum(static_cast<unsigned char>(c)) != 0; });
+    return is_kind && is_host_with_port(trimmed(entry.substr(blank)));
+}
+
+/// Whether the line consists of entries. All but the first may be empty.
+///
+/// Not a regular expression: std::regex would try every way to divide a run of blanks between
+/// adjacent parts of the expression, which takes exponential time.
 bool is_directive(const std::string& line)
 {
-    static const std::regex expression(
-        R"(\s*(DIRECT|[a-z0-9]+\s+[^\s;"']+:\d+)\s*(;\s*(DIRECT|[a-z0-9]+\s+[^\s;"']+:\d+)?\s*)*)",
-        std::regex::icase | std::regex::optimize);
-    return holds_proxy(line) && std::regex_match(line, expression);
+    if (!holds_proxy(line))
+        return false;
+    for (std::size_t begin = 0; begin <= line.size();)
+    {
+        const std::size_t end = std::min(line.find(';', begin), line.size());
+        const std::string_view entry = trimmed(std::string_view(line).substr(begin, end - begin));
+        const bool may_be_empty = begin > 0;
+        if (!is_entry(entry) && !(may_be_empty && entry.empty()))
+            return false;
+        begin = end + 1;
+    }
+    return true;
 }
 
 }

@@ -1,5 +1,7 @@
 #include "install/pac/pac_text.h"
 
+#include "tests/harness/time_ratio.h"
+
 #include <gtest/gtest.h>
 
 namespace
@@ -93,6 +95,30 @@ TEST(DirectiveInText, IsNotALineOfProse)
     EXPECT_EQ(found("Please use PROXY a:1 from now on"), "(none)");
     EXPECT_EQ(found("<p>PROXY a:1</p>"), "(none)");
     EXPECT_EQ(found("return PROXY a:1"), "(none)");
+}
+
+TEST(DirectiveInText, MayHaveEmptyEntriesAfterTheFirst)
+{
+    for (const char* text :
+         {"PROXY a:1;", "PROXY a:1;; ;DIRECT;", "DIRECT;PROXY\ta:1", "socks5 b:1;\vPROXY [::1]:80"})
+        EXPECT_EQ(found(text), text);
+    for (const char* text : {";PROXY a:1", " ; PROXY a:1", "PROXY a:1 b", "PROXY a:1; PROXY b",
+                             "PROXY a:1; b:2", "PROXY a:1; PROXY :2", "PROXY a:1; PROXY b:2x",
+                             "PROXY a:1; X-Y b:2", "PROXY a:1; PROXY \"b:2", "PROXY a:1 DIRECT"})
+        EXPECT_EQ(found(text), "(none)") << text;
+}
+
+TEST(DirectiveInText, IsRecognizedInLinearTime)
+{
+    const auto search = [](int entries)
+    {
+        std::string line = "PROXY a:1";
+        for (int i = 0; i < entries; ++i)
+            line += ";  ";
+        EXPECT_EQ(found(line + "x"), "(none)");
+    };
+    ASSERT_LT(time_ratio([&] { search(8); }, [&] { search(4); }), 8);
+    search(1000);
 }
 
 TEST(DirectiveInText, IsNotAnOverlongText)
