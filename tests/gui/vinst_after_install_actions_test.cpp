@@ -18,7 +18,7 @@ protected:
         tools = add("tools", VINST_COMPONENT_KIND::download);
         shortcuts = add("shortcuts", VINST_COMPONENT_KIND::install);
         notify = add("notify", VINST_COMPONENT_KIND::install);
-        notify->parent = tools;
+        notify->set_parent(*tools);
         main_product->selection = VINST_SELECTION::selected;
         tools->selection = VINST_SELECTION::selected;
         actions.rebuild(release, "linux");

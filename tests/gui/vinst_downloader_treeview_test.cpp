@@ -65,9 +65,8 @@ protected:
         component->selection = VINST_SELECTION::selected;
         component->size = 3000;
         component->installsize = 5.0 * 1024 * 1024;
-        component->parent = parent;
         if (parent != nullptr)
-            parent->children.push_back(component);
+            component->set_parent(*parent);
         release.index_component(component);
         return component;
     }

@@ -82,10 +82,9 @@ bool VINST_COMPONENT::is_simulator() const
     return name.startsWith("morlan");
 }
 
-bool VINST_COMPONENT::is_device_group_member() const
+void VINST_COMPONENT::set_parent(VINST_COMPONENT& above)
 {
-    for (const VINST_COMPONENT* ancestor = parent; ancestor != nullptr; ancestor = ancestor->parent)
-        if (ancestor->name == device_group_name)
-            return true;
-    return false;
+    parent = &above;
+    above.children.push_back(this);
+    in_device_group = above.in_device_group || above.name == device_group_name;
 }

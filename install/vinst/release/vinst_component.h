@@ -55,6 +55,7 @@ struct VINST_COMPONENT
     QString installsize_str;
     VINST_COMPONENT* parent = nullptr;
     std::vector<VINST_COMPONENT*> children;
+    bool in_device_group = false; ///< whether one of its ancestors is the device group
     std::vector<VINST_COMPONENT*> dependencies;
     VINST_SELECTION selection = VINST_SELECTION::not_selected;
     bool standalone = false;
@@ -85,6 +86,6 @@ struct VINST_COMPONENT
     bool is_device_archive() const;
     bool is_main_product() const;
     bool is_simulator() const;
-    /// Whether one of its ancestors is the device group.
-    bool is_device_group_member() const;
+    /// Makes it the last child of a component whose own ancestors are already known.
+    void set_parent(VINST_COMPONENT& above);
 };

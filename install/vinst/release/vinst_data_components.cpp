@@ -54,7 +54,7 @@ bool is_offered(const VINST_COMPONENT& component)
 {
     if (component.filename.isEmpty())
         return component.is_simulator();
-    const bool loose_archive = component.is_device_archive() && !component.is_device_group_member();
+    const bool loose_archive = component.is_device_archive() && !component.in_device_group;
     return !loose_archive && component.name != "morlan";
 }
 
@@ -158,7 +158,7 @@ QString components_help(const VINST_RELEASE& release, const QString& platform)
         const QString name = without_control_characters(component->name);
         if (!component->is_selected())
             optional.append(name);
-        else if (component->is_device_group_member())
+        else if (component->in_device_group)
             devices.append(name);
         else
             components.append(component->is_main_product() ? main_product_short_name : name);

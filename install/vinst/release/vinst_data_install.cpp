@@ -93,7 +93,7 @@ QString missing_file_reason(const VINST_COMPONENT& component)
 /// The reason if there is no installer for a component of this kind; otherwise empty.
 QString missing_installer_reason(const VINST_COMPONENT& component, const QString& main_product)
 {
-    if (component.name == main_product || component.is_device_group_member())
+    if (component.name == main_product || component.in_device_group)
         return {};
     if (component.is_device_archive())
         return QStringLiteral("it has no separate installer, because it is a device archive "
@@ -117,7 +117,7 @@ VINST_INSTALL_STEP device_step(VINST_COMPONENT& component, const QString& option
     QStringList others;
     for (const auto& other : release.components())
         if (other->kind == VINST_COMPONENT_KIND::download && other->name != component.name &&
-            other->is_device_group_member())
+            other->in_device_group)
             others.append(other->name);
     return {command_part(installer) + options + " --downloaddir " +
                 command_part(release.ensure_download_dir()) + installdir_part(release) + ' ' +
@@ -129,7 +129,7 @@ VINST_INSTALL_STEP device_step(VINST_COMPONENT& component, const QString& option
 /// Whether the main product's installer is given an option to install a part or to leave it out.
 bool takes_part(const VINST_COMPONENT& part)
 {
-    if (part.is_device_archive() && !part.is_device_group_member())
+    if (part.is_device_archive() && !part.in_device_group)
         return false;
     return part.is_simulator() ? is_edition(part.name) : !part.filename.isEmpty();
 }
@@ -204,7 +204,7 @@ VINST_INSTALL_STEP decide_install_step(VINST_COMPONENT& component, const QString
                 {},
                 parts.enabled};
     }
-    if (component.is_device_group_member())
+    if (component.in_device_group)
         return device_step(component, options);
     const QString edition = is_edition(component.name)
                                 ? " --morlan_edition " + command_part(component.name)

@@ -246,15 +246,10 @@ private:
         {
             VINST_COMPONENT* parent = find(parent_name, *component);
             if (parent != nullptr && parent != component)
-            {
-                component->parent = parent;
-                parent->children.push_back(component);
-            }
+                component->set_parent(*parent);
             else
-            {
                 element.say_line("Parent component: " + shown(parent_name) +
                                  " does not exist in the manifest data\n");
-            }
         }
         for (const QJsonValue entry : element.value("dependency").toArray())
         {

@@ -2,6 +2,7 @@
 
 #include "install/vinst/base/vinst_messages.h"
 #include "tests/harness/temp_dir.h"
+#include "tests/harness/time_ratio.h"
 
 #include <gtest/gtest.h>
 
@@ -109,7 +110,7 @@ TEST_F(ComponentLists, PutDependenciesAndTheParentAfterTheNamedComponent)
     VINST_COMPONENT* empty = add("empty", true, "linux", "");
     VINST_COMPONENT* named = add("named");
     add("other", true);
-    named->parent = parent;
+    named->set_parent(*parent);
     named->dependencies = {one, empty, two};
     one->dependencies = {far};
     EXPECT_EQ(resolve("two,named"), (NAMES{"two", "named", "one", "parent"}));
@@ -124,7 +125,7 @@ TEST_F(ComponentLists, PutDependenciesAndTheParentAfterTheNamedComponent)
 TEST_F(ComponentLists, OmitAParentWithoutAFile)
 {
     VINST_COMPONENT* group = add("devinfo", false, "linux", "");
-    add("orion", false, "linux", ".vdz")->parent = group;
+    add("orion", false, "linux", ".vdz")->set_parent(*group);
     EXPECT_EQ(resolve("orion"), (NAMES{"orion"}));
 }
 
@@ -165,8 +166,8 @@ TEST_F(ComponentLists, AreSortedForTheHelp)
 {
     add("veltrin_base", true);
     VINST_COMPONENT* group = add("devinfo", true, "linux", "");
-    add("orion", true, "linux", ".vdz")->parent = group;
-    add("lyra", false, "linux", ".vdz")->parent = group;
+    add("orion", true, "linux", ".vdz")->set_parent(*group);
+    add("lyra", false, "linux", ".vdz")->set_parent(*group);
     add("loose", true, "linux", ".vdz");
     add("morlan", true);
     add("morlan_fe", false, "linux", "");
@@ -181,13 +182,38 @@ TEST_F(ComponentLists, AreSortedForTheHelp)
               "Optional components: lyra,morlan_fe,extra");
 }
 
+TEST(ComponentsHelp, TakesLinearTimeForDeeplyNestedComponents)
+{
+    const auto nested = [](int depth)
+    {
+        auto release = std::make_unique<VINST_RELEASE>();
+        VINST_COMPONENT* above = nullptr;
+        for (int i = 0; i < depth; ++i)
+        {
+            VINST_COMPONENT* const component = release->add_component();
+            component->name = QString::number(i);
+            component->filename = component->name + ".vdz";
+            component->kind = download;
+            if (above != nullptr)
+                component->set_parent(*above);
+            above = component;
+        }
+        return release;
+    };
+    const auto few = nested(500);
+    const auto many = nested(10'000);
+    EXPECT_LT(time_ratio([&] { static_cast<void>(components_help(*many, "linux")); },
+                         [&] { static_cast<void>(components_help(*few, "linux")); }),
+              100);
+}
+
 TEST_F(ComponentLists, DoNotFollowIndirectComponents)
 {
     VINST_COMPONENT* a = add("a");
     VINST_COMPONENT* b = add("b");
     a->dependencies = {b};
     b->dependencies = {add("c")};
-    b->parent = add("p");
+    b->set_parent(*add("p"));
     EXPECT_EQ(resolve("a,b"), (NAMES{"a", "b"}));
     EXPECT_EQ(resolve("b,a"), (NAMES{"b", "c", "p", "a"}));
 }
@@ -197,7 +223,7 @@ TEST_F(ComponentLists, ContainARepeatedDependencyOnce)
     VINST_COMPONENT* a = add("a");
     VINST_COMPONENT* b = add("b");
     a->dependencies = {b, b};
-    a->parent = b;
+    a->set_parent(*b);
     EXPECT_EQ(resolve("a"), (NAMES{"a", "b"}));
     EXPECT_EQ(logged(), "[info] Add dependent component: b\n");
 }

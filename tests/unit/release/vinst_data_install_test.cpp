@@ -147,8 +147,8 @@ TEST_F(InstallCommand, ListsThePartsOfTheMainProduct)
     add("alone")->standalone = true;
     add("loose", true, ".vdz");
     VINST_COMPONENT* group = add("devinfo", false, "");
-    add("orion", true, ".vdz")->parent = group;
-    add("lyra", false, ".vdz")->parent = group;
+    add("orion", true, ".vdz")->set_parent(*group);
+    add("lyra", false, ".vdz")->set_parent(*group);
     add("morlan");
     add("morlan_fe");
     add("morlan_fse", false, "");
@@ -253,7 +253,7 @@ TEST_F(InstallCommand, PassesADeviceToTheDeviceInstaller)
     release.set_install_dir(QString::fromStdString(install));
     VINST_COMPONENT* group = add("devinfo", false, "");
     VINST_COMPONENT* orion = add("orion", true, ".vdz");
-    orion->parent = group;
+    orion->set_parent(*group);
     EXPECT_EQ(command(orion), "");
     EXPECT_EQ(command(add("loose", true, ".vdz")), "");
 
@@ -264,9 +264,9 @@ TEST_F(InstallCommand, PassesADeviceToTheDeviceInstaller)
                               "--downloaddir DL --installdir " +
                               install + "  --enable-components orion";
     EXPECT_EQ(command(orion), start);
-    add("lyra", false, ".vdz")->parent = group;
-    add("vega", false, ".vdz", "windows")->parent = group;
-    add("orion", false, ".vdz", "windows")->parent = group;
+    add("lyra", false, ".vdz")->set_parent(*group);
+    add("vega", false, ".vdz", "windows")->set_parent(*group);
+    add("orion", false, ".vdz", "windows")->set_parent(*group);
     EXPECT_EQ(command(orion), start + " --disable-components lyra,vega");
     EXPECT_EQ(command(orion, false), start + " --disable-components lyra,vega");
 }
@@ -276,7 +276,7 @@ TEST_F(InstallCommand, UsesTheDeviceInstallersNameOnWindows)
     release.set_install_dir(QString::fromStdString((dir / "inst").string()));
     VINST_COMPONENT* group = add("devinfo", false, "", "windows");
     VINST_COMPONENT* vega = add("vega", true, ".vdz", "windows");
-    vega->parent = group;
+    vega->set_parent(*group);
     dir.write("inst/devices/dev_install/dev_install.exe", "x");
     EXPECT_NE(command(vega, true, "windows").find("/dev_install.exe --mode"), std::string::npos);
 }
@@ -364,7 +364,7 @@ TEST_F(InstallCommand, IsEmptyIfADirectoryIsInPlaceOfTheDeviceInstaller)
     release.set_install_dir(QString::fromStdString((dir / "inst").string()));
     dir.make_dir("inst/devices/dev_install/dev_install.run");
     VINST_COMPONENT* orion = add("orion", true, ".vdz");
-    orion->parent = add("devinfo", false, "");
+    orion->set_parent(*add("devinfo", false, ""));
     EXPECT_EQ(command(orion), "");
 }
 
@@ -376,7 +376,7 @@ TEST_F(InstallCommand, InstallsAStandaloneDeviceWithASelectedMainProduct)
     VINST_COMPONENT* family = add("family", false, "");
     family->parent = add("devinfo", false, "");
     VINST_COMPONENT* orion = add("orion", true, ".vdz");
-    orion->parent = family;
+    orion->set_parent(*family);
     EXPECT_EQ(command(orion), "");
     orion->standalone = true;
     EXPECT_NE(command(orion).find("dev_install.run --mode unattended"), std::string::npos);
@@ -471,7 +471,7 @@ TEST_F(NoInstallCommand, IsDueToTheKindOfComponent)
 TEST_F(NoInstallCommand, IsDueToAMissingDeviceInstaller)
 {
     VINST_COMPONENT* orion = add("orion", true, ".vdz");
-    orion->parent = add("devinfo", false, "");
+    orion->set_parent(*add("devinfo", false, ""));
     EXPECT_EQ(reason(orion), native("its device installer was not in the install directory "
                                     "(/opt/v/devices/dev_install/dev_install.run)"));
     orion->platform = "windows";

@@ -78,14 +78,14 @@ TEST_F(Space, CountsTheAncestorsOfASimulatorEditionOnly)
     VINST_COMPONENT* parent = add("parent", 0, 10);
     top->selection = VINST_SELECTION::not_selected;
     parent->selection = VINST_SELECTION::not_selected;
-    parent->parent = top;
+    parent->set_parent(*top);
     add("morlan", 0, 1000);
     VINST_COMPONENT* edition = add("morlan_fe", 0, 500);
-    edition->parent = parent;
+    edition->set_parent(*parent);
     EXPECT_EQ(space_figures(release, "linux").to_install, 12U);
-    add("morlan_fse", 0, 500)->parent = parent;
+    add("morlan_fse", 0, 500)->set_parent(*parent);
     EXPECT_EQ(space_figures(release, "linux").to_install, 24U);
-    add("morlan_fx", 0, 500)->parent = parent;
+    add("morlan_fx", 0, 500)->set_parent(*parent);
     EXPECT_EQ(space_figures(release, "linux").to_install, 24U);
 }
 

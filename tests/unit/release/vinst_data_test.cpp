@@ -223,11 +223,11 @@ TEST(Component, BelongsToTheDeviceGroupThroughAnyAncestor)
     VINST_COMPONENT group;
     group.name = "devinfo";
     VINST_COMPONENT family;
-    family.parent = &group;
+    family.set_parent(group);
     VINST_COMPONENT device;
-    device.parent = &family;
-    EXPECT_TRUE(device.is_device_group_member());
-    EXPECT_FALSE(group.is_device_group_member());
+    device.set_parent(family);
+    EXPECT_TRUE(device.in_device_group);
+    EXPECT_FALSE(group.in_device_group);
 }
 
 TEST(Component, IsShownByItsTitleOrNameWithoutControlCharacters)
