@@ -42,8 +42,6 @@ void open_missing_standard_streams();
 /// Enables escape sequences in the terminal where the platform requires it.
 void set_up_console();
 
-bool stdout_is_terminal();
-
 /// Whether windows can be shown: there is a display, or a Qt platform that needs none is selected.
 bool has_display();
 

@@ -43,11 +43,6 @@ void open_missing_standard_streams()
 
 void set_up_console() {}
 
-bool stdout_is_terminal()
-{
-    return ::isatty(STDOUT_FILENO) != 0;
-}
-
 bool has_display()
 {
     return !qEnvironmentVariableIsEmpty("DISPLAY") ||

@@ -88,12 +88,6 @@ void set_up_console()
                          mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING | DISABLE_NEWLINE_AUTO_RETURN);
 }
 
-bool stdout_is_terminal()
-{
-    DWORD mode = 0;
-    return ::GetConsoleMode(::GetStdHandle(STD_OUTPUT_HANDLE), &mode) != FALSE;
-}
-
 bool has_display()
 {
     return true;

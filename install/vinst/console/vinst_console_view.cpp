@@ -1,8 +1,8 @@
 #include "install/vinst/console/vinst_console_view.h"
 
 #include "install/vinst/base/vinst_messages.h"
-#include "install/vinst/base/vinst_platform.h"
 #include "install/vinst/base/vinst_text.h"
+#include "install/vinst/console/vinst_terminal.h"
 
 namespace
 {

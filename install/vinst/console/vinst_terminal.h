@@ -1,0 +1,3 @@
+#pragma once
+
+bool stdout_is_terminal();
