@@ -1,14 +1,18 @@
 #!/usr/bin/env bash
-# Checks the includes between rooms: see usage below.
+# Checks the layout of the sources: see usage below.
 set -euo pipefail
 
 usage() {
     cat <<'END'
 Usage: scripts/check_layout.sh [DIR]
 
-Checks every #include below DIR (default: this project) against the project's layout: a room includes
-only from rooms on lower floors, and only the room that wraps a library includes its headers. Prints each
-include that violates a rule, with the rule, and fails if there is one.
+Checks the sources below DIR (default: this project) against the project's layout:
+- A room includes only from rooms on lower floors, and only the room that wraps a library includes its headers.
+- base/, release/ and download/ don't write to a terminal: no print_ function (except where the one that reports
+  are printed with is defined), no escape sequences, no isatty.
+- Platform code is in _posix.cpp and _win32.cpp files. A conditional block anywhere else has a comment with its
+  reason on the same or the previous line.
+Prints each line that violates a rule, with the rule, and fails if there is one.
 END
 }
 
@@ -101,6 +105,34 @@ while IFS=: read -r file line text; do
         fi
     done
 done <<<"$includes"
+
+sources() { # DIR... : prints the paths of the C++ sources, separated by NUL
+    find "$@" \( -name '*.h' -o -name '*.cpp' \) -print0 2>/dev/null | sort -z
+}
+
+find_lines() { # PATTERN DIR... : prints FILE:LINE:TEXT for each line that matches
+    local pattern=$1
+    shift
+    sources "$@" | xargs -0r grep -HnE -e "$pattern" || true
+}
+
+without_terminal=(install/vinst/base install/vinst/release install/vinst/download)
+terminal_output='(^|[^[:alnum:]_])print_|\\(x1[bB]|033|u001[bB]|e\[)|(^|[^[:alnum:]_])_?isatty[^[:alnum:]_]'
+printing_function=install/vinst/base/vinst_messages
+while IFS=: read -r file line text; do
+    if [[ -n $file && $file != "$printing_function".* ]]; then
+        fault "$file:$line" "only the console writes to a terminal:$text"
+    fi
+done < <(find_lines "$terminal_output" "${without_terminal[@]}")
+
+platform_block='^ *# *(if|ifdef|ifndef|elif)[^[:alnum:]_].*(_WIN32|_WIN64|__linux__|__unix__|__APPLE__|__MINGW|_MSC_VER|Q_OS_)'
+while IFS=: read -r file line text; do
+    [[ -n $file ]] || continue
+    previous=$(sed -n "$((line - 1))p" "$file")
+    if [[ $file != *_posix.cpp && $file != *_win32.cpp && $text != *//* && ! $previous =~ ^\ *// ]]; then
+        fault "$file:$line" "a platform block outside _posix.cpp and _win32.cpp needs a comment with its reason:$text"
+    fi
+done < <(find_lines "$platform_block" install support tools)
 
 if $failed; then
     exit 1
