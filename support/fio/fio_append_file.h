@@ -10,7 +10,8 @@ class FIO_FLUSH_HANDLE;
 /// A regular file that is only appended to, by a single writer.
 ///
 /// Opening takes a lock against other processes and other objects in this one, which is held until
-/// the file is closed. A link at the path is not followed. Not thread-safe.
+/// the file is closed. A link at the path is not followed. A file that belongs to another user or
+/// has a second name counts as missing, and is replaced by a new one. Not thread-safe.
 class FIO_APPEND_FILE
 {
 public:

@@ -1,7 +1,10 @@
 #include "support/fio/fio_append_file.h"
 
+#include "support/fio/fio_owner_posix.h"
+
 #include <cerrno>
 #include <fcntl.h>
+#include <string>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <system_error>
@@ -13,6 +16,19 @@ namespace
 std::string reason(int error_number)
 {
     return std::generic_category().message(error_number);
+}
+
+/// Appending to such a file would also change it for others, or leave it to others to change it.
+bool must_be_replaced(const struct stat& status)
+{
+    return S_ISREG(status.st_mode) && (fio_is_of_another_user(status) || status.st_nlink > 1);
+}
+
+std::string why_replaced(const struct stat& status)
+{
+    return fio_is_of_another_user(status)
+               ? "belongs to another user (number " + std::to_string(status.st_uid) + ')'
+               : "has another name, too (it is a hard link)";
 }
 
 int descriptor(std::intptr_t file)
@@ -34,22 +50,34 @@ bool FIO_APPEND_FILE::open(const std::string& path, OPENING opening)
     m_error.clear();
     m_size = 0;
 
+    const bool create = opening == OPENING::create_if_missing;
+    struct stat status = {};
+    if (::lstat(path.c_str(), &status) == 0 && must_be_replaced(status))
+    {
+        if (create && ::unlink(path.c_str()) != 0)
+            m_error =
+                "Cannot replace " + path + ", which " + why_replaced(status) + ": " + reason(errno);
+        if (!create || !m_error.empty())
+            return false;
+    }
+
     // O_NONBLOCK prevents the call from blocking on a named pipe without a reader.
-    const int create = opening == OPENING::create_if_missing ? O_CREAT : 0;
-    m_file = ::open(path.c_str(),
-                    O_WRONLY | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | create, 0666);
+    m_file = ::open(
+        path.c_str(),
+        O_WRONLY | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | (create ? O_CREAT : 0), 0666);
     if (m_file == no_file)
     {
         if (errno == ELOOP)
             m_error = "Cannot write " + path + ": it is a link. Remove it and try again";
-        else if (errno != ENOENT || opening == OPENING::create_if_missing)
+        else if (errno != ENOENT || create)
             m_error = "Cannot write " + path + ": " + reason(errno);
         return false;
     }
 
-    struct stat status = {};
     if (::fstat(descriptor(m_file), &status) != 0 || !S_ISREG(status.st_mode))
         m_error = "Cannot write " + path + ": it is not a regular file";
+    else if (must_be_replaced(status)) // placed there since the look above
+        m_error = "Cannot write " + path + ": it " + why_replaced(status);
     else if (::flock(descriptor(m_file), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK)
         m_error = "Cannot write " + path + ": another process is writing it";
     else if (::fstat(descriptor(m_file), &status) != 0)

@@ -14,13 +14,21 @@ struct FIO_FILE_IDENTITY
 {
     std::uint64_t size = 0;    ///< bytes
     std::int64_t modified = 0; ///< last change of the content, in a platform-specific unit
+    std::int64_t changed = 0; ///< the same, or of owner, rights or names; can't be set by a program
+    std::uint64_t owner = 0;  ///< user number; 0 on platforms without them
     std::uint64_t device = 0;
     std::uint64_t inode = 0;
 
-    bool operator==(const FIO_FILE_IDENTITY& other) const
+    /// Whether size, modification time and place are the same; rights may differ.
+    bool has_content_of(const FIO_FILE_IDENTITY& other) const
     {
         return size == other.size && modified == other.modified && device == other.device &&
-               inode == other.inode;
+               inode == other.inode && owner == other.owner;
+    }
+
+    bool operator==(const FIO_FILE_IDENTITY& other) const
+    {
+        return has_content_of(other) && changed == other.changed;
     }
 };
 
@@ -57,7 +65,8 @@ public:
     static bool create_private_file(const std::string& path);
     static bool create_private_directory(const std::string& path);
 
-    /// The identity of a regular file; nothing when there is no such file.
+    /// The identity of a regular file; nothing when there is no such file, or when it belongs to
+    /// another user than this process's and root, who could change it at any time.
     static std::optional<FIO_FILE_IDENTITY> identity(const std::string& path);
 
     /// Waits until the file can be opened for reading, on platforms where others can lock it.

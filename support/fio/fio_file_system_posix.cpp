@@ -1,9 +1,21 @@
 #include "support/fio/fio_file_system.h"
 
+#include "support/fio/fio_owner_posix.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
+
+namespace
+{
+
+std::int64_t nanoseconds(const struct timespec& time)
+{
+    return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
+}
+
+}
 
 FIO_PATH fio_path(std::string_view utf8)
 {
@@ -64,12 +76,14 @@ bool FIO_FILE_SYSTEM::remove_unless_held(const std::string& path)
 std::optional<FIO_FILE_IDENTITY> FIO_FILE_SYSTEM::identity(const std::string& path)
 {
     struct stat status = {};
-    if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
+    if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode) ||
+        fio_is_of_another_user(status))
         return std::nullopt;
     FIO_FILE_IDENTITY identity;
     identity.size = static_cast<std::uint64_t>(status.st_size);
-    identity.modified =
-        std::int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec;
+    identity.modified = nanoseconds(status.st_mtim);
+    identity.changed = nanoseconds(status.st_ctim);
+    identity.owner = status.st_uid;
     identity.device = status.st_dev;
     identity.inode = status.st_ino;
     return identity;

@@ -189,8 +189,10 @@ std::optional<FIO_FILE_IDENTITY> FIO_FILE_SYSTEM::identity(const std::string& pa
                                           FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                                           nullptr, OPEN_EXISTING, 0, nullptr));
     BY_HANDLE_FILE_INFORMATION information = {};
+    FILE_BASIC_INFO times = {};
     if (file.get() == INVALID_HANDLE_VALUE ||
         ::GetFileInformationByHandle(file.get(), &information) == FALSE ||
+        ::GetFileInformationByHandleEx(file.get(), FileBasicInfo, &times, sizeof times) == FALSE ||
         (information.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
         return std::nullopt;
 
@@ -201,6 +203,7 @@ std::optional<FIO_FILE_IDENTITY> FIO_FILE_SYSTEM::identity(const std::string& pa
     FIO_FILE_IDENTITY identity;
     identity.size = joined(information.nFileSizeHigh, information.nFileSizeLow);
     identity.modified = static_cast<std::int64_t>(ticks);
+    identity.changed = times.ChangeTime.QuadPart;
     identity.device = information.dwVolumeSerialNumber;
     identity.inode = joined(information.nFileIndexHigh, information.nFileIndexLow);
     return identity;

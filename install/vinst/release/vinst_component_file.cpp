@@ -87,8 +87,13 @@ void VINST_COMPONENT_FILE::forget_check()
         m_integrity_checked = false;
 }
 
-void VINST_COMPONENT_FILE::make_installer_executable() const
+void VINST_COMPONENT_FILE::make_installer_executable()
 {
-    if (path().endsWith(".run"))
-        FIO_FILE_SYSTEM::chmod(utf8(path()), 0700);
+    if (!path().endsWith(".run"))
+        return;
+    const bool was_verified = is_verified();
+    FIO_FILE_SYSTEM::chmod(utf8(path()), 0700);
+    const auto file = identity();
+    if (was_verified && file && file->has_content_of(*m_checked_file))
+        m_checked_file = file;
 }

@@ -58,7 +58,7 @@ public:
     void reject();
 
     /// Makes a verified ".run" file executable only by its owner; other files keep their mode.
-    void make_installer_executable() const;
+    void make_installer_executable();
 
 private:
     std::optional<FIO_FILE_IDENTITY> identity() const;

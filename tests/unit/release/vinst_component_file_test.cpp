@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 
 namespace
 {
@@ -111,6 +112,24 @@ TEST_F(ComponentFile, IsNoLongerVerifiedWhenItHasChangedOnDisk)
     EXPECT_TRUE(file.has_passed()) << "it has not been measured yet";
     file.measure();
     EXPECT_FALSE(file.is_checked());
+}
+
+TEST_F(ComponentFile, IsNoLongerVerifiedWhenItsTimeWasSetBack)
+{
+    verify();
+    const auto time = std::filesystem::last_write_time(dir / "one.run");
+    std::fstream(dir / "one.run") << "9876543210";
+    std::filesystem::last_write_time(dir / "one.run", time);
+    EXPECT_FALSE(file.is_verified());
+}
+
+TEST_F(ComponentFile, StaysVerifiedWhenItIsMadeExecutable)
+{
+    verify();
+    file.make_installer_executable();
+    EXPECT_TRUE(file.is_verified());
+    file.measure();
+    EXPECT_TRUE(file.is_checked());
 }
 
 TEST_F(ComponentFile, IsNoLongerVerifiedWhenItIsRemoved)
