@@ -78,7 +78,13 @@ public:
     /// Whether this process may mount one; otherwise a reason to skip a test.
     static bool available();
 
-    explicit TMPFS_DIR(std::uint64_t size);
+    enum class PROGRAMS
+    {
+        allowed,
+        forbidden ///< mounted with "noexec"
+    };
+
+    explicit TMPFS_DIR(std::uint64_t size, PROGRAMS programs = PROGRAMS::allowed);
     ~TMPFS_DIR();
     TMPFS_DIR(const TMPFS_DIR&) = delete;
     TMPFS_DIR& operator=(const TMPFS_DIR&) = delete;

@@ -19,7 +19,7 @@ bool TMPFS_DIR::available()
     return false;
 }
 
-TMPFS_DIR::TMPFS_DIR(std::uint64_t)
+TMPFS_DIR::TMPFS_DIR(std::uint64_t, PROGRAMS)
 {
     throw std::runtime_error("this platform has no file systems in memory");
 }

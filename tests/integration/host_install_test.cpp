@@ -2,6 +2,7 @@
 
 #include "tests/harness/installer_scripts.h"
 #include "tests/harness/stopwatch.h"
+#include "tests/harness/wait_until.h"
 
 namespace
 {
@@ -304,6 +305,36 @@ TEST_F(HostInstall, RefusesADirectoryThatIsNotEmpty)
             "run the installer manually after download.\n");
     }
     EXPECT_EQ(server.request_count(), 0U);
+}
+
+TEST_F(HostInstall, RefusesADirectoryIntoWhichAnotherRunInstalls)
+{
+    builder.component("a").content(hanging_install_script());
+    publish();
+    CHILD_PROCESS first(setup(run_arguments({"--install-dir", installed(), "--accept-eula"})));
+    ASSERT_TRUE(wait_until([this] { return std::filesystem::exists(dir / "inst/install_order"); }))
+        << first.output();
+    // Even if it has chosen the directory before the first run's files appeared in it.
+    std::filesystem::rename(dir / "inst", dir / "aside");
+    run({"--download-dir", host_path(dir / "dl2"), "--install-dir", installed(), "--accept-eula"});
+    EXPECT_TRUE(output_holds("Cannot install into " + installed() + ": another run (process "))
+        << output;
+    EXPECT_EQ(output.find('\n'), output.size() - 1) << output;
+    EXPECT_EQ(server.request_count("/a.run"), 1U);
+}
+
+TEST_F(HostInstall, IsRefusedWhereNoProgramCanBeRun)
+{
+    if (!TMPFS_DIR::available())
+        GTEST_SKIP() << "file systems can't be mounted here";
+    const TMPFS_DIR disk(1024 * 1024, TMPFS_DIR::PROGRAMS::forbidden);
+    builder.component("a").content(install_script());
+    publish();
+    run({"--download-dir", disk.path().string(), "--install-dir", installed(), "--accept-eula"});
+    EXPECT_EQ(output, "The installers cannot be run from " + disk.path().string() +
+                          ", because its file system is mounted with \"noexec\". Choose another "
+                          "download directory.\n");
+    EXPECT_EQ(server.request_count("/a.run"), 0U);
 }
 
 TEST_F(HostInstall, ChecksTheSpaceUnlessItIsBypassed)

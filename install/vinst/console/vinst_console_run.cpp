@@ -8,6 +8,7 @@
 #include "install/vinst/console/vinst_cmdline.h"
 #include "install/vinst/console/vinst_console_view.h"
 #include "install/vinst/download/vinst_downloader_mgr.h"
+#include "install/vinst/download/vinst_install_place.h"
 #include "install/vinst/download/vinst_installation.h"
 #include "install/vinst/download/vinst_retry.h"
 #include "install/vinst/release/vinst_data_space.h"
@@ -25,7 +26,17 @@ bool refuse(const char* id)
     return false;
 }
 
-bool pass_checks(const VINST_OPTIONS& options, bool is_admin)
+bool can_install(VINST_RELEASE& release, VINST_INSTALL_LOCK& lock)
+{
+    QString obstacle = install_obstacle(release);
+    if (obstacle.isEmpty())
+        obstacle = lock.take(release.install_dir());
+    if (!obstacle.isEmpty())
+        report(utf8(obstacle), true);
+    return obstacle.isEmpty();
+}
+
+bool pass_checks(const VINST_OPTIONS& options, bool is_admin, VINST_INSTALL_LOCK& lock)
 {
     VINST_RELEASE& release = *options.release;
     const QString platform = QString::fromStdString(options.platform);
@@ -33,6 +44,10 @@ bool pass_checks(const VINST_OPTIONS& options, bool is_admin)
         return refuse("ERROR_ADMIN_PRIV");
     if (options.auto_install && !is_empty_or_missing_dir(release.install_dir()))
         return refuse("ERROR_INSTALLDIR_IS_NOT_EMPTY");
+    if (options.auto_install && !can_install(release, lock))
+        return false;
+    if (const QString warning = open_download_dir_warning(release); !warning.isEmpty())
+        report(utf8(warning), false);
     if (options.bypass)
         return true;
     if (!has_enough_download_space(release, platform))
@@ -107,7 +122,8 @@ bool download_with_retries(VINST_DOWNLOADER_MGR& manager, VINST_CONSOLE_VIEW& vi
 
 void run_console(VINST_OPTIONS& options, bool is_admin)
 {
-    if (is_to_stop() || !pass_checks(options, is_admin))
+    VINST_INSTALL_LOCK lock;
+    if (is_to_stop() || !pass_checks(options, is_admin, lock))
         return;
 
     VINST_CONSOLE_VIEW view;
