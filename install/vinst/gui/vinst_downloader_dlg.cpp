@@ -28,7 +28,6 @@ namespace
 {
 
 constexpr std::chrono::milliseconds typing_pause{300};
-constexpr std::chrono::milliseconds elapsed_interval{1000};
 
 const QString geometry_key = QStringLiteral("FrameGeometry");
 const QString download_dir_key = QStringLiteral("vinst_downloader_download_dir");
@@ -61,14 +60,10 @@ void set_optional_text(QLabel& label, const QString& text)
 
 }
 
-VINST_DIALOG_HOST VINST_DIALOG_HOST::this_machine()
-{
-    return {host_platform(), has_admin_rights(), ::query_volume};
-}
-
 VINST_DOWNLOADER_DLG::VINST_DOWNLOADER_DLG(VINST_RELEASE& release, VINST_DIALOG_HOST host)
     : m_release(release), m_host(std::move(host)), m_ui(new Ui::VINST_DOWNLOADER_DLG),
       m_settings_key(program_title()), m_manager(release, *this),
+      m_job(release, m_manager, m_host, *this),
       m_settings_dlg(new VINST_SETTINGS_DLG(release, this)),
       m_log_viewer_dlg(new VINST_LOG_VIEWER_DLG(this)), m_platform(m_settings_dlg->platform()),
       m_stop_subscription(
@@ -82,7 +77,6 @@ VINST_DOWNLOADER_DLG::VINST_DOWNLOADER_DLG(VINST_RELEASE& release, VINST_DIALOG_
     setWindowIcon(afcq_get_icon(afcq_window_icon));
     m_directory_timer.setSingleShot(true);
     m_directory_timer.setInterval(typing_pause);
-    m_elapsed_timer.setInterval(elapsed_interval);
 
     m_no_description = m_ui->m_description_label->text();
     set_up_header();
@@ -131,7 +125,6 @@ void VINST_DOWNLOADER_DLG::set_up_connections()
                 hand_components_to_manager();
                 update_space_labels();
             });
-    connect(&m_elapsed_timer, &QTimer::timeout, this, &VINST_DOWNLOADER_DLG::show_elapsed_time);
 
     connect(m_ui->m_install_options_groupbox, &QGroupBox::clicked, this,
             &VINST_DOWNLOADER_DLG::apply_auto_install_choice);
@@ -303,34 +296,6 @@ bool VINST_DOWNLOADER_DLG::auto_installs() const
     return m_ui->m_install_options_groupbox->isChecked();
 }
 
-void VINST_DOWNLOADER_DLG::enter_busy_state()
-{
-    m_is_busy = true;
-    m_ui->m_download_treeview->set_editable(false);
-    m_ui->m_settings_button->setEnabled(false);
-    m_ui->m_download_button->setEnabled(false);
-    m_ui->m_stop_button->setEnabled(true);
-    m_ui->m_close_button->setEnabled(false);
-    m_ui->m_download_dir_line_edit->setEnabled(false);
-    m_ui->m_install_options_groupbox->setEnabled(false);
-    update_licence_link();
-    m_ui->m_stop_button->setFocus();
-}
-
-void VINST_DOWNLOADER_DLG::return_to_idle()
-{
-    m_is_busy = false;
-    m_ui->m_download_treeview->set_editable(true);
-    m_ui->m_settings_button->setEnabled(true);
-    m_ui->m_download_button->setEnabled(true);
-    m_ui->m_close_button->setEnabled(true);
-    m_ui->m_download_dir_line_edit->setEnabled(true);
-    apply_auto_install_availability();
-    if (m_ui->m_stop_button->hasFocus() || std::exchange(m_stop_had_focus, false))
-        m_ui->m_download_button->setFocus();
-    m_ui->m_stop_button->setEnabled(false);
-}
-
 void VINST_DOWNLOADER_DLG::show_settings()
 {
     exec_modal(*m_settings_dlg);
@@ -397,38 +362,4 @@ void VINST_DOWNLOADER_DLG::changeEvent(QEvent* event)
     AFCQ_DIALOG::changeEvent(event);
     if (event->type() == QEvent::PaletteChange && m_ui != nullptr)
         update_label_grounds();
-}
-
-void VINST_DOWNLOADER_DLG::show_status(const QString& text)
-{
-    m_ui->m_download_message_label->setText(text);
-    m_ui->m_download_message_label->setStyleSheet(status_style(text));
-}
-
-void VINST_DOWNLOADER_DLG::show_integrity(VINST_COMPONENT* component, VINST_INTEGRITY_STATE state)
-{
-    m_ui->m_download_treeview->show_integrity(component, state);
-}
-
-void VINST_DOWNLOADER_DLG::show_percentage(VINST_COMPONENT* component, quint64 percent)
-{
-    m_ui->m_download_treeview->show_percentage(component, percent);
-}
-
-void VINST_DOWNLOADER_DLG::show_overall(const QString& text, quint64 percent)
-{
-    m_ui->m_total_size_downloaded_label->setText(downloaded_label(text, percent));
-    m_ui->m_total_download_progress_bar->setValue(
-        static_cast<int>(std::min<quint64>(percent, 100)));
-}
-
-void VINST_DOWNLOADER_DLG::show_speed(const QString& text)
-{
-    m_ui->m_avg_download_speed_label->setText(speed_label(text));
-}
-
-void VINST_DOWNLOADER_DLG::show_time_remaining(const QString& text)
-{
-    m_remaining_text = text;
-    show_elapsed_time();
 }

@@ -3,16 +3,14 @@
 #include "install/vinst/base/vinst_stop.h"
 #include "install/vinst/download/vinst_downloader_mgr.h"
 #include "install/vinst/download/vinst_downloader_view.h"
-#include "install/vinst/release/vinst_data_space.h"
+#include "install/vinst/gui/vinst_dialog_host.h"
+#include "install/vinst/gui/vinst_download_job.h"
 #include "support/afcq/afcq_dialog.h"
 #include "support/cfgq/cfgq_registry_key.h"
 #include "support/thr/thr_sleep.h"
 
-#include <QElapsedTimer>
 #include <QTimer>
 
-#include <chrono>
-#include <functional>
 #include <memory>
 
 class QAbstractButton;
@@ -24,19 +22,11 @@ namespace Ui
 class VINST_DOWNLOADER_DLG;
 }
 
-/// What the main dialog needs to know about the machine; replaceable in tests.
-struct VINST_DIALOG_HOST
-{
-    QString platform; ///< of this machine
-    bool is_admin = false;
-    VINST_VOLUME_QUERY query_volume;
-
-    static VINST_DIALOG_HOST this_machine();
-};
-
 /// The main window of graphical mode: shows the components of a release, sets their directories,
-/// and runs the job that downloads and installs them.
-class VINST_DOWNLOADER_DLG final : public AFCQ_DIALOG, private VINST_DOWNLOADER_VIEW
+/// and starts and stops the job that downloads and installs them.
+class VINST_DOWNLOADER_DLG final : public AFCQ_DIALOG,
+                                   private VINST_DOWNLOADER_VIEW,
+                                   private VINST_JOB_WINDOW
 {
     Q_OBJECT
 
@@ -69,13 +59,21 @@ protected:
     void changeEvent(QEvent* event) override;
 
 private:
-    // Reports from the manager.
+    // Reports from the manager and from the job.
     void show_status(const QString& text) override;
+
+    // Reports from the manager.
     void show_integrity(VINST_COMPONENT* component, VINST_INTEGRITY_STATE state) override;
     void show_percentage(VINST_COMPONENT* component, quint64 percent) override;
     void show_overall(const QString& text, quint64 percent) override;
     void show_speed(const QString& text) override;
     void show_time_remaining(const QString& text) override;
+
+    // For the job.
+    void show_time(const QString& text) override;
+    bool ask(const QString& title, const std::string& text, bool is_warning) override;
+    void drop_auto_install() override;
+    void accept_licence() override;
 
     void set_up_header();
     void set_up_connections();
@@ -102,46 +100,21 @@ private:
     void enter_busy_state();
     void return_to_idle();
     bool auto_installs() const;
-
-    // The job; see vinst_downloader_dlg_run.cpp.
-    struct REPORT
-    {
-        QString text;
-        bool is_error = false;
-        bool is_markup = false; ///< written by the program; otherwise plain text
-    };
-    REPORT run_job();
-    bool prepare();
-    bool resolve_missing_rights();
-    bool obtain_licence();
-    bool prepare_download_dir();
-    bool check_install_dir();
-    bool confirm(const QString& title, const char* message_id, bool is_warning);
-    bool refuse(const std::string& text);
-    bool establish_connection();
-    bool download_with_retries(REPORT& report);
-    bool wait_for_retry(int attempt, std::chrono::seconds wait);
-    REPORT retries_exhausted();
-    REPORT install_components();
-    void show_elapsed_time();
-    void show(const REPORT& report);
+    VINST_JOB_CHOICES choices() const;
 
     VINST_RELEASE& m_release;
     const VINST_DIALOG_HOST m_host;
     std::unique_ptr<Ui::VINST_DOWNLOADER_DLG> m_ui;
     CFGQ_REGISTRY_KEY m_settings_key;
     VINST_DOWNLOADER_MGR m_manager;
+    VINST_DOWNLOAD_JOB m_job;
     VINST_SETTINGS_DLG* m_settings_dlg;     ///< owned by this dialog
     VINST_LOG_VIEWER_DLG* m_log_viewer_dlg; ///< the same
     QString m_platform;                     ///< selected by the user
     bool m_is_busy = false; ///< a job is on the stack, even while it unwinds after a stop
     bool m_stop_had_focus = false;
     bool m_never_ask_feedback = false;
-    double m_download_seconds = 0; ///< of the job's finished attempts
-    QString m_remaining_text;
-    QString m_no_description;      ///< shown until the user selects a row
-    QElapsedTimer m_attempt_clock; ///< valid while an attempt runs
-    QTimer m_elapsed_timer;
+    QString m_no_description; ///< shown until the user selects a row
     QTimer m_directory_timer; ///< delays the update while the user types in a directory field
     THR_STOP_SUBSCRIPTION m_stop_subscription; ///< destroyed first: it calls this dialog
 };

@@ -1,0 +1,9 @@
+#include "install/vinst/gui/vinst_dialog_host.h"
+
+#include "install/vinst/base/vinst_platform.h"
+#include "install/vinst/base/vinst_utils.h"
+
+VINST_DIALOG_HOST VINST_DIALOG_HOST::this_machine()
+{
+    return {host_platform(), has_admin_rights(), ::query_volume};
+}

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "install/vinst/release/vinst_data_space.h"
+
+#include <QString>
+
+/// What the main dialog and its job need to know about the machine; replaceable in tests.
+struct VINST_DIALOG_HOST
+{
+    QString platform; ///< of this machine
+    bool is_admin = false;
+    VINST_VOLUME_QUERY query_volume;
+
+    static VINST_DIALOG_HOST this_machine();
+};

@@ -1,0 +1,240 @@
+#include "install/vinst/gui/vinst_download_job.h"
+
+#include "install/vinst/base/vinst_messages.h"
+#include "install/vinst/base/vinst_stop.h"
+#include "install/vinst/base/vinst_text.h"
+#include "install/vinst/base/vinst_utils.h"
+#include "install/vinst/download/vinst_downloader_mgr.h"
+#include "install/vinst/download/vinst_installation.h"
+#include "install/vinst/download/vinst_retry.h"
+#include "install/vinst/gui/vinst_dialog_host.h"
+#include "install/vinst/gui/vinst_downloader_dlg_rules.h"
+#include "install/vinst/gui/vinst_message_box.h"
+
+#include <QCoreApplication>
+#include <QDir>
+
+using namespace std::chrono_literals;
+
+namespace
+{
+
+constexpr std::chrono::milliseconds time_update_interval{1000};
+
+bool refuse(const std::string& text)
+{
+    show_message_box(text, true);
+    return false;
+}
+
+double elapsed_seconds(const QElapsedTimer& clock)
+{
+    return static_cast<double>(clock.elapsed()) / 1000;
+}
+
+}
+
+VINST_DOWNLOAD_JOB::VINST_DOWNLOAD_JOB(VINST_RELEASE& release, VINST_DOWNLOADER_MGR& manager,
+                                       const VINST_DIALOG_HOST& host, VINST_JOB_WINDOW& window)
+    : m_release(release), m_manager(manager), m_host(host), m_window(window)
+{
+    m_time_updates.setInterval(time_update_interval);
+    QObject::connect(&m_time_updates, &QTimer::timeout, &m_time_updates, [this] { show_time(); });
+}
+
+VINST_JOB_REPORT VINST_DOWNLOAD_JOB::run(const VINST_JOB_CHOICES& choices)
+{
+    m_choices = choices;
+    begin_stoppable_work();
+    const VINST_JOB_REPORT report = run_steps();
+    m_time_updates.stop();
+    return report;
+}
+
+void VINST_DOWNLOAD_JOB::show_time_remaining(const QString& text)
+{
+    m_remaining_text = text;
+    show_time();
+}
+
+VINST_JOB_REPORT VINST_DOWNLOAD_JOB::run_steps()
+{
+    if (!prepare() || !establish_connection())
+        return {};
+    m_download_seconds = 0;
+    m_time_updates.start();
+    VINST_JOB_REPORT report;
+    if (!download_with_retries(report))
+        return report;
+    if (!m_choices.auto_install)
+        return {download_report(static_cast<int>(m_manager.passed_components().size())), false,
+                true};
+    return install_components();
+}
+
+bool VINST_DOWNLOAD_JOB::prepare()
+{
+    return resolve_missing_rights() && obtain_licence() && prepare_download_dir() &&
+           check_install_dir();
+}
+
+bool VINST_DOWNLOAD_JOB::resolve_missing_rights()
+{
+    if (!m_choices.auto_install || m_host.is_admin)
+        return true;
+    if (!confirm("Proceed without installation?", "ERROR_NOT_ADMIN_CANT_INSTALL", true))
+        return false;
+    m_choices.auto_install = false;
+    m_window.drop_auto_install();
+    return true;
+}
+
+bool VINST_DOWNLOAD_JOB::obtain_licence()
+{
+    if (!m_choices.auto_install || m_choices.agrees_to_licence)
+        return true;
+    if (!confirm("Accept License Agreement?", "ERROR_AGREE_EULA_GUI", false))
+        return false;
+    m_window.accept_licence();
+    return true;
+}
+
+bool VINST_DOWNLOAD_JOB::prepare_download_dir()
+{
+    const QString& dir = m_choices.download_dir;
+    std::string error;
+    if (!validate_download_path(dir, error))
+        return refuse(error);
+    if (!QDir().mkpath(QDir(dir).absolutePath()))
+        return refuse(message("ERROR_CREATE_DIRECTORY", "Download"));
+    return has_enough_download_space(m_release, m_choices.platform, m_host.query_volume) ||
+           confirm("Insufficient Disk Space", "WARNING_INSUFFICIENT_DOWNLOADDIR_DISK_SPACE", true);
+}
+
+bool VINST_DOWNLOAD_JOB::check_install_dir()
+{
+    if (!m_choices.auto_install)
+        return true;
+    const QString& dir = m_choices.install_dir;
+    std::string error;
+    if (!validate_install_path(dir, error, m_host.platform))
+        return refuse(error);
+    if (!is_empty_or_missing_dir(dir))
+        return refuse(message("ERROR_INSTALLDIR_IS_NOT_EMPTY"));
+    return has_enough_install_space(m_release, m_choices.platform, m_host.query_volume) ||
+           confirm("Insufficient Disk Space", "WARNING_INSUFFICIENT_INSTALLDIR_DISK_SPACE", true);
+}
+
+bool VINST_DOWNLOAD_JOB::confirm(const QString& title, const char* message_id, bool is_warning)
+{
+    // A stop may be requested while the question is shown.
+    return !is_to_stop() && m_window.ask(title, message(message_id), is_warning) && !is_to_stop();
+}
+
+bool VINST_DOWNLOAD_JOB::establish_connection()
+{
+    m_window.show_status(QStringLiteral("Establishing a connection..."));
+    QCoreApplication::processEvents();
+    if (is_to_stop())
+        return false;
+    const VINST_CONNECTION_RESULT result = m_manager.test_download(m_choices.proxy);
+    if (is_to_stop())
+        return false;
+    if (result.works)
+        return true;
+    m_window.show_status(QStringLiteral("Download failed"));
+    return refuse(result.error);
+}
+
+bool VINST_DOWNLOAD_JOB::download_with_retries(VINST_JOB_REPORT& report)
+{
+    QElapsedTimer since_start;
+    since_start.start();
+    for (int attempt = 1;; ++attempt)
+    {
+        download_once();
+        if (is_to_stop())
+            return false;
+        if (m_manager.failed_components().empty())
+            return true;
+
+        const VINST_RETRY_DECISION decision = decide_retry(
+            attempt, std::chrono::nanoseconds(since_start.nsecsElapsed()), m_choices.retry_duration,
+            m_manager.write_error() || m_manager.not_found_error());
+        switch (decision.action)
+        {
+        case VINST_RETRY_DECISION::ACTION::give_up_on_error:
+            report = {m_manager.lasting_error_texts().join('\n'), true, false};
+            m_window.show_status(m_manager.lasting_error_texts().join(' '));
+            return false;
+        case VINST_RETRY_DECISION::ACTION::give_up_on_time:
+            report = retries_exhausted();
+            return false;
+        case VINST_RETRY_DECISION::ACTION::retry:
+            break;
+        }
+        if (!wait_for_retry(attempt, decision.wait))
+            return false;
+    }
+}
+
+void VINST_DOWNLOAD_JOB::download_once()
+{
+    m_attempt_clock.start();
+    m_manager.download(m_choices.parallel_downloads);
+    m_download_seconds += elapsed_seconds(m_attempt_clock);
+    m_attempt_clock.invalidate();
+    show_time();
+}
+
+bool VINST_DOWNLOAD_JOB::wait_for_retry(int attempt, std::chrono::seconds wait)
+{
+    run_log().info("%s", utf8(retry_status(attempt, wait)));
+    for (std::chrono::seconds left = wait; left > 0s; left -= 1s)
+    {
+        m_window.show_status(retry_status(attempt, left));
+        if (!wait_unless_stopped(1s))
+            return false;
+    }
+    return true;
+}
+
+VINST_JOB_REPORT VINST_DOWNLOAD_JOB::retries_exhausted()
+{
+    const QString status =
+        QStringLiteral("Download failed. Exceeded retry limit. Process aborted.");
+    m_window.show_status(status);
+    run_log().info("%s", utf8(status));
+    QStringList names;
+    for (const VINST_COMPONENT* component : m_manager.failed_components())
+        names.append(component->display_name());
+    return {failed_components_text(names, m_manager.error_text()), true, false};
+}
+
+VINST_JOB_REPORT VINST_DOWNLOAD_JOB::install_components()
+{
+    m_window.show_status(QStringLiteral("Installing the selected components, please wait..."));
+    QElapsedTimer clock;
+    clock.start();
+    const VINST_INSTALL_OUTCOME outcome = m_manager.install();
+    const QString status = install_status(outcome, elapsed_seconds(clock));
+    m_window.show_status(status);
+    for (const QString& line : outcome.not_installed)
+        run_log().info("%s", utf8(line));
+    run_log().info("%s", utf8(status));
+    return {install_report(outcome), outcome.result != VINST_INSTALL_OUTCOME::RESULT::installed,
+            true};
+}
+
+void VINST_DOWNLOAD_JOB::show_time()
+{
+    if (!m_remaining_text.isEmpty())
+    {
+        m_window.show_time(m_remaining_text);
+        return;
+    }
+    double seconds = m_download_seconds;
+    if (m_attempt_clock.isValid())
+        seconds += elapsed_seconds(m_attempt_clock);
+    m_window.show_time(seconds > 0 ? "Total download time: " + format_elapsed(seconds) : QString());
+}

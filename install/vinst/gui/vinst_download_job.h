@@ -1,0 +1,103 @@
+#pragma once
+
+#include "install/vinst/download/vinst_connection_test.h"
+
+#include <QElapsedTimer>
+#include <QString>
+#include <QTimer>
+
+#include <chrono>
+#include <string>
+
+class VINST_DOWNLOADER_MGR;
+class VINST_RELEASE;
+struct VINST_DIALOG_HOST;
+
+/// What the user has chosen for a job. The window does not let the user change it while the job
+/// runs.
+struct VINST_JOB_CHOICES
+{
+    QString platform;
+    QString download_dir;
+    QString install_dir;
+    bool auto_install = false;
+    bool agrees_to_licence = false;
+    VINST_PROXY_SETTINGS proxy;
+    int parallel_downloads = 0;
+    std::chrono::minutes retry_duration{0};
+};
+
+/// What is shown in a message box at the end of a job; nothing when the text is empty.
+struct VINST_JOB_REPORT
+{
+    QString text;
+    bool is_error = false;
+    bool is_markup = false; ///< written by the program; otherwise plain text
+};
+
+/// What a job needs from the window that shows it.
+class VINST_JOB_WINDOW
+{
+public:
+    VINST_JOB_WINDOW() = default;
+    VINST_JOB_WINDOW(const VINST_JOB_WINDOW&) = delete;
+    VINST_JOB_WINDOW& operator=(const VINST_JOB_WINDOW&) = delete;
+
+    virtual void show_status(const QString& text) = 0;
+    /// The remaining time, or how long the download has taken.
+    virtual void show_time(const QString& text) = 0;
+
+    /// Asks a question in a modal box. \return whether the user answered yes
+    virtual bool ask(const QString& title, const std::string& text, bool is_warning) = 0;
+    /// The user continues without installation.
+    virtual void drop_auto_install() = 0;
+    virtual void accept_licence() = 0;
+
+protected:
+    ~VINST_JOB_WINDOW() = default;
+};
+
+/// Downloads the manager's components with retries and installs them, while the window shows how
+/// far it is. Lives on the main thread, where it processes events while it waits. Each wait ends
+/// when a stop is requested.
+class VINST_DOWNLOAD_JOB
+{
+public:
+    VINST_DOWNLOAD_JOB(VINST_RELEASE& release, VINST_DOWNLOADER_MGR& manager,
+                       const VINST_DIALOG_HOST& host, VINST_JOB_WINDOW& window);
+
+    /// Runs to the end, or until it is stopped.
+    VINST_JOB_REPORT run(const VINST_JOB_CHOICES& choices);
+
+    /// Shows the estimate of the manager. While it is empty, the elapsed time is shown instead.
+    void show_time_remaining(const QString& text);
+
+private:
+    VINST_JOB_REPORT run_steps();
+
+    // Before the download. \return whether the job continues
+    bool prepare();
+    bool resolve_missing_rights();
+    bool obtain_licence();
+    bool prepare_download_dir();
+    bool check_install_dir();
+    bool confirm(const QString& title, const char* message_id, bool is_warning);
+    bool establish_connection();
+
+    bool download_with_retries(VINST_JOB_REPORT& report);
+    void download_once();
+    bool wait_for_retry(int attempt, std::chrono::seconds wait);
+    VINST_JOB_REPORT retries_exhausted();
+    VINST_JOB_REPORT install_components();
+    void show_time();
+
+    VINST_RELEASE& m_release;
+    VINST_DOWNLOADER_MGR& m_manager;
+    const VINST_DIALOG_HOST& m_host;
+    VINST_JOB_WINDOW& m_window;
+    VINST_JOB_CHOICES m_choices;
+    QString m_remaining_text;
+    double m_download_seconds = 0; ///< of the job's finished attempts
+    QElapsedTimer m_attempt_clock; ///< valid while an attempt runs
+    QTimer m_time_updates;         ///< active while a job downloads or installs
+};
