@@ -2,8 +2,6 @@
 
 #include <QString>
 
-#include <functional>
-
 class QWidget;
 
 /// The desktop's native dialog for choosing a directory.
@@ -16,10 +14,6 @@ public:
     /// \param start  the initial directory
     /// \return empty when the user cancels
     QString get_existing_directory(const QString& start) const;
-
-    /// For tests: replaces the dialog by a function. An empty function restores the dialog.
-    using ANSWER = std::function<QString(const QString& start)>;
-    static void answer_with(ANSWER answer);
 
 private:
     QWidget* m_parent;

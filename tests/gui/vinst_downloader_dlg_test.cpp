@@ -6,7 +6,6 @@
 #include "install/vinst/gui/vinst_log_viewer_dlg.h"
 #include "install/vinst/gui/vinst_settings_dlg.h"
 #include "support/afcq/afcq_line_edit_browse_button.h"
-#include "support/afcq/afcq_native_file_dlg.h"
 
 #include <QLayout>
 #include <QRadioButton>
@@ -20,8 +19,6 @@ namespace
 class Dialog : public DownloaderDlgTest
 {
 protected:
-    ~Dialog() override { AFCQ_NATIVE_FILE_DLG::answer_with({}); }
-
     /// Changes the platform in the settings dialog, and presses the button with that text.
     void choose_platform(const char* radio_button, const char* end_button)
     {
@@ -409,21 +406,21 @@ TEST_F(Dialog, ForgetsDeselectedFilesOfAnotherDirectory)
 TEST_F(Dialog, UsesADirectoryThatTheUserBrowsesFor)
 {
     builder.component("one");
-    open();
     QString start;
-    AFCQ_NATIVE_FILE_DLG::answer_with(
-        [&](const QString& from)
-        {
-            start = from;
-            return QString("/chosen/dir");
-        });
+    QString answer = "/chosen/dir";
+    host.choose_directory = [&](QWidget*, const QString& from)
+    {
+        start = from;
+        return answer;
+    };
+    open();
     auto* const browse =
         find<QWidget>("m_download_dir_line_edit").findChild<QToolButton*>("m_browse_button");
     QTest::mouseClick(browse, Qt::LeftButton);
     EXPECT_EQ(start, path("dl"));
     EXPECT_EQ(line("m_download_dir_line_edit").text(), native(QStringLiteral("/chosen/dir")));
     EXPECT_EQ(line("m_install_dir_line_edit").text(), path("inst"));
-    AFCQ_NATIVE_FILE_DLG::answer_with([](const QString&) { return QString(); });
+    answer.clear();
     QTest::mouseClick(browse, Qt::LeftButton);
     EXPECT_EQ(line("m_download_dir_line_edit").text(), native(QStringLiteral("/chosen/dir")));
 }

@@ -180,7 +180,7 @@ public:
         : m_photographer(photographer), m_made_up(home.filePath("release").toStdString()),
           m_release(m_made_up.load()),
           m_download_dir(m_release->default_download_dir().toStdString()),
-          m_dialog(*m_release, {"linux", true, made_up_volume})
+          m_dialog(*m_release, {"linux", true, made_up_volume, {}})
     {
         std::filesystem::create_directories(m_download_dir);
     }

@@ -4,12 +4,18 @@
 
 #include <QString>
 
+#include <functional>
+
+class QWidget;
+
 /// What the main dialog and its job need to know about the machine; replaceable in tests.
 struct VINST_DIALOG_HOST
 {
     QString platform; ///< of this machine
     bool is_admin = false;
     VINST_VOLUME_QUERY query_volume;
+    /// Asks the user for an existing directory; empty when cancelled.
+    std::function<QString(QWidget* parent, const QString& start)> choose_directory;
 
     static VINST_DIALOG_HOST this_machine();
 };

@@ -13,7 +13,6 @@
 #include "install/vinst/gui/vinst_modal_dialogs.h"
 #include "install/vinst/gui/vinst_settings_dlg.h"
 #include "support/afcq/afcq_images.h"
-#include "support/afcq/afcq_native_file_dlg.h"
 #include "support/afcq/afcq_style.h"
 #include "ui_vinst_downloader_dlg.h"
 
@@ -324,7 +323,7 @@ void VINST_DOWNLOADER_DLG::browse_clicked()
     auto* const edit = qobject_cast<AFCQ_LINE_EDIT_BROWSE_BUTTON*>(sender());
     if (edit == nullptr || is_shutting_down())
         return;
-    const QString dir = AFCQ_NATIVE_FILE_DLG(this).get_existing_directory(edit->text());
+    const QString dir = m_host.choose_directory(this, edit->text());
     if (!dir.isEmpty())
         edit->set_text(QDir::toNativeSeparators(dir));
 }
