@@ -1,5 +1,5 @@
 #include "support/thr/thr_sleep.h"
-#include "tests/gui/downloader_dlg_fixture.h"
+#include "tests/gui/downloader_dlg_run_fixture.h"
 
 #include <QMenu>
 #include <QSpinBox>
@@ -12,17 +12,6 @@ class DialogExit : public DownloaderDlgRunTest
 {
 protected:
     DialogExit() { store("vinst_never_ask_feedback", false); }
-
-    /// A component whose file exists and takes many seconds to check.
-    void open_with_long_check()
-    {
-        constexpr std::uint64_t size = 8ULL << 30;
-        builder.component("one").raw_key("size", std::to_string(size));
-        write_file(dir / "dl/one.run", "");
-        std::filesystem::resize_file(dir / "dl/one.run", size); // a hole
-        open_during_checks();
-        server.serve("/one.run", SERVED_BODY::of_pattern(size));
-    }
 
     void stop_process_when(std::function<bool()> condition)
     {

@@ -1,5 +1,8 @@
-#include "tests/gui/downloader_dlg_fixture.h"
+#include "tests/gui/downloader_dlg_run_fixture.h"
 #include "tests/harness/processor_time.h"
+
+#include <QCheckBox>
+#include <QProgressBar>
 
 namespace
 {

@@ -1,6 +1,8 @@
 #include "tests/gui/downloader_dlg_fixture.h"
+#include "tests/harness/stop_request.h"
 #include "tests/harness/tested_host.h"
 
+#include <QCheckBox>
 #include <QScreen>
 
 namespace

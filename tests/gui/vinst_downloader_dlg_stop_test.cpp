@@ -1,4 +1,4 @@
-#include "tests/gui/downloader_dlg_fixture.h"
+#include "tests/gui/downloader_dlg_run_fixture.h"
 
 namespace
 {
@@ -10,17 +10,6 @@ const QString closing_refused = "Download is currently in progress. Stop the dow
 class DialogStop : public DownloaderDlgRunTest
 {
 protected:
-    /// A component whose file exists and takes many seconds to check.
-    void open_with_long_check()
-    {
-        constexpr std::uint64_t size = 8ULL << 30;
-        builder.component("one").raw_key("size", std::to_string(size));
-        write_file(dir / "dl/one.run", "");
-        std::filesystem::resize_file(dir / "dl/one.run", size); // a hole
-        open_during_checks();
-        server.serve("/one.run", SERVED_BODY::of_pattern(size));
-    }
-
     void open_with_long_installation()
     {
         builder.component("one").content("#!/bin/sh\necho > '" + (dir / "running").string() +

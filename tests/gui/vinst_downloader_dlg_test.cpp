@@ -1,5 +1,6 @@
 #include "tests/gui/browser.h"
 #include "tests/gui/downloader_dlg_fixture.h"
+#include "tests/harness/stop_request.h"
 #include "tests/harness/tested_host.h"
 
 #include "install/vinst/gui/vinst_downloader_treeview_model.h"
@@ -7,7 +8,11 @@
 #include "install/vinst/gui/vinst_settings_dlg.h"
 #include "support/afcq/afcq_line_edit_browse_button.h"
 
+#include <QCheckBox>
+#include <QCoreApplication>
+#include <QDir>
 #include <QLayout>
+#include <QProgressBar>
 #include <QRadioButton>
 #include <QSignalSpy>
 #include <QToolButton>

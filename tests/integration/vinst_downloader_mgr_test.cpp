@@ -1,4 +1,5 @@
 #include "tests/integration/manager_fixture.h"
+#include "tests/integration/recording_view.h"
 
 #include "install/vinst/console/vinst_console_view.h"
 #include "support/curl/curl_progress_data.h"

@@ -2,6 +2,7 @@
 
 #include "install/vinst/download/vinst_file_check.h"
 #include "tests/integration/manager_fixture.h"
+#include "tests/integration/recording_view.h"
 
 #include <regex>
 

@@ -1,4 +1,5 @@
 #include "tests/integration/manager_fixture.h"
+#include "tests/integration/recording_view.h"
 
 #include <QElapsedTimer>
 
