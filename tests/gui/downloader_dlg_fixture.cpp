@@ -1,6 +1,7 @@
 #include "tests/gui/downloader_dlg_fixture.h"
 
 #include "install/vinst/release/vinst_parser.h"
+#include "tests/harness/run_files.h"
 #include "tests/harness/stop_request.h"
 
 #include <QCheckBox>
@@ -99,9 +100,7 @@ void DownloaderDlgTest::when(std::function<bool()> condition, std::function<void
 
 std::uintmax_t DownloaderDlgTest::size_of(const std::string& name) const
 {
-    std::error_code error;
-    const std::uintmax_t size = std::filesystem::file_size(dir / name, error);
-    return error ? 0 : size;
+    return size_of_file(dir / name);
 }
 
 void DownloaderDlgTest::store(const QString& key, const QVariant& value)

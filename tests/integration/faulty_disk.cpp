@@ -1,11 +1,11 @@
 #include "tests/integration/faulty_disk.h"
 
+#include "tests/harness/wait_until.h"
+
 #include <atomic>
 #include <cerrno>
-#include <chrono>
 #include <sys/stat.h>
 #include <sys/syscall.h>
-#include <thread>
 #include <unistd.h>
 
 namespace
@@ -24,9 +24,8 @@ extern "C" __attribute__((visibility("default"))) int fdatasync(int descriptor)
     struct stat status = {};
     ::fstat(descriptor, &status);
     ++(S_ISDIR(status.st_mode) ? directories : files);
-    while (is_never_ready)
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    if (has_io_errors)
+    const bool is_ready = wait_until([] { return !is_never_ready; });
+    if (!is_ready || has_io_errors)
     {
         errno = EIO;
         return -1;

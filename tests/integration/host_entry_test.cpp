@@ -18,14 +18,7 @@ protected:
         return text;
     }
 
-    std::vector<std::string> temporary_logs() const
-    {
-        std::vector<std::string> names;
-        for (const std::string& name : list_tree(dir / "tmp"))
-            if (name.find("vinst_") == 0)
-                names.push_back(name);
-        return names;
-    }
+    std::vector<std::string> temporary_logs() const { return temporary_files_in(dir / "tmp"); }
 };
 
 }

@@ -3,6 +3,7 @@
 #include "tests/harness/child_process.h"
 #include "tests/harness/fault_server.h"
 #include "tests/harness/release_builder.h"
+#include "tests/harness/run_files.h"
 #include "tests/harness/temp_dir.h"
 #include "tests/harness/tested_host.h"
 #include "tests/integration/host_setup.h"
@@ -85,6 +86,21 @@ protected:
 
     std::string log_path() const { return (dir / "dl/vinst-5.2.0.31-pro.log").string(); }
     std::string log() const { return with_plain_line_ends(read_file(log_path())); }
+
+    /// Whether the log, which is moved at the end of a run, or another temporary file holds a text.
+    bool temporary_log_holds(const std::string& text) const
+    {
+        return any_file_holds(dir / "tmp", text);
+    }
+    void expect_nothing_left_behind() const
+    {
+        EXPECT_EQ(temporary_files_in(dir / "tmp"), std::vector<std::string>{});
+    }
+    void expect_log_kept() const
+    {
+        EXPECT_TRUE(std::filesystem::exists(log_path()));
+        expect_nothing_left_behind();
+    }
 
     bool output_holds(const std::string& text) const
     {

@@ -1,15 +1,13 @@
 #include "tests/integration/host_fixture.h"
 
 #include "tests/harness/installer_scripts.h"
+#include "tests/harness/run_files.h"
 #include "tests/harness/stopwatch.h"
 #include "tests/harness/unanswering_port.h"
 #include "tests/harness/wait_until.h"
 
 #include <csignal>
-#include <fstream>
-#include <iterator>
 #include <random>
-#include <system_error>
 
 namespace
 {
@@ -72,36 +70,8 @@ protected:
             ::kill(-installer(), SIGKILL);
     }
 
-    std::uintmax_t size_of(const std::string& name) const
-    {
-        std::error_code error;
-        const std::uintmax_t size = std::filesystem::file_size(dir / name, error);
-        return error ? 0 : size;
-    }
-
+    std::uintmax_t size_of(const std::string& name) const { return size_of_file(dir / name); }
     bool exists(const std::string& name) const { return std::filesystem::exists(dir / name); }
-
-    /// An installer's output is in a file there, too, which can vanish at any moment.
-    bool temporary_log_holds(const std::string& text) const
-    {
-        for (const std::string& name : list_tree(dir / "tmp"))
-        {
-            if (name.back() == '/')
-                continue;
-            std::ifstream file(dir / "tmp" / name);
-            const std::string held{std::istreambuf_iterator<char>(file), {}};
-            if (held.find(text) != std::string::npos)
-                return true;
-        }
-        return false;
-    }
-
-    void expect_log_kept() const
-    {
-        EXPECT_TRUE(std::filesystem::exists(log_path()));
-        for (const std::string& name : list_tree(dir / "tmp"))
-            EXPECT_NE(name.find("vinst_"), 0U) << name << " was left behind";
-    }
 };
 
 }
@@ -158,8 +128,7 @@ TEST_F(HostSignals, EndTheHostDuringStartup)
         // The signal is sent at a random moment of the startup.
         EXPECT_FALSE(child.wait(std::chrono::milliseconds(delay(random))));
         expect_orderly_end(child, i % 2 == 0 ? SIGTERM : SIGINT);
-        for (const std::string& name : list_tree(dir / "tmp"))
-            EXPECT_NE(name.find("vinst_"), 0U) << name << " was left behind in round " << i;
+        expect_nothing_left_behind();
     }
     EXPECT_FALSE(exists("dl/one.run"));
 }

@@ -4,7 +4,6 @@
 #include "tests/harness/wait_until.h"
 
 #include <csignal>
-#include <system_error>
 #include <thread>
 
 namespace
@@ -23,13 +22,7 @@ protected:
 
     void wait_for_bytes(const std::string& name, std::uintmax_t count) const
     {
-        const auto holds_them = [path = dir / name, count]
-        {
-            std::error_code error;
-            const std::uintmax_t size = std::filesystem::file_size(path, error);
-            return !error && size >= count;
-        };
-        ASSERT_TRUE(wait_until(holds_them));
+        ASSERT_TRUE(wait_until([&] { return size_of_file(dir / name) >= count; }));
     }
 
     void expect_end_by_control_c(CHILD_PROCESS& child)

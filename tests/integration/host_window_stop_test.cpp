@@ -1,6 +1,7 @@
 #include "tests/integration/host_fixture.h"
 
 #include "install/vinst/base/vinst_text.h"
+#include "tests/harness/run_files.h"
 #include "tests/harness/stopwatch.h"
 #include "tests/harness/wait_until.h"
 #include "tests/harness/window_driver.h"
@@ -9,11 +10,8 @@
 #include <QUrl>
 
 #include <csignal>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <random>
-#include <system_error>
 #include <thread>
 
 namespace
@@ -85,18 +83,6 @@ protected:
         EXPECT_EQ(ended->signal, signal_number) << ended->exit_code;
     }
 
-    void expect_log_kept() const
-    {
-        EXPECT_TRUE(std::filesystem::exists(log_path()));
-        expect_nothing_left_behind();
-    }
-
-    void expect_nothing_left_behind() const
-    {
-        for (const std::string& name : list_tree(dir / "tmp"))
-            EXPECT_NE(name.find("vinst_"), 0U) << name << " was left behind";
-    }
-
     void expect_orderly_end(CHILD_PROCESS& child, int signal_number = SIGTERM) const
     {
         EXPECT_FALSE(is_stored("FrameGeometry"));
@@ -105,26 +91,7 @@ protected:
         EXPECT_TRUE(is_stored("FrameGeometry")) << "the settings weren't saved";
     }
 
-    bool temporary_log_holds(const std::string& text) const
-    {
-        for (const std::string& name : list_tree(dir / "tmp"))
-        {
-            if (name.back() == '/')
-                continue;
-            std::ifstream file(dir / "tmp" / name);
-            const std::string held{std::istreambuf_iterator<char>(file), {}};
-            if (held.find(text) != std::string::npos)
-                return true;
-        }
-        return false;
-    }
-
-    std::uintmax_t size_of(const std::string& name) const
-    {
-        std::error_code error;
-        const std::uintmax_t size = std::filesystem::file_size(dir / name, error);
-        return error ? 0 : size;
-    }
+    std::uintmax_t size_of(const std::string& name) const { return size_of_file(dir / name); }
 
     /// A release whose installer ignores requests to end and runs on.
     void publish_stubborn_installer()
