@@ -1,7 +1,7 @@
 #include "install/vinst/app/vinst_application.h"
 
-#include "install/vinst/base/vinst_messages.h"
 #include "install/vinst/base/vinst_platform.h"
+#include "install/vinst/base/vinst_print.h"
 #include "install/vinst/base/vinst_text.h"
 #include "support/afcq/afcq_style.h"
 
@@ -26,8 +26,8 @@ void filter_message(QtMsgType type, const QMessageLogContext& context, const QSt
     if (type == QtFatalMsg && is_making_application)
     {
         // Qt would abort with a core dump if the display can't be opened.
-        print_line("The display cannot be opened. Check DISPLAY, or use the console program " +
-                   utf8(console_host_name(host_platform())) + ".");
+        print_text("The display cannot be opened. Check DISPLAY, or use the console program " +
+                   utf8(console_host_name(host_platform())) + ".\n");
         std::_Exit(1);
     }
 }

@@ -4,6 +4,7 @@
 #include "install/vinst/base/vinst_fatal_handlers.h"
 #include "install/vinst/base/vinst_messages.h"
 #include "install/vinst/base/vinst_platform.h"
+#include "install/vinst/base/vinst_print.h"
 #include "install/vinst/base/vinst_stop.h"
 #include "install/vinst/base/vinst_stop_signals.h"
 #include "install/vinst/base/vinst_text.h"
@@ -142,13 +143,14 @@ int run_with_message_boxes(int argc, char** argv, bool gui_host)
 int install_vinst_run(int argc, char** argv, bool gui_host)
 {
     open_missing_standard_streams();
+    survive_closed_pipes();
     gate_qt_messages();
     set_up_console();
     use_utf8_file_names();
     const bool with_windows = may_run_graphically(argc, argv, gui_host);
     if (with_windows && !has_display())
     {
-        print_line("No display is available. " + console_hint());
+        print_text("No display is available. " + console_hint() + "\n");
         return stopped_early;
     }
 

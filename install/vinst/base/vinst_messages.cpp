@@ -2,9 +2,9 @@
 
 #include "install/vinst/base/vinst_limits.h"
 #include "install/vinst/base/vinst_platform.h"
+#include "install/vinst/base/vinst_print.h"
 #include "install/vinst/base/vinst_text.h"
 
-#include <cstdio>
 #include <regex>
 #include <utility>
 
@@ -149,7 +149,7 @@ std::string VINST_MESSAGES::message(const std::string& id, const std::string& ar
 void VINST_MESSAGES::report(const std::string& text, bool is_error)
 {
     if (echo_to_console)
-        print_line(text);
+        print_text(text + "\n");
     if (is_error)
         m_logger->error(text);
     else
@@ -202,16 +202,5 @@ void report_early(const std::string& text, bool is_error, bool gui_host)
     if (gui_host && message_box())
         message_box()(text, is_error);
     else
-        print_line(text);
-}
-
-void print_text(const std::string& text)
-{
-    std::fwrite(text.data(), 1, text.size(), stdout);
-    std::fflush(stdout);
-}
-
-void print_line(const std::string& text)
-{
-    print_text(text + "\n");
+        print_text(text + "\n");
 }

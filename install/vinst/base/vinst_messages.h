@@ -63,7 +63,3 @@ void set_message_box(VINST_MESSAGE_BOX box);
 /// Reports a text while there may be no log yet: in a message box in the graphical host, otherwise
 /// on standard output. Nothing is logged.
 void report_early(const std::string& text, bool is_error, bool gui_host);
-
-/// Writes to standard output and flushes it, so that a reader of a pipe sees each line at once.
-void print_text(const std::string& text);
-void print_line(const std::string& text);

@@ -39,6 +39,10 @@ QString library_directory();
 /// opened.
 void open_missing_standard_streams();
 
+/// Makes a write to a pipe without a reader fail instead of ending the process. Child processes
+/// start with the system's default again. A host that ignores such writes keeps doing so.
+void survive_closed_pipes();
+
 /// Enables escape sequences in the terminal where the platform requires it.
 void set_up_console();
 

@@ -6,6 +6,7 @@
 #include <QTextCodec>
 
 #include <cerrno>
+#include <csignal>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <unistd.h>
@@ -39,6 +40,20 @@ void open_missing_standard_streams()
         if (::open("/dev/null", O_RDWR) != stream)
             return;
     }
+}
+
+void survive_closed_pipes()
+{
+    struct sigaction previous = {};
+    ::sigaction(SIGPIPE, nullptr, &previous);
+    if (previous.sa_handler == SIG_IGN)
+        return;
+    // A handler, because child processes would inherit that the signal is ignored.
+    struct sigaction action = {};
+    action.sa_handler = [](int) {};
+    action.sa_flags = SA_RESTART;
+    ::sigemptyset(&action.sa_mask);
+    ::sigaction(SIGPIPE, &action, nullptr);
 }
 
 void set_up_console() {}

@@ -78,6 +78,11 @@ void open_missing_standard_streams()
     }
 }
 
+void survive_closed_pipes()
+{
+    // Windows has no signal for that; writing fails.
+}
+
 void set_up_console()
 {
     static const UTF8_CONSOLE console;

@@ -2,6 +2,7 @@
 
 #include "install/vinst/base/vinst_messages.h"
 #include "install/vinst/base/vinst_platform.h"
+#include "install/vinst/base/vinst_print.h"
 #include "install/vinst/base/vinst_text.h"
 #include "install/vinst/base/vinst_utils.h"
 #include "install/vinst/console/vinst_cmdline_options.h"
@@ -67,7 +68,7 @@ void view_licence()
     const std::string command = utf8(open_page_command(path, host_platform()));
     // If no browser can be started, print the path of the page instead.
     if (std::system(command.c_str()) != 0)
-        print_line(message("MSG_VIEW_EULA", utf8(QFileInfo(path).absolutePath())));
+        print_text(message("MSG_VIEW_EULA", utf8(QFileInfo(path).absolutePath())) + "\n");
 }
 
 }
@@ -149,7 +150,7 @@ bool VINST_OPTIONS::parse_variables(int argc, char** argv)
     catch (const std::exception& error)
     {
         std::cerr << "Error: " << error.what() << "\n\n" << std::flush;
-        print_line(help_hint);
+        print_text(help_hint + "\n");
         if (gui_host)
             report_early(std::string(error.what()) + "\n" + help_hint, true, gui_host);
         return false;
@@ -204,8 +205,7 @@ void VINST_OPTIONS::show_help() const
     const VINST_OPTION_GROUPS groups(utf8(components_help(*release, host_platform())));
     std::ostringstream text;
     text << groups.shown();
-    print_line(help_header(*release, host_platform()));
-    print_line(text.str());
+    print_text(help_header(*release, host_platform()) + "\n" + text.str() + "\n");
 }
 
 bool VINST_OPTIONS::take_proxy()

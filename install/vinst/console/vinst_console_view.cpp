@@ -1,6 +1,6 @@
 #include "install/vinst/console/vinst_console_view.h"
 
-#include "install/vinst/base/vinst_messages.h"
+#include "install/vinst/base/vinst_print.h"
 #include "install/vinst/base/vinst_text.h"
 #include "install/vinst/console/vinst_terminal.h"
 
@@ -62,7 +62,7 @@ void VINST_CONSOLE_VIEW::show_progress(const std::vector<VINST_COMPONENT_PROGRES
     m_progress_text = progress_block(progress, totals);
     print_text(cursor_up(lines_above));
     clear_below_cursor();
-    print_line(utf8(m_progress_text));
+    print_text(utf8(m_progress_text) + "\n");
 }
 
 void VINST_CONSOLE_VIEW::show_reported_line(const QString& line)
@@ -72,6 +72,6 @@ void VINST_CONSOLE_VIEW::show_reported_line(const QString& line)
 
 void VINST_CONSOLE_VIEW::show_connection_attempt(const std::string& host, const std::string& port)
 {
-    print_line("Testing internet connection ... ");
-    print_line("INFO: Proxy server: " + host + ", port:" + port);
+    print_text("Testing internet connection ... \nINFO: Proxy server: " + host + ", port:" + port +
+               "\n");
 }
