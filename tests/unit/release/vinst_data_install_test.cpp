@@ -374,7 +374,7 @@ TEST_F(InstallCommand, InstallsAStandaloneDeviceWithASelectedMainProduct)
     release.set_install_dir(QString::fromStdString((dir / "inst").string()));
     dir.write("inst/devices/dev_install/dev_install.run", "x");
     VINST_COMPONENT* family = add("family", false, "");
-    family->parent = add("devinfo", false, "");
+    family->set_parent(*add("devinfo", false, ""));
     VINST_COMPONENT* orion = add("orion", true, ".vdz");
     orion->set_parent(*family);
     EXPECT_EQ(command(orion), "");
