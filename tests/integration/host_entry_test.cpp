@@ -1,6 +1,7 @@
 #include "tests/integration/host_fixture.h"
 
 #include "tests/harness/installer_scripts.h"
+#include "tests/harness/open_descriptor.h"
 #include "tests/harness/wait_until.h"
 
 #include <algorithm>
@@ -168,6 +169,17 @@ TEST_F(HostEntry, PassesTheUsersEnvironmentToInstallers)
     EXPECT_TRUE(output_holds("Installation completed successfully"));
     EXPECT_EQ(log().find("QT_QPA_PLATFORM="), std::string::npos);
     EXPECT_NE(log().find("QT_QPA_PLATFORMTHEME=mine\n"), std::string::npos);
+}
+
+TEST_F(HostEntry, LetsInstallersInheritOnlyTheStandardStreams)
+{
+    const OPEN_DESCRIPTOR of_the_caller;
+    builder.component("one").content("#!/bin/sh\nexec " + tested_build_dir().string() +
+                                     "/tests/posers/poser_inherit\n");
+    publish();
+    run(run_arguments({"--install-dir", installed(), "--accept-eula"}));
+    EXPECT_TRUE(output_holds("Installation completed successfully"));
+    EXPECT_NE(log().find("descriptors 0 1 2\nend\n"), std::string::npos) << log();
 }
 
 TEST_F(HostEntry, ReportsAFatalSignal)

@@ -63,6 +63,15 @@ protected:
 
     bool installer_is_running() const { return ::kill(installer(), 0) == 0; }
 
+    /// Also if nobody has collected its exit status yet.
+    bool installer_has_ended() const
+    {
+        std::ifstream state("/proc/" + std::to_string(installer()) + "/stat");
+        std::string line;
+        std::getline(state, line);
+        return line.empty() || line.find(") Z ") != std::string::npos;
+    }
+
     /// It is in its own process group, which outlives the host's.
     void end_installer() const
     {
@@ -277,6 +286,7 @@ TEST_F(HostSignals, EndTheProcessImmediatelyTheSecondTime)
     ASSERT_TRUE(ended);
     EXPECT_TRUE(taken.within(700ms));
     EXPECT_EQ(ended->signal, SIGINT);
+    EXPECT_TRUE(wait_until([this] { return installer_has_ended(); }));
     end_installer();
 }
 

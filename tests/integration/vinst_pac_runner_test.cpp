@@ -1,6 +1,7 @@
 #include "install/vinst/download/vinst_pac_runner.h"
 
 #include "install/vinst/base/vinst_messages.h"
+#include "tests/harness/open_descriptor.h"
 #include "tests/harness/stopwatch.h"
 #include "tests/harness/temp_dir.h"
 #include "tests/harness/wait_until.h"
@@ -109,6 +110,13 @@ const HOSTILE_SCRIPT hostile_scripts[] = {
     {"FiveMebibytes", QString(5 * 1024 * 1024, ' ') + returning("'PROXY evil.example:1'")},
 };
 
+}
+
+TEST_F(PacRunnerTest, LetsTheHelperInheritOnlyTheStandardStreams)
+{
+    const OPEN_DESCRIPTOR of_the_host;
+    helper = VINST_TEST_BINARY_DIR "/tests/posers/poser_inherit";
+    EXPECT_EQ(run(""), "descriptors 0 1 2\nend\n");
 }
 
 TEST_F(PacRunnerTest, ReturnsTheScriptsResult)

@@ -219,5 +219,5 @@ bool run_command_detached(const QString& command)
 {
     const COMMAND_LIST parts(command);
     run_log().info("Run command: %s\n", utf8(command));
-    return QProcess::startDetached(parts.first(), parts.mid(1), working_directory(parts.first()));
+    return start_detached(parts.first(), parts.mid(1), working_directory(parts.first()));
 }

@@ -3,6 +3,8 @@
 #include <memory>
 
 class QProcess;
+class QString;
+class QStringList;
 
 // Internal to vinst_process: what each platform implements.
 
@@ -16,6 +18,14 @@ void pass_signal_on(QProcess& process, int signal_number);
 
 /// Ends every process of the group at once, also after the installer itself has ended.
 void kill_group(QProcess& process);
+
+/// Kills the group of the installer that is running, if there is one. May be called in a signal
+/// handler or on any thread.
+void kill_running_installer();
+
+/// Starts a program that outlives this one. \return whether it started
+bool start_detached(const QString& program, const QStringList& arguments,
+                    const QString& working_directory);
 
 /// Whether the process failed to start because it requires administrator rights.
 bool needs_elevation(const QProcess& process);

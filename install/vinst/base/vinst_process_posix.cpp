@@ -1,16 +1,21 @@
 #include "install/vinst/base/vinst_process_platform.h"
 
-#include <QProcess>
+#include "install/vinst/base/vinst_child_process.h"
 
+#include <atomic>
 #include <csignal>
 #include <unistd.h>
 
 namespace
 {
 
+// Written by the main thread, read by a signal handler; 0 while no installer is running.
+std::atomic<pid_t> running_installer{0};
+static_assert(std::atomic<pid_t>::is_always_lock_free, "the handler must not block");
+
 /// Runs the installer in a session of its own: a terminal's Ctrl-C doesn't reach it twice, and an
 /// installer that asks on /dev/tty gets an error instead of waiting for an answer.
-class GROUP_PROCESS final : public QProcess
+class GROUP_PROCESS final : public VINST_CHILD_PROCESS
 {
 public:
     GROUP_PROCESS()
@@ -19,10 +24,14 @@ public:
                 [this]
                 {
                     m_group = static_cast<pid_t>(processId());
+                    running_installer = m_group;
                     if (m_early_signal != 0)
                         signal_group(m_early_signal);
                 });
     }
+    ~GROUP_PROCESS() override { running_installer = 0; }
+    GROUP_PROCESS(const GROUP_PROCESS&) = delete;
+    GROUP_PROCESS& operator=(const GROUP_PROCESS&) = delete;
 
     /// Safe after the group's leader has ended: the id isn't reused while the group has members.
     /// The group may not exist while the process is starting, so the signal is then sent once it
@@ -36,11 +45,27 @@ public:
     }
 
 protected:
-    void setupChildProcess() override { ::setsid(); }
+    void setupChildProcess() override
+    {
+        VINST_CHILD_PROCESS::setupChildProcess();
+        ::setsid();
+    }
 
 private:
     pid_t m_group = 0;
     int m_early_signal = 0;
+};
+
+/// Not affected by signals to this program's group or terminal. Never destroyed while it runs,
+/// because its destructor would kill it.
+class DETACHED_PROCESS final : public VINST_CHILD_PROCESS
+{
+protected:
+    void setupChildProcess() override
+    {
+        VINST_CHILD_PROCESS::setupChildProcess();
+        ::setsid();
+    }
 };
 
 }
@@ -58,6 +83,29 @@ void pass_signal_on(QProcess& process, int signal_number)
 void kill_group(QProcess& process)
 {
     static_cast<GROUP_PROCESS&>(process).signal_group(SIGKILL);
+}
+
+void kill_running_installer()
+{
+    if (const pid_t group = running_installer; group > 0)
+        ::kill(-group, SIGKILL);
+}
+
+// Not QProcess::startDetached, which passes on all descriptors, and SIGPIPE as ignored.
+bool start_detached(const QString& program, const QStringList& arguments,
+                    const QString& working_directory)
+{
+    auto process = std::make_unique<DETACHED_PROCESS>();
+    process->setWorkingDirectory(working_directory);
+    process->setProcessChannelMode(QProcess::ForwardedChannels);
+    process->setInputChannelMode(QProcess::ForwardedInputChannel);
+    process->start(program, arguments);
+    if (!process->waitForStarted(-1))
+        return false;
+    QProcess* const running = process.release();
+    QObject::connect(running, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), running,
+                     &QObject::deleteLater);
+    return true;
 }
 
 bool needs_elevation(const QProcess&)

@@ -1,11 +1,17 @@
 #include "install/vinst/base/vinst_process_platform.h"
 
-#include <QProcess>
+#include "install/vinst/base/vinst_child_process.h"
+
+#include <atomic>
 
 #include <windows.h>
 
 namespace
 {
+
+// Written by the main thread, read by the thread on which the console's requests arrive; null while
+// no installer is running.
+std::atomic<HANDLE> running_job{nullptr};
 
 constexpr int elevation_required = 740; // ERROR_ELEVATION_REQUIRED, which MinGW's headers lack
 
@@ -22,7 +28,7 @@ const PROCESS_INFORMATION& handles_of(const QProcess& process)
 
 /// Runs the installer in a job, so that it can be killed together with all its child processes. The
 /// console's Ctrl-C doesn't reach it directly, only through this program.
-class GROUP_PROCESS final : public QProcess
+class GROUP_PROCESS final : public VINST_CHILD_PROCESS
 {
 public:
     GROUP_PROCESS() : m_job(::CreateJobObjectW(nullptr, nullptr))
@@ -36,11 +42,13 @@ public:
                     const PROCESS_INFORMATION& handles = handles_of(*this);
                     m_is_in_job = m_job != nullptr &&
                                   ::AssignProcessToJobObject(m_job, handles.hProcess) != FALSE;
+                    running_job = m_is_in_job ? m_job : nullptr;
                     ::ResumeThread(handles.hThread);
                 });
     }
     ~GROUP_PROCESS() override
     {
+        running_job = nullptr;
         if (m_job != nullptr)
             ::CloseHandle(m_job);
     }
@@ -79,6 +87,18 @@ void pass_signal_on(QProcess& process, int)
 void kill_group(QProcess& process)
 {
     static_cast<GROUP_PROCESS&>(process).kill_job();
+}
+
+void kill_running_installer()
+{
+    if (const HANDLE job = running_job; job != nullptr)
+        ::TerminateJobObject(job, ended_on_request);
+}
+
+bool start_detached(const QString& program, const QStringList& arguments,
+                    const QString& working_directory)
+{
+    return QProcess::startDetached(program, arguments, working_directory);
 }
 
 bool needs_elevation(const QProcess& process)

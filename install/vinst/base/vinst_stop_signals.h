@@ -4,9 +4,9 @@
 
 /// While it exists, the first request of the user or the system to end the process (Ctrl-C,
 /// SIGTERM, the end of a Windows session) becomes an orderly stop request, and a second signal ends
-/// the process at once. Signals that the host ignores stay ignored. One per process; created on the
-/// main thread after the application object, so that Qt doesn't handle the end of the session
-/// itself.
+/// the process at once, together with the installer that it runs. Signals that the host ignores
+/// stay ignored. One per process; created on the main thread after the application object, so that
+/// Qt doesn't handle the end of the session itself.
 class VINST_STOP_SIGNALS
 {
 public:

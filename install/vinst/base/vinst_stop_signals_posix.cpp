@@ -1,5 +1,6 @@
 #include "install/vinst/base/vinst_stop_signals.h"
 
+#include "install/vinst/base/vinst_process_platform.h"
 #include "install/vinst/base/vinst_stop.h"
 
 #include <array>
@@ -25,7 +26,8 @@ extern "C" void on_stop_signal(int signal_number)
     int none = 0;
     if (!received_signal.compare_exchange_strong(none, signal_number))
     {
-        // A second request ends the process at once.
+        // A second request ends the process at once, and an installer that ignores the first.
+        kill_running_installer();
         ::signal(signal_number, SIG_DFL);
         ::raise(signal_number);
     }

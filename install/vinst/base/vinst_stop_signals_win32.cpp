@@ -1,5 +1,6 @@
 #include "install/vinst/base/vinst_stop_signals.h"
 
+#include "install/vinst/base/vinst_process_platform.h"
 #include "install/vinst/base/vinst_stop.h"
 
 #include <QAbstractNativeEventFilter>
@@ -57,7 +58,10 @@ BOOL WINAPI on_console_request(DWORD kind)
 {
     const bool can_wait = kind == CTRL_C_EVENT || kind == CTRL_BREAK_EVENT;
     if (!take_request(kind) && can_wait)
+    {
+        kill_running_installer();
         ::TerminateProcess(::GetCurrentProcess(), ended_by_control_c); // second request
+    }
     if (!can_wait)
         ::WaitForSingleObject(run_ended, grace_of_console); // returning ends the process
     return TRUE;

@@ -1,12 +1,12 @@
 #include "install/vinst/download/vinst_pac_runner.h"
 
 #include "install/pac/pac_request.h"
+#include "install/vinst/base/vinst_child_process.h"
 #include "install/vinst/base/vinst_messages.h"
 #include "install/vinst/base/vinst_platform.h"
 #include "install/vinst/base/vinst_text.h"
 
 #include <QEventLoop>
-#include <QProcess>
 #include <QProcessEnvironment>
 #include <QTimer>
 
@@ -112,7 +112,8 @@ private:
     QByteArray m_output;
     QByteArray m_words;
     QString m_ended_because;
-    QProcess m_process; ///< last, so that it is destroyed first: it may still send signals
+    VINST_CHILD_PROCESS
+        m_process; ///< last, so that it is destroyed first: it may still send signals
 };
 
 void log_words(const QByteArray& words)

@@ -1,8 +1,10 @@
 #include "install/vinst/base/vinst_process.h"
 
 #include "install/vinst/base/vinst_messages.h"
+#include "install/vinst/base/vinst_platform.h"
 #include "support/thr/thr_sleep.h"
 #include "tests/harness/installer_scripts.h"
+#include "tests/harness/open_descriptor.h"
 #include "tests/harness/stop_request.h"
 #include "tests/harness/stopwatch.h"
 #include "tests/harness/temp_dir.h"
@@ -231,6 +233,19 @@ TEST_F(RunCommand, StartsADetachedInstallerAndReturns)
     EXPECT_TRUE(wait_until([this] { return std::filesystem::exists(mark); }));
     EXPECT_TRUE(log_holds("Run command: " + script + " " + mark));
     EXPECT_FALSE(run_command_detached(QString::fromStdString((dir / "none").string())));
+}
+
+TEST_F(RunCommand, LetsInstallersInheritOnlyTheStandardStreams)
+{
+    const OPEN_DESCRIPTOR of_the_host;
+    survive_closed_pipes();
+    EXPECT_EQ(run(poser("poser_inherit")), 0);
+    EXPECT_TRUE(log_holds("descriptors 0 1 2\nend\n")) << log();
+    EXPECT_TRUE(run_command_detached(QString::fromStdString(poser("poser_inherit") + " " + mark)));
+    const auto is_complete = [this]
+    { return std::filesystem::exists(mark) && read_file(mark).find("end\n") != std::string::npos; };
+    ASSERT_TRUE(wait_until(is_complete));
+    EXPECT_EQ(read_file(mark), "descriptors 0 1 2\nend\n");
 }
 
 TEST(RunCommandDeathTest, AssertsANonEmptyCommand)

@@ -573,7 +573,7 @@ TEST_F(ActionCommand, BelongsToItsParentOrTheMainProduct)
     EXPECT_EQ(owner_of_action(*action, "linux"), main_product);
     EXPECT_EQ(owner_of_action(*action, "windows"), nullptr);
     EXPECT_EQ(command(), "");
-    action->parent = add("tools");
+    action->set_parent(*add("tools"));
     EXPECT_EQ(owner_of_action(*action, "linux"), action->parent);
     action->parent->selection = VINST_SELECTION::partly_selected;
     EXPECT_EQ(command(), native("/opt/v/bin/notify --level 2"));
