@@ -56,6 +56,25 @@ bool is_in_error(const CURL_PROGRESS_DATA& data)
     return http_code != -1 && curl_code != curl_aborted_by_callback;
 }
 
+/// Whether the transfer has failed, with or without a response.
+bool has_failed(const CURL_PROGRESS_DATA& data)
+{
+    const int curl_code = data.curl_code;
+    return is_in_error(data) || (curl_code > 0 && curl_code != curl_aborted_by_callback);
+}
+
+VINST_COMPONENT_PROGRESS::STATE state_of(const VINST_COMPONENT& component)
+{
+    using STATE = VINST_COMPONENT_PROGRESS::STATE;
+    const CURL_PROGRESS_DATA& data = *component.progress_data;
+    if (has_failed(data) || component.file.is_corrupted())
+        return STATE::failed;
+    if (component.file.has_passed())
+        return STATE::verified;
+    const bool is_moving = data.curl_code == -1 && data.bytes_received > 0;
+    return is_moving && !component.file.is_complete() ? STATE::moving : STATE::waiting;
+}
+
 }
 
 VINST_DOWNLOADER_MGR::VINST_DOWNLOADER_MGR(VINST_RELEASE& release, VINST_DOWNLOADER_VIEW& view)
@@ -238,6 +257,7 @@ VINST_COMPONENT_PROGRESS VINST_DOWNLOADER_MGR::take_progress(VINST_COMPONENT* co
     progress.bytes = on_disk + received;
     progress.size = component->expected_size();
     progress.percent = get_progress_percentage(component, true, false, received);
+    progress.state = state_of(*component);
 
     totals.downloaded += progress.bytes;
     totals.received += received;
@@ -386,8 +406,8 @@ QStringList VINST_DOWNLOADER_MGR::lasting_error_texts() const
 
 void VINST_DOWNLOADER_MGR::report_line(const QString& line)
 {
-    report(utf8(line), false);
     m_view.show_reported_line(line);
+    report(utf8(line), false);
 }
 
 void VINST_DOWNLOADER_MGR::report_result(bool succeeded)

@@ -40,7 +40,10 @@ public:
                                const VINST_PROGRESS_TOTALS&)
     {
     }
-    /// A line was reported (`report`) about the attempt.
+    /// The manager waits for the integrity checks of that many files, of which that many bytes have
+    /// not been read. Called about once per second, and with zeros at the end.
+    virtual void show_pending_checks(int /*files*/, quint64 /*bytes*/) {}
+    /// A line is about to be reported (`report`) about the attempt.
     virtual void show_reported_line(const QString&) {}
     /// The connection is tested through this proxy; both are empty without one.
     virtual void show_connection_attempt(const std::string& /*host*/, const std::string& /*port*/)

@@ -18,12 +18,12 @@ namespace
 constexpr int read_block = 256 * 1024; // bytes
 
 bool md5_matches(const QString& path, const QString& expected,
-                 const std::function<bool()>& is_cancelled)
+                 const std::function<bool()>& is_cancelled, const VINST_READ_CALLBACK& on_read)
 {
     if (!QFile::exists(path))
         return false;
     FIO_FILE_SYSTEM::wait_until_readable(utf8(path), is_cancelled);
-    const QString actual = calc_md5sum(path, is_cancelled);
+    const QString actual = calc_md5sum(path, is_cancelled, on_read);
     if (actual == expected)
         return true;
     run_log().debug("MD5 => %s, actual md5:%s, expected md5:%s", utf8(path), utf8(actual),
@@ -45,7 +45,8 @@ bool is_on_disk(const QString& path, const FIO_FLUSH_HANDLE& file)
 
 }
 
-QString calc_md5sum(const QString& path, const std::function<bool()>& is_cancelled)
+QString calc_md5sum(const QString& path, const std::function<bool()>& is_cancelled,
+                    const VINST_READ_CALLBACK& on_read)
 {
     QElapsedTimer elapsed;
     elapsed.start();
@@ -61,6 +62,8 @@ QString calc_md5sum(const QString& path, const std::function<bool()>& is_cancell
         if (is_cancelled && is_cancelled())
             return {};
         hash.addData(block.data(), static_cast<int>(count));
+        if (on_read)
+            on_read(static_cast<quint64>(file.pos()));
     }
     if (count < 0)
         return {};
@@ -78,16 +81,17 @@ QString calc_md5sum(const QString& path, const std::function<bool()>& is_cancell
 
 bool check_md5(const VINST_COMPONENT* component, const std::function<bool()>& is_cancelled)
 {
-    return md5_matches(component->file.path(), component->md5sum, is_cancelled);
+    return md5_matches(component->file.path(), component->md5sum, is_cancelled, {});
 }
 
 VINST_FILE_CHECK check_file(const QString& path, const QString& md5sum,
-                            const std::function<bool()>& is_cancelled)
+                            const std::function<bool()>& is_cancelled,
+                            const VINST_READ_CALLBACK& on_read)
 {
     // Kept open while the file is read, so that it reports every write that fails meanwhile.
     const FIO_FLUSH_HANDLE flush_handle(utf8(path), is_cancelled);
     const auto before = FIO_FILE_SYSTEM::identity(utf8(path));
-    const bool passed = md5_matches(path, md5sum, is_cancelled) && before &&
+    const bool passed = md5_matches(path, md5sum, is_cancelled, on_read) && before &&
                         before == FIO_FILE_SYSTEM::identity(utf8(path)) &&
                         is_on_disk(path, flush_handle);
     return {passed, before};

@@ -7,6 +7,7 @@
 #include "install/vinst/download/vinst_file_check.h"
 #include "install/vinst/release/vinst_data.h"
 
+#include <QElapsedTimer>
 #include <QTimer>
 
 #include <tbb/global_control.h>
@@ -19,6 +20,7 @@
 #include <deque>
 #include <exception>
 #include <mutex>
+#include <numeric>
 #include <optional>
 #include <utility>
 
@@ -34,6 +36,7 @@ namespace
 {
 
 constexpr std::chrono::milliseconds collection_interval{500};
+constexpr int display_interval = 1000; // milliseconds
 
 /// The work of a worker thread. The atomics are shared between threads; the main thread reads the
 /// result once `finished` is set.
@@ -64,7 +67,8 @@ struct CHECK_WORK
         const auto is_cancelled = [this] { return cancelled || is_shutting_down(); };
         if (is_cancelled())
             return;
-        const VINST_FILE_CHECK checked = check_file(path, md5sum, is_cancelled);
+        const VINST_FILE_CHECK checked =
+            check_file(path, md5sum, is_cancelled, [this](quint64 bytes) { bytes_read = bytes; });
         if (!is_cancelled())
             result = checked;
     }
@@ -73,6 +77,7 @@ struct CHECK_WORK
     const QString md5sum;
     std::atomic<bool> cancelled{false};
     std::atomic<bool> finished{false};
+    std::atomic<quint64> bytes_read{0};
     std::optional<VINST_FILE_CHECK> result; ///< none when it was cancelled
 };
 
@@ -142,6 +147,12 @@ public:
             component.file.forget_check();
     }
 
+    quint64 unread_bytes() const
+    {
+        const quint64 size = component.expected_size();
+        return size - std::min<quint64>(size, work->bytes_read);
+    }
+
     VINST_COMPONENT& component;
     const std::shared_ptr<CHECK_WORK> work;
     QTimer timer;
@@ -194,11 +205,26 @@ void VINST_INTEGRITY_CHECKS::cancel()
 
 void VINST_INTEGRITY_CHECKS::wait()
 {
+    QElapsedTimer since_shown;
     while (has_pending())
     {
+        if (!since_shown.isValid() || since_shown.hasExpired(display_interval))
+        {
+            m_view.show_pending_checks(m_pending.size(), unread_bytes());
+            since_shown.start();
+        }
         m_view.process_events();
         collect_all();
     }
+    if (since_shown.isValid())
+        m_view.show_pending_checks(0, 0);
+}
+
+quint64 VINST_INTEGRITY_CHECKS::unread_bytes() const
+{
+    return std::accumulate(m_pending.cbegin(), m_pending.cend(), quint64{0},
+                           [](quint64 bytes, const TASK* task)
+                           { return bytes + task->unread_bytes(); });
 }
 
 void VINST_INTEGRITY_CHECKS::finish()

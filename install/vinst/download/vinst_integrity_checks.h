@@ -41,6 +41,8 @@ private:
     void collect_finished(TASK& task);
     void collect_running(TASK& task);
     void give_up(TASK& task);
+    /// Of all files whose check is pending.
+    quint64 unread_bytes() const;
 
     VINST_DOWNLOADER_VIEW& m_view;
     /// Tasks whose result is pending.

@@ -8,11 +8,20 @@
 /// The progress of one component.
 struct VINST_COMPONENT_PROGRESS
 {
+    enum class STATE
+    {
+        waiting, ///< for its turn, or for its integrity check
+        moving,  ///< bytes have been received, and more are to come
+        failed,
+        verified
+    };
+
     QString name;
     quint64 bytes = 0;
     quint64 size = 0;
     quint64 percent = 0;
     QString error_line; ///< shown instead of the component's line unless empty
+    STATE state = STATE::waiting;
 };
 
 /// Totals of all components of a run, in bytes.
