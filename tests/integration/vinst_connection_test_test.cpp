@@ -1,6 +1,6 @@
 #include "install/vinst/download/vinst_connection_test.h"
 
-#include "install/vinst/console/vinst_console_view.h"
+#include "install/vinst/console/vinst_plain_view.h"
 #include "tests/integration/manager_fixture.h"
 
 #include "tests/harness/loopback.h"
@@ -22,7 +22,7 @@ protected:
     {
         if (release == nullptr)
             load();
-        VINST_CONSOLE_VIEW console;
+        VINST_PLAIN_VIEW console;
         VINST_CONNECTION_TEST test = source ? VINST_CONNECTION_TEST(*release, console, source)
                                             : VINST_CONNECTION_TEST(*release, console);
         printed = printed_by([&] { result = test.run(settings); });

@@ -1,7 +1,7 @@
 #include "tests/integration/manager_fixture.h"
 #include "tests/integration/recording_view.h"
 
-#include "install/vinst/console/vinst_console_view.h"
+#include "install/vinst/console/vinst_plain_view.h"
 #include "support/curl/curl_progress_data.h"
 #include "tests/harness/loopback.h"
 #include "tests/harness/pattern.h"
@@ -36,7 +36,7 @@ protected:
 
     std::string on_disk(const std::string& file) const { return dir.read("dl/" + file); }
 
-    VINST_CONSOLE_VIEW console;
+    VINST_PLAIN_VIEW console;
     std::unique_ptr<VINST_DOWNLOADER_MGR> manager;
     std::string printed;
 };

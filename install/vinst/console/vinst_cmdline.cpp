@@ -262,9 +262,9 @@ VINST_PROXY_SETTINGS VINST_OPTIONS::proxy_settings() const
 void VINST_OPTIONS::test_connection() const
 {
     VINST_MESSAGES::instance().echo_to_console = true;
-    VINST_CONSOLE_VIEW view;
+    const std::unique_ptr<VINST_CONSOLE_VIEW> view = make_console_view();
     const VINST_CONNECTION_RESULT result =
-        VINST_CONNECTION_TEST(*release, view).run(proxy_settings());
+        VINST_CONNECTION_TEST(*release, *view).run(proxy_settings());
     if (gui_host)
         report_early(result.works ? message("MSG_TEST_DOWNLOAD_SUCCESSFUL") : result.error,
                      !result.works, gui_host);

@@ -80,14 +80,17 @@ void report_giving_up(const VINST_DOWNLOADER_MGR& manager, VINST_RETRY_DECISION:
 /// \return false after a stop
 bool wait_for_retry(VINST_CONSOLE_VIEW& view, int attempt, std::chrono::seconds wait)
 {
-    report("Retrying #" + std::to_string(attempt) + " after " +
-               format_duration(static_cast<int>(wait.count())) + " ...\n",
-           false);
-    view.restart();
+    view.begin_wait(QString::fromStdString("Retrying #" + std::to_string(attempt) + " after " +
+                                           format_duration(static_cast<int>(wait.count())) +
+                                           " ...\n"));
     if (wait_unless_stopped(wait))
+    {
+        view.end_wait();
         return true;
-    clear_below_cursor();
-    report("Download stopped", false);
+    }
+    const QString result = QStringLiteral("Download stopped");
+    view.show_reported_line(result);
+    report(utf8(result), false);
     return false;
 }
 
@@ -126,15 +129,15 @@ void run_console(VINST_OPTIONS& options, bool is_admin)
     if (is_to_stop() || !pass_checks(options, is_admin, lock))
         return;
 
-    VINST_CONSOLE_VIEW view;
-    VINST_DOWNLOADER_MGR manager(*options.release, view);
+    const std::unique_ptr<VINST_CONSOLE_VIEW> view = make_console_view();
+    VINST_DOWNLOADER_MGR manager(*options.release, *view);
     if (!manager.test_download(options.proxy_settings()).works)
         return;
     manager.set_components(options.selected_components, false);
     report_summary(options);
     QDir().mkpath(options.release->download_dir());
 
-    if (!download_with_retries(manager, view, options) || !options.auto_install)
+    if (!download_with_retries(manager, *view, options) || !options.auto_install)
         return;
     const VINST_INSTALL_OUTCOME outcome = manager.install();
     if (is_to_stop())
