@@ -134,7 +134,7 @@ void SCREEN_MODEL::reflow(std::size_t columns)
     bool continues = false;
     for (std::size_t i = 0; i < old.size(); ++i)
     {
-        if (!continues)
+        if (!continues || old[i].cells.empty())
             m_rows.emplace_back();
         for (std::size_t cell = 0; cell < old[i].cells.size(); ++cell)
         {

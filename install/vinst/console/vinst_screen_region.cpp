@@ -49,22 +49,25 @@ REACHABLE reachable(const QStringList& lines, VINST_TERMINAL_SIZE size)
 
 std::string VINST_SCREEN_REGION::redraw(const QStringList& lines, VINST_TERMINAL_SIZE size)
 {
-    auto [first, rows] = reachable(m_lines, size);
-    const int unchanged = std::min(first, common_prefix(m_lines, lines));
-    if (first > unchanged && rows < size.rows - 1)
+    const REACHABLE reach = reachable(m_lines, size);
+    const int unchanged = std::min(reach.first, common_prefix(m_lines, lines));
+    QStringList lost = m_lines.mid(0, reach.first);
+    int rows = reach.rows;
+    if (reach.first > unchanged && rows < size.rows - 1)
     {
         // The end of a wrapped line is on the screen, and outdated.
+        lost.last() = first_rows(lost.last(), size.columns,
+                                 row_count(lost.last(), size.columns) - (size.rows - 1 - rows));
         rows = size.rows - 1;
-        --first;
     }
     const QStringList drawn = lines.mid(unchanged);
     QStringList padding;
     // While lines are in the scrollback, the region fills the screen, so that the cursor is in the
     // last row: only then it is known how many of them a higher terminal brings back.
-    for (int missing = size.rows - 1 - row_count(drawn, size.columns); first > 0 && missing > 0;
-         --missing)
+    for (int missing = size.rows - 1 - row_count(drawn, size.columns);
+         !lost.isEmpty() && missing > 0; --missing)
         padding += QString();
-    m_lines = m_lines.mid(0, first) + padding + drawn;
+    m_lines = lost + padding + drawn;
 
     std::string output = erase_rows_above(rows);
     for (const QString& line : padding + drawn)

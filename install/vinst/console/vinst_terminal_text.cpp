@@ -11,6 +11,25 @@
 namespace
 {
 
+/// Where a terminal draws the characters of a line.
+struct CURSOR
+{
+    void put(uint character)
+    {
+        const int width = cell_width(character);
+        if (column + width > columns)
+        {
+            ++row;
+            column = 0;
+        }
+        column += width;
+    }
+
+    int columns;
+    int row = 0;
+    int column = 0;
+};
+
 int cell_count(const QVector<uint>& characters)
 {
     return std::accumulate(characters.begin(), characters.end(), 0,
@@ -21,19 +40,10 @@ int cell_count(const QVector<uint>& characters)
 
 int row_count(const QString& line, int columns)
 {
-    int rows = 1;
-    int column = 0;
+    CURSOR cursor{columns};
     for (const uint character : line.toUcs4())
-    {
-        const int width = cell_width(character);
-        if (column + width > columns)
-        {
-            ++rows;
-            column = 0;
-        }
-        column += width;
-    }
-    return rows;
+        cursor.put(character);
+    return cursor.row + 1;
 }
 
 int row_count(const QStringList& lines, int columns)
@@ -41,6 +51,19 @@ int row_count(const QStringList& lines, int columns)
     return std::accumulate(lines.begin(), lines.end(), 0,
                            [columns](int rows, const QString& line)
                            { return rows + row_count(line, columns); });
+}
+
+QString first_rows(const QString& line, int columns, int rows)
+{
+    CURSOR cursor{columns};
+    const QVector<uint> characters = line.toUcs4();
+    const auto end = std::find_if(characters.begin(), characters.end(),
+                                  [&](uint character)
+                                  {
+                                      cursor.put(character);
+                                      return cursor.row >= rows;
+                                  });
+    return QString::fromUcs4(characters.data(), static_cast<int>(end - characters.begin()));
 }
 
 QString elided(const QString& line, int columns)

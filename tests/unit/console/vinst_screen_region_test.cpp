@@ -173,8 +173,11 @@ TEST_F(ScreenRegion, CoversTheRestOfALineThatWrapsIntoTheScreen)
     draw(QStringList{QString(80, 'a')} + numbered(7));
     resize(9, 40); // 9 rows and the cursor's: the first half of the long line is out of reach
     draw({"1", "2"});
-    EXPECT_EQ(screen.screen(), (LINES{"1", "2", ""}));
+    EXPECT_EQ(screen.screen(), (LINES{"", "", "", "", "", "", "1", "2", ""}));
     EXPECT_EQ(screen.scrollback(), with(above, {std::string(40, 'a')}));
+    resize(24, 80);
+    draw({"1", "2"});
+    EXPECT_EQ(screen.lines(), with(above, {"1", "2", ""}));
 }
 
 TEST_F(ScreenRegion, IsDrawnOnATerminalOfOneRow)

@@ -30,6 +30,14 @@ TEST(RowCount, CountsCellsAndNotCharacters)
     EXPECT_EQ(row_count(wide, 3), 3);
 }
 
+TEST(FirstRows, AreTheBeginningOfAWrappedLine)
+{
+    EXPECT_EQ(first_rows("0123456789", 4, 1), "0123");
+    EXPECT_EQ(first_rows("0123456789", 4, 2), "01234567");
+    EXPECT_EQ(first_rows("0123456789", 4, 3), "0123456789");
+    EXPECT_EQ(first_rows(wide, 3, 1), QStringLiteral("日"));
+}
+
 TEST(Elided, KeepsALineThatFits)
 {
     EXPECT_EQ(elided("", 10), "");
