@@ -3,6 +3,8 @@
 #include "tests/harness/temp_dir.h"
 #include "tests/harness/tested_host.h"
 
+#include <gtest/gtest.h>
+
 #include <QApplication>
 #include <QDir>
 #include <QFileDialog>

@@ -11,6 +11,8 @@
 #include "tests/harness/temp_dir.h"
 #include "tests/harness/tested_host.h"
 
+#include <gtest/gtest.h>
+
 #include <functional>
 
 namespace
