@@ -18,6 +18,7 @@ struct CURL_CONNECTION_SETTINGS
     std::chrono::milliseconds stall_timeout{60'000}; ///< for a transfer that receives nothing
     /// A growing file is flushed to the disk this often, and after each 64 MiB.
     std::chrono::milliseconds flush_interval{10'000};
+    std::uint64_t size_limit = 0;  ///< bytes of a file whose size is unknown; 0: none
     CURL_LOGGER* logger = nullptr; ///< may be null; outlives the connection
     CURL_PROGRESS_CALLBACK progress_callback = nullptr;
 };
@@ -36,6 +37,7 @@ public:
     {
         m_settings.stall_timeout = timeout;
     }
+    void set_size_limit(std::uint64_t bytes) { m_settings.size_limit = bytes; }
     void set_flush_interval(std::chrono::milliseconds interval)
     {
         m_settings.flush_interval = interval;

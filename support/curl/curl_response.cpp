@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
+#include <limits>
 
 namespace
 {
@@ -36,24 +37,23 @@ std::string lower_case(std::string_view text)
     return result;
 }
 
-CURL_BODY_DECISION refusal(int curl_code, std::string error)
+CURL_BODY_DECISION refusal(CURL_OUTCOME outcome)
 {
     CURL_BODY_DECISION decision;
     decision.action = CURL_BODY_DECISION::ACTION::refuse;
-    decision.curl_code = curl_code;
-    decision.error = std::move(error);
+    decision.refusal = std::move(outcome);
     return decision;
 }
 
 CURL_BODY_DECISION decide_on_part(const CURL_RESPONSE_HEAD& head, std::uint64_t offset)
 {
     if (!head.content_range || !head.content_range->start)
-        return refusal(CURLE_RANGE_ERROR,
-                       "The server sent a partial response without a valid range");
+        return refusal(
+            {CURLE_RANGE_ERROR, "The server sent a partial response without a valid range"});
     if (*head.content_range->start != offset)
-        return refusal(CURLE_RANGE_ERROR, "The server sent the file from byte " +
-                                              std::to_string(*head.content_range->start) +
-                                              " instead of byte " + std::to_string(offset));
+        return refusal({CURLE_RANGE_ERROR, "The server sent the file from byte " +
+                                               std::to_string(*head.content_range->start) +
+                                               " instead of byte " + std::to_string(offset)});
     CURL_BODY_DECISION decision;
     decision.total = head.content_range->total;
     return decision;
@@ -67,6 +67,20 @@ CURL_BODY_DECISION decide_on_whole(const CURL_RESPONSE_HEAD& head, std::uint64_t
     if (offset > 0 && head.content_length == offset)
         decision.action = CURL_BODY_DECISION::ACTION::already_whole;
     return decision;
+}
+
+CURL_OUTCOME judge_unsatisfiable_range(const CURL_RESPONSE_HEAD& head, const CURL_FILE_SIZE& size,
+                                       std::uint64_t offset)
+{
+    const std::optional<std::uint64_t> total =
+        head.content_range ? head.content_range->total : std::nullopt;
+    if (total)
+        if (CURL_OUTCOME offer = size.judge_offer(*total); offer.curl_code != CURLE_OK)
+            return offer;
+    if (total == offset)
+        return {};
+    return {CURLE_RANGE_ERROR, "The server has no data from byte " + std::to_string(offset) +
+                                   ", where the file on disk ends"};
 }
 
 }
@@ -114,6 +128,39 @@ void CURL_RESPONSE_HEAD::set_field(std::string_view name, std::string_view value
         locations.emplace_back(value);
 }
 
+std::uint64_t CURL_FILE_SIZE::most() const
+{
+    if (expected != 0)
+        return expected;
+    return limit != 0 ? limit : std::numeric_limits<std::uint64_t>::max();
+}
+
+CURL_OUTCOME CURL_FILE_SIZE::judge_offer(std::uint64_t total) const
+{
+    const std::string offer = "The server offers " + std::to_string(total) + " bytes, but ";
+    if (expected != 0 && total != expected)
+        return {total > expected ? CURLE_FILESIZE_EXCEEDED : CURLE_PARTIAL_FILE,
+                offer + "the release lists " + std::to_string(expected)};
+    if (total > most())
+        return {CURLE_FILESIZE_EXCEEDED, offer + "at most " + std::to_string(limit) + " are read"};
+    return {};
+}
+
+CURL_OUTCOME CURL_FILE_SIZE::too_long() const
+{
+    return {CURLE_FILESIZE_EXCEEDED, "The server sends more than the " + std::to_string(most()) +
+                                         " bytes that " +
+                                         (expected != 0 ? "the release lists" : "are read")};
+}
+
+CURL_OUTCOME CURL_FILE_SIZE::judge_end(std::uint64_t bytes) const
+{
+    if (bytes >= expected)
+        return {};
+    return {CURLE_PARTIAL_FILE, "The server sent " + std::to_string(bytes) + " of the " +
+                                    std::to_string(expected) + " bytes that the release lists"};
+}
+
 bool CURL_RESPONSE_HEAD::redirects_to_http() const
 {
     return redirects() && std::any_of(locations.begin(), locations.end(),
@@ -121,34 +168,34 @@ bool CURL_RESPONSE_HEAD::redirects_to_http() const
                                       { return curl_has_scheme(location, "http"); });
 }
 
-CURL_BODY_DECISION curl_decide_on_body(const CURL_RESPONSE_HEAD& head, std::uint64_t offset)
+CURL_BODY_DECISION curl_decide_on_body(const CURL_RESPONSE_HEAD& head, std::uint64_t offset,
+                                       const CURL_FILE_SIZE& size)
 {
     if (!head.content_encoding.empty() && head.content_encoding != "identity")
-        return refusal(CURLE_BAD_CONTENT_ENCODING,
-                       "The server sent encoded content, which was not requested");
-    if (head.status == 206)
-        return decide_on_part(head, offset);
-    if (head.status == 200 || head.status == 203)
-        return decide_on_whole(head, offset);
-    return refusal(CURLE_WEIRD_SERVER_REPLY, "The server's response is not the file");
+        return refusal({CURLE_BAD_CONTENT_ENCODING,
+                        "The server sent encoded content, which was not requested"});
+    if (head.status != 206 && !head.has_whole_file())
+        return refusal({CURLE_WEIRD_SERVER_REPLY, "The server's response is not the file"});
+    CURL_BODY_DECISION decision =
+        head.status == 206 ? decide_on_part(head, offset) : decide_on_whole(head, offset);
+    if (decision.action == CURL_BODY_DECISION::ACTION::refuse || !decision.total)
+        return decision;
+    const CURL_OUTCOME offer = size.judge_offer(*decision.total);
+    return offer.curl_code == CURLE_OK ? decision : refusal(offer);
 }
 
 CURL_OUTCOME curl_judge_end(const CURL_OUTCOME& result, const CURL_RESPONSE_HEAD& head,
-                            std::uint64_t offset, std::uint64_t skipped, bool had_body)
+                            const CURL_FILE_SIZE& size, std::uint64_t offset, std::uint64_t skipped,
+                            bool had_body)
 {
     if (head.status == 416 && offset > 0 &&
         (result.curl_code == CURLE_HTTP_RETURNED_ERROR || result.curl_code == CURLE_OK))
-    {
-        if (head.content_range && head.content_range->total == offset)
-            return {};
-        return {CURLE_RANGE_ERROR, "The server has no data from byte " + std::to_string(offset) +
-                                       ", where the file on disk ends"};
-    }
+        return judge_unsatisfiable_range(head, size, offset);
     if (result.curl_code != CURLE_OK)
         return result;
     if (!had_body && (head.status < 200 || head.status > 299 || head.status == 204))
         return {CURLE_WEIRD_SERVER_REPLY, "The server's response is not the file"};
-    if (skipped < offset && (head.status == 200 || head.status == 203))
+    if (skipped < offset && head.has_whole_file())
         return {CURLE_PARTIAL_FILE, "The server sent fewer bytes than the file on disk has"};
     return {};
 }

@@ -35,12 +35,38 @@ struct CURL_RESPONSE_HEAD
 
     /// Whether it redirects the client to another address.
     bool redirects() const { return status >= 300 && status < 400 && !locations.empty(); }
+    /// Whether its body is the complete file.
+    bool has_whole_file() const { return status == 200 || status == 203; }
     /// Whether any of the addresses is an http one.
     bool redirects_to_http() const;
 
     /// Of a repeated field the last value counts, but every location does.
     /// \param name  one of `field_names`
     void set_field(std::string_view name, std::string_view value);
+};
+
+/// The result of a transfer: libcurl's result code, and a message for the user when it isn't 0.
+struct CURL_OUTCOME
+{
+    int curl_code = 0;
+    std::string error;
+};
+
+/// What is known about the size of the complete file before the server responds, in bytes.
+struct CURL_FILE_SIZE
+{
+    std::uint64_t expected = 0; ///< 0: unknown
+    std::uint64_t limit = 0;    ///< of a file whose size is unknown; 0: none
+
+    /// The number of bytes that are ever written.
+    std::uint64_t most() const;
+    /// Whether a file of this size may be the one that is fetched. The result code of one that is
+    /// too short is that of an incomplete transfer.
+    CURL_OUTCOME judge_offer(std::uint64_t total) const;
+    /// Of a body that goes on after `most()` bytes.
+    CURL_OUTCOME too_long() const;
+    /// Of a body that ends properly, after which the file has this many bytes.
+    CURL_OUTCOME judge_end(std::uint64_t bytes) const;
 };
 
 /// What to do with the body of the response to a request that starts at `offset`.
@@ -56,25 +82,20 @@ struct CURL_BODY_DECISION
     ACTION action = ACTION::write;
     std::uint64_t skip = 0;
     std::optional<std::uint64_t> total; ///< the size of the complete file according to the server
-    int curl_code = 0;                  ///< of a refusal
-    std::string error;                  ///< of a refusal
+    CURL_OUTCOME refusal;               ///< the reason of a refusal
 };
 
 /// Called at the first byte of a body. Not called for responses with a status of 400 or above.
-CURL_BODY_DECISION curl_decide_on_body(const CURL_RESPONSE_HEAD& head, std::uint64_t offset);
+CURL_BODY_DECISION curl_decide_on_body(const CURL_RESPONSE_HEAD& head, std::uint64_t offset,
+                                       const CURL_FILE_SIZE& size);
 
-/// The result of a transfer: libcurl's result code, and a message for the user when it isn't 0.
-struct CURL_OUTCOME
-{
-    int curl_code = 0;
-    std::string error;
-};
-
-/// Determines the result of a transfer whose body was not refused.
+/// Determines the result of a transfer whose body was not refused and whose file has not reached
+/// its expected size.
 ///
 /// \param result    libcurl's result
 /// \param skipped   bytes of the body skipped; equals `offset` when everything that was on disk was
 ///                  skipped
 /// \param had_body  whether the decision on a body was made
 CURL_OUTCOME curl_judge_end(const CURL_OUTCOME& result, const CURL_RESPONSE_HEAD& head,
-                            std::uint64_t offset, std::uint64_t skipped, bool had_body);
+                            const CURL_FILE_SIZE& size, std::uint64_t offset, std::uint64_t skipped,
+                            bool had_body);

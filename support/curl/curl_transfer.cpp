@@ -19,13 +19,16 @@ constexpr long receive_buffer = 512 * 1024;             // bytes
 constexpr std::size_t head_limit = 256 * 1024;          // bytes of all headers together
 constexpr auto longest_in_memory = std::chrono::milliseconds(300);
 constexpr long redirect_limit = 10;
+// A body of unknown length that pauses at the expected size has probably ended.
+constexpr auto longest_wait_for_end = std::chrono::seconds(1);
 
 }
 
 CURL_TRANSFER::CURL_TRANSFER(CURL_REQUEST request, const CURL_CONNECTION_SETTINGS& settings,
                              FIO_FLUSHER& flusher)
-    : m_request(std::move(request)), m_settings(settings), m_flusher(flusher),
-      m_error_buffer(CURL_ERROR_SIZE), m_last_activity(CLOCK::now())
+    : m_request(std::move(request)),
+      m_settings(settings), m_size{m_request.expected_size, settings.size_limit},
+      m_flusher(flusher), m_error_buffer(CURL_ERROR_SIZE), m_last_activity(CLOCK::now())
 {
 }
 
@@ -151,7 +154,7 @@ bool CURL_TRANSFER::take_header(std::string_view line)
     m_last_activity = CLOCK::now();
     m_head_bytes += line.size();
     if (m_head_bytes > head_limit)
-        return end_with(CURLE_WEIRD_SERVER_REPLY, "The server's headers are too long");
+        return end_with({CURLE_WEIRD_SERVER_REPLY, "The server's headers are too long"});
     m_is_in_head = line != "\r\n" && line != "\n";
     if (!m_is_in_head && !take_head())
         return false;
@@ -166,7 +169,7 @@ bool CURL_TRANSFER::take_head()
     const char* url = nullptr;
     curl_easy_getinfo(handle(), CURLINFO_EFFECTIVE_URL, &url);
     return url == nullptr || !curl_has_scheme(url, "https") ||
-           end_with(CURLE_UNSUPPORTED_PROTOCOL, "The server redirects from https to http");
+           end_with({CURLE_UNSUPPORTED_PROTOCOL, "The server redirects from https to http"});
 }
 
 std::size_t CURL_TRANSFER::on_body(char* bytes, std::size_t size, std::size_t count, void* self)
@@ -191,27 +194,38 @@ bool CURL_TRANSFER::take_body(const char* bytes, std::size_t size)
 
     if (m_pending.empty())
         m_pending_since = m_last_activity;
-    m_pending.insert(m_pending.end(), bytes, bytes + size);
-    if (m_pending.size() >= write_block && !write_pending())
+    const auto wanted = static_cast<std::size_t>(
+        std::min<std::uint64_t>(size, m_size.most() - std::min(m_size.most(), bytes_in_file())));
+    m_pending.insert(m_pending.end(), bytes, bytes + wanted);
+    const bool is_too_long = wanted < size;
+    if ((m_pending.size() >= write_block || is_too_long) && !write_pending())
         return false;
+    if (is_too_long)
+        return end_with(m_size.too_long());
     return report_progress();
 }
 
 bool CURL_TRANSFER::start_body()
 {
-    m_decision = curl_decide_on_body(m_head, m_offset);
+    m_decision = curl_decide_on_body(m_head, m_offset, m_size);
     if (m_decision->action == CURL_BODY_DECISION::ACTION::refuse)
-        return end_with(m_decision->curl_code, m_decision->error);
+        return end_with(m_decision->refusal);
     if (m_decision->action == CURL_BODY_DECISION::ACTION::already_whole)
-        return end_with(CURLE_OK, {});
+        return end_with({});
     if (!m_file.is_open() &&
         !m_file.open(m_request.path, FIO_APPEND_FILE::OPENING::create_if_missing))
-        return end_with(CURLE_WRITE_ERROR, m_file.error());
+        return end_with({CURLE_WRITE_ERROR, m_file.error()});
     if (m_file.size() != m_offset)
-        return end_with(CURLE_WRITE_ERROR,
-                        "Cannot write " + m_request.path + ": another process has changed it");
+        return end_with({CURLE_WRITE_ERROR,
+                         "Cannot write " + m_request.path + ": another process has changed it"});
     m_pending.reserve(write_block + CURL_MAX_WRITE_SIZE);
     return true;
+}
+
+/// Whether only the end of the body will show whether it is the file.
+bool CURL_TRANSFER::is_without_total() const
+{
+    return m_request.expected_size != 0 && m_decision && !m_decision->total;
 }
 
 bool CURL_TRANSFER::write_pending()
@@ -221,7 +235,7 @@ bool CURL_TRANSFER::write_pending()
     const bool written = m_file.append(m_pending.data(), m_pending.size());
     m_pending.clear();
     m_received = m_file.size() - m_offset;
-    return written || end_with(CURLE_WRITE_ERROR, m_file.error());
+    return written || end_with({CURLE_WRITE_ERROR, m_file.error()});
 }
 
 bool CURL_TRANSFER::report_progress()
@@ -231,22 +245,30 @@ bool CURL_TRANSFER::report_progress()
     const std::uint64_t total = m_decision ? m_decision->total.value_or(0) : 0;
     if (m_settings.progress_callback(m_request.data, total, m_received) == 0)
         return true;
-    return end_with(CURLE_ABORTED_BY_CALLBACK, "Stopped");
+    return end_with({CURLE_ABORTED_BY_CALLBACK, "Stopped"});
 }
 
 bool CURL_TRANSFER::keep_going(CLOCK::time_point now)
 {
-    if (!m_pending.empty() && now - m_pending_since >= longest_in_memory && !write_pending())
+    // The beginning of a body without a total is held back: it may be a short page instead of the
+    // file, and nothing of a page must get into the file.
+    const bool is_held_back =
+        is_without_total() && m_received == 0 && bytes_in_file() < m_request.expected_size;
+    if (!m_pending.empty() && !is_held_back && now - m_pending_since >= longest_in_memory &&
+        !write_pending())
         return false;
     if (!flush_now_and_then(now))
         return false;
+    if (m_request.expected_size != 0 && bytes_in_file() >= m_request.expected_size &&
+        now - m_last_activity >= longest_wait_for_end)
+        return end_with({});
     if (now - m_last_activity >= m_settings.stall_timeout)
-        return end_with(CURLE_OPERATION_TIMEDOUT,
-                        "No data received for " +
-                            std::to_string(std::chrono::duration_cast<std::chrono::seconds>(
-                                               m_settings.stall_timeout)
-                                               .count()) +
-                            " seconds");
+        return end_with({CURLE_OPERATION_TIMEDOUT,
+                         "No data received for " +
+                             std::to_string(std::chrono::duration_cast<std::chrono::seconds>(
+                                                m_settings.stall_timeout)
+                                                .count()) +
+                             " seconds"});
     return report_progress();
 }
 
@@ -262,13 +284,13 @@ bool CURL_TRANSFER::flush_now_and_then(CLOCK::time_point now)
     }
     const std::error_code error = m_flusher.error_of(m_file);
     return !error ||
-           end_with(CURLE_WRITE_ERROR, "Cannot write " + m_request.path + ": " + error.message());
+           end_with({CURLE_WRITE_ERROR, "Cannot write " + m_request.path + ": " + error.message()});
 }
 
-bool CURL_TRANSFER::end_with(int curl_code, std::string error)
+bool CURL_TRANSFER::end_with(CURL_OUTCOME outcome)
 {
     if (!m_own_outcome)
-        m_own_outcome = CURL_OUTCOME{curl_code, std::move(error)};
+        m_own_outcome = std::move(outcome);
     return false;
 }
 
@@ -281,29 +303,48 @@ int CURL_TRANSFER::answered_status(CURLcode result) const
     return m_head.redirects() && !stayed ? 0 : m_head.status;
 }
 
+CURL_OUTCOME CURL_TRANSFER::libcurl_outcome(CURLcode result) const
+{
+    if (result == CURLE_OK)
+        return {};
+    // The buffer's last byte is never written, so the text in it ends.
+    return {result, m_error_buffer.front() != '\0' ? std::string(m_error_buffer.data())
+                                                   : std::string(curl_easy_strerror(result))};
+}
+
+bool CURL_TRANSFER::has_reached_its_size() const
+{
+    return m_request.expected_size != 0 && m_file.size() >= m_request.expected_size;
+}
+
+CURL_OUTCOME CURL_TRANSFER::judge(const CURL_OUTCOME& result) const
+{
+    if (m_own_outcome && (m_own_outcome->curl_code == CURLE_WRITE_ERROR ||
+                          m_own_outcome->curl_code == CURLE_FILESIZE_EXCEEDED))
+        return *m_own_outcome;
+    if (const std::error_code error = m_flusher.error_of(m_file); error)
+        return {CURLE_WRITE_ERROR, "Cannot write " + m_request.path + ": " + error.message()};
+    if (has_reached_its_size())
+        return {};
+    if (m_own_outcome)
+        return *m_own_outcome;
+    CURL_OUTCOME outcome =
+        curl_judge_end(result, m_head, m_size, m_offset, m_skipped, m_decision.has_value());
+    return outcome.curl_code == CURLE_OK ? m_size.judge_end(bytes_in_file()) : outcome;
+}
+
 void CURL_TRANSFER::finish(CURLcode result)
 {
-    write_pending();
-    m_flusher.withdraw(m_file);
     // libcurl ends a transfer with an error status before the callback receives the end of the
     // headers.
     if (m_is_in_head)
         m_head = curl_read_head(handle());
-    CURL_OUTCOME outcome{result, {}};
-    if (result != CURLE_OK)
-    {
-        m_error_buffer.back() = '\0';
-        outcome.error = m_error_buffer.front() != '\0' ? std::string(m_error_buffer.data())
-                                                       : std::string(curl_easy_strerror(result));
-    }
-    const std::error_code flush_error = m_flusher.error_of(m_file);
-    if (m_own_outcome)
-        outcome = *m_own_outcome;
-    else if (flush_error)
-        outcome = {CURLE_WRITE_ERROR,
-                   "Cannot write " + m_request.path + ": " + flush_error.message()};
-    else
-        outcome = curl_judge_end(outcome, m_head, m_offset, m_skipped, m_decision.has_value());
+    const bool is_short_page = result == CURLE_OK && is_without_total() && m_received == 0 &&
+                               bytes_in_file() < m_request.expected_size;
+    if (!is_short_page)
+        write_pending();
+    m_flusher.withdraw(m_file);
+    CURL_OUTCOME outcome = judge(libcurl_outcome(result));
 
     // An empty body must still create the file.
     if (outcome.curl_code == CURLE_OK && !m_file.is_open() &&

@@ -58,16 +58,24 @@ private:
     bool take_head();
     bool take_body(const char* bytes, std::size_t size);
     bool start_body();
+    bool is_without_total() const;
+    std::uint64_t bytes_in_file() const { return m_file.size() + m_pending.size(); }
     bool write_pending();
     bool flush_now_and_then(CLOCK::time_point now);
     /// \return whether the caller wants the transfer to continue
     bool report_progress();
-    bool end_with(int curl_code, std::string error);
+    /// The first outcome of several counts.
+    /// \return false
+    bool end_with(CURL_OUTCOME outcome);
+    CURL_OUTCOME libcurl_outcome(CURLcode result) const;
+    CURL_OUTCOME judge(const CURL_OUTCOME& result) const;
+    bool has_reached_its_size() const;
     int answered_status(CURLcode result) const;
     void store(const CURL_OUTCOME& outcome, int status);
 
     const CURL_REQUEST m_request;
     const CURL_CONNECTION_SETTINGS& m_settings;
+    const CURL_FILE_SIZE m_size;
     FIO_FLUSHER& m_flusher;
     std::unique_ptr<CURL, EASY_DELETER> m_handle;
     std::vector<char> m_error_buffer;

@@ -63,6 +63,16 @@ FAULT FAULT::endless_header_line()
 {
     return make(KIND::endless_header_line);
 }
+FAULT FAULT::slow_headers(milliseconds interval)
+{
+    FAULT fault = make(KIND::slow_headers);
+    fault.interval = interval;
+    return fault;
+}
+FAULT FAULT::chunks_without_end(bool with_reset)
+{
+    return make(KIND::chunks_without_end, with_reset ? 1 : 0);
+}
 FAULT FAULT::claim_length(std::uint64_t length)
 {
     return make(KIND::claim_length, length);

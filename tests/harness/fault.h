@@ -45,12 +45,15 @@ struct FAULT
     static FAULT stall_before_headers();
     static FAULT endless_headers();     ///< an endless series of lines, about 10 MB/s
     static FAULT endless_header_line(); ///< one endless line, at the same rate
+    static FAULT slow_headers(std::chrono::milliseconds interval); ///< endless, a line at a time
 
     // Bodies that don't match the head.
     static FAULT claim_length(std::uint64_t length); ///< then sends the real body and closes
     static FAULT short_body(std::uint64_t n);      ///< 200, the first n bytes as the complete body
     static FAULT other_body(SERVED_BODY body);     ///< other bytes; ranges work
     static FAULT chunked(std::uint64_t n = ~0ULL); ///< in chunks, cut after n bytes
+    static FAULT
+    chunks_without_end(bool with_reset); ///< the complete body; then a reset or a stall
     static FAULT without_length(std::uint64_t n = ~0ULL); ///< HTTP/1.0 that ends by closing after n
     static FAULT content_encoding(const std::string& name = "gzip"); ///< declared, but not applied
 
@@ -82,10 +85,12 @@ struct FAULT
         stall_before_headers,
         endless_headers,
         endless_header_line,
+        slow_headers,
         claim_length,
         short_body,
         other_body,
         chunked,
+        chunks_without_end,
         without_length,
         content_encoding,
         wrong_range_start,

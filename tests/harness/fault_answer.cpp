@@ -128,6 +128,10 @@ void FAULT_ANSWER::apply(const FAULT& fault, const std::optional<HTTP_RANGE>& ra
     case KIND::endless_header_line:
         head = HEAD::endless_line;
         break;
+    case KIND::slow_headers:
+        head = HEAD::slow_lines;
+        interval = fault.interval;
+        break;
     case KIND::claim_length:
         claimed_length = fault.number;
         end = END::close;
@@ -142,6 +146,11 @@ void FAULT_ANSWER::apply(const FAULT& fault, const std::optional<HTTP_RANGE>& ra
         chunked = true;
         limit = fault.number;
         end = limit < length ? END::close : END::keep_alive;
+        break;
+    case KIND::chunks_without_end:
+        chunked = true;
+        with_last_chunk = false;
+        end = fault.number != 0 ? END::reset : END::stall;
         break;
     case KIND::without_length:
         version = "HTTP/1.0";

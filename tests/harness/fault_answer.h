@@ -19,7 +19,8 @@ struct FAULT_ANSWER
         normal,
         none,
         endless_lines,
-        endless_line
+        endless_line,
+        slow_lines
     };
     enum class END
     {
@@ -38,6 +39,7 @@ struct FAULT_ANSWER
     bool with_length = true;
     std::optional<std::uint64_t> claimed_length;
     bool chunked = false;
+    bool with_last_chunk = true;
 
     SERVED_BODY body;
     std::uint64_t offset = 0;

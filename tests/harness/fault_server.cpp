@@ -135,6 +135,8 @@ private:
     {
         if (answer.head == FAULT_ANSWER::HEAD::none)
             return await_peer();
+        if (answer.head == FAULT_ANSWER::HEAD::slow_lines)
+            return send_slow_head(answer.interval);
         if (answer.head != FAULT_ANSWER::HEAD::normal)
             return send_endless_head(answer.head == FAULT_ANSWER::HEAD::endless_line);
         if (!send_all(answer.head_text()))
@@ -173,7 +175,8 @@ private:
             m_server.m_body_bytes[path] += bytes.size();
             m_server.m_changed.notify_all();
         }
-        return !answer.chunked || total < answer.length || send_all("0\r\n\r\n");
+        const bool is_ended = answer.with_last_chunk && total == answer.length;
+        return !answer.chunked || !is_ended || send_all("0\r\n\r\n");
     }
 
     static std::string as_chunk(const std::string& bytes)
@@ -194,6 +197,14 @@ private:
         while (send_all(block) && pause(milliseconds(1)))
         {
         }
+        return false;
+    }
+
+    bool send_slow_head(milliseconds interval) const
+    {
+        bool is_sent = send_all("HTTP/1.1 200 OK\r\n");
+        while (is_sent && pause(interval))
+            is_sent = send_all("X-Filler: x\r\n");
         return false;
     }
 

@@ -53,6 +53,7 @@ protected:
         data = std::make_unique<CURL_PROGRESS_DATA>();
         CURL_DOWNLOADER downloader("", proxy, false, 10);
         downloader.set_progress_callback(count_progress);
+        downloader.set_stall_timeout(stall_timeout);
         downloader.add_file(server.url("/f"), path(), data.get(), expected_size);
         downloader.download_files(1, true);
         return data->http_code;

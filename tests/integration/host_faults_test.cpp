@@ -29,7 +29,18 @@ const FAULT_CASE cases[] = {
      "", 1000},
     {"Reset", FAULT::reset_after(1000), 0,
      "One: Error: Recv failure: Connection reset by peer, Httpcode: 200, Curlcode: 56", "", 1000},
-    {"ShortLie", FAULT::claim_length(1000), 0, "One: [1000 / 3000] 33% ", "", 1000},
+    {"ShortLie", FAULT::claim_length(1000), 0,
+     "One: Error: The server offers 1000 bytes, but the release lists 3000, Httpcode: 200, "
+     "Curlcode: 18",
+     "", 0},
+    {"LongLie", FAULT::claim_length(3500), 0,
+     "One: Error: The server offers 3500 bytes, but the release lists 3000, Httpcode: 200, "
+     "Curlcode: 63",
+     write_error, 0},
+    {"LongerFile", FAULT::other_body(SERVED_BODY::of_pattern(8000, 1)), 500,
+     "One: Error: The server offers 8000 bytes, but the release lists 3000, Httpcode: 206, "
+     "Curlcode: 63",
+     write_error, 500},
     {"WrongContentRange", FAULT::wrong_range_start(10), 500,
      "One: Error: The server sent the file from byte 510 instead of byte 500, Httpcode: 206, "
      "Curlcode: 33",
@@ -57,15 +68,24 @@ const FAULT_CASE cases[] = {
      "Curlcode: "
      "61",
      "", 0},
-    {"WithoutALength", FAULT::without_length(1000), 0, "One: [1000 / 3000] 33% ", "", 1000},
-    {"CaptivePortal", FAULT::other_body("<html>log in</html>"), 0, "One: [19 / 3000] 0% ", "", 19},
+    {"WithoutALength", FAULT::without_length(1000), 0,
+     "One: Error: The server sent 1000 of the 3000 bytes that the release lists, Httpcode: 200, "
+     "Curlcode: 18",
+     "", 0},
+    {"CaptivePortal", FAULT::other_body("<html>log in</html>"), 0,
+     "One: Error: The server offers 19 bytes, but the release lists 3000, Httpcode: 200, "
+     "Curlcode: 18",
+     "", 0},
     {"OtherContent", FAULT::other_body(std::string(3000, 'x')), 0, "One: [3000 / 3000] 100% ",
      write_error, 3000},
     {"CutInChunks", FAULT::chunked(1000), 0,
      "One: Error: transfer closed with outstanding read data remaining, Httpcode: 200, Curlcode: "
      "18",
      "", 1000},
-    {"ShortBody", FAULT::short_body(1000), 0, "One: [1000 / 3000] 33% ", "", 1000},
+    {"ShortBody", FAULT::short_body(1000), 0,
+     "One: Error: The server offers 1000 bytes, but the release lists 3000, Httpcode: 200, "
+     "Curlcode: 18",
+     "", 0},
     {"RedirectToAFile", FAULT::redirect(302, "file:///etc/passwd"), 0,
      "One: Error: Protocol \"file\" not supported or disabled in libcurl, Httpcode: 302, Curlcode: "
      "1",
@@ -178,14 +198,26 @@ TEST_F(HostFaults, DoNotAffectACompleteFile)
 {
     builder.component("one").title("One").pattern_content(3000, 1);
     publish();
-    server.set_faults("/one.run", {FAULT::claim_length(3500)});
+    for (const bool with_reset : {true, false})
+    {
+        server.set_faults("/one.run", {FAULT::chunks_without_end(with_reset)});
+        std::filesystem::remove(dir / "dl/one.run");
+        run(run_arguments({"--retry-duration", "0"}));
+        EXPECT_TRUE(output_holds("\nDownload successful\n")) << output;
+        EXPECT_EQ(dir.read("dl/one.run"), read_file(builder.file("one").path));
+    }
+}
+
+TEST_F(HostFaults, LetAGoodFileSucceedThatTheServerContinuesWithOtherBytes)
+{
+    builder.component("one").title("One").pattern_content(3000, 1);
+    publish();
+    server.serve("/one.run", SERVED_BODY::of_pattern(3001, 1), {FAULT::without_length()});
     run(run_arguments({"--retry-duration", "0"}));
-    EXPECT_TRUE(
-        output_holds("One: Error: transfer closed with 500 bytes remaining to read, Httpcode: "
-                     "200, Curlcode: 18\n"))
+    EXPECT_TRUE(output_holds("One: Error: The server sends more than the 3000 bytes that the "
+                             "release lists, Httpcode: 200, Curlcode: 63\n"))
         << output;
-    EXPECT_FALSE(output_holds("Process aborted"));
-    EXPECT_EQ(dir.read("dl/one.run"), read_file(builder.file("one").path));
+    EXPECT_TRUE(output_holds("\nChecking file integrity ...\nDownload successful\n")) << output;
 }
 
 TEST_F(HostFaults, EndEndlessHeaders)

@@ -99,6 +99,19 @@ TEST_F(Manager, RefetchesACorruptFileInTheNextAttempt)
     EXPECT_EQ(server.requests("/one.run").at(1).range(), "");
 }
 
+TEST_F(Manager, TreatsAFileThatIsTooLongAsAWriteErrorAndOneThatIsTooShortAsIncomplete)
+{
+    builder.component("one").pattern_content(3000, 1);
+    load();
+    for (const std::uint64_t size : {3001U, 2999U})
+    {
+        server.set_faults("/one.run", {FAULT::other_body(SERVED_BODY::of_pattern(size, 1))});
+        EXPECT_FALSE(attempt());
+        EXPECT_EQ(manager->write_error(), size > 3000);
+        EXPECT_FALSE(std::filesystem::exists(dir / "dl/one.run"));
+    }
+}
+
 TEST_F(Manager, ChecksAnExistingCompleteFile)
 {
     builder.component("one").pattern_content(3000, 1);

@@ -19,6 +19,7 @@ namespace
 
 constexpr int curl_write_error = 23;
 constexpr int curl_aborted_by_callback = 42;
+constexpr int curl_filesize_exceeded = 63;
 constexpr int http_not_found = 404;
 constexpr long connect_seconds = 10;
 constexpr std::chrono::milliseconds progress_interval{1000};
@@ -129,8 +130,11 @@ bool VINST_DOWNLOADER_MGR::download(int parallel_downloads)
     m_view.show_speed({});
     m_view.show_time_remaining({});
     const bool intact = check_integrity();
-    report_result(transferred && intact);
-    return transferred && intact;
+    // A file may be good although its transfer failed, for example when the server sent more.
+    const bool succeeded =
+        intact && (transferred || m_passed_components.size() == m_components.size());
+    report_result(succeeded);
+    return succeeded;
 }
 
 void VINST_DOWNLOADER_MGR::queue_components(CURL_DOWNLOADER& downloader)
@@ -275,7 +279,8 @@ void VINST_DOWNLOADER_MGR::note_lasting_errors(VINST_COMPONENT* component)
         // A file that is locked now is removed on the next progress pass.
         FIO_FILE_SYSTEM::remove_unless_held(utf8(component->file.path()));
     }
-    if (data.curl_code == curl_write_error)
+    // A file that is too long would not have matched its checksum.
+    if (data.curl_code == curl_write_error || data.curl_code == curl_filesize_exceeded)
         m_write_error = true;
 }
 
