@@ -79,6 +79,9 @@ void CURL_DOWNLOAD_LOOP::end_transfer(CURL* handle, CURLcode result)
     const auto ended =
         std::find_if(m_active.begin(), m_active.end(),
                      [handle](const auto& transfer) { return transfer->handle() == handle; });
+    if ((*ended)->repeat_without_range() &&
+        curl_multi_add_handle(m_multi.get(), handle) == CURLM_OK)
+        return;
     (*ended)->finish(result);
     m_active.erase(ended);
     m_on_file_end();

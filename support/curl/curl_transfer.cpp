@@ -106,7 +106,8 @@ void CURL_TRANSFER::set_options(CURL_OPTIONS& options)
     set_proxy_options(options);
 
     // Not CURLOPT_RESUME_FROM: that fails on servers that don't support range requests.
-    if (m_offset > 0)
+    m_requests_range = m_offset > 0;
+    if (m_requests_range)
         options.set(CURLOPT_RANGE, (std::to_string(m_offset) + "-").c_str());
 
     options.set(CURLOPT_HEADERFUNCTION, &CURL_TRANSFER::on_header);
@@ -331,6 +332,26 @@ CURL_OUTCOME CURL_TRANSFER::judge(const CURL_OUTCOME& result) const
     CURL_OUTCOME outcome =
         curl_judge_end(result, m_head, m_size, m_offset, m_skipped, m_decision.has_value());
     return outcome.curl_code == CURLE_OK ? m_size.judge_end(bytes_in_file()) : outcome;
+}
+
+bool CURL_TRANSFER::repeat_without_range()
+{
+    // Nothing of a refused response was written, so the file still has its size.
+    if (!m_requests_range || !m_own_outcome || m_own_outcome->curl_code != CURLE_RANGE_ERROR)
+        return false;
+    m_requests_range = false;
+    CURL_OPTIONS options(handle());
+    options.set(CURLOPT_RANGE, static_cast<const char*>(nullptr));
+    if (options.refusal())
+        return false;
+    m_own_outcome.reset();
+    m_decision.reset();
+    m_head = {};
+    m_head_bytes = 0;
+    m_is_in_head = false;
+    m_error_buffer.front() = '\0';
+    m_last_activity = CLOCK::now();
+    return true;
 }
 
 void CURL_TRANSFER::finish(CURLcode result)

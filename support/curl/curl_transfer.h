@@ -38,6 +38,11 @@ public:
     /// transfer must be ended now
     bool keep_going(CLOCK::time_point now);
 
+    /// To be called when libcurl has ended the request. If the server's partial response was
+    /// unusable, prepares the request once more without a range. \return whether the handle is to
+    /// be run again instead of finishing the transfer
+    bool repeat_without_range();
+
     /// Ends the transfer and stores its result in the record.
     void finish(CURLcode result);
 
@@ -91,6 +96,7 @@ private:
     CLOCK::time_point m_last_flush; ///< the last request for a flush
 
     CURL_RESPONSE_HEAD m_head;
+    bool m_requests_range = false;
     bool m_is_in_head = false;    ///< the header lines of an answer have begun and not ended
     std::size_t m_head_bytes = 0; ///< of all answers of a chain of redirects together
     std::optional<CURL_BODY_DECISION> m_decision;

@@ -156,18 +156,33 @@ TEST_F(Downloader, RefusesAFullResponseShorterThanTheFile)
     EXPECT_EQ(on_disk(), body.substr(0, 1000));
 }
 
-TEST_F(Downloader, RefusesAPartThatDoesNotStartAtTheEndOfTheFile)
+TEST_F(Downloader, RepeatsTheRequestWithoutARangeAfterAnUnusablePart)
 {
     for (const FAULT& fault : {FAULT::wrong_range_start(-1), FAULT::wrong_range_start(7),
                                FAULT::without_content_range()})
     {
+        const std::size_t before = server.request_count("/f");
         server.serve("/f", body, {fault});
         dir.write("f", body.substr(0, 1000));
-        fetch();
-        expect_failure(33, 206);
-        EXPECT_EQ(on_disk(), body.substr(0, 1000));
-        EXPECT_EQ(data->bytes_received, 0U);
+        EXPECT_EQ(fetch(), 200);
+        expect_success(body);
+        EXPECT_EQ(data->bytes_received, 99'000U);
+        ASSERT_EQ(server.request_count("/f"), before + 2);
+        EXPECT_EQ(server.requests("/f").at(before).range(), "bytes=1000-");
+        EXPECT_EQ(server.requests("/f").at(before + 1).range(), "");
     }
+}
+
+TEST_F(Downloader, RefusesASecondUnusablePart)
+{
+    server.serve("/f", body, {FAULT::without_content_range(), FAULT::partial_unasked()});
+    dir.write("f", body.substr(0, 1000));
+    fetch();
+    expect_failure(33, 206);
+    EXPECT_EQ(text_of(*data), "The server sent the file from byte 0 instead of byte 1000");
+    EXPECT_EQ(on_disk(), body.substr(0, 1000));
+    EXPECT_EQ(data->bytes_received, 0U);
+    EXPECT_EQ(server.request_count("/f"), 2U);
 }
 
 TEST_F(Downloader, WritesNothingOfAnErrorPage)
