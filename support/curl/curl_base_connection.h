@@ -15,7 +15,8 @@ struct CURL_CONNECTION_SETTINGS
     CURL_PROXY_INFO proxy;
     bool trace = false; ///< libcurl's own trace, as debug lines of the log
     std::chrono::seconds connect_timeout{10};
-    std::chrono::milliseconds stall_timeout{60'000}; ///< for a transfer that receives nothing
+    /// For a transfer that receives nothing, no end of the headers, or hardly anything of the body.
+    std::chrono::milliseconds stall_timeout{60'000};
     /// A growing file is flushed to the disk this often, and after each 64 MiB.
     std::chrono::milliseconds flush_interval{10'000};
     std::uint64_t size_limit = 0;  ///< bytes of a file whose size is unknown; 0: none

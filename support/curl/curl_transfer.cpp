@@ -28,7 +28,7 @@ CURL_TRANSFER::CURL_TRANSFER(CURL_REQUEST request, const CURL_CONNECTION_SETTING
                              FIO_FLUSHER& flusher)
     : m_request(std::move(request)),
       m_settings(settings), m_size{m_request.expected_size, settings.size_limit},
-      m_flusher(flusher), m_error_buffer(CURL_ERROR_SIZE), m_last_activity(CLOCK::now())
+      m_flusher(flusher), m_error_buffer(CURL_ERROR_SIZE), m_pace(settings.stall_timeout)
 {
 }
 
@@ -67,8 +67,8 @@ bool CURL_TRANSFER::prepare()
         store(*options.refusal(), 0);
         return false;
     }
-    m_last_activity = CLOCK::now();
-    m_last_flush = m_last_activity;
+    m_last_flush = CLOCK::now();
+    m_pace.start(m_last_flush);
     return true;
 }
 
@@ -152,7 +152,7 @@ std::size_t CURL_TRANSFER::on_header(char* text, std::size_t size, std::size_t c
 
 bool CURL_TRANSFER::take_header(std::string_view line)
 {
-    m_last_activity = CLOCK::now();
+    m_pace.take_header(CLOCK::now());
     m_head_bytes += line.size();
     if (m_head_bytes > head_limit)
         return end_with({CURLE_WEIRD_SERVER_REPLY, "The server's headers are too long"});
@@ -165,6 +165,8 @@ bool CURL_TRANSFER::take_header(std::string_view line)
 bool CURL_TRANSFER::take_head()
 {
     m_head = curl_read_head(handle());
+    if (m_head.redirects())
+        m_pace.take_redirect();
     if (!m_head.redirects_to_http())
         return true;
     const char* url = nullptr;
@@ -181,7 +183,7 @@ std::size_t CURL_TRANSFER::on_body(char* bytes, std::size_t size, std::size_t co
 
 bool CURL_TRANSFER::take_body(const char* bytes, std::size_t size)
 {
-    m_last_activity = CLOCK::now();
+    m_pace.take_body(size, CLOCK::now());
     if (!m_decision && !start_body())
         return false;
 
@@ -194,7 +196,7 @@ bool CURL_TRANSFER::take_body(const char* bytes, std::size_t size)
         return report_progress();
 
     if (m_pending.empty())
-        m_pending_since = m_last_activity;
+        m_pending_since = m_pace.last_activity();
     const auto wanted = static_cast<std::size_t>(
         std::min<std::uint64_t>(size, m_size.most() - std::min(m_size.most(), bytes_in_file())));
     m_pending.insert(m_pending.end(), bytes, bytes + wanted);
@@ -261,15 +263,10 @@ bool CURL_TRANSFER::keep_going(CLOCK::time_point now)
     if (!flush_now_and_then(now))
         return false;
     if (m_request.expected_size != 0 && bytes_in_file() >= m_request.expected_size &&
-        now - m_last_activity >= longest_wait_for_end)
+        now - m_pace.last_activity() >= longest_wait_for_end)
         return end_with({});
-    if (now - m_last_activity >= m_settings.stall_timeout)
-        return end_with({CURLE_OPERATION_TIMEDOUT,
-                         "No data received for " +
-                             std::to_string(std::chrono::duration_cast<std::chrono::seconds>(
-                                                m_settings.stall_timeout)
-                                                .count()) +
-                             " seconds"});
+    if (std::string reason = m_pace.reason_to_give_up(now); !reason.empty())
+        return end_with({CURLE_OPERATION_TIMEDOUT, std::move(reason)});
     return report_progress();
 }
 
@@ -350,7 +347,7 @@ bool CURL_TRANSFER::repeat_without_range()
     m_head_bytes = 0;
     m_is_in_head = false;
     m_error_buffer.front() = '\0';
-    m_last_activity = CLOCK::now();
+    m_pace.start(CLOCK::now());
     return true;
 }
 

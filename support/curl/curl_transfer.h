@@ -2,6 +2,7 @@
 
 #include "support/curl/curl_base_connection.h"
 #include "support/curl/curl_easy.h"
+#include "support/curl/curl_pace.h"
 #include "support/curl/curl_request.h"
 #include "support/fio/fio_append_file.h"
 
@@ -91,7 +92,7 @@ private:
     std::uint64_t m_skipped = 0;  ///< bytes of the body skipped
     std::vector<char> m_pending;  ///< received, not yet written
     CLOCK::time_point m_pending_since;
-    CLOCK::time_point m_last_activity;
+    CURL_PACE m_pace;
     std::uint64_t m_flushed = 0;    ///< the part of `m_received` for which a flush was requested
     CLOCK::time_point m_last_flush; ///< the last request for a flush
 

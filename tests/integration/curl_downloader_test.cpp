@@ -269,9 +269,34 @@ TEST_F(Downloader, EndsAStalledTransfer)
 TEST_F(Downloader, KeepsASlowTransferRunning)
 {
     stall_timeout = 1000ms;
-    server.serve("/f", body.substr(0, 20), {FAULT::trickle(1, 100ms)});
+    server.serve("/f", body.substr(0, 20'000), {FAULT::trickle(1000, 100ms)});
     fetch();
-    expect_success(body.substr(0, 20));
+    expect_success(body.substr(0, 20'000));
+}
+
+TEST_F(Downloader, GivesUpOnHeadersThatKeepComing)
+{
+    stall_timeout = 1000ms;
+    server.serve("/f", body, {FAULT::slow_headers(100ms)});
+    const STOPWATCH watch;
+    fetch();
+    EXPECT_TRUE(watch.within(5s));
+    expect_failure(28, 200);
+    EXPECT_EQ(text_of(*data), "The server's headers did not end within 1 seconds");
+    EXPECT_FALSE(exists());
+}
+
+TEST_F(Downloader, GivesUpOnABodyThatHardlyGrows)
+{
+    stall_timeout = 1000ms;
+    server.serve("/f", body, {FAULT::trickle(10, 100ms)});
+    const STOPWATCH watch;
+    fetch();
+    EXPECT_TRUE(watch.within(5s));
+    expect_failure(28, 200);
+    EXPECT_EQ(text_of(*data), "Less than 1 KiB received in 1 seconds");
+    EXPECT_EQ(on_disk(), body.substr(0, data->bytes_received));
+    EXPECT_GT(data->bytes_received, 0U);
 }
 
 TEST_F(Downloader, AbortsEndlessHeaders)
