@@ -5,9 +5,27 @@
 
 #include "tests/harness/loopback.h"
 #include "tests/harness/proxy_server.h"
+#include "tests/harness/stopwatch.h"
 
 namespace
 {
+
+using namespace std::chrono_literals;
+
+/// Finds the proxy of a test, and counts how often it was asked.
+class FIXED_PROXIES final : public VINST_PROXY_SOURCE
+{
+public:
+    CURL_PROXY_INFO get_default_proxy() const override { return {}; }
+    CURL_PROXY_INFO discover() override
+    {
+        ++asked;
+        return found;
+    }
+
+    CURL_PROXY_INFO found;
+    int asked = 0;
+};
 
 class ConnectionTest : public ManagerTest
 {
@@ -23,8 +41,7 @@ protected:
         if (release == nullptr)
             load();
         VINST_PLAIN_VIEW console;
-        VINST_CONNECTION_TEST test = source ? VINST_CONNECTION_TEST(*release, console, source)
-                                            : VINST_CONNECTION_TEST(*release, console);
+        VINST_CONNECTION_TEST test(*release, console, proxies, longest_silence);
         printed = printed_by([&] { result = test.run(settings); });
         return result.works;
     }
@@ -34,7 +51,8 @@ protected:
         return release->test_url().mid(release->test_url().lastIndexOf('/')).toStdString();
     }
 
-    std::function<CURL_PROXY_INFO()> source;
+    FIXED_PROXIES proxies;
+    std::chrono::milliseconds longest_silence = VINST_CONNECTION_TEST::default_silence;
     VINST_CONNECTION_RESULT result;
     std::string printed;
 };
@@ -137,14 +155,9 @@ TEST_F(ConnectionTest, ContinuesWithADetectedProxy)
     const std::string port = std::to_string(gate.port());
     load();
     server.set_faults(route(), {FAULT::status(403).times(1)});
-    int asked = 0;
-    source = [&]
-    {
-        ++asked;
-        return CURL_PROXY_INFO(gate.host(), port, "", "");
-    };
+    proxies.found = {gate.host(), port, "", ""};
     EXPECT_TRUE(test({"", "", "ada", "s3cret", true}));
-    EXPECT_EQ(asked, 1);
+    EXPECT_EQ(proxies.asked, 1);
     EXPECT_EQ(printed, once("", "") + once(gate.host(), port) + "Test download -> success\n");
     EXPECT_EQ(release->proxy_info.username(), "ada");
 }
@@ -154,14 +167,9 @@ TEST_F(ConnectionTest, TriesADetectedProxyTwiceAndDetectsNoOther)
     load();
     server.set_faults(route(), {FAULT::status(403)});
     const std::string port = std::to_string(free_port());
-    int asked = 0;
-    source = [&]
-    {
-        ++asked;
-        return CURL_PROXY_INFO("127.0.0.1", port, "", "");
-    };
+    proxies.found = {"127.0.0.1", port, "", ""};
     EXPECT_FALSE(test({}));
-    EXPECT_EQ(asked, 1);
+    EXPECT_EQ(proxies.asked, 1);
     EXPECT_EQ(server.request_count(route()), 1U);
     EXPECT_EQ(
         printed.find(once("", "") + once("127.0.0.1", port) + once("127.0.0.1", port) +
@@ -173,12 +181,39 @@ TEST_F(ConnectionTest, TriesADetectedProxyTwiceAndDetectsNoOther)
 TEST_F(ConnectionTest, DetectsNoProxyIfOneWasNamed)
 {
     load();
-    source = []() -> CURL_PROXY_INFO
-    {
-        ADD_FAILURE() << "a proxy was named";
-        return {};
-    };
     EXPECT_FALSE(test({"127.0.0.1", std::to_string(free_port()), "", "", false}));
+    EXPECT_EQ(proxies.asked, 0);
+}
+
+TEST_F(ConnectionTest, GivesUpOnASilentServerWithin45Seconds)
+{
+    load();
+    longest_silence = 1s;
+    server.set_faults(route(), {FAULT::stall_before_headers()});
+    const STOPWATCH watch;
+    EXPECT_FALSE(test({}));
+    EXPECT_TRUE(watch.within(5s));
+    EXPECT_NE(printed.find("error: No data received for 1 seconds, Httpcode: -1, Curlcode: 28\n"),
+              std::string::npos)
+        << printed;
+    EXPECT_LE(2 * VINST_CONNECTION_TEST::default_silence, 42s);
+}
+
+TEST_F(ConnectionTest, ReadsAtMostOneMebibyte)
+{
+    load();
+    for (const std::vector<FAULT>& faults : {std::vector<FAULT>{}, {FAULT::chunked()}})
+    {
+        server.serve(route(), SERVED_BODY::of_pattern(5'000'000'000), faults);
+        EXPECT_FALSE(test({}));
+        EXPECT_NE(printed.find(faults.empty() ? "The server offers 5000000000 bytes, but at most "
+                                                "1048576 are read, Httpcode: 200, Curlcode: 63\n"
+                                              : "The server sends more than the 1048576 bytes that "
+                                                "are read, Httpcode: 200, Curlcode: 63\n"),
+                  std::string::npos)
+            << printed;
+        EXPECT_LT(server.body_bytes(route()), 100'000'000U);
+    }
 }
 
 TEST_F(ConnectionTest, NeedsATemporaryDirectory)

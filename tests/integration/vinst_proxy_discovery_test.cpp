@@ -205,7 +205,7 @@ TEST_F(ProxyTest, OfAHugeScriptIsNotFetched)
     const std::string script = std::string(5 * 1024 * 1024, ' ') + returning("'PROXY a:1'");
     EXPECT_EQ(pac_proxy(script), "");
     EXPECT_EQ(pac_proxy(script, {FAULT::chunked()}), "");
-    EXPECT_TRUE(log_holds("No autoproxy file: Httpcode: 200, Curlcode: 42"));
+    EXPECT_TRUE(log_holds("No autoproxy file: Httpcode: 200, Curlcode: 63"));
 }
 
 TEST_F(ProxyTest, OfAStalledServerTimesOut)

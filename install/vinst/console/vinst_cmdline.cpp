@@ -263,8 +263,7 @@ void VINST_OPTIONS::test_connection() const
 {
     VINST_MESSAGES::instance().echo_to_console = true;
     const std::unique_ptr<VINST_CONSOLE_VIEW> view = make_console_view();
-    const VINST_CONNECTION_RESULT result =
-        VINST_CONNECTION_TEST(*release, *view).run(proxy_settings());
+    const VINST_CONNECTION_RESULT result = run_connection_test(*release, *view, proxy_settings());
     if (gui_host)
         report_early(result.works ? message("MSG_TEST_DOWNLOAD_SUCCESSFUL") : result.error,
                      !result.works, gui_host);

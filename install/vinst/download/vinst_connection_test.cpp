@@ -7,8 +7,8 @@
 #include "install/vinst/base/vinst_text.h"
 #include "install/vinst/base/vinst_utils.h"
 #include "install/vinst/download/vinst_downloader_view.h"
-#include "install/vinst/download/vinst_fetch.h"
 #include "install/vinst/download/vinst_file_check.h"
+#include "install/vinst/download/vinst_proxy_discovery.h"
 #include "install/vinst/release/vinst_data.h"
 #include "support/curl/curl_redact.h"
 #include "support/fio/fio_file_system.h"
@@ -16,17 +16,8 @@
 #include <QFile>
 #include <QUrl>
 
-#include <utility>
-
 namespace
 {
-
-constexpr long connect_seconds = 3;
-
-std::int64_t on_test_progress(CURL_PROGRESS_DATA*, std::uint64_t, std::uint64_t)
-{
-    return is_to_stop() ? -1 : 0;
-}
 
 /// The test file's name, or a default if it isn't safe.
 std::string test_file_name(const QString& test_url)
@@ -42,12 +33,11 @@ VINST_CONNECTION_RESULT failure(const std::string& text)
 }
 
 VINST_CONNECTION_RESULT failed_attempts(const CURL_PROXY_INFO& proxy,
-                                        const CURL_PROGRESS_DATA& data)
+                                        const VINST_FETCH_RESULT& result)
 {
-    const std::string details = std::string("Test download failed with error: ") +
-                                data.error_text.data() +
-                                ", Httpcode: " + std::to_string(data.http_code) +
-                                ", Curlcode: " + std::to_string(data.curl_code);
+    const std::string details = "Test download failed with error: " + result.error +
+                                ", Httpcode: " + std::to_string(result.http_code) +
+                                ", Curlcode: " + std::to_string(result.curl_code);
     run_log().info("%s", details);
     return failure(message(proxy.has_host() ? "ERROR_TEST_DOWNLOAD_WITH_PROXY"
                                             : "ERROR_TEST_DOWNLOAD_WITHOUT_PROXY") +
@@ -64,15 +54,10 @@ void add_credentials(CURL_PROXY_INFO& proxy, const VINST_PROXY_SETTINGS& setting
 
 }
 
-VINST_CONNECTION_TEST::VINST_CONNECTION_TEST(VINST_RELEASE& release, VINST_DOWNLOADER_VIEW& view)
-    : VINST_CONNECTION_TEST(release, view, [this] { return m_discovery.discover(); })
-{
-}
-
 VINST_CONNECTION_TEST::VINST_CONNECTION_TEST(VINST_RELEASE& release, VINST_DOWNLOADER_VIEW& view,
-                                             PROXY_SOURCE find_proxy)
-    : m_release(release), m_view(view), m_discovery(release, view),
-      m_find_proxy(std::move(find_proxy))
+                                             VINST_PROXY_SOURCE& proxies,
+                                             std::chrono::milliseconds longest_silence)
+    : m_release(release), m_view(view), m_proxies(proxies), m_longest_silence(longest_silence)
 {
 }
 
@@ -95,8 +80,8 @@ VINST_CONNECTION_RESULT VINST_CONNECTION_TEST::try_proxies(const VINST_PROXY_SET
     run_log().info(settings.use_default_proxy ? "Proxy setting: default" : "Proxy setting: manual");
     for (int attempt = 1;; ++attempt)
     {
-        CURL_PROGRESS_DATA data;
-        if (try_once(proxy, path, data))
+        const VINST_FETCH_RESULT result = fetch(proxy, path);
+        if (has_the_test_file(result, path))
         {
             report(message("TEST_DOWNLOAD_RESULTS", "success"), false);
             m_release.proxy_info = proxy;
@@ -108,10 +93,10 @@ VINST_CONNECTION_RESULT VINST_CONNECTION_TEST::try_proxies(const VINST_PROXY_SET
         const VINST_CONNECTION_STEP step = next_connection_step(
             attempt, host_platform(), settings.use_default_proxy, proxy.has_host());
         if (step == VINST_CONNECTION_STEP::give_up)
-            return failed_attempts(proxy, data);
+            return failed_attempts(proxy, result);
         if (step == VINST_CONNECTION_STEP::retry)
             continue;
-        if (CURL_PROXY_INFO found = m_find_proxy(); found.has_host())
+        if (CURL_PROXY_INFO found = m_proxies.discover(); found.has_host())
         {
             add_credentials(found, settings);
             proxy = found;
@@ -124,13 +109,13 @@ CURL_PROXY_INFO VINST_CONNECTION_TEST::first_proxy(const VINST_PROXY_SETTINGS& s
 {
     if (!settings.use_default_proxy)
         return {settings.server, settings.port, settings.username, settings.password};
-    CURL_PROXY_INFO proxy = m_discovery.get_default_proxy();
+    CURL_PROXY_INFO proxy = m_proxies.get_default_proxy();
     add_credentials(proxy, settings);
     return proxy;
 }
 
-bool VINST_CONNECTION_TEST::try_once(const CURL_PROXY_INFO& proxy, const std::string& path,
-                                     CURL_PROGRESS_DATA& data)
+VINST_FETCH_RESULT VINST_CONNECTION_TEST::fetch(const CURL_PROXY_INFO& proxy,
+                                                const std::string& path)
 {
     const std::string host = curl_redact(proxy.host());
     run_log().info("Testing Internet connection ...");
@@ -140,11 +125,13 @@ bool VINST_CONNECTION_TEST::try_once(const CURL_PROXY_INFO& proxy, const std::st
 
     // Each attempt starts without a file, because the file of an earlier one may have any content.
     FIO_FILE_SYSTEM::remove_if_exists(path);
-    CURL_DOWNLOADER downloader("", proxy, false, connect_seconds);
-    downloader.set_progress_callback(on_test_progress);
-    downloader.set_logger(&run_log());
-    const int status = fetch_file(downloader, utf8(m_release.test_url()), path, data, m_view);
-    if (status != http_ok || data.curl_code != 0)
+    return fetch_file({utf8(m_release.test_url()), path, proxy, m_longest_silence}, m_view);
+}
+
+bool VINST_CONNECTION_TEST::has_the_test_file(const VINST_FETCH_RESULT& result,
+                                              const std::string& path) const
+{
+    if (!result.succeeded())
         return false;
     const QString local_path = QString::fromStdString(path);
     if (!QFile::exists(local_path))
@@ -156,4 +143,11 @@ bool VINST_CONNECTION_TEST::try_once(const CURL_PROXY_INFO& proxy, const std::st
         return true;
     run_log().info("Download successful, but md5sum doesn't match");
     return false;
+}
+
+VINST_CONNECTION_RESULT run_connection_test(VINST_RELEASE& release, VINST_DOWNLOADER_VIEW& view,
+                                            const VINST_PROXY_SETTINGS& settings)
+{
+    VINST_PROXY_DISCOVERY discovery(release, view);
+    return VINST_CONNECTION_TEST(release, view, discovery).run(settings);
 }

@@ -1,12 +1,13 @@
 #pragma once
 
 #include "install/vinst/download/vinst_connection_rules.h"
-#include "install/vinst/download/vinst_proxy_discovery.h"
+#include "install/vinst/download/vinst_fetch.h"
+#include "install/vinst/download/vinst_proxy_source.h"
 
-#include <functional>
+#include <chrono>
 #include <string>
 
-struct CURL_PROGRESS_DATA;
+class VINST_RELEASE;
 
 /// How a connection test ended.
 struct VINST_CONNECTION_RESULT
@@ -20,12 +21,14 @@ struct VINST_CONNECTION_RESULT
 class VINST_CONNECTION_TEST
 {
 public:
-    using PROXY_SOURCE = std::function<CURL_PROXY_INFO()>;
+    /// Two attempts with this silence end within 45 s.
+    static constexpr std::chrono::milliseconds default_silence{20'000};
 
-    VINST_CONNECTION_TEST(VINST_RELEASE& release, VINST_DOWNLOADER_VIEW& view);
-    /// \param find_proxy  looks for a proxy when the connection fails without one
+    /// \param proxies          outlives the test
+    /// \param longest_silence  of the server in each attempt
     VINST_CONNECTION_TEST(VINST_RELEASE& release, VINST_DOWNLOADER_VIEW& view,
-                          PROXY_SOURCE find_proxy);
+                          VINST_PROXY_SOURCE& proxies,
+                          std::chrono::milliseconds longest_silence = default_silence);
 
     /// A proxy that works is stored in the release. A failure has been reported when this returns.
     VINST_CONNECTION_RESULT run(const VINST_PROXY_SETTINGS& settings);
@@ -34,10 +37,15 @@ private:
     VINST_CONNECTION_RESULT try_proxies(const VINST_PROXY_SETTINGS& settings,
                                         const std::string& path);
     CURL_PROXY_INFO first_proxy(const VINST_PROXY_SETTINGS& settings) const;
-    bool try_once(const CURL_PROXY_INFO& proxy, const std::string& path, CURL_PROGRESS_DATA& data);
+    VINST_FETCH_RESULT fetch(const CURL_PROXY_INFO& proxy, const std::string& path);
+    bool has_the_test_file(const VINST_FETCH_RESULT& result, const std::string& path) const;
 
     VINST_RELEASE& m_release;
     VINST_DOWNLOADER_VIEW& m_view;
-    VINST_PROXY_DISCOVERY m_discovery;
-    const PROXY_SOURCE m_find_proxy;
+    VINST_PROXY_SOURCE& m_proxies;
+    const std::chrono::milliseconds m_longest_silence;
 };
+
+/// Tests the connection with the proxies of the system and those that discovery finds.
+VINST_CONNECTION_RESULT run_connection_test(VINST_RELEASE& release, VINST_DOWNLOADER_VIEW& view,
+                                            const VINST_PROXY_SETTINGS& settings);

@@ -5,6 +5,7 @@
 #include "install/vinst/base/vinst_stop.h"
 #include "install/vinst/base/vinst_text.h"
 #include "install/vinst/base/vinst_utils.h"
+#include "install/vinst/download/vinst_proxy_discovery.h"
 #include "install/vinst/release/vinst_data.h"
 #include "support/curl/curl_downloader.h"
 #include "support/curl/curl_progress_data.h"
@@ -376,7 +377,7 @@ VINST_INSTALL_OUTCOME VINST_DOWNLOADER_MGR::install()
 
 VINST_CONNECTION_RESULT VINST_DOWNLOADER_MGR::test_download(const VINST_PROXY_SETTINGS& settings)
 {
-    return VINST_CONNECTION_TEST(m_release, m_view).run(settings);
+    return run_connection_test(m_release, m_view, settings);
 }
 
 CURL_PROXY_INFO VINST_DOWNLOADER_MGR::get_default_proxy()

@@ -48,7 +48,7 @@ public:
 
     /// Installs the components that passed; see `run_installation`.
     VINST_INSTALL_OUTCOME install();
-    /// See `VINST_CONNECTION_TEST`.
+    /// See `run_connection_test`.
     VINST_CONNECTION_RESULT test_download(const VINST_PROXY_SETTINGS& settings);
     /// See `VINST_PROXY_DISCOVERY`.
     CURL_PROXY_INFO get_default_proxy();

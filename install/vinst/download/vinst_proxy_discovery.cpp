@@ -26,26 +26,11 @@ namespace
 
 using CLOCK = std::chrono::steady_clock;
 
-constexpr long connect_seconds = 3;
 constexpr std::chrono::seconds longest_discovery{20};
-constexpr std::chrono::milliseconds longest_fetch{
-    8000};                                   // a stalled fetch leaves time for the other sources
-constexpr qint64 script_limit = 1024 * 1024; // bytes
+// A stalled fetch leaves time for the other sources.
+constexpr std::chrono::milliseconds longest_fetch{8000};
+constexpr qint64 script_limit = VINST_FETCH::size_limit;
 constexpr qint64 preference_file_limit = 16 * 1024 * 1024; // bytes
-
-/// The record of a transfer, with its deadline.
-struct SCRIPT_TRANSFER : CURL_PROGRESS_DATA
-{
-    CLOCK::time_point end;
-};
-
-std::int64_t on_script_progress(CURL_PROGRESS_DATA* data, std::uint64_t total,
-                                std::uint64_t received)
-{
-    const bool too_late = CLOCK::now() >= static_cast<SCRIPT_TRANSFER*>(data)->end;
-    const bool too_large = std::max(total, received) > script_limit;
-    return is_to_stop() || too_late || too_large ? -1 : 0;
-}
 
 /// Qt uses this port for a proxy variable without a port.
 constexpr quint16 port_of_missing_port = 65535;
@@ -202,16 +187,13 @@ std::optional<QString> VINST_PROXY_DISCOVERY::fetch_script(const QString& url)
     const std::string path = dir.path_of("autoproxy.pac");
     run_log().debug("download autoproxy file to: %s", path);
 
-    SCRIPT_TRANSFER data;
-    data.end = CLOCK::now() + std::min(time_left(), longest_fetch);
-    CURL_DOWNLOADER downloader("", CURL_PROXY_INFO::direct(), false, connect_seconds);
-    downloader.set_progress_callback(on_script_progress);
-    downloader.set_logger(&run_log());
-    const int status = fetch_file(downloader, utf8(url), path, data, m_view);
-    if (status != http_ok || data.curl_code != 0)
+    VINST_FETCH fetch{utf8(url), path, CURL_PROXY_INFO::direct()};
+    fetch.time_limit = std::min(time_left(), longest_fetch);
+    const VINST_FETCH_RESULT result = fetch_file(fetch, m_view);
+    if (!result.succeeded())
     {
-        run_log().debug("No autoproxy file: Httpcode: %d, Curlcode: %d, %s", status,
-                        data.curl_code.load(), data.error_text.data());
+        run_log().debug("No autoproxy file: Httpcode: %d, Curlcode: %d, %s", result.http_code,
+                        result.curl_code, result.error);
         return std::nullopt;
     }
     return read_script(QString::fromStdString(path));

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "support/curl/curl_proxy_info.h"
+#include "install/vinst/download/vinst_proxy_source.h"
 
 #include <QString>
 
@@ -12,7 +12,7 @@ class VINST_RELEASE;
 
 /// Detects a proxy for the release's download URL. Each source returns an empty proxy when it names
 /// none, and returns soon after a stop is requested. Processes the view's events meanwhile.
-class VINST_PROXY_DISCOVERY
+class VINST_PROXY_DISCOVERY final : public VINST_PROXY_SOURCE
 {
 public:
     /// \param pac_helper  the program that evaluates auto-configuration scripts; when empty, the
@@ -21,7 +21,7 @@ public:
                           const QString& pac_helper = {});
 
     /// The system's proxy settings.
-    CURL_PROXY_INFO get_default_proxy() const;
+    CURL_PROXY_INFO get_default_proxy() const override;
     /// An auto-configuration file found on the network (WPAD).
     CURL_PROXY_INFO get_wpad_proxy();
     /// The auto-configuration file at this URL.
@@ -31,7 +31,7 @@ public:
     CURL_PROXY_INFO get_firefox_proxy(QString& autoconfig_url);
 
     /// Tries all sources except the system's settings in order, for at most 20 s in total.
-    CURL_PROXY_INFO discover();
+    CURL_PROXY_INFO discover() override;
 
 private:
     std::chrono::milliseconds time_left() const;

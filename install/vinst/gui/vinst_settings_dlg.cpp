@@ -218,8 +218,7 @@ void VINST_SETTINGS_DLG::test_connection()
     QCoreApplication::processEvents();
 
     VINST_DOWNLOADER_VIEW quiet;
-    const VINST_CONNECTION_RESULT result =
-        VINST_CONNECTION_TEST(m_release, quiet).run(proxy_settings());
+    const VINST_CONNECTION_RESULT result = run_connection_test(m_release, quiet, proxy_settings());
 
     button.setEnabled(true);
     button.setText(QStringLiteral("Test internet connection"));
