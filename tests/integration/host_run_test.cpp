@@ -82,6 +82,23 @@ TEST_F(HostRun, FetchesNothingTwice)
     EXPECT_LT(server.body_bytes("/one.run") + server.body_bytes("/two.run"), first + 200);
 }
 
+TEST_F(HostRun, ReplacesACorruptFileOfTheLastRunEvenWithoutRetries)
+{
+    builder.component("one").pattern_content(3000, 1);
+    builder.component("two").pattern_content(4000, 2);
+    publish();
+    server.set_faults("/one.run", {FAULT::other_body(std::string(3000, 'x')).times(1)});
+    run(run_arguments({"--retry-duration", "0"}));
+    EXPECT_TRUE(output_holds("\nDownload failed. Failed to write data")) << output;
+    EXPECT_EQ(dir.read("dl/one.run"), std::string(3000, 'x'));
+
+    run(run_arguments({"--retry-duration", "0"}));
+    EXPECT_TRUE(output_holds("\nDownload successful\n")) << output;
+    EXPECT_EQ(dir.read("dl/one.run"), content_of("one"));
+    EXPECT_NE(log().find("[info] Deleting corrupted components...\n"), std::string::npos);
+    EXPECT_EQ(server.request_count("/two.run"), 1U);
+}
+
 TEST_F(HostRun, UsesTheGivenProxy)
 {
     const PROXY_SERVER gate(PROXY_ENGINE::tinyproxy, "ada", "s3cret");

@@ -133,9 +133,13 @@ void run_console(VINST_OPTIONS& options, bool is_admin)
     VINST_DOWNLOADER_MGR manager(*options.release, *view);
     if (!manager.test_download(options.proxy_settings()).works)
         return;
-    manager.set_components(options.selected_components, false);
+    // Corrupt files of earlier runs are deleted at the start of an attempt. If there is only one,
+    // they have to be known by then; otherwise, checking them while others download is faster.
+    const bool is_only_attempt = options.retry_duration == 0;
+    manager.set_components(options.selected_components, is_only_attempt);
     report_summary(options);
     QDir().mkpath(options.release->download_dir());
+    manager.wait_for_integrity_tasks();
 
     if (!download_with_retries(manager, *view, options) || !options.auto_install)
         return;

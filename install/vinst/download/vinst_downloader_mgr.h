@@ -43,6 +43,7 @@ public:
     /// Waits for the checks and sorts the components into passed and failed. \return whether none
     /// has failed; true at once after a stop
     bool check_integrity();
+    void wait_for_integrity_tasks() { m_checks.wait(); }
     void cancel_integrity_tasks() { m_checks.cancel(); }
     bool has_pending_integrity_tasks() const { return m_checks.has_pending(); }
 
