@@ -13,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <functional>
 
 namespace
@@ -120,6 +121,23 @@ TEST_F(DownloadJob, EndsWhenAStopIsRequestedDuringAQuestion)
     EXPECT_EQ(job->run(choices).text, "");
     EXPECT_FALSE(window.was_licence_accepted);
     EXPECT_EQ(server.request_count(), 0U);
+}
+
+TEST_F(DownloadJob, AsksOnceBeforeItUsesADirectoryThatOthersCanWrite)
+{
+    dir.make_dir("dl");
+    std::filesystem::permissions(dir / "dl", std::filesystem::perms::all);
+    if (open_download_dir_warning(*release).isEmpty())
+        GTEST_SKIP() << "only root is warned";
+    window.answer = [] { return false; };
+    EXPECT_EQ(job->run(choices).text, "");
+    EXPECT_EQ(window.questions, QStringList("Use a directory that others can write?"));
+    EXPECT_EQ(server.request_count(), 0U);
+    window.answer = [] { return true; };
+    EXPECT_TRUE(job->run(choices).text.contains("Download Complete"));
+    EXPECT_EQ(window.questions.size(), 2);
+    EXPECT_TRUE(job->run(choices).text.contains("Download Complete"));
+    EXPECT_EQ(window.questions.size(), 2);
 }
 
 TEST_F(DownloadJob, IgnoresAnEarlierPressOfTheStopButton)

@@ -1,3 +1,4 @@
+#include "install/vinst/download/vinst_install_place.h"
 #include "tests/gui/downloader_dlg_run_fixture.h"
 #include "tests/harness/processor_time.h"
 
@@ -79,6 +80,23 @@ TEST_F(DialogRun, InstallsAfterwards)
     EXPECT_TRUE(log_holds("[info] Installation completed successfully.  Total install time: "));
     EXPECT_EQ(dir.read("inst/install_order"), "one.run\n");
     expect_idle();
+}
+
+TEST_F(DialogRun, RefusesADirectoryIntoWhichAnotherRunInstalls)
+{
+    builder.component("one").content(install_script());
+    open();
+    check_auto_install();
+    VINST_INSTALL_LOCK other_run;
+    ASSERT_EQ(other_run.take(QString::fromStdString((dir / "inst").string())), "");
+    press_download({"OK"});
+    ASSERT_EQ(shown.size(), 1U);
+    EXPECT_TRUE(shown[0].text.startsWith("Cannot install into ")) << shown[0].text.toStdString();
+    EXPECT_FALSE(std::filesystem::exists(dir / "inst"));
+    expect_idle();
+    other_run.release();
+    press_download({"OK"});
+    EXPECT_EQ(dir.read("inst/install_order"), "one.run\n");
 }
 
 TEST_F(DialogRun, ReportsAnInstallerThatFails)

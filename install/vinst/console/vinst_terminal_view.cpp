@@ -1,5 +1,6 @@
 #include "install/vinst/console/vinst_terminal_view.h"
 
+#include "install/vinst/base/vinst_messages.h"
 #include "install/vinst/base/vinst_print.h"
 #include "install/vinst/base/vinst_text.h"
 #include "install/vinst/console/vinst_block_layout.h"

@@ -47,6 +47,7 @@ VINST_JOB_REPORT VINST_DOWNLOAD_JOB::run(const VINST_JOB_CHOICES& choices)
     m_choices = choices;
     begin_stoppable_work();
     const VINST_JOB_REPORT report = run_steps();
+    m_install_lock.release();
     m_time_updates.stop();
     return report;
 }
@@ -75,7 +76,7 @@ VINST_JOB_REPORT VINST_DOWNLOAD_JOB::run_steps()
 bool VINST_DOWNLOAD_JOB::prepare()
 {
     return resolve_missing_rights() && obtain_licence() && prepare_download_dir() &&
-           check_install_dir();
+           accept_open_download_dir() && check_install_dir();
 }
 
 bool VINST_DOWNLOAD_JOB::resolve_missing_rights()
@@ -111,6 +112,19 @@ bool VINST_DOWNLOAD_JOB::prepare_download_dir()
            confirm("Insufficient Disk Space", "WARNING_INSUFFICIENT_DOWNLOADDIR_DISK_SPACE", true);
 }
 
+bool VINST_DOWNLOAD_JOB::accept_open_download_dir()
+{
+    const QString warning = open_download_dir_warning(m_release);
+    if (warning.isEmpty() || m_choices.download_dir == m_accepted_open_dir)
+        return true;
+    run_log().info("%s", utf8(warning));
+    if (!ask("Use a directory that others can write?", utf8(warning) + "\n\nContinue anyway?",
+             true))
+        return false;
+    m_accepted_open_dir = m_choices.download_dir;
+    return true;
+}
+
 bool VINST_DOWNLOAD_JOB::check_install_dir()
 {
     if (!m_choices.auto_install)
@@ -121,14 +135,24 @@ bool VINST_DOWNLOAD_JOB::check_install_dir()
         return refuse(error);
     if (!is_empty_or_missing_dir(dir))
         return refuse(message("ERROR_INSTALLDIR_IS_NOT_EMPTY"));
+    QString obstacle = install_obstacle(m_release);
+    if (obstacle.isEmpty())
+        obstacle = m_install_lock.take(dir);
+    if (!obstacle.isEmpty())
+        return refuse(utf8(obstacle));
     return has_enough_install_space(m_release, m_choices.platform, m_host.query_volume) ||
            confirm("Insufficient Disk Space", "WARNING_INSUFFICIENT_INSTALLDIR_DISK_SPACE", true);
 }
 
 bool VINST_DOWNLOAD_JOB::confirm(const QString& title, const char* message_id, bool is_warning)
 {
+    return ask(title, message(message_id), is_warning);
+}
+
+bool VINST_DOWNLOAD_JOB::ask(const QString& title, const std::string& text, bool is_warning)
+{
     // A stop may be requested while the question is shown.
-    return !is_to_stop() && m_window.ask(title, message(message_id), is_warning) && !is_to_stop();
+    return !is_to_stop() && m_window.ask(title, text, is_warning) && !is_to_stop();
 }
 
 bool VINST_DOWNLOAD_JOB::establish_connection()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "install/vinst/download/vinst_connection_test.h"
+#include "install/vinst/download/vinst_install_place.h"
 
 #include <QElapsedTimer>
 #include <QString>
@@ -80,8 +81,11 @@ private:
     bool resolve_missing_rights();
     bool obtain_licence();
     bool prepare_download_dir();
+    /// Warns once about each directory.
+    bool accept_open_download_dir();
     bool check_install_dir();
     bool confirm(const QString& title, const char* message_id, bool is_warning);
+    bool ask(const QString& title, const std::string& text, bool is_warning);
     bool establish_connection();
 
     bool download_with_retries(VINST_JOB_REPORT& report);
@@ -96,6 +100,8 @@ private:
     const VINST_DIALOG_HOST& m_host;
     VINST_JOB_WINDOW& m_window;
     VINST_JOB_CHOICES m_choices;
+    VINST_INSTALL_LOCK m_install_lock; ///< held while a job runs that installs
+    QString m_accepted_open_dir;       ///< writable by others, as the user knows
     QString m_remaining_text;
     double m_download_seconds = 0; ///< of the job's finished attempts
     QElapsedTimer m_attempt_clock; ///< valid while an attempt runs
