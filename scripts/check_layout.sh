@@ -8,8 +8,8 @@ Usage: scripts/check_layout.sh [DIR]
 
 Checks the sources below DIR (default: this project) against the project's layout:
 - A room includes only from rooms on lower floors, and only the room that wraps a library includes its headers.
-- base/, release/ and download/ don't write to a terminal: no print_ function (except where the one that reports
-  are printed with is defined), no escape sequences, no isatty.
+- base/, release/ and download/ don't write to a terminal: no print_ function (except the one that reports are
+  printed with), no escape sequences, no isatty.
 - Platform code is in _posix.cpp and _win32.cpp files. A conditional block anywhere else has a comment with its
   reason on the same or the previous line.
 Prints each line that violates a rule, with the rule, and fails if there is one.
@@ -118,9 +118,10 @@ find_lines() { # PATTERN DIR... : prints FILE:LINE:TEXT for each line that match
 
 without_terminal=(install/vinst/base install/vinst/release install/vinst/download)
 terminal_output='(^|[^[:alnum:]_])print_|\\(x1[bB]|033|u001[bB]|e\[)|(^|[^[:alnum:]_])_?isatty[^[:alnum:]_]'
-printing_function=install/vinst/base/vinst_messages
+# The printing function, and the reports that it prints.
+printing='^install/vinst/base/vinst_(print|messages)[._]'
 while IFS=: read -r file line text; do
-    if [[ -n $file && $file != "$printing_function".* ]]; then
+    if [[ -n $file && ! $file =~ $printing ]]; then
         fault "$file:$line" "only the console writes to a terminal:$text"
     fi
 done < <(find_lines "$terminal_output" "${without_terminal[@]}")
