@@ -2,7 +2,7 @@
 
 void protect_library_search() {}
 
-std::vector<std::string> utf8_arguments(int argc, char** argv)
+HOST_ARGUMENTS::HOST_ARGUMENTS(int argc, char** argv) : m_pointers(argv, argv + argc)
 {
-    return {argv, argv + argc};
+    m_pointers.push_back(nullptr);
 }

@@ -30,15 +30,17 @@ void protect_library_search()
     ::SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_APPLICATION_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32);
 }
 
-std::vector<std::string> utf8_arguments(int argc, char** argv)
+HOST_ARGUMENTS::HOST_ARGUMENTS(int argc, char** argv)
 {
     int count = 0;
     const std::unique_ptr<wchar_t*, LOCAL_DELETER> wide(
         ::CommandLineToArgvW(::GetCommandLineW(), &count));
     if (wide == nullptr)
-        return {argv, argv + argc};
-    std::vector<std::string> texts;
-    for (int i = 0; i < count; ++i)
-        texts.push_back(utf8(wide.get()[i]));
-    return texts;
+        m_texts.assign(argv, argv + argc);
+    else
+        for (int i = 0; i < count; ++i)
+            m_texts.push_back(utf8(wide.get()[i]));
+    for (std::string& text : m_texts)
+        m_pointers.push_back(text.data());
+    m_pointers.push_back(nullptr);
 }

@@ -1,5 +1,7 @@
 #include "tests/integration/host_fixture.h"
 
+#include "install/vinst/base/vinst_text.h"
+
 #include "tests/harness/loopback.h"
 #include "tests/harness/wait_until.h"
 
@@ -119,6 +121,65 @@ TEST_F(HostOptions, ThatAreUnknownAreReportedOnStandardError)
         run(arguments);
         expect_stopped("Run --help to see available options\n");
         EXPECT_EQ(errors, error);
+    }
+}
+
+TEST_F(HostOptions, ThatAreMisspeltAreReportedWithoutTheirValues)
+{
+    for (const auto& [argument, error] : std::vector<std::pair<std::string, std::string>>{
+             {"--proxy-usr=ada:secret", "Error: unrecognised option '--proxy-usr'\n\n"},
+             {"-proxy-user=ada:secret", "Error: unrecognised option '-proxy-user'\n\n"},
+             {"--p=ada:secret",
+              "Error: option '--p' is ambiguous and matches '--parallel-downloads', "
+              "'--platform', '--proxy', and '--proxy-user'\n\n"}})
+    {
+        run({argument});
+        expect_stopped("Run --help to see available options\n");
+        EXPECT_EQ(errors, error);
+    }
+}
+
+TEST_F(HostOptions, AreNotTakenAsValuesOfOthers)
+{
+    for (const ARGUMENTS& arguments :
+         {ARGUMENTS{"--download-dir", "--help"}, ARGUMENTS{"--download-dir=--help"},
+          ARGUMENTS{"--download-dir", "--pla"}, ARGUMENTS{"--cli", "--download-dir", "--gui"}})
+    {
+        run(arguments);
+        expect_stopped("Run --help to see available options\n");
+        EXPECT_EQ(errors,
+                  "Error: the required argument for option '--download-dir' is missing\n\n");
+    }
+    EXPECT_FALSE(std::filesystem::exists(dir / "--help"));
+}
+
+TEST_F(HostOptions, ThatAreNotUtf8AreRefused)
+{
+    for (const char* bytes : {"dl\xff", "\xc0\xafx", "\xed\xa0\x80"})
+    {
+        run({"--download-dir", (dir / bytes).string()});
+        expect_stopped("Run --help to see available options\n");
+        EXPECT_EQ(errors, "Error: argument 2 is not valid UTF-8\n\n");
+    }
+    for (const std::string& name : list_tree(dir.path()))
+        EXPECT_TRUE(is_utf8(name)) << name;
+}
+
+TEST_F(HostOptions, WithCredentialsAreOverwrittenInTheProcessList)
+{
+    server.set_faults("/test.txt", {FAULT::stall_before_headers()});
+    for (const ARGUMENTS& user :
+         {ARGUMENTS{"--proxy-user", "ada:secret"}, ARGUMENTS{"--proxy-user=ada:secret"},
+          ARGUMENTS{"--proxy-u", "ada:secret"}})
+    {
+        const std::size_t requests = server.request_count("/test.txt");
+        CHILD_PROCESS child(setup(run_arguments(user)));
+        ASSERT_TRUE(server.wait_for_requests("/test.txt", requests + 1, long_enough));
+        const std::string list = read_file("/proc/" + std::to_string(child.pid()) + "/cmdline");
+        EXPECT_NE(list.find("--proxy-u"), std::string::npos);
+        EXPECT_EQ(list.find("ada"), std::string::npos) << list;
+        EXPECT_EQ(list.find("secret"), std::string::npos) << list;
+        EXPECT_NE(list.find(downloads()), std::string::npos) << list;
     }
 }
 

@@ -11,7 +11,7 @@
 /// Runs the program: downloads and installs the components listed in a release's manifest. To be
 /// called once per process, on its main thread.
 ///
-/// \param argc, argv  the host's command line, unchanged
+/// \param argc, argv  the host's command line, unchanged; credentials in it are overwritten
 /// \param gui_host    true from the graphical host
 /// \return the host's exit code: 1 when the run stopped before its main work, the event loop's
 ///         result in graphical mode, and 0 after a console run, whether or not it succeeded

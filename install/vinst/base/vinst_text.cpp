@@ -14,6 +14,12 @@ std::string utf8(const QString& text)
     return text.toStdString();
 }
 
+bool is_utf8(std::string_view bytes)
+{
+    const auto text = QString::fromUtf8(bytes.data(), static_cast<int>(bytes.size()));
+    return text.toStdString() == bytes;
+}
+
 QString without_control_characters(const QString& text)
 {
     QString result = text;

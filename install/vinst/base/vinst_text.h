@@ -3,6 +3,7 @@
 #include <QString>
 
 #include <string>
+#include <string_view>
 
 /// The title of the program's windows and message boxes, and the name under which its settings are
 /// stored.
@@ -10,6 +11,9 @@ QString program_title();
 
 /// The text as UTF-8, for messages, log lines and arguments of the support libraries.
 std::string utf8(const QString& text);
+
+/// Whether the bytes are UTF-8 that QString represents without a change.
+bool is_utf8(std::string_view bytes);
 
 /// The text with every control character replaced, so that it can't move a terminal's cursor or
 /// break a line.

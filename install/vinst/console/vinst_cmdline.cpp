@@ -5,6 +5,7 @@
 #include "install/vinst/base/vinst_print.h"
 #include "install/vinst/base/vinst_text.h"
 #include "install/vinst/base/vinst_utils.h"
+#include "install/vinst/console/vinst_cmdline_arguments.h"
 #include "install/vinst/console/vinst_cmdline_options.h"
 #include "install/vinst/console/vinst_console_view.h"
 #include "install/vinst/download/vinst_connection_test.h"
@@ -15,9 +16,6 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QUrl>
-
-#include <boost/program_options/parsers.hpp>
-#include <boost/program_options/positional_options.hpp>
 
 #include <algorithm>
 #include <cstdlib>
@@ -135,24 +133,14 @@ int VINST_OPTIONS::parse(int argc, char** argv)
 
 bool VINST_OPTIONS::parse_variables(int argc, char** argv)
 {
-    const VINST_OPTION_GROUPS groups({});
-    try
+    const std::string error = parse_arguments(argc, argv, variables);
+    overwrite_credentials(argc, argv);
+    if (!error.empty())
     {
-        // There are no positional arguments: any is an error.
-        boost::program_options::store(
-            boost::program_options::command_line_parser(argc, argv)
-                .options(groups.all())
-                .positional(boost::program_options::positional_options_description())
-                .run(),
-            variables);
-        boost::program_options::notify(variables);
-    }
-    catch (const std::exception& error)
-    {
-        std::cerr << "Error: " << error.what() << "\n\n" << std::flush;
+        std::cerr << "Error: " << error << "\n\n" << std::flush;
         print_text(help_hint + "\n");
         if (gui_host)
-            report_early(std::string(error.what()) + "\n" + help_hint, true, gui_host);
+            report_early(error + "\n" + help_hint, true, gui_host);
         return false;
     }
     const auto take = [this](const char* name, std::string& target)

@@ -43,3 +43,13 @@ TEST(WithoutControlCharacters, ReplacesCharactersThatMoveATerminalsCursor)
         QString("a\uFFFD[2J\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD"));
     EXPECT_EQ(without_control_characters("Größe ©"), "Größe ©");
 }
+
+TEST(IsUtf8, AcceptsOnlyWhatStaysTheSame)
+{
+    for (const char* text : {"", "/opt/x", "gr\u00f6\u00dfe", "\U0001F600", "a\u202eb"})
+        EXPECT_TRUE(is_utf8(text)) << text;
+    EXPECT_TRUE(is_utf8(std::string_view("a\0b", 3)));
+    for (const char* bytes :
+         {"\xff", "a\x80", "\xc3", "\xc0\xaf", "\xed\xa0\x80", "\xf5\x80\x80\x80", "\xef\xbb\xbfx"})
+        EXPECT_FALSE(is_utf8(bytes)) << bytes;
+}

@@ -1,0 +1,107 @@
+#include "install/vinst/console/vinst_cmdline_arguments.h"
+
+#include "install/vinst/base/vinst_text.h"
+#include "install/vinst/console/vinst_cmdline_options.h"
+
+#include <boost/program_options/parsers.hpp>
+#include <boost/program_options/positional_options.hpp>
+
+#include <algorithm>
+#include <stdexcept>
+#include <string_view>
+
+namespace options = boost::program_options;
+
+namespace
+{
+
+/// Texts that are no UTF-8 would be changed by the conversion to QString: a path would then name
+/// another directory.
+void require_utf8(int argc, const char* const* argv)
+{
+    for (int i = 1; i < argc; ++i)
+        if (!is_utf8(argv[i]))
+            throw std::invalid_argument("argument " + std::to_string(i) + " is not valid UTF-8");
+}
+
+bool names_option(const std::string& text, const options::options_description& all)
+{
+    constexpr std::string_view start = "--";
+    if (text.size() <= start.size() || text.compare(0, start.size(), start) != 0)
+        return false;
+    const std::string name = text.substr(start.size());
+    // An abbreviation is an option, too.
+    return std::any_of(all.options().begin(), all.options().end(),
+                       [&](const auto& option)
+                       { return option->match(name, true, false, false) != option->no_match; });
+}
+
+/// The parser takes whatever follows an option as its value.
+void require_values(const options::parsed_options& parsed, const options::options_description& all)
+{
+    for (const options::option& option : parsed.options)
+        for (const std::string& value : option.value)
+            if (names_option(value, all))
+                throw std::invalid_argument("the required argument for option '--" +
+                                            option.string_key + "' is missing");
+}
+
+/// The name of an unknown option includes its value if that follows an equals sign.
+std::string text_without_value(const options::error_with_option_name& error)
+{
+    std::string text = error.what();
+    const std::string name = error.get_option_name();
+    const std::size_t value = name.find('=');
+    const std::size_t at = text.find(name);
+    if (value != std::string::npos && at != std::string::npos)
+        text.erase(at + value, name.size() - value);
+    return text;
+}
+
+}
+
+std::string parse_arguments(int argc, const char* const* argv, options::variables_map& variables)
+{
+    const options::options_description all = VINST_OPTION_GROUPS({}).all();
+    try
+    {
+        require_utf8(argc, argv);
+        // There are no positional arguments: any is an error.
+        const options::parsed_options parsed =
+            options::command_line_parser(argc, argv)
+                .options(all)
+                .positional(options::positional_options_description())
+                .run();
+        require_values(parsed, all);
+        options::store(parsed, variables);
+        options::notify(variables);
+    }
+    catch (const options::error_with_option_name& error)
+    {
+        return text_without_value(error);
+    }
+    catch (const std::exception& error)
+    {
+        return error.what();
+    }
+    return {};
+}
+
+void overwrite_credentials(int argc, char** argv)
+{
+    constexpr std::string_view option = "--proxy-user";
+    constexpr std::size_t shortest = std::string_view("--proxy-").size(); // less is ambiguous
+    const auto overwrite = [](char* text)
+    { std::fill(text, text + std::string_view(text).size(), '*'); };
+    for (int i = 1; i < argc; ++i)
+    {
+        const std::string_view argument = argv[i];
+        const std::string_view name = argument.substr(0, argument.find('='));
+        if (name.size() < shortest || option.substr(0, name.size()) != name)
+            continue;
+        if (name.size() < argument.size())
+            overwrite(argv[i] + name.size() + 1);
+        else if (i + 1 < argc)
+            overwrite(argv[++i]);
+    }
+}
