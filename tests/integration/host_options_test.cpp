@@ -25,6 +25,18 @@ protected:
                (on_linux ? "Linux\n" : "Windows\n");
     }
 
+    /// The contents of the logs that are kept, and of those in the temporary directory.
+    std::string all_logs() const
+    {
+        std::string all;
+        for (const char* folder : {"dl", "tmp"})
+            if (std::filesystem::exists(dir / folder))
+                for (const auto& entry : std::filesystem::directory_iterator(dir / folder))
+                    if (entry.path().filename().string().rfind("vinst", 0) == 0)
+                        all += read_file(entry.path());
+        return all;
+    }
+
     HostOptions()
     {
         builder.component("veltrin_base").standalone();
@@ -180,6 +192,37 @@ TEST_F(HostOptions, WithCredentialsAreOverwrittenInTheProcessList)
         EXPECT_EQ(list.find("ada"), std::string::npos) << list;
         EXPECT_EQ(list.find("secret"), std::string::npos) << list;
         EXPECT_NE(list.find(downloads()), std::string::npos) << list;
+    }
+}
+
+TEST_F(HostOptions, NeverShowAPassword)
+{
+    const std::string port = std::to_string(server.port());
+    for (const char* between : {"/", "#", "?", "@", " ", "@/", ":", "://", "%2F"})
+    {
+        const std::string address =
+            "http://ada:Zq7" + std::string(between) + "Xw9@127.0.0.1:" + port;
+        const auto expect_hidden = [&](const std::string& where)
+        {
+            for (const char* part : {"Zq7", "Xw9"})
+            {
+                EXPECT_FALSE(output_holds(part)) << where << between << '\n' << output;
+                EXPECT_EQ(errors.find(part), std::string::npos) << where << between << errors;
+                EXPECT_EQ(all_logs().find(part), std::string::npos) << where << between << '\n'
+                                                                    << all_logs();
+            }
+        };
+        run(run_arguments({"--debug", "--retry-duration", "0", "--url", address}));
+        expect_hidden("--url");
+        run({"--debug", "--test-download", "--proxy", address});
+        expect_hidden("--proxy");
+        for (const std::string& proxy : {address, address.substr(7)})
+        {
+            environment["http_proxy"] = proxy;
+            run(run_arguments({"--debug", "--retry-duration", "0"}));
+            expect_hidden("http_proxy ");
+            environment.erase("http_proxy");
+        }
     }
 }
 
@@ -369,6 +412,9 @@ TEST_F(HostOptions, NameAMirror)
     run(run_arguments({"--url", "mailto:ada"}));
     expect_stopped(
         "The address mailto:ada cannot be used. Specify a valid http or https address.\n");
+    run(run_arguments({"--url", "http://ada:77/Xw9@127.0.0.1"}));
+    expect_stopped(
+        "The address http://127.0.0.1 cannot be used. Specify a valid http or https address.\n");
 }
 
 TEST_F(HostOptions, ShowTheLicence)

@@ -233,7 +233,10 @@ bool VINST_OPTIONS::take_url()
         return true;
     const QUrl address(qt(url));
     const QString scheme = address.scheme().toLower();
-    if (!address.isValid() || address.host().isEmpty() || (scheme != "http" && scheme != "https"))
+    // In "http://ada:77/x@host", 77 may be a port or the beginning of a password, which would then
+    // be sent to "ada" and logged as a part of the path.
+    const bool is_unclear = has_unclear_credentials(url) && address.port() != -1;
+    if (!address.isValid() || is_unclear || address.host().isEmpty() || (scheme != "http" && scheme != "https"))
         return refuse("The address " + curl_redact(url) +
                           " cannot be used. Specify a valid http or https address.",
                       true);

@@ -1,5 +1,7 @@
 #include "support/curl/curl_redact.h"
 
+#include "tests/harness/time_ratio.h"
+
 #include <gtest/gtest.h>
 
 TEST(Redact, HidesTheCredentialsOfAddresses)
@@ -29,7 +31,8 @@ TEST(Redact, LeavesOtherTextsUnchanged)
 TEST(Redact, HandlesEveryCharacterInAPassword)
 {
     for (const char* password :
-         {"it's", "a\"b", "a<b", "a>b", "p:w", "p@w", "%2F", "!$&()*+,;=", ""})
+         {"it's", "a\"b", "a<b", "a>b",  "p:w", "p@w",  "%2F",         "!$&()*+,;=", "",  "a/b",
+          "a#b",  "a?b",  "a b", "80/x", "//",  "a@/b", "a@b/c?d#e f", "x://y",      " ", "a: b"})
         EXPECT_EQ(curl_redact("see http://ada:" + std::string(password) + "@host:80/x?y"),
                   "see http://host:80/x?y")
             << password;
@@ -47,4 +50,29 @@ TEST(Redact, SurvivesBytesThatAreNotText)
     const std::string bytes("\0\xff\x80:@", 5);
     EXPECT_EQ(curl_redact(bytes), "");
     EXPECT_EQ(curl_redact(std::string(100000, '@')), std::string(100000, '@'));
+}
+
+TEST(Redact, HandlesEveryCharacterInAPasswordWithoutAScheme)
+{
+    for (const char* password : {"a/b", "a#b", "a?b", "a b", "a@b", "80/x", "a@b/c?d#e f", "a: b"})
+        EXPECT_EQ(curl_redact("Unsupported proxy syntax in 'ada:" + std::string(password) +
+                              "@gate:3128': Bad URL"),
+                  "Unsupported proxy syntax in 'gate:3128': Bad URL")
+            << password;
+}
+
+TEST(Redact, TakesLinearTime)
+{
+    const auto repeated = [](std::string_view text, int times)
+    {
+        std::string all;
+        for (int i = 0; i < times; ++i)
+            all += text;
+        return all;
+    };
+    for (const char* text : {"@", ":", "a:b ", "://", "http://a:b@h ", "x://", "a"})
+        EXPECT_LT(time_ratio([&, line = repeated(text, 20'000)] { curl_redact(line); },
+                             [&, line = repeated(text, 1000)] { curl_redact(line); }),
+                  100)
+            << text;
 }
