@@ -320,6 +320,7 @@ void CHILD_PROCESS::read_all()
         }
         read_available(m_output_end, m_output);
         read_available(m_errors_end, m_errors);
+        resize_if_requested();
         if (ended)
         {
             const std::lock_guard lock(m_mutex);
@@ -327,6 +328,37 @@ void CHILD_PROCESS::read_all()
             m_changed.notify_all();
         }
     }
+}
+
+/// On the reading thread, which has read everything that a stopped child has written.
+void CHILD_PROCESS::resize_if_requested()
+{
+    const std::lock_guard lock(m_mutex);
+    if (!m_requested_size)
+        return;
+    winsize size = {};
+    size.ws_row = m_requested_size->rows;
+    size.ws_col = m_requested_size->columns;
+    ::ioctl(m_terminal, TIOCSWINSZ, &size);
+    m_length_at_resize = m_output.size();
+    m_requested_size.reset();
+    m_changed.notify_all();
+}
+
+std::size_t CHILD_PROCESS::resize(CHILD_TERMINAL size)
+{
+    ::kill(m_pid, SIGSTOP);
+    siginfo_t info = {};
+    while (::waitid(P_PID, static_cast<id_t>(m_pid), &info, WSTOPPED | WEXITED | WNOWAIT) != 0 &&
+           errno == EINTR)
+    {
+    }
+    std::unique_lock lock(m_mutex);
+    m_requested_size = size;
+    ::eventfd_write(m_wake, 1);
+    m_changed.wait(lock, [this] { return !m_requested_size; });
+    ::kill(m_pid, SIGCONT);
+    return m_length_at_resize;
 }
 
 std::string CHILD_PROCESS::output() const

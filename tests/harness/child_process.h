@@ -85,16 +85,23 @@ public:
     /// Types on its terminal: "\x03" is Ctrl-C.
     void type(std::string_view keys) const;
 
+    /// Resizes its terminal. The child is stopped meanwhile, so that what it writes for the old and
+    /// for the new size can be told apart.
+    /// \return the length of the output before the resize
+    std::size_t resize(CHILD_TERMINAL size);
+
 private:
     void read_all();
     void await_end();
     void read_available(int& descriptor, std::string& into);
+    void resize_if_requested();
 
     pid_t m_pid = -1;
     int m_output_end = -1; ///< the terminal's master side if there is one
     int m_errors_end = -1; ///< -1 with a terminal
     int m_terminal = -1;   ///< a second descriptor of the master side, for typing
-    int m_wake = -1;       ///< event descriptor: the child has ended, or destruction has begun
+    int m_wake = -1;       ///< event descriptor: the child has ended, a resize is requested, or
+                           ///< destruction has begun
 
     mutable std::mutex m_mutex; ///< guards all below; both threads write it, callers read it
     std::condition_variable m_changed;
@@ -103,6 +110,8 @@ private:
     std::optional<CHILD_RESULT> m_result;
     bool m_drained = false; ///< everything that was written before the end has been read
     bool m_closing = false;
+    std::optional<CHILD_TERMINAL> m_requested_size; ///< reset when the terminal has it
+    std::size_t m_length_at_resize = 0;
 
     std::thread m_reader;
     std::thread m_waiter;

@@ -5,7 +5,6 @@
 #include "tests/harness/screen_model.h"
 #include "tests/harness/wait_until.h"
 
-
 #include <algorithm>
 #include <csignal>
 #include <random>

@@ -41,6 +41,33 @@ protected:
     std::string printed;
 };
 
+using STATES = std::vector<VINST_COMPONENT_PROGRESS::STATE>;
+
+/// Stops the manager as soon as a progress pass shows these states of the components.
+class STATE_WATCHER final : public VINST_DOWNLOADER_VIEW
+{
+public:
+    explicit STATE_WATCHER(STATES expected) : m_expected(std::move(expected)) {}
+
+    void show_progress(const std::vector<VINST_COMPONENT_PROGRESS>& progress,
+                       const VINST_PROGRESS_TOTALS&) override
+    {
+        STATES states;
+        for (const VINST_COMPONENT_PROGRESS& each : progress)
+            states.push_back(each.state);
+        were_seen = were_seen || states == m_expected;
+        if (were_seen || ++m_passes == most_passes)
+            request_download_stop();
+    }
+
+    bool were_seen = false;
+
+private:
+    static constexpr int most_passes = 60; // one per second
+    const STATES m_expected;
+    int m_passes = 0;
+};
+
 }
 
 TEST_F(Manager, FetchesAndChecksAllComponents)
@@ -255,6 +282,23 @@ TEST_F(Manager, ReplacesControlCharactersInATitle)
     load();
     EXPECT_TRUE(attempt());
     EXPECT_TRUE(printed_holds("One\xEF\xBF\xBD[2J: [3000 / 3000] 100% \n"));
+}
+
+TEST_F(Manager, ReportsTheStateOfEachComponent)
+{
+    using STATE = VINST_COMPONENT_PROGRESS::STATE;
+    for (const char* name : {"verified", "missing", "moving", "waiting"})
+        builder.component(name).pattern_content(300'000, 1);
+    load();
+    dir.write("dl/verified.run", content_of("verified"));
+    server.set_faults("/missing.run", {FAULT::status(404)});
+    server.set_faults("/moving.run", {FAULT::stall_after(1000)});
+    server.set_faults("/waiting.run", {FAULT::stall_before_headers()});
+    STATE_WATCHER view({STATE::verified, STATE::failed, STATE::moving, STATE::waiting});
+    VINST_DOWNLOADER_MGR watched(*release, view);
+    watched.set_components(all(), false);
+    watched.download(4);
+    EXPECT_TRUE(view.were_seen);
 }
 
 TEST_F(Manager, StopsInTheMiddle)

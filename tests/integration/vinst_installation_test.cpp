@@ -93,8 +93,7 @@ TEST_F(Install, EnablesPartsOfAnEarlierRunThatAreIntact)
     dir.write("dl/damaged.run", damaged);
     dir.write("dl/partial.run", content_of("partial").substr(0, 20));
     EXPECT_EQ(manager->install().result, RESULT::installed);
-    EXPECT_TRUE(
-        log_holds(" --enable-components intact --disable-components damaged,partial\n"));
+    EXPECT_TRUE(log_holds(" --enable-components intact --disable-components damaged,partial\n"));
 }
 
 TEST_F(Install, EnablesAnEditionThatItsParentsFileInstalls)

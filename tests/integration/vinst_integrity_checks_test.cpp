@@ -4,6 +4,7 @@
 #include "tests/integration/manager_fixture.h"
 #include "tests/integration/recording_view.h"
 
+#include <algorithm>
 #include <regex>
 
 namespace
@@ -34,6 +35,17 @@ protected:
 
     VINST_COMPONENT* one = nullptr;
     std::unique_ptr<VINST_DOWNLOADER_MGR> manager;
+};
+
+class CHECK_RECORDER final : public VINST_DOWNLOADER_VIEW
+{
+public:
+    void show_pending_checks(int files, quint64 bytes) override
+    {
+        pending.emplace_back(files, bytes);
+    }
+
+    std::vector<std::pair<int, quint64>> pending;
 };
 
 }
@@ -198,4 +210,24 @@ TEST_F(Integrity, LogsHowLongAChecksumTook)
     EXPECT_EQ(calc_md5sum(QString::fromStdString((dir / "none").string())), "");
     EXPECT_EQ(calc_md5sum(dir.qstr()), "");
     EXPECT_EQ(calc_md5sum(QString::fromStdString(path), [] { return true; }), "");
+}
+
+TEST_F(Integrity, ReportsWhatIsLeftToCheck)
+{
+    constexpr std::uint64_t size = 256 * 1024 * 1024; // takes a while to hash
+    builder.component("one").pattern_content(3000, 1).raw_key("size", std::to_string(size));
+    load();
+    put("");
+    std::filesystem::resize_file(dir / "dl/one.run", size);
+    CHECK_RECORDER view;
+    VINST_DOWNLOADER_MGR watched(*release, view);
+    begin_stoppable_work();
+    watched.set_components({component("one")}, true);
+    EXPECT_FALSE(watched.check_integrity());
+    ASSERT_GE(view.pending.size(), 2U);
+    EXPECT_EQ(view.pending.front().first, 1);
+    EXPECT_GT(view.pending.front().second, 0U);
+    EXPECT_LE(view.pending.front().second, size);
+    EXPECT_EQ(view.pending.back(), (std::pair<int, quint64>{0, 0}));
+    EXPECT_TRUE(std::is_sorted(view.pending.rbegin(), view.pending.rend()));
 }
