@@ -98,22 +98,27 @@ int VINST_TERMINAL_VIEW::rows_for_block(const QStringList& coming, VINST_TERMINA
 
 void VINST_TERMINAL_VIEW::settle_if_too_high(const QStringList& coming, VINST_TERMINAL_SIZE size)
 {
-    const bool is_over = !m_reported.isEmpty() || !coming.isEmpty();
-    if (m_is_settled || !m_totals || !is_over ||
-        rows_for_block(coming, size) >= least_block_height(*m_totals))
+    if (m_is_settled || !is_over(coming) || rows_for_block(coming, size) >= 0)
         return;
     print_text(m_region.redraw(m_headings + m_reported, size));
     m_region.release();
     m_is_settled = true;
 }
 
+/// The manager reports lines about an attempt only at its end.
+bool VINST_TERMINAL_VIEW::is_over(const QStringList& coming) const
+{
+    return !m_reported.isEmpty() || !coming.isEmpty();
+}
+
 QStringList VINST_TERMINAL_VIEW::block(const QStringList& coming, VINST_TERMINAL_SIZE size) const
 {
     if (!m_totals)
         return {};
-    // On a terminal of a few rows, the headings leave the screen.
-    const int least_rows = std::min(least_block_height(*m_totals), size.rows - 1);
-    const int rows = std::max(rows_for_block(coming, size), least_rows);
+    int rows = rows_for_block(coming, size);
+    // On a terminal of a few rows, the headings leave the screen, so that the totals are on it.
+    if (!is_over(coming))
+        rows = std::max(rows, std::min(least_block_height(*m_totals), size.rows - 1));
     return fitted_block(m_progress, *m_totals, {rows, size.columns});
 }
 

@@ -32,6 +32,7 @@ private:
     /// \param coming  lines that are about to be printed below, and need room
     void redraw(const QStringList& coming = {});
     void settle_if_too_high(const QStringList& coming, VINST_TERMINAL_SIZE size);
+    bool is_over(const QStringList& coming) const;
     QStringList block(const QStringList& coming, VINST_TERMINAL_SIZE size) const;
     int rows_for_block(const QStringList& coming, VINST_TERMINAL_SIZE size) const;
 
@@ -44,7 +45,7 @@ private:
     std::optional<VINST_PROGRESS_TOTALS> m_totals;    ///< none before the first progress pass
     QStringList m_reported;
     QString m_check_line;
-    /// The reported lines take more rows than there are, so the block is gone, and they stay where
-    /// they are printed.
+    /// The reported lines take more rows than there are. They are complete, even though they leave
+    /// the screen, and stay where they are printed.
     bool m_is_settled = false;
 };

@@ -65,11 +65,12 @@ protected:
         start_attempt(count);
     }
 
-    void pass()
+    void pass(quint64 delta = 0)
     {
         VINST_PROGRESS_TOTALS totals;
         totals.downloaded = 1024;
         totals.total = 2048;
+        totals.received = totals.delta = delta;
         shown([&] { view.show_progress(progress, totals); });
     }
 
@@ -277,6 +278,27 @@ TEST_F(TerminalView, KeepsEveryReasonThatDoesNotFitAndNoBlock)
     }
     expected.insert(expected.end(), {"Start download ...", "Download progress:", ""});
     EXPECT_EQ(screen.lines(), expected);
+}
+
+TEST_F(TerminalView, DrawsOverAnAttemptWhoseBlockHadNoRoom)
+{
+    open(10, 40);
+    for (int reasons = 0; reasons < 4; ++reasons)
+    {
+        start(3);
+        pass(100);
+        EXPECT_EQ(screen.count("Total downloaded:"), 1U);
+        report_line("Checking file integrity ...");
+        report_line("Download failed");
+        for (int i = 0; i < reasons; ++i)
+            report_line("Component " + std::to_string(i) + ": no connection");
+        shown([&] { view.begin_wait("Retrying #1 after 5 secs ...\n"); });
+        EXPECT_EQ(screen.count("no connection"), static_cast<std::size_t>(reasons));
+        EXPECT_EQ(screen.lines().front(), "above");
+        EXPECT_LE(screen.screen().size(), 10U);
+        shown([&] { view.end_wait(); });
+        EXPECT_EQ(screen.lines(), (LINES{"above", "Start download ...", ""})) << reasons;
+    }
 }
 
 TEST_F(TerminalView, FitsSmallTerminals)
