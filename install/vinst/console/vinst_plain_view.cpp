@@ -54,8 +54,7 @@ void VINST_PLAIN_VIEW::show_progress(const std::vector<VINST_COMPONENT_PROGRESS>
     const int lines_above = m_progress_text.isEmpty() ? static_cast<int>(m_component_count) + 3
                                                       : line_count(m_progress_text);
     m_progress_text = progress_block(progress, totals);
-    print_text(cursor_up(lines_above));
-    print_text(utf8(m_progress_text) + "\n");
+    print_text(cursor_up(lines_above) + utf8(m_progress_text) + '\n');
 }
 
 void VINST_PLAIN_VIEW::show_reported_line(const QString& line)

@@ -86,6 +86,7 @@ TEST_F(CheckLayout, AcceptsOutputInTheRoomsThatMayPrint)
     plant("install/vinst/console/a.cpp", R"(print_text("\x1b[2K");)");
     plant("install/vinst/console/b_posix.cpp", "::isatty(1);");
     plant("install/vinst/base/vinst_messages.cpp", "void print_text(const std::string& text)");
+    plant("install/vinst/base/vinst_print_win32.cpp", "void print_text(const std::string& text)");
     plant("install/vinst/download/c.cpp", "const std::string footprint_text = sprint_plan();");
     const CHECK result = check();
     EXPECT_EQ(result.exit_code, 0) << result.errors;
