@@ -167,6 +167,14 @@ TEST_F(HostBinaries, CheckTheSizesOfBuffers)
 }
 #endif
 
+TEST_F(HostBinaries, NameTheInterfaceVersionOfTheLibrary)
+{
+    const std::string library = readelf("-dW", tested_build_dir() / "lib/libvinst.so");
+    EXPECT_TRUE(holds(library, "Library soname: [libvinst.so.1]")) << library;
+    const std::string program = readelf("-dW", tested_build_dir() / "bin/vinst");
+    EXPECT_TRUE(holds(program, "Shared library: [libvinst.so.1]")) << program;
+}
+
 TEST(HostWindowsBinaries, AreLoadedAtAnyAddressWithoutExecutableData)
 {
     if (tested_platform() != "windows")

@@ -11,6 +11,7 @@
 #include "install/vinst/base/vinst_utils.h"
 #include "install/vinst/console/vinst_cmdline.h"
 #include "install/vinst/console/vinst_console_run.h"
+#include "install/vinst/console/vinst_version.h"
 #include "install/vinst/gui/vinst_downloader_dlg.h"
 #include "install/vinst/gui/vinst_message_box.h"
 #include "install/vinst/gui/vinst_modal_dialogs.h"
@@ -147,6 +148,11 @@ int install_vinst_run(int argc, char** argv, bool gui_host)
     gate_qt_messages();
     set_up_console();
     use_utf8_file_names();
+    if (asks_for_version(argc, argv))
+    {
+        print_text(version_text());
+        return 0;
+    }
     const bool with_windows = may_run_graphically(argc, argv, gui_host);
     if (with_windows && !has_display())
     {

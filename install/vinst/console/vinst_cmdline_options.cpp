@@ -70,6 +70,7 @@ VINST_OPTION_GROUPS::VINST_OPTION_GROUPS(const std::string& components_help)
     add(hidden, "manifest", text(), "Manifest ");
     add(hidden, "url", text(), "Specify a url to download");
     add_switch(hidden, "gui", "Run this application in GUI mode");
+    add_switch(hidden, "version", "Print the versions of this program and its libraries");
     add_switch(hidden, "debug", "Specify whether to print out debug messages");
 }
 

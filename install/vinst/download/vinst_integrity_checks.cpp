@@ -12,6 +12,7 @@
 
 #include <tbb/global_control.h>
 #include <tbb/task_arena.h>
+#include <tbb/version.h>
 
 #include <algorithm>
 #include <atomic>
@@ -157,6 +158,11 @@ public:
     const std::shared_ptr<CHECK_WORK> work;
     QTimer timer;
 };
+
+std::string integrity_check_library_version()
+{
+    return TBB_runtime_version();
+}
 
 VINST_INTEGRITY_CHECKS::VINST_INTEGRITY_CHECKS(VINST_DOWNLOADER_VIEW& view)
     : m_view(view), m_unfinished(std::make_shared<VINST_UNFINISHED_WORK>())

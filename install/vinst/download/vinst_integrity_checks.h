@@ -6,9 +6,13 @@
 #include <QList>
 
 #include <memory>
+#include <string>
 
 class VINST_DOWNLOADER_MGR_CHECK_INTEGRITY_TASK;
 struct VINST_UNFINISHED_WORK;
+
+/// The version of oneTBB, whose workers run the checks.
+[[nodiscard]] std::string integrity_check_library_version();
 
 /// Integrity checks of components' files, each on a worker thread. All members are called on the
 /// main thread, where a timer collects the results and stores them in the components.
