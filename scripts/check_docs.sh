@@ -6,7 +6,7 @@ usage() {
     cat <<'END'
 Usage: scripts/check_docs.sh [DIR]
 
-Checks README.md, CONTRIBUTING.md, CHANGELOG.md and docs/*.md in DIR (default: this project): every
+Checks README.md, CONTRIBUTING.md, CHANGELOG.md, docs/*.md and docs/man/*.md in DIR (default: this project): every
 local link has a target; every path, file name, option, variable and other name in backticks exists;
 and every command in a "sh" block succeeds. Prints each error with its location; fails if there is one.
 
@@ -85,7 +85,7 @@ matches_one_of() { # TEXT PATTERN...
 
 # All names in the sources. The test of this script is excluded: it uses names that don't exist.
 mapfile -t source_dirs < <(existing .ci CMakeLists.txt CMakePresets.json cmake install support tools tests bench demo packaging scripts)
-mapfile -t documents < <(existing README.md CONTRIBUTING.md CHANGELOG.md docs/*.md)
+mapfile -t documents < <(existing README.md CONTRIBUTING.md CHANGELOG.md docs/*.md docs/man/*.md)
 grep -rIhoE --exclude=check_docs.sh --exclude=check_docs_test_posix.cpp '[A-Za-z0-9_][A-Za-z0-9_.-]*' "${source_dirs[@]}" 2>/dev/null |
     sort -u >"$work/words"
 tr -s '.-' '\n' <"$work/words" | sort -u >"$work/names"

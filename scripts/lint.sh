@@ -6,13 +6,16 @@ cd "$(dirname "$0")/.."
 if [ "${1:-}" = --help ]; then
   echo "Usage: scripts/lint.sh"
   echo
-  echo "Checks the layout (scripts/check_layout.sh), the documents (scripts/check_docs.sh), the"
-  echo "formatting of all C++ files, and the product sources with clang-tidy."
+  echo "Checks the layout (scripts/check_layout.sh), the documents (scripts/check_docs.sh), the manual"
+  echo "pages and completions (scripts/check_man.sh), the formatting of all C++ files, and the product"
+  echo "sources with clang-tidy. Installs missing packages."
   exit 0
 fi
 
 scripts/check_layout.sh
+scripts/install_deps.sh test
 scripts/check_docs.sh
+scripts/check_man.sh
 
 git ls-files -z '*.h' '*.cpp' | xargs -0 clang-format --dry-run --Werror
 # Without precompiled headers, so that missing includes are found.
