@@ -28,7 +28,8 @@ for argument in "$@"; do
         test) packages+=(libgtest-dev libgmock-dev nginx-light squid tinyproxy dante-server iproute2 xvfb
                          openssl tmux ca-certificates curl tzdata binutils clang-format clang-tidy
                          e2fsprogs mount util-linux
-                         pandoc man-db mandoc bsdextrautils bash-completion zsh fish) ;;
+                         pandoc man-db mandoc bsdextrautils bash-completion zsh fish
+                         desktop-file-utils appstream) ;;
         bench) packages+=(nginx-light aria2 curl openssl time) ;;
         screenshots) packages+=(libgtest-dev libgmock-dev xvfb util-linux fonts-dejavu-core pngquant) ;;
         windows) packages+=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev googletest wine wine64 nsis
