@@ -1,5 +1,6 @@
 #include "support/curl/curl_logger.h"
 
+#include "support/curl/curl_plain_text.h"
 #include "support/fio/fio_file_system.h"
 
 #include <spdlog/details/log_msg.h>
@@ -39,6 +40,12 @@ void CURL_LOGGER::close()
     m_sink.reset();
 }
 
+void CURL_LOGGER::write_plain(SEVERITY severity, std::string_view text)
+{
+    if (m_sink != nullptr)
+        write(severity, curl_plain_text(text));
+}
+
 void CURL_LOGGER::write(SEVERITY severity, std::string text)
 {
     if (m_sink == nullptr)
@@ -65,7 +72,7 @@ void CURL_LOGGER::info_with_file(std::string_view start, const std::string& cont
         return;
     std::ifstream content(fio_path(content_path), std::ios::binary);
     std::array<char, 64 * 1024> block;
-    std::string text(start);
+    std::string text = curl_plain_text(start);
     while (content.read(block.data(), block.size()), content.gcount() > 0)
     {
         text.append(block.data(), static_cast<std::size_t>(content.gcount()));

@@ -12,9 +12,9 @@ namespace spdlog::sinks
 class sink;
 }
 
-/// A log file. Lines are formatted printf-style, but by the types of their arguments, and each is
-/// flushed, because the log may be read while it grows. Thread-safe except for opening and closing.
-/// While it is closed, lines are discarded.
+/// A log file. Lines are formatted printf-style, but by the types of their arguments, contain no
+/// control characters, and are flushed one by one, because the log may be read while it grows.
+/// Thread-safe except for opening and closing. While it is closed, lines are discarded.
 class CURL_LOGGER
 {
 public:
@@ -38,22 +38,22 @@ public:
     template <typename... ARGS>
     void info(std::string_view format, const ARGS&... args)
     {
-        write(SEVERITY::info, formatted(format, args...));
+        write_plain(SEVERITY::info, formatted(format, args...));
     }
     template <typename... ARGS>
     void error(std::string_view format, const ARGS&... args)
     {
-        write(SEVERITY::error, formatted(format, args...));
+        write_plain(SEVERITY::error, formatted(format, args...));
     }
     template <typename... ARGS>
     void debug(std::string_view format, const ARGS&... args)
     {
         if (logs_debug())
-            write(SEVERITY::debug, formatted(format, args...));
+            write_plain(SEVERITY::debug, formatted(format, args...));
     }
 
-    /// Logs an information line that consists of `start` and the content of a file. Long content is
-    /// split at its line ends into several log lines, to limit memory use.
+    /// Logs an information line that consists of `start` and the content of a file, byte by byte.
+    /// Long content is split at its line ends into several log lines, to limit memory use.
     void info_with_file(std::string_view start, const std::string& content_path);
 
     /// printf-style formatting that never fails: if the format doesn't match its arguments, it is
@@ -102,6 +102,7 @@ private:
         debug
     };
 
+    void write_plain(SEVERITY severity, std::string_view text);
     void write(SEVERITY severity, std::string text);
 
     std::string m_path;

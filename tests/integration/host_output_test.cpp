@@ -140,3 +140,17 @@ TEST_F(HostOutput, ThatATerminalHoldsBackDoesNotDelayAStop)
     ASSERT_TRUE(wait_until([&] { return fetched_bytes() >= before + 150'000; }));
     expect_orderly_end(child);
 }
+
+TEST_F(HostOutput, HoldsNoControlCharactersOfARelease)
+{
+    builder.component("one").title("T \x1b[2J \u009b \u202e");
+    publish();
+    server.set_faults("/one.run", {FAULT::status(503)});
+    run(run_arguments({"--debug", "--retry-duration", "0"}));
+    EXPECT_TRUE(output_holds("T \ufffd[2J \ufffd \ufffd: ")) << output;
+    for (const char* part : {"\x1b[2J ", "\u009b", "\u202e"})
+    {
+        EXPECT_EQ(log().find(part), std::string::npos);
+        EXPECT_FALSE(output_holds(part));
+    }
+}

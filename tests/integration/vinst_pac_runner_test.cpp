@@ -112,6 +112,15 @@ const HOSTILE_SCRIPT hostile_scripts[] = {
 
 }
 
+TEST_F(PacRunnerTest, LogsNoControlCharactersOfAScript)
+{
+    run("function FindProxyForURL(url, host) { alert('\\x1b[2J \\x9b \\u202e \\u2067'); throw "
+        "'\\u200f'; }");
+    EXPECT_TRUE(log_holds("\ufffd[2J \ufffd \ufffd \ufffd\n"));
+    for (const char* control : {"\x1b", "\u009b", "\u202e", "\u2067", "\u200f"})
+        EXPECT_FALSE(log_holds(control));
+}
+
 TEST_F(PacRunnerTest, LetsTheHelperInheritOnlyTheStandardStreams)
 {
     const OPEN_DESCRIPTOR of_the_host;

@@ -4,6 +4,7 @@
 #include "install/vinst/base/vinst_platform.h"
 #include "install/vinst/base/vinst_print.h"
 #include "install/vinst/base/vinst_text.h"
+#include "support/curl/curl_plain_text.h"
 
 #include <regex>
 #include <utility>
@@ -149,7 +150,7 @@ std::string VINST_MESSAGES::message(const std::string& id, const std::string& ar
 void VINST_MESSAGES::report(const std::string& text, bool is_error)
 {
     if (echo_to_console)
-        print_text(text + "\n");
+        print_text(curl_plain_text(text) + "\n");
     if (is_error)
         m_logger->error(text);
     else
@@ -202,5 +203,5 @@ void report_early(const std::string& text, bool is_error, bool gui_host)
     if (gui_host && message_box())
         message_box()(text, is_error);
     else
-        print_text(text + "\n");
+        print_text(curl_plain_text(text) + "\n");
 }

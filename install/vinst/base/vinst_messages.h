@@ -30,7 +30,7 @@ public:
                         const std::string& arg4 = {});
 
     /// Reports a text to the user: logged, and echoed as a line on standard output when the echo is
-    /// on.
+    /// on. Control characters are replaced.
     void report(const std::string& text, bool is_error);
     void report(const QString& text, bool is_error);
 

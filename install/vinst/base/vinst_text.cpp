@@ -1,5 +1,7 @@
 #include "install/vinst/base/vinst_text.h"
 
+#include "support/curl/curl_plain_text.h"
+
 #include <algorithm>
 #include <array>
 #include <limits>
@@ -24,8 +26,7 @@ QString without_control_characters(const QString& text)
 {
     QString result = text;
     for (QChar& c : result)
-        if (c.category() == QChar::Other_Control || c.category() == QChar::Separator_Line ||
-            c.category() == QChar::Separator_Paragraph)
+        if (curl_is_control(c.unicode()))
             c = QChar::ReplacementCharacter;
     return result;
 }

@@ -15,8 +15,8 @@ std::string utf8(const QString& text);
 /// Whether the bytes are UTF-8 that QString represents without a change.
 bool is_utf8(std::string_view bytes);
 
-/// The text with every control character replaced, so that it can't move a terminal's cursor or
-/// break a line.
+/// The text with every control character replaced, so that it can't move a terminal's cursor,
+/// break a line or change the direction of writing.
 QString without_control_characters(const QString& text);
 
 /// A byte count in a readable form: "0.00 B", "1.50 GB"; divided by 1024, up to TB.

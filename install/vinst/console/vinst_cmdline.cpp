@@ -10,6 +10,7 @@
 #include "install/vinst/console/vinst_console_view.h"
 #include "install/vinst/download/vinst_connection_test.h"
 #include "install/vinst/release/vinst_parser.h"
+#include "support/curl/curl_plain_text.h"
 #include "support/curl/curl_redact.h"
 
 #include <QCoreApplication>
@@ -88,7 +89,7 @@ bool may_run_graphically(int argc, const char* const* argv, bool gui_host)
 
 void print_manifest_message(const QByteArray& message)
 {
-    print_text(message.toStdString());
+    print_text(curl_plain_text(message.toStdString()));
 }
 
 int VINST_OPTIONS::parse(int argc, char** argv)
@@ -137,7 +138,7 @@ bool VINST_OPTIONS::parse_variables(int argc, char** argv)
     overwrite_credentials(argc, argv);
     if (!error.empty())
     {
-        std::cerr << "Error: " << error << "\n\n" << std::flush;
+        std::cerr << "Error: " << curl_plain_text(error) << "\n\n" << std::flush;
         print_text(help_hint + "\n");
         if (gui_host)
             report_early(error + "\n" + help_hint, true, gui_host);
@@ -236,7 +237,8 @@ bool VINST_OPTIONS::take_url()
     // In "http://ada:77/x@host", 77 may be a port or the beginning of a password, which would then
     // be sent to "ada" and logged as a part of the path.
     const bool is_unclear = has_unclear_credentials(url) && address.port() != -1;
-    if (!address.isValid() || is_unclear || address.host().isEmpty() || (scheme != "http" && scheme != "https"))
+    if (!address.isValid() || is_unclear || address.host().isEmpty() ||
+        (scheme != "http" && scheme != "https"))
         return refuse("The address " + curl_redact(url) +
                           " cannot be used. Specify a valid http or https address.",
                       true);

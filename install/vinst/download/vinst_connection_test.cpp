@@ -10,6 +10,7 @@
 #include "install/vinst/download/vinst_file_check.h"
 #include "install/vinst/download/vinst_proxy_discovery.h"
 #include "install/vinst/release/vinst_data.h"
+#include "support/curl/curl_plain_text.h"
 #include "support/curl/curl_redact.h"
 #include "support/fio/fio_file_system.h"
 
@@ -117,7 +118,7 @@ CURL_PROXY_INFO VINST_CONNECTION_TEST::first_proxy(const VINST_PROXY_SETTINGS& s
 VINST_FETCH_RESULT VINST_CONNECTION_TEST::fetch(const CURL_PROXY_INFO& proxy,
                                                 const std::string& path)
 {
-    const std::string host = curl_redact(proxy.host());
+    const std::string host = curl_plain_text(curl_redact(proxy.host()));
     run_log().info("Testing Internet connection ...");
     run_log().info("  Proxy Server: %s, Port:%s", host, proxy.port());
     m_view.show_connection_attempt(host, proxy.port());

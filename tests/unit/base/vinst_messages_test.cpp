@@ -173,6 +173,16 @@ TEST_F(Messages, EchoReportsOnlyOnRequest)
     EXPECT_EQ(printed_by_report("loud", true), "loud\n");
 }
 
+TEST_F(Messages, PrintReportsWithoutControlCharacters)
+{
+    messages().echo_to_console = true;
+    EXPECT_EQ(printed_by_report("a\x1b[2J\u009b\u202eb\nc\td", false),
+              "a\ufffd[2J\ufffd\ufffdb\nc\td\n");
+    ::testing::internal::CaptureStdout();
+    report_early("\x1b]0;x", true, false);
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "\ufffd]0;x\n");
+}
+
 TEST_F(Messages, LogReportsByTheirSeverity)
 {
     printed_by_report("before the log is open", false);

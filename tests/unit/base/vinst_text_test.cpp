@@ -42,6 +42,7 @@ TEST(WithoutControlCharacters, ReplacesCharactersThatMoveATerminalsCursor)
         without_control_characters(QString("a\x1b[2J\n\r\t\x7f") + QChar(0x9b) + QChar(0x2028)),
         QString("a\uFFFD[2J\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD"));
     EXPECT_EQ(without_control_characters("Größe ©"), "Größe ©");
+    EXPECT_EQ(without_control_characters(QString("a\u202eb\u2067\u200f")), "a\uFFFDb\uFFFD\uFFFD");
 }
 
 TEST(IsUtf8, AcceptsOnlyWhatStaysTheSame)

@@ -169,3 +169,17 @@ TEST(Logger, SurvivesAFullDisk)
     logger.close();
     EXPECT_NE(read_lines(disk.path() / "log").at(0).find("[info] first"), std::string::npos);
 }
+
+TEST(Logger, ReplacesControlCharactersOfTexts)
+{
+    const TEMP_DIR dir;
+    CURL_LOGGER logger((dir / "log").string(), CURL_LOGGER::debug_level);
+    ASSERT_TRUE(logger.open());
+    logger.info("%s", "\x1b[2J\u009b");
+    logger.error("\u202eevil");
+    logger.debug("< %s", "Server: x\r\n");
+    const std::string path = dir.write("content", "\x1b[1mbytes\xff\n").string();
+    logger.info_with_file("\x1b: ", path);
+    EXPECT_EQ(lines_of(dir), (LINES{"[info] \ufffd[2J\ufffd", "[error] \ufffdevil",
+                                    "[debug] < Server: x", "[info] \ufffd: \x1b[1mbytes\xff"}));
+}
