@@ -137,18 +137,42 @@ double gigabytes(quint64 bytes)
     return static_cast<double>(whole_mebibytes) / 1024;
 }
 
-quint64 free_disk_space(const std::string& path)
+namespace
 {
-    const QStorageInfo volume(nearest_existing_dir(QString::fromStdString(path)));
-    const auto bytes = [](qint64 figure)
-    { return static_cast<quint64>(std::max<qint64>(figure, 0)); };
+
+/// Qt reports unknown figures as -1.
+quint64 known_bytes(qint64 figure)
+{
+    return static_cast<quint64>(std::max<qint64>(figure, 0));
+}
+
+QStorageInfo volume_of(const std::string& path)
+{
+    return QStorageInfo(nearest_existing_dir(QString::fromStdString(path)));
+}
+
+void log_volume(const std::string& path, const QStorageInfo& volume)
+{
     CURL_LOGGER& log = run_log();
     log.info("Path: %s", path);
     if (volume.isReadOnly())
         log.info("isReadOnly");
-    log.info("Total disk space: %.2f GB", gigabytes(bytes(volume.bytesTotal())));
-    log.info("Free disk space: %.2f GB", gigabytes(bytes(volume.bytesAvailable())));
-    return bytes(volume.bytesAvailable());
+    log.info("Total disk space: %.2f GB", gigabytes(known_bytes(volume.bytesTotal())));
+    log.info("Free disk space: %.2f GB", gigabytes(known_bytes(volume.bytesAvailable())));
+}
+
+}
+
+quint64 free_disk_space(const std::string& path)
+{
+    const QStorageInfo volume = volume_of(path);
+    log_volume(path, volume);
+    return known_bytes(volume.bytesAvailable());
+}
+
+void log_disk_space(const std::string& path)
+{
+    log_volume(path, volume_of(path));
 }
 
 bool is_valid_proxy_server(const std::string& text)

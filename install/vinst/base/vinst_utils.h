@@ -28,8 +28,11 @@ bool validate_download_path(const QString& path, std::string& error);
 bool validate_install_path(const QString& path, std::string& error, const QString& platform);
 
 /// Bytes available to the user on the volume of the path or its nearest existing directory; 0 when
-/// the volume can't be queried. Logs the path and the figures.
+/// the volume can't be queried. Logs the same as `log_disk_space`.
 quint64 free_disk_space(const std::string& path);
+
+/// Logs the path and the size and free space of that volume.
+void log_disk_space(const std::string& path);
 
 /// Bytes as GB, as in all messages: whole mebibytes divided by 1024.
 double gigabytes(quint64 bytes);

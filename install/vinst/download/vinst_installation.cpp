@@ -54,8 +54,9 @@ private:
     /// Checks parts that are complete in the download directory although this run did not fetch
     /// them, because the main product's installer reads them, too.
     void verify_files_of_earlier_runs() const;
-    /// Checks a file that has changed since it was verified once more.
-    bool is_unchanged_since_check(VINST_COMPONENT& component);
+    /// Checks a file once more that has changed since it was verified. \return whether the file that
+    /// is on disk now is verified
+    bool check_again_if_changed(VINST_COMPONENT& component);
     bool check_again(VINST_COMPONENT& component) const;
     bool run_to_success(const QString& command, const QString& what);
 
@@ -106,10 +107,10 @@ bool INSTALLATION::install(VINST_COMPONENT& component)
     // The main product's installer also reads the files of its parts.
     const VINST_COMPONENT_LIST own{&component};
     const VINST_COMPONENT_LIST& read_by_it = component.is_main_product() ? m_components : own;
-    const bool unchanged =
+    const bool all_verified =
         std::all_of(read_by_it.begin(), read_by_it.end(),
-                    [this](VINST_COMPONENT* file) { return is_unchanged_since_check(*file); });
-    if (!unchanged || m_is_to_stop())
+                    [this](VINST_COMPONENT* file) { return check_again_if_changed(*file); });
+    if (!all_verified || m_is_to_stop())
         return false;
     m_installed << component.name << step.parts;
     return run_to_success(step.command, "The installer of " + component.display_name());
@@ -126,7 +127,7 @@ void INSTALLATION::verify_files_of_earlier_runs() const
     }
 }
 
-bool INSTALLATION::is_unchanged_since_check(VINST_COMPONENT& component)
+bool INSTALLATION::check_again_if_changed(VINST_COMPONENT& component)
 {
     if (component.file.is_verified())
         return true;
@@ -236,6 +237,6 @@ VINST_INSTALL_OUTCOME run_installation(const VINST_RELEASE& release,
                                        const std::function<bool()>& is_to_stop)
 {
     report("Do install ...", false);
-    free_disk_space(utf8(release.install_dir()));
+    log_disk_space(utf8(release.install_dir()));
     return INSTALLATION(release, components, is_to_stop).run();
 }
