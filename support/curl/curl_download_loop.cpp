@@ -11,7 +11,7 @@ constexpr int longest_nap_ms = 100; // between two calls of the progress callbac
 }
 
 CURL_DOWNLOAD_LOOP::CURL_DOWNLOAD_LOOP(const CURL_CONNECTION_SETTINGS& settings,
-                                       std::function<void()> on_file_end)
+                                       FILE_END on_file_end)
     : m_settings(settings), m_on_file_end(std::move(on_file_end)), m_multi(curl_multi_init())
 {
 }
@@ -21,7 +21,12 @@ CURL_DOWNLOAD_LOOP::~CURL_DOWNLOAD_LOOP() = default;
 void CURL_DOWNLOAD_LOOP::run(std::deque<CURL_REQUEST> queue, std::size_t parallel,
                              const std::atomic<bool>& stop)
 {
-    while (m_multi != nullptr && (!queue.empty() || !m_active.empty()))
+    if (m_multi == nullptr)
+    {
+        fail_all(std::move(queue));
+        return;
+    }
+    while (!queue.empty() || !m_active.empty())
     {
         if (stop)
             queue.clear();
@@ -35,6 +40,26 @@ void CURL_DOWNLOAD_LOOP::run(std::deque<CURL_REQUEST> queue, std::size_t paralle
     }
 }
 
+void CURL_DOWNLOAD_LOOP::fail_all(std::deque<CURL_REQUEST> queue)
+{
+    for (CURL_REQUEST& request : queue)
+    {
+        CURL_TRANSFER transfer(std::move(request), m_settings, m_flusher);
+        transfer.finish(CURLE_FAILED_INIT);
+        report_end(transfer);
+    }
+}
+
+bool CURL_DOWNLOAD_LOOP::add(const CURL_TRANSFER& transfer)
+{
+    return curl_multi_add_handle(m_multi.get(), transfer.handle()) == CURLM_OK;
+}
+
+void CURL_DOWNLOAD_LOOP::report_end(const CURL_TRANSFER& transfer)
+{
+    m_on_file_end(transfer.data(), transfer.failure());
+}
+
 void CURL_DOWNLOAD_LOOP::start_transfers(std::deque<CURL_REQUEST>& queue, std::size_t parallel)
 {
     while (m_active.size() < parallel && !queue.empty())
@@ -42,13 +67,15 @@ void CURL_DOWNLOAD_LOOP::start_transfers(std::deque<CURL_REQUEST>& queue, std::s
         auto transfer =
             std::make_unique<CURL_TRANSFER>(std::move(queue.front()), m_settings, m_flusher);
         queue.pop_front();
-        if (!transfer->prepare())
+        const bool is_prepared = transfer->prepare();
+        if (is_prepared && add(*transfer))
         {
-            m_on_file_end();
+            m_active.push_back(std::move(transfer));
             continue;
         }
-        curl_multi_add_handle(m_multi.get(), transfer->handle());
-        m_active.push_back(std::move(transfer));
+        if (is_prepared)
+            transfer->finish(CURLE_FAILED_INIT);
+        report_end(*transfer);
     }
 }
 
@@ -79,10 +106,14 @@ void CURL_DOWNLOAD_LOOP::end_transfer(CURL* handle, CURLcode result)
     const auto ended =
         std::find_if(m_active.begin(), m_active.end(),
                      [handle](const auto& transfer) { return transfer->handle() == handle; });
-    if ((*ended)->repeat_without_range() &&
-        curl_multi_add_handle(m_multi.get(), handle) == CURLM_OK)
-        return;
-    (*ended)->finish(result);
+    CURLcode final_result = result;
+    if ((*ended)->repeat_without_range())
+    {
+        if (add(**ended))
+            return;
+        final_result = CURLE_FAILED_INIT;
+    }
+    (*ended)->finish(final_result);
+    report_end(**ended);
     m_active.erase(ended);
-    m_on_file_end();
 }

@@ -14,8 +14,10 @@
 class CURL_DOWNLOAD_LOOP
 {
 public:
+    using FILE_END = std::function<void(const CURL_PROGRESS_DATA*, const CURL_FAILURE&)>;
+
     /// \param on_file_end  called after each file that has ended, successfully or not
-    CURL_DOWNLOAD_LOOP(const CURL_CONNECTION_SETTINGS& settings, std::function<void()> on_file_end);
+    CURL_DOWNLOAD_LOOP(const CURL_CONNECTION_SETTINGS& settings, FILE_END on_file_end);
     ~CURL_DOWNLOAD_LOOP();
 
     /// \param stop  set by another thread to abort all transfers
@@ -27,13 +29,16 @@ private:
         void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
     };
 
+    void fail_all(std::deque<CURL_REQUEST> queue);
+    bool add(const CURL_TRANSFER& transfer);
+    void report_end(const CURL_TRANSFER& transfer);
     void start_transfers(std::deque<CURL_REQUEST>& queue, std::size_t parallel);
     void collect_finished();
     void end_unwanted(bool stop);
     void end_transfer(CURL* handle, CURLcode result);
 
     const CURL_CONNECTION_SETTINGS& m_settings;
-    const std::function<void()> m_on_file_end;
+    const FILE_END m_on_file_end;
     const std::unique_ptr<CURLM, MULTI_DELETER> m_multi;
     FIO_FLUSHER m_flusher;
     std::vector<std::unique_ptr<CURL_TRANSFER>> m_active;

@@ -73,7 +73,8 @@ int CURL_DOWNLOADER::download_one_file(const std::string& url, const std::string
 
 void CURL_DOWNLOADER::run(std::size_t parallel)
 {
-    CURL_DOWNLOAD_LOOP loop(m_settings, [this] { count_file(); });
+    CURL_DOWNLOAD_LOOP loop(m_settings, [this](const auto* data, const auto& failure)
+                            { count_file(data, failure); });
     loop.run(std::exchange(m_queue, {}), parallel, m_stop);
     {
         const std::lock_guard lock(m_mutex);
@@ -84,8 +85,15 @@ void CURL_DOWNLOADER::run(std::size_t parallel)
         m_on_file_end();
 }
 
-void CURL_DOWNLOADER::count_file()
+CURL_FAILURE CURL_DOWNLOADER::failure_of(const CURL_PROGRESS_DATA* data) const
 {
+    const auto found = m_failures.find(data);
+    return found != m_failures.end() ? found->second : CURL_FAILURE();
+}
+
+void CURL_DOWNLOADER::count_file(const CURL_PROGRESS_DATA* data, const CURL_FAILURE& failure)
+{
+    m_failures[data] = failure;
     ++m_finished;
     if (m_on_file_end)
         m_on_file_end();

@@ -1,12 +1,14 @@
 #pragma once
 
 #include "support/curl/curl_base_connection.h"
+#include "support/curl/curl_failure.h"
 #include "support/curl/curl_request.h"
 
 #include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <functional>
+#include <map>
 #include <mutex>
 #include <thread>
 
@@ -42,6 +44,10 @@ public:
 
     bool downloads_complete() const { return m_complete; }
 
+    /// Why a file's transfer failed. To be called once the downloads are complete; of kind `none`
+    /// for a file that was transferred or is unknown.
+    CURL_FAILURE failure_of(const CURL_PROGRESS_DATA* data) const;
+
     /// The number of files that have ended, successfully or not.
     std::size_t finished_files() const { return m_finished; }
 
@@ -51,10 +57,11 @@ public:
 
 private:
     void run(std::size_t parallel);
-    void count_file();
+    void count_file(const CURL_PROGRESS_DATA* data, const CURL_FAILURE& failure);
 
     std::function<void()> m_on_file_end; ///< unchanged while the thread runs
     std::deque<CURL_REQUEST> m_queue; ///< the caller's until the thread starts, then the thread's
+    std::map<const CURL_PROGRESS_DATA*, CURL_FAILURE> m_failures; ///< the thread's until complete
     std::thread m_thread;
 
     std::mutex m_mutex; ///< for the waits on the two counters below

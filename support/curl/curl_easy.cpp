@@ -1,5 +1,7 @@
 #include "support/curl/curl_easy.h"
 
+#include <memory>
+
 void CURL_OPTIONS::check(CURLoption option, CURLcode result)
 {
     if (result == CURLE_OK || m_refusal)
@@ -26,4 +28,29 @@ CURL_RESPONSE_HEAD curl_read_head(CURL* handle)
             head.set_field(name, field->value);
     }
     return head;
+}
+
+CURL_EXCHANGE curl_read_exchange(CURL* handle, int status)
+{
+    curl_off_t connect_time = 0; // microseconds
+    curl_easy_getinfo(handle, CURLINFO_CONNECT_TIME_T, &connect_time);
+    long connect_status = 0;
+    curl_easy_getinfo(handle, CURLINFO_HTTP_CONNECTCODE, &connect_status);
+    return {connect_time > 0, status, static_cast<int>(connect_status)};
+}
+
+std::string curl_host_and_port(const std::string& url)
+{
+    const std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> parsed(curl_url(), &curl_url_cleanup);
+    if (parsed == nullptr || curl_url_set(parsed.get(), CURLUPART_URL, url.c_str(), 0) != CURLUE_OK)
+        return {};
+    const auto part = [&parsed](CURLUPart which)
+    {
+        char* text = nullptr;
+        if (curl_url_get(parsed.get(), which, &text, CURLU_DEFAULT_PORT) != CURLUE_OK)
+            return std::string();
+        const std::unique_ptr<char, decltype(&curl_free)> owner(text, &curl_free);
+        return std::string(text);
+    };
+    return part(CURLUPART_HOST) + ":" + part(CURLUPART_PORT);
 }

@@ -1,10 +1,12 @@
 #pragma once
 
+#include "support/curl/curl_failure.h"
 #include "support/curl/curl_response.h"
 
 #include <curl/curl.h>
 
 #include <optional>
+#include <string>
 #include <type_traits>
 
 /// Sets the options of a libcurl handle and remembers the first one that libcurl refuses, so that
@@ -36,3 +38,9 @@ private:
 /// The head of the last answer, without those of a proxy to CONNECT. Complete once the header
 /// callback got the empty line at its end, or the transfer has ended.
 CURL_RESPONSE_HEAD curl_read_head(CURL* handle);
+
+/// \param status  of the response that counts
+CURL_EXCHANGE curl_read_exchange(CURL* handle, int status);
+
+/// "host:port" of a URL, with the scheme's default port; empty when it isn't a valid URL.
+std::string curl_host_and_port(const std::string& url);

@@ -377,8 +377,23 @@ void CURL_TRANSFER::finish(CURLcode result)
     store(outcome, answered_status(result));
 }
 
+void CURL_TRANSFER::keep_failure(const CURL_OUTCOME& outcome, int status)
+{
+    CURL_EXCHANGE exchange;
+    const char* url = nullptr;
+    if (m_handle != nullptr)
+    {
+        exchange = curl_read_exchange(handle(), status);
+        curl_easy_getinfo(handle(), CURLINFO_EFFECTIVE_URL, &url);
+    }
+    m_failure = curl_failure_of(outcome, exchange);
+    m_failure.server = curl_host_and_port(url != nullptr ? url : m_request.url);
+    m_failure.proxy = curl_redact(m_settings.proxy.address());
+}
+
 void CURL_TRANSFER::store(const CURL_OUTCOME& outcome, int status)
 {
+    keep_failure(outcome, status);
     if (m_request.data == nullptr)
         return;
     CURL_PROGRESS_DATA& data = *m_request.data;

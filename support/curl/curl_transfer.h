@@ -47,6 +47,10 @@ public:
     /// Ends the transfer and stores its result in the record.
     void finish(CURLcode result);
 
+    const CURL_PROGRESS_DATA* data() const { return m_request.data; }
+    /// Of a transfer that has ended.
+    const CURL_FAILURE& failure() const { return m_failure; }
+
 private:
     struct EASY_DELETER
     {
@@ -78,6 +82,7 @@ private:
     bool has_reached_its_size() const;
     int answered_status(CURLcode result) const;
     void store(const CURL_OUTCOME& outcome, int status);
+    void keep_failure(const CURL_OUTCOME& outcome, int status);
 
     const CURL_REQUEST m_request;
     const CURL_CONNECTION_SETTINGS& m_settings;
@@ -102,4 +107,5 @@ private:
     std::size_t m_head_bytes = 0; ///< of all answers of a chain of redirects together
     std::optional<CURL_BODY_DECISION> m_decision;
     std::optional<CURL_OUTCOME> m_own_outcome; ///< why this side ended the transfer
+    CURL_FAILURE m_failure;
 };

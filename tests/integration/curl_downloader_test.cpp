@@ -5,6 +5,7 @@
 #include "tests/harness/stopwatch.h"
 #include "tests/harness/unanswering_port.h"
 #include "tests/harness/wait_until.h"
+#include "tests/integration/failing_libcurl.h"
 #include "tests/integration/slow_resolver.h"
 
 #include <functional>
@@ -56,6 +57,29 @@ TEST_F(Downloader, RunsNoTransferWithoutAnOptionThatLibcurlRefuses)
     EXPECT_NE(text_of(*data).find("libcurl refuses the option PROXYUSERNAME: "), std::string::npos)
         << text_of(*data);
     EXPECT_EQ(server.request_count("/f"), 0U);
+}
+
+TEST_F(Downloader, GivesEveryFileAResultIfLibcurlFails)
+{
+    server.serve("/f", body);
+    for (const auto call :
+         {FAILING_LIBCURL::CALL::multi_init, FAILING_LIBCURL::CALL::multi_add_handle})
+    {
+        const FAILING_LIBCURL failing(call);
+        std::vector<CURL_PROGRESS_DATA> records(3);
+        CURL_DOWNLOADER downloader("", {}, false, 10);
+        for (std::size_t i = 0; i < records.size(); ++i)
+            downloader.add_file(server.url("/f"), path() + std::to_string(i), &records[i]);
+        downloader.download_files(2, true);
+        EXPECT_EQ(downloader.finished_files(), 3U);
+        for (const CURL_PROGRESS_DATA& record : records)
+        {
+            EXPECT_EQ(record.curl_code, 2);
+            EXPECT_EQ(text_of(record), "Failed initialization");
+            EXPECT_EQ(downloader.failure_of(&record).reason, "Failed initialization");
+        }
+    }
+    EXPECT_EQ(server.request_count(), 0U);
 }
 
 TEST_F(Downloader, ResumesAtTheEndOfTheFile)

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <string>
+
+struct CURL_OUTCOME;
+
+/// Why a transfer failed, for a message to the user. Texts are UTF-8 without credentials.
+struct CURL_FAILURE
+{
+    enum class KIND
+    {
+        none,         ///< it succeeded
+        stopped,      ///< by the progress callback
+        http_status,  ///< the server refused
+        proxy_status, ///< the proxy refused, possibly to connect to the server
+        connection,   ///< no connection to the server or, if one is used, to the proxy
+        tls,
+        write, ///< to the local file
+        other  ///< `reason` needs no explanation, for example when the size is wrong
+    };
+
+    KIND kind = KIND::none;
+    std::string reason; ///< in the words of the system, libcurl or this library
+    int status = 0;     ///< the HTTP status for the two kinds above, otherwise 0
+    std::string server; ///< "host:port", after redirects
+    std::string proxy;  ///< "host:port" of the one that was set; empty without one
+};
+
+/// How far a request got.
+struct CURL_EXCHANGE
+{
+    bool is_connected = false; ///< to the server, or to the proxy
+    int status = 0;         ///< of the server, or of the proxy in its place; 0 without a response
+    int connect_status = 0; ///< of the proxy's response to CONNECT; 0 without one
+};
+
+/// Leaves the server and the proxy empty.
+CURL_FAILURE curl_failure_of(const CURL_OUTCOME& outcome, const CURL_EXCHANGE& exchange);

@@ -1,0 +1,20 @@
+#pragma once
+
+/// While it exists, the transfer loops of this program get an error from libcurl.
+class FAILING_LIBCURL
+{
+public:
+    enum class CALL
+    {
+        multi_init,
+        multi_add_handle
+    };
+
+    explicit FAILING_LIBCURL(CALL call);
+    ~FAILING_LIBCURL();
+    FAILING_LIBCURL(const FAILING_LIBCURL&) = delete;
+    FAILING_LIBCURL& operator=(const FAILING_LIBCURL&) = delete;
+
+private:
+    const CALL m_call;
+};
