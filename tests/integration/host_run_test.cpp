@@ -177,7 +177,10 @@ TEST_F(HostRun, LeavesTheFailedAttemptOnTheScreenWhileItWaits)
         (LINES{"Start download ...", "Download progress:",
                "One: Error: The requested URL returned error: 503, Httpcode: 503, Curlcode: 22",
                "Total downloaded: [0.00 B / 2.93 KB]", "", "", "Checking file integrity ...",
-               "Download failed", "Retrying #1 after 5 secs ..."}));
+               "Download failed",
+               "One (" + server.url("/one.run") +
+                   "): the server answered with HTTP status 503 (server error)",
+               "Retrying #1 after 5 secs ..."}));
 }
 
 TEST_F(HostRun, NeverDrawsAboveItsBlock)
@@ -277,20 +280,22 @@ TEST_F(HostRun, ResumesWhereAnEarlierRunWasStopped)
 
 TEST_F(HostRun, DoesNotRetryWithADurationOfZero)
 {
-    builder.component("one").pattern_content(3000, 1);
+    builder.component("one").title("One").pattern_content(3000, 1);
     publish();
     server.set_faults("/one.run", {FAULT::cut_after(100)});
     run(run_arguments({"--retry-duration", "0"}));
     EXPECT_TRUE(result.exited_with(0));
-    EXPECT_TRUE(output_holds(
-        "\nDownload failed\nDownload failed. Exceeded retry limit. Process aborted.\n"));
+    EXPECT_TRUE(output_holds("\nDownload failed\nOne (" + server.url("/one.run") +
+                             "): transfer closed with 2900 bytes remaining to read\n"
+                             "Download failed. Exceeded retry limit. Process aborted.\n"))
+        << output;
     EXPECT_FALSE(output_holds("Retrying"));
     EXPECT_EQ(server.request_count("/one.run"), 1U);
 }
 
 TEST_F(HostRun, GivesUpOnAMissingFileAfterTheThirdAttempt)
 {
-    builder.component("one").pattern_content(3000, 1);
+    builder.component("one").title("One").pattern_content(3000, 1);
     publish();
     server.set_faults("/one.run", {FAULT::status(404)});
     run(run_arguments());
@@ -298,8 +303,10 @@ TEST_F(HostRun, GivesUpOnAMissingFileAfterTheThirdAttempt)
     EXPECT_TRUE(output_holds("Retrying #1 after 5 secs ...\n\n"));
     EXPECT_TRUE(output_holds("Retrying #2 after 10 secs ...\n\n"));
     EXPECT_FALSE(output_holds("Retrying #3"));
-    const std::string end =
-        "Download failed. Error 404: File not found.\nError 404: File not found.\n";
+    const std::string end = "Download failed. Error 404: File not found.\nOne (" +
+                            server.url("/one.run") +
+                            "): the server answered with HTTP status 404 (file not found)\n"
+                            "Error 404: File not found.\n";
     EXPECT_EQ(output.substr(output.size() - end.size()), end);
 }
 
@@ -333,8 +340,8 @@ TEST_F(HostRun, LeavesAFileToAnotherRunThatIsFetchingIt)
     CHILD_PROCESS first(setup(run_arguments()));
     ASSERT_TRUE(server.wait_for_body_bytes("/one.run", 10'000, long_enough));
     run(run_arguments({"--retry-duration", "0"}));
-    EXPECT_TRUE(output_holds("\nOne: Cannot write " + download("one.run") +
-                             ": another process is writing it\n"))
+    EXPECT_TRUE(output_holds("\nOne (" + server.url("/one.run") + "): Cannot write " +
+                             download("one.run") + ": another process is writing it; "))
         << output;
     const auto ended = first.wait(long_enough);
     ASSERT_TRUE(ended);
@@ -393,9 +400,14 @@ TEST_F(HostRun, ReportsAFullDisk)
     EXPECT_TRUE(output_holds("One: Error: Cannot write " + target +
                              "/one.run: No space left on device, Httpcode: 200, Curlcode: 23\n"))
         << output;
-    EXPECT_TRUE(
-        output_holds("\nDownload failed. Failed to write data to the destination. Ensure you "
-                     "have sufficient disk space.\n"));
+    EXPECT_TRUE(output_holds(
+        "\nDownload failed. Failed to write data to the destination. Ensure you "
+        "have sufficient disk space.\nOne (" +
+        server.url("/one.run") + "): Cannot write " + target +
+        "/one.run: No space left on device; " +
+        std::to_string(5'000'000 - std::filesystem::file_size(disk.path() / "one.run")) +
+        " bytes are needed, 0 are free\n"))
+        << output;
 }
 
 TEST_F(HostRun, RefetchesACorruptedFile)

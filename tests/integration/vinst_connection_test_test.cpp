@@ -4,6 +4,7 @@
 #include "tests/integration/manager_fixture.h"
 
 #include "tests/harness/loopback.h"
+#include "tests/harness/nginx_server.h"
 #include "tests/harness/proxy_server.h"
 #include "tests/harness/stopwatch.h"
 
@@ -112,6 +113,55 @@ TEST_F(ConnectionTest, FailsWithAnotherFile)
     EXPECT_FALSE(test({}));
     EXPECT_TRUE(log_holds("[info] Download successful, but md5sum doesn't match\n"));
     EXPECT_NE(printed.find("Httpcode: 200, Curlcode: 0\n"), std::string::npos);
+}
+
+TEST_F(ConnectionTest, ExplainsAnswersThatAreNotTheTestFile)
+{
+    load();
+    server.set_faults(route(), {FAULT::redirect(302, "/login")});
+    server.serve("/login", "<html>Welcome</html>");
+    EXPECT_FALSE(test({}));
+    EXPECT_NE(printed.find("Httpcode: 200, Curlcode: 0\nThe answer is not the test file. If this "
+                           "network requires a login (captive portal), log in with a web browser "
+                           "and try again.\n"),
+              std::string::npos)
+        << printed;
+    EXPECT_NE(result.error.find("captive portal"), std::string::npos);
+}
+
+TEST_F(ConnectionTest, ExplainsATlsFailure)
+{
+    const TEST_AUTHORITY authority;
+    dir.write("www/test.txt", "connection test\n");
+    NGINX_OPTIONS options;
+    options.root = dir / "www";
+    options.certificate = authority.untrusted();
+    const NGINX_SERVER origin(options);
+    builder.test_file(origin.url(""));
+    EXPECT_FALSE(test({}));
+    EXPECT_NE(printed.find(", Httpcode: -1, Curlcode: 60\nThe TLS connection to 127.0.0.1:" +
+                           std::to_string(origin.port()) + " failed: SSL"),
+              std::string::npos)
+        << printed;
+    EXPECT_NE(printed.find("set SSL_CERT_FILE to a file with its certificate.\n"),
+              std::string::npos);
+}
+
+TEST_F(ConnectionTest, ExplainsAProxyThatRequiresAPassword)
+{
+    const PROXY_SERVER gate(PROXY_ENGINE::squid, "ada", "s3cret");
+    const std::string port = std::to_string(gate.port());
+    const std::string explanation =
+        "\nThe proxy requires a valid user name and password (HTTP status 407).\n";
+    EXPECT_FALSE(test({gate.host(), port, "ada", "wrong", false}));
+    EXPECT_NE(printed.find(", Httpcode: 407, Curlcode: 22" + explanation), std::string::npos)
+        << printed;
+
+    release.reset();
+    builder.test_file("https://127.0.0.1:1");
+    EXPECT_FALSE(test({gate.host(), port, "ada", "wrong", false}));
+    EXPECT_NE(printed.find(", Httpcode: -1, Curlcode: 22" + explanation), std::string::npos)
+        << printed;
 }
 
 TEST_F(ConnectionTest, FailsOnALibraryErrorBehindA200)

@@ -224,22 +224,74 @@ TEST_F(Manager, ReportsAWriteErrorBeforeAMissingFile)
         "space.. Error 404: File not found.\n"));
 }
 
-TEST_F(Manager, ReportsAConnectionErrorOnceForAllFiles)
+TEST_F(Manager, ReportsTheReasonOfEachFileThatIsNotVerified)
 {
     builder.component("one").title("One").pattern_content(3000, 1);
-    builder.component("two").pattern_content(3000, 2);
+    builder.component("two").title("Two").pattern_content(3000, 2);
+    builder.component("three").title("Three").pattern_content(3000, 3);
+    builder.component("good").title("Good").pattern_content(3000, 4);
+    load();
+    server.set_faults("/one.run", {FAULT::status(503)});
+    server.set_faults("/two.run", {FAULT::other_body(std::string(3000, 'x'))});
+    server.set_faults("/three.run", {FAULT::other_body("<html>log in</html>")});
+    EXPECT_FALSE(attempt());
+    const std::string lines =
+        "One (" + server.url("/one.run") +
+        "): the server answered with HTTP status 503 (server error)\n"
+        "Two (" +
+        server.url("/two.run") + "): checksum mismatch: the release lists MD5 " +
+        builder.file("two").md5 + ", the file has 33d7ac42e3aa0f3146843833c23e4365\n" + "Three (" +
+        server.url("/three.run") + "): The server offers 19 bytes, but the release lists 3000\n";
+    EXPECT_TRUE(printed_holds("Ensure you have sufficient disk space.\n" + lines)) << printed;
+    EXPECT_TRUE(log_holds("[info] Three (" + server.url("/three.run") + "): The server offers"));
+    // The next attempt moves the cursor over what is on the screen.
+    EXPECT_EQ(console.progress_text().toStdString().substr(
+                  console.progress_text().toStdString().size() - lines.size()),
+              lines);
+    EXPECT_EQ(component("one")->last_failure.toStdString() + "\n",
+              lines.substr(0, lines.find('\n') + 1));
+    EXPECT_EQ(component("good")->last_failure, "");
+
+    for (const char* route : {"/one.run", "/two.run", "/three.run"})
+        server.set_faults(route, {});
+    EXPECT_TRUE(attempt());
+    EXPECT_EQ(component("one")->last_failure, "");
+}
+
+TEST_F(Manager, ReportsNoReasonsAfterAStop)
+{
+    builder.component("one").title("One").pattern_content(3000, 1);
+    load();
+    server.set_faults("/one.run", {FAULT::stall_after(10)});
+    RECORDING_VIEW view;
+    VINST_DOWNLOADER_MGR stopped(*release, view);
+    stopped.set_components(all(), false);
+    view.on_events = [&]
+    {
+        if (component("one")->progress_data->bytes_received > 0)
+            stopped.stop();
+    };
+    stopped.download(1);
+    EXPECT_EQ(view.reported_lines, std::vector<std::string>{"Download stopped"});
+    EXPECT_EQ(component("one")->last_failure, "");
+}
+
+TEST_F(Manager, ReportsAConnectionErrorOfEachFile)
+{
+    builder.component("one").title("One").pattern_content(3000, 1);
+    builder.component("two").title("Two").pattern_content(3000, 2);
     const int port = free_port();
     builder.download_url("http://127.0.0.1:" + std::to_string(port));
     load();
     EXPECT_FALSE(attempt());
     EXPECT_FALSE(printed_holds("Error:"));
-    const std::size_t reason =
-        printed.find("Download failed\nOne: Failed to connect to 127.0.0.1 port ");
-    ASSERT_NE(reason, std::string::npos) << printed;
+    const std::string peer = "127.0.0.1:" + std::to_string(port);
+    EXPECT_TRUE(printed_holds("Download failed\nOne (http://" + peer +
+                              "/one.run): no connection to " + peer + ": Failed to connect to "))
+        << printed;
+    EXPECT_TRUE(printed_holds("\nTwo (http://" + peer + "/two.run): no connection to "));
     EXPECT_TRUE(component("one")->progress_data->http_code == -1);
     EXPECT_FALSE(manager->write_error());
-    // The next attempt moves the cursor over what is on the screen.
-    EXPECT_NE(console.progress_text().indexOf("One: Failed to connect"), -1);
 }
 
 TEST_F(Manager, ReportsALinkInPlaceOfAFile)
@@ -249,8 +301,9 @@ TEST_F(Manager, ReportsALinkInPlaceOfAFile)
     std::filesystem::create_symlink(dir / "elsewhere", dir / "dl/one.run");
     EXPECT_FALSE(attempt());
     EXPECT_TRUE(manager->write_error());
-    EXPECT_TRUE(printed_holds("\nOne: Cannot write " + (dir / "dl/one.run").string() +
-                              ": it is a link. Remove it and try again\n"))
+    EXPECT_TRUE(printed_holds("\nOne (" + server.url("/one.run") + "): Cannot write " +
+                              (dir / "dl/one.run").string() +
+                              ": it is a link. Remove it and try again; 3000 bytes are needed, "))
         << printed;
     EXPECT_FALSE(std::filesystem::exists(dir / "elsewhere"));
 }

@@ -8,6 +8,7 @@
 #include "install/vinst/base/vinst_utils.h"
 #include "install/vinst/download/vinst_downloader_view.h"
 #include "install/vinst/download/vinst_file_check.h"
+#include "install/vinst/download/vinst_file_failure.h"
 #include "install/vinst/download/vinst_proxy_discovery.h"
 #include "install/vinst/release/vinst_data.h"
 #include "support/curl/curl_plain_text.h"
@@ -36,13 +37,14 @@ VINST_CONNECTION_RESULT failure(const std::string& text)
 VINST_CONNECTION_RESULT failed_attempts(const CURL_PROXY_INFO& proxy,
                                         const VINST_FETCH_RESULT& result)
 {
+    const std::string reason = utf8(connection_failure_text(result.failure));
     const std::string details = "Test download failed with error: " + result.error +
                                 ", Httpcode: " + std::to_string(result.http_code) +
                                 ", Curlcode: " + std::to_string(result.curl_code);
     run_log().info("%s", details);
     return failure(message(proxy.has_host() ? "ERROR_TEST_DOWNLOAD_WITH_PROXY"
                                             : "ERROR_TEST_DOWNLOAD_WITHOUT_PROXY") +
-                   "\nDetails:\n" + details);
+                   "\nDetails:\n" + details + (reason.empty() ? "" : "\n" + reason));
 }
 
 void add_credentials(CURL_PROXY_INFO& proxy, const VINST_PROXY_SETTINGS& settings)

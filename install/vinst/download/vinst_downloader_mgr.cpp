@@ -5,6 +5,7 @@
 #include "install/vinst/base/vinst_stop.h"
 #include "install/vinst/base/vinst_text.h"
 #include "install/vinst/base/vinst_utils.h"
+#include "install/vinst/download/vinst_file_failure.h"
 #include "install/vinst/download/vinst_proxy_discovery.h"
 #include "install/vinst/release/vinst_data.h"
 #include "support/curl/curl_downloader.h"
@@ -114,7 +115,7 @@ bool VINST_DOWNLOADER_MGR::download(int parallel_downloads)
     begin_stoppable_work();
     m_stopped = false;
     run_log().info("Do download ...");
-    free_disk_space(utf8(m_release.ensure_download_dir()));
+    log_disk_space(utf8(m_release.ensure_download_dir()));
     m_checks.finish();
 
     CURL_DOWNLOADER downloader("", m_release.proxy_info, false, connect_seconds);
@@ -135,6 +136,8 @@ bool VINST_DOWNLOADER_MGR::download(int parallel_downloads)
     const bool succeeded =
         intact && (transferred || m_passed_components.size() == m_components.size());
     report_result(succeeded);
+    if (!succeeded && !is_to_stop())
+        report_failures(downloader);
     return succeeded;
 }
 
@@ -160,6 +163,7 @@ void VINST_DOWNLOADER_MGR::queue_components(CURL_DOWNLOADER& downloader)
 void VINST_DOWNLOADER_MGR::queue_component(CURL_DOWNLOADER& downloader, VINST_COMPONENT* component)
 {
     component->progress_data = std::make_unique<CURL_PROGRESS_DATA>();
+    component->last_failure.clear();
     if (component->file.is_verified())
     {
         m_view.show_integrity(component, VINST_INTEGRITY_STATE::passed);
@@ -236,7 +240,8 @@ bool VINST_DOWNLOADER_MGR::update_progress()
     for (VINST_COMPONENT* component : m_components)
     {
         progress.push_back(take_progress(component, totals));
-        note_lasting_errors(component);
+        note_lasting_errors(*component->progress_data);
+        remove_missing_file(*component);
         if (!is_in_error(*component->progress_data))
             continue;
         take_error(*component, progress.back());
@@ -271,18 +276,20 @@ VINST_COMPONENT_PROGRESS VINST_DOWNLOADER_MGR::take_progress(VINST_COMPONENT* co
     return progress;
 }
 
-void VINST_DOWNLOADER_MGR::note_lasting_errors(VINST_COMPONENT* component)
+void VINST_DOWNLOADER_MGR::note_lasting_errors(const CURL_PROGRESS_DATA& data)
 {
-    const CURL_PROGRESS_DATA& data = *component->progress_data;
     if (data.http_code == http_not_found)
-    {
         m_not_found_error = true;
-        // A file that is locked now is removed on the next progress pass.
-        FIO_FILE_SYSTEM::remove_unless_held(utf8(component->file.path()));
-    }
     // A file that is too long would not have matched its checksum.
     if (data.curl_code == curl_write_error || data.curl_code == curl_filesize_exceeded)
         m_write_error = true;
+}
+
+void VINST_DOWNLOADER_MGR::remove_missing_file(const VINST_COMPONENT& component)
+{
+    // A file that is locked now is removed on the next progress pass.
+    if (component.progress_data->http_code == http_not_found)
+        FIO_FILE_SYSTEM::remove_unless_held(utf8(component.file.path()));
 }
 
 void VINST_DOWNLOADER_MGR::take_error(const VINST_COMPONENT& component,
@@ -296,7 +303,6 @@ void VINST_DOWNLOADER_MGR::take_error(const VINST_COMPONENT& component,
         run_log().info("%s", utf8(progress.error_line));
     m_logged_error_lines.insert(progress.error_line);
     m_error_lines.append(progress.error_line);
-    m_error_text = progress.error_line;
 }
 
 void VINST_DOWNLOADER_MGR::show_totals(const VINST_PROGRESS_TOTALS& totals)
@@ -425,22 +431,15 @@ void VINST_DOWNLOADER_MGR::report_result(bool succeeded)
         line = QStringLiteral("Download stopped");
     m_view.show_status(line);
     report_line(line);
-    report_unanswered_transfers();
 }
 
-void VINST_DOWNLOADER_MGR::report_unanswered_transfers()
+void VINST_DOWNLOADER_MGR::report_failures(const CURL_DOWNLOADER& downloader)
 {
-    // A transfer without a response has no error line above; each reason is reported once.
-    QSet<QString> reported;
-    for (const VINST_COMPONENT* component : m_components)
+    for (VINST_COMPONENT* component : m_failed_components)
     {
-        const CURL_PROGRESS_DATA& data = *component->progress_data;
-        const QString reason = error_text_of(data);
-        if (data.http_code != -1 || data.curl_code <= 0 ||
-            data.curl_code == curl_aborted_by_callback || reported.contains(reason))
-            continue;
-        reported.insert(reason);
-        m_error_text = component->display_name() + ": " + reason;
-        report_line(m_error_text);
+        const CURL_FAILURE transfer = downloader.failure_of(component->progress_data.get());
+        component->last_failure = failure_text(file_failure(*component, transfer));
+        report_line(component->last_failure);
+        m_error_text = component->last_failure;
     }
 }

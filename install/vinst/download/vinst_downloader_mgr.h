@@ -60,7 +60,7 @@ public:
     const VINST_COMPONENT_LIST& passed_components() const { return m_passed_components; }
     const VINST_COMPONENT_LIST& failed_components() const { return m_failed_components; }
     const QStringList& error_lines() const { return m_error_lines; }
-    /// The last transfer error, for a message box.
+    /// Why the last file of those that failed did, for a message box.
     const QString& error_text() const { return m_error_text; }
     bool write_error() const { return m_write_error; }
     bool not_found_error() const { return m_not_found_error; }
@@ -75,13 +75,14 @@ private:
     void start_checks_of_complete_files();
     VINST_COMPONENT_PROGRESS take_progress(VINST_COMPONENT* component,
                                            VINST_PROGRESS_TOTALS& totals);
-    void note_lasting_errors(VINST_COMPONENT* component);
+    void note_lasting_errors(const CURL_PROGRESS_DATA& data);
+    void remove_missing_file(const VINST_COMPONENT& component);
     void take_error(const VINST_COMPONENT& component, VINST_COMPONENT_PROGRESS& progress);
     void show_totals(const VINST_PROGRESS_TOTALS& totals);
     void sort_component(VINST_COMPONENT* component);
     void report_line(const QString& line);
     void report_result(bool succeeded);
-    void report_unanswered_transfers();
+    void report_failures(const CURL_DOWNLOADER& downloader);
 
     VINST_RELEASE& m_release;
     VINST_DOWNLOADER_VIEW& m_view;

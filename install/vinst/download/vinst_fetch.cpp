@@ -43,5 +43,6 @@ VINST_FETCH_RESULT fetch_file(const VINST_FETCH& fetch, VINST_DOWNLOADER_VIEW& v
     downloader.download_files(1, false);
     while (!downloader.downloads_complete())
         view.process_events();
-    return {record.http_code, record.curl_code, record.error_text.data()};
+    return {record.http_code, record.curl_code, record.error_text.data(),
+            downloader.failure_of(&record)};
 }

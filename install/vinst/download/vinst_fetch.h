@@ -1,5 +1,6 @@
 #pragma once
 
+#include "support/curl/curl_failure.h"
 #include "support/curl/curl_proxy_info.h"
 
 #include <chrono>
@@ -27,6 +28,7 @@ struct VINST_FETCH_RESULT
     int http_code = -1; ///< -1 when no server responded
     int curl_code = -1;
     std::string error; ///< UTF-8; empty when the transfer succeeded
+    CURL_FAILURE failure;
 
     /// Whether a server sent the complete file.
     bool succeeded() const { return http_code == http_ok && curl_code == 0; }

@@ -17,30 +17,32 @@ namespace
 
 constexpr int read_block = 256 * 1024; // bytes
 
-bool md5_matches(const QString& path, const QString& expected,
-                 const std::function<bool()>& is_cancelled, const VINST_READ_CALLBACK& on_read)
+/// Empty when the file doesn't exist or can't be read.
+QString md5_on_disk(const QString& path, const QString& expected,
+                    const std::function<bool()>& is_cancelled,
+                    const VINST_READ_CALLBACK& on_read)
 {
     if (!QFile::exists(path))
-        return false;
+        return {};
     FIO_FILE_SYSTEM::wait_until_readable(utf8(path), is_cancelled);
     const QString actual = calc_md5sum(path, is_cancelled, on_read);
-    if (actual == expected)
-        return true;
-    run_log().debug("MD5 => %s, actual md5:%s, expected md5:%s", utf8(path), utf8(actual),
-                    utf8(expected));
-    return false;
+    if (actual != expected)
+        run_log().debug("MD5 => %s, actual md5:%s, expected md5:%s", utf8(path), utf8(actual),
+                        utf8(expected));
+    return actual;
 }
 
 /// Flushes a file and its directory entry, so that a file reported as verified survives a power
-/// failure.
-bool is_on_disk(const QString& path, const FIO_FLUSH_HANDLE& file)
+/// failure. \return the reason if it fails; otherwise empty
+QString flush_problem(const QString& path, const FIO_FLUSH_HANDLE& file)
 {
     std::error_code error = file.flush();
     if (!error)
         error = fio_flush_directory(utf8(QFileInfo(path).path()));
-    if (error)
-        run_log().error("Cannot flush %s to the disk: %s", utf8(path), error.message());
-    return !error;
+    if (!error)
+        return {};
+    run_log().error("Cannot flush %s to the disk: %s", utf8(path), error.message());
+    return "it cannot be flushed to the disk: " + QString::fromStdString(error.message());
 }
 
 }
@@ -81,7 +83,9 @@ QString calc_md5sum(const QString& path, const std::function<bool()>& is_cancell
 
 bool check_md5(const VINST_COMPONENT* component, const std::function<bool()>& is_cancelled)
 {
-    return md5_matches(component->file.path(), component->md5sum, is_cancelled, {});
+    const QString& expected = component->md5sum;
+    return !expected.isEmpty() &&
+           md5_on_disk(component->file.path(), expected, is_cancelled, {}) == expected;
 }
 
 VINST_FILE_CHECK check_file(const QString& path, const QString& md5sum,
@@ -90,9 +94,15 @@ VINST_FILE_CHECK check_file(const QString& path, const QString& md5sum,
 {
     // Kept open while the file is read, so that it reports every write that fails meanwhile.
     const FIO_FLUSH_HANDLE flush_handle(utf8(path), is_cancelled);
-    const auto before = FIO_FILE_SYSTEM::identity(utf8(path));
-    const bool passed = md5_matches(path, md5sum, is_cancelled, on_read) && before &&
-                        before == FIO_FILE_SYSTEM::identity(utf8(path)) &&
-                        is_on_disk(path, flush_handle);
-    return {passed, before};
+    VINST_FILE_CHECK check;
+    check.file = FIO_FILE_SYSTEM::identity(utf8(path));
+    check.md5 = md5_on_disk(path, md5sum, is_cancelled, on_read);
+    if (md5sum.isEmpty() || check.md5 != md5sum)
+        return check;
+    if (!check.file || !(check.file == FIO_FILE_SYSTEM::identity(utf8(path))))
+        check.problem = QStringLiteral("it has changed while it was being verified");
+    else
+        check.problem = flush_problem(path, flush_handle);
+    check.passed = check.problem.isEmpty();
+    return check;
 }

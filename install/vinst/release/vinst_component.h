@@ -70,6 +70,9 @@ struct VINST_COMPONENT
 
     VINST_COMPONENT_FILE file{*this};
     std::unique_ptr<CURL_PROGRESS_DATA> progress_data; ///< of the current download run
+    /// Why the file isn't verified after the last attempt, as reported to the user; otherwise
+    /// empty.
+    QString last_failure;
 
     /// `size` as an unsigned number, for progress calculations.
     quint64 expected_size() const { return static_cast<quint64>(size); }

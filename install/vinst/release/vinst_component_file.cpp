@@ -33,19 +33,20 @@ bool VINST_COMPONENT_FILE::is_checked() const
 
 bool VINST_COMPONENT_FILE::is_corrupted() const
 {
-    return m_download_complete && is_checked() && !m_integrity_passed;
+    return m_download_complete && is_checked() && !m_last_check.passed;
 }
 
 bool VINST_COMPONENT_FILE::is_verified() const
 {
-    return m_download_complete && has_passed() && m_checked_file && m_checked_file == identity();
+    return m_download_complete && has_passed() && m_last_check.file &&
+           m_last_check.file == identity();
 }
 
 void VINST_COMPONENT_FILE::measure()
 {
     const auto file = identity();
     m_bytes_on_disk = file ? file->size : 0;
-    if (is_checked() && !(file == m_checked_file))
+    if (is_checked() && !(file == m_last_check.file))
         m_integrity_checked = false;
     count(m_bytes_on_disk);
 }
@@ -71,13 +72,12 @@ void VINST_COMPONENT_FILE::finish_check(const VINST_FILE_CHECK& check)
     if (!is_of_current_dir())
         return;
     m_integrity_checked = true;
-    m_integrity_passed = check.passed;
-    m_checked_file = check.file;
+    m_last_check = check;
 }
 
 void VINST_COMPONENT_FILE::reject()
 {
-    finish_check({false, identity()});
+    finish_check({false, identity(), {}, QStringLiteral("it has changed since it was verified")});
 }
 
 void VINST_COMPONENT_FILE::forget_check()

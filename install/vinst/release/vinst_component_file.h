@@ -12,7 +12,9 @@ struct VINST_COMPONENT;
 struct VINST_FILE_CHECK
 {
     bool passed = false;
-    std::optional<FIO_FILE_IDENTITY> file; ///< the state of the file that was hashed
+    std::optional<FIO_FILE_IDENTITY> file = {}; ///< the state of the file that was hashed
+    QString md5 = {};     ///< the checksum found; empty when the file couldn't be read
+    QString problem = {}; ///< why a file with the right checksum didn't pass; otherwise empty
 };
 
 /// The state of a component's local file: its size, whether it is complete, and whether an
@@ -37,7 +39,9 @@ public:
     bool is_being_checked() const { return m_is_being_checked && is_of_current_dir(); }
     /// Whether a check in the current download directory has finished.
     bool is_checked() const;
-    bool has_passed() const { return is_checked() && m_integrity_passed; }
+    bool has_passed() const { return is_checked() && m_last_check.passed; }
+    /// The result of the last check, which counts only while `is_checked`.
+    const VINST_FILE_CHECK& last_check() const { return m_last_check; }
     /// Complete, but with the wrong content.
     bool is_corrupted() const;
     /// Whether the file that is on disk now is the one that passed the last check.
@@ -69,7 +73,6 @@ private:
     bool m_download_complete = false;
     bool m_is_being_checked = false;
     bool m_integrity_checked = false;
-    bool m_integrity_passed = false;
     QString m_checked_download_dir;
-    std::optional<FIO_FILE_IDENTITY> m_checked_file;
+    VINST_FILE_CHECK m_last_check;
 };
