@@ -358,6 +358,21 @@ TEST_F(TreeView, ShowsProgressAsABar)
     tree.show_percentage(other, 45); // has no row
 }
 
+TEST_F(TreeView, ShowsTheLastFailureAsTheToolTipOfItsRow)
+{
+    fill();
+    for (const VINST_TREE_COLUMN column : {name_column, progress_column, md5sum_column})
+        EXPECT_FALSE(index(base, column).data(Qt::ToolTipRole).isValid());
+    base->last_failure = "The base (http://dl.test/base.run): HTTP status 503";
+    for (const VINST_TREE_COLUMN column : {name_column, progress_column, md5sum_column})
+        EXPECT_EQ(index(base, column).data(Qt::ToolTipRole).toString().toStdString(),
+                  base->last_failure.toStdString());
+    EXPECT_FALSE(index(help, progress_column).data(Qt::ToolTipRole).isValid());
+    base->last_failure = "<b>Not markup</b>";
+    EXPECT_TRUE(
+        index(base, progress_column).data(Qt::ToolTipRole).toString().contains("&lt;b&gt;Not"));
+}
+
 TEST_F(TreeView, ShowsEachIntegrityDifferently)
 {
     fill();

@@ -4,6 +4,7 @@
 
 #include <QScopedValueRollback>
 #include <QSignalBlocker>
+#include <QTextDocument>
 
 namespace
 {
@@ -101,6 +102,17 @@ void VINST_DOWNLOADER_TREEVIEW_MODEL::populate(const VINST_RELEASE& release,
         if (is_top && belongs_to(*component, platform))
             append_row(*invisibleRootItem(), component.get(), platform);
     }
+}
+
+QVariant VINST_DOWNLOADER_TREEVIEW_MODEL::data(const QModelIndex& index, int role) const
+{
+    const QVariant own = QStandardItemModel::data(index, role);
+    const ITEM* const row = role == Qt::ToolTipRole && !own.isValid() ? row_at(index) : nullptr;
+    if (row == nullptr || row->component()->last_failure.isEmpty())
+        return own;
+    const QString& text = row->component()->last_failure;
+    // Tool tips interpret text as markup if it looks like it.
+    return Qt::mightBeRichText(text) ? Qt::convertFromPlainText(text) : text;
 }
 
 VINST_DOWNLOADER_TREEVIEW_MODEL::ITEM*

@@ -58,6 +58,9 @@ public:
 
     void populate(const VINST_RELEASE& release, const QString& platform);
 
+    /// A cell without a tool tip of its own has the reason why the component's file isn't verified.
+    QVariant data(const QModelIndex& index, int role) const override;
+
     /// The row of a component; null when it has none.
     ITEM* row_of(const VINST_COMPONENT* component) const { return m_rows.value(component); }
     ITEM* row_at(const QModelIndex& index) const;
