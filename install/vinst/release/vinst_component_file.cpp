@@ -94,6 +94,6 @@ void VINST_COMPONENT_FILE::make_installer_executable()
     const bool was_verified = is_verified();
     FIO_FILE_SYSTEM::chmod(utf8(path()), 0700);
     const auto file = identity();
-    if (was_verified && file && file->has_content_of(*m_checked_file))
-        m_checked_file = file;
+    if (was_verified && file && file->has_content_of(*m_last_check.file))
+        m_last_check.file = file;
 }
