@@ -11,7 +11,7 @@ constexpr int longest_nap_ms = 100; // between two calls of the progress callbac
 }
 
 CURL_DOWNLOAD_LOOP::CURL_DOWNLOAD_LOOP(const CURL_CONNECTION_SETTINGS& settings,
-                                       FILE_END on_file_end)
+                                       END_CALLBACK on_file_end)
     : m_settings(settings), m_on_file_end(std::move(on_file_end)), m_multi(curl_multi_init())
 {
 }

@@ -14,10 +14,10 @@
 class CURL_DOWNLOAD_LOOP
 {
 public:
-    using FILE_END = std::function<void(const CURL_PROGRESS_DATA*, const CURL_FAILURE&)>;
+    using END_CALLBACK = std::function<void(const CURL_PROGRESS_DATA*, const CURL_FAILURE&)>;
 
     /// \param on_file_end  called after each file that has ended, successfully or not
-    CURL_DOWNLOAD_LOOP(const CURL_CONNECTION_SETTINGS& settings, FILE_END on_file_end);
+    CURL_DOWNLOAD_LOOP(const CURL_CONNECTION_SETTINGS& settings, END_CALLBACK on_file_end);
     ~CURL_DOWNLOAD_LOOP();
 
     /// \param stop  set by another thread to abort all transfers
@@ -38,7 +38,7 @@ private:
     void end_transfer(CURL* handle, CURLcode result);
 
     const CURL_CONNECTION_SETTINGS& m_settings;
-    const FILE_END m_on_file_end;
+    const END_CALLBACK m_on_file_end;
     const std::unique_ptr<CURLM, MULTI_DELETER> m_multi;
     FIO_FLUSHER m_flusher;
     std::vector<std::unique_ptr<CURL_TRANSFER>> m_active;
