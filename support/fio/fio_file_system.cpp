@@ -31,7 +31,7 @@ bool FIO_FILE_SYSTEM::move(const std::string& from, const std::string& to, bool 
 {
     if (!identity(from) || (!overwrite && exists(to)))
         return false;
-    const RENAMING renaming = rename(fio_path(from), fio_path(to));
+    const RENAMING renaming = rename(fio_path(from), fio_path(to), overwrite);
     if (renaming != RENAMING::other_file_system)
         return renaming == RENAMING::done;
 
@@ -41,7 +41,7 @@ bool FIO_FILE_SYSTEM::move(const std::string& from, const std::string& to, bool 
     if (!create_private_file(copy))
         return false;
     const bool moved = copy_content(fio_path(from), fio_path(copy)) &&
-                       rename(fio_path(copy), fio_path(to)) == RENAMING::done;
+                       rename(fio_path(copy), fio_path(to), overwrite) == RENAMING::done;
     remove_if_exists(moved ? from : copy);
     return moved;
 }

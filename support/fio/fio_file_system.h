@@ -47,6 +47,9 @@ public:
     static bool exists(const std::string& path);
 
     /// Moves a file, also across file systems, in which case `to` appears complete or not at all.
+    ///
+    /// \param overwrite  false: of several processes that move a file there at the same time, one
+    ///                   succeeds
     /// \return false when nothing was moved: `from` is still there
     static bool move(const std::string& from, const std::string& to, bool overwrite);
 
@@ -81,8 +84,7 @@ private:
         failed
     };
 
-    /// Replaces `to`.
-    static RENAMING rename(const FIO_PATH& from, const FIO_PATH& to);
+    static RENAMING rename(const FIO_PATH& from, const FIO_PATH& to, bool overwrite);
     static bool copy_content(const FIO_PATH& from, const FIO_PATH& to);
 };
 

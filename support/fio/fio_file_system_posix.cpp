@@ -2,6 +2,8 @@
 
 #include "support/fio/fio_owner_posix.h"
 
+#include <cerrno>
+#include <cstdio>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <system_error>
@@ -13,6 +15,17 @@ namespace
 std::int64_t nanoseconds(const struct timespec& time)
 {
     return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
+}
+
+/// Renames a file unless the new name exists. \return false with errno set
+bool rename_new(const FIO_PATH& from, const FIO_PATH& to)
+{
+    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0)
+        return true;
+    // Network file systems and old kernels don't know the flag, but create links exclusively.
+    if (errno != EINVAL && errno != ENOSYS)
+        return false;
+    return ::link(from.c_str(), to.c_str()) == 0 && ::unlink(from.c_str()) == 0;
 }
 
 }
@@ -28,13 +41,13 @@ bool FIO_FILE_SYSTEM::exists(const std::string& path)
     return std::filesystem::exists(fio_path(path), error);
 }
 
-FIO_FILE_SYSTEM::RENAMING FIO_FILE_SYSTEM::rename(const FIO_PATH& from, const FIO_PATH& to)
+FIO_FILE_SYSTEM::RENAMING FIO_FILE_SYSTEM::rename(const FIO_PATH& from, const FIO_PATH& to,
+                                                  bool overwrite)
 {
-    std::error_code error;
-    std::filesystem::rename(from, to, error);
-    if (!error)
+    const bool done = overwrite ? ::rename(from.c_str(), to.c_str()) == 0 : rename_new(from, to);
+    if (done)
         return RENAMING::done;
-    return error == std::errc::cross_device_link ? RENAMING::other_file_system : RENAMING::failed;
+    return errno == EXDEV ? RENAMING::other_file_system : RENAMING::failed;
 }
 
 bool FIO_FILE_SYSTEM::copy_content(const FIO_PATH& from, const FIO_PATH& to)

@@ -113,16 +113,15 @@ bool FIO_FILE_SYSTEM::exists(const std::string& path)
     return ::GetFileAttributesW(fio_path(path).c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
-FIO_FILE_SYSTEM::RENAMING FIO_FILE_SYSTEM::rename(const FIO_PATH& from, const FIO_PATH& to)
+FIO_FILE_SYSTEM::RENAMING FIO_FILE_SYSTEM::rename(const FIO_PATH& from, const FIO_PATH& to,
+                                                  bool overwrite)
 {
     const DWORD attributes = ::GetFileAttributesW(to.c_str());
     if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
         return RENAMING::failed;
+    const DWORD flags = overwrite ? MOVEFILE_REPLACE_EXISTING : 0;
     const DWORD error = fio_repeat_while_held(
-        [&] {
-            return last_error_unless(
-                ::MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING));
-        });
+        [&] { return last_error_unless(::MoveFileExW(from.c_str(), to.c_str(), flags)); });
     if (error == ERROR_SUCCESS)
         return RENAMING::done;
     return error == ERROR_NOT_SAME_DEVICE ? RENAMING::other_file_system : RENAMING::failed;

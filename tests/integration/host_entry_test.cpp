@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <memory>
 
 namespace
 {
@@ -79,6 +80,71 @@ TEST_F(HostEntry, KeepsTheLogsOfEarlierRuns)
         std::string::npos);
 }
 
+TEST_F(HostEntry, ListsTheOptionsWithoutAManifest)
+{
+    environment["vinst_manifest"] = host_path(dir / "none.json");
+    run({"--help"});
+    EXPECT_TRUE(result.exited_with(1));
+    EXPECT_EQ(
+        output.find("Usage: " + tested_console_host() + " [options...]\n\nGeneric Options:\n"), 0U)
+        << output;
+    EXPECT_TRUE(output_holds("  --components arg "));
+    const std::string hint =
+        "\nNo release was found. Set the environment variable vinst_manifest to the path of its "
+        "manifest,\nor put the manifest next to this program as manifest.json.\n";
+    EXPECT_EQ(output.substr(output.size() - std::min(output.size(), hint.size())), hint);
+    run({"--nonsense"});
+    EXPECT_TRUE(output_holds("Cannot read manifest data\n"));
+}
+
+TEST_F(HostEntry, EndsAFailedRunWithThePathOfItsLog)
+{
+    builder.component("one");
+    publish();
+    const auto last_line = [this]
+    { return output.substr(output.rfind('\n', output.size() - 2) + 1); };
+    server.set_faults("/one.run", {FAULT::status(503)});
+    run(run_arguments({"--retry-duration", "0"}));
+    EXPECT_EQ(last_line(), host_path(log_path()) + "\n");
+    server.set_faults("/test.txt", {FAULT::status(503)});
+    run(run_arguments());
+    EXPECT_EQ(last_line(), host_path(log_path()) + "\n");
+    server.set_faults("/test.txt", {});
+    server.set_faults("/one.run", {});
+    run(run_arguments());
+    EXPECT_EQ(last_line(), "Download successful\n");
+}
+
+TEST_F(HostEntry, KeepsTheLogsOfRunsThatEndTogether)
+{
+    constexpr std::size_t runs = 8;
+    builder.component("one");
+    publish();
+    server.set_faults("/test.txt", {FAULT::status(503)});
+    std::vector<std::unique_ptr<CHILD_PROCESS>> children;
+    for (std::size_t i = 0; i < runs; ++i)
+        children.push_back(std::make_unique<CHILD_PROCESS>(setup(run_arguments())));
+    for (const auto& child : children)
+        ASSERT_TRUE(child->wait(300s));
+    std::size_t logs = 0;
+    for (const std::string& name : list_tree(dir / "dl"))
+        logs += name.find(".log") != std::string::npos ? 1U : 0U;
+    EXPECT_EQ(logs, runs);
+    EXPECT_TRUE(temporary_logs().empty());
+}
+
+TEST_F(HostEntry, LeavesNoLogOfASuccessfulConnectionTest)
+{
+    builder.component("one");
+    publish();
+    run({"--test-download"});
+    EXPECT_TRUE(output_holds("Test download -> success\n"));
+    EXPECT_TRUE(temporary_logs().empty());
+    server.set_faults("/test.txt", {FAULT::status(503)});
+    run({"--test-download"});
+    EXPECT_EQ(temporary_logs().size(), 1U);
+}
+
 TEST_F(HostEntry, KeepsTheLogOfAStoppedRunInTheTemporaryDirectory)
 {
     builder.component("one");
@@ -106,6 +172,9 @@ TEST_F(HostEntry, KeepsTheLogInTheTemporaryDirectoryWithoutAnotherDirectory)
     ASSERT_EQ(temporary_logs().size(), 1U);
     EXPECT_NE(dir.read("tmp/" + temporary_logs()[0]).find("Testing Internet connection ..."),
               std::string::npos);
+    const std::string report = "The log could not be moved to the download directory:\n" +
+                               (dir / "tmp" / temporary_logs()[0]).string() + "\n";
+    EXPECT_EQ(child.output().substr(child.output().size() - report.size()), report);
 }
 
 TEST_F(HostEntry, KeepsTheLogPrivateWhileItRuns)

@@ -17,6 +17,12 @@ protected:
         run(arguments);
     }
 
+    /// Whether that text is followed by nothing but the path of the log.
+    bool failure_ends_with(const std::string& text) const
+    {
+        return output_ends_with(text + host_path(log_path()) + "\n");
+    }
+
     bool output_ends_with(const std::string& text) const
     {
         return output.size() >= text.size() &&
@@ -70,7 +76,7 @@ TEST_F(HostInstall, InstallsNothingWhenTheMainProductIsNotStandalone)
     publish();
     install();
     EXPECT_TRUE(result.exited_with(0));
-    EXPECT_TRUE(output_ends_with(
+    EXPECT_TRUE(failure_ends_with(
         "\nDownload successful\nDo install ...\n"
         "The veltrin_base part was not installed: the manifest does not mark the main product as "
         "standalone.\n"
@@ -88,7 +94,7 @@ TEST_F(HostInstall, InstallsNoDeviceWithoutItsDeviceInstaller)
     builder.component("loose").filename("loose.vdz");
     publish();
     install();
-    EXPECT_TRUE(output_ends_with(
+    EXPECT_TRUE(failure_ends_with(
         "\nDo install ...\n"
         "The orion part was not installed: its device installer was not in the install directory "
         "(" +
@@ -108,7 +114,7 @@ TEST_F(HostInstall, InstallsNothingWhenNoComponentIsSelected)
     publish();
     install();
     EXPECT_TRUE(
-        output_ends_with("\nDo install ...\nNothing was installed: no component is selected.\n"))
+        failure_ends_with("\nDo install ...\nNothing was installed: no component is selected.\n"))
         << output;
     expect_no_command();
 }
@@ -118,8 +124,8 @@ TEST_F(HostInstall, InstallsNothingWhenOnlyAGroupIsSelected)
     builder.component("devinfo").no_file();
     publish();
     install({"--components", "devinfo"});
-    EXPECT_TRUE(output_ends_with("\nDo install ...\nNothing was installed: no selected component "
-                                 "has a file to install.\n"))
+    EXPECT_TRUE(failure_ends_with("\nDo install ...\nNothing was installed: no selected component "
+                                  "has a file to install.\n"))
         << output;
     expect_no_command();
 }
@@ -151,7 +157,7 @@ TEST_F(HostInstall, DoesNotNameASimulatorWhoseEditionWasInstalled)
     std::filesystem::remove_all(dir / "inst");
 
     install({"--components", "morlan"});
-    EXPECT_TRUE(output_ends_with(
+    EXPECT_TRUE(failure_ends_with(
         "\nDo install ...\nThe morlan part was not installed: it is installed with a simulator "
         "edition, and none was installed.\nNothing was installed: none of the components has an "
         "installer to run.\n"))
@@ -302,7 +308,8 @@ TEST_F(HostInstall, RefusesADirectoryThatIsNotEmpty)
             output,
             "The installation directory is not empty. This application does not support updating "
             "an existing installation. \nTurn off the 'auto install after download' option and "
-            "run the installer manually after download.\n");
+            "run the installer manually after download.\n" +
+                host_path(log_path()) + "\n");
     }
     EXPECT_EQ(server.request_count(), 0U);
 }
@@ -343,7 +350,8 @@ TEST_F(HostInstall, ChecksTheSpaceUnlessItIsBypassed)
     publish();
     install();
     EXPECT_EQ(output,
-              "Disk space insufficient for installation. Use --bypass to avoid the space check.\n");
+              "Disk space insufficient for installation. Use --bypass to avoid the space check.\n" +
+                  host_path(log_path()) + "\n");
     run(run_arguments());
     EXPECT_TRUE(output_holds("Auto install: off\nNumber of parallel downloads: 4\n"));
     EXPECT_FALSE(std::filesystem::exists(dir / "inst"));
@@ -357,7 +365,8 @@ TEST_F(HostInstall, ChecksTheSpaceForDownloads)
     publish();
     run(run_arguments());
     EXPECT_EQ(output,
-              "Disk space insufficient for download. Use --bypass to avoid the space check.\n");
+              "Disk space insufficient for download. Use --bypass to avoid the space check.\n" +
+                  host_path(log_path()) + "\n");
     EXPECT_TRUE(result.exited_with(0));
     EXPECT_EQ(server.request_count(), 0U);
     run(run_arguments({"--bypass", "--retry-duration", "0"}));

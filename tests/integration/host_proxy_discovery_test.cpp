@@ -94,6 +94,15 @@ protected:
         run(arguments);
     }
 
+    /// A complete run, because a connection test that succeeds leaves no log.
+    void run_with_log(const ARGUMENTS& more = {})
+    {
+        ARGUMENTS arguments = run_arguments({"--debug"});
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        run(arguments);
+    }
+
+    /// The log of a connection test that failed.
     std::string test_log() const
     {
         for (const auto& entry : std::filesystem::directory_iterator(dir / "tmp"))
@@ -112,6 +121,18 @@ protected:
     {
         EXPECT_EQ(output, attempt("", "") + attempt(host, std::to_string(port)) +
                               "Test download -> success\n");
+    }
+
+    void expect_start(const std::string& expected) const
+    {
+        EXPECT_EQ(output.substr(0, expected.size()), expected);
+        EXPECT_TRUE(output_holds("\nDownload successful\n")) << output;
+    }
+
+    void expect_used_by_run(const std::string& host, int port) const
+    {
+        expect_start(attempt("", "") + attempt(host, std::to_string(port)) +
+                     "Test download -> success\n");
     }
 
     void expect_not_found()
@@ -170,10 +191,10 @@ TEST_P(WpadCandidate, IsQueried)
     const PROXY_SERVER proxy(PROXY_ENGINE::squid);
     name_wpad(GetParam());
     serve_directive("PROXY " + proxy.address());
-    test_download();
-    expect_found("127.0.0.1", proxy.port());
+    run_with_log();
+    expect_used_by_run("127.0.0.1", proxy.port());
     EXPECT_TRUE(
-        holds(test_log(), std::string("autoproxy for url: http://") + GetParam() + "/wpad.dat\n"));
+        holds(log(), std::string("autoproxy for url: http://") + GetParam() + "/wpad.dat\n"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Names, WpadCandidate,
@@ -203,9 +224,9 @@ TEST_F(HostDiscovery, ContinuesAfterAFileThatNamesNoProxy)
     serve_directive("DIRECT");
     write_preferences(pref("type", "1") + pref("http", "\"127.0.0.1\"") +
                       pref("http_port", std::to_string(proxy.port())));
-    test_download();
-    expect_found("127.0.0.1", proxy.port());
-    EXPECT_TRUE(holds(test_log(), "[info] Proxy detected by the browser's preferences\n"));
+    run_with_log();
+    expect_used_by_run("127.0.0.1", proxy.port());
+    EXPECT_TRUE(holds(log(), "[info] Proxy detected by the browser's preferences\n"));
 }
 
 TEST_F(HostDiscovery, ContinuesAfterAnEndlessScript)
@@ -215,11 +236,11 @@ TEST_F(HostDiscovery, ContinuesAfterAnEndlessScript)
     serve_script("while (true) {}");
     write_preferences(pref("type", "1") + pref("http", "\"127.0.0.1\"") +
                       pref("http_port", std::to_string(proxy.port())));
-    test_download();
-    expect_found("127.0.0.1", proxy.port());
+    run_with_log();
+    expect_used_by_run("127.0.0.1", proxy.port());
     // On a busy machine it reaches its time limit before its limit of processor time.
-    EXPECT_TRUE(holds(test_log(), "No proxy from the autoproxy file: it exceeded its limits") ||
-                holds(test_log(), "No proxy from the autoproxy file: it takes too long"));
+    EXPECT_TRUE(holds(log(), "No proxy from the autoproxy file: it exceeded its limits") ||
+                holds(log(), "No proxy from the autoproxy file: it takes too long"));
 }
 
 TEST_F(HostDiscovery, UsesTheSocksProxyOfTheBrowser)
@@ -242,9 +263,9 @@ TEST_F(HostDiscovery, FollowsTheBrowsersAutomaticConfiguration)
     serve_script("function FindProxyForURL() { return 'PROXY " + proxy.address() + "'; }",
                  "proxy.pac");
     write_preferences(pref("autoconfig_url", "\"http://127.0.0.1/proxy.pac\"") + pref("type", "2"));
-    test_download();
-    expect_found("127.0.0.1", proxy.port());
-    EXPECT_TRUE(holds(test_log(), "[info] Proxy detected by the browser's auto-configuration\n"));
+    run_with_log();
+    expect_used_by_run("127.0.0.1", proxy.port());
+    EXPECT_TRUE(holds(log(), "[info] Proxy detected by the browser's auto-configuration\n"));
 }
 
 TEST_F(HostDiscovery, UsesNoProxyOfABrowserThatHasNone)
@@ -264,9 +285,9 @@ TEST_F(HostDiscovery, SendsTheUsersCredentialsToTheDetectedProxy)
     const PROXY_SERVER proxy(PROXY_ENGINE::squid, "ada", "pass");
     name_wpad("wpad");
     serve_directive("PROXY " + proxy.address());
-    test_download({"--proxy-user", "ada:pass"});
-    expect_found("127.0.0.1", proxy.port());
-    EXPECT_FALSE(holds(test_log(), "ada:pass"));
+    run_with_log({"--proxy-user", "ada:pass"});
+    expect_used_by_run("127.0.0.1", proxy.port());
+    EXPECT_FALSE(holds(log(), "ada:pass"));
 }
 
 TEST_F(HostDiscovery, ReportsThatTheProxyRefuses)
@@ -321,10 +342,9 @@ TEST_F(HostDiscovery, IsSkippedIfTheSystemNamesAProxy)
 {
     const PROXY_SERVER proxy(PROXY_ENGINE::squid);
     environment["http_proxy"] = "http://" + proxy.address();
-    test_download();
-    EXPECT_EQ(output,
-              attempt("127.0.0.1", std::to_string(proxy.port())) + "Test download -> success\n");
-    EXPECT_FALSE(holds(test_log(), "wpad"));
+    run_with_log();
+    expect_start(attempt("127.0.0.1", std::to_string(proxy.port())) + "Test download -> success\n");
+    EXPECT_FALSE(holds(log(), "wpad"));
 }
 
 TEST_F(HostDiscovery, IsSkippedIfTheTransferReadsTheVariablesItself)

@@ -306,7 +306,8 @@ TEST_F(HostRun, GivesUpOnAMissingFileAfterTheThirdAttempt)
     const std::string end = "Download failed. Error 404: File not found.\nOne (" +
                             server.url("/one.run") +
                             "): the server answered with HTTP status 404 (file not found)\n"
-                            "Error 404: File not found.\n";
+                            "Error 404: File not found.\n" +
+                            host_path(log_path()) + "\n";
     EXPECT_EQ(output.substr(output.size() - end.size()), end);
 }
 

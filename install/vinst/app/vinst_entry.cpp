@@ -17,6 +17,7 @@
 #include "install/vinst/gui/vinst_modal_dialogs.h"
 #include "install/vinst/release/vinst_data.h"
 #include "install/vinst/release/vinst_parser.h"
+#include "support/curl/curl_plain_text.h"
 #include "support/fio/fio_file_system.h"
 #include "support/mem/mem_initializer.h"
 #include "support/thr/thr_sleep.h"
@@ -43,29 +44,51 @@ QString file_name_part(QString text)
     return text.replace(unsafe, "_");
 }
 
-/// Renames an existing file to the first free name with ".1", ".2" and so on.
-void move_aside(const std::string& path)
+/// Renames a file to the first free name with ".1", ".2" and so on. Other runs may do the same.
+bool move_aside(const std::string& path)
 {
-    if (!FIO_FILE_SYSTEM::exists(path))
-        return;
-    int number = 1;
-    while (FIO_FILE_SYSTEM::exists(path + "." + std::to_string(number)))
-        ++number;
-    FIO_FILE_SYSTEM::move(path, path + "." + std::to_string(number), true);
+    for (int number = 1;; ++number)
+    {
+        const std::string aside = path + "." + std::to_string(number);
+        if (FIO_FILE_SYSTEM::move(path, aside, false) || !FIO_FILE_SYSTEM::exists(path))
+            return true;
+        if (!FIO_FILE_SYSTEM::exists(aside))
+            return false;
+    }
 }
 
-/// Moves the log to the download directory, where the user looks for it.
-void keep_log(VINST_RELEASE& release)
+std::string kept_log_path(VINST_RELEASE& release)
+{
+    return utf8(release.ensure_download_dir() + QDir::separator() + "vinst-" +
+                file_name_part(release.version) + '-' + file_name_part(release.edition) + ".log");
+}
+
+/// Moves the log to the download directory, where the user looks for it. Runs that end at the same
+/// time keep their logs, too. \return its path afterwards; empty if there is none
+std::string keep_log(VINST_RELEASE& release)
 {
     const std::string temporary = VINST_MESSAGES::instance().log_path;
-    const QString dir = release.ensure_download_dir();
-    if (!FIO_FILE_SYSTEM::exists(temporary) || !QDir(dir).exists())
+    const std::string kept = kept_log_path(release);
+    if (!FIO_FILE_SYSTEM::exists(temporary))
+        return {};
+    while (!FIO_FILE_SYSTEM::move(temporary, kept, false))
+        if (!FIO_FILE_SYSTEM::exists(kept) || !move_aside(kept))
+            return temporary;
+    return kept;
+}
+
+/// Prints the log's path where the user doesn't expect it, or needs it.
+void print_log_path(VINST_RELEASE& release, const std::string& path, bool is_console,
+                    bool has_failed)
+{
+    // A window that was closed without a download has not created the directory.
+    if (path.empty() || (!is_console && !QDir(release.download_dir()).exists()))
         return;
-    const std::string kept =
-        utf8(dir + QDir::separator() + "vinst-" + file_name_part(release.version) + '-' +
-             file_name_part(release.edition) + ".log");
-    move_aside(kept);
-    FIO_FILE_SYSTEM::move(temporary, kept, true);
+    const bool was_moved = path == kept_log_path(release);
+    if (!was_moved)
+        print_text("The log could not be moved to the download directory:\n");
+    if (!was_moved || has_failed)
+        print_text(curl_plain_text(path) + "\n");
 }
 
 void use_release(VINST_RELEASE& release)
@@ -88,13 +111,45 @@ int run_graphically(VINST_RELEASE& release)
     return QApplication::exec();
 }
 
-int run(VINST_OPTIONS& options)
+struct RUN_END
+{
+    int exit_code;
+    bool has_failed; ///< a console run; its exit code doesn't say so
+};
+
+RUN_END run(VINST_OPTIONS& options)
 {
     use_release(*options.release);
     if (!options.console_mode)
-        return run_graphically(*options.release);
-    run_console(options, has_admin_rights());
-    return 0;
+        return {run_graphically(*options.release), false};
+    return {0, !run_console(options, has_admin_rights())};
+}
+
+/// Loads the release. Without one, the help is printed if it is requested.
+std::unique_ptr<VINST_RELEASE> load_release(int argc, const char* const* argv, bool gui_host)
+{
+    QByteArray messages;
+    auto release = find_manifest_file([&](const QByteArray& text) { messages += text; });
+    if (release == nullptr && !gui_host && print_help_without_release(argc, argv))
+        return nullptr;
+    print_manifest_message(messages);
+    if (release == nullptr)
+        report_early("Cannot read manifest data", true, gui_host);
+    return release;
+}
+
+/// Runs with a release, and leaves the log where the user finds it.
+int run_with_log(VINST_OPTIONS& options, int argc, char** argv)
+{
+    const bool goes_on = options.parse(argc, argv) == 0;
+    const RUN_END end = goes_on ? run(options) : RUN_END{stopped_early, false};
+    VINST_MESSAGES::instance().close_log();
+    if (goes_on)
+        print_log_path(*options.release, keep_log(*options.release), options.console_mode,
+                       end.has_failed);
+    else if (!options.is_log_needed)
+        FIO_FILE_SYSTEM::remove_if_exists(VINST_MESSAGES::instance().log_path);
+    return end.exit_code;
 }
 
 /// The run after the application object has been created.
@@ -109,20 +164,13 @@ int run_with_application(int argc, char** argv, bool gui_host)
     }
     VINST_OPTIONS options;
     options.gui_host = gui_host;
-    options.release = find_manifest_file(print_manifest_message);
+    options.release = load_release(argc, argv, gui_host);
     if (options.release == nullptr)
-    {
-        report_early("Cannot read manifest data", true, gui_host);
         return stopped_early;
-    }
     use_release(*options.release);
     VINST_MESSAGES::instance().log_path = FIO_FILE_SYSTEM::get_tmp_path(utf8(temp));
 
-    const bool goes_on = options.parse(argc, argv) == 0;
-    const int exit_code = goes_on ? run(options) : stopped_early;
-    VINST_MESSAGES::instance().close_log();
-    if (goes_on)
-        keep_log(*options.release);
+    const int exit_code = run_with_log(options, argc, argv);
     VINST_MESSAGES::destroy();
     set_current_release(nullptr);
     return exit_code;

@@ -3,6 +3,7 @@
 #include "install/vinst/base/vinst_messages.h"
 #include "install/vinst/base/vinst_platform.h"
 #include "install/vinst/base/vinst_print.h"
+#include "install/vinst/base/vinst_stop.h"
 #include "install/vinst/base/vinst_text.h"
 #include "install/vinst/base/vinst_utils.h"
 #include "install/vinst/console/vinst_cmdline_arguments.h"
@@ -36,12 +37,6 @@ QString qt(const std::string& text)
     return QString::fromStdString(text);
 }
 
-bool refuse(const std::string& text, bool is_error)
-{
-    report(text, is_error);
-    return false;
-}
-
 /// Whether the text before the "@" of a server is ambiguous, so that a password in it could not be
 /// redacted.
 bool has_unclear_credentials(const std::string& server)
@@ -52,10 +47,14 @@ bool has_unclear_credentials(const std::string& server)
     return at != std::string::npos && server.find_first_of("/?# \t", start) < at;
 }
 
+std::string usage(const QString& platform)
+{
+    return "Usage: " + utf8(console_host_name(platform)) + " [options...]\n";
+}
+
 std::string help_header(const VINST_RELEASE& release, const QString& platform)
 {
-    const std::string name = utf8(console_host_name(platform));
-    return "Usage: " + name + " [options...]\nDownloads/installs " +
+    return usage(platform) + "Downloads/installs " +
            utf8(without_control_characters(release.display_title())) + " for " +
            (platform == "linux" ? "Linux" : "Windows");
 }
@@ -92,6 +91,22 @@ void print_manifest_message(const QByteArray& message)
     print_text(curl_plain_text(message.toStdString()));
 }
 
+bool print_help_without_release(int argc, const char* const* argv)
+{
+    boost::program_options::variables_map given;
+    if (!parse_arguments(argc, argv, given).empty() || given.count("help") == 0)
+        return false;
+    const VINST_OPTION_GROUPS groups(
+        "Specify the components to download/install in comma-separated values");
+    std::ostringstream text;
+    text
+        << usage(host_platform()) << groups.shown()
+        << "\nNo release was found. Set the environment variable vinst_manifest to the path of its "
+           "manifest,\nor put the manifest next to this program as manifest.json.\n";
+    print_text(text.str());
+    return true;
+}
+
 int VINST_OPTIONS::parse(int argc, char** argv)
 {
     if (!parse_variables(argc, argv))
@@ -122,7 +137,7 @@ int VINST_OPTIONS::parse(int argc, char** argv)
         return stop_run;
     if (variables.count("test-download") > 0)
     {
-        test_connection();
+        is_log_needed = !test_connection() && !is_to_stop();
         return stop_run;
     }
     if (!take_platform())
@@ -197,6 +212,14 @@ void VINST_OPTIONS::show_help() const
     print_text(help_header(*release, host_platform()) + "\n" + text.str() + "\n");
 }
 
+bool VINST_OPTIONS::refuse(const std::string& text, bool is_error) const
+{
+    report(text, is_error);
+    if (gui_host)
+        report_early(text, true, gui_host);
+    return false;
+}
+
 bool VINST_OPTIONS::take_proxy()
 {
     if (proxy.empty() || proxy == "noproxy")
@@ -252,7 +275,7 @@ VINST_PROXY_SETTINGS VINST_OPTIONS::proxy_settings() const
             use_default_proxy && proxy_server.empty()};
 }
 
-void VINST_OPTIONS::test_connection() const
+bool VINST_OPTIONS::test_connection() const
 {
     VINST_MESSAGES::instance().echo_to_console = true;
     const std::unique_ptr<VINST_CONSOLE_VIEW> view = make_console_view();
@@ -260,6 +283,7 @@ void VINST_OPTIONS::test_connection() const
     if (gui_host)
         report_early(result.works ? message("MSG_TEST_DOWNLOAD_SUCCESSFUL") : result.error,
                      !result.works, gui_host);
+    return result.works;
 }
 
 bool VINST_OPTIONS::take_platform()
@@ -327,7 +351,7 @@ bool VINST_OPTIONS::take_components()
     {
         const QStringList names = selectable_names(*release, platform_text);
         for (const QString& piece : qt(components_text).split(','))
-            if (!names.contains(piece))
+            if (!names.contains(piece == main_product_short_name ? main_product_name : piece))
                 return refuse(utf8(without_control_characters(piece)) + " is invalid", true);
     }
     bool all_valid = true;

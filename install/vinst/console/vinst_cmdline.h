@@ -37,6 +37,7 @@ struct VINST_OPTIONS
     bool gui_host = false;
     std::unique_ptr<VINST_RELEASE> release;
     VINST_COMPONENT_LIST selected_components;
+    bool is_log_needed = true; ///< false if `parse` stopped the run, but not because of an error
 
     /// Parses and validates the command line, handles one-shot options such as the help, selects
     /// the mode, opens the log, and applies the settings to the release.
@@ -51,10 +52,11 @@ private:
     void decide_mode();
     bool load_named_manifest();
     void show_help() const;
+    bool refuse(const std::string& text, bool is_error) const;
     bool take_proxy();
     bool take_proxy_user();
     bool take_url();
-    void test_connection() const;
+    bool test_connection() const;
     bool take_platform();
     bool take_console_settings();
     bool take_download_dir();
@@ -66,6 +68,10 @@ private:
 
 /// Prints a message of the manifest loader on standard output.
 void print_manifest_message(const QByteArray& message);
+
+/// Prints the options and how to name a manifest if the help is requested while no release can be
+/// loaded. \return whether it is
+bool print_help_without_release(int argc, const char* const* argv);
 
 /// Whether the command line may select graphical mode. Needed before it is parsed, because the
 /// application object is created first.

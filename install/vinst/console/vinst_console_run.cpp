@@ -123,16 +123,18 @@ bool download_with_retries(VINST_DOWNLOADER_MGR& manager, VINST_CONSOLE_VIEW& vi
 
 }
 
-void run_console(VINST_OPTIONS& options, bool is_admin)
+bool run_console(VINST_OPTIONS& options, bool is_admin)
 {
+    if (is_to_stop())
+        return true;
     VINST_INSTALL_LOCK lock;
-    if (is_to_stop() || !pass_checks(options, is_admin, lock))
-        return;
+    if (!pass_checks(options, is_admin, lock))
+        return false;
 
     const std::unique_ptr<VINST_CONSOLE_VIEW> view = make_console_view();
     VINST_DOWNLOADER_MGR manager(*options.release, *view);
     if (!manager.test_download(options.proxy_settings()).works)
-        return;
+        return is_to_stop();
     // Corrupt files of earlier runs are deleted at the start of an attempt. If there is only one,
     // they have to be known by then; otherwise, checking them while others download is faster.
     const bool is_only_attempt = options.retry_duration == 0;
@@ -141,12 +143,15 @@ void run_console(VINST_OPTIONS& options, bool is_admin)
     QDir().mkpath(options.release->download_dir());
     manager.wait_for_integrity_tasks();
 
-    if (!download_with_retries(manager, *view, options) || !options.auto_install)
-        return;
+    if (!download_with_retries(manager, *view, options))
+        return is_to_stop();
+    if (!options.auto_install)
+        return true;
     const VINST_INSTALL_OUTCOME outcome = manager.install();
     if (is_to_stop())
-        return;
+        return true;
     for (const QString& line : outcome.not_installed)
         report(utf8(line), false);
     report(utf8(install_verdict(outcome)), false);
+    return outcome.result == VINST_INSTALL_OUTCOME::RESULT::installed;
 }

@@ -7,4 +7,5 @@ struct VINST_OPTIONS;
 /// standard output and in the log.
 ///
 /// \param is_admin  whether the process has the rights to install
-void run_console(VINST_OPTIONS& options, bool is_admin);
+/// \return false when it failed; a run that was stopped has not
+[[nodiscard]] bool run_console(VINST_OPTIONS& options, bool is_admin);

@@ -14,6 +14,9 @@ class VINST_RELEASE;
 /// The main product's name in every manifest.
 inline const QString main_product_name = QStringLiteral("veltrin_base");
 
+/// The main product's name on the command line, where both are accepted.
+inline const QString main_product_short_name = QStringLiteral("veltrin");
+
 enum class VINST_COMPONENT_KIND : qint32
 {
     main = 0,

@@ -11,8 +11,6 @@
 namespace
 {
 
-const QString main_product_short_name = QStringLiteral("veltrin");
-
 /// An ordered list that contains every component once.
 class RESULT_LIST
 {

@@ -96,6 +96,36 @@ bool may_run(std::initializer_list<const char*> arguments, bool gui_host)
 
 }
 
+TEST_F(OptionsTest, ShowsEveryErrorInABoxOfTheGraphicalHost)
+{
+    std::vector<std::string> boxes;
+    set_message_box([&boxes](const std::string& text, bool is_error)
+                    { boxes.push_back((is_error ? "error: " : "") + text); });
+    options.gui_host = true;
+    for (const auto& [arguments, text] :
+         std::vector<std::pair<std::vector<std::string>, std::string>>{
+             {{"--proxy", "host"}, message("ERROR_INVALID_PROXY_SERVER_INFO")},
+             {{"--proxy", "host:0"}, message("ERROR_INVALID_PROXY_SERVER_INFO")},
+             {{"--proxy-user", ":x"}, message("ERROR_INVALID_PROXY_USER_INFO")},
+             {{"--platform", "Linux"}, message("ERROR_INVALID_PLATFORM")},
+             {{"--url", "mailto:x"},
+              "The address mailto:x cannot be used. Specify a valid http or https address."}})
+    {
+        boxes.clear();
+        EXPECT_EQ(parse(arguments), 1);
+        EXPECT_EQ(boxes, (std::vector<std::string>{"error: " + text}));
+        EXPECT_EQ(output, "");
+    }
+    set_message_box({});
+}
+
+TEST_F(OptionsTest, RefusesTheMainProductWhereThereIsNone)
+{
+    EXPECT_EQ(parse_run({"--platform", "windows", "--components", "veltrin"}), 1);
+    EXPECT_EQ(output, "veltrin is invalid\n");
+    EXPECT_EQ(parse_run({"--platform", "linux", "--components", "veltrin"}), 0);
+}
+
 TEST_F(OptionsTest, UsesTheDefaultsWithoutOptions)
 {
     ASSERT_EQ(parse_run({}), 0);

@@ -4,8 +4,12 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <filesystem>
 #include <fstream>
+#include <string>
+#include <thread>
+#include <vector>
 
 namespace
 {
@@ -123,6 +127,26 @@ TEST(Move, RefusesADirectoryAndReplacesNone)
     const std::string file = dir.write("file", "y").string();
     EXPECT_FALSE(FIO_FILE_SYSTEM::move(file, (dir / "d").string(), true));
     EXPECT_EQ(dir.tree(), (std::vector<std::string>{"d/", "d/inside", "file"}));
+}
+
+TEST(Move, LetsOneOfSeveralTakeANewName)
+{
+    const TEMP_DIR dir;
+    const std::string to = (dir / "to").string();
+    constexpr int movers = 8;
+    for (int round = 0; round < 50; ++round)
+    {
+        std::filesystem::remove(to);
+        std::atomic<int> moved{0};
+        std::vector<std::thread> threads;
+        for (int i = 0; i < movers; ++i)
+            threads.emplace_back([&, from = dir.write("from" + std::to_string(i), "x").string()]
+                                 { moved += FIO_FILE_SYSTEM::move(from, to, false) ? 1 : 0; });
+        for (std::thread& thread : threads)
+            thread.join();
+        ASSERT_EQ(moved, 1);
+        ASSERT_EQ(dir.tree().size(), static_cast<std::size_t>(movers));
+    }
 }
 
 TEST(Move, LeavesNothingBehindIfTheOtherFileSystemIsFull)
