@@ -34,6 +34,23 @@ TEST_F(DialogRun, DownloadsAndReportsTheCount)
     EXPECT_FALSE(exists("inst"));
 }
 
+TEST_F(DialogRun, LogsASummary)
+{
+    builder.component("one").pattern_content(3000, 1);
+    store("vinst_parallel_download", 3);
+    open();
+    press_download({"OK"});
+    const std::string log = read_file(dir / "log");
+    for (const std::string& line :
+         {"Platform selected: " + this_platform().toStdString(),
+          std::string("Components selected:"), std::string("  one"),
+          std::string("Total selected components size: 0.00 GB"),
+          "Download dir: " + path("dl").toStdString(), std::string("Auto install: off"),
+          std::string("Number of parallel downloads: 3"),
+          std::string("Retry duration: 0 (minutes)")})
+        EXPECT_NE(log.find("[info] " + line + "\n"), std::string::npos) << line << '\n' << log;
+}
+
 TEST_F(DialogRun, DownloadsOnlyWhatIsChecked)
 {
     builder.component("one");

@@ -137,6 +137,12 @@ double gigabytes(quint64 bytes)
     return static_cast<double>(whole_mebibytes) / 1024;
 }
 
+QString gigabytes_text(quint64 bytes)
+{
+    // QString rounds halves up, and printf to even digits, as in "0.12" for 0.125.
+    return QString::fromStdString(CURL_LOGGER::formatted("%.2f GB", gigabytes(bytes)));
+}
+
 namespace
 {
 

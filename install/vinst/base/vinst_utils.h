@@ -36,6 +36,8 @@ void log_disk_space(const std::string& path);
 
 /// Bytes as GB, as in all messages: whole mebibytes divided by 1024.
 double gigabytes(quint64 bytes);
+/// The same as text, rounded as by printf: "1.50 GB".
+QString gigabytes_text(quint64 bytes);
 
 bool is_valid_proxy_server(const std::string& text);
 bool is_valid_proxy_port(const std::string& text);

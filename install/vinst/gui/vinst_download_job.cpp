@@ -62,6 +62,7 @@ VINST_JOB_REPORT VINST_DOWNLOAD_JOB::run_steps()
 {
     if (!prepare() || !establish_connection())
         return {};
+    log_run_summary();
     m_download_seconds = 0;
     m_time_updates.start();
     VINST_JOB_REPORT report;
@@ -168,6 +169,15 @@ bool VINST_DOWNLOAD_JOB::establish_connection()
         return true;
     m_window.show_status(QStringLiteral("Download failed"));
     return refuse(result.error);
+}
+
+void VINST_DOWNLOAD_JOB::log_run_summary()
+{
+    const VINST_RUN_SETTINGS settings{m_choices.platform, m_choices.auto_install,
+                                      m_choices.parallel_downloads,
+                                      static_cast<int>(m_choices.retry_duration.count())};
+    for (const QString& line : run_summary(m_release, settings))
+        run_log().info("%s", utf8(line));
 }
 
 bool VINST_DOWNLOAD_JOB::download_with_retries(VINST_JOB_REPORT& report)

@@ -87,6 +87,7 @@ private:
     bool confirm(const QString& title, const char* message_id, bool is_warning);
     bool ask(const QString& title, const std::string& text, bool is_warning);
     bool establish_connection();
+    void log_run_summary();
 
     bool download_with_retries(VINST_JOB_REPORT& report);
     void download_once();

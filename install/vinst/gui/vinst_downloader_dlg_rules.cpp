@@ -10,15 +10,10 @@ namespace
 
 const QString auto_install_title = QStringLiteral("Auto install after download");
 
-QString gb_text(quint64 bytes)
-{
-    return QString::number(gigabytes(bytes), 'f', 2) + " GB";
-}
-
 QString available_text(const QString& prefix, const VINST_VOLUME& volume)
 {
     return prefix + ' ' +
-           (volume.available < 0 ? "N/A" : gb_text(static_cast<quint64>(volume.available)));
+           (volume.available < 0 ? "N/A" : gigabytes_text(static_cast<quint64>(volume.available)));
 }
 
 QString as_sentence(const QString& text)
@@ -87,10 +82,10 @@ VINST_SPACE_LABELS space_labels(const VINST_SPACE_FIGURES& figures,
 {
     const quint64 to_install = auto_install ? figures.to_install : 0;
     VINST_SPACE_LABELS labels;
-    labels.download_size = "Download size: " + gb_text(figures.to_download);
-    labels.install_size =
-        "Installation size: " + (auto_install ? gb_text(figures.to_install) : QString("N/A"));
-    labels.required = "Disk space required: " + gb_text(figures.to_download + to_install);
+    labels.download_size = "Download size: " + gigabytes_text(figures.to_download);
+    labels.install_size = "Installation size: " +
+                          (auto_install ? gigabytes_text(figures.to_install) : QString("N/A"));
+    labels.required = "Disk space required: " + gigabytes_text(figures.to_download + to_install);
     if (available.is_one_volume() || !auto_install)
     {
         labels.available = available_text("Disk space available:", available.download);

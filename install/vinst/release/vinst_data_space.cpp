@@ -53,7 +53,7 @@ bool log_and_compare(const char* check, const char* label, double needed, double
 
 QString size_line(const char* label, quint64 bytes)
 {
-    return QLatin1String(label) + ": " + QString::number(gigabytes(bytes), 'f', 2) + " GB";
+    return QLatin1String(label) + ": " + gigabytes_text(bytes);
 }
 
 }

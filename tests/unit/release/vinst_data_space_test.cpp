@@ -228,3 +228,12 @@ TEST_F(Space, IsSummarisedForTheChosenPlatformAndWithTheDefaultDirectory)
                            "Download dir: " + release.default_download_dir(), "Auto install: off",
                            "Number of parallel downloads: 6", "Retry duration: 10000 (minutes)"}));
 }
+
+TEST_F(Space, IsRoundedInTheSummaryAsInTheLog)
+{
+    add("half", 134'217'728, 0); // 0.125 GB
+    EXPECT_FALSE(has_enough_download_space(release, "linux", volume("/", 134'217'728)));
+    EXPECT_EQ(logged().at(1), "Total download size: 0.12 GB, total avail: 0.12 GB");
+    EXPECT_TRUE(run_summary(release, {"linux", false, 4, 60})
+                    .contains("Total selected components size: 0.12 GB"));
+}
