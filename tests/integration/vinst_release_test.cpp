@@ -250,7 +250,8 @@ TEST(ReleaseTool, MakesAReleaseThatPassesItsCheck)
     const TEMP_DIR dir;
     dir.write("base.run", pattern(5000000));
     dir.write("description.json", R"({"edition": "pro", "version": "5.2.0.31",
-        "components": [{"name": "base", "platform": "linux", "file": "base.run"}]})");
+        "components": [{"name": "base", "platform": "linux", "file": "base.run",
+                        "selected": true}]})");
     const std::string out = (dir / "out").string();
     const std::vector<std::string> make = {"make", (dir / "description.json").string(), out,
                                            "--download-url", "http://127.0.0.1:1/"};

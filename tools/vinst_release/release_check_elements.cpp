@@ -49,6 +49,8 @@ public:
         check_parents();
         check_dependencies();
         check_file_names();
+        check_main_products();
+        check_selection();
     }
 
 private:
@@ -176,10 +178,46 @@ private:
             m_faults.add("dependencies form a cycle: " + cycle);
     }
 
+    void check_main_products()
+    {
+        for (const RELEASE_ELEMENT* component : m_components)
+            if (component->text("name") == main_product_name &&
+                !is_positive(*component, "standalone"))
+                m_faults.add(*component, QStringLiteral("the main product is not standalone"));
+    }
+
+    /// Without a selection, a run without --components would do nothing.
+    void check_selection()
+    {
+        for (const char* platform : {"linux", "windows"})
+        {
+            bool offers_files = false;
+            bool selects_any = false;
+            for (const RELEASE_ELEMENT* component : m_components)
+            {
+                const bool is_offered = !component->filename().isEmpty() &&
+                                        suits_platform(component->text("platform"), platform) &&
+                                        component_kind_from_text(component->text("data_type")) ==
+                                            VINST_COMPONENT_KIND::download;
+                offers_files = offers_files || is_offered;
+                selects_any = selects_any || (is_offered && is_positive(*component, "selected"));
+            }
+            if (offers_files && !selects_any)
+                m_faults.add("no component for " + QLatin1String(platform) +
+                             " is selected by default");
+        }
+    }
+
+    static bool is_positive(const RELEASE_ELEMENT& element, const char* key)
+    {
+        return element.object.value(QLatin1String(key)).toVariant().toDouble() > 0;
+    }
+
     /// All files have the same base URL, and the server's file system may ignore case.
     void check_file_names()
     {
-        QHash<QString, const RELEASE_ELEMENT*> owners;
+        // Of components that may share a file, because they are for different platforms.
+        QHash<QString, std::vector<const RELEASE_ELEMENT*>> owners;
         for (const RELEASE_ELEMENT* component : m_components)
         {
             const QString filename = component->filename();
@@ -188,17 +226,29 @@ private:
             const QString key = filename.toCaseFolded();
             if (key == release_test_file || key == release_manifest_file)
                 m_faults.add(*component, "its file has the name of the release's " + quoted(key));
-            const RELEASE_ELEMENT* owner = owners.value(key);
-            if (owner == nullptr)
-                owners.insert(key, component);
-            else if (owner->filename() != filename)
-                m_faults.add(*component, "its file " + quoted(filename) +
-                                             " differs from the file of " + owner->label() +
-                                             " only in upper and lower case");
-            else if (!tell_the_same_file(*owner, *component))
-                m_faults.add(*component, "its file " + quoted(filename) + " is also the file of " +
-                                             owner->label() + ", with another size or checksum");
+            QString conflict;
+            for (const RELEASE_ELEMENT* owner : owners[key])
+                if (conflict.isEmpty())
+                    conflict = file_conflict(*owner, *component);
+            if (conflict.isEmpty())
+                owners[key].push_back(component);
+            else
+                m_faults.add(*component, "its file " + quoted(filename) + conflict);
         }
+    }
+
+    /// Why two components must not have files of these names; empty if they may.
+    static QString file_conflict(const RELEASE_ELEMENT& owner, const RELEASE_ELEMENT& component)
+    {
+        if (owner.filename() != component.filename())
+            return " differs from the file of " + owner.label() + " only in upper and lower case";
+        const QString text = " is also the file of " + owner.label();
+        if (!tell_the_same_file(owner, component))
+            return text + ", with another size or checksum";
+        const QString platform = component.text("platform");
+        const bool share_platform = suits_platform(owner.text("platform"), platform) ||
+                                    suits_platform(platform, owner.text("platform"));
+        return share_platform ? text + " on the same platform" : QString();
     }
 
     static bool tell_the_same_file(const RELEASE_ELEMENT& a, const RELEASE_ELEMENT& b)

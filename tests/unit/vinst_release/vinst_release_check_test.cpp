@@ -100,6 +100,52 @@ TEST_F(CheckRelease, FindsNoFaultInAGoodManifest)
     EXPECT_EQ(m_result.files_read, 0U);
 }
 
+TEST_F(CheckRelease, ReportsAMainProductThatIsNotStandalone)
+{
+    const auto faults_with = [this](const QJsonValue& standalone)
+    {
+        return check({release_element(),
+                      component("veltrin_base", "base.run", {{"standalone", standalone}})});
+    };
+    EXPECT_THAT(faults_with(1), IsEmpty());
+    EXPECT_THAT(faults_with("1"), IsEmpty());
+    for (const QJsonValue& standalone : {QJsonValue(0), QJsonValue("0"), QJsonValue()})
+        EXPECT_THAT(faults_with(standalone),
+                    Contains(HasSubstr("the main product is not standalone")));
+    EXPECT_THAT(check({release_element(), component("veltrin_base", "base.run")}),
+                ElementsAre(HasSubstr("the main product is not standalone")));
+}
+
+TEST_F(CheckRelease, ReportsAnEmptyDefaultSelection)
+{
+    const QJsonObject unselected = {{"selected", 0}};
+    EXPECT_THAT(check({release_element(), component("a", "a.run", unselected), group("g"),
+                       component("b", "b.exe", {{"platform", "windows"}})}),
+                ElementsAre("no component for linux is selected by default"));
+    EXPECT_THAT(
+        check({release_element(), component("a", "a.run", {{"platform", ""}, {"selected", 0}})}),
+        ElementsAre("no component for linux is selected by default",
+                    "no component for windows is selected by default"));
+    EXPECT_THAT(check({release_element(), component("a", "a.run", unselected),
+                       component("b", "b.run", {{"platform", ""}})}),
+                IsEmpty());
+}
+
+TEST_F(CheckRelease, ReportsAFileThatComponentsOfAPlatformShare)
+{
+    EXPECT_THAT(check({release_element(), component("a", "a.run"),
+                       component("b", "a.run", {{"platform", "windows"}}),
+                       component("c", "a.run", {{"platform", "windows"}})}),
+                ElementsAre("component 'c' (windows): its file 'a.run' is also the file of "
+                            "component 'b' (windows) on the same platform"));
+    EXPECT_THAT(check({release_element(), component("a", "a.run"),
+                       component("b", "a.run", {{"platform", ""}})}),
+                ElementsAre(HasSubstr(" on the same platform")));
+    EXPECT_THAT(check({release_element(), component("a", "a.run"),
+                       component("b", "a.run", {{"platform", "windows"}})}),
+                IsEmpty());
+}
+
 TEST_F(CheckRelease, ReportsAnInvalidManifest)
 {
     const std::string path = (m_dir / "manifest.json").string();
@@ -189,7 +235,8 @@ TEST_F(CheckRelease, ReportsDuplicateNamesOnOnePlatform)
 TEST_F(CheckRelease, ReportsDifferentFilesWithTheSameName)
 {
     EXPECT_THAT(
-        check({release_element(), component("a", "a.run"), component("b", "a.run"),
+        check({release_element(), component("a", "a.run"),
+               component("b", "a.run", {{"platform", "windows"}}),
                component("c", "a.run", {{"md5sum", QString(32, '0')}}), component("d", "A.run")}),
         ElementsAre("component 'c' (linux): its file 'a.run' is also the file of component 'a' "
                     "(linux), with another size or checksum",
@@ -260,7 +307,7 @@ TEST_F(CheckRelease, ComparesEveryFileAndReportsEachDifference)
         check_in_dir({release_element(), component("good", "good"), component("none", "none"),
                       component("other", "other"), component("longer", "longer"),
                       component("directory", "directory"), group("group"),
-                      component("text_size", "good", {{"size", "3"}})});
+                      component("text_size", "good", {{"size", "3"}, {"platform", "windows"}})});
     EXPECT_EQ(m_result.files_read, 3U);
     EXPECT_THAT(
         faults,

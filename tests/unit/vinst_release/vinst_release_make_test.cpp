@@ -137,7 +137,8 @@ TEST_F(MakeRelease, CopiesFilesByteForByteAndNothingElse)
 TEST_F(MakeRelease, PassesItsOwnCheck)
 {
     m_dir.write("base.run", pattern(100000, 3));
-    ASSERT_EQ(make(R"({"name": "a", "platform": ["linux", "windows"], "file": "base.run"},
+    ASSERT_EQ(make(R"({"name": "a", "platform": ["linux", "windows"], "file": "base.run",
+                       "selected": true},
                       {"name": "b", "platform": "linux", "parent": "a"})")
                   .faults,
               QStringList());
