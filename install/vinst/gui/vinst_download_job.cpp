@@ -10,6 +10,7 @@
 #include "install/vinst/gui/vinst_dialog_host.h"
 #include "install/vinst/gui/vinst_downloader_dlg_rules.h"
 #include "install/vinst/gui/vinst_message_box.h"
+#include "install/vinst/release/vinst_data_space.h"
 
 #include <QCoreApplication>
 #include <QDir>
