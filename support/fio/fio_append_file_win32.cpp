@@ -35,6 +35,20 @@ bool is_link(HANDLE file)
            IsReparseTagNameSurrogate(tag.ReparseTag);
 }
 
+bool has_second_name(const FIO_PATH& path)
+{
+    const HANDLE file = ::CreateFileW(
+        path.c_str(), FILE_READ_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+        nullptr, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        return false;
+    BY_HANDLE_FILE_INFORMATION information = {};
+    const bool is_known = ::GetFileInformationByHandle(file, &information) != FALSE;
+    ::CloseHandle(file);
+    return is_known && information.nNumberOfLinks > 1 &&
+           (information.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+
 /// Other programs may read the file meanwhile, as hashing does, but not write, move or remove it.
 HANDLE open_for_appending(const FIO_PATH& path, bool create, DWORD link_flag)
 {
@@ -59,6 +73,16 @@ bool FIO_APPEND_FILE::open(const std::string& path, OPENING opening)
 
     const FIO_PATH native = fio_path(path);
     const bool create = opening == OPENING::create_if_missing;
+    // Appending would also change it under its other name.
+    if (has_second_name(native))
+    {
+        if (create && ::DeleteFileW(native.c_str()) == FALSE)
+            m_error =
+                "Cannot replace " + path +
+                ", which has another name, too (it is a hard link): " + reason(::GetLastError());
+        if (!create || !m_error.empty())
+            return false;
+    }
     HANDLE file = open_for_appending(native, create, FILE_FLAG_OPEN_REPARSE_POINT);
     const bool led_elsewhere = file != INVALID_HANDLE_VALUE && is_link(file);
     if (file != INVALID_HANDLE_VALUE && !led_elsewhere)

@@ -89,7 +89,9 @@ bool FIO_FILE_SYSTEM::remove_unless_held(const std::string& path)
 std::optional<FIO_FILE_IDENTITY> FIO_FILE_SYSTEM::identity(const std::string& path)
 {
     struct stat status = {};
-    if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode) ||
+    // A link of another user could lead elsewhere at any time.
+    if (::lstat(path.c_str(), &status) != 0 || fio_is_of_another_user(status) ||
+        ::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode) ||
         fio_is_of_another_user(status))
         return std::nullopt;
     FIO_FILE_IDENTITY identity;

@@ -290,6 +290,16 @@ TEST_F(HostSignals, EndTheProcessImmediatelyTheSecondTime)
     end_installer();
 }
 
+TEST_F(HostSignals, ThatKillTheHostEndItsInstaller)
+{
+    CHILD_PROCESS child(setup_with_installer(stubborn_installer()));
+    ASSERT_TRUE(wait_until([this] { return exists("running"); }));
+    child.send_signal(SIGKILL);
+    ASSERT_TRUE(child.wait(long_enough));
+    EXPECT_TRUE(wait_until([this] { return installer_has_ended(); }));
+    end_installer();
+}
+
 TEST_F(HostSignals, ThatTheHostsParentIgnoresStayIgnored)
 {
     builder.component("one").pattern_content(3000, 1);

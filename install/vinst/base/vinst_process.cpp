@@ -14,6 +14,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QTimer>
 
 #include <algorithm>
@@ -165,10 +166,13 @@ QStringList last_lines_of(const QString& path)
     if (!file.open(QIODevice::ReadOnly))
         return {};
     const bool is_cut = file.size() > longest_tail && file.seek(file.size() - longest_tail);
+    // With the size, because the text may contain NUL. "\r" ends what progress bars overwrite.
+    const QByteArray bytes = file.readAll();
+    static const QRegularExpression line_end(QStringLiteral("[\r\n]+"));
     QStringList lines;
-    for (const QString& line : QString::fromUtf8(file.readAll()).split('\n'))
-        lines.append(without_control_characters(line.trimmed().left(longest_line)));
-    if (is_cut)
+    for (const QString& line : QString::fromUtf8(bytes.constData(), bytes.size()).split(line_end))
+        lines.append(without_control_characters(line.trimmed().right(longest_line)));
+    if (is_cut && lines.size() > 1)
         lines.removeFirst();
     lines.removeAll(QString());
     return lines.mid(std::max(0, lines.size() - shown_lines));

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 namespace
@@ -49,9 +50,15 @@ protected:
     {
         VINST_CHILD_PROCESS::setupChildProcess();
         ::setsid();
+        // Ends with this program, even if that is killed: a later run must not meet an installer
+        // that is still writing. It may have been killed before the call.
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        if (::getppid() != m_parent)
+            ::_exit(1);
     }
 
 private:
+    const pid_t m_parent = ::getpid();
     pid_t m_group = 0;
     int m_early_signal = 0;
 };

@@ -15,12 +15,12 @@
 namespace
 {
 
+constexpr int most_looks = 3;
 constexpr int read_block = 256 * 1024; // bytes
 
 /// Empty when the file doesn't exist or can't be read.
 QString md5_on_disk(const QString& path, const QString& expected,
-                    const std::function<bool()>& is_cancelled,
-                    const VINST_READ_CALLBACK& on_read)
+                    const std::function<bool()>& is_cancelled, const VINST_READ_CALLBACK& on_read)
 {
     if (!QFile::exists(path))
         return {};
@@ -95,11 +95,21 @@ VINST_FILE_CHECK check_file(const QString& path, const QString& md5sum,
     // Kept open while the file is read, so that it reports every write that fails meanwhile.
     const FIO_FLUSH_HANDLE flush_handle(utf8(path), is_cancelled);
     VINST_FILE_CHECK check;
-    check.file = FIO_FILE_SYSTEM::identity(utf8(path));
-    check.md5 = md5_on_disk(path, md5sum, is_cancelled, on_read);
-    if (md5sum.isEmpty() || check.md5 != md5sum)
-        return check;
-    if (!check.file || !(check.file == FIO_FILE_SYSTEM::identity(utf8(path))))
+    std::optional<FIO_FILE_IDENTITY> afterwards;
+    // Another run may make the same file executable meanwhile, once. Whoever changes its content
+    // can reset the modification time, so that only another look tells the difference.
+    for (int look = 0; look < most_looks; ++look)
+    {
+        check.file = FIO_FILE_SYSTEM::identity(utf8(path));
+        check.md5 = md5_on_disk(path, md5sum, is_cancelled, on_read);
+        if (md5sum.isEmpty() || check.md5 != md5sum)
+            return check;
+        afterwards = FIO_FILE_SYSTEM::identity(utf8(path));
+        if (check.file == afterwards || !check.file || !afterwards ||
+            !check.file->has_content_of(*afterwards))
+            break;
+    }
+    if (!check.file || !(check.file == afterwards))
         check.problem = QStringLiteral("it has changed while it was being verified");
     else
         check.problem = flush_problem(path, flush_handle);

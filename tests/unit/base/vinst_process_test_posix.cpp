@@ -128,6 +128,12 @@ TEST_F(RunCommand, ShowsTheEndOfALongOutputOnly)
     EXPECT_EQ(last_lines_of(QString::fromStdString(path)),
               QStringList({QString(200, 'x'), "last"}));
     EXPECT_EQ(last_lines_of(QString::fromStdString((dir / "none").string())), QStringList());
+    dir.write("output", std::string("before\0\nat 1%\rat 2%\rfatal\n", 26));
+    EXPECT_EQ(last_lines_of(QString::fromStdString(path)),
+              QStringList({"before\ufffd", "at 1%", "at 2%", "fatal"}));
+    dir.write("output", std::string(20'000, '.') + "fatal");
+    EXPECT_EQ(last_lines_of(QString::fromStdString(path)),
+              QStringList(QString(195, '.') + "fatal"));
 }
 
 TEST_F(RunCommand, PassesQuotedPartsAsOneArgument)

@@ -112,3 +112,19 @@ TEST(AppendFile, RefusesADirectoryAndAMissingParent)
     EXPECT_FALSE(file.open((dir / "none/a").string(), OPENING::create_if_missing));
     EXPECT_EQ(file.error().find("Cannot write " + (dir / "none/a").string() + ": "), 0U);
 }
+
+TEST(AppendFile, ReplacesAFileThatHasASecondName)
+{
+    const TEMP_DIR dir;
+    const std::string path = dir.write("a", "old").string();
+    std::filesystem::create_hard_link(path, dir / "other");
+    FIO_APPEND_FILE file;
+    EXPECT_FALSE(file.open(path, OPENING::existing_only));
+    EXPECT_EQ(file.error(), "");
+    ASSERT_TRUE(file.open(path, OPENING::create_if_missing)) << file.error();
+    EXPECT_EQ(file.size(), 0U);
+    ASSERT_TRUE(file.append("new", 3));
+    file.close();
+    EXPECT_EQ(dir.read("a"), "new");
+    EXPECT_EQ(dir.read("other"), "old");
+}

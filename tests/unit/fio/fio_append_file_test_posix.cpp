@@ -29,21 +29,6 @@ TEST(AppendFile, RefusesAPipe)
               "Cannot write " + (dir / "none/a").string() + ": No such file or directory");
 }
 
-TEST(AppendFile, ReplacesAFileThatHasASecondName)
-{
-    const TEMP_DIR dir;
-    const std::string path = dir.write("a", "old").string();
-    std::filesystem::create_hard_link(path, dir / "other");
-    FIO_APPEND_FILE file;
-    EXPECT_FALSE(file.open(path, OPENING::existing_only));
-    EXPECT_EQ(file.error(), "");
-    ASSERT_TRUE(file.open(path, OPENING::create_if_missing)) << file.error();
-    EXPECT_EQ(file.size(), 0U);
-    ASSERT_TRUE(file.append("new", 3));
-    EXPECT_EQ(dir.read("a"), "new");
-    EXPECT_EQ(dir.read("other"), "old");
-}
-
 /// Files of other users. Only root can give a file to another user.
 class FileOfAnotherUser : public ::testing::Test
 {
@@ -77,6 +62,15 @@ TEST_F(FileOfAnotherUser, HasNoIdentityThatCouldBeTrusted)
     EXPECT_FALSE(FIO_FILE_SYSTEM::identity(path));
     ASSERT_EQ(::chown(path.c_str(), ::geteuid(), static_cast<gid_t>(-1)), 0);
     EXPECT_TRUE(FIO_FILE_SYSTEM::identity(path));
+}
+
+TEST_F(FileOfAnotherUser, IsNotTrustedEvenIfItIsALinkToOneOfThisUser)
+{
+    const std::string link = (dir / "link").string();
+    std::filesystem::create_symlink(dir.write("mine", "good"), link);
+    EXPECT_TRUE(FIO_FILE_SYSTEM::identity(link));
+    ASSERT_EQ(::lchown(link.c_str(), other_user, static_cast<gid_t>(-1)), 0);
+    EXPECT_FALSE(FIO_FILE_SYSTEM::identity(link));
 }
 
 TEST_F(FileOfAnotherUser, IsReportedIfItCannotBeReplaced)
