@@ -62,9 +62,21 @@ TEST_F(InstallLock, LeavesNothingBehind)
     EXPECT_EQ(list_tree(dir.path()), std::vector<std::string>{"inst/"});
 }
 
-TEST_F(InstallLock, CreatesNoDirectories)
+TEST_F(InstallLock, LeavesNoEmptyParentsBehind)
 {
     ASSERT_EQ(lock.take(path("a/b/inst")), "");
     EXPECT_NE(other.take(path("a/b/inst")), "");
+    other.release();
+    lock.release();
     EXPECT_FALSE(std::filesystem::exists(dir / "a"));
+}
+
+TEST_F(InstallLock, HoldsWhileTheParentsOfTheDirectoryAreCreated)
+{
+    ASSERT_EQ(lock.take(path("a/b/inst")), "");
+    dir.make_dir("a/b/downloads");
+    EXPECT_NE(other.take(path("a/b/inst")), "");
+    other.release();
+    lock.release();
+    EXPECT_TRUE(std::filesystem::exists(dir / "a/b/downloads"));
 }

@@ -21,6 +21,19 @@ TEST(InstallLockPosix, RecognizesADirectoryBehindALink)
     EXPECT_NE(other.take(QString::fromStdString((dir / "link/inst").string())), "");
 }
 
+TEST(InstallLockPosix, ReportsWhatIsInItsWay)
+{
+    const TEMP_DIR dir;
+    const QString inst = QString::fromStdString((dir / "inst").string());
+    VINST_INSTALL_LOCK lock;
+    ASSERT_EQ(lock.take(inst), "");
+    const std::string lock_path = (dir / list_tree(dir.path()).front()).string();
+    lock.release();
+    ASSERT_EQ(::mkfifo(lock_path.c_str(), 0600), 0);
+    EXPECT_EQ(utf8(lock.take(inst)), "Cannot install into " + (dir / "inst").string() +
+                                         ": remove " + lock_path + ", which is in the way.");
+}
+
 TEST(InstallPlace, IsUnusableOnAFileSystemWithoutPrograms)
 {
     if (!TMPFS_DIR::available())

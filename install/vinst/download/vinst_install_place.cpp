@@ -10,6 +10,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QLockFile>
+#include <QStandardPaths>
 
 namespace
 {
@@ -74,16 +75,31 @@ QString open_download_dir_warning(VINST_RELEASE& release)
 }
 
 VINST_INSTALL_LOCK::VINST_INSTALL_LOCK() = default;
-VINST_INSTALL_LOCK::~VINST_INSTALL_LOCK() = default;
+VINST_INSTALL_LOCK::~VINST_INSTALL_LOCK()
+{
+    release();
+}
 
 QString VINST_INSTALL_LOCK::take(const QString& install_dir)
 {
     release();
+    const QString parent =
+        QFileInfo(QDir::cleanPath(QFileInfo(install_dir).absoluteFilePath())).path();
+    if (!QFileInfo::exists(parent) && QDir().mkpath(parent))
+        m_created_parent = parent;
     const QString path = unique_path(install_dir);
-    // Beside the directory, because installers expect it to be empty.
-    for (const QString& place : {nearest_existing_dir(QFileInfo(path).path()), QDir::tempPath()})
+    // Beside the directory, because installers expect it to be empty. The other places are for a
+    // directory whose parent this user can't write.
+    for (const QString& place :
+         {QFileInfo(path).path(),
+          QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation), QDir::tempPath()})
     {
         const QString lock_path = place + '/' + lock_name(path);
+        const QFileInfo in_the_way(lock_path);
+        // Opening a named pipe would not return.
+        if (in_the_way.isSymLink() || (in_the_way.exists() && !in_the_way.isFile()))
+            return "Cannot install into " + native(install_dir) + ": remove " + native(lock_path) +
+                   ", which is in the way.";
         auto file = std::make_unique<QLockFile>(lock_path);
         file->setStaleLockTime(never_stale);
         if (file->tryLock(0))
@@ -101,4 +117,8 @@ QString VINST_INSTALL_LOCK::take(const QString& install_dir)
 void VINST_INSTALL_LOCK::release()
 {
     m_file.reset();
+    // Without an installation, nothing is left behind.
+    if (!m_created_parent.isEmpty())
+        QDir().rmpath(m_created_parent);
+    m_created_parent.clear();
 }

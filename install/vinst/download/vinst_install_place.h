@@ -17,7 +17,8 @@ QString open_download_dir_warning(VINST_RELEASE& release);
 /// Reserves an install directory for one run at a time, in all processes and, on a shared file
 /// system, on all machines. Ends with this object or its process.
 ///
-/// The lock is a file beside the directory, or in the temporary directory if that can't be written.
+/// The lock is a file beside the directory, so that the directory's parent is created. If that
+/// can't be written, it is in the user's cache directory.
 class VINST_INSTALL_LOCK
 {
 public:
@@ -32,5 +33,6 @@ public:
     void release();
 
 private:
+    QString m_created_parent; ///< removed again if it stays empty
     std::unique_ptr<QLockFile> m_file;
 };

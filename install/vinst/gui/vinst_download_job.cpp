@@ -22,10 +22,17 @@ namespace
 
 constexpr std::chrono::milliseconds time_update_interval{1000};
 
-bool refuse(const std::string& text)
+/// For a text that is in the log already.
+bool show_refusal(const std::string& text)
 {
     show_message_box(text, true);
     return false;
+}
+
+bool refuse(const std::string& text)
+{
+    run_log().error("%s", text);
+    return show_refusal(text);
 }
 
 double elapsed_seconds(const QElapsedTimer& clock)
@@ -107,7 +114,7 @@ bool VINST_DOWNLOAD_JOB::prepare_download_dir()
     const QString& dir = m_choices.download_dir;
     std::string error;
     if (!validate_download_path(dir, error))
-        return refuse(error);
+        return show_refusal(error);
     if (!QDir().mkpath(QDir(dir).absolutePath()))
         return refuse(message("ERROR_CREATE_DIRECTORY", "Download"));
     return has_enough_download_space(m_release, m_choices.platform, m_host.query_volume) ||
@@ -134,7 +141,7 @@ bool VINST_DOWNLOAD_JOB::check_install_dir()
     const QString& dir = m_choices.install_dir;
     std::string error;
     if (!validate_install_path(dir, error, m_host.platform))
-        return refuse(error);
+        return show_refusal(error);
     if (!is_empty_or_missing_dir(dir))
         return refuse(message("ERROR_INSTALLDIR_IS_NOT_EMPTY"));
     QString obstacle = install_obstacle(m_release);
@@ -169,7 +176,7 @@ bool VINST_DOWNLOAD_JOB::establish_connection()
     if (result.works)
         return true;
     m_window.show_status(QStringLiteral("Download failed"));
-    return refuse(result.error);
+    return show_refusal(result.error);
 }
 
 void VINST_DOWNLOAD_JOB::log_run_summary()
