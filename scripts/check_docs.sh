@@ -29,6 +29,7 @@ run_elsewhere=(
     'scripts/lint.sh'            # .ci/run; it runs this check
     'scripts/windows.sh'         # .ci/run
     'scripts/demo.sh'            # .ci/run
+    'scripts/package.sh*'        # .ci/run
     'scripts/demo.sh --gui'      # people only: the window waits for its user
     'scripts/test_under_load.sh' # people who change tests: it takes longer than all other steps
     'scripts/install_deps.sh*'   # scripts/test.sh, scripts/demo.sh and scripts/windows.sh

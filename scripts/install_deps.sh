@@ -4,11 +4,12 @@ set -euo pipefail
 
 usage() {
     cat <<'END'
-Usage: scripts/install_deps.sh [test] [bench] [screenshots] [windows]
+Usage: scripts/install_deps.sh [test] [bench] [package] [screenshots] [windows]
 
 Installs missing build dependencies with apt. Arguments add further packages:
 
   test         for the tests and style checks
+  package      for scripts/package.sh
   bench        for the benchmarks and the programs they compare with
   screenshots  for scripts/screenshots.sh
   windows      for building, testing and packaging the Windows programs
@@ -31,6 +32,8 @@ for argument in "$@"; do
                          pandoc man-db mandoc bsdextrautils bash-completion zsh fish
                          desktop-file-utils appstream) ;;
         bench) packages+=(nginx-light aria2 curl openssl time) ;;
+        package) packages+=(pandoc debhelper fakeroot dpkg-dev lintian debootstrap git iproute2 mount util-linux
+                            patchelf qt5-qmake libqt5svg5 perl xz-utils) ;;
         screenshots) packages+=(libgtest-dev libgmock-dev xvfb util-linux fonts-dejavu-core pngquant) ;;
         windows) packages+=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev googletest wine wine64 nsis
                             fonts-dejavu-core libqt5svg5 jq w3m zip unzip xz-utils) ;;
