@@ -54,8 +54,8 @@ private:
     /// Checks parts that are complete in the download directory although this run did not fetch
     /// them, because the main product's installer reads them, too.
     void verify_files_of_earlier_runs() const;
-    /// Checks a file once more that has changed since it was verified. \return whether the file that
-    /// is on disk now is verified
+    /// Checks a file once more that has changed since it was verified. \return whether the file
+    /// that is on disk now is verified
     bool check_again_if_changed(VINST_COMPONENT& component);
     bool check_again(VINST_COMPONENT& component) const;
     bool run_to_success(const QString& command, const QString& what);
