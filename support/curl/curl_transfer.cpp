@@ -225,10 +225,11 @@ bool CURL_TRANSFER::start_body()
     return true;
 }
 
-/// Whether only the end of the body will show whether it is the file.
-bool CURL_TRANSFER::is_without_total() const
+/// Whether only the end of the body will show whether it is the file or a page in its place.
+bool CURL_TRANSFER::may_be_a_page() const
 {
-    return m_request.expected_size != 0 && m_decision && !m_decision->total;
+    return m_head.has_whole_file() && m_decision && !m_decision->total &&
+           bytes_in_file() < m_request.expected_size;
 }
 
 bool CURL_TRANSFER::write_pending()
@@ -239,6 +240,16 @@ bool CURL_TRANSFER::write_pending()
     m_pending.clear();
     m_received = m_file.size() - m_offset;
     return written || end_with({CURLE_WRITE_ERROR, m_file.error()});
+}
+
+/// Restores the file as it was when the transfer began.
+bool CURL_TRANSFER::remove_received()
+{
+    m_pending.clear();
+    if (!m_file.shorten(m_offset))
+        return false;
+    m_received = 0;
+    return true;
 }
 
 bool CURL_TRANSFER::report_progress()
@@ -253,10 +264,9 @@ bool CURL_TRANSFER::report_progress()
 
 bool CURL_TRANSFER::keep_going(CLOCK::time_point now)
 {
-    // The beginning of a body without a total is held back: it may be a short page instead of the
-    // file, and nothing of a page must get into the file.
-    const bool is_held_back =
-        is_without_total() && m_received == 0 && bytes_in_file() < m_request.expected_size;
+    // The start of a body that may be a page is held back, because most pages fit into memory. What
+    // was written of a longer one is removed when it ends.
+    const bool is_held_back = may_be_a_page() && m_received == 0;
     if (!m_pending.empty() && !is_held_back && now - m_pending_since >= longest_in_memory &&
         !write_pending())
         return false;
@@ -357,12 +367,15 @@ void CURL_TRANSFER::finish(CURLcode result)
     // headers.
     if (m_is_in_head)
         m_head = curl_read_head(handle());
-    const bool is_short_page = result == CURLE_OK && is_without_total() && m_received == 0 &&
-                               bytes_in_file() < m_request.expected_size;
-    if (!is_short_page)
+    // The server has declared a body as complete that isn't the file. One that was cut off, on the
+    // other hand, may be the start of the file.
+    const bool is_page = result == CURLE_OK && may_be_a_page();
+    if (!is_page)
         write_pending();
     m_flusher.withdraw(m_file);
     CURL_OUTCOME outcome = judge(libcurl_outcome(result));
+    if (is_page && !remove_received())
+        outcome = {CURLE_WRITE_ERROR, m_file.error()};
 
     // An empty body must still create the file.
     if (outcome.curl_code == CURLE_OK && !m_file.is_open() &&

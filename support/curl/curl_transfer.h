@@ -68,9 +68,10 @@ private:
     bool take_head();
     bool take_body(const char* bytes, std::size_t size);
     bool start_body();
-    bool is_without_total() const;
+    bool may_be_a_page() const;
     std::uint64_t bytes_in_file() const { return m_file.size() + m_pending.size(); }
     bool write_pending();
+    bool remove_received();
     bool flush_now_and_then(CLOCK::time_point now);
     /// \return whether the caller wants the transfer to continue
     bool report_progress();

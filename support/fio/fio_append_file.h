@@ -7,7 +7,7 @@
 
 class FIO_FLUSH_HANDLE;
 
-/// A regular file that is only appended to, by a single writer.
+/// A regular file that a single writer appends to, and shortens at most to undo that.
 ///
 /// Opening takes a lock against other processes and other objects in this one, which is held until
 /// the file is closed. A link at the path is not followed. A file that belongs to another user or
@@ -35,12 +35,16 @@ public:
     /// As passed to `open`; kept after closing.
     const std::string& path() const { return m_path; }
 
-    /// Bytes in the file; grows with each append.
+    /// Bytes in the file; follows each append and `shorten`.
     std::uint64_t size() const { return m_size; }
 
     /// Appends the bytes; if not all of them fit, writes those that do.
     /// \return whether all of them were written; otherwise `error()` has the reason
     bool append(const char* data, std::size_t size);
+
+    /// Removes everything after the first `size` bytes; does nothing if there is nothing.
+    /// \return whether it is removed; otherwise `error()` has the reason
+    [[nodiscard]] bool shorten(std::uint64_t size);
 
     /// For flushing the file on another thread; null when the file isn't open or the process has
     /// run out of descriptors or handles.

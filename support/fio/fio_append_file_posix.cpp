@@ -109,3 +109,18 @@ bool FIO_APPEND_FILE::append(const char* data, std::size_t size)
     }
     return true;
 }
+
+bool FIO_APPEND_FILE::shorten(std::uint64_t size)
+{
+    if (size >= m_size)
+        return true;
+    while (::ftruncate(descriptor(m_file), static_cast<off_t>(size)) != 0)
+    {
+        if (errno == EINTR)
+            continue;
+        m_error = "Cannot write " + m_path + ": " + reason(errno);
+        return false;
+    }
+    m_size = size;
+    return true;
+}

@@ -50,9 +50,11 @@ bool has_second_name(const FIO_PATH& path)
 }
 
 /// Other programs may read the file meanwhile, as hashing does, but not write, move or remove it.
+/// FILE_WRITE_DATA is needed to shorten the file, so each write has to name its end.
 HANDLE open_for_appending(const FIO_PATH& path, bool create, DWORD link_flag)
 {
-    return ::CreateFileW(path.c_str(), FILE_APPEND_DATA | FILE_READ_ATTRIBUTES | SYNCHRONIZE,
+    return ::CreateFileW(path.c_str(),
+                         FILE_WRITE_DATA | FILE_APPEND_DATA | FILE_READ_ATTRIBUTES | SYNCHRONIZE,
                          FILE_SHARE_READ, nullptr, create ? OPEN_ALWAYS : OPEN_EXISTING,
                          FILE_ATTRIBUTE_NORMAL | link_flag, nullptr);
 }
@@ -135,7 +137,10 @@ bool FIO_APPEND_FILE::append(const char* data, std::size_t size)
         const auto part = static_cast<DWORD>(
             std::min<std::size_t>(size, std::numeric_limits<std::int32_t>::max()));
         DWORD written = 0;
-        if (::WriteFile(handle(m_file), data, part, &written, nullptr) == FALSE || written == 0)
+        OVERLAPPED end_of_file = {};
+        end_of_file.Offset = end_of_file.OffsetHigh = std::numeric_limits<DWORD>::max();
+        if (::WriteFile(handle(m_file), data, part, &written, &end_of_file) == FALSE ||
+            written == 0)
         {
             m_error = "Cannot write " + m_path + ": " + reason(::GetLastError());
             return false;
@@ -144,5 +149,20 @@ bool FIO_APPEND_FILE::append(const char* data, std::size_t size)
         size -= written;
         m_size += written;
     }
+    return true;
+}
+
+bool FIO_APPEND_FILE::shorten(std::uint64_t size)
+{
+    if (size >= m_size)
+        return true;
+    FILE_END_OF_FILE_INFO end = {};
+    end.EndOfFile.QuadPart = static_cast<LONGLONG>(size);
+    if (::SetFileInformationByHandle(handle(m_file), FileEndOfFileInfo, &end, sizeof end) == FALSE)
+    {
+        m_error = "Cannot write " + m_path + ": " + reason(::GetLastError());
+        return false;
+    }
+    m_size = size;
     return true;
 }

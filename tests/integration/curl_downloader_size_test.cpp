@@ -120,14 +120,47 @@ TEST_F(SizedDownload, WritesNothingOfAShortPageWithoutATotal)
     }
 }
 
-TEST_F(SizedDownload, KeepsTheStartOfALongBodyThatEndsEarlyWithoutATotal)
+TEST_F(SizedDownload, KeepsNothingOfALongPageWithoutATotal)
 {
-    const std::string large = pattern(2'000'000);
-    server.serve("/f", large, {FAULT::without_length(1'500'000)});
+    const std::string large = pattern(600'000);
+    const std::string long_page = pattern(306'000, 2);
+    for (const FAULT& unsized_body : {FAULT::without_length(), FAULT::chunked()})
+    {
+        std::filesystem::remove(path());
+        server.serve("/f", long_page, {unsized_body});
+        fetch_sized(large.size());
+        expect_failure(18, 200);
+        EXPECT_EQ(text_of(*data),
+                  "The server sent 306000 of the 600000 bytes that the release lists");
+        EXPECT_EQ(on_disk(), "");
+        EXPECT_EQ(data->bytes_received, 0U);
+        server.serve("/f", large);
+        fetch_sized(large.size());
+        expect_success(large);
+    }
+}
+
+TEST_F(SizedDownload, KeepsTheEarlierBytesWhenALongPageWithoutATotalEnds)
+{
+    const std::string large = pattern(600'000);
+    const FAULT refused_part = FAULT::without_content_range();
+    server.serve("/f", pattern(306'000, 2), {refused_part, FAULT::chunked().for_ranges(false)});
+    dir.write("f", large.substr(0, 1000));
     fetch_sized(large.size());
     expect_failure(18, 200);
-    EXPECT_EQ(text_of(*data),
-              "The server sent 1500000 of the 2000000 bytes that the release lists");
+    EXPECT_EQ(on_disk(), large.substr(0, 1000));
+    EXPECT_EQ(data->bytes_received, 0U);
+    server.serve("/f", large);
+    EXPECT_EQ(fetch_sized(large.size()), 206);
+    expect_success(large);
+}
+
+TEST_F(SizedDownload, KeepsTheStartOfABodyWithoutATotalWhoseConnectionBreaks)
+{
+    const std::string large = pattern(2'000'000);
+    server.serve("/f", large, {FAULT::chunked(1'500'000)});
+    fetch_sized(large.size());
+    expect_failure(18, 200);
     EXPECT_EQ(on_disk(), large.substr(0, 1'500'000));
     server.set_faults("/f", {});
     EXPECT_EQ(fetch_sized(large.size()), 206);

@@ -92,6 +92,22 @@ TEST(AppendFile, CanBeReopenedByItsWriter)
     EXPECT_EQ(dir.read("a"), "1234");
 }
 
+TEST(AppendFile, ShortensTheFileAndAppendsToTheNewEnd)
+{
+    const TEMP_DIR dir;
+    FIO_APPEND_FILE file;
+    ASSERT_TRUE(file.open(dir.write("a", "123").string(), OPENING::existing_only));
+    ASSERT_TRUE(file.append("456789", 6));
+    EXPECT_TRUE(file.shorten(4));
+    EXPECT_EQ(file.size(), 4U);
+    EXPECT_EQ(dir.read("a"), "1234");
+    EXPECT_TRUE(file.append("ab", 2));
+    EXPECT_EQ(file.size(), 6U);
+    EXPECT_EQ(dir.read("a"), "1234ab");
+    EXPECT_TRUE(file.shorten(100)) << "there is nothing to remove";
+    EXPECT_EQ(dir.read("a"), "1234ab");
+}
+
 TEST(AppendFile, TreatsAnEmptyAppendAsSuccess)
 {
     const TEMP_DIR dir;
