@@ -413,8 +413,14 @@ TEST_F(HostOptions, NameAMirror)
     expect_stopped(
         "The address mailto:ada cannot be used. Specify a valid http or https address.\n");
     run(run_arguments({"--url", "http://ada:77/Xw9@127.0.0.1"}));
-    expect_stopped(
-        "The address http://127.0.0.1 cannot be used. Specify a valid http or https address.\n");
+    expect_stopped(unclear);
+    run(run_arguments({"--url", "http://ada:Xw9/a@127.0.0.1"}));
+    expect_stopped(unclear);
+    run(run_arguments({"--url", mirror.url("/npm/@scope/x")}));
+    expect_stopped(unclear);
+    std::filesystem::remove_all(dir / "dl");
+    run(run_arguments({"--url", mirror.url("/npm/%40scope/x"), "--retry-duration", "0"}));
+    EXPECT_GE(mirror.request_count("/npm/%40scope/x/veltrin_base.run"), 1U) << output;
 }
 
 TEST_F(HostOptions, ShowTheLicence)
@@ -443,6 +449,11 @@ TEST_F(HostOptions, TestTheConnection)
                    "Test download -> success\n");
     server.set_faults("/test.txt", {FAULT::status(404)});
     run({"--test-download"});
+    const std::string unclear = "The address given with --url is unclear: what precedes its last "
+                                "\"@\" may be a password or "
+                                "a part of the path. In a path, write \"@\" as %40. In a password, "
+                                "write \"/\" as %2F, \"?\" "
+                                "as %3F, \"#\" as %23 and a space as %20.\n";
     expect_stopped(
         "Testing internet connection ... \nINFO: Proxy server: , port:\n"
         "Testing internet connection ... \nINFO: Proxy server: , port:\n"

@@ -32,6 +32,12 @@ constexpr int go_on = 0;
 constexpr int stop_run = 1;
 const std::string help_hint = "Run --help to see available options";
 
+/// Without the address, in which nobody can tell what is the password.
+const std::string unclear_url =
+    "The address given with --url is unclear: what precedes its last \"@\" may be a password or a "
+    "part of the path. In a path, write \"@\" as %40. In a password, write \"/\" as %2F, \"?\" as "
+    "%3F, \"#\" as %23 and a space as %20.";
+
 QString qt(const std::string& text)
 {
     return QString::fromStdString(text);
@@ -260,8 +266,10 @@ bool VINST_OPTIONS::take_url()
     // In "http://ada:77/x@host", 77 may be a port or the beginning of a password, which would then
     // be sent to "ada" and logged as a part of the path.
     const bool is_unclear = has_unclear_credentials(url) && address.port() != -1;
-    if (!address.isValid() || is_unclear || address.host().isEmpty() ||
-        (scheme != "http" && scheme != "https"))
+    const bool is_web = scheme == "http" || scheme == "https";
+    if (is_unclear || (has_unclear_credentials(url) && !address.isValid()))
+        return refuse(unclear_url, true);
+    if (!address.isValid() || address.host().isEmpty() || !is_web)
         return refuse("The address " + curl_redact(url) +
                           " cannot be used. Specify a valid http or https address.",
                       true);
