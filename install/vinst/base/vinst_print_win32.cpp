@@ -1,6 +1,6 @@
 #include "install/vinst/base/vinst_print_platform.h"
+#include "install/vinst/base/vinst_text.h"
 
-#include <algorithm>
 #include <cstdio>
 
 #include <io.h>
@@ -8,7 +8,8 @@
 namespace
 {
 
-/// The C library converts line ends in a buffer of limited size.
+/// The C library converts line ends in a buffer of limited size. A console shows no character whose
+/// bytes are in two pieces.
 constexpr std::size_t longest_piece = 4096; // bytes
 
 }
@@ -20,7 +21,7 @@ void write_to_standard_output(std::string_view text)
         return; // a windowed program has none
     while (!text.empty())
     {
-        const std::string_view piece = text.substr(0, longest_piece);
+        const std::string_view piece = utf8_piece(text, longest_piece);
         if (::_write(output, piece.data(), static_cast<unsigned>(piece.size())) < 0)
             return;
         text.remove_prefix(piece.size());

@@ -22,6 +22,19 @@ bool is_utf8(std::string_view bytes)
     return text.toStdString() == bytes;
 }
 
+std::string_view utf8_piece(std::string_view text, std::size_t at_most)
+{
+    if (text.size() <= at_most)
+        return text;
+    const auto is_inside_character = [text](std::size_t at)
+    { return (static_cast<unsigned char>(text[at]) & 0xc0U) == 0x80U; };
+    constexpr std::size_t longest_character = 4; // bytes
+    for (std::size_t end = at_most; end > 0 && at_most - end < longest_character; --end)
+        if (!is_inside_character(end))
+            return text.substr(0, end);
+    return text.substr(0, at_most); // not UTF-8
+}
+
 QString without_control_characters(const QString& text)
 {
     QString result = text;

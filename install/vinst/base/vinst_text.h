@@ -15,6 +15,10 @@ std::string utf8(const QString& text);
 /// Whether the bytes are UTF-8 that QString represents without a change.
 bool is_utf8(std::string_view bytes);
 
+/// The longest start of UTF-8 text that has at most that many bytes (at least 4) and ends between
+/// characters.
+[[nodiscard]] std::string_view utf8_piece(std::string_view text, std::size_t at_most);
+
 /// The text with every control character replaced, so that it can't move a terminal's cursor,
 /// break a line or change the direction of writing.
 QString without_control_characters(const QString& text);

@@ -54,3 +54,21 @@ TEST(IsUtf8, AcceptsOnlyWhatStaysTheSame)
          {"\xff", "a\x80", "\xc3", "\xc0\xaf", "\xed\xa0\x80", "\xf5\x80\x80\x80", "\xef\xbb\xbfx"})
         EXPECT_FALSE(is_utf8(bytes)) << bytes;
 }
+
+TEST(Utf8Piece, CutsBetweenCharacters)
+{
+    EXPECT_EQ(utf8_piece("", 4), "");
+    EXPECT_EQ(utf8_piece("abc", 4), "abc");
+    EXPECT_EQ(utf8_piece("abcd", 4), "abcd");
+    EXPECT_EQ(utf8_piece("abcde", 4), "abcd");
+    EXPECT_EQ(utf8_piece("abc\u20ac", 4), "abc");
+    EXPECT_EQ(utf8_piece("ab\u20ac", 4), "ab");
+    EXPECT_EQ(utf8_piece("a\u20acb", 4), "a\u20ac");
+    EXPECT_EQ(utf8_piece("a\U0001F600", 4), "a");
+    EXPECT_EQ(utf8_piece("\U0001F600b", 4), "\U0001F600");
+}
+
+TEST(Utf8Piece, CutsBytesThatAreNotUtf8Anywhere)
+{
+    EXPECT_EQ(utf8_piece("\x80\x80\x80\x80\x80\x80", 4), "\x80\x80\x80\x80");
+}
