@@ -182,6 +182,19 @@ TEST_F(HostOptions, WithCredentialsAreOverwrittenInTheProcessList)
     server.set_faults("/test.txt", {FAULT::stall_before_headers()});
     for (const ARGUMENTS& user :
          {ARGUMENTS{"--proxy-user", "ada:secret"}, ARGUMENTS{"--proxy-user=ada:secret"},
+TEST_F(HostOptions, ThatBeginWithAByteOrderMarkAreRefused)
+{
+    for (const ARGUMENTS& arguments :
+         {ARGUMENTS{"--cli", "\ufeffdl"}, ARGUMENTS{"--cli", "--download-dir=\ufeffdl"},
+          ARGUMENTS{"--cli", "\ufeff--help"}})
+    {
+        run(arguments);
+        expect_stopped("Run --help to see available options\n");
+        EXPECT_EQ(errors, "Error: argument 2 contains a byte order mark before its text\n\n");
+    }
+    EXPECT_FALSE(std::filesystem::exists(dir / "dl"));
+}
+
           ARGUMENTS{"--proxy-u", "ada:secret"}})
     {
         const std::size_t requests = server.request_count("/test.txt");

@@ -18,8 +18,9 @@ std::string utf8(const QString& text)
 
 bool is_utf8(std::string_view bytes)
 {
-    const auto text = QString::fromUtf8(bytes.data(), static_cast<int>(bytes.size()));
-    return text.toStdString() == bytes;
+    // QString drops a byte order mark, but not after another character.
+    const std::string guarded = std::string(1, '.').append(bytes);
+    return QString::fromStdString(guarded).toStdString() == guarded;
 }
 
 std::string_view utf8_piece(std::string_view text, std::size_t at_most)

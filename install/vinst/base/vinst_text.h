@@ -12,7 +12,7 @@ QString program_title();
 /// The text as UTF-8, for messages, log lines and arguments of the support libraries.
 std::string utf8(const QString& text);
 
-/// Whether the bytes are UTF-8 that QString represents without a change.
+/// Whether the bytes are valid UTF-8. QString still drops a byte order mark at their start.
 bool is_utf8(std::string_view bytes);
 
 /// The longest start of UTF-8 text that has at most that many bytes (at least 4) and ends between

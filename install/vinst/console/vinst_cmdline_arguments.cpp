@@ -15,13 +15,26 @@ namespace options = boost::program_options;
 namespace
 {
 
-/// Texts that are no UTF-8 would be changed by the conversion to QString: a path would then name
-/// another directory.
-void require_utf8(int argc, const char* const* argv)
+bool begins_with_byte_order_mark(std::string_view argument)
+{
+    constexpr std::string_view mark = "\xef\xbb\xbf";
+    constexpr std::string_view mark_of_value = "=\xef\xbb\xbf";
+    return argument.substr(0, mark.size()) == mark ||
+           argument.find(mark_of_value) != std::string_view::npos;
+}
+
+/// The conversion to QString replaces bytes that are not UTF-8 and drops a byte order mark: a path
+/// would then name another directory.
+void require_convertible(int argc, const char* const* argv)
 {
     for (int i = 1; i < argc; ++i)
+    {
+        const std::string argument = "argument " + std::to_string(i);
         if (!is_utf8(argv[i]))
-            throw std::invalid_argument("argument " + std::to_string(i) + " is not valid UTF-8");
+            throw std::invalid_argument(argument + " is not valid UTF-8");
+        if (begins_with_byte_order_mark(argv[i]))
+            throw std::invalid_argument(argument + " contains a byte order mark before its text");
+    }
 }
 
 bool names_option(const std::string& text, const options::options_description& all)
@@ -65,7 +78,7 @@ std::string parse_arguments(int argc, const char* const* argv, options::variable
     const options::options_description all = VINST_OPTION_GROUPS({}).all();
     try
     {
-        require_utf8(argc, argv);
+        require_convertible(argc, argv);
         // There are no positional arguments: any is an error.
         const options::parsed_options parsed =
             options::command_line_parser(argc, argv)

@@ -45,13 +45,13 @@ TEST(WithoutControlCharacters, ReplacesCharactersThatMoveATerminalsCursor)
     EXPECT_EQ(without_control_characters(QString("a\u202eb\u2067\u200f")), "a\uFFFDb\uFFFD\uFFFD");
 }
 
-TEST(IsUtf8, AcceptsOnlyWhatStaysTheSame)
+TEST(IsUtf8, AcceptsOnlyValidSequences)
 {
-    for (const char* text : {"", "/opt/x", "gr\u00f6\u00dfe", "\U0001F600", "a\u202eb"})
+    for (const char* text : {"", "/opt/x", "gr\u00f6\u00dfe", "\U0001F600", "a\u202eb", "\ufeffx"})
         EXPECT_TRUE(is_utf8(text)) << text;
     EXPECT_TRUE(is_utf8(std::string_view("a\0b", 3)));
-    for (const char* bytes :
-         {"\xff", "a\x80", "\xc3", "\xc0\xaf", "\xed\xa0\x80", "\xf5\x80\x80\x80", "\xef\xbb\xbfx"})
+    for (const char* bytes : {"\xff", "a\x80", "\xc3", "\xc0\xaf", "\xed\xa0\x80",
+                              "\xf5\x80\x80\x80", "\xef\xbb\xbf\xff"})
         EXPECT_FALSE(is_utf8(bytes)) << bytes;
 }
 
