@@ -155,7 +155,10 @@ TEST_F(HostOptions, AreNotTakenAsValuesOfOthers)
 {
     for (const ARGUMENTS& arguments :
          {ARGUMENTS{"--download-dir", "--help"}, ARGUMENTS{"--download-dir=--help"},
-          ARGUMENTS{"--download-dir", "--pla"}, ARGUMENTS{"--cli", "--download-dir", "--gui"}})
+          ARGUMENTS{"--download-dir", "--pla"}, ARGUMENTS{"--cli", "--download-dir", "--gui"},
+          ARGUMENTS{"--download-dir", "--install-dir=/tmp/x"}, ARGUMENTS{"--download-dir", "--"},
+          ARGUMENTS{"--download-dir", "--proxy-user=ada:secret"},
+          ARGUMENTS{"--download-dir", "--proxy-u=ada:secret"}, ARGUMENTS{"--download-dir=--"}})
     {
         run(arguments);
         expect_stopped("Run --help to see available options\n");
@@ -163,6 +166,8 @@ TEST_F(HostOptions, AreNotTakenAsValuesOfOthers)
                   "Error: the required argument for option '--download-dir' is missing\n\n");
     }
     EXPECT_FALSE(std::filesystem::exists(dir / "--help"));
+    run(run_arguments({"--components", "--none=x"}));
+    expect_stopped("--none=x is invalid\n");
 }
 
 TEST_F(HostOptions, ThatAreNotUtf8AreRefused)

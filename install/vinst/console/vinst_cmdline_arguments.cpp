@@ -40,9 +40,11 @@ void require_convertible(int argc, const char* const* argv)
 bool names_option(const std::string& text, const options::options_description& all)
 {
     constexpr std::string_view start = "--";
-    if (text.size() <= start.size() || text.compare(0, start.size(), start) != 0)
+    if (text.compare(0, start.size(), start) != 0)
         return false;
-    const std::string name = text.substr(start.size());
+    if (text == start)
+        return true; // the end of the options
+    const std::string name = text.substr(start.size(), text.find('=') - start.size());
     // An abbreviation is an option, too.
     return std::any_of(all.options().begin(), all.options().end(),
                        [&](const auto& option)
