@@ -53,6 +53,47 @@ std::string_view without_user_information(std::string_view text)
     return text.substr(at + 1);
 }
 
+/// Whether a URL consists of "user:password" without a host: what follows its colon is no port.
+///
+/// \param text  from the authority of a URL to the next URL or the end of the line
+bool lacks_host(std::string_view text)
+{
+    const std::size_t colon = text.find_first_of(":[/?# \t");
+    if (colon == std::string_view::npos || text[colon] != ':' ||
+        text.find('@') != std::string_view::npos)
+        return false;
+    const std::size_t end = text.find_first_not_of("0123456789", colon + 1);
+    return end != std::string_view::npos && !is_blank(text[end]) &&
+           std::string_view("/?#'\"<>()[],;:.").find(text[end]) == std::string_view::npos;
+}
+
+/// Where a URL ends. If it lacks a host, what looks like the next URL is a part of its password.
+///
+/// \param last_at  the last "@" of the line
+std::size_t end_of_url(std::string_view line, std::size_t authority, std::size_t last_at)
+{
+    std::size_t end = next_url(line, authority);
+    if (last_at == std::string_view::npos || last_at < end ||
+        !lacks_host(line.substr(authority, end - authority)))
+        return end;
+    const std::size_t at = line.find('@', end);
+    while (end < at)
+        end = next_url(line, line.find(scheme_end, end) + scheme_end.size());
+    return end;
+}
+
+/// Removes a URL that lacks its host up to the quote that ends it, or to the end of the text.
+///
+/// \param before  the character before the URL
+std::string masked(std::string_view text, char before)
+{
+    const bool is_quoted = before == '\'' || before == '"';
+    std::size_t end = is_quoted ? text.rfind(before) : std::string_view::npos;
+    if (end == std::string_view::npos)
+        end = text.find_last_not_of(" \t\r") + 1;
+    return std::string("***").append(text.substr(end));
+}
+
 /// Where "user:" begins in a text without URLs; the end if nowhere.
 std::size_t user_without_scheme(std::string_view text)
 {
@@ -79,14 +120,19 @@ std::string without_unmarked_user_information(std::string_view text)
 
 std::string without_credentials(std::string_view line)
 {
+    const std::size_t last_at = line.rfind('@');
     std::size_t url = next_url(line, 0);
     std::string result = without_unmarked_user_information(line.substr(0, url));
     while (url < line.size())
     {
         const std::size_t authority = line.find(scheme_end, url) + scheme_end.size();
-        const std::size_t next = next_url(line, authority);
+        const std::size_t next = end_of_url(line, authority, last_at);
+        const std::string_view rest = line.substr(authority, next - authority);
         result += line.substr(url, authority - url);
-        result += without_user_information(line.substr(authority, next - authority));
+        if (lacks_host(rest))
+            result += masked(rest, url > 0 ? line[url - 1] : '\0');
+        else
+            result += without_user_information(rest);
         url = next;
     }
     return result;

@@ -182,11 +182,6 @@ TEST_F(HostOptions, ThatAreNotUtf8AreRefused)
         EXPECT_TRUE(is_utf8(name)) << name;
 }
 
-TEST_F(HostOptions, WithCredentialsAreOverwrittenInTheProcessList)
-{
-    server.set_faults("/test.txt", {FAULT::stall_before_headers()});
-    for (const ARGUMENTS& user :
-         {ARGUMENTS{"--proxy-user", "ada:secret"}, ARGUMENTS{"--proxy-user=ada:secret"},
 TEST_F(HostOptions, ThatBeginWithAByteOrderMarkAreRefused)
 {
     for (const ARGUMENTS& arguments :
@@ -200,6 +195,11 @@ TEST_F(HostOptions, ThatBeginWithAByteOrderMarkAreRefused)
     EXPECT_FALSE(std::filesystem::exists(dir / "dl"));
 }
 
+TEST_F(HostOptions, WithCredentialsAreOverwrittenInTheProcessList)
+{
+    server.set_faults("/test.txt", {FAULT::stall_before_headers()});
+    for (const ARGUMENTS& user :
+         {ARGUMENTS{"--proxy-user", "ada:secret"}, ARGUMENTS{"--proxy-user=ada:secret"},
           ARGUMENTS{"--proxy-u", "ada:secret"}})
     {
         const std::size_t requests = server.request_count("/test.txt");
@@ -241,6 +241,19 @@ TEST_F(HostOptions, NeverShowAPassword)
             expect_hidden("http_proxy ");
             environment.erase("http_proxy");
         }
+    }
+}
+
+TEST_F(HostOptions, NeverShowThePasswordOfAnUnusableProxyVariable)
+{
+    for (const char* proxy : {"http://ada:Zq7", "http://ada:Zq7 http://Xw9@127.0.0.1:9"})
+    {
+        environment["http_proxy"] = proxy;
+        run(run_arguments({"--debug", "--retry-duration", "0"}));
+        const std::string said = output + errors + all_logs();
+        EXPECT_NE(said.find("proxy"), std::string::npos);
+        for (const char* part : {"Zq7", "Xw9"})
+            EXPECT_EQ(said.find(part), std::string::npos) << proxy << '\n' << said;
     }
 }
 
@@ -430,6 +443,11 @@ TEST_F(HostOptions, NameAMirror)
     run(run_arguments({"--url", "mailto:ada"}));
     expect_stopped(
         "The address mailto:ada cannot be used. Specify a valid http or https address.\n");
+    const std::string unclear = "The address given with --url is unclear: what precedes its last "
+                                "\"@\" may be a password or "
+                                "a part of the path. In a path, write \"@\" as %40. In a password, "
+                                "write \"/\" as %2F, \"?\" "
+                                "as %3F, \"#\" as %23 and a space as %20.\n";
     run(run_arguments({"--url", "http://ada:77/Xw9@127.0.0.1"}));
     expect_stopped(unclear);
     run(run_arguments({"--url", "http://ada:Xw9/a@127.0.0.1"}));
@@ -467,11 +485,6 @@ TEST_F(HostOptions, TestTheConnection)
                    "Test download -> success\n");
     server.set_faults("/test.txt", {FAULT::status(404)});
     run({"--test-download"});
-    const std::string unclear = "The address given with --url is unclear: what precedes its last "
-                                "\"@\" may be a password or "
-                                "a part of the path. In a path, write \"@\" as %40. In a password, "
-                                "write \"/\" as %2F, \"?\" "
-                                "as %3F, \"#\" as %23 and a space as %20.\n";
     expect_stopped(
         "Testing internet connection ... \nINFO: Proxy server: , port:\n"
         "Testing internet connection ... \nINFO: Proxy server: , port:\n"

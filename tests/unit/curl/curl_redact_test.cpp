@@ -61,6 +61,33 @@ TEST(Redact, HandlesEveryCharacterInAPasswordWithoutAScheme)
             << password;
 }
 
+TEST(Redact, HidesAPasswordThatLooksLikeAnAddress)
+{
+    EXPECT_EQ(curl_redact("http://ada:x http://Sekret@127.0.0.1:9"), "http://127.0.0.1:9");
+    EXPECT_EQ(curl_redact("at 'http://ada:x http://a https://b:80 Sekret@h:9': no"),
+              "at 'http://h:9': no");
+    EXPECT_EQ(curl_redact("http://host:80/ http://ada:s@h"), "http://host:80/ http://h");
+}
+
+TEST(Redact, HidesAPasswordWithoutAHost)
+{
+    EXPECT_EQ(curl_redact("http://ada:Sekret"), "http://***");
+    EXPECT_EQ(curl_redact("http://ada:Sek ret/x"), "http://***");
+    EXPECT_EQ(curl_redact("http://ada:12x"), "http://***");
+    EXPECT_EQ(curl_redact("Unsupported proxy syntax in 'http://ada:Se'k ret': Bad port"),
+              "Unsupported proxy syntax in 'http://***': Bad port");
+    EXPECT_EQ(curl_redact("http://ada:Sekret http://b:80/"), "http://*** http://b:80/");
+}
+
+TEST(Redact, LeavesHostsWithPortsUnchanged)
+{
+    for (const char* text :
+         {"http://h:80", "http://h:80/x:y", "http://h:", "http://h:/x", "http://h: no",
+          "'http://h:8'", "(http://h:80), \"http://h:80\".", "http://h:80: no", "http://[::1]:80/x",
+          "http://[fe80::1%25eth0]", "http://h/a:b", "http://h", "http://a:1;http://b:2 c:d"})
+        EXPECT_EQ(curl_redact(text), text);
+}
+
 TEST(Redact, TakesLinearTime)
 {
     const auto repeated = [](std::string_view text, int times)
@@ -70,7 +97,7 @@ TEST(Redact, TakesLinearTime)
             all += text;
         return all;
     };
-    for (const char* text : {"@", ":", "a:b ", "://", "http://a:b@h ", "x://", "a"})
+    for (const char* text : {"@", ":", "a:b ", "://", "http://a:b@h ", "http://a:b ", "x://", "a"})
         EXPECT_LT(time_ratio([&, line = repeated(text, 20'000)] { curl_redact(line); },
                              [&, line = repeated(text, 1000)] { curl_redact(line); }),
                   100)
