@@ -175,7 +175,7 @@ bool append_without_padding(std::string& result, std::string_view code)
 
 const std::regex& proxy_entry()
 {
-    static const std::regex expression(R"((^|[\s;])PROXY\s+(\[[0-9a-f:.]+\]|[^\s;:"']+):\d+)",
+    static const std::regex expression(R"((^|[\s;])PROXY\s+(\[[0-9a-f:.]+\]|[a-z0-9._-]+):\d+)",
                                        std::regex::icase | std::regex::optimize);
     return expression;
 }
@@ -207,15 +207,31 @@ bool is_direct(std::string_view entry)
                       { return std::toupper(static_cast<unsigned char>(c)) == expected; });
 }
 
+bool is_host_name(std::string_view text)
+{
+    return std::all_of(text.begin(), text.end(),
+                       [](char c) {
+                           return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '.' ||
+                                  c == '-' || c == '_';
+                       });
+}
+
+bool is_ip_literal(std::string_view text)
+{
+    return text.size() > 2 && text.front() == '[' && text.back() == ']' &&
+           text.substr(1, text.size() - 2).find_first_not_of("0123456789abcdefABCDEF:.") ==
+               std::string_view::npos;
+}
+
 bool is_host_with_port(std::string_view text)
 {
     const std::size_t colon = text.rfind(':');
     if (colon == std::string_view::npos || colon == 0)
         return false;
+    const std::string_view host = text.substr(0, colon);
     const std::string_view port = text.substr(colon + 1);
     return !port.empty() && std::all_of(port.begin(), port.end(), is_digit) &&
-           text.find_first_of("\"'") == std::string_view::npos &&
-           text.find_first_of(blanks) == std::string_view::npos;
+           (is_host_name(host) || is_ip_literal(host));
 }
 
 /// Whether an entry of a directive is "DIRECT", or a kind of proxy followed by a host and a port.

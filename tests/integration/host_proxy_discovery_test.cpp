@@ -229,6 +229,28 @@ TEST_F(HostDiscovery, ContinuesAfterAFileThatNamesNoProxy)
     EXPECT_TRUE(holds(log(), "[info] Proxy detected by the browser's preferences\n"));
 }
 
+TEST_F(HostDiscovery, PrintsAndLogsNoControlCharactersOfAScript)
+{
+    name_wpad("wpad");
+    const std::string hosts[] = {"ev\u202eil\u009b31m\x1b[31m.invalid", "a\u2067\u061c.invalid"};
+    for (const std::string& host : hosts)
+        for (const std::string& script :
+             {"function FindProxyForURL(url, host) { alert('" + host + "'); return 'PROXY " + host +
+                  ":8080'; }",
+              "PROXY " + host + ":8080", "function ( 'PROXY " + host + ":8080'"})
+        {
+            serve_script(script);
+            std::filesystem::remove_all(dir / "tmp");
+            dir.make_dir("tmp");
+            test_download();
+            expect_not_found();
+            const std::string said = output + errors + test_log();
+            EXPECT_TRUE(holds(said, "autoproxy for url: http://wpad/wpad.dat\n"));
+            for (const char* part : {"\u202e", "\u009b", "\x1b", "\u2067", "\u061c"})
+                EXPECT_FALSE(holds(said, part)) << script << '\n' << said;
+        }
+}
+
 TEST_F(HostDiscovery, ContinuesAfterAnEndlessScript)
 {
     const PROXY_SERVER proxy(PROXY_ENGINE::squid);

@@ -3,11 +3,12 @@
 #include "install/vinst/base/vinst_print.h"
 #include "install/vinst/console/vinst_plain_view.h"
 #include "install/vinst/console/vinst_terminal_view.h"
+#include "support/curl/curl_plain_text.h"
 
 void VINST_CONSOLE_VIEW::show_connection_attempt(const std::string& host, const std::string& port)
 {
-    print_text("Testing internet connection ... \nINFO: Proxy server: " + host + ", port:" + port +
-               "\n");
+    print_text("Testing internet connection ... \nINFO: Proxy server: " + curl_plain_text(host) +
+               ", port:" + curl_plain_text(port) + "\n");
 }
 
 std::unique_ptr<VINST_CONSOLE_VIEW> make_console_view()

@@ -3,6 +3,7 @@
 #include "install/vinst/base/vinst_messages.h"
 #include "install/vinst/base/vinst_print.h"
 #include "install/vinst/base/vinst_text.h"
+#include "support/curl/curl_plain_text.h"
 
 namespace
 {
@@ -59,5 +60,5 @@ void VINST_PLAIN_VIEW::show_progress(const std::vector<VINST_COMPONENT_PROGRESS>
 
 void VINST_PLAIN_VIEW::show_reported_line(const QString& line)
 {
-    m_progress_text += line + '\n';
+    m_progress_text += QString::fromStdString(curl_plain_text(utf8(line))) + '\n';
 }

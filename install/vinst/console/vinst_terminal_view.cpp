@@ -5,6 +5,7 @@
 #include "install/vinst/base/vinst_text.h"
 #include "install/vinst/console/vinst_block_layout.h"
 #include "install/vinst/console/vinst_terminal_text.h"
+#include "support/curl/curl_plain_text.h"
 
 #include <algorithm>
 #include <utility>
@@ -81,7 +82,7 @@ void VINST_TERMINAL_VIEW::show_pending_checks(int files, quint64 bytes)
 
 void VINST_TERMINAL_VIEW::show_reported_line(const QString& line)
 {
-    const QStringList lines = line.split('\n');
+    const QStringList lines = QString::fromStdString(curl_plain_text(utf8(line))).split('\n');
     redraw(lines);
     if (m_is_settled)
         return;

@@ -21,7 +21,7 @@ bool is_ipv6_address(const QString& host)
 
 bool is_host(const QString& host)
 {
-    static const QRegularExpression foreign(R"([\s/@\\"'])");
+    static const QRegularExpression foreign(R"([\s/@\\"'\p{Cc}\p{Cf}\p{Zl}\p{Zp}])");
     return !host.isEmpty() && !host.contains(foreign) &&
            (is_ipv6_address(host) || is_valid_proxy_server(utf8(host)));
 }

@@ -114,6 +114,14 @@ TEST(ProxyOfDirective, SkipsUnusableEntries)
     EXPECT_EQ(proxy("PROXY a\\b:8080; PROXY \"q\":1"), "");
 }
 
+TEST(ProxyOfDirective, SkipsHostsWithControlCharacters)
+{
+    for (const char* host :
+         {"ev\u202eil", "a\u009b31m", "a\x1b[31m", "a\x7f", "a\u2028", "a\u061c"})
+        EXPECT_EQ(proxy((std::string("PROXY ") + host + ".invalid:8080; PROXY b:1").c_str()), "b:1")
+            << host;
+}
+
 TEST(ProxyOfDirective, AcceptsIpv6AddressesInBrackets)
 {
     EXPECT_EQ(proxy("PROXY [2001:db8::1]:8080"), "[2001:db8::1]:8080");

@@ -108,6 +108,17 @@ TEST(DirectiveInText, MayHaveEmptyEntriesAfterTheFirst)
         EXPECT_EQ(found(text), "(none)") << text;
 }
 
+TEST(DirectiveInText, HoldsOnlyHostsOfOrdinaryCharacters)
+{
+    for (const char* text :
+         {"PROXY a-b_c.example:1", "PROXY 10.0.0.1:1", "PROXY [fe80::1]:1; SOCKS [::1]:2"})
+        EXPECT_EQ(found(text), text);
+    for (const char* host : {"ev\u202eil", "a\u009b31m", "a\x1b[31m", "a\x7f", "ada@b", "a/b",
+                             "<a>", "[::1]x", "[a\u202e]", "[", "a[1]"})
+        for (const char* quote : {"", "'"})
+            EXPECT_EQ(found(quote + std::string("PROXY ") + host + ":1" + quote), "(none)") << host;
+}
+
 TEST(DirectiveInText, IsRecognizedInLinearTime)
 {
     const auto search = [](int entries)
