@@ -1,7 +1,7 @@
 #pragma once
 
-// How a symbol is exported belongs to its declaration, and the hosts include this header as well, so
-// it can't be split into files per platform.
+// How a symbol is exported belongs to its declaration, and the hosts include this header as well,
+// so it can't be split into files per platform.
 #if defined(_WIN32)
 #define VINST_EXPORT __declspec(dllexport)
 #else

@@ -112,8 +112,8 @@ private:
     QByteArray m_output;
     QByteArray m_words;
     QString m_ended_because;
-    VINST_CHILD_PROCESS
-        m_process; ///< last, so that it is destroyed first: it may still send signals
+    /// Last, so that it is destroyed first: it may still send signals.
+    VINST_CHILD_PROCESS m_process;
 };
 
 void log_words(const QByteArray& words)
