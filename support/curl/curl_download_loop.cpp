@@ -106,14 +106,12 @@ void CURL_DOWNLOAD_LOOP::end_transfer(CURL* handle, CURLcode result)
     const auto ended =
         std::find_if(m_active.begin(), m_active.end(),
                      [handle](const auto& transfer) { return transfer->handle() == handle; });
-    CURLcode final_result = result;
-    if ((*ended)->repeat_without_range())
+    if ((*ended)->prepare_repeat(result) && add(**ended))
     {
-        if (add(**ended))
-            return;
-        final_result = CURLE_FAILED_INIT;
+        (*ended)->start_repeat();
+        return;
     }
-    (*ended)->finish(final_result);
+    (*ended)->finish(result);
     report_end(**ended);
     m_active.erase(ended);
 }

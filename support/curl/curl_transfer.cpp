@@ -341,16 +341,20 @@ CURL_OUTCOME CURL_TRANSFER::judge(const CURL_OUTCOME& result) const
     return outcome.curl_code == CURLE_OK ? m_size.judge_end(bytes_in_file()) : outcome;
 }
 
-bool CURL_TRANSFER::repeat_without_range()
+bool CURL_TRANSFER::prepare_repeat(CURLcode result)
 {
+    read_unended_head();
     // Nothing of a refused response was written, so the file still has its size.
-    if (!m_requests_range || !m_own_outcome || m_own_outcome->curl_code != CURLE_RANGE_ERROR)
+    if (!m_requests_range || judge(libcurl_outcome(result)).curl_code != CURLE_RANGE_ERROR)
         return false;
     m_requests_range = false;
     CURL_OPTIONS options(handle());
     options.set(CURLOPT_RANGE, static_cast<const char*>(nullptr));
-    if (options.refusal())
-        return false;
+    return !options.refusal();
+}
+
+void CURL_TRANSFER::start_repeat()
+{
     m_own_outcome.reset();
     m_decision.reset();
     m_head = {};
@@ -358,15 +362,19 @@ bool CURL_TRANSFER::repeat_without_range()
     m_is_in_head = false;
     m_error_buffer.front() = '\0';
     m_pace.start(CLOCK::now());
-    return true;
+}
+
+/// libcurl ends a transfer with an error status before the callback receives the end of the
+/// headers.
+void CURL_TRANSFER::read_unended_head()
+{
+    if (m_is_in_head)
+        m_head = curl_read_head(handle());
 }
 
 void CURL_TRANSFER::finish(CURLcode result)
 {
-    // libcurl ends a transfer with an error status before the callback receives the end of the
-    // headers.
-    if (m_is_in_head)
-        m_head = curl_read_head(handle());
+    read_unended_head();
     // The server has declared a body as complete that isn't the file. One that was cut off, on the
     // other hand, may be the start of the file.
     const bool is_page = result == CURLE_OK && may_be_a_page();

@@ -39,10 +39,13 @@ public:
     /// transfer must be ended now
     bool keep_going(CLOCK::time_point now);
 
-    /// To be called when libcurl has ended the request. If the server's partial response was
-    /// unusable, prepares the request once more without a range. \return whether the handle is to
-    /// be run again instead of finishing the transfer
-    bool repeat_without_range();
+    /// To be called when libcurl has ended the request. If the server refused the range, or its
+    /// partial response was unusable, sets up the request once more without a range.
+    /// \return whether the handle is to be run again, after `start_repeat`, instead of finishing
+    /// the
+    ///         transfer. That is still possible, with the result of the first request
+    bool prepare_repeat(CURLcode result);
+    void start_repeat();
 
     /// Ends the transfer and stores its result in the record.
     void finish(CURLcode result);
@@ -66,6 +69,7 @@ private:
     void set_proxy_options(CURL_OPTIONS& options);
     bool take_header(std::string_view line);
     bool take_head();
+    void read_unended_head();
     bool take_body(const char* bytes, std::size_t size);
     bool start_body();
     bool may_be_a_page() const;

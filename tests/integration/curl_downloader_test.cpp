@@ -138,18 +138,6 @@ TEST_F(Downloader, ChecksForAStopBeforeTheFilesSize)
     EXPECT_EQ(data->curl_code, 42);
 }
 
-TEST_F(Downloader, RefusesA416ThatDoesNotFitTheFile)
-{
-    for (const bool with_content_range : {true, false})
-    {
-        server.serve("/f", body, {FAULT::range_not_satisfiable(with_content_range)});
-        dir.write("f", body.substr(0, 10));
-        fetch();
-        expect_failure(33, 416);
-        EXPECT_EQ(on_disk(), body.substr(0, 10));
-    }
-}
-
 TEST_F(Downloader, SkipsBytesOnDiskInAFullResponse)
 {
     server.serve("/f", body, {FAULT::ignore_range()});
@@ -207,6 +195,45 @@ TEST_F(Downloader, RefusesASecondUnusablePart)
     EXPECT_EQ(on_disk(), body.substr(0, 1000));
     EXPECT_EQ(data->bytes_received, 0U);
     EXPECT_EQ(server.request_count("/f"), 2U);
+}
+
+TEST_F(Downloader, RepeatsTheRequestWithoutARangeAfterA416ThatDoesNotFitTheFile)
+{
+    for (const bool with_content_range : {true, false})
+    {
+        const std::size_t before = server.request_count("/f");
+        server.serve("/f", body, {FAULT::range_not_satisfiable(with_content_range)});
+        dir.write("f", body.substr(0, 1000));
+        EXPECT_EQ(fetch(), 200);
+        expect_success(body);
+        EXPECT_EQ(data->bytes_received, 99'000U);
+        ASSERT_EQ(server.request_count("/f"), before + 2);
+        EXPECT_EQ(server.requests("/f").at(before).range(), "bytes=1000-");
+        EXPECT_EQ(server.requests("/f").at(before + 1).range(), "");
+    }
+}
+
+TEST_F(Downloader, RefusesASecond416ThatDoesNotFitTheFile)
+{
+    server.serve("/f", body, {FAULT::status(416)});
+    dir.write("f", body.substr(0, 1000));
+    fetch();
+    expect_failure(33, 416);
+    EXPECT_EQ(text_of(*data), "The server has no data from byte 1000, where the file on disk ends");
+    EXPECT_EQ(on_disk(), body.substr(0, 1000));
+    EXPECT_EQ(server.request_count("/f"), 2U);
+}
+
+TEST_F(Downloader, ReportsTheUnusablePartIfTheRequestCannotBeRepeated)
+{
+    server.serve("/f", body, {FAULT::without_content_range()});
+    dir.write("f", body.substr(0, 1000));
+    const FAILING_LIBCURL failing(FAILING_LIBCURL::CALL::multi_add_handle, 1);
+    fetch();
+    expect_failure(33, 206);
+    EXPECT_EQ(text_of(*data), "The server sent a partial response without a valid range");
+    EXPECT_EQ(on_disk(), body.substr(0, 1000));
+    EXPECT_EQ(server.request_count("/f"), 1U);
 }
 
 TEST_F(Downloader, WritesNothingOfAnErrorPage)

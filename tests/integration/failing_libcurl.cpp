@@ -6,14 +6,28 @@
 namespace
 {
 
-std::atomic<bool> init_fails{false};
-std::atomic<bool> add_fails{false};
+constexpr int never = -1;
+
+/// The number of calls that succeed before the others fail, or `never`.
+std::atomic<int> good_inits{never};
+std::atomic<int> good_adds{never};
 
 constexpr int out_of_memory = 3; // CURLM_OUT_OF_MEMORY
 
-std::atomic<bool>& flag_of(FAILING_LIBCURL::CALL call)
+std::atomic<int>& count_of(FAILING_LIBCURL::CALL call)
 {
-    return call == FAILING_LIBCURL::CALL::multi_init ? init_fails : add_fails;
+    return call == FAILING_LIBCURL::CALL::multi_init ? good_inits : good_adds;
+}
+
+/// To be called by one thread at a time.
+bool next_call_fails(std::atomic<int>& good_calls)
+{
+    if (good_calls > 0)
+    {
+        --good_calls;
+        return false;
+    }
+    return good_calls != never;
 }
 
 }
@@ -23,22 +37,22 @@ std::atomic<bool>& flag_of(FAILING_LIBCURL::CALL call)
 extern "C" __attribute__((visibility("default"))) void* curl_multi_init()
 {
     static const auto real = reinterpret_cast<void* (*)()>(dlsym(RTLD_NEXT, "curl_multi_init"));
-    return init_fails ? nullptr : real();
+    return next_call_fails(good_inits) ? nullptr : real();
 }
 
 extern "C" __attribute__((visibility("default"))) int curl_multi_add_handle(void* multi, void* easy)
 {
     static const auto real =
         reinterpret_cast<int (*)(void*, void*)>(dlsym(RTLD_NEXT, "curl_multi_add_handle"));
-    return add_fails ? out_of_memory : real(multi, easy);
+    return next_call_fails(good_adds) ? out_of_memory : real(multi, easy);
 }
 
-FAILING_LIBCURL::FAILING_LIBCURL(CALL call) : m_call(call)
+FAILING_LIBCURL::FAILING_LIBCURL(CALL call, int good_calls) : m_call(call)
 {
-    flag_of(m_call) = true;
+    count_of(m_call) = good_calls;
 }
 
 FAILING_LIBCURL::~FAILING_LIBCURL()
 {
-    flag_of(m_call) = false;
+    count_of(m_call) = never;
 }

@@ -10,7 +10,8 @@ public:
         multi_add_handle
     };
 
-    explicit FAILING_LIBCURL(CALL call);
+    /// \param good_calls  that succeed before the others fail
+    explicit FAILING_LIBCURL(CALL call, int good_calls = 0);
     ~FAILING_LIBCURL();
     FAILING_LIBCURL(const FAILING_LIBCURL&) = delete;
     FAILING_LIBCURL& operator=(const FAILING_LIBCURL&) = delete;
