@@ -20,10 +20,9 @@ public:
 
     /// A request starts.
     void start(TIME now);
-    /// A line of the headers was received. The time for the headers includes those of interim
-    /// responses, but starts again after a redirect.
+    /// A line of the headers was received. The limit is for the headers of all responses to the
+    /// request together, interim ones and redirects included.
     void take_header(TIME now);
-    void take_redirect() { m_head_start.reset(); }
     void take_body(std::size_t bytes, TIME now);
 
     TIME last_activity() const { return m_last_activity; }

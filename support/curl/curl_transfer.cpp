@@ -165,8 +165,6 @@ bool CURL_TRANSFER::take_header(std::string_view line)
 bool CURL_TRANSFER::take_head()
 {
     m_head = curl_read_head(handle());
-    if (m_head.redirects())
-        m_pace.take_redirect();
     if (!m_head.redirects_to_http())
         return true;
     const char* url = nullptr;

@@ -158,6 +158,13 @@ FAULT FAULT::times(int count) const
     return limited;
 }
 
+FAULT FAULT::delayed(milliseconds delay) const
+{
+    FAULT late = *this;
+    late.interval = delay;
+    return late;
+}
+
 FAULT FAULT::for_ranges(bool with_range) const
 {
     FAULT limited = *this;

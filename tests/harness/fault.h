@@ -76,6 +76,9 @@ struct FAULT
     /// Only for requests with a range (or, if false, without one); others skip this fault.
     [[nodiscard]] FAULT for_ranges(bool with_range = true) const;
 
+    /// Of `status` and `redirect`: the head is sent this much later.
+    [[nodiscard]] FAULT delayed(std::chrono::milliseconds delay) const;
+
     enum class KIND
     {
         cut,

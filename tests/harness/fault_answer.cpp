@@ -187,6 +187,7 @@ void FAULT_ANSWER::apply(const FAULT& fault, const std::optional<HTTP_RANGE>& ra
         break;
     case KIND::status:
         become_page(static_cast<int>(fault.number), fault.text, fault.headers);
+        delay = fault.interval;
         break;
     }
 }

@@ -48,6 +48,7 @@ struct FAULT_ANSWER
     END end = END::keep_alive;
     std::uint64_t step = 256 * 1024; ///< bytes per send call
     std::chrono::milliseconds interval{0};
+    std::chrono::milliseconds delay{0}; ///< of the head
 
     void take_range(const HTTP_RANGE& range);
     void become_whole();

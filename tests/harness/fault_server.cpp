@@ -139,6 +139,8 @@ private:
             return send_slow_head(answer.interval);
         if (answer.head != FAULT_ANSWER::HEAD::normal)
             return send_endless_head(answer.head == FAULT_ANSWER::HEAD::endless_line);
+        if (answer.delay.count() > 0 && !pause(answer.delay))
+            return false;
         if (!send_all(answer.head_text()))
             return false;
         if (request.method != "HEAD" && !send_body(answer, request.path))

@@ -337,6 +337,20 @@ TEST_F(Downloader, GivesUpOnHeadersThatKeepComing)
     EXPECT_FALSE(exists());
 }
 
+TEST_F(Downloader, GivesUpOnRedirectsThatTakeTooLongTogether)
+{
+    stall_timeout = 2000ms;
+    server.serve("/f", body);
+    for (int i = 1; i <= 10; ++i)
+        server.serve(
+            "/" + std::to_string(i), "",
+            {FAULT::redirect(302, i == 1 ? "/f" : "/" + std::to_string(i - 1)).delayed(400ms)});
+    fetch(server.url("/10"));
+    EXPECT_EQ(data->curl_code, 28);
+    EXPECT_EQ(text_of(*data), "The server's headers did not end within 2 seconds");
+    EXPECT_FALSE(exists());
+}
+
 TEST_F(Downloader, GivesUpOnABodyThatHardlyGrows)
 {
     stall_timeout = 1000ms;

@@ -45,16 +45,6 @@ TEST_F(Pace, GivesUpOnHeadersWithoutAnEnd)
     EXPECT_EQ(reason_after(70s), "The server's headers did not end within 60 seconds");
 }
 
-TEST_F(Pace, StartsAgainAfterARedirect)
-{
-    pace.take_header(start + 10s);
-    pace.take_redirect();
-    pace.take_header(start + 60s);
-    pace.take_header(start + 110s);
-    EXPECT_EQ(reason_after(119s), "");
-    EXPECT_EQ(reason_after(120s), "The server's headers did not end within 60 seconds");
-}
-
 TEST_F(Pace, StartsAgainWithEachRequest)
 {
     pace.take_header(start + 10s);
