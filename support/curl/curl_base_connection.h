@@ -4,6 +4,7 @@
 #include "support/curl/curl_proxy_info.h"
 
 #include <chrono>
+#include <optional>
 #include <string>
 
 class CURL_LOGGER;
@@ -17,6 +18,8 @@ struct CURL_CONNECTION_SETTINGS
     std::chrono::seconds connect_timeout{10};
     /// For a transfer that receives nothing, no end of the headers, or hardly anything of the body.
     std::chrono::milliseconds stall_timeout{60'000};
+    /// For a complete transfer, connecting and redirects included.
+    std::optional<std::chrono::milliseconds> time_limit = {};
     /// A growing file is flushed to the disk this often, and after each 64 MiB.
     std::chrono::milliseconds flush_interval{10'000};
     std::uint64_t size_limit = 0;  ///< bytes of a file whose size is unknown; 0: none
@@ -37,6 +40,10 @@ public:
     void set_stall_timeout(std::chrono::milliseconds timeout)
     {
         m_settings.stall_timeout = timeout;
+    }
+    void set_time_limit(std::optional<std::chrono::milliseconds> limit)
+    {
+        m_settings.time_limit = limit;
     }
     void set_size_limit(std::uint64_t bytes) { m_settings.size_limit = bytes; }
     void set_flush_interval(std::chrono::milliseconds interval)

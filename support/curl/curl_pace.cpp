@@ -1,5 +1,11 @@
 #include "support/curl/curl_pace.h"
 
+std::string curl_seconds_text(std::chrono::milliseconds time)
+{
+    return std::to_string(std::chrono::duration_cast<std::chrono::seconds>(time).count()) +
+           " seconds";
+}
+
 void CURL_PACE::start(TIME now)
 {
     m_last_activity = now;
@@ -27,9 +33,7 @@ void CURL_PACE::take_body(std::size_t bytes, TIME now)
 
 std::string CURL_PACE::reason_to_give_up(TIME now)
 {
-    const std::string limit =
-        std::to_string(std::chrono::duration_cast<std::chrono::seconds>(m_limit).count()) +
-        " seconds";
+    const std::string limit = curl_seconds_text(m_limit);
     if (now - m_last_activity >= m_limit)
         return "No data received for " + limit;
     if (!m_body_start)

@@ -6,6 +6,9 @@
 #include <optional>
 #include <string>
 
+/// "20 seconds", rounded down.
+std::string curl_seconds_text(std::chrono::milliseconds time);
+
 /// Decides when to give up on a server that sends nothing, headers without an end, or a body that
 /// hardly grows. The caller passes in the time.
 class CURL_PACE

@@ -67,8 +67,9 @@ bool CURL_TRANSFER::prepare()
         store(*options.refusal(), 0);
         return false;
     }
-    m_last_flush = CLOCK::now();
-    m_pace.start(m_last_flush);
+    m_start = CLOCK::now();
+    m_last_flush = m_start;
+    m_pace.start(m_start);
     return true;
 }
 
@@ -275,6 +276,9 @@ bool CURL_TRANSFER::keep_going(CLOCK::time_point now)
         return end_with({});
     if (std::string reason = m_pace.reason_to_give_up(now); !reason.empty())
         return end_with({CURLE_OPERATION_TIMEDOUT, std::move(reason)});
+    if (const auto limit = m_settings.time_limit; limit && now - m_start >= *limit)
+        return end_with({CURLE_OPERATION_TIMEDOUT,
+                         "The transfer did not end within " + curl_seconds_text(*limit)});
     return report_progress();
 }
 

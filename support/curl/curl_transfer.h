@@ -102,6 +102,7 @@ private:
     std::uint64_t m_skipped = 0;  ///< bytes of the body skipped
     std::vector<char> m_pending;  ///< received, not yet written
     CLOCK::time_point m_pending_since;
+    CLOCK::time_point m_start; ///< of the first request
     CURL_PACE m_pace;
     std::uint64_t m_flushed = 0;    ///< the part of `m_received` for which a flush was requested
     CLOCK::time_point m_last_flush; ///< the last request for a flush

@@ -249,6 +249,22 @@ TEST_F(ConnectionTest, GivesUpOnASilentServerWithin45Seconds)
     EXPECT_LE(2 * VINST_CONNECTION_TEST::default_silence, 42s);
 }
 
+TEST_F(ConnectionTest, GivesUpOnASlowServerWithin45Seconds)
+{
+    load();
+    longest_silence = 1s;
+    // 20 kB/s, which is too much for a silent server.
+    server.serve(route(), SERVED_BODY::of_pattern(1'000'000), {FAULT::trickle(2000, 100ms)});
+    const STOPWATCH watch;
+    EXPECT_FALSE(test({}));
+    EXPECT_TRUE(watch.within(6s));
+    EXPECT_NE(printed.find("error: The transfer did not end within 1 seconds, Httpcode: 200, "
+                           "Curlcode: 28\n"),
+              std::string::npos)
+        << printed;
+    EXPECT_LE(2 * VINST_CONNECTION_TEST::default_silence * 11 / 10, 44s);
+}
+
 TEST_F(ConnectionTest, ReadsAtMostOneMebibyte)
 {
     load();

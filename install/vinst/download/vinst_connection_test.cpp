@@ -128,7 +128,10 @@ VINST_FETCH_RESULT VINST_CONNECTION_TEST::fetch(const CURL_PROXY_INFO& proxy,
 
     // Each attempt starts without a file, because the file of an earlier one may have any content.
     FIO_FILE_SYSTEM::remove_if_exists(path);
-    return fetch_file({utf8(m_release.test_url()), path, proxy, m_longest_silence}, m_view);
+    VINST_FETCH fetch{utf8(m_release.test_url()), path, proxy, m_longest_silence};
+    // Longer than the silence, which is the better explanation for a silent server.
+    fetch.time_limit = m_longest_silence * 11 / 10;
+    return fetch_file(fetch, m_view);
 }
 
 bool VINST_CONNECTION_TEST::has_the_test_file(const VINST_FETCH_RESULT& result,

@@ -21,11 +21,11 @@ struct VINST_CONNECTION_RESULT
 class VINST_CONNECTION_TEST
 {
 public:
-    /// Two attempts with this silence end within 45 s.
+    /// Two attempts with this silence, each with a time limit of a tenth more, end within 45 s.
     static constexpr std::chrono::milliseconds default_silence{20'000};
 
     /// \param proxies          outlives the test
-    /// \param longest_silence  of the server in each attempt
+    /// \param longest_silence  of the server in each attempt. It also sets the attempt's time limit
     VINST_CONNECTION_TEST(VINST_RELEASE& release, VINST_DOWNLOADER_VIEW& view,
                           VINST_PROXY_SOURCE& proxies,
                           std::chrono::milliseconds longest_silence = default_silence);
