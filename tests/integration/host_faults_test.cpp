@@ -43,11 +43,6 @@ const FAULT_CASE cases[] = {
      "One: Error: The server offers 8000 bytes, but the release lists 3000, Httpcode: 206, "
      "Curlcode: 63",
      write_error, "The server offers 8000 bytes, but the release lists 3000", 500},
-    {"RangeNotSatisfiable", FAULT::range_not_satisfiable(true), 500,
-     "One: Error: The server has no data from byte 500, where the file on disk ends, Httpcode: "
-     "416, "
-     "Curlcode: 33",
-     "", "The server has no data from byte 500, where the file on disk ends", 500},
     {"NotFound", FAULT::status(404), 500,
      "One: Error: The requested URL returned error: 404, Httpcode: 404, Curlcode: 22",
      ". Error 404: File not found.", "the server answered with HTTP status 404 (file not found)",
@@ -250,7 +245,8 @@ TEST_F(HostFaults, AreOvercomeWhenTheServerMislabelsRanges)
 {
     builder.component("one").pattern_content(3000, 1);
     publish();
-    for (const FAULT& fault : {FAULT::wrong_range_start(10), FAULT::without_content_range()})
+    for (const FAULT& fault : {FAULT::wrong_range_start(10), FAULT::without_content_range(),
+                               FAULT::range_not_satisfiable(true)})
     {
         dir.write("dl/one.run", read_file(builder.file("one").path).substr(0, 500));
         server.set_faults("/one.run", {fault});
