@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <set>
 #include <sys/prctl.h>
 #include <unistd.h>
 
@@ -63,8 +64,7 @@ private:
     int m_early_signal = 0;
 };
 
-/// Not affected by signals to this program's group or terminal. Never destroyed while it runs,
-/// because its destructor would kill it.
+/// Not affected by signals to this program's group or terminal.
 class DETACHED_PROCESS final : public VINST_CHILD_PROCESS
 {
 protected:
@@ -74,6 +74,13 @@ protected:
         ::setsid();
     }
 };
+
+/// Not destroyed at the end of the program, because that would kill those that still run.
+std::set<QProcess*>& detached_processes()
+{
+    static auto& processes = *new std::set<QProcess*>;
+    return processes;
+}
 
 }
 
@@ -110,8 +117,13 @@ bool start_detached(const QString& program, const QStringList& arguments,
     if (!process->waitForStarted(-1))
         return false;
     QProcess* const running = process.release();
+    detached_processes().insert(running);
     QObject::connect(running, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), running,
-                     &QObject::deleteLater);
+                     [running]
+                     {
+                         detached_processes().erase(running);
+                         running->deleteLater();
+                     });
     return true;
 }
 

@@ -210,7 +210,8 @@ TEST_F(RunCommand, KeepsProcessingItsCallersEvents)
     QElapsedTimer clock;
     clock.start();
     EXPECT_NE(run_command(QString::fromStdString(script),
-                          [&] { return seen > 5 || clock.hasExpired(long_enough.count()); }),
+                          [&] { return seen > 5 || clock.hasExpired(long_enough.count()); })
+                  .exit_code,
               0);
     EXPECT_GT(seen, 5);
 }
