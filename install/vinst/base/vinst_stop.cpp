@@ -4,7 +4,17 @@
 #include "install/vinst/base/vinst_stop_state.h"
 #include "support/thr/thr_sleep.h"
 
+#include <QDeadlineTimer>
 #include <QTimer>
+
+#include <algorithm>
+
+namespace
+{
+
+constexpr std::chrono::milliseconds longest_sleep{100};
+
+}
 
 VINST_STOP_STATE& vinst_stop_state()
 {
@@ -24,11 +34,11 @@ bool is_shutting_down()
 
 bool wait_unless_stopped(std::chrono::milliseconds duration)
 {
-    QTimer timer;
-    timer.setSingleShot(true);
-    timer.setTimerType(Qt::PreciseTimer);
-    timer.start(duration);
-    while (timer.isActive() && !is_to_stop())
+    const QDeadlineTimer deadline(duration);
+    // On Windows, an event that is posted just before the loop waits may not end that wait.
+    QTimer wake_up;
+    wake_up.start(std::min(duration, longest_sleep));
+    while (!deadline.hasExpired() && !is_to_stop())
         process_events();
     return !is_to_stop();
 }
