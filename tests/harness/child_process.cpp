@@ -345,7 +345,7 @@ void CHILD_PROCESS::resize_if_requested()
     m_changed.notify_all();
 }
 
-std::size_t CHILD_PROCESS::resize(CHILD_TERMINAL size)
+void CHILD_PROCESS::stop_and_wait() const
 {
     ::kill(m_pid, SIGSTOP);
     siginfo_t info = {};
@@ -353,7 +353,29 @@ std::size_t CHILD_PROCESS::resize(CHILD_TERMINAL size)
            errno == EINTR)
     {
     }
+}
+
+std::size_t CHILD_PROCESS::resize(CHILD_TERMINAL size)
+{
+    // The system passes on what was written with a delay, and the child may be in the middle of a
+    // text.
+    constexpr std::chrono::milliseconds quiet{200};
+    stop_and_wait();
     std::unique_lock lock(m_mutex);
+    for (;;)
+    {
+        const std::size_t length = m_output.size();
+        const auto has_grown = [&] { return m_output.size() != length; };
+        if (m_changed.wait_for(lock, quiet, has_grown))
+            continue;
+        if (m_output.empty() || m_output.back() == '\n')
+            break;
+        ::kill(m_pid, SIGCONT);
+        m_changed.wait_for(lock, quiet, has_grown);
+        lock.unlock();
+        stop_and_wait();
+        lock.lock();
+    }
     m_requested_size = size;
     ::eventfd_write(m_wake, 1);
     m_changed.wait(lock, [this] { return !m_requested_size; });

@@ -61,6 +61,7 @@ private:
     void await_end();
     void read_available(int& descriptor, std::string& into);
     void resize_if_requested();
+    void stop_and_wait() const;
 
     pid_t m_pid = -1;
     int m_output_end = -1; ///< the terminal's master side if there is one

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <utility>
 
 namespace
 {
@@ -56,7 +57,7 @@ void SCREEN_MODEL::erase_below()
 
 std::size_t SCREEN_MODEL::escape(std::string_view text)
 {
-    const std::size_t end = text.find_first_of("ABCDHJK", 2);
+    const std::size_t end = text.find_first_not_of("0123456789;", 2);
     if (text.substr(0, 2) != "\x1b[" || end == std::string_view::npos)
         throw std::runtime_error("an escape sequence that the program doesn't use");
     const std::string parameter(text.substr(2, end - 2));
@@ -101,13 +102,26 @@ void SCREEN_MODEL::put(const std::string& character)
     m_column += width;
 }
 
-void SCREEN_MODEL::write(std::string_view text)
+/// Whether more of the sequence may follow in a later text.
+bool SCREEN_MODEL::is_unfinished(std::string_view escape)
 {
+    return escape.find_first_not_of("0123456789;", 2) == std::string_view::npos &&
+           escape.substr(0, 2) == std::string_view("\x1b[").substr(0, escape.size());
+}
+
+void SCREEN_MODEL::write(std::string_view new_text)
+{
+    const std::string text = std::exchange(m_unfinished, {}) + std::string(new_text);
     for (std::size_t i = 0; i < text.size();)
     {
+        if (text[i] == '\x1b' && is_unfinished(std::string_view(text).substr(i)))
+        {
+            m_unfinished = text.substr(i);
+            return;
+        }
         if (text[i] == '\x1b')
         {
-            i += escape(text.substr(i));
+            i += escape(std::string_view(text).substr(i));
             continue;
         }
         const std::size_t length = sequence_length(text[i]);

@@ -41,6 +41,7 @@ private:
 
     [[nodiscard]] bool is_limited() const { return m_height > 0; }
     ROW& row();
+    [[nodiscard]] static bool is_unfinished(std::string_view escape);
     std::size_t escape(std::string_view text);
     void move_up(std::size_t count);
     void erase_below();
@@ -56,4 +57,5 @@ private:
     std::size_t m_top = 0; ///< index of the screen's first row; those before are the scrollback
     std::size_t m_row = 0; ///< of the cursor
     std::size_t m_column = 0;
+    std::string m_unfinished; ///< the start of an escape sequence
 };

@@ -3,6 +3,7 @@
 #include "install/vinst/base/vinst_print_platform.h"
 #include "support/thr/thr_sleep.h"
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -13,8 +14,8 @@
 namespace
 {
 
-/// How long a text may take after a stop request.
-constexpr std::chrono::milliseconds grace_after_stop{300};
+/// How long all texts together may wait for the reader after a stop request.
+constexpr std::chrono::milliseconds patience_after_stop{600};
 
 /// Writes on a separate thread. No system has a write that is certain not to block: a non-blocking
 /// descriptor would be one for every program on the same terminal or pipe, and the space that
@@ -50,20 +51,32 @@ public:
                 is_stopping = true;
                 m_changed.notify_all();
             });
-        const auto is_written = [this] { return m_text.empty(); };
         const auto is_written_or_late = [&] { return m_text.empty() || is_stopping; };
 
         std::unique_lock lock(m_mutex);
         m_changed.wait(lock, is_written_or_late);
-        if (!is_written())
+        if (!is_written_in_time(lock))
             return; // the reader hasn't taken the previous text
         m_text = text;
         m_changed.notify_all();
         m_changed.wait(lock, is_written_or_late);
-        m_changed.wait_for(lock, grace_after_stop, is_written);
+        is_written_in_time(lock);
     }
 
 private:
+    /// Waits as long as the reader has been granted, which ends at a stop.
+    bool is_written_in_time(std::unique_lock<std::mutex>& lock)
+    {
+        if (m_text.empty())
+            return true;
+        const auto begin = std::chrono::steady_clock::now();
+        const bool is_written =
+            m_changed.wait_for(lock, m_patience, [this] { return m_text.empty(); });
+        m_patience -= std::min<std::chrono::nanoseconds>(m_patience,
+                                                         std::chrono::steady_clock::now() - begin);
+        return is_written;
+    }
+
     [[noreturn]] void write_texts()
     {
         std::unique_lock lock(m_mutex);
@@ -82,6 +95,7 @@ private:
     std::mutex m_mutex;
     std::condition_variable m_changed;
     std::string m_text; ///< being written; guarded by the mutex, empty when there is none
+    std::chrono::nanoseconds m_patience = patience_after_stop; ///< what is left of it
     bool m_has_thread = false;
 };
 
