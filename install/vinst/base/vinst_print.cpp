@@ -64,7 +64,7 @@ public:
     }
 
 private:
-    /// Waits as long as the reader has been granted, which ends at a stop.
+    /// Waits until the text has been written or the patience is used up.
     bool is_written_in_time(std::unique_lock<std::mutex>& lock)
     {
         if (m_text.empty())
