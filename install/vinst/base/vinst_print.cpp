@@ -15,7 +15,7 @@ namespace
 {
 
 /// How long all texts together may wait for the reader after a stop request.
-constexpr std::chrono::milliseconds patience_after_stop{600};
+constexpr std::chrono::milliseconds patience_after_stop{1000};
 
 /// Writes on a separate thread. No system has a write that is certain not to block: a non-blocking
 /// descriptor would be one for every program on the same terminal or pipe, and the space that
