@@ -292,3 +292,26 @@ TEST_F(ConnectionTest, NeedsATemporaryDirectory)
                        "Your temp directory is not writable, cannot perform test download.\n");
     EXPECT_EQ(server.request_count(route()), 0U);
 }
+
+TEST_F(ConnectionTest, DoesNotBlameTheConnectionForAFullDisk)
+{
+    if (!TMPFS_DIR::available())
+        GTEST_SKIP() << "file systems can't be mounted here";
+    const TMPFS_DIR disk(64 * 1024);
+    const std::string temp = disk.path().string();
+    builder.test_file(server.url(""), "test.txt", std::string(200'000, 'x'));
+    load();
+    qputenv("TMPDIR", temp.c_str());
+    EXPECT_FALSE(test({}));
+    qunsetenv("TMPDIR");
+    const std::string start = once("", "") +
+                              "Your temp directory is not writable, cannot perform test download.\n"
+                              "Details:\nTest download failed with error: Cannot write " +
+                              temp + "/";
+    EXPECT_EQ(printed.substr(0, start.size()), start);
+    EXPECT_NE(printed.find("/test.txt: No space left on device, Httpcode: 200, Curlcode: 23\n"),
+              std::string::npos)
+        << printed;
+    EXPECT_EQ(server.request_count(route()), 1U);
+    EXPECT_EQ(proxies.asked, 0);
+}

@@ -34,6 +34,14 @@ VINST_CONNECTION_RESULT failure(const std::string& text)
     return {false, text};
 }
 
+const char* message_of(const CURL_PROXY_INFO& proxy, const VINST_FETCH_RESULT& result)
+{
+    if (result.failure.kind == CURL_FAILURE::KIND::write)
+        return "ERROR_TEMP_NOT_WRITABLE"; // a full disk says nothing about the connection
+    return proxy.has_host() ? "ERROR_TEST_DOWNLOAD_WITH_PROXY"
+                            : "ERROR_TEST_DOWNLOAD_WITHOUT_PROXY";
+}
+
 VINST_CONNECTION_RESULT failed_attempts(const CURL_PROXY_INFO& proxy,
                                         const VINST_FETCH_RESULT& result)
 {
@@ -42,9 +50,8 @@ VINST_CONNECTION_RESULT failed_attempts(const CURL_PROXY_INFO& proxy,
                                 ", Httpcode: " + std::to_string(result.http_code) +
                                 ", Curlcode: " + std::to_string(result.curl_code);
     run_log().info("%s", details);
-    return failure(message(proxy.has_host() ? "ERROR_TEST_DOWNLOAD_WITH_PROXY"
-                                            : "ERROR_TEST_DOWNLOAD_WITHOUT_PROXY") +
-                   "\nDetails:\n" + details + (reason.empty() ? "" : "\n" + reason));
+    return failure(message(message_of(proxy, result)) + "\nDetails:\n" + details +
+                   (reason.empty() ? "" : "\n" + reason));
 }
 
 void add_credentials(CURL_PROXY_INFO& proxy, const VINST_PROXY_SETTINGS& settings)
@@ -93,6 +100,8 @@ VINST_CONNECTION_RESULT VINST_CONNECTION_TEST::try_proxies(const VINST_PROXY_SET
         run_log().debug(message("TEST_DOWNLOAD_RESULTS", "fail"));
         if (is_to_stop())
             return {};
+        if (result.failure.kind == CURL_FAILURE::KIND::write)
+            return failed_attempts(proxy, result);
         const VINST_CONNECTION_STEP step = next_connection_step(
             attempt, host_platform(), settings.use_default_proxy, proxy.has_host());
         if (step == VINST_CONNECTION_STEP::give_up)
