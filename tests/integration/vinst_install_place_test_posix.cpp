@@ -57,19 +57,58 @@ TEST(InstallPlace, IsUnusableOnAFileSystemWithoutPrograms)
                   "directory.");
 }
 
-TEST(InstallPlace, WarnsRootAboutADirectoryThatOthersCanWrite)
+class OpenDownloadDir : public ::testing::Test
 {
+protected:
+    OpenDownloadDir()
+    {
+        std::filesystem::create_directories(dir / "above" / "dl");
+        release.set_download_dir(QString::fromStdString((dir / "above" / "dl").string()));
+    }
+
+    std::string warning() { return utf8(open_download_dir_warning(release)); }
+
+    void set_mode(const std::string& name, mode_t mode)
+    {
+        ASSERT_EQ(::chmod((dir / name).c_str(), mode), 0);
+    }
+
+    void expect_warning_for_root()
+    {
+        if (::geteuid() != 0)
+            EXPECT_EQ(warning(), "") << "users choose themselves whom they trust";
+        else
+            EXPECT_EQ(warning().find("Warning: other users can write the download directory " +
+                                     (dir / "above" / "dl").string() +
+                                     " or a directory above it, and could replace files"),
+                      0U)
+                << warning();
+    }
+
     const TEMP_DIR dir;
     VINST_RELEASE release;
-    release.set_download_dir(dir.qstr());
-    EXPECT_EQ(open_download_dir_warning(release), "");
-    ASSERT_EQ(::chmod(dir.str().c_str(), 0775), 0);
-    const std::string warning = utf8(open_download_dir_warning(release));
+};
+
+TEST_F(OpenDownloadDir, IsReportedToRoot)
+{
+    EXPECT_EQ(warning(), "");
+    set_mode("above/dl", 0775);
+    expect_warning_for_root();
+}
+
+TEST_F(OpenDownloadDir, IsAlsoOneThatOthersCanReplace)
+{
+    set_mode("above", 0777);
+    expect_warning_for_root();
+    set_mode("above", 01777);
+    EXPECT_EQ(warning(), "") << "as in /tmp, only the owner can rename what is in it";
+}
+
+TEST_F(OpenDownloadDir, IsAlsoOneBelowAnotherUsersDirectory)
+{
     if (::geteuid() != 0)
-        EXPECT_EQ(warning, "") << "users choose themselves whom they trust";
-    else
-        EXPECT_EQ(warning.find("Warning: other users can write the download directory " +
-                               dir.str() + " and could replace files"),
-                  0U)
-            << warning;
+        GTEST_SKIP() << "only root can give a directory away";
+    constexpr uid_t other_user = 1234;
+    ASSERT_EQ(::chown((dir / "above").c_str(), other_user, static_cast<gid_t>(-1)), 0);
+    expect_warning_for_root();
 }

@@ -70,8 +70,8 @@ QString open_download_dir_warning(VINST_RELEASE& release)
         return {};
     return "Warning: other users can write the download directory " +
            native(release.download_dir()) +
-           " and could replace files before they are installed. Use a directory that only the "
-           "administrator can write.";
+           " or a directory above it, and could replace files before they are installed. Use a "
+           "directory that only the administrator can write.";
 }
 
 VINST_INSTALL_LOCK::VINST_INSTALL_LOCK() = default;
