@@ -168,10 +168,11 @@ TEST_F(Downloader, RefusesAFullResponseShorterThanTheFile)
     EXPECT_EQ(on_disk(), body.substr(0, 1000));
 }
 
-TEST_F(Downloader, RepeatsTheRequestWithoutARangeAfterAnUnusablePart)
+/// Resumes a file, and expects that one request without a range follows the one with the fault.
+class DownloaderRange : public Downloader
 {
-    for (const FAULT& fault : {FAULT::wrong_range_start(-1), FAULT::wrong_range_start(7),
-                               FAULT::without_content_range()})
+protected:
+    void expect_repetition_after(const FAULT& fault)
     {
         const std::size_t before = server.request_count("/f");
         server.serve("/f", body, {fault});
@@ -183,6 +184,13 @@ TEST_F(Downloader, RepeatsTheRequestWithoutARangeAfterAnUnusablePart)
         EXPECT_EQ(server.requests("/f").at(before).range(), "bytes=1000-");
         EXPECT_EQ(server.requests("/f").at(before + 1).range(), "");
     }
+};
+
+TEST_F(DownloaderRange, IsGivenUpAfterAnUnusablePart)
+{
+    expect_repetition_after(FAULT::wrong_range_start(-1));
+    expect_repetition_after(FAULT::wrong_range_start(7));
+    expect_repetition_after(FAULT::without_content_range());
 }
 
 TEST_F(Downloader, RefusesASecondUnusablePart)
@@ -197,20 +205,10 @@ TEST_F(Downloader, RefusesASecondUnusablePart)
     EXPECT_EQ(server.request_count("/f"), 2U);
 }
 
-TEST_F(Downloader, RepeatsTheRequestWithoutARangeAfterA416ThatDoesNotFitTheFile)
+TEST_F(DownloaderRange, IsGivenUpAfterA416ThatDoesNotFitTheFile)
 {
     for (const bool with_content_range : {true, false})
-    {
-        const std::size_t before = server.request_count("/f");
-        server.serve("/f", body, {FAULT::range_not_satisfiable(with_content_range)});
-        dir.write("f", body.substr(0, 1000));
-        EXPECT_EQ(fetch(), 200);
-        expect_success(body);
-        EXPECT_EQ(data->bytes_received, 99'000U);
-        ASSERT_EQ(server.request_count("/f"), before + 2);
-        EXPECT_EQ(server.requests("/f").at(before).range(), "bytes=1000-");
-        EXPECT_EQ(server.requests("/f").at(before + 1).range(), "");
-    }
+        expect_repetition_after(FAULT::range_not_satisfiable(with_content_range));
 }
 
 TEST_F(Downloader, RefusesASecond416ThatDoesNotFitTheFile)
