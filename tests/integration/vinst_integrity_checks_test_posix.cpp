@@ -1,8 +1,12 @@
+#include "install/vinst/download/vinst_integrity_checks.h"
+
+#include "tests/harness/wait_until.h"
 #include "tests/integration/manager_fixture.h"
 #include "tests/integration/recording_view.h"
 
 #include <QElapsedTimer>
 
+#include <fstream>
 #include <sched.h>
 
 namespace
@@ -33,10 +37,93 @@ private:
     bool m_is_set = false;
 };
 
+constexpr quint64 mebibyte = quint64{1024} * 1024;
+
+/// By this process, from files and pipes.
+quint64 bytes_read()
+{
+    std::ifstream counters("/proc/self/io");
+    std::string name;
+    quint64 count = 0;
+    counters >> name >> count; // the first line is "rchar: COUNT"
+    return count;
+}
+
+class FollowedFile : public ManagerTest
+{
+protected:
+    FollowedFile()
+    {
+        builder.component("one").pattern_content(40 * mebibyte, 1);
+        load();
+        content = content_of("one");
+        append(0, 39 * mebibyte);
+    }
+
+    void append(std::size_t begin, std::size_t end) const
+    {
+        std::filesystem::create_directories(dir / "dl");
+        std::ofstream(dir / "dl/one.run", std::ios::app | std::ios::binary)
+            << content.substr(begin, end - begin);
+    }
+
+    /// What the check of the complete file reads.
+    quint64 read_by_check()
+    {
+        const quint64 before = bytes_read();
+        checks.start(*component("one"));
+        checks.wait();
+        return bytes_read() - before;
+    }
+
+    void follow_everything()
+    {
+        const quint64 before = bytes_read();
+        checks.follow(*component("one"), 39 * mebibyte);
+        ASSERT_TRUE(wait_until([&] { return bytes_read() >= before + 39 * mebibyte; }));
+    }
+
+    std::string content;
+    VINST_INTEGRITY_CHECKS checks{quiet_view};
+};
+
 class OneProcessor : public ManagerTest
 {
 };
 
+}
+
+TEST_F(FollowedFile, IsReadInStepsOfSomeSize)
+{
+    checks.follow(*component("one"), 15 * mebibyte);
+    append(39 * mebibyte, 40 * mebibyte);
+    EXPECT_GE(read_by_check(), 40 * mebibyte);
+    EXPECT_TRUE(component("one")->file.has_passed());
+}
+
+TEST_F(FollowedFile, LeavesOnlyTheRestToItsCheck)
+{
+    follow_everything();
+    append(39 * mebibyte, 40 * mebibyte);
+    EXPECT_LT(read_by_check(), 2 * mebibyte);
+    EXPECT_TRUE(component("one")->file.has_passed());
+}
+
+TEST_F(FollowedFile, FailsWithAWrongRest)
+{
+    follow_everything();
+    append(0, mebibyte);
+    read_by_check();
+    EXPECT_TRUE(component("one")->file.is_checked());
+    EXPECT_FALSE(component("one")->file.has_passed());
+}
+
+TEST_F(FollowedFile, IsReadFromItsStartAfterAnEarlierAttempt)
+{
+    follow_everything();
+    checks.finish();
+    append(39 * mebibyte, 40 * mebibyte);
+    EXPECT_GE(read_by_check(), 40 * mebibyte);
 }
 
 TEST_F(OneProcessor, IsEnoughForTheChecksOfAWindow)

@@ -1,6 +1,6 @@
 #include "install/vinst/console/vinst_version.h"
 
-#include "install/vinst/download/vinst_integrity_checks.h"
+#include "install/vinst/download/vinst_worker_jobs.h"
 #include "support/curl/curl_version_text.h"
 
 #include <QtGlobal>
@@ -22,5 +22,5 @@ bool asks_for_version(int argc, const char* const* argv)
 std::string version_text()
 {
     return std::string("vinst " VINST_VERSION "\nQt ") + qVersion() + "\nlibcurl " +
-           curl_version_text() + "\noneTBB " + integrity_check_library_version() + "\n";
+           curl_version_text() + "\noneTBB " + worker_library_version() + "\n";
 }

@@ -268,6 +268,8 @@ VINST_COMPONENT_PROGRESS VINST_DOWNLOADER_MGR::take_progress(VINST_COMPONENT* co
     progress.size = component->expected_size();
     progress.percent = get_progress_percentage(component, true, false, received);
     progress.state = state_of(*component);
+    if (!component->file.is_complete() && received > 0)
+        m_checks.follow(*component, progress.bytes);
 
     totals.downloaded += progress.bytes;
     totals.received += received;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "install/vinst/download/vinst_file_digest.h"
 #include "install/vinst/release/vinst_component_file.h"
 
 #include <QString>
@@ -8,20 +9,17 @@
 
 struct VINST_COMPONENT;
 
-/// Called with the number of bytes that have been read from the file so far.
-using VINST_READ_CALLBACK = std::function<void(quint64)>;
-
 /// The MD5 checksum of a file as 32 lower-case hexadecimal digits; empty when the file can't be
-/// read or `is_cancelled` returned true. Logs how long it took.
-QString calc_md5sum(const QString& path, const std::function<bool()>& is_cancelled = {},
-                    const VINST_READ_CALLBACK& on_read = {});
+/// read. Logs how long it took.
+QString calc_md5sum(const QString& path);
 
 /// Whether the component's local file exists and has the manifest's MD5 checksum; false when
 /// `is_cancelled` returned true.
 bool check_md5(const VINST_COMPONENT* component, const std::function<bool()>& is_cancelled = {});
 
-/// Hashes a file and, when the checksum is right, flushes it to the disk. A file that changes
-/// meanwhile or can't be flushed doesn't pass; the reason is logged. Any thread.
-VINST_FILE_CHECK check_file(const QString& path, const QString& md5sum,
+/// Hashes what the digest has not yet read of its file and, when the checksum is right, flushes the
+/// file to the disk. A file that changes meanwhile or can't be flushed doesn't pass; the reason is
+/// logged. Any thread.
+VINST_FILE_CHECK check_file(VINST_FILE_DIGEST& digest, const QString& md5sum,
                             const std::function<bool()>& is_cancelled,
                             const VINST_READ_CALLBACK& on_read = {});

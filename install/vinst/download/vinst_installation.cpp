@@ -144,8 +144,8 @@ bool INSTALLATION::check_again_if_changed(VINST_COMPONENT& component)
 bool INSTALLATION::check_again(VINST_COMPONENT& component) const
 {
     component.file.begin_check();
-    const VINST_FILE_CHECK check =
-        check_file(component.file.path(), component.md5sum, m_is_to_stop);
+    VINST_FILE_DIGEST digest(component.file.path());
+    const VINST_FILE_CHECK check = check_file(digest, component.md5sum, m_is_to_stop);
     component.file.finish_check(check);
     return check.passed;
 }

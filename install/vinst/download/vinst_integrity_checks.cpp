@@ -1,6 +1,5 @@
 #include "install/vinst/download/vinst_integrity_checks.h"
 
-#include "install/vinst/base/vinst_event_loop.h"
 #include "install/vinst/base/vinst_messages.h"
 #include "install/vinst/base/vinst_stop.h"
 #include "install/vinst/base/vinst_text.h"
@@ -10,28 +9,14 @@
 #include <QElapsedTimer>
 #include <QTimer>
 
-#include <tbb/global_control.h>
-#include <tbb/task_arena.h>
-#include <tbb/version.h>
-
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
-#include <deque>
 #include <exception>
 #include <mutex>
 #include <numeric>
 #include <optional>
 #include <utility>
-
-/// How much work of one VINST_INTEGRITY_CHECKS has not ended; shared with the workers.
-struct VINST_UNFINISHED_WORK
-{
-    std::mutex mutex; ///< guards the count
-    std::condition_variable changed;
-    int count = 0;
-};
 
 namespace
 {
@@ -39,12 +24,47 @@ namespace
 constexpr std::chrono::milliseconds collection_interval{500};
 constexpr int display_interval = 1000; // milliseconds
 
+/// A file is read in steps of at least this size while it grows.
+constexpr quint64 least_step = quint64{16} * 1024 * 1024;
+
+}
+
+/// A file that is hashed while it grows. The atomics are shared between threads.
+struct VINST_FOLLOWED_FILE
+{
+    explicit VINST_FOLLOWED_FILE(const QString& path) : digest(path) {}
+
+    void read_what_is_there()
+    {
+        try
+        {
+            const std::lock_guard lock(mutex);
+            digest.read_to_end([this] { return is_ended || is_to_stop(); });
+            bytes_read = digest.bytes_read();
+        }
+        catch (const std::exception& error)
+        {
+            run_log().error("Cannot read %s: %s", utf8(digest.path()), error.what());
+        }
+        is_being_read = false;
+    }
+
+    std::mutex mutex; ///< guards the digest: the check waits until a step has noticed its end
+    VINST_FILE_DIGEST digest;
+    std::atomic<bool> is_ended{false};
+    std::atomic<bool> is_being_read{false};
+    std::atomic<quint64> bytes_read{0};
+};
+
+namespace
+{
+
 /// The work of a worker thread. The atomics are shared between threads; the main thread reads the
 /// result once `finished` is set.
 struct CHECK_WORK
 {
-    explicit CHECK_WORK(const VINST_COMPONENT& component)
-        : path(component.file.path()), md5sum(component.md5sum)
+    CHECK_WORK(const VINST_COMPONENT& component, std::shared_ptr<VINST_FOLLOWED_FILE> followed)
+        : file(std::move(followed)), path(component.file.path()), md5sum(component.md5sum)
     {
     }
 
@@ -60,7 +80,6 @@ struct CHECK_WORK
             result = VINST_FILE_CHECK{};
         }
         finished = true;
-        wake_event_loop();
     }
 
     void check()
@@ -68,12 +87,14 @@ struct CHECK_WORK
         const auto is_cancelled = [this] { return cancelled || is_shutting_down(); };
         if (is_cancelled())
             return;
-        const VINST_FILE_CHECK checked =
-            check_file(path, md5sum, is_cancelled, [this](quint64 bytes) { bytes_read = bytes; });
+        const std::lock_guard lock(file->mutex);
+        const VINST_FILE_CHECK checked = check_file(file->digest, md5sum, is_cancelled,
+                                                    [this](quint64 bytes) { bytes_read = bytes; });
         if (!is_cancelled())
             result = checked;
     }
 
+    const std::shared_ptr<VINST_FOLLOWED_FILE> file;
     const QString path;
     const QString md5sum;
     std::atomic<bool> cancelled{false};
@@ -82,61 +103,15 @@ struct CHECK_WORK
     std::optional<VINST_FILE_CHECK> result; ///< none when it was cancelled
 };
 
-/// Work on its way from the main thread to a worker, and whose it is.
-struct HANDED_OVER_WORK
-{
-    std::shared_ptr<CHECK_WORK> work;
-    std::shared_ptr<VINST_UNFINISHED_WORK> unfinished;
-};
-
-// Debian's oneTBB is not built with the thread sanitizer, which therefore does not see that
-// starting a oneTBB task orders what both threads do. Work is handed over under this mutex, which
-// it does see.
-std::mutex handover_mutex;
-std::deque<HANDED_OVER_WORK> handed_over_work;
-
-HANDED_OVER_WORK take_over()
-{
-    const std::lock_guard lock(handover_mutex);
-    const HANDED_OVER_WORK next = handed_over_work.front();
-    handed_over_work.pop_front();
-    return next;
-}
-
-void run_next()
-{
-    HANDED_OVER_WORK next = take_over();
-    next.work->run();
-    next.work.reset();
-    const std::lock_guard lock(next.unfinished->mutex);
-    --next.unfinished->count;
-    next.unfinished->changed.notify_all();
-}
-
-/// oneTBB counts the main thread as a worker, so that there is no worker on one processor. Here the
-/// main thread only waits: there is a worker for every processor, and no slot is reserved.
-void enqueue(HANDED_OVER_WORK work)
-{
-    constexpr unsigned reserved_slots = 0;
-    static const int processors = tbb::this_task_arena::max_concurrency();
-    static const tbb::global_control limit(tbb::global_control::max_allowed_parallelism,
-                                           static_cast<std::size_t>(processors) + 1);
-    static tbb::task_arena arena(processors, reserved_slots);
-    {
-        const std::lock_guard lock(handover_mutex);
-        handed_over_work.push_back(std::move(work));
-    }
-    arena.enqueue([] { run_next(); });
-}
-
 }
 
 /// The check of one file; used by the main thread.
 class VINST_DOWNLOADER_MGR_CHECK_INTEGRITY_TASK
 {
 public:
-    explicit VINST_DOWNLOADER_MGR_CHECK_INTEGRITY_TASK(VINST_COMPONENT& checked)
-        : component(checked), work(std::make_shared<CHECK_WORK>(checked))
+    VINST_DOWNLOADER_MGR_CHECK_INTEGRITY_TASK(VINST_COMPONENT& checked,
+                                              std::shared_ptr<VINST_FOLLOWED_FILE> followed)
+        : component(checked), work(std::make_shared<CHECK_WORK>(checked, std::move(followed)))
     {
     }
 
@@ -159,21 +134,41 @@ public:
     QTimer timer;
 };
 
-std::string integrity_check_library_version()
-{
-    return TBB_runtime_version();
-}
-
-VINST_INTEGRITY_CHECKS::VINST_INTEGRITY_CHECKS(VINST_DOWNLOADER_VIEW& view)
-    : m_view(view), m_unfinished(std::make_shared<VINST_UNFINISHED_WORK>())
-{
-}
+VINST_INTEGRITY_CHECKS::VINST_INTEGRITY_CHECKS(VINST_DOWNLOADER_VIEW& view) : m_view(view) {}
 
 VINST_INTEGRITY_CHECKS::~VINST_INTEGRITY_CHECKS()
 {
     cancel();
-    std::unique_lock lock(m_unfinished->mutex);
-    m_unfinished->changed.wait(lock, [this] { return m_unfinished->count == 0; });
+}
+
+void VINST_INTEGRITY_CHECKS::follow(const VINST_COMPONENT& component, quint64 bytes)
+{
+    std::shared_ptr<VINST_FOLLOWED_FILE>& file = m_followed[&component];
+    if (file == nullptr)
+        file = std::make_shared<VINST_FOLLOWED_FILE>(component.file.path());
+    if (file->is_being_read || bytes < file->bytes_read + least_step || is_to_stop())
+        return;
+    file->is_being_read = true;
+    m_jobs.start([followed = file] { followed->read_what_is_there(); });
+}
+
+/// What has been hashed of the component's file while it grew; the next reader begins there.
+std::shared_ptr<VINST_FOLLOWED_FILE>
+VINST_INTEGRITY_CHECKS::take_followed(const VINST_COMPONENT& component)
+{
+    std::shared_ptr<VINST_FOLLOWED_FILE> file = std::move(m_followed[&component]);
+    m_followed.erase(&component);
+    if (file == nullptr || file->digest.path() != component.file.path())
+        return std::make_shared<VINST_FOLLOWED_FILE>(component.file.path());
+    file->is_ended = true;
+    return file;
+}
+
+void VINST_INTEGRITY_CHECKS::end_following()
+{
+    for (const auto& [component, file] : m_followed)
+        file->is_ended = true;
+    m_followed.clear();
 }
 
 void VINST_INTEGRITY_CHECKS::start(VINST_COMPONENT& component)
@@ -184,7 +179,7 @@ void VINST_INTEGRITY_CHECKS::start(VINST_COMPONENT& component)
     if (is_pending || is_shutting_down())
         return;
     component.file.begin_check();
-    const auto task = std::make_shared<TASK>(component);
+    const auto task = std::make_shared<TASK>(component, take_followed(component));
     QObject::connect(&task->timer, &QTimer::timeout, &task->timer,
                      [this, weak = std::weak_ptr<TASK>(task)]
                      {
@@ -194,15 +189,12 @@ void VINST_INTEGRITY_CHECKS::start(VINST_COMPONENT& component)
     task->timer.start(collection_interval);
     m_pending.append(task.get());
     m_cancellable.append(task);
-    {
-        const std::lock_guard lock(m_unfinished->mutex);
-        ++m_unfinished->count;
-    }
-    enqueue({task->work, m_unfinished});
+    m_jobs.start([work = task->work] { work->run(); });
 }
 
 void VINST_INTEGRITY_CHECKS::cancel()
 {
+    end_following();
     for (const std::shared_ptr<TASK>& task : qAsConst(m_cancellable))
         task->work->cancelled = true;
     // One pass gives up every cancelled task, so nothing stays pending.
@@ -237,7 +229,7 @@ void VINST_INTEGRITY_CHECKS::finish()
 {
     cancel();
     // A worker may be flushing its file to a slow disk, which nothing can cut short.
-    while (!m_cancellable.isEmpty())
+    while (m_jobs.are_running() || !m_cancellable.isEmpty())
     {
         m_view.process_events();
         collect_all();

@@ -1,18 +1,16 @@
 #pragma once
 
 #include "install/vinst/download/vinst_downloader_view.h"
+#include "install/vinst/download/vinst_worker_jobs.h"
 #include "install/vinst/release/vinst_component.h"
 
 #include <QList>
 
+#include <map>
 #include <memory>
-#include <string>
 
 class VINST_DOWNLOADER_MGR_CHECK_INTEGRITY_TASK;
-struct VINST_UNFINISHED_WORK;
-
-/// The version of oneTBB, whose workers run the checks.
-[[nodiscard]] std::string integrity_check_library_version();
+struct VINST_FOLLOWED_FILE;
 
 /// Integrity checks of components' files, each on a worker thread. All members are called on the
 /// main thread, where a timer collects the results and stores them in the components.
@@ -25,6 +23,10 @@ public:
     VINST_INTEGRITY_CHECKS(const VINST_INTEGRITY_CHECKS&) = delete;
     VINST_INTEGRITY_CHECKS& operator=(const VINST_INTEGRITY_CHECKS&) = delete;
 
+    /// Hashes what is on the disk of a file that is being fetched, if that has become much since
+    /// the last call: when it is complete, little is left for its check. \param bytes  the file's
+    /// size now
+    void follow(const VINST_COMPONENT& component, quint64 bytes);
     /// Starts a check unless one is pending for the component or the process is shutting down.
     void start(VINST_COMPONENT& component);
     /// Whether a result is still pending.
@@ -40,6 +42,8 @@ public:
 private:
     using TASK = VINST_DOWNLOADER_MGR_CHECK_INTEGRITY_TASK;
 
+    std::shared_ptr<VINST_FOLLOWED_FILE> take_followed(const VINST_COMPONENT& component);
+    void end_following();
     void collect_all();
     void collect(const std::shared_ptr<TASK>& task);
     void collect_finished(TASK& task);
@@ -53,5 +57,7 @@ private:
     QList<TASK*> m_pending;
     /// Tasks that have not ended: pending ones, and cancelled ones whose worker is still reading.
     QList<std::shared_ptr<TASK>> m_cancellable;
-    const std::shared_ptr<VINST_UNFINISHED_WORK> m_unfinished;
+    /// Files that are being fetched and have no check yet.
+    std::map<const VINST_COMPONENT*, std::shared_ptr<VINST_FOLLOWED_FILE>> m_followed;
+    VINST_WORKER_JOBS m_jobs; ///< the last member: its end waits for workers that use the others
 };

@@ -15,7 +15,8 @@ class FileCheck : public ::testing::Test
 protected:
     VINST_FILE_CHECK check(const VINST_READ_CALLBACK& on_read)
     {
-        return check_file(QString::fromStdString(path.string()), calc_md5sum(qpath()), {}, on_read);
+        VINST_FILE_DIGEST digest(qpath());
+        return check_file(digest, calc_md5sum(qpath()), {}, on_read);
     }
     QString qpath() const { return QString::fromStdString(path.string()); }
 
@@ -68,4 +69,16 @@ TEST(Chmod, ChangesNothingIfTheModeIsRight)
     const auto before = FIO_FILE_SYSTEM::identity(path);
     EXPECT_TRUE(FIO_FILE_SYSTEM::chmod(path, 0700));
     EXPECT_EQ(before, FIO_FILE_SYSTEM::identity(path));
+}
+
+TEST_F(FileCheck, ReadsEverythingAgainBeforeItFailsAFileThatWasHashedWhileItGrew)
+{
+    VINST_FILE_DIGEST digest(qpath());
+    std::ofstream(path) << "something";
+    ASSERT_TRUE(digest.read_to_end());
+    std::ofstream(path) << "something else";
+    std::fstream(path) << "SOMETHING";
+    const QString md5 = calc_md5sum(qpath());
+    EXPECT_TRUE(check_file(digest, md5, {}).passed);
+    EXPECT_FALSE(check_file(digest, QStringLiteral("900150983cd24fb0d6963f7d28e17f72"), {}).passed);
 }
