@@ -36,9 +36,10 @@ end_work() {
   rm -rf "$work"
 }
 
-# serve DIR: serves a directory with nginx on a free port of the loopback address. Sets base_url.
+# serve DIR [DIRECTIVES]: serves a directory with nginx on a free port of the loopback address, with
+# further directives of nginx for it. Sets base_url.
 serve() {
-  local dir=$1 port try
+  local dir=$1 directives=${2:-} port try
   for try in 1 2 3 4 5 6 7 8 9 10; do
     port=$((20000 + RANDOM % 20000))
     mkdir -p "$work/nginx"
@@ -57,7 +58,7 @@ http {
   fastcgi_temp_path $work/nginx/fastcgi;
   uwsgi_temp_path $work/nginx/uwsgi;
   scgi_temp_path $work/nginx/scgi;
-  server { listen 127.0.0.1:$port; root $dir; }
+  server { listen 127.0.0.1:$port; root $dir; $directives }
 }
 EOT
     PATH="$PATH:/usr/sbin" nginx -p "$work/nginx" -c "$work/nginx/nginx.conf" 2>/dev/null &
