@@ -31,10 +31,10 @@ protected:
         options.auto_install = auto_install;
         options.release = std::move(release);
         options.selected_components = {options.release->find_component("one", host_platform())};
-        return printed_by([&] { succeeded = run_console(options, false); });
+        return printed_by([&] { outcome = run_console(options, false); });
     }
 
-    bool succeeded = false;
+    VINST_RUN_OUTCOME outcome = VINST_RUN_OUTCOME::stopped;
 };
 
 }
@@ -46,7 +46,7 @@ TEST_F(ConsoleRun, InstallsNothingWithoutAdministratorRights)
               "You must run this command with administrator privileges to install the software.\n");
     EXPECT_TRUE(log_holds("[error] You must run this command with administrator privileges to "
                           "install the software."));
-    EXPECT_FALSE(succeeded);
+    EXPECT_EQ(outcome, VINST_RUN_OUTCOME::refused);
     EXPECT_EQ(server.requests().size(), 0U);
     EXPECT_EQ(list_tree(dir / "dl"), std::vector<std::string>{});
 }
@@ -55,7 +55,7 @@ TEST_F(ConsoleRun, DownloadsWithoutAdministratorRights)
 {
     load();
     const std::string printed = run(false);
-    EXPECT_TRUE(succeeded);
+    EXPECT_EQ(outcome, VINST_RUN_OUTCOME::complete);
     EXPECT_NE(printed.find("\nDownload successful\n"), std::string::npos) << printed;
     EXPECT_EQ(read_file(dir / "dl/one.run"), content_of("one"));
 }

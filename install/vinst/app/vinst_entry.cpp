@@ -114,7 +114,7 @@ int run_graphically(VINST_RELEASE& release)
 struct RUN_END
 {
     int exit_code;
-    bool has_failed; ///< a console run; its exit code doesn't say so
+    bool has_failed; ///< a console run; its exit code may not say so
 };
 
 RUN_END run(VINST_OPTIONS& options)
@@ -122,7 +122,14 @@ RUN_END run(VINST_OPTIONS& options)
     use_release(*options.release);
     if (!options.console_mode)
         return {run_graphically(*options.release), false};
-    return {0, !run_console(options, has_admin_rights())};
+    const VINST_RUN_OUTCOME outcome = run_console(options, has_admin_rights());
+    return {options.strict ? strict_exit_code(outcome) : 0, is_failure(outcome)};
+}
+
+/// The exit code of a run that the options have ended.
+int early_exit_code(const VINST_OPTIONS& options)
+{
+    return options.strict && options.tested ? strict_exit_code(*options.tested) : stopped_early;
 }
 
 /// Loads the release. Without one, the help is printed if it is requested.
@@ -142,7 +149,7 @@ std::unique_ptr<VINST_RELEASE> load_release(int argc, const char* const* argv, b
 int run_with_log(VINST_OPTIONS& options, int argc, char** argv)
 {
     const bool goes_on = options.parse(argc, argv) == 0;
-    const RUN_END end = goes_on ? run(options) : RUN_END{stopped_early, false};
+    const RUN_END end = goes_on ? run(options) : RUN_END{early_exit_code(options), false};
     VINST_MESSAGES::instance().close_log();
     if (goes_on)
         print_log_path(*options.release, keep_log(*options.release), options.console_mode,

@@ -14,5 +14,6 @@
 /// \param argc, argv  the host's command line, unchanged; credentials in it are overwritten
 /// \param gui_host    true from the graphical host
 /// \return the host's exit code: 1 when the run stopped before its main work, the event loop's
-///         result in graphical mode, and 0 after a console run, whether or not it succeeded
+///         result in graphical mode, and 0 after a console run, whether or not it succeeded,
+///         unless --strict is given
 extern "C" VINST_EXPORT int install_vinst_run(int argc, char** argv, bool gui_host);

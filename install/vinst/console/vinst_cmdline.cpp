@@ -135,6 +135,7 @@ int VINST_OPTIONS::parse(int argc, char** argv)
     run_log().info("Welcome to the %s", utf8(release->display_title()));
     auto_install = variables.count("auto-install") > 0;
     bypass = variables.count("bypass") > 0;
+    strict = variables.count("strict") > 0;
     debug = variables.count("debug") > 0;
     if (debug)
         VINST_MESSAGES::instance().set_debug();
@@ -143,7 +144,11 @@ int VINST_OPTIONS::parse(int argc, char** argv)
         return stop_run;
     if (variables.count("test-download") > 0)
     {
-        is_log_needed = !test_connection() && !is_to_stop();
+        VINST_RUN_FACTS facts;
+        facts.is_connected = test_connection();
+        facts.was_stopped = !facts.is_connected && is_to_stop();
+        tested = decide_run_outcome(facts);
+        is_log_needed = *tested == VINST_RUN_OUTCOME::no_connection;
         return stop_run;
     }
     if (!take_platform())

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "install/vinst/base/vinst_limits.h"
+#include "install/vinst/console/vinst_run_outcome.h"
 #include "install/vinst/download/vinst_connection_rules.h"
 #include "install/vinst/release/vinst_data.h"
 #include "install/vinst/release/vinst_data_components.h"
@@ -8,6 +9,7 @@
 #include <boost/program_options/variables_map.hpp>
 
 #include <memory>
+#include <optional>
 #include <string>
 
 /// Everything that the command line can set. Filled once by `parse`, read by the console run.
@@ -27,6 +29,7 @@ struct VINST_OPTIONS
     bool debug = false;
     bool accept_eula = false;
     bool bypass = false;
+    bool strict = false;
     int parallel_downloads = vinst_parallel_downloads.initial;
     int retry_duration = vinst_retry_minutes.initial; ///< minutes
     std::string platform;
@@ -38,6 +41,7 @@ struct VINST_OPTIONS
     std::unique_ptr<VINST_RELEASE> release;
     VINST_COMPONENT_LIST selected_components;
     bool is_log_needed = true; ///< false if `parse` stopped the run, but not because of an error
+    std::optional<VINST_RUN_OUTCOME> tested; ///< the outcome if only the connection was tested
 
     /// Parses and validates the command line, handles one-shot options such as the help, selects
     /// the mode, opens the log, and applies the settings to the release.

@@ -121,20 +121,45 @@ bool download_with_retries(VINST_DOWNLOADER_MGR& manager, VINST_CONSOLE_VIEW& vi
     }
 }
 
+/// Counts the files that are not verified.
+void take_download(const VINST_DOWNLOADER_MGR& manager, VINST_RUN_FACTS& facts)
+{
+    for (const VINST_COMPONENT* component : manager.failed_components())
+        ++(component->file.is_corrupted() ? facts.corrupted_files : facts.incomplete_files);
 }
 
-bool run_console(VINST_OPTIONS& options, bool is_admin)
+void install(VINST_DOWNLOADER_MGR& manager, VINST_RUN_FACTS& facts)
 {
-    if (is_to_stop())
-        return true;
+    const VINST_INSTALL_OUTCOME outcome = manager.install();
+    facts.was_stopped = is_to_stop();
+    facts.installation = outcome.result;
+    facts.has_left_out = !outcome.not_installed.isEmpty();
+    if (facts.was_stopped)
+        return;
+    for (const QString& line : outcome.not_installed)
+        report(utf8(line), false);
+    report(utf8(install_verdict(outcome)), false);
+}
+
+VINST_RUN_FACTS run_steps(VINST_OPTIONS& options, bool is_admin)
+{
+    VINST_RUN_FACTS facts;
+    facts.was_stopped = is_to_stop();
+    if (facts.was_stopped)
+        return facts;
     VINST_INSTALL_LOCK lock;
-    if (!pass_checks(options, is_admin, lock))
-        return false;
+    facts.was_refused = !pass_checks(options, is_admin, lock);
+    if (facts.was_refused)
+        return facts;
 
     const std::unique_ptr<VINST_CONSOLE_VIEW> view = make_console_view();
     VINST_DOWNLOADER_MGR manager(*options.release, *view);
-    if (!manager.test_download(options.proxy_settings()).works)
-        return is_to_stop();
+    facts.is_connected = manager.test_download(options.proxy_settings()).works;
+    if (!facts.is_connected)
+    {
+        facts.was_stopped = is_to_stop();
+        return facts;
+    }
     // Corrupt files of earlier runs are deleted at the start of an attempt. If there is only one,
     // they have to be known by then; otherwise, checking them while others download is faster.
     const bool is_only_attempt = options.retry_duration == 0;
@@ -144,14 +169,19 @@ bool run_console(VINST_OPTIONS& options, bool is_admin)
     manager.wait_for_integrity_tasks();
 
     if (!download_with_retries(manager, *view, options))
-        return is_to_stop();
-    if (!options.auto_install)
-        return true;
-    const VINST_INSTALL_OUTCOME outcome = manager.install();
-    if (is_to_stop())
-        return true;
-    for (const QString& line : outcome.not_installed)
-        report(utf8(line), false);
-    report(utf8(install_verdict(outcome)), false);
-    return outcome.result == VINST_INSTALL_OUTCOME::RESULT::installed;
+    {
+        facts.was_stopped = is_to_stop();
+        take_download(manager, facts);
+        return facts;
+    }
+    if (options.auto_install)
+        install(manager, facts);
+    return facts;
+}
+
+}
+
+VINST_RUN_OUTCOME run_console(VINST_OPTIONS& options, bool is_admin)
+{
+    return decide_run_outcome(run_steps(options, is_admin));
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "install/vinst/console/vinst_run_outcome.h"
+
 struct VINST_OPTIONS;
 
 /// The complete unattended job: pre-checks, connection test, summary, download with retries,
@@ -7,5 +9,4 @@ struct VINST_OPTIONS;
 /// standard output and in the log.
 ///
 /// \param is_admin  whether the process has the rights to install
-/// \return false when it failed; a run that was stopped has not
-[[nodiscard]] bool run_console(VINST_OPTIONS& options, bool is_admin);
+[[nodiscard]] VINST_RUN_OUTCOME run_console(VINST_OPTIONS& options, bool is_admin);
