@@ -38,7 +38,7 @@ install(DIRECTORY packaging/linux/icons/ DESTINATION ${icons})
 install(FILES support/afcq/images/1.svg DESTINATION ${icons}/scalable/apps RENAME vinst.svg)
 
 install(FILES README.md CHANGELOG.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
-file(GLOB documents CONFIGURE_DEPENDS docs/*.md)
+file(GLOB documents CONFIGURE_DEPENDS docs/*.md docs/*.json)
 install(FILES ${documents} DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs)
 
 if(VINST_PERL)

@@ -30,7 +30,7 @@ for argument in "$@"; do
                          openssl tmux ca-certificates curl tzdata binutils clang-format clang-tidy
                          e2fsprogs mount util-linux
                          pandoc man-db mandoc bsdextrautils bash-completion zsh fish
-                         desktop-file-utils appstream) ;;
+                         desktop-file-utils appstream python3-jsonschema) ;;
         bench) packages+=(nginx-light aria2 curl openssl time) ;;
         package) packages+=(pandoc debhelper fakeroot dpkg-dev lintian debootstrap git iproute2 mount util-linux
                             patchelf qt5-qmake libqt5svg5 perl xz-utils) ;;

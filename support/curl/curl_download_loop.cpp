@@ -46,18 +46,13 @@ void CURL_DOWNLOAD_LOOP::fail_all(std::deque<CURL_REQUEST> queue)
     {
         CURL_TRANSFER transfer(std::move(request), m_settings, m_flusher);
         transfer.finish(CURLE_FAILED_INIT);
-        report_end(transfer);
+        m_on_file_end(transfer);
     }
 }
 
 bool CURL_DOWNLOAD_LOOP::add(const CURL_TRANSFER& transfer)
 {
     return curl_multi_add_handle(m_multi.get(), transfer.handle()) == CURLM_OK;
-}
-
-void CURL_DOWNLOAD_LOOP::report_end(const CURL_TRANSFER& transfer)
-{
-    m_on_file_end(transfer.data(), transfer.failure());
 }
 
 void CURL_DOWNLOAD_LOOP::start_transfers(std::deque<CURL_REQUEST>& queue, std::size_t parallel)
@@ -75,7 +70,7 @@ void CURL_DOWNLOAD_LOOP::start_transfers(std::deque<CURL_REQUEST>& queue, std::s
         }
         if (is_prepared)
             transfer->finish(CURLE_FAILED_INIT);
-        report_end(*transfer);
+        m_on_file_end(*transfer);
     }
 }
 
@@ -112,6 +107,6 @@ void CURL_DOWNLOAD_LOOP::end_transfer(CURL* handle, CURLcode result)
         return;
     }
     (*ended)->finish(result);
-    report_end(**ended);
+    m_on_file_end(**ended);
     m_active.erase(ended);
 }

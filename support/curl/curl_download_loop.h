@@ -14,7 +14,7 @@
 class CURL_DOWNLOAD_LOOP
 {
 public:
-    using END_CALLBACK = std::function<void(const CURL_PROGRESS_DATA*, const CURL_FAILURE&)>;
+    using END_CALLBACK = std::function<void(const CURL_TRANSFER&)>;
 
     /// \param on_file_end  called after each file that has ended, successfully or not
     CURL_DOWNLOAD_LOOP(const CURL_CONNECTION_SETTINGS& settings, END_CALLBACK on_file_end);
@@ -31,7 +31,6 @@ private:
 
     void fail_all(std::deque<CURL_REQUEST> queue);
     bool add(const CURL_TRANSFER& transfer);
-    void report_end(const CURL_TRANSFER& transfer);
     void start_transfers(std::deque<CURL_REQUEST>& queue, std::size_t parallel);
     void collect_finished();
     void end_unwanted(bool stop);

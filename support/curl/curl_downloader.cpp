@@ -73,8 +73,8 @@ int CURL_DOWNLOADER::download_one_file(const std::string& url, const std::string
 
 void CURL_DOWNLOADER::run(std::size_t parallel)
 {
-    CURL_DOWNLOAD_LOOP loop(m_settings, [this](const auto* data, const auto& failure)
-                            { count_file(data, failure); });
+    CURL_DOWNLOAD_LOOP loop(m_settings,
+                            [this](const CURL_TRANSFER& transfer) { count_file(transfer); });
     loop.run(std::exchange(m_queue, {}), parallel, m_stop);
     {
         const std::lock_guard lock(m_mutex);
@@ -87,13 +87,20 @@ void CURL_DOWNLOADER::run(std::size_t parallel)
 
 CURL_FAILURE CURL_DOWNLOADER::failure_of(const CURL_PROGRESS_DATA* data) const
 {
-    const auto found = m_failures.find(data);
-    return found != m_failures.end() ? found->second : CURL_FAILURE();
+    const auto found = m_ends.find(data);
+    return found != m_ends.end() ? found->second.failure : CURL_FAILURE();
 }
 
-void CURL_DOWNLOADER::count_file(const CURL_PROGRESS_DATA* data, const CURL_FAILURE& failure)
+std::optional<std::chrono::nanoseconds>
+CURL_DOWNLOADER::request_time(const CURL_PROGRESS_DATA* data) const
 {
-    m_failures[data] = failure;
+    const auto found = m_ends.find(data);
+    return found != m_ends.end() ? found->second.request_time : std::nullopt;
+}
+
+void CURL_DOWNLOADER::count_file(const CURL_TRANSFER& transfer)
+{
+    m_ends[transfer.data()] = {transfer.failure(), transfer.duration()};
     ++m_finished;
     if (m_on_file_end)
         m_on_file_end();

@@ -5,12 +5,16 @@
 #include "support/curl/curl_request.h"
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <functional>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <thread>
+
+class CURL_TRANSFER;
 
 /// Downloads files over http and https, several at a time, on a separate thread.
 ///
@@ -47,6 +51,9 @@ public:
     /// Why a file's transfer failed. To be called once the downloads are complete; of kind `none`
     /// for a file that was transferred or is unknown.
     CURL_FAILURE failure_of(const CURL_PROGRESS_DATA* data) const;
+    /// How long the file was requested. To be called once the downloads are complete; empty for a
+    /// file that was not requested.
+    std::optional<std::chrono::nanoseconds> request_time(const CURL_PROGRESS_DATA* data) const;
 
     /// The number of files that have ended, successfully or not.
     std::size_t finished_files() const { return m_finished; }
@@ -57,11 +64,17 @@ public:
 
 private:
     void run(std::size_t parallel);
-    void count_file(const CURL_PROGRESS_DATA* data, const CURL_FAILURE& failure);
+    struct FILE_END
+    {
+        CURL_FAILURE failure;
+        std::optional<std::chrono::nanoseconds> request_time;
+    };
+
+    void count_file(const CURL_TRANSFER& transfer);
 
     std::function<void()> m_on_file_end; ///< unchanged while the thread runs
     std::deque<CURL_REQUEST> m_queue; ///< the caller's until the thread starts, then the thread's
-    std::map<const CURL_PROGRESS_DATA*, CURL_FAILURE> m_failures; ///< the thread's until complete
+    std::map<const CURL_PROGRESS_DATA*, FILE_END> m_ends; ///< the thread's until complete
     std::thread m_thread;
 
     std::mutex m_mutex; ///< for the waits on the two counters below

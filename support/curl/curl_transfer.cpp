@@ -376,6 +376,8 @@ void CURL_TRANSFER::read_unended_head()
 
 void CURL_TRANSFER::finish(CURLcode result)
 {
+    if (m_start != CLOCK::time_point())
+        m_duration = CLOCK::now() - m_start;
     read_unended_head();
     // The server has declared a body as complete that isn't the file. One that was cut off, on the
     // other hand, may be the start of the file.

@@ -53,6 +53,8 @@ public:
     const CURL_PROGRESS_DATA* data() const { return m_request.data; }
     /// Of a transfer that has ended.
     const CURL_FAILURE& failure() const { return m_failure; }
+    /// From the first request to the end; empty if nothing was requested.
+    std::optional<CLOCK::duration> duration() const { return m_duration; }
 
 private:
     struct EASY_DELETER
@@ -103,6 +105,7 @@ private:
     std::vector<char> m_pending;  ///< received, not yet written
     CLOCK::time_point m_pending_since;
     CLOCK::time_point m_start; ///< of the first request
+    std::optional<CLOCK::duration> m_duration;
     CURL_PACE m_pace;
     std::uint64_t m_flushed = 0;    ///< the part of `m_received` for which a flush was requested
     CLOCK::time_point m_last_flush; ///< the last request for a flush

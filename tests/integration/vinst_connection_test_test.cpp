@@ -23,6 +23,7 @@ public:
         ++asked;
         return found;
     }
+    VINST_PROXY_ORIGIN discovered_origin() const override { return VINST_PROXY_ORIGIN::wpad; }
 
     CURL_PROXY_INFO found;
     int asked = 0;
@@ -210,6 +211,8 @@ TEST_F(ConnectionTest, ContinuesWithADetectedProxy)
     EXPECT_EQ(proxies.asked, 1);
     EXPECT_EQ(printed, once("", "") + once(gate.host(), port) + "Test download -> success\n");
     EXPECT_EQ(release->proxy_info.username(), "ada");
+    EXPECT_EQ(result.proxy.host(), gate.host());
+    EXPECT_EQ(result.origin, VINST_PROXY_ORIGIN::wpad);
 }
 
 TEST_F(ConnectionTest, TriesADetectedProxyTwiceAndDetectsNoOther)
@@ -226,6 +229,8 @@ TEST_F(ConnectionTest, TriesADetectedProxyTwiceAndDetectsNoOther)
                      "Internet connection cannot be established. Verify your proxy settings.\n"),
         0U)
         << printed;
+    EXPECT_EQ(result.proxy.port(), port);
+    EXPECT_EQ(result.origin, VINST_PROXY_ORIGIN::wpad);
 }
 
 TEST_F(ConnectionTest, DetectsNoProxyIfOneWasNamed)

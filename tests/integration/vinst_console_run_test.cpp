@@ -31,7 +31,7 @@ protected:
         options.auto_install = auto_install;
         options.release = std::move(release);
         options.selected_components = {options.release->find_component("one", host_platform())};
-        return printed_by([&] { outcome = run_console(options, false); });
+        return printed_by([&] { outcome = run_console(options, false).outcome; });
     }
 
     VINST_RUN_OUTCOME outcome = VINST_RUN_OUTCOME::stopped;

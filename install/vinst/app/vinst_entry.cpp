@@ -117,19 +117,43 @@ struct RUN_END
     bool has_failed; ///< a console run; its exit code may not say so
 };
 
+/// Writes the record of a console run if a file is given for it. \return false if that failed
+bool save_record(const VINST_RUN_RECORD& record, const VINST_OPTIONS& options)
+{
+    if (!options.console_mode || options.json_file.isEmpty())
+        return true;
+    const QString error = replace_file(
+        options.json_file, run_record_json(record, options, QDateTime::currentDateTimeUtc()));
+    if (!error.isEmpty())
+        report("The outcome could not be written to " +
+                   utf8(QDir::toNativeSeparators(options.json_file)) + ": " + utf8(error),
+               true);
+    return error.isEmpty();
+}
+
+/// \param usual_code  the exit code without --strict
+RUN_END end_of_run(const VINST_RUN_RECORD& record, const VINST_OPTIONS& options, int usual_code)
+{
+    const bool is_saved = save_record(record, options);
+    if (!options.strict)
+        return {usual_code, is_failure(record.outcome)};
+    const int code = strict_exit_code(record.outcome);
+    return {code == 0 && !is_saved ? stopped_early : code, is_failure(record.outcome)};
+}
+
 RUN_END run(VINST_OPTIONS& options)
 {
     use_release(*options.release);
     if (!options.console_mode)
         return {run_graphically(*options.release), false};
-    const VINST_RUN_OUTCOME outcome = run_console(options, has_admin_rights());
-    return {options.strict ? strict_exit_code(outcome) : 0, is_failure(outcome)};
+    return end_of_run(run_console(options, has_admin_rights()), options, 0);
 }
 
-/// The exit code of a run that the options have ended.
-int early_exit_code(const VINST_OPTIONS& options)
+/// The end of a run that was ended by its options.
+RUN_END end_early(const VINST_OPTIONS& options)
 {
-    return options.strict && options.tested ? strict_exit_code(*options.tested) : stopped_early;
+    return options.early_end ? end_of_run(*options.early_end, options, stopped_early)
+                             : RUN_END{stopped_early, false};
 }
 
 /// Loads the release. Without one, the help is printed if it is requested.
@@ -149,7 +173,7 @@ std::unique_ptr<VINST_RELEASE> load_release(int argc, const char* const* argv, b
 int run_with_log(VINST_OPTIONS& options, int argc, char** argv)
 {
     const bool goes_on = options.parse(argc, argv) == 0;
-    const RUN_END end = goes_on ? run(options) : RUN_END{early_exit_code(options), false};
+    const RUN_END end = goes_on ? run(options) : end_early(options);
     VINST_MESSAGES::instance().close_log();
     if (goes_on)
         print_log_path(*options.release, keep_log(*options.release), options.console_mode,

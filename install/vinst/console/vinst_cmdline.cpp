@@ -24,6 +24,7 @@
 #include <iostream>
 #include <sstream>
 #include <string_view>
+#include <utility>
 
 namespace
 {
@@ -41,6 +42,12 @@ const std::string unclear_url =
 QString qt(const std::string& text)
 {
     return QString::fromStdString(text);
+}
+
+/// Empty for an empty path.
+QString absolute_path(const QString& path)
+{
+    return path.isEmpty() ? path : QFileInfo(path).absoluteFilePath();
 }
 
 /// Whether the text before the "@" of a server is ambiguous, so that a password in it could not be
@@ -144,11 +151,8 @@ int VINST_OPTIONS::parse(int argc, char** argv)
         return stop_run;
     if (variables.count("test-download") > 0)
     {
-        VINST_RUN_FACTS facts;
-        facts.is_connected = test_connection();
-        facts.was_stopped = !facts.is_connected && is_to_stop();
-        tested = decide_run_outcome(facts);
-        is_log_needed = *tested == VINST_RUN_OUTCOME::no_connection;
+        if (take_json_file())
+            test_connection();
         return stop_run;
     }
     if (!take_platform())
@@ -183,6 +187,8 @@ bool VINST_OPTIONS::parse_variables(int argc, char** argv)
     take("components", components_text);
     take("manifest", manifest);
     take("url", url);
+    if (variables.count("json") > 0)
+        json_file = absolute_path(qt(variables["json"].as<std::string>()));
     parallel_downloads = variables["parallel-downloads"].as<int>();
     retry_duration = variables["retry-duration"].as<int>();
     return true;
@@ -204,7 +210,7 @@ bool VINST_OPTIONS::load_named_manifest()
     if (named == nullptr)
     {
         report_early("Can't read manifest data", true, gui_host);
-        return false;
+        return end_early("Can't read manifest data");
     }
     release = std::move(named);
     return true;
@@ -223,11 +229,18 @@ void VINST_OPTIONS::show_help() const
     print_text(help_header(*release, host_platform()) + "\n" + text.str() + "\n");
 }
 
-bool VINST_OPTIONS::refuse(const std::string& text, bool is_error) const
+bool VINST_OPTIONS::refuse(const std::string& text, bool is_error)
 {
     report(text, is_error);
     if (gui_host)
         report_early(text, true, gui_host);
+    return end_early(text);
+}
+
+/// For an error that has been reported. \return false
+bool VINST_OPTIONS::end_early(const std::string& error)
+{
+    early_end = VINST_RUN_RECORD{VINST_RUN_OUTCOME::refused, qt(error)};
     return false;
 }
 
@@ -288,7 +301,7 @@ VINST_PROXY_SETTINGS VINST_OPTIONS::proxy_settings() const
             use_default_proxy && proxy_server.empty()};
 }
 
-bool VINST_OPTIONS::test_connection() const
+void VINST_OPTIONS::test_connection()
 {
     VINST_MESSAGES::instance().echo_to_console = true;
     const std::unique_ptr<VINST_CONSOLE_VIEW> view = make_console_view();
@@ -296,7 +309,11 @@ bool VINST_OPTIONS::test_connection() const
     if (gui_host)
         report_early(result.works ? message("MSG_TEST_DOWNLOAD_SUCCESSFUL") : result.error,
                      !result.works, gui_host);
-    return result.works;
+    VINST_RUN_FACTS facts;
+    facts.is_connected = result.works;
+    facts.was_stopped = !result.works && is_to_stop();
+    early_end = VINST_RUN_RECORD{decide_run_outcome(facts), qt(result.error), result};
+    is_log_needed = is_failure(early_end->outcome);
 }
 
 bool VINST_OPTIONS::take_platform()
@@ -308,8 +325,8 @@ bool VINST_OPTIONS::take_platform()
 
 bool VINST_OPTIONS::take_console_settings()
 {
-    return take_download_dir() && take_install_dir() && take_licence() && take_limits() &&
-           take_components();
+    return take_download_dir() && take_json_file() && take_install_dir() && take_licence() &&
+           take_limits() && take_components();
 }
 
 bool VINST_OPTIONS::take_download_dir()
@@ -319,9 +336,22 @@ bool VINST_OPTIONS::take_download_dir()
     release->set_download_dir(qt(download_dir));
     std::string error;
     if (!validate_download_path(release->download_dir(), error))
-        return false;
+        return end_early(error);
     return QDir().mkpath(release->download_dir()) ||
            refuse(message("ERROR_CREATE_DIRECTORY", "Download"), true);
+}
+
+/// Not before the download directory has been created, which the file may be in.
+bool VINST_OPTIONS::take_json_file()
+{
+    if (variables.count("json") == 0)
+        return true;
+    const QString obstacle = obstacle_to_writing(json_file);
+    if (obstacle.isEmpty())
+        return true;
+    const std::string path = utf8(QDir::toNativeSeparators(std::exchange(json_file, {})));
+    return refuse("Cannot write the file given with --json (" + path + "): " + utf8(obstacle),
+                  true);
 }
 
 bool VINST_OPTIONS::take_install_dir()
@@ -333,7 +363,7 @@ bool VINST_OPTIONS::take_install_dir()
     release->set_install_dir(qt(install_dir));
     std::string error;
     if (!validate_install_path(release->install_dir(), error, host_platform()))
-        return false;
+        return end_early(error);
     auto_install = true;
     return true;
 }
@@ -348,7 +378,7 @@ bool VINST_OPTIONS::take_licence()
     return true;
 }
 
-bool VINST_OPTIONS::take_limits() const
+bool VINST_OPTIONS::take_limits()
 {
     if (!vinst_parallel_downloads.contain(parallel_downloads))
         return refuse(message("ERROR_INVALID_PARALLEL_DOWNLOADS_NUM"), true);
@@ -370,5 +400,5 @@ bool VINST_OPTIONS::take_components()
     bool all_valid = true;
     selected_components =
         resolve_components(*release, qt(components_text), platform_text, all_valid);
-    return all_valid;
+    return all_valid || end_early("The components cannot be resolved");
 }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "install/vinst/base/vinst_limits.h"
-#include "install/vinst/console/vinst_run_outcome.h"
+#include "install/vinst/console/vinst_run_record.h"
 #include "install/vinst/download/vinst_connection_rules.h"
 #include "install/vinst/release/vinst_data.h"
 #include "install/vinst/release/vinst_data_components.h"
@@ -36,12 +36,15 @@ struct VINST_OPTIONS
     std::string components_text;
     std::string manifest;
     std::string url;
+    QString json_file; ///< absolute; empty without one
     boost::program_options::variables_map variables;
     bool gui_host = false;
     std::unique_ptr<VINST_RELEASE> release;
     VINST_COMPONENT_LIST selected_components;
     bool is_log_needed = true; ///< false if `parse` stopped the run, but not because of an error
-    std::optional<VINST_RUN_OUTCOME> tested; ///< the outcome if only the connection was tested
+    QDateTime start = QDateTime::currentDateTimeUtc();
+    /// If `parse` ended the run, unless it only showed the help or the licence.
+    std::optional<VINST_RUN_RECORD> early_end;
 
     /// Parses and validates the command line, handles one-shot options such as the help, selects
     /// the mode, opens the log, and applies the settings to the release.
@@ -56,17 +59,19 @@ private:
     void decide_mode();
     bool load_named_manifest();
     void show_help() const;
-    bool refuse(const std::string& text, bool is_error) const;
+    bool refuse(const std::string& text, bool is_error);
+    bool end_early(const std::string& error);
     bool take_proxy();
     bool take_proxy_user();
     bool take_url();
-    bool test_connection() const;
+    void test_connection();
+    bool take_json_file();
     bool take_platform();
     bool take_console_settings();
     bool take_download_dir();
     bool take_install_dir();
     bool take_licence();
-    bool take_limits() const;
+    bool take_limits();
     bool take_components();
 };
 

@@ -20,41 +20,38 @@
 namespace
 {
 
-bool refuse(const char* id)
+QString text_of(const char* id)
 {
-    report(message(id), true);
-    return false;
+    return QString::fromStdString(message(id));
 }
 
-bool can_install(VINST_RELEASE& release, VINST_INSTALL_LOCK& lock)
+QString obstacle_to_installing(VINST_RELEASE& release, VINST_INSTALL_LOCK& lock)
 {
-    QString obstacle = install_obstacle(release);
-    if (obstacle.isEmpty())
-        obstacle = lock.take(release.install_dir());
-    if (!obstacle.isEmpty())
-        report(utf8(obstacle), true);
-    return obstacle.isEmpty();
+    const QString obstacle = install_obstacle(release);
+    return obstacle.isEmpty() ? lock.take(release.install_dir()) : obstacle;
 }
 
-bool pass_checks(const VINST_OPTIONS& options, bool is_admin, VINST_INSTALL_LOCK& lock)
+/// Why the run can't start; empty if it can.
+QString obstacle_to_run(const VINST_OPTIONS& options, bool is_admin, VINST_INSTALL_LOCK& lock)
 {
     VINST_RELEASE& release = *options.release;
     const QString platform = QString::fromStdString(options.platform);
     if (options.auto_install && !is_admin)
-        return refuse("ERROR_ADMIN_PRIV");
+        return text_of("ERROR_ADMIN_PRIV");
     if (options.auto_install && !is_empty_or_missing_dir(release.install_dir()))
-        return refuse("ERROR_INSTALLDIR_IS_NOT_EMPTY");
-    if (options.auto_install && !can_install(release, lock))
-        return false;
+        return text_of("ERROR_INSTALLDIR_IS_NOT_EMPTY");
+    if (options.auto_install)
+        if (const QString obstacle = obstacle_to_installing(release, lock); !obstacle.isEmpty())
+            return obstacle;
     if (const QString warning = open_download_dir_warning(release); !warning.isEmpty())
         report(utf8(warning), false);
     if (options.bypass)
-        return true;
+        return {};
     if (!has_enough_download_space(release, platform))
-        return refuse("WARNING_INSUFFICIENT_DOWNLOADDIR_DISK_SPACE_CLI");
+        return text_of("WARNING_INSUFFICIENT_DOWNLOADDIR_DISK_SPACE_CLI");
     if (options.auto_install && !has_enough_install_space(release, platform))
-        return refuse("WARNING_INSUFFICIENT_INSTALLDIR_DISK_SPACE_CLI");
-    return true;
+        return text_of("WARNING_INSUFFICIENT_INSTALLDIR_DISK_SPACE_CLI");
+    return {};
 }
 
 void report_summary(const VINST_OPTIONS& options)
@@ -128,9 +125,11 @@ void take_download(const VINST_DOWNLOADER_MGR& manager, VINST_RUN_FACTS& facts)
         ++(component->file.is_corrupted() ? facts.corrupted_files : facts.incomplete_files);
 }
 
-void install(VINST_DOWNLOADER_MGR& manager, VINST_RUN_FACTS& facts)
+void install(VINST_DOWNLOADER_MGR& manager, VINST_RUN_FACTS& facts, VINST_RUN_RECORD& record)
 {
     const VINST_INSTALL_OUTCOME outcome = manager.install();
+    record.installation = outcome;
+    record.error = outcome.reason;
     facts.was_stopped = is_to_stop();
     facts.installation = outcome.result;
     facts.has_left_out = !outcome.not_installed.isEmpty();
@@ -141,20 +140,26 @@ void install(VINST_DOWNLOADER_MGR& manager, VINST_RUN_FACTS& facts)
     report(utf8(install_verdict(outcome)), false);
 }
 
-VINST_RUN_FACTS run_steps(VINST_OPTIONS& options, bool is_admin)
+VINST_RUN_FACTS run_steps(VINST_OPTIONS& options, bool is_admin, VINST_RUN_RECORD& record)
 {
     VINST_RUN_FACTS facts;
     facts.was_stopped = is_to_stop();
     if (facts.was_stopped)
         return facts;
     VINST_INSTALL_LOCK lock;
-    facts.was_refused = !pass_checks(options, is_admin, lock);
+    record.error = obstacle_to_run(options, is_admin, lock);
+    facts.was_refused = !record.error.isEmpty();
     if (facts.was_refused)
+    {
+        report(utf8(record.error), true);
         return facts;
+    }
 
     const std::unique_ptr<VINST_CONSOLE_VIEW> view = make_console_view();
     VINST_DOWNLOADER_MGR manager(*options.release, *view);
-    facts.is_connected = manager.test_download(options.proxy_settings()).works;
+    record.connection = manager.test_download(options.proxy_settings());
+    record.error = QString::fromStdString(record.connection.error);
+    facts.is_connected = record.connection.works;
     if (!facts.is_connected)
     {
         facts.was_stopped = is_to_stop();
@@ -175,13 +180,15 @@ VINST_RUN_FACTS run_steps(VINST_OPTIONS& options, bool is_admin)
         return facts;
     }
     if (options.auto_install)
-        install(manager, facts);
+        install(manager, facts, record);
     return facts;
 }
 
 }
 
-VINST_RUN_OUTCOME run_console(VINST_OPTIONS& options, bool is_admin)
+VINST_RUN_RECORD run_console(VINST_OPTIONS& options, bool is_admin)
 {
-    return decide_run_outcome(run_steps(options, is_admin));
+    VINST_RUN_RECORD record;
+    record.outcome = decide_run_outcome(run_steps(options, is_admin, record));
+    return record;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "install/vinst/console/vinst_run_outcome.h"
+#include "install/vinst/console/vinst_run_record.h"
 
 struct VINST_OPTIONS;
 
@@ -9,4 +9,4 @@ struct VINST_OPTIONS;
 /// standard output and in the log.
 ///
 /// \param is_admin  whether the process has the rights to install
-[[nodiscard]] VINST_RUN_OUTCOME run_console(VINST_OPTIONS& options, bool is_admin);
+[[nodiscard]] VINST_RUN_RECORD run_console(VINST_OPTIONS& options, bool is_admin);

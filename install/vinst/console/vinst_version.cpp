@@ -19,8 +19,18 @@ bool asks_for_version(int argc, const char* const* argv)
                        });
 }
 
+std::vector<std::pair<std::string, std::string>> program_versions()
+{
+    return {{"vinst", VINST_VERSION},
+            {"Qt", qVersion()},
+            {"libcurl", curl_version_text()},
+            {"oneTBB", worker_library_version()}};
+}
+
 std::string version_text()
 {
-    return std::string("vinst " VINST_VERSION "\nQt ") + qVersion() + "\nlibcurl " +
-           curl_version_text() + "\noneTBB " + worker_library_version() + "\n";
+    std::string text;
+    for (const auto& [name, version] : program_versions())
+        text += name + ' ' + version + '\n';
+    return text;
 }

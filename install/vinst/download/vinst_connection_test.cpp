@@ -87,6 +87,20 @@ VINST_CONNECTION_RESULT VINST_CONNECTION_TEST::try_proxies(const VINST_PROXY_SET
                                                            const std::string& path)
 {
     CURL_PROXY_INFO proxy = first_proxy(settings);
+    VINST_PROXY_ORIGIN origin =
+        settings.use_default_proxy ? VINST_PROXY_ORIGIN::system : VINST_PROXY_ORIGIN::user;
+    VINST_CONNECTION_RESULT result = try_proxies_from(proxy, origin, settings, path);
+    result.proxy = proxy;
+    result.origin = proxy.has_host() ? origin : VINST_PROXY_ORIGIN::none;
+    return result;
+}
+
+/// \param proxy, origin  the first one to try; afterwards the last one that was tried
+VINST_CONNECTION_RESULT
+VINST_CONNECTION_TEST::try_proxies_from(CURL_PROXY_INFO& proxy, VINST_PROXY_ORIGIN& origin,
+                                        const VINST_PROXY_SETTINGS& settings,
+                                        const std::string& path)
+{
     run_log().info(settings.use_default_proxy ? "Proxy setting: default" : "Proxy setting: manual");
     for (int attempt = 1;; ++attempt)
     {
@@ -112,6 +126,7 @@ VINST_CONNECTION_RESULT VINST_CONNECTION_TEST::try_proxies(const VINST_PROXY_SET
         {
             add_credentials(found, settings);
             proxy = found;
+            origin = m_proxies.discovered_origin();
             attempt = 0;
         }
     }

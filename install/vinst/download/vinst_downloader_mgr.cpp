@@ -101,6 +101,7 @@ void VINST_DOWNLOADER_MGR::set_components(const VINST_COMPONENT_LIST& components
     for (VINST_COMPONENT* component : m_components)
     {
         get_progress_percentage(component, start_check, true, 0);
+        component->work.bytes_reused = component->file.bytes_on_disk();
         if (!component->is_selected())
             continue;
         totals.downloaded += component->file.bytes_on_disk();
@@ -128,6 +129,7 @@ bool VINST_DOWNLOADER_MGR::download(int parallel_downloads)
     m_view.show_attempt(m_components);
 
     wait_for_downloads(downloader);
+    note_work(downloader);
     const bool transferred = update_progress();
     m_view.show_speed({});
     m_view.show_time_remaining({});
@@ -171,6 +173,8 @@ void VINST_DOWNLOADER_MGR::queue_component(CURL_DOWNLOADER& downloader, VINST_CO
     }
     if (component->file.is_corrupted() && component->file.exists())
         delete_corrupted_file(component);
+    component->work.bytes_reused =
+        std::min(component->work.bytes_reused, component->file.bytes_on_disk());
     downloader.add_file(utf8(component->download_url()), utf8(component->file.path()),
                         component->progress_data.get(), component->expected_size());
 }
@@ -210,6 +214,19 @@ void VINST_DOWNLOADER_MGR::wait_for_downloads(CURL_DOWNLOADER& downloader)
     }
     if (is_to_stop())
         stop();
+}
+
+void VINST_DOWNLOADER_MGR::note_work(const CURL_DOWNLOADER& downloader)
+{
+    for (VINST_COMPONENT* component : m_components)
+    {
+        const auto time = downloader.request_time(component->progress_data.get());
+        if (!time)
+            continue;
+        ++component->work.attempts;
+        component->work.time += *time;
+        component->work.bytes_fetched += component->progress_data->bytes_received;
+    }
 }
 
 void VINST_DOWNLOADER_MGR::start_checks_of_complete_files()

@@ -72,6 +72,7 @@ private:
     void queue_component(CURL_DOWNLOADER& downloader, VINST_COMPONENT* component);
     void delete_corrupted_file(VINST_COMPONENT* component);
     void wait_for_downloads(CURL_DOWNLOADER& downloader);
+    void note_work(const CURL_DOWNLOADER& downloader);
     void start_checks_of_complete_files();
     VINST_COMPONENT_PROGRESS take_progress(VINST_COMPONENT* component,
                                            VINST_PROGRESS_TOTALS& totals);

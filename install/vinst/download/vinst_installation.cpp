@@ -9,6 +9,7 @@
 #include "install/vinst/release/vinst_data_install.h"
 
 #include <algorithm>
+#include <map>
 #include <vector>
 
 namespace
@@ -58,13 +59,20 @@ private:
     /// that is on disk now is verified
     bool check_again_if_changed(VINST_COMPONENT& component);
     bool check_again(VINST_COMPONENT& component) const;
-    bool run_to_success(const QString& command, const QString& what);
+    bool run_to_success(const QString& command, const VINST_COMPONENT& component,
+                        const QString& what);
+    VINST_INSTALL_OUTCOME outcome(RESULT result, const QString& reason) const;
+    std::vector<VINST_COMPONENT_INSTALLATION> details() const;
+    VINST_COMPONENT_INSTALLATION detail(const VINST_COMPONENT& component) const;
 
     const VINST_RELEASE& m_release;
     const VINST_COMPONENT_LIST& m_components;
     const std::function<bool()>& m_is_to_stop;
     QStringList
         m_installed; ///< names of components whose installers ran, and of parts that they enabled
+    QStringList m_completed; ///< the same, without the installer that failed
+    std::map<const VINST_COMPONENT*, int> m_exit_codes;
+    std::vector<const VINST_COMPONENT*> m_actions; ///< that were run
     std::vector<WITHOUT_INSTALLER> m_without_installer;
     QString m_failure;
 };
@@ -73,15 +81,44 @@ VINST_INSTALL_OUTCOME INSTALLATION::run()
 {
     const bool succeeded = install_components() && (m_installed.isEmpty() || run_actions());
     if (!succeeded && m_is_to_stop())
-        return {RESULT::stopped, not_installed(), {}};
+        return outcome(RESULT::stopped, {});
     if (!succeeded)
     {
         report(utf8(m_failure), true);
-        return {RESULT::failed, not_installed(), m_failure};
+        return outcome(RESULT::failed, m_failure);
     }
     if (m_installed.isEmpty())
-        return {RESULT::nothing_to_install, not_installed(), reason_for_nothing()};
-    return {RESULT::installed, not_installed(), {}};
+        return outcome(RESULT::nothing_to_install, reason_for_nothing());
+    return outcome(RESULT::installed, {});
+}
+
+VINST_INSTALL_OUTCOME INSTALLATION::outcome(RESULT result, const QString& reason) const
+{
+    return {result, not_installed(), reason, details()};
+}
+
+std::vector<VINST_COMPONENT_INSTALLATION> INSTALLATION::details() const
+{
+    std::vector<VINST_COMPONENT_INSTALLATION> result;
+    for (const VINST_COMPONENT* component : m_components)
+        result.push_back(detail(*component));
+    for (const VINST_COMPONENT* action : m_actions)
+        result.push_back(detail(*action));
+    return result;
+}
+
+VINST_COMPONENT_INSTALLATION INSTALLATION::detail(const VINST_COMPONENT& component) const
+{
+    VINST_COMPONENT_INSTALLATION result{&component};
+    if (const auto code = m_exit_codes.find(&component); code != m_exit_codes.end())
+        result.exit_code = code->second;
+    result.is_installed = result.exit_code == 0 || is_installed_by_others(component, m_completed);
+    for (const WITHOUT_INSTALLER& entry : m_without_installer)
+        if (entry.component == &component && !result.is_installed)
+            result.error = entry.reason;
+    if (result.exit_code.value_or(0) != 0)
+        result.error = m_failure;
+    return result;
 }
 
 bool INSTALLATION::install_components()
@@ -113,7 +150,10 @@ bool INSTALLATION::install(VINST_COMPONENT& component)
     if (!all_verified || m_is_to_stop())
         return false;
     m_installed << component.name << step.parts;
-    return run_to_success(step.command, "The installer of " + component.display_name());
+    if (!run_to_success(step.command, component, "The installer of " + component.display_name()))
+        return false;
+    m_completed << component.name << step.parts;
+    return true;
 }
 
 void INSTALLATION::verify_files_of_earlier_runs() const
@@ -170,14 +210,17 @@ bool INSTALLATION::run_action(const VINST_COMPONENT& action)
                        action.log_name(), owner->log_name());
         return true;
     }
-    return run_to_success(command, "The action " + action.display_name());
+    m_actions.push_back(&action);
+    return run_to_success(command, action, "The action " + action.display_name());
 }
 
-bool INSTALLATION::run_to_success(const QString& command, const QString& what)
+bool INSTALLATION::run_to_success(const QString& command, const VINST_COMPONENT& component,
+                                  const QString& what)
 {
     if (m_is_to_stop())
         return false;
     const VINST_COMMAND_RESULT result = run_command(command, m_is_to_stop);
+    m_exit_codes[&component] = result.exit_code;
     if (result.exit_code != 0)
         m_failure = failure_text(what, result);
     return result.exit_code == 0;

@@ -6,6 +6,17 @@
 #include <QStringList>
 
 #include <functional>
+#include <optional>
+#include <vector>
+
+/// What an installation did for one component or after-install action.
+struct VINST_COMPONENT_INSTALLATION
+{
+    const VINST_COMPONENT* component;
+    std::optional<int> exit_code = {}; ///< of its own command; empty if none was run
+    bool is_installed = false;         ///< by itself or by another component's installer
+    QString error = {}; ///< why it isn't. Plain text that may contain text from the manifest
+};
 
 /// How an installation ended.
 struct VINST_INSTALL_OUTCOME
@@ -27,6 +38,8 @@ struct VINST_INSTALL_OUTCOME
     /// more lines; otherwise empty. Plain text that contains text from the manifest and from
     /// installers.
     QString reason;
+    /// All components of the installation, then the actions that were run.
+    std::vector<VINST_COMPONENT_INSTALLATION> details = {};
 };
 
 /// The line that ends an installation. Contains no text from the manifest.

@@ -35,6 +35,21 @@ constexpr qint64 preference_file_limit = 16 * 1024 * 1024; // bytes
 /// Qt uses this port for a proxy variable without a port.
 constexpr quint16 port_of_missing_port = 65535;
 
+const char* text_of(VINST_PROXY_ORIGIN origin)
+{
+    switch (origin)
+    {
+    case VINST_PROXY_ORIGIN::wpad:
+        return "WPAD";
+    case VINST_PROXY_ORIGIN::browser:
+        return "the browser's preferences";
+    case VINST_PROXY_ORIGIN::browser_autoconfig:
+        return "the browser's auto-configuration";
+    default:
+        return "";
+    }
+}
+
 std::string scheme_of(const QNetworkProxy& proxy)
 {
     return proxy.type() == QNetworkProxy::Socks5Proxy ? "socks5://" : "";
@@ -95,10 +110,9 @@ CURL_PROXY_INFO VINST_PROXY_DISCOVERY::discover()
         return {};
     }
     m_end = CLOCK::now() + longest_discovery;
-    const char* source = "";
-    const CURL_PROXY_INFO proxy = ask_all(source);
+    const CURL_PROXY_INFO proxy = ask_all();
     if (proxy.has_host())
-        run_log().info("Proxy detected by %s", source);
+        run_log().info("Proxy detected by %s", text_of(m_origin));
     else if (!may_go_on() && !is_to_stop())
         run_log().info("Proxy discovery timed out");
     else
@@ -107,16 +121,16 @@ CURL_PROXY_INFO VINST_PROXY_DISCOVERY::discover()
     return proxy;
 }
 
-CURL_PROXY_INFO VINST_PROXY_DISCOVERY::ask_all(const char*& source)
+CURL_PROXY_INFO VINST_PROXY_DISCOVERY::ask_all()
 {
-    source = "WPAD";
+    m_origin = VINST_PROXY_ORIGIN::wpad;
     if (CURL_PROXY_INFO proxy = get_wpad_proxy(); proxy.has_host())
         return proxy;
-    source = "the browser's preferences";
+    m_origin = VINST_PROXY_ORIGIN::browser;
     QString autoconfig_url;
     if (CURL_PROXY_INFO proxy = get_firefox_proxy(autoconfig_url); proxy.has_host())
         return proxy;
-    source = "the browser's auto-configuration";
+    m_origin = VINST_PROXY_ORIGIN::browser_autoconfig;
     return autoconfig_url.isEmpty() || !may_go_on() ? CURL_PROXY_INFO()
                                                     : get_pac_proxy(autoconfig_url);
 }

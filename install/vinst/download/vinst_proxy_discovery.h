@@ -32,15 +32,17 @@ public:
 
     /// Tries all sources except the system's settings in order, for at most 20 s in total.
     CURL_PROXY_INFO discover() override;
+    VINST_PROXY_ORIGIN discovered_origin() const override { return m_origin; }
 
 private:
     std::chrono::milliseconds time_left() const;
     bool may_go_on() const;
-    CURL_PROXY_INFO ask_all(const char*& source);
+    CURL_PROXY_INFO ask_all();
     std::optional<QString> fetch_script(const QString& url);
 
     const VINST_RELEASE& m_release;
     VINST_DOWNLOADER_VIEW& m_view;
     const QString m_pac_helper;
     std::optional<std::chrono::steady_clock::time_point> m_end; ///< of `discover`
+    VINST_PROXY_ORIGIN m_origin = VINST_PROXY_ORIGIN::none;
 };

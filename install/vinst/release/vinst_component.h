@@ -4,6 +4,7 @@
 
 #include <QString>
 
+#include <chrono>
 #include <memory>
 #include <string>
 #include <vector>
@@ -35,6 +36,15 @@ enum class VINST_SELECTION : qint32
     selected = 0,
     not_selected = 1,
     partly_selected = 2
+};
+
+/// What this process has done to get a component's file.
+struct VINST_COMPONENT_WORK
+{
+    quint64 bytes_fetched = 0;        ///< in all attempts
+    quint64 bytes_reused = 0;         ///< on disk from an earlier run, and kept
+    int attempts = 0;                 ///< in which the file was requested
+    std::chrono::nanoseconds time{0}; ///< of these requests, without the waits between them
 };
 
 /// One downloadable file, or one after-install action, of a release for one platform.
@@ -76,6 +86,7 @@ struct VINST_COMPONENT
     /// Why the file isn't verified after the last attempt, as reported to the user; otherwise
     /// empty.
     QString last_failure;
+    VINST_COMPONENT_WORK work;
 
     /// `size` as an unsigned number, for progress calculations.
     quint64 expected_size() const { return static_cast<quint64>(size); }
