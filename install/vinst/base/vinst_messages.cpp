@@ -150,7 +150,7 @@ std::string VINST_MESSAGES::message(const std::string& id, const std::string& ar
 void VINST_MESSAGES::report(const std::string& text, bool is_error)
 {
     if (echo_to_console)
-        print_text(curl_plain_text(text) + "\n");
+        print_text(echo_with_time ? timed_lines(text) : curl_plain_text(text) + "\n");
     if (is_error)
         m_logger->error(text);
     else

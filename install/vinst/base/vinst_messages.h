@@ -44,6 +44,7 @@ public:
 
     std::string log_path;         ///< set by the entry before the log is opened
     bool echo_to_console = false; ///< set by the option parser
+    bool echo_with_time = false;  ///< one line with a time per line of a report; the same
 
 private:
     std::map<std::string, std::string> m_table;

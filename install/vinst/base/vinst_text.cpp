@@ -2,6 +2,9 @@
 
 #include "support/curl/curl_plain_text.h"
 
+#include <QDateTime>
+#include <QStringList>
+
 #include <algorithm>
 #include <array>
 #include <limits>
@@ -43,6 +46,16 @@ QString without_control_characters(const QString& text)
         if (curl_is_control(c.unicode()))
             c = QChar::ReplacementCharacter;
     return result;
+}
+
+std::string timed_lines(const std::string& text)
+{
+    const QString time = QDateTime::currentDateTime().toString("yyyy-MM-dd HH:mm:ss ");
+    QString result;
+    for (const QString& line : QString::fromStdString(curl_plain_text(text)).split('\n'))
+        if (!line.trimmed().isEmpty())
+            result += time + line + '\n';
+    return utf8(result);
 }
 
 QString readable_size(quint64 bytes)

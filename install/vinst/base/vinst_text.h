@@ -23,6 +23,10 @@ bool is_utf8(std::string_view bytes);
 /// break a line or change the direction of writing.
 QString without_control_characters(const QString& text);
 
+/// Each line of the text with the local time before it, "2026-11-22 09:30:12 TEXT", and a line
+/// break after it. Control characters are replaced; empty lines are left out.
+std::string timed_lines(const std::string& text);
+
 /// A byte count in a readable form: "0.00 B", "1.50 GB"; divided by 1024, up to TB.
 QString readable_size(quint64 bytes);
 

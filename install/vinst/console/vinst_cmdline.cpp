@@ -9,6 +9,7 @@
 #include "install/vinst/console/vinst_cmdline_arguments.h"
 #include "install/vinst/console/vinst_cmdline_options.h"
 #include "install/vinst/console/vinst_console_view.h"
+#include "install/vinst/console/vinst_line_view.h"
 #include "install/vinst/download/vinst_connection_test.h"
 #include "install/vinst/release/vinst_parser.h"
 #include "support/curl/curl_plain_text.h"
@@ -199,7 +200,9 @@ void VINST_OPTIONS::decide_mode()
     const bool cli = variables.count("cli") > 0;
     const bool gui = variables.count("gui") > 0;
     console_mode = !gui_host && (cli || !gui);
+    no_redraw = variables.count("no-redraw") > 0;
     VINST_MESSAGES::instance().echo_to_console = console_mode;
+    VINST_MESSAGES::instance().echo_with_time = no_redraw;
 }
 
 bool VINST_OPTIONS::load_named_manifest()
@@ -295,6 +298,13 @@ bool VINST_OPTIONS::take_url()
     return true;
 }
 
+std::unique_ptr<VINST_CONSOLE_VIEW> VINST_OPTIONS::make_view() const
+{
+    if (no_redraw)
+        return std::make_unique<VINST_LINE_VIEW>();
+    return make_console_view();
+}
+
 VINST_PROXY_SETTINGS VINST_OPTIONS::proxy_settings() const
 {
     return {proxy_server, proxy_port, proxy_username, proxy_password,
@@ -304,7 +314,7 @@ VINST_PROXY_SETTINGS VINST_OPTIONS::proxy_settings() const
 void VINST_OPTIONS::test_connection()
 {
     VINST_MESSAGES::instance().echo_to_console = true;
-    const std::unique_ptr<VINST_CONSOLE_VIEW> view = make_console_view();
+    const std::unique_ptr<VINST_CONSOLE_VIEW> view = make_view();
     const VINST_CONNECTION_RESULT result = run_connection_test(*release, *view, proxy_settings());
     if (gui_host)
         report_early(result.works ? message("MSG_TEST_DOWNLOAD_SUCCESSFUL") : result.error,

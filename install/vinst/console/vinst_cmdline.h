@@ -12,6 +12,8 @@
 #include <optional>
 #include <string>
 
+class VINST_CONSOLE_VIEW;
+
 /// Everything that the command line can set. Filled once by `parse`, read by the console run.
 struct VINST_OPTIONS
 {
@@ -30,6 +32,7 @@ struct VINST_OPTIONS
     bool accept_eula = false;
     bool bypass = false;
     bool strict = false;
+    bool no_redraw = false;
     int parallel_downloads = vinst_parallel_downloads.initial;
     int retry_duration = vinst_retry_minutes.initial; ///< minutes
     std::string platform;
@@ -50,6 +53,9 @@ struct VINST_OPTIONS
     /// the mode, opens the log, and applies the settings to the release.
     /// \return 0 when the run continues, 1 when it must stop; the reason has been reported
     int parse(int argc, char** argv);
+
+    /// The view that these options and standard output ask for.
+    std::unique_ptr<VINST_CONSOLE_VIEW> make_view() const;
 
     /// The settings of the connection test. A proxy given by the user is used unchanged.
     VINST_PROXY_SETTINGS proxy_settings() const;

@@ -155,7 +155,7 @@ VINST_RUN_FACTS run_steps(VINST_OPTIONS& options, bool is_admin, VINST_RUN_RECOR
         return facts;
     }
 
-    const std::unique_ptr<VINST_CONSOLE_VIEW> view = make_console_view();
+    const std::unique_ptr<VINST_CONSOLE_VIEW> view = options.make_view();
     VINST_DOWNLOADER_MGR manager(*options.release, *view);
     record.connection = manager.test_download(options.proxy_settings());
     record.error = QString::fromStdString(record.connection.error);
