@@ -8,6 +8,7 @@
 #include <string>
 
 class CURL_LOGGER;
+class CURL_RATE_LIMIT;
 
 /// What all transfers of a connection have in common.
 struct CURL_CONNECTION_SETTINGS
@@ -22,8 +23,9 @@ struct CURL_CONNECTION_SETTINGS
     std::optional<std::chrono::milliseconds> time_limit = {};
     /// A growing file is flushed to the disk this often, and after each 64 MiB.
     std::chrono::milliseconds flush_interval{10'000};
-    std::uint64_t size_limit = 0;  ///< bytes of a file whose size is unknown; 0: none
-    CURL_LOGGER* logger = nullptr; ///< may be null; outlives the connection
+    std::uint64_t size_limit = 0;          ///< bytes of a file whose size is unknown; 0: none
+    CURL_LOGGER* logger = nullptr;         ///< may be null; outlives the connection
+    CURL_RATE_LIMIT* rate_limit = nullptr; ///< the same; may be shared with other connections
     CURL_PROGRESS_CALLBACK progress_callback = nullptr;
 };
 
@@ -45,6 +47,7 @@ public:
     {
         m_settings.time_limit = limit;
     }
+    void set_rate_limit(CURL_RATE_LIMIT* limit) { m_settings.rate_limit = limit; }
     void set_size_limit(std::uint64_t bytes) { m_settings.size_limit = bytes; }
     void set_flush_interval(std::chrono::milliseconds interval)
     {

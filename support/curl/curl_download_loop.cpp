@@ -1,12 +1,14 @@
 #include "support/curl/curl_download_loop.h"
 
+#include "support/curl/curl_rate_limit.h"
+
 #include <algorithm>
 #include <utility>
 
 namespace
 {
 
-constexpr int longest_nap_ms = 100; // between two calls of the progress callback
+constexpr std::chrono::milliseconds longest_nap{100}; // between two calls of the progress callback
 
 }
 
@@ -31,13 +33,54 @@ void CURL_DOWNLOAD_LOOP::run(std::deque<CURL_REQUEST> queue, std::size_t paralle
         if (stop)
             queue.clear();
         start_transfers(queue, parallel);
-        int running = 0;
-        curl_multi_perform(m_multi.get(), &running);
+        receive();
         collect_finished();
         end_unwanted(stop);
+        hold_back();
         if (!m_active.empty())
-            curl_multi_poll(m_multi.get(), nullptr, 0, longest_nap_ms, nullptr);
+            curl_multi_poll(m_multi.get(), nullptr, 0, nap(), nullptr);
     }
+}
+
+/// Lets the transfers continue one after the other while the rate limit permits it. Each receives
+/// at most one buffer before the limit is asked again, so that it is hardly exceeded.
+void CURL_DOWNLOAD_LOOP::receive()
+{
+    perform();
+    for (std::size_t i = 0; i < m_active.size() && may_receive(); ++i)
+        if (m_active[m_turn++ % m_active.size()]->resume())
+            perform();
+}
+
+void CURL_DOWNLOAD_LOOP::perform()
+{
+    int running = 0;
+    curl_multi_perform(m_multi.get(), &running);
+}
+
+bool CURL_DOWNLOAD_LOOP::may_receive() const
+{
+    return m_settings.rate_limit == nullptr ||
+           m_settings.rate_limit->wait(CURL_TRANSFER::CLOCK::now()).count() == 0;
+}
+
+/// After the requests that have ended were collected, because those can't be paused.
+void CURL_DOWNLOAD_LOOP::hold_back()
+{
+    if (may_receive())
+        return;
+    for (const auto& transfer : m_active)
+        transfer->pause();
+}
+
+/// The longest time until something has to be done, in milliseconds.
+int CURL_DOWNLOAD_LOOP::nap() const
+{
+    if (may_receive())
+        return static_cast<int>(longest_nap.count());
+    const auto wait = std::chrono::ceil<std::chrono::milliseconds>(
+        m_settings.rate_limit->wait(CURL_TRANSFER::CLOCK::now()));
+    return static_cast<int>(std::min(wait, longest_nap).count());
 }
 
 void CURL_DOWNLOAD_LOOP::fail_all(std::deque<CURL_REQUEST> queue)

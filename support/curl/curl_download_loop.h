@@ -31,6 +31,11 @@ private:
 
     void fail_all(std::deque<CURL_REQUEST> queue);
     bool add(const CURL_TRANSFER& transfer);
+    void receive();
+    void perform();
+    bool may_receive() const;
+    void hold_back();
+    int nap() const;
     void start_transfers(std::deque<CURL_REQUEST>& queue, std::size_t parallel);
     void collect_finished();
     void end_unwanted(bool stop);
@@ -41,4 +46,5 @@ private:
     const std::unique_ptr<CURLM, MULTI_DELETER> m_multi;
     FIO_FLUSHER m_flusher;
     std::vector<std::unique_ptr<CURL_TRANSFER>> m_active;
+    std::size_t m_turn = 0; ///< counts the transfers that the rate limit has let continue
 };

@@ -2,6 +2,7 @@
 
 #include "support/curl/curl_ca_bundle.h"
 #include "support/curl/curl_logger.h"
+#include "support/curl/curl_rate_limit.h"
 #include "support/curl/curl_redact.h"
 #include "support/fio/fio_file_system.h"
 #include "support/fio/fio_flusher.h"
@@ -15,7 +16,7 @@ namespace
 
 constexpr std::size_t write_block = 256 * 1024;         // bytes collected for one write
 constexpr std::uint64_t flush_block = 64 * 1024 * 1024; // bytes
-constexpr long receive_buffer = 512 * 1024;             // bytes
+constexpr std::size_t receive_buffer = 512 * 1024;      // bytes
 constexpr std::size_t head_limit = 256 * 1024;          // bytes of all headers together
 constexpr auto longest_in_memory = std::chrono::milliseconds(300);
 constexpr long redirect_limit = 10;
@@ -93,7 +94,12 @@ void CURL_TRANSFER::set_options(CURL_OPTIONS& options)
     options.set(CURLOPT_USERAGENT, "vinst");
     options.set(CURLOPT_CONNECTTIMEOUT, static_cast<long>(m_settings.connect_timeout.count()));
     options.set(CURLOPT_TCP_KEEPALIVE, 1L);
-    options.set(CURLOPT_BUFFERSIZE, receive_buffer);
+    // It can't be changed during a transfer. With a limit that is set later, more is received at
+    // once, and less often.
+    const std::size_t buffer = m_settings.rate_limit != nullptr
+                                   ? m_settings.rate_limit->block(receive_buffer)
+                                   : receive_buffer;
+    options.set(CURLOPT_BUFFERSIZE, static_cast<long>(buffer));
     options.set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
     options.set(CURLOPT_FAILONERROR, 1L);
 
@@ -177,7 +183,23 @@ bool CURL_TRANSFER::take_head()
 std::size_t CURL_TRANSFER::on_body(char* bytes, std::size_t size, std::size_t count, void* self)
 {
     const std::size_t total = size * count;
-    return static_cast<CURL_TRANSFER*>(self)->take_body(bytes, total) ? total : 0;
+    auto& transfer = *static_cast<CURL_TRANSFER*>(self);
+    if (!transfer.take_body(bytes, total))
+        return 0;
+    transfer.obey_rate_limit(total);
+    return total;
+}
+
+/// libcurl reads a socket until it is empty, up to 100 buffers at once, unless the transfer is
+/// paused in this callback. It still delivers what it has read.
+void CURL_TRANSFER::obey_rate_limit(std::size_t received)
+{
+    if (m_settings.rate_limit == nullptr)
+        return;
+    const CLOCK::time_point now = m_pace.last_activity();
+    m_settings.rate_limit->take(received, now);
+    if (m_settings.rate_limit->wait(now).count() > 0)
+        pause();
 }
 
 bool CURL_TRANSFER::take_body(const char* bytes, std::size_t size)
@@ -263,6 +285,8 @@ bool CURL_TRANSFER::report_progress()
 
 bool CURL_TRANSFER::keep_going(CLOCK::time_point now)
 {
+    if (m_own_outcome)
+        return false;
     // The start of a body that may be a page is held back, because most pages fit into memory. What
     // was written of a longer one is removed when it ends.
     const bool is_held_back = may_be_a_page() && m_received == 0;
@@ -274,12 +298,34 @@ bool CURL_TRANSFER::keep_going(CLOCK::time_point now)
     if (m_request.expected_size != 0 && bytes_in_file() >= m_request.expected_size &&
         now - m_pace.last_activity() >= longest_wait_for_end)
         return end_with({});
-    if (std::string reason = m_pace.reason_to_give_up(now); !reason.empty())
+    // A pause is not the server's fault. When it is over, libcurl reads what the server has sent
+    // meanwhile before this is called.
+    const bool had_turn = std::exchange(m_had_turn, !m_is_paused);
+    if (std::string reason = had_turn ? m_pace.reason_to_give_up(now) : std::string();
+        !reason.empty())
         return end_with({CURLE_OPERATION_TIMEDOUT, std::move(reason)});
     if (const auto limit = m_settings.time_limit; limit && now - m_start >= *limit)
         return end_with({CURLE_OPERATION_TIMEDOUT,
                          "The transfer did not end within " + curl_seconds_text(*limit)});
     return report_progress();
+}
+
+void CURL_TRANSFER::pause()
+{
+    // Both directions: if only one is paused, libcurl reads the socket once more.
+    if (!m_is_paused && m_decision)
+        m_is_paused = curl_easy_pause(handle(), CURLPAUSE_ALL) == CURLE_OK;
+}
+
+bool CURL_TRANSFER::resume()
+{
+    if (!std::exchange(m_is_paused, false))
+        return false;
+    m_had_turn = true;
+    // Delivers what libcurl has received in chunks and kept during the pause.
+    if (const CURLcode result = curl_easy_pause(handle(), CURLPAUSE_CONT); result != CURLE_OK)
+        end_with({result, curl_easy_strerror(result)});
+    return true;
 }
 
 bool CURL_TRANSFER::flush_now_and_then(CLOCK::time_point now)
@@ -358,6 +404,8 @@ bool CURL_TRANSFER::prepare_repeat(CURLcode result)
 void CURL_TRANSFER::start_repeat()
 {
     m_own_outcome.reset();
+    m_is_paused = false;
+    m_had_turn = true;
     m_decision.reset();
     m_head = {};
     m_head_bytes = 0;

@@ -39,6 +39,12 @@ public:
     /// transfer must be ended now
     bool keep_going(CLOCK::time_point now);
 
+    /// Receives no more of the body until `resume`, once the body has begun. A transfer that
+    /// receives more than the rate limit permits also pauses itself.
+    void pause();
+    /// \return whether it was paused
+    bool resume();
+
     /// To be called when libcurl has ended the request. If the server refused the range, or its
     /// partial response was unusable, sets up the request once more without a range.
     /// \return whether the handle is to be run again, after `start_repeat`, instead of finishing
@@ -73,6 +79,7 @@ private:
     bool take_head();
     void read_unended_head();
     bool take_body(const char* bytes, std::size_t size);
+    void obey_rate_limit(std::size_t received);
     bool start_body();
     bool may_be_a_page() const;
     std::uint64_t bytes_in_file() const { return m_file.size() + m_pending.size(); }
@@ -111,6 +118,8 @@ private:
     CLOCK::time_point m_last_flush; ///< the last request for a flush
 
     CURL_RESPONSE_HEAD m_head;
+    bool m_is_paused = false;
+    bool m_had_turn = true; ///< since the last call of `keep_going`, libcurl could receive
     bool m_requests_range = false;
     bool m_is_in_head = false;    ///< the header lines of an answer have begun and not ended
     std::size_t m_head_bytes = 0; ///< of all answers of a chain of redirects together

@@ -1,6 +1,7 @@
 #include "tests/integration/downloader_fixture.h"
 
 #include "support/curl/curl_logger.h"
+#include "support/curl/curl_rate_limit.h"
 #include "tests/harness/nginx_server.h"
 #include "tests/harness/proxy_server.h"
 #include "tests/harness/test_authority.h"
@@ -146,5 +147,27 @@ TEST_F(Downloader, RefusesAnyRedirectFromHttpsToHttp)
     expect_failure(1, 302);
     EXPECT_FALSE(exists());
     EXPECT_EQ(server.request_count("/f"), 0U);
+    qunsetenv("SSL_CERT_FILE");
+}
+
+TEST_F(Downloader, KeepsTheRateLimitOverTls)
+{
+    const std::string content = pattern(1024 * 1024);
+    const TEST_AUTHORITY authority;
+    qputenv("SSL_CERT_FILE", authority.ca_file().c_str());
+    dir.write("www/f", content);
+    NGINX_OPTIONS options;
+    options.root = dir / "www";
+    options.certificate = authority.server();
+    const NGINX_SERVER origin(options);
+    CURL_RATE_LIMIT limit;
+    limit.set(512 * 1024);
+    data = std::make_unique<CURL_PROGRESS_DATA>();
+    CURL_DOWNLOADER downloader("", proxy, false, 10);
+    downloader.set_rate_limit(&limit);
+    const auto before = CLOCK::now();
+    EXPECT_EQ(downloader.download_one_file(origin.url("/f"), path(), data.get()), 200);
+    EXPECT_GE(CLOCK::now() - before, 1800ms) << "1 MiB at 512 KiB per second, less a tenth";
+    expect_success(content);
     qunsetenv("SSL_CERT_FILE");
 }

@@ -282,6 +282,12 @@ TEST_F(HostOptions, OutOfRangeAreRefused)
         run(run_arguments({std::string("--retry-duration=") + bad}));
         expect_stopped("Enter a number between 0-10000 in minutes for retry duration!\n");
     }
+    for (const char* bad : {"0", "8T", "fast", ""})
+    {
+        run(run_arguments({"--limit-rate", bad}));
+        expect_stopped("Enter a rate of at least 1K bytes per second for --limit-rate, such as "
+                       "500K, 8M or 1.5G!\n");
+    }
     for (const char* bad : {"Linux", "Windows", "", "linux "})
     {
         run(run_arguments({"--platform", bad}));

@@ -68,6 +68,19 @@ TEST_F(HostRun, ReportsEachStepFromTheTestToTheResult)
     EXPECT_FALSE(std::filesystem::exists(dir / "dl/two.run"));
 }
 
+TEST_F(HostRun, KeepsTheRateLimit)
+{
+    for (int i = 1; i <= 4; ++i)
+        builder.component("part" + std::to_string(i)).pattern_content(768 * 1024, static_cast<std::uint64_t>(i));
+    publish();
+    const auto before = std::chrono::steady_clock::now();
+    run(run_arguments({"--limit-rate", "1M"}));
+    const auto taken = std::chrono::steady_clock::now() - before;
+    EXPECT_TRUE(output_holds("\nRate limit: 1.00 MB/sec\nStart download ...\n")) << output;
+    EXPECT_TRUE(output_holds("\nDownload successful\n")) << output;
+    EXPECT_GE(taken, 2700ms) << "3 MiB at 1 MiB per second, less a tenth";
+}
+
 TEST_F(HostRun, FetchesNothingTwice)
 {
     builder.component("one").pattern_content(300'000, 1);

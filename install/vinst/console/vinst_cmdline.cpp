@@ -10,6 +10,7 @@
 #include "install/vinst/console/vinst_cmdline_options.h"
 #include "install/vinst/console/vinst_console_view.h"
 #include "install/vinst/console/vinst_line_view.h"
+#include "install/vinst/console/vinst_rate.h"
 #include "install/vinst/download/vinst_connection_test.h"
 #include "install/vinst/release/vinst_parser.h"
 #include "support/curl/curl_plain_text.h"
@@ -336,7 +337,7 @@ bool VINST_OPTIONS::take_platform()
 bool VINST_OPTIONS::take_console_settings()
 {
     return take_download_dir() && take_json_file() && take_install_dir() && take_licence() &&
-           take_limits() && take_components();
+           take_limits() && take_rate_limit() && take_components();
 }
 
 bool VINST_OPTIONS::take_download_dir()
@@ -394,6 +395,20 @@ bool VINST_OPTIONS::take_limits()
         return refuse(message("ERROR_INVALID_PARALLEL_DOWNLOADS_NUM"), true);
     if (!vinst_retry_minutes.contain(retry_duration))
         return refuse(message("ERROR_INVALID_RETRY_TIME"), true);
+    return true;
+}
+
+bool VINST_OPTIONS::take_rate_limit()
+{
+    if (variables.count("limit-rate") == 0)
+        return true;
+    const std::optional<std::uint64_t> rate = parse_rate(variables["limit-rate"].as<std::string>());
+    if (!rate)
+        return refuse(
+            "Enter a rate of at least 1K bytes per second for --limit-rate, such as 500K, "
+            "8M or 1.5G!",
+            true);
+    rate_limit = *rate;
     return true;
 }
 

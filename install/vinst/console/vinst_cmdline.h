@@ -8,6 +8,7 @@
 
 #include <boost/program_options/variables_map.hpp>
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -33,6 +34,7 @@ struct VINST_OPTIONS
     bool bypass = false;
     bool strict = false;
     bool no_redraw = false;
+    std::uint64_t rate_limit = 0; ///< bytes per second of all downloads; 0: no limit
     int parallel_downloads = vinst_parallel_downloads.initial;
     int retry_duration = vinst_retry_minutes.initial; ///< minutes
     std::string platform;
@@ -78,6 +80,7 @@ private:
     bool take_install_dir();
     bool take_licence();
     bool take_limits();
+    bool take_rate_limit();
     bool take_components();
 };
 

@@ -72,6 +72,7 @@ VINST_OPTION_GROUPS::VINST_OPTION_GROUPS(const std::string& components_help)
     add_switch(hidden, "gui", "Run this application in GUI mode");
     add_switch(hidden, "version", "Print the versions of this program and its libraries");
     add(hidden, "json", text(), "Write the outcome of the run to a file");
+    add(hidden, "limit-rate", text(), "Limit all downloads together to this rate");
     add_switch(hidden, "no-redraw", "Print one line with a time per event, for logs");
     add_switch(hidden, "strict", "Make the exit code describe the outcome of the run");
     add_switch(hidden, "debug", "Specify whether to print out debug messages");

@@ -61,6 +61,8 @@ void report_summary(const VINST_OPTIONS& options)
                                       options.retry_duration};
     for (const QString& line : run_summary(*options.release, settings))
         report(utf8(line), false);
+    if (options.rate_limit > 0)
+        report("Rate limit: " + utf8(readable_size(options.rate_limit)) + "/sec", false);
 }
 
 void report_giving_up(const VINST_DOWNLOADER_MGR& manager, VINST_RETRY_DECISION::ACTION action)
@@ -157,6 +159,7 @@ VINST_RUN_FACTS run_steps(VINST_OPTIONS& options, bool is_admin, VINST_RUN_RECOR
 
     const std::unique_ptr<VINST_CONSOLE_VIEW> view = options.make_view();
     VINST_DOWNLOADER_MGR manager(*options.release, *view);
+    manager.set_rate_limit(options.rate_limit);
     record.connection = manager.test_download(options.proxy_settings());
     record.error = QString::fromStdString(record.connection.error);
     facts.is_connected = record.connection.works;

@@ -123,6 +123,7 @@ bool VINST_DOWNLOADER_MGR::download(int parallel_downloads)
     downloader.set_progress_callback(on_progress);
     downloader.set_file_end_callback(wake_event_loop);
     downloader.set_logger(&run_log());
+    downloader.set_rate_limit(&m_rate_limit);
     queue_components(downloader);
     downloader.download_files(parallel_downloads, false);
     m_view.show_status(QStringLiteral("Downloading selected components..."));

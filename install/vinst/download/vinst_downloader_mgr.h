@@ -3,6 +3,7 @@
 #include "install/vinst/download/vinst_connection_test.h"
 #include "install/vinst/download/vinst_installation.h"
 #include "install/vinst/download/vinst_integrity_checks.h"
+#include "support/curl/curl_rate_limit.h"
 
 #include <QSet>
 #include <QString>
@@ -22,6 +23,9 @@ public:
     /// Sets what to download, in this order; components without a file are left out.
     /// \param start_check  cancels pending checks and starts a check of each complete file
     void set_components(const VINST_COMPONENT_LIST& components, bool start_check);
+
+    /// Limits all downloads together, also those that are running. 0: no limit.
+    void set_rate_limit(quint64 bytes_per_second) { m_rate_limit.set(bytes_per_second); }
 
     /// Makes one attempt to download all components. \return whether all are complete and passed
     /// their check
@@ -88,6 +92,7 @@ private:
     VINST_RELEASE& m_release;
     VINST_DOWNLOADER_VIEW& m_view;
     VINST_INTEGRITY_CHECKS m_checks;
+    CURL_RATE_LIMIT m_rate_limit;
     VINST_COMPONENT_LIST m_components;
     VINST_COMPONENT_LIST m_passed_components;
     VINST_COMPONENT_LIST m_failed_components;
