@@ -92,6 +92,20 @@ TEST_F(DialogExit, ClosesAMenuInTheSettings)
     EXPECT_EQ(QApplication::activePopupWidget(), nullptr);
 }
 
+TEST_F(DialogExit, ClosesTheSettingsThatWereOpenedDuringAJob)
+{
+    builder.component("one").pattern_content(300'000, 1);
+    open();
+    server.set_faults("/one.run", {FAULT::trickle(1000, 20ms)});
+    auto& settings = *dialog->findChild<QDialog*>("VINST_SETTINGS_DLG");
+    when([this] { return size_of("dl/one.run") > 0; }, [this] { dialog->show_settings(); });
+    stop_process_when([&settings] { return settings.isVisible(); });
+    const MODAL_BOXES none({});
+    dialog->start_download();
+    EXPECT_FALSE(settings.isVisible());
+    expect_closed();
+}
+
 TEST_F(DialogExit, StartsNothingAfterwards)
 {
     builder.component("one");

@@ -3,6 +3,7 @@
 #include "tests/harness/processor_time.h"
 
 #include <QCheckBox>
+#include <QDoubleSpinBox>
 #include <QProgressBar>
 
 namespace
@@ -400,6 +401,38 @@ TEST_F(DialogRun, RestoresTheFocusAfterAStopByKey)
          [this] { QTest::keyClick(&button("m_stop_button"), Qt::Key_Space); });
     QTest::keyClick(&button("m_download_button"), Qt::Key_Space);
     EXPECT_TRUE(button("m_download_button").hasFocus());
+}
+
+TEST_F(DialogRun, ChangesTheRateLimitWhileItDownloads)
+{
+    builder.component("one").pattern_content(16 * 1024 * 1024, 1);
+    store("vinst_rate_limit", 0.1); // the file would take almost three minutes
+    open();
+    show_dialog();
+    auto& settings = find<QDialog>("VINST_SETTINGS_DLG");
+    bool was_shown = false;
+    when([this] { return size_of("dl/one.run") > 0; },
+         [this, &settings, &was_shown]
+         {
+             click("m_settings_button");
+             was_shown = settings.isVisible();
+             EXPECT_FALSE(find<QWidget>("m_parallel_download_spinbox").isEnabled());
+             auto& limit = find<QDoubleSpinBox>("m_rate_limit_spinbox");
+             EXPECT_EQ(limit.value(), 0.1);
+             limit.setValue(0);
+             click("m_apply_btn");
+         });
+    const auto before = std::chrono::steady_clock::now();
+    press_download({"OK"});
+    EXPECT_LT(std::chrono::steady_clock::now() - before, 120s);
+    EXPECT_TRUE(was_shown);
+    EXPECT_EQ(status(), "Download successful") << "although the settings were open";
+    EXPECT_TRUE(settings.isVisible());
+    EXPECT_TRUE(find<QWidget>("m_parallel_download_spinbox").isEnabled());
+    EXPECT_TRUE(log_holds("[info] Rate limit: none\n"));
+    click("m_ok_btn");
+    EXPECT_EQ(stored("vinst_rate_limit").toDouble(), 0);
+    expect_idle();
 }
 
 TEST_F(DialogRun, StopsWhileItTestsTheConnection)

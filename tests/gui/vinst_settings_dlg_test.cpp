@@ -12,6 +12,7 @@
 #include "tests/harness/tested_host.h"
 
 #include <QDir>
+#include <QDoubleSpinBox>
 #include <QFile>
 #include <QGroupBox>
 #include <QLabel>
@@ -260,6 +261,7 @@ TEST_F(SettingsDlg, DetectsEveryChange)
     const std::vector<std::function<void()>> changes = {
         [this] { find<QSpinBox>("m_parallel_download_spinbox").setValue(1); },
         [this] { find<QSpinBox>("m_retry_duration_spinbox").setValue(1); },
+        [this] { find<QDoubleSpinBox>("m_rate_limit_spinbox").setValue(1); },
         [this] { find<QRadioButton>(radio_button_of(other_platform())).click(); },
         [this] { find<QRadioButton>("m_manual_proxy_radio_btn").click(); },
         [this] { line("m_proxy_port_line_edit").setText("1"); },
@@ -274,6 +276,59 @@ TEST_F(SettingsDlg, DetectsEveryChange)
         EXPECT_TRUE(button("m_apply_btn").isEnabled());
         EXPECT_GE(noticed.count(), 1);
     }
+}
+
+TEST_F(SettingsDlg, StoresTheRateLimitAndReportsItsChangeOnce)
+{
+    auto& box = find<QDoubleSpinBox>("m_rate_limit_spinbox");
+    EXPECT_EQ(find<QLabel>("m_rate_limit_label").text(),
+              "Rate limit of all downloads together (MB per second):");
+    EXPECT_EQ(box.text(), "none");
+    EXPECT_EQ(dialog().rate_limit(), 0U);
+    QSignalSpy reported(&dialog(), &VINST_SETTINGS_DLG::rate_limit_changed);
+    run(
+        [this, &box]
+        {
+            box.setValue(2.5);
+            button("m_apply_btn").click();
+            button("m_ok_btn").click();
+        });
+    ASSERT_EQ(reported.count(), 1);
+    EXPECT_EQ(reported[0][0].toULongLong(), 2'621'440U);
+    run(
+        [this, &box]
+        {
+            box.setValue(9);
+            button("m_cancel_btn").click();
+        });
+    EXPECT_EQ(reported.count(), 1);
+    EXPECT_EQ(dialog().rate_limit(), 2'621'440U);
+
+    reopen();
+    EXPECT_EQ(dialog().rate_limit(), 2'621'440U);
+    reopen();
+    store("vinst_rate_limit", "nonsense");
+    EXPECT_EQ(dialog().rate_limit(), 0U);
+    reopen();
+    store("vinst_rate_limit", -3);
+    EXPECT_EQ(dialog().rate_limit(), 0U);
+}
+
+TEST_F(SettingsDlg, ChangesOnlyTheRateLimitWhileAJobRuns)
+{
+    const auto expect_enabled = [this](bool is_enabled)
+    {
+        for (const char* name :
+             {"m_parallel_download_spinbox", "m_retry_duration_spinbox", "m_linux_radio_btn",
+              "m_windows_radio_btn", "m_default_proxy_radio_btn", "m_manual_proxy_radio_btn",
+              "m_test_internet_connection_btn"})
+            EXPECT_EQ(find<QWidget>(name).isEnabled(), is_enabled) << name;
+        EXPECT_TRUE(find<QDoubleSpinBox>("m_rate_limit_spinbox").isEnabled());
+    };
+    dialog().set_job_running(true);
+    expect_enabled(false);
+    dialog().set_job_running(false);
+    expect_enabled(true);
 }
 
 TEST_F(SettingsDlg, ReportsAPlatformChangeOnce)
@@ -399,11 +454,11 @@ TEST_F(SettingsDlg, CanBeUsedByTheKeyboardInReadingOrder)
     }
     // Radio buttons of a group are one tab stop.
     EXPECT_EQ(order, QStringList({"m_parallel_download_spinbox", "m_retry_duration_spinbox",
-                                  "m_test_internet_connection_btn", "m_linux_radio_btn",
-                                  "m_default_proxy_radio_btn", "m_proxy_server_line_edit",
-                                  "m_proxy_port_line_edit", "m_proxy_username_line_edit",
-                                  "m_proxy_password_line_edit", "m_feedback_btn", "m_apply_btn",
-                                  "m_ok_btn", "m_cancel_btn"}));
+                                  "m_rate_limit_spinbox", "m_test_internet_connection_btn",
+                                  "m_linux_radio_btn", "m_default_proxy_radio_btn",
+                                  "m_proxy_server_line_edit", "m_proxy_port_line_edit",
+                                  "m_proxy_username_line_edit", "m_proxy_password_line_edit",
+                                  "m_feedback_btn", "m_apply_btn", "m_ok_btn", "m_cancel_btn"}));
     for (const char* key : {"server", "port", "username", "password"})
     {
         const QString name = QString("m_proxy_%1_").arg(key);

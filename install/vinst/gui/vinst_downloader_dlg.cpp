@@ -81,6 +81,7 @@ VINST_DOWNLOADER_DLG::VINST_DOWNLOADER_DLG(VINST_RELEASE& release, VINST_DIALOG_
     set_up_header();
     m_ui->m_download_treeview->set_release(m_release);
     restore_settings();
+    m_manager.set_rate_limit(m_settings_dlg->rate_limit());
     set_up_connections();
     rebuild_platform();
     m_ui->m_after_install_actions->restore(m_settings_key);
@@ -131,6 +132,8 @@ void VINST_DOWNLOADER_DLG::set_up_connections()
             [] { open_url(QUrl::fromLocalFile(licence_path())); });
     connect(m_settings_dlg, &VINST_SETTINGS_DLG::platform_changed, this,
             &VINST_DOWNLOADER_DLG::change_platform);
+    connect(m_settings_dlg, &VINST_SETTINGS_DLG::rate_limit_changed, this,
+            &VINST_DOWNLOADER_DLG::change_rate_limit);
     connect(m_ui->m_download_treeview, &VINST_DOWNLOADER_TREEVIEW::selection_changed, this,
             &VINST_DOWNLOADER_DLG::follow_clicks);
     connect(m_ui->m_download_treeview, &VINST_DOWNLOADER_TREEVIEW::current_component_changed, this,
@@ -297,7 +300,18 @@ bool VINST_DOWNLOADER_DLG::auto_installs() const
 
 void VINST_DOWNLOADER_DLG::show_settings()
 {
-    exec_modal(*m_settings_dlg);
+    if (!m_is_busy)
+        exec_modal(*m_settings_dlg);
+    else if (!is_shutting_down())
+        m_settings_dlg->open();
+}
+
+void VINST_DOWNLOADER_DLG::change_rate_limit(quint64 bytes_per_second)
+{
+    m_manager.set_rate_limit(bytes_per_second);
+    run_log().info("Rate limit: %s", bytes_per_second > 0
+                                         ? utf8(readable_size(bytes_per_second)) + "/sec"
+                                         : std::string("none"));
 }
 
 void VINST_DOWNLOADER_DLG::show_log()

@@ -81,6 +81,7 @@ private:
     void save_settings();
 
     void change_platform(const QString& platform);
+    void change_rate_limit(quint64 bytes_per_second);
     void rebuild_platform();
     void apply_auto_install_availability();
     void apply_auto_install_choice();

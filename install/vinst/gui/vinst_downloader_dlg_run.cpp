@@ -76,6 +76,8 @@ void VINST_DOWNLOADER_DLG::stop_for_exit()
 {
     stop_download();
     dismiss_modal_dialogs();
+    if (m_settings_dlg->isVisible())
+        m_settings_dlg->reject();
     if (!m_is_busy)
         close();
 }
@@ -84,7 +86,7 @@ void VINST_DOWNLOADER_DLG::enter_busy_state()
 {
     m_is_busy = true;
     m_ui->m_download_treeview->set_editable(false);
-    m_ui->m_settings_button->setEnabled(false);
+    m_settings_dlg->set_job_running(true);
     m_ui->m_download_button->setEnabled(false);
     m_ui->m_stop_button->setEnabled(true);
     m_ui->m_close_button->setEnabled(false);
@@ -98,7 +100,7 @@ void VINST_DOWNLOADER_DLG::return_to_idle()
 {
     m_is_busy = false;
     m_ui->m_download_treeview->set_editable(true);
-    m_ui->m_settings_button->setEnabled(true);
+    m_settings_dlg->set_job_running(false);
     m_ui->m_download_button->setEnabled(true);
     m_ui->m_close_button->setEnabled(true);
     m_ui->m_download_dir_line_edit->setEnabled(true);

@@ -17,6 +17,8 @@
 #include <QCoreApplication>
 #include <QUrl>
 
+#include <utility>
+
 namespace
 {
 
@@ -26,6 +28,9 @@ const QString proxy_port_key = QStringLiteral("vinst_proxy_port");
 const QString parallel_download_key = QStringLiteral("vinst_parallel_download");
 const QString retry_duration_key = QStringLiteral("vinst_retry_duration");
 const QString platform_key = QStringLiteral("vinst_os");
+const QString rate_limit_key = QStringLiteral("vinst_rate_limit"); // MB per second
+
+constexpr double bytes_per_megabyte = 1024 * 1024; // as in all sizes that the program shows
 
 }
 
@@ -77,6 +82,8 @@ void VINST_SETTINGS_DLG::set_up_connections()
     for (const QSpinBox* box : {m_ui->m_parallel_download_spinbox, m_ui->m_retry_duration_spinbox})
         connect(box, qOverload<int>(&QSpinBox::valueChanged), this,
                 &VINST_SETTINGS_DLG::note_change);
+    connect(m_ui->m_rate_limit_spinbox, qOverload<double>(&QDoubleSpinBox::valueChanged), this,
+            &VINST_SETTINGS_DLG::note_change);
     for (const QLineEdit* edit :
          {m_ui->m_proxy_server_line_edit, m_ui->m_proxy_port_line_edit,
           m_ui->m_proxy_username_line_edit, m_ui->m_proxy_password_line_edit})
@@ -91,6 +98,21 @@ int VINST_SETTINGS_DLG::parallel_downloads() const
 std::chrono::minutes VINST_SETTINGS_DLG::retry_duration() const
 {
     return std::chrono::minutes(m_ui->m_retry_duration_spinbox->value());
+}
+
+quint64 VINST_SETTINGS_DLG::rate_limit() const
+{
+    return static_cast<quint64>(m_ui->m_rate_limit_spinbox->value() * bytes_per_megabyte);
+}
+
+void VINST_SETTINGS_DLG::set_job_running(bool is_running)
+{
+    for (QWidget* widget : std::initializer_list<QWidget*>{
+             m_ui->m_parallel_download_label, m_ui->m_parallel_download_spinbox,
+             m_ui->m_retry_duration_label, m_ui->m_retry_duration_spinbox,
+             m_ui->m_internet_connection_settings_groupbox, m_ui->m_platform_groupbox,
+             m_ui->m_proxy_settings_groupbox})
+        widget->setEnabled(!is_running);
 }
 
 bool VINST_SETTINGS_DLG::uses_default_proxy() const
@@ -119,6 +141,12 @@ int VINST_SETTINGS_DLG::exec()
 {
     load();
     return QDialog::exec();
+}
+
+void VINST_SETTINGS_DLG::open()
+{
+    load();
+    QDialog::open();
 }
 
 void VINST_SETTINGS_DLG::accept()
@@ -160,6 +188,8 @@ void VINST_SETTINGS_DLG::load()
         stored_number(parallel_download_key, vinst_parallel_downloads.initial));
     m_ui->m_retry_duration_spinbox->setValue(
         stored_number(retry_duration_key, vinst_retry_minutes.initial));
+    m_ui->m_rate_limit_spinbox->setValue(stored(rate_limit_key).toDouble());
+    m_applied_rate_limit = rate_limit();
 
     const QString stored_platform = stored(platform_key).toString();
     const QString platform = stored_platform.isEmpty() ? host_platform() : stored_platform;
@@ -180,9 +210,12 @@ void VINST_SETTINGS_DLG::apply()
     m_settings_key.set_value(parallel_download_key, parallel_downloads());
     m_settings_key.set_value(retry_duration_key, m_ui->m_retry_duration_spinbox->value());
     m_settings_key.set_value(platform_key, platform);
+    m_settings_key.set_value(rate_limit_key, m_ui->m_rate_limit_spinbox->value());
     m_applied_username = m_ui->m_proxy_username_line_edit->text();
     m_applied_password = m_ui->m_proxy_password_line_edit->text();
     m_ui->m_apply_btn->setEnabled(false);
+    if (std::exchange(m_applied_rate_limit, rate_limit()) != rate_limit())
+        Q_EMIT rate_limit_changed(rate_limit());
     if (platform == m_platform)
         return;
     m_platform = platform;

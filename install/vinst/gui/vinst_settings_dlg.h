@@ -28,20 +28,28 @@ public:
 
     int parallel_downloads() const;
     std::chrono::minutes retry_duration() const;
+    /// Bytes per second of all downloads together; 0: no limit.
+    quint64 rate_limit() const;
     bool uses_default_proxy() const;
     CURL_PROXY_INFO proxy_info() const;
     VINST_PROXY_SETTINGS proxy_settings() const;
     /// "linux" or "windows": the stored platform, or this machine's.
     const QString& platform() const { return m_platform; }
 
+    /// While a job runs, only what works immediately can be changed.
+    void set_job_running(bool is_running);
+
 public Q_SLOTS:
     int exec() override;
+    /// Shows the dialog without waiting for its result, so that a job is not held up.
+    void open() override;
     void accept() override;
     void reject() override;
 
 Q_SIGNALS:
     void settings_changed();
     void platform_changed(const QString& platform);
+    void rate_limit_changed(quint64 bytes_per_second);
 
 private:
     void show_limits();
@@ -56,6 +64,7 @@ private:
     std::unique_ptr<Ui::VINST_SETTINGS_DLG> m_ui;
     CFGQ_REGISTRY_KEY m_settings_key;
     QString m_platform;
+    quint64 m_applied_rate_limit = 0;
     QString m_applied_username; ///< never stored
     QString m_applied_password; ///< never stored
     bool m_is_testing = false;
