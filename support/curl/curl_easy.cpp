@@ -39,18 +39,54 @@ CURL_EXCHANGE curl_read_exchange(CURL* handle, int status)
     return {connect_time > 0, status, static_cast<int>(connect_status)};
 }
 
+namespace
+{
+
+using URL = std::unique_ptr<CURLU, decltype(&curl_url_cleanup)>;
+
+/// Null unless the text is a valid URL.
+URL parse_url(const std::string& url)
+{
+    URL parsed(curl_url(), &curl_url_cleanup);
+    if (parsed != nullptr && curl_url_set(parsed.get(), CURLUPART_URL, url.c_str(), 0) != CURLUE_OK)
+        parsed.reset();
+    return parsed;
+}
+
+std::string part_of(const URL& url, CURLUPart part)
+{
+    char* text = nullptr;
+    if (curl_url_get(url.get(), part, &text, CURLU_DEFAULT_PORT) != CURLUE_OK)
+        return {};
+    const std::unique_ptr<char, decltype(&curl_free)> owner(text, &curl_free);
+    return text;
+}
+
+}
+
+std::string curl_host_of(const std::string& url)
+{
+    const URL parsed = parse_url(url);
+    return parsed == nullptr ? "" : part_of(parsed, CURLUPART_HOST);
+}
+
 std::string curl_host_and_port(const std::string& url)
 {
-    const std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> parsed(curl_url(), &curl_url_cleanup);
-    if (parsed == nullptr || curl_url_set(parsed.get(), CURLUPART_URL, url.c_str(), 0) != CURLUE_OK)
+    const URL parsed = parse_url(url);
+    return parsed == nullptr
+               ? ""
+               : part_of(parsed, CURLUPART_HOST) + ":" + part_of(parsed, CURLUPART_PORT);
+}
+
+std::string curl_absolute_url(const std::string& base, const std::string& reference)
+{
+    const URL parsed = parse_url(base);
+    if (parsed == nullptr ||
+        curl_url_set(parsed.get(), CURLUPART_URL, reference.c_str(), 0) != CURLUE_OK)
         return {};
-    const auto part = [&parsed](CURLUPart which)
-    {
-        char* text = nullptr;
-        if (curl_url_get(parsed.get(), which, &text, CURLU_DEFAULT_PORT) != CURLUE_OK)
-            return std::string();
-        const std::unique_ptr<char, decltype(&curl_free)> owner(text, &curl_free);
-        return std::string(text);
-    };
-    return part(CURLUPART_HOST) + ":" + part(CURLUPART_PORT);
+    char* text = nullptr;
+    if (curl_url_get(parsed.get(), CURLUPART_URL, &text, 0) != CURLUE_OK)
+        return {};
+    const std::unique_ptr<char, decltype(&curl_free)> owner(text, &curl_free);
+    return text;
 }

@@ -42,5 +42,12 @@ CURL_RESPONSE_HEAD curl_read_head(CURL* handle);
 /// \param status  of the response that counts
 CURL_EXCHANGE curl_read_exchange(CURL* handle, int status);
 
+/// The host of a URL, in brackets if it is an IPv6 address; empty when it isn't a valid URL.
+std::string curl_host_of(const std::string& url);
+
+/// Where a reference in a document at `base`, such as "/login", leads; empty when either is
+/// invalid.
+std::string curl_absolute_url(const std::string& base, const std::string& reference);
+
 /// "host:port" of a URL, with the scheme's default port; empty when it isn't a valid URL.
 std::string curl_host_and_port(const std::string& url);

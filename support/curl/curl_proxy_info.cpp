@@ -16,6 +16,18 @@ CURL_PROXY_INFO CURL_PROXY_INFO::direct()
     return none;
 }
 
+void CURL_PROXY_INFO::set_username(const std::string& username)
+{
+    m_username = username;
+    m_has_added_credentials = true;
+}
+
+void CURL_PROXY_INFO::set_unecrypted_password(const std::string& password)
+{
+    m_password = password;
+    m_has_added_credentials = true;
+}
+
 std::string CURL_PROXY_INFO::address() const
 {
     return m_port.empty() ? m_host : m_host + ":" + m_port;

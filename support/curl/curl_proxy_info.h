@@ -2,8 +2,9 @@
 
 #include <string>
 
-/// A proxy. With an empty host, transfers use the proxy variables of the environment, as libcurl
-/// does by default, unless the value is `direct()`. Texts are UTF-8.
+/// A proxy, and where it was found. With an empty host, each transfer uses the proxy variables of
+/// the environment for its own address (`curl_proxy_for`), unless the value is `direct()`. Texts
+/// are UTF-8.
 class CURL_PROXY_INFO
 {
 public:
@@ -21,9 +22,23 @@ public:
     const std::string& port() const { return m_port; }
     const std::string& username() const { return m_username; }
     const std::string& password() const { return m_password; }
+    /// What named this proxy, or excluded the address from one, for messages: "--proxy",
+    /// "https_proxy". May be empty.
+    const std::string& source() const { return m_source; }
 
-    void set_username(const std::string& username) { m_username = username; }
-    void set_unecrypted_password(const std::string& password) { m_password = password; }
+    /// Whether each transfer chooses its proxy from the environment. A host is then only the choice
+    /// for one address.
+    bool follows_environment() const
+    {
+        return m_follows_environment || (!has_host() && !m_is_direct);
+    }
+    /// Whether credentials were set after the construction. They replace those of a variable.
+    bool has_added_credentials() const { return m_has_added_credentials; }
+
+    void set_username(const std::string& username);
+    void set_unecrypted_password(const std::string& password);
+    void set_source(const std::string& source) { m_source = source; }
+    void follow_environment() { m_follows_environment = true; }
 
     /// "host:port", as expected by libcurl.
     std::string address() const;
@@ -33,5 +48,8 @@ private:
     std::string m_port;
     std::string m_username;
     std::string m_password;
+    std::string m_source;
     bool m_is_direct = false;
+    bool m_follows_environment = false;
+    bool m_has_added_credentials = false;
 };
