@@ -39,6 +39,31 @@ CURL_EXCHANGE curl_read_exchange(CURL* handle, int status)
     return {connect_time > 0, status, static_cast<int>(connect_status)};
 }
 
+std::string curl_proxy_url(const CURL_PROXY_INFO& proxy)
+{
+    const std::string address = proxy.address();
+    if (!proxy.has_host() || proxy.username().empty())
+        return address;
+    const auto escaped = [](const std::string& text)
+    {
+        const std::unique_ptr<char, decltype(&curl_free)> result(
+            curl_easy_escape(nullptr, text.c_str(), static_cast<int>(text.size())), &curl_free);
+        return result == nullptr ? text : std::string(result.get());
+    };
+    const std::size_t mark = address.find("://");
+    const std::size_t start = mark == std::string::npos ? 0 : mark + std::string("://").size();
+    const std::size_t at = address.rfind('@');
+    return address.substr(0, start) + escaped(proxy.username()) + ":" + escaped(proxy.password()) +
+           "@" + address.substr(at == std::string::npos ? start : at + 1);
+}
+
+long curl_offered_proxy_auth(CURL* handle)
+{
+    long schemes = 0;
+    curl_easy_getinfo(handle, CURLINFO_PROXYAUTH_AVAIL, &schemes);
+    return schemes;
+}
+
 namespace
 {
 

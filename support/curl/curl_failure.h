@@ -20,10 +20,13 @@ struct CURL_FAILURE
     };
 
     KIND kind = KIND::none;
-    std::string reason; ///< in the words of the system, libcurl or this library
-    int status = 0;     ///< the HTTP status for the two kinds above, otherwise 0
-    std::string server; ///< "host:port", after redirects
-    std::string proxy;  ///< "host:port" of the one that was set; empty without one
+    std::string reason;            ///< in the words of the system, libcurl or this library
+    int status = 0;                ///< the HTTP status for the two kinds above, otherwise 0
+    std::string server;            ///< "host:port", after redirects
+    std::string proxy;             ///< "host:port" of the one that was used; empty without one
+    std::string proxy_source = {}; ///< what named it; may be empty
+    std::string proxy_schemes =
+        {}; ///< those that it offers with status 407, such as "Digest, Basic"
 };
 
 /// How far a request got.

@@ -17,7 +17,8 @@ struct CURL_PROGRESS_DATA
     std::atomic<std::uint64_t> bytes_received{0}; ///< written to the file in this run
     std::uint64_t bytes_seen = 0;            ///< used by the program: received at its last pass
     std::atomic<std::int32_t> curl_code{-1}; ///< -1 until the transfer has ended
-    std::atomic<std::int32_t> http_code{-1}; ///< -1 unless a server has responded
+    std::atomic<std::int32_t> http_code{-1}; ///< -1 unless a server has responded; 407 also if
+                                             ///< the proxy requires a login for CONNECT
     std::int64_t reserved = -1;
     std::array<char, 256> error_text{}; ///< NUL-terminated
 };

@@ -3,6 +3,8 @@
 #include "support/curl/curl_ca_bundle.h"
 #include "support/curl/curl_logger.h"
 #include "support/curl/curl_rate_limit.h"
+#include "support/curl/curl_proxy_auth.h"
+#include "support/curl/curl_proxy_environment.h"
 #include "support/curl/curl_redact.h"
 #include "support/fio/fio_file_system.h"
 #include "support/fio/fio_flusher.h"
@@ -20,6 +22,7 @@ constexpr std::size_t receive_buffer = 512 * 1024;      // bytes
 constexpr std::size_t head_limit = 256 * 1024;          // bytes of all headers together
 constexpr auto longest_in_memory = std::chrono::milliseconds(300);
 constexpr long redirect_limit = 10;
+constexpr int proxy_authentication_required = 407;
 // A body of unknown length that pauses at the expected size has probably ended.
 constexpr auto longest_wait_for_end = std::chrono::seconds(1);
 
@@ -29,7 +32,8 @@ CURL_TRANSFER::CURL_TRANSFER(CURL_REQUEST request, const CURL_CONNECTION_SETTING
                              FIO_FLUSHER& flusher)
     : m_request(std::move(request)),
       m_settings(settings), m_size{m_request.expected_size, settings.size_limit},
-      m_flusher(flusher), m_error_buffer(CURL_ERROR_SIZE), m_pace(settings.stall_timeout)
+      m_flusher(flusher), m_error_buffer(CURL_ERROR_SIZE), m_pace(settings.stall_timeout),
+      m_redirects_left(redirect_limit)
 {
 }
 
@@ -85,7 +89,6 @@ bool CURL_TRANSFER::has_complete_file() const
 
 void CURL_TRANSFER::set_options(CURL_OPTIONS& options)
 {
-    options.set(CURLOPT_URL, m_request.url.c_str());
     options.set(CURLOPT_PRIVATE, this);
     options.set(CURLOPT_ERRORBUFFER, m_error_buffer.data());
     options.set(CURLOPT_NOSIGNAL, 1L);
@@ -106,11 +109,9 @@ void CURL_TRANSFER::set_options(CURL_OPTIONS& options)
     options.set(CURLOPT_PROTOCOLS_STR, "http,https");
     options.set(CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
     options.set(CURLOPT_FOLLOWLOCATION, 1L);
-    options.set(CURLOPT_MAXREDIRS, redirect_limit);
-
     if (const std::string bundle = curl_find_ca_bundle(); !bundle.empty())
         options.set(CURLOPT_CAINFO, bundle.c_str());
-    set_proxy_options(options);
+    set_address_options(options);
 
     // Not CURLOPT_RESUME_FROM: that fails on servers that don't support range requests.
     m_requests_range = m_offset > 0;
@@ -129,24 +130,35 @@ void CURL_TRANSFER::set_options(CURL_OPTIONS& options)
     }
 }
 
+void CURL_TRANSFER::set_address_options(CURL_OPTIONS& options)
+{
+    options.set(CURLOPT_URL, url().c_str());
+    options.set(CURLOPT_MAXREDIRS, m_redirects_left);
+    set_proxy_options(options);
+}
+
 void CURL_TRANSFER::set_proxy_options(CURL_OPTIONS& options)
 {
-    const CURL_PROXY_INFO& proxy = m_settings.proxy;
+    m_proxy = curl_proxy_for(url(), m_settings.proxy);
+    log_proxy();
     options.set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
-    if (proxy.has_host())
-        options.set(CURLOPT_PROXY, proxy.address().c_str());
-    else if (proxy.is_direct())
-        options.set(CURLOPT_PROXY, "");
-    if (!proxy.username().empty())
-    {
-        options.set(CURLOPT_PROXYUSERNAME, proxy.username().c_str());
-        options.set(CURLOPT_PROXYPASSWORD, proxy.password().c_str());
-        // libcurl uses the strongest of these that the proxy offers, at the cost of one more round
-        // trip per file. Negotiate is excluded: it would be preferred, and then fail without a
-        // ticket although the password is right.
-        options.set(CURLOPT_PROXYAUTH,
-                    static_cast<long>(CURLAUTH_DIGEST | CURLAUTH_NTLM | CURLAUTH_BASIC));
-    }
+    // Both are set in any case, so that libcurl doesn't read the environment itself.
+    options.set(CURLOPT_PROXY, curl_proxy_url(m_proxy).c_str());
+    options.set(CURLOPT_NOPROXY, "");
+    options.set(CURLOPT_PROXYUSERPWD, static_cast<const char*>(nullptr));
+    m_offered_auth = 0;
+    m_proxy_auth = curl_first_proxy_auth();
+    options.set(CURLOPT_PROXYAUTH, m_proxy_auth);
+}
+
+void CURL_TRANSFER::log_proxy() const
+{
+    if (m_settings.logger == nullptr || m_proxy.source().empty())
+        return;
+    const std::string address = curl_redact(m_proxy.address());
+    m_settings.logger->debug("%s: %s (%s)", curl_host_and_port(url()),
+                             address.empty() ? "no proxy" : "through the proxy " + address,
+                             m_proxy.source());
 }
 
 std::size_t CURL_TRANSFER::on_header(char* text, std::size_t size, std::size_t count, void* self)
@@ -172,12 +184,35 @@ bool CURL_TRANSFER::take_header(std::string_view line)
 bool CURL_TRANSFER::take_head()
 {
     m_head = curl_read_head(handle());
-    if (!m_head.redirects_to_http())
+    const char* text = nullptr;
+    if (m_head.redirects())
+        curl_easy_getinfo(handle(), CURLINFO_EFFECTIVE_URL, &text);
+    if (text == nullptr)
         return true;
-    const char* url = nullptr;
-    curl_easy_getinfo(handle(), CURLINFO_EFFECTIVE_URL, &url);
-    return url == nullptr || !curl_has_scheme(url, "https") ||
-           end_with({CURLE_UNSUPPORTED_PROTOCOL, "The server redirects from https to http"});
+    const std::string here = text;
+    if (m_head.redirects_to_http() && curl_has_scheme(here, "https"))
+        return end_with({CURLE_UNSUPPORTED_PROTOCOL, "The server redirects from https to http"});
+    m_follows_redirect = needs_another_proxy(here);
+    return !m_follows_redirect;
+}
+
+/// Whether a redirect leads to an address for which the environment names another proxy. libcurl
+/// keeps the one that was set, so that address is requested separately.
+bool CURL_TRANSFER::needs_another_proxy(const std::string& effective_url)
+{
+    long followed = 0;
+    curl_easy_getinfo(handle(), CURLINFO_REDIRECT_COUNT, &followed);
+    const std::string target = curl_absolute_url(effective_url, m_head.locations.front());
+    if (followed >= m_redirects_left ||
+        (!curl_has_scheme(target, "http") && !curl_has_scheme(target, "https")))
+        return false; // libcurl reports the error
+    const CURL_PROXY_INFO next = curl_proxy_for(target, m_settings.proxy);
+    if (next.address() == m_proxy.address() && next.username() == m_proxy.username() &&
+        next.password() == m_proxy.password())
+        return false;
+    m_redirects_left -= followed + 1;
+    m_redirect = target;
+    return true;
 }
 
 std::size_t CURL_TRANSFER::on_body(char* bytes, std::size_t size, std::size_t count, void* self)
@@ -392,17 +427,59 @@ CURL_OUTCOME CURL_TRANSFER::judge(const CURL_OUTCOME& result) const
 bool CURL_TRANSFER::prepare_repeat(CURLcode result)
 {
     read_unended_head();
-    // Nothing of a refused response was written, so the file still has its size.
+    if (result == CURLE_ABORTED_BY_CALLBACK)
+        return false;
+    CURL_OPTIONS options(handle());
+    // Nothing was written in any of these cases, so the file still has its size.
+    return (follow_redirect(options) || drop_range(result, options) ||
+            try_another_login(options)) &&
+           !options.refusal();
+}
+
+bool CURL_TRANSFER::follow_redirect(CURL_OPTIONS& options)
+{
+    if (!m_follows_redirect || m_own_outcome)
+        return false;
+    set_address_options(options);
+    return true;
+}
+
+bool CURL_TRANSFER::drop_range(CURLcode result, CURL_OPTIONS& options)
+{
     if (!m_requests_range || judge(libcurl_outcome(result)).curl_code != CURLE_RANGE_ERROR)
         return false;
     m_requests_range = false;
-    CURL_OPTIONS options(handle());
     options.set(CURLOPT_RANGE, static_cast<const char*>(nullptr));
-    return !options.refusal();
+    return true;
+}
+
+bool CURL_TRANSFER::is_login_required(const CURL_EXCHANGE& exchange) const
+{
+    const int status = exchange.status != 0 ? exchange.status : exchange.connect_status;
+    return m_proxy.has_host() && status == proxy_authentication_required;
+}
+
+bool CURL_TRANSFER::try_another_login(CURL_OPTIONS& options)
+{
+    if (m_own_outcome || !is_login_required(curl_read_exchange(handle(), m_head.status)))
+        return false;
+    // To a wrong password, a proxy may answer with the refused scheme alone.
+    m_offered_auth |= curl_offered_proxy_auth(handle());
+    // A host that --proxy names may contain credentials.
+    const bool has_user =
+        !m_proxy.username().empty() || m_proxy.host().find('@') != std::string::npos;
+    m_proxy_auth = curl_next_proxy_auth(m_proxy_auth, m_offered_auth, has_user);
+    if (m_proxy_auth == 0)
+        return false;
+    options.set(CURLOPT_PROXYAUTH, m_proxy_auth);
+    if (!has_user) // libcurl uses a ticket only for a user, who may have no name
+        options.set(CURLOPT_PROXYUSERPWD, ":");
+    return true;
 }
 
 void CURL_TRANSFER::start_repeat()
 {
+    m_follows_redirect = false;
     m_own_outcome.reset();
     m_is_paused = false;
     m_had_turn = true;
@@ -461,7 +538,10 @@ void CURL_TRANSFER::keep_failure(const CURL_OUTCOME& outcome, int status)
     }
     m_failure = curl_failure_of(outcome, exchange);
     m_failure.server = curl_host_and_port(url != nullptr ? url : m_request.url);
-    m_failure.proxy = curl_redact(m_settings.proxy.address());
+    m_failure.proxy = curl_redact(m_proxy.address());
+    m_failure.proxy_source = m_proxy.source();
+    if (m_handle != nullptr && is_login_required(exchange))
+        m_failure.proxy_schemes = curl_auth_names(m_offered_auth);
 }
 
 void CURL_TRANSFER::store(const CURL_OUTCOME& outcome, int status)
@@ -475,6 +555,9 @@ void CURL_TRANSFER::store(const CURL_OUTCOME& outcome, int status)
     std::memcpy(data.error_text.data(), text.data(), length);
     data.error_text[length] = '\0';
     data.curl_code = outcome.curl_code;
+    // After CONNECT, too.
+    if (m_failure.status == proxy_authentication_required)
+        status = proxy_authentication_required;
     if (status > 0)
         data.http_code = status;
 }

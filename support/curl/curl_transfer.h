@@ -45,11 +45,11 @@ public:
     /// \return whether it was paused
     bool resume();
 
-    /// To be called when libcurl has ended the request. If the server refused the range, or its
-    /// partial response was unusable, sets up the request once more without a range.
+    /// To be called when libcurl has ended the request. Sets up another one if the server refused
+    /// the range or its partial response was unusable (without a range), if the proxy refused to
+    /// log in (with another scheme), or if a redirect leads to an address with another proxy.
     /// \return whether the handle is to be run again, after `start_repeat`, instead of finishing
-    /// the
-    ///         transfer. That is still possible, with the result of the first request
+    ///         the transfer. That is still possible, with the result of the first request
     bool prepare_repeat(CURLcode result);
     void start_repeat();
 
@@ -72,11 +72,15 @@ private:
     static std::size_t on_body(char* bytes, std::size_t size, std::size_t count, void* self);
     static int on_trace(CURL* handle, curl_infotype type, char* text, std::size_t size, void* self);
 
+    const std::string& url() const { return m_redirect.empty() ? m_request.url : m_redirect; }
     bool has_complete_file() const;
     void set_options(CURL_OPTIONS& options);
+    void set_address_options(CURL_OPTIONS& options);
     void set_proxy_options(CURL_OPTIONS& options);
+    void log_proxy() const;
     bool take_header(std::string_view line);
     bool take_head();
+    bool needs_another_proxy(const std::string& effective_url);
     void read_unended_head();
     bool take_body(const char* bytes, std::size_t size);
     void obey_rate_limit(std::size_t received);
@@ -94,6 +98,11 @@ private:
     CURL_OUTCOME libcurl_outcome(CURLcode result) const;
     CURL_OUTCOME judge(const CURL_OUTCOME& result) const;
     bool has_reached_its_size() const;
+    bool follow_redirect(CURL_OPTIONS& options);
+    bool drop_range(CURLcode result, CURL_OPTIONS& options);
+    bool try_another_login(CURL_OPTIONS& options);
+    /// Whether the last response is a proxy's request for credentials.
+    bool is_login_required(const CURL_EXCHANGE& exchange) const;
     int answered_status(CURLcode result) const;
     void store(const CURL_OUTCOME& outcome, int status);
     void keep_failure(const CURL_OUTCOME& outcome, int status);
@@ -116,6 +125,13 @@ private:
     CURL_PACE m_pace;
     std::uint64_t m_flushed = 0;    ///< the part of `m_received` for which a flush was requested
     CLOCK::time_point m_last_flush; ///< the last request for a flush
+
+    CURL_PROXY_INFO m_proxy; ///< of the last request; environment's choices depend on its address
+    long m_proxy_auth = 0;   ///< the schemes that it allows
+    long m_offered_auth = 0; ///< the schemes in the proxy's requests for credentials
+    std::string m_redirect;  ///< to be requested separately, since it needs another proxy
+    bool m_follows_redirect = false; ///< the request was ended for that
+    long m_redirects_left;
 
     CURL_RESPONSE_HEAD m_head;
     bool m_is_paused = false;

@@ -1,5 +1,6 @@
 #include "tests/harness/proxy_server.h"
 
+#include <filesystem>
 #include <pwd.h>
 #include <stdexcept>
 #include <unistd.h>
@@ -34,8 +35,20 @@ PROXY_SERVER::PROXY_SERVER(PROXY_ENGINE engine, const std::string& user,
           [&](std::uint16_t port)
           {
               m_dir.write("access.log", "");
-              return engine == PROXY_ENGINE::squid ? squid_setup(port, user, password)
+              SQUID_LOGIN login{user, password};
+              login.basic = !user.empty();
+              return engine == PROXY_ENGINE::squid ? squid_setup(port, login)
                                                    : tinyproxy_setup(port, user, password);
+          }))
+{
+}
+
+PROXY_SERVER::PROXY_SERVER(const SQUID_LOGIN& login)
+    : m_process(std::make_unique<SERVER_PROCESS>(
+          [&](std::uint16_t port)
+          {
+              m_dir.write("access.log", "");
+              return squid_setup(port, login);
           }))
 {
 }
@@ -61,8 +74,46 @@ CHILD_SETUP PROXY_SERVER::tinyproxy_setup(std::uint16_t port, const std::string&
     return {"tinyproxy", {"-d", "-c", m_dir.str() + "/tinyproxy.conf"}, m_dir.path()};
 }
 
-CHILD_SETUP PROXY_SERVER::squid_setup(std::uint16_t port, const std::string& user,
-                                      const std::string& password) const
+std::string PROXY_SERVER::login_settings(const SQUID_LOGIN& login) const
+{
+    const std::string here = m_dir.str();
+    const std::string helpers = "/usr/lib/squid/";
+    std::string text;
+    const auto add = [&text](const std::string& scheme, const std::string& program)
+    {
+        text += "auth_param " + scheme + " program " + program + "\n" + "auth_param " + scheme +
+                " children 2 startup=1 idle=1\n";
+    };
+    // A helper reports in this way that it can't decide.
+    m_dir.write("refuse", "#!/bin/sh\nwhile read -r request; do echo 'BH no'; done\n");
+    std::filesystem::permissions(m_dir / "refuse", std::filesystem::perms::owner_all);
+    if (login.negotiate)
+        add("negotiate", here + "/refuse");
+    if (login.ntlm)
+        add("ntlm", here + "/refuse");
+    if (login.digest)
+    {
+        m_dir.write("digest",
+                    login.user + ":" +
+                        (login.digest_password.empty() ? login.password : login.digest_password) +
+                        "\n");
+        add("digest", helpers + "digest_file_auth " + here + "/digest");
+        text += "auth_param digest realm a test\n";
+    }
+    if (login.basic)
+    {
+        const std::string hash = run_tool({"openssl", {"passwd", "-apr1", login.password}});
+        m_dir.write("passwords", login.user + ":" + hash);
+        add("basic", helpers + "basic_ncsa_auth " + here + "/passwords");
+        text += "auth_param basic realm a test\n";
+    }
+    return text.empty() ? "http_access allow all\n"
+                        : text + "acl known proxy_auth REQUIRED\n"
+                                 "http_access allow known\n"
+                                 "http_access deny all\n";
+}
+
+CHILD_SETUP PROXY_SERVER::squid_setup(std::uint16_t port, const SQUID_LOGIN& login) const
 {
     const std::string here = m_dir.str();
     std::string text = "http_port 127.0.0.1:" + std::to_string(port) + "\n" + "pid_filename " +
@@ -87,22 +138,11 @@ CHILD_SETUP PROXY_SERVER::squid_setup(std::uint16_t port, const std::string& use
                        "buffered_logs off\n"
                        "shutdown_lifetime 0 seconds\n"
                        "dns_nameservers 127.0.0.1\n";
+    if (!login.also_listen.empty())
+        text += "http_port " + login.also_listen + ":" + std::to_string(port) + "\n";
     if (::geteuid() == 0)
         text += std::string("cache_effective_user ") + squid_user + "\n";
-    if (user.empty())
-        text += "http_access allow all\n";
-    else
-    {
-        const std::string hash = run_tool({"openssl", {"passwd", "-apr1", password}});
-        m_dir.write("passwords", user + ":" + hash);
-        text += "auth_param basic program /usr/lib/squid/basic_ncsa_auth " + here +
-                "/passwords\n"
-                "auth_param basic children 2 startup=1 idle=1\n"
-                "auth_param basic realm a test\n"
-                "acl known proxy_auth REQUIRED\n"
-                "http_access allow known\n"
-                "http_access deny all\n";
-    }
+    text += login_settings(login);
     m_dir.write("squid.conf", text);
     give_to_squid(m_dir);
     // The service name makes the names of its shared memory unique.

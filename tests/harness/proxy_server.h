@@ -9,6 +9,19 @@ enum class PROXY_ENGINE
     squid,
 };
 
+/// How clients log in to squid. It offers the schemes in this order.
+struct SQUID_LOGIN
+{
+    std::string user;
+    std::string password;
+    bool negotiate = false; ///< never accepts a client, like one for another domain
+    bool ntlm = false;      ///< the same
+    bool digest = false;
+    bool basic = false;
+    std::string digest_password = {}; ///< if it differs from the password
+    std::string also_listen = {};     ///< another address of this machine
+};
+
 /// An HTTP proxy on a loopback port that forwards to any server, including HTTPS by CONNECT. With a
 /// user it requires these Basic credentials (tinyproxy's configuration doesn't allow % or # in
 /// them). It accepts connections when the constructor returns.
@@ -17,6 +30,9 @@ class PROXY_SERVER final
 public:
     explicit PROXY_SERVER(PROXY_ENGINE engine, const std::string& user = "",
                           const std::string& password = "");
+
+    /// squid with other schemes than Basic.
+    explicit PROXY_SERVER(const SQUID_LOGIN& login);
 
     [[nodiscard]] std::string host() const { return "127.0.0.1"; }
     [[nodiscard]] std::uint16_t port() const { return m_process->port(); }
@@ -33,8 +49,8 @@ public:
 private:
     CHILD_SETUP tinyproxy_setup(std::uint16_t port, const std::string& user,
                                 const std::string& password) const;
-    CHILD_SETUP squid_setup(std::uint16_t port, const std::string& user,
-                            const std::string& password) const;
+    CHILD_SETUP squid_setup(std::uint16_t port, const SQUID_LOGIN& login) const;
+    std::string login_settings(const SQUID_LOGIN& login) const;
 
     TEMP_DIR m_dir;
     std::unique_ptr<SERVER_PROCESS> m_process;

@@ -54,7 +54,7 @@ TEST_F(Downloader, RunsNoTransferWithoutAnOptionThatLibcurlRefuses)
     proxy = {"127.0.0.1", std::to_string(server.port()), too_long, "s3cret"};
     EXPECT_EQ(fetch(), -1);
     expect_failure(43, -1);
-    EXPECT_NE(text_of(*data).find("libcurl refuses the option PROXYUSERNAME: "), std::string::npos)
+    EXPECT_NE(text_of(*data).find("libcurl refuses the option PROXY: "), std::string::npos)
         << text_of(*data);
     EXPECT_EQ(server.request_count("/f"), 0U);
 }

@@ -32,19 +32,30 @@ QString meaning_of_status(int status)
     }
 }
 
-QString proxy_refusal(int status)
+QString proxy_refusal(const CURL_FAILURE& failure)
 {
     constexpr int authentication_required = 407;
-    const QString number = "HTTP status " + QString::number(status);
-    return status == authentication_required
-               ? "the proxy requires a valid user name and password (" + number + ')'
-               : "the proxy refused the connection (" + number + ')';
+    const QString number = "HTTP status " + QString::number(failure.status);
+    if (failure.status != authentication_required)
+        return "the proxy refused the connection (" + number + ')';
+    const QString schemes = failure.proxy_schemes.empty()
+                                ? QString()
+                                : "; it offers " + QString::fromStdString(failure.proxy_schemes);
+    return "the proxy requires a valid user name and password (" + number + schemes + ')';
+}
+
+/// "the proxy HOST:PORT (SOURCE)"
+QString proxy_of(const CURL_FAILURE& failure)
+{
+    const QString source = failure.proxy_source.empty()
+                               ? QString()
+                               : " (" + QString::fromStdString(failure.proxy_source) + ')';
+    return "the proxy " + QString::fromStdString(failure.proxy) + source;
 }
 
 QString peer_of(const CURL_FAILURE& failure)
 {
-    return QString::fromStdString(failure.proxy.empty() ? failure.server
-                                                        : "the proxy " + failure.proxy);
+    return failure.proxy.empty() ? QString::fromStdString(failure.server) : proxy_of(failure);
 }
 
 /// With a remedy where there is one; not for a transfer that succeeded.
@@ -57,7 +68,7 @@ QString transfer_reason(const CURL_FAILURE& failure)
         return "the server answered with HTTP status " + QString::number(failure.status) +
                meaning_of_status(failure.status);
     case KIND::proxy_status:
-        return proxy_refusal(failure.status);
+        return proxy_refusal(failure);
     case KIND::connection:
         return "no connection to " + peer_of(failure) + ": " + reason;
     case KIND::tls:
@@ -128,7 +139,7 @@ QString failure_text(const VINST_FILE_FAILURE& failure)
     const bool names_proxy =
         failure.transfer.kind == KIND::connection || failure.transfer.kind == KIND::write;
     if (!failure.transfer.proxy.empty() && !names_proxy)
-        text += ", through the proxy " + QString::fromStdString(failure.transfer.proxy);
+        text += ", through " + proxy_of(failure.transfer);
     return without_control_characters(text);
 }
 

@@ -26,7 +26,7 @@ struct VINST_FILE_FAILURE
 VINST_FILE_FAILURE file_failure(const VINST_COMPONENT& component, const CURL_FAILURE& transfer);
 
 /// What failed, where and why, in one line without credentials and control characters:
-/// "TITLE (ADDRESS): REASON, through the proxy HOST:PORT".
+/// "TITLE (ADDRESS): REASON, through the proxy HOST:PORT (SOURCE)".
 QString failure_text(const VINST_FILE_FAILURE& failure);
 
 /// What a user can do about a connection test that failed, in one line: about a proxy that refuses,

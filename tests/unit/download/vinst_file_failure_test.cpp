@@ -56,6 +56,22 @@ TEST(FileFailure, NamesTheProxyThatWasUsed)
               "through the proxy gate:3128");
 }
 
+TEST(FileFailure, NamesTheSourceOfTheProxyAndTheSchemesThatItOffers)
+{
+    VINST_FILE_FAILURE failure = through_proxy(with(KIND::proxy_status, "", 407));
+    failure.transfer.proxy_source = "https_proxy";
+    failure.transfer.proxy_schemes = "Negotiate, Basic";
+    EXPECT_EQ(text(failure),
+              "One (http://dl.test/one.run): the proxy requires a valid user name and password "
+              "(HTTP status 407; it offers Negotiate, Basic), through the proxy gate:3128 "
+              "(https_proxy)");
+    failure.transfer.kind = KIND::connection;
+    failure.transfer.reason = "Connection refused";
+    EXPECT_EQ(text(failure),
+              "One (http://dl.test/one.run): no connection to the proxy gate:3128 (https_proxy): "
+              "Connection refused");
+}
+
 TEST(FileFailure, NamesWhatCannotBeReached)
 {
     EXPECT_EQ(text(with(KIND::connection, "Connection refused")),
