@@ -1,4 +1,3 @@
-#include "tests/harness/network_namespace.h"
 #include "tests/harness/nginx_server.h"
 #include "tests/harness/proxy_server.h"
 #include "tests/harness/socks_server.h"
@@ -6,6 +5,7 @@
 #include "tests/harness/unanswering_port.h"
 #include "tests/harness/wait_until.h"
 #include "tests/integration/host_fixture.h"
+#include "tests/integration/inside_namespace.h"
 
 #include <csignal>
 #include <optional>
@@ -20,20 +20,6 @@ std::string origin(const std::string& path)
 {
     return std::string("http://") + origin_address + ":" + std::to_string(origin_port) + path;
 }
-
-/// Entered before the test starts any thread or process.
-class INSIDE_NAMESPACE
-{
-protected:
-    INSIDE_NAMESPACE() : obstacle(NETWORK_NAMESPACE::obstacle())
-    {
-        if (obstacle.empty())
-            network.emplace();
-    }
-
-    std::string obstacle;
-    std::optional<NETWORK_NAMESPACE> network;
-};
 
 /// A corporate network: only the proxies can reach the origin, and only the names that the test
 /// defines are resolved.
@@ -111,15 +97,16 @@ protected:
         return {};
     }
 
-    std::string attempt(const std::string& host, const std::string& port) const
+    std::string attempt(const std::string& host, const std::string& port,
+                        const std::string& source = "") const
     {
         return "Testing internet connection ... \nINFO: Proxy server: " + host + ", port:" + port +
-               "\n";
+               "\n" + (source.empty() ? "" : "INFO: Proxy source: " + source + "\n");
     }
 
-    void expect_found(const std::string& host, int port)
+    void expect_found(const std::string& host, int port, const std::string& source)
     {
-        EXPECT_EQ(output, attempt("", "") + attempt(host, std::to_string(port)) +
+        EXPECT_EQ(output, attempt("", "") + attempt(host, std::to_string(port), source) +
                               "Test download -> success\n");
     }
 
@@ -129,10 +116,16 @@ protected:
         EXPECT_TRUE(output_holds("\nDownload successful\n")) << output;
     }
 
-    void expect_used_by_run(const std::string& host, int port) const
+    void expect_used_by_run(const std::string& host, int port, const std::string& source) const
     {
-        expect_start(attempt("", "") + attempt(host, std::to_string(port)) +
+        expect_start(attempt("", "") + attempt(host, std::to_string(port), source) +
                      "Test download -> success\n");
+    }
+
+    std::string preference_file() const
+    {
+        return "Firefox's preferences, " +
+               (dir / "home/.mozilla/firefox/abc.default/prefs.js").string();
     }
 
     void expect_not_found()
@@ -192,7 +185,8 @@ TEST_P(WpadCandidate, IsQueried)
     name_wpad(GetParam());
     serve_directive("PROXY " + proxy.address());
     run_with_log();
-    expect_used_by_run("127.0.0.1", proxy.port());
+    expect_used_by_run("127.0.0.1", proxy.port(),
+                       std::string("WPAD, http://") + GetParam() + "/wpad.dat");
     EXPECT_TRUE(
         holds(log(), std::string("autoproxy for url: http://") + GetParam() + "/wpad.dat\n"));
 }
@@ -225,7 +219,7 @@ TEST_F(HostDiscovery, ContinuesAfterAFileThatNamesNoProxy)
     write_preferences(pref("type", "1") + pref("http", "\"127.0.0.1\"") +
                       pref("http_port", std::to_string(proxy.port())));
     run_with_log();
-    expect_used_by_run("127.0.0.1", proxy.port());
+    expect_used_by_run("127.0.0.1", proxy.port(), preference_file());
     EXPECT_TRUE(holds(log(), "[info] Proxy detected by the browser's preferences\n"));
 }
 
@@ -259,7 +253,7 @@ TEST_F(HostDiscovery, ContinuesAfterAnEndlessScript)
     write_preferences(pref("type", "1") + pref("http", "\"127.0.0.1\"") +
                       pref("http_port", std::to_string(proxy.port())));
     run_with_log();
-    expect_used_by_run("127.0.0.1", proxy.port());
+    expect_used_by_run("127.0.0.1", proxy.port(), preference_file());
     // On a busy machine it reaches its time limit before its limit of processor time.
     EXPECT_TRUE(holds(log(), "No proxy from the autoproxy file: it exceeded its limits") ||
                 holds(log(), "No proxy from the autoproxy file: it takes too long"));
@@ -274,7 +268,8 @@ TEST_F(HostDiscovery, UsesTheSocksProxyOfTheBrowser)
                           pref("socks_port", std::to_string(proxy.port())) +
                           pref("socks_version", version));
         test_download();
-        expect_found(std::string("socks") + version + "://127.0.0.1", proxy.port());
+        expect_found(std::string("socks") + version + "://127.0.0.1", proxy.port(),
+                     preference_file());
     }
     EXPECT_EQ(proxy.served_connections(), 2U);
 }
@@ -286,7 +281,8 @@ TEST_F(HostDiscovery, FollowsTheBrowsersAutomaticConfiguration)
                  "proxy.pac");
     write_preferences(pref("autoconfig_url", "\"http://127.0.0.1/proxy.pac\"") + pref("type", "2"));
     run_with_log();
-    expect_used_by_run("127.0.0.1", proxy.port());
+    expect_used_by_run("127.0.0.1", proxy.port(),
+                       "Firefox's automatic configuration, http://127.0.0.1/proxy.pac");
     EXPECT_TRUE(holds(log(), "[info] Proxy detected by the browser's auto-configuration\n"));
 }
 
@@ -308,7 +304,7 @@ TEST_F(HostDiscovery, SendsTheUsersCredentialsToTheDetectedProxy)
     name_wpad("wpad");
     serve_directive("PROXY " + proxy.address());
     run_with_log({"--proxy-user", "ada:pass"});
-    expect_used_by_run("127.0.0.1", proxy.port());
+    expect_used_by_run("127.0.0.1", proxy.port(), "WPAD, http://wpad/wpad.dat");
     EXPECT_FALSE(holds(log(), "ada:pass"));
 }
 
@@ -318,7 +314,8 @@ TEST_F(HostDiscovery, ReportsThatTheProxyRefuses)
     name_wpad("wpad");
     serve_directive("PROXY " + proxy.address());
     test_download();
-    const std::string through = attempt("127.0.0.1", std::to_string(proxy.port()));
+    const std::string through =
+        attempt("127.0.0.1", std::to_string(proxy.port()), "WPAD, http://wpad/wpad.dat");
     EXPECT_EQ(output.substr(0, output.find("Details:")),
               attempt("", "") + through + through +
                   "Internet connection cannot be established. Verify your proxy settings.\n");
@@ -331,7 +328,8 @@ TEST_F(HostDiscovery, TriesADeadProxyTwiceAndReportsIt)
     serve_directive("PROXY 127.0.0.1:9");
     test_download();
     EXPECT_EQ(output.substr(0, output.find("Details:")),
-              attempt("", "") + attempt("127.0.0.1", "9") + attempt("127.0.0.1", "9") +
+              attempt("", "") + attempt("127.0.0.1", "9", "WPAD, http://wpad/wpad.dat") +
+                  attempt("127.0.0.1", "9", "WPAD, http://wpad/wpad.dat") +
                   "Internet connection cannot be established. Verify your proxy settings.\n");
 }
 
@@ -365,20 +363,23 @@ TEST_F(HostDiscovery, IsSkippedIfTheSystemNamesAProxy)
     const PROXY_SERVER proxy(PROXY_ENGINE::squid);
     environment["http_proxy"] = "http://" + proxy.address();
     run_with_log();
-    expect_start(attempt("127.0.0.1", std::to_string(proxy.port())) + "Test download -> success\n");
+    expect_start(attempt("127.0.0.1", std::to_string(proxy.port()), "http_proxy") +
+                 "Test download -> success\n");
     EXPECT_FALSE(holds(log(), "wpad"));
 }
 
-TEST_F(HostDiscovery, IsSkippedIfTheTransferReadsTheVariablesItself)
+TEST_F(HostDiscovery, IsSkippedIfAnySpellingOfTheVariablesNamesAProxy)
 {
     const PROXY_SERVER proxy(PROXY_ENGINE::squid);
-    for (const char* name : {"ALL_PROXY", "all_proxy", "http_proxy"})
+    for (const char* name : {"ALL_PROXY", "all_proxy", "HTTP_PROXY", "http_proxy"})
     {
-        environment.erase("ALL_PROXY");
-        environment.erase("all_proxy");
+        for (const char* other : {"ALL_PROXY", "all_proxy", "HTTP_PROXY"})
+            environment.erase(other);
         environment[name] = proxy.address(); // without a scheme
         run(run_arguments({"--debug"}));
-        EXPECT_TRUE(output_holds(attempt("", "") + "Test download -> success\n")) << name << output;
+        EXPECT_TRUE(output_holds(attempt("127.0.0.1", std::to_string(proxy.port()), name) +
+                                 "Test download -> success\n"))
+            << name << output;
         EXPECT_TRUE(output_holds("Download successful\n")) << name << output;
         EXPECT_FALSE(holds(log(), "wpad")) << name;
         remove_tree(dir / "dl");
@@ -392,8 +393,9 @@ TEST_F(HostDiscovery, FetchesItsFilesDirectlyDespiteTheEnvironment)
     serve_directive("PROXY " + proxy.address());
     // No proxy for the origin, and a dead one for everything else.
     environment["ALL_PROXY"] = "http://127.0.0.1:9";
+    environment["no_proxy"] = origin_address;
     test_download();
-    expect_found("127.0.0.1", proxy.port());
+    expect_found("127.0.0.1", proxy.port(), "WPAD, http://wpad/wpad.dat");
 }
 
 TEST_F(HostDiscovery, IsDisabledByTheEnvironment)

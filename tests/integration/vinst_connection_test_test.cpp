@@ -7,6 +7,7 @@
 #include "tests/harness/nginx_server.h"
 #include "tests/harness/proxy_server.h"
 #include "tests/harness/stopwatch.h"
+#include "tests/harness/wait_until.h"
 
 namespace
 {
@@ -17,14 +18,14 @@ using namespace std::chrono_literals;
 class FIXED_PROXIES final : public VINST_PROXY_SOURCE
 {
 public:
-    CURL_PROXY_INFO get_default_proxy() const override { return {}; }
+    CURL_PROXY_INFO get_default_proxy() const override { return by_default; }
     CURL_PROXY_INFO discover() override
     {
         ++asked;
         return found;
     }
-    VINST_PROXY_ORIGIN discovered_origin() const override { return VINST_PROXY_ORIGIN::wpad; }
 
+    CURL_PROXY_INFO by_default;
     CURL_PROXY_INFO found;
     int asked = 0;
 };
@@ -152,8 +153,8 @@ TEST_F(ConnectionTest, ExplainsAProxyThatRequiresAPassword)
 {
     const PROXY_SERVER gate(PROXY_ENGINE::squid, "ada", "s3cret");
     const std::string port = std::to_string(gate.port());
-    const std::string explanation =
-        "\nThe proxy requires a valid user name and password (HTTP status 407).\n";
+    const std::string explanation = "\nThe proxy requires a valid user name and password (HTTP "
+                                    "status 407; it offers Basic).\n";
     EXPECT_FALSE(test({gate.host(), port, "ada", "wrong", false}));
     EXPECT_NE(printed.find(", Httpcode: 407, Curlcode: 22" + explanation), std::string::npos)
         << printed;
@@ -161,7 +162,7 @@ TEST_F(ConnectionTest, ExplainsAProxyThatRequiresAPassword)
     release.reset();
     builder.test_file("https://127.0.0.1:1");
     EXPECT_FALSE(test({gate.host(), port, "ada", "wrong", false}));
-    EXPECT_NE(printed.find(", Httpcode: -1, Curlcode: 22" + explanation), std::string::npos)
+    EXPECT_NE(printed.find(", Httpcode: 407, Curlcode: 22" + explanation), std::string::npos)
         << printed;
 }
 
@@ -184,6 +185,69 @@ TEST_F(ConnectionTest, StoresTheProxyThatWorked)
     EXPECT_EQ(release->proxy_info.port(), port);
     EXPECT_EQ(release->proxy_info.password(), "s3cret");
     EXPECT_FALSE(log_holds("s3cret"));
+}
+
+TEST_F(ConnectionTest, NamesTheProxyOfTheEnvironment)
+{
+    const PROXY_SERVER gate(PROXY_ENGINE::tinyproxy);
+    const std::string port = std::to_string(gate.port());
+    for (const char* name : {"http_proxy", "HTTP_PROXY", "ALL_PROXY"})
+    {
+        qputenv(name, gate.address().c_str());
+        EXPECT_TRUE(test({}));
+        qunsetenv(name);
+        EXPECT_EQ(printed, once(gate.host(), port) + "INFO: Proxy source: " + name +
+                               "\nTest download -> success\n");
+        EXPECT_TRUE(log_holds("[info]   Proxy Server: " + gate.host() + ", Port:" + port + "\n"));
+        EXPECT_TRUE(log_holds(std::string("[info]   Proxy Source: ") + name + "\n"));
+        EXPECT_TRUE(
+            log_holds("[info] Proxy of the downloads: " + gate.address() + " (" + name + ")\n"));
+    }
+}
+
+TEST_F(ConnectionTest, NamesNoProxyThatIsBypassed)
+{
+    qputenv("http_proxy", "http://127.0.0.1:1");
+    qputenv("no_proxy", "127.0.0.1");
+    EXPECT_TRUE(test({}));
+    qunsetenv("http_proxy");
+    qunsetenv("no_proxy");
+    EXPECT_EQ(printed, once("", "") + "Test download -> success\n");
+    EXPECT_TRUE(log_holds("[info]   No proxy: excluded by no_proxy\n"));
+    EXPECT_TRUE(log_holds("[info] Proxy of the downloads: none\n"));
+}
+
+TEST_F(ConnectionTest, UsesANamedOrDetectedProxyWhateverIsExcluded)
+{
+    const PROXY_SERVER gate(PROXY_ENGINE::squid);
+    const std::string port = std::to_string(gate.port());
+    qputenv("no_proxy", "*");
+    EXPECT_TRUE(test({gate.host(), port, "", "", false, "--proxy"}));
+    EXPECT_EQ(printed, once(gate.host(), port) + "Test download -> success\n");
+    EXPECT_TRUE(log_holds("[info]   Proxy Source: --proxy\n"));
+    EXPECT_EQ(release->proxy_source(), "--proxy");
+    EXPECT_TRUE(gate.wait_for_access("GET " + server.url(route()), long_enough));
+
+    server.set_faults(route(), {FAULT::status(403).times(1)});
+    proxies.found = {gate.host(), port, "", ""};
+    proxies.found.set_source("WPAD, http://wpad/wpad.dat");
+    EXPECT_TRUE(test({}));
+    qunsetenv("no_proxy");
+    EXPECT_EQ(printed, once("", "") + once(gate.host(), port) +
+                           "INFO: Proxy source: WPAD, http://wpad/wpad.dat\n"
+                           "Test download -> success\n");
+    EXPECT_EQ(server.request_count(route()), 3U);
+}
+
+TEST_F(ConnectionTest, AddsCredentialsToTheProxyOfTheEnvironment)
+{
+    const PROXY_SERVER gate(SQUID_LOGIN{"ada", "s3cret", true, false, true, true});
+    for (const std::string user : {"", "bob:wrong@"})
+    {
+        qputenv("ALL_PROXY", ("http://" + user + gate.address()).c_str());
+        EXPECT_TRUE(test({"", "", "ada", "s3cret", true}));
+        qunsetenv("ALL_PROXY");
+    }
 }
 
 TEST_F(ConnectionTest, KeepsTheReleasesProxyIfTheTestFails)
@@ -212,7 +276,6 @@ TEST_F(ConnectionTest, ContinuesWithADetectedProxy)
     EXPECT_EQ(printed, once("", "") + once(gate.host(), port) + "Test download -> success\n");
     EXPECT_EQ(release->proxy_info.username(), "ada");
     EXPECT_EQ(result.proxy.host(), gate.host());
-    EXPECT_EQ(result.origin, VINST_PROXY_ORIGIN::wpad);
 }
 
 TEST_F(ConnectionTest, TriesADetectedProxyTwiceAndDetectsNoOther)
@@ -230,7 +293,6 @@ TEST_F(ConnectionTest, TriesADetectedProxyTwiceAndDetectsNoOther)
         0U)
         << printed;
     EXPECT_EQ(result.proxy.port(), port);
-    EXPECT_EQ(result.origin, VINST_PROXY_ORIGIN::wpad);
 }
 
 TEST_F(ConnectionTest, DetectsNoProxyIfOneWasNamed)

@@ -122,14 +122,24 @@ TEST_F(ProxyTest, OfTheSystemIsNotUsedForAnExcludedHost)
     EXPECT_TRUE(log_holds("[debug] proxyType: NoProxy\n"));
 }
 
-TEST_F(ProxyTest, OfTheSystemIsLeftToTheTransferIfItCannotBeRead)
+TEST_F(ProxyTest, OfTheSystemIsFoundInEverySpellingOfTheVariables)
 {
     set_download_url("http://dl.example/release");
     EXPECT_EQ(system_proxy({}), "");
-    EXPECT_EQ(system_proxy({{"http_proxy", "http://h"}}), "");
-    EXPECT_EQ(system_proxy({{"http_proxy", "h:3128"}}), "");
+    EXPECT_EQ(system_proxy({{"http_proxy", "http://h"}}), "h:1080");
+    EXPECT_EQ(system_proxy({{"HTTP_PROXY", "h:3128"}}), "h:3128");
+    EXPECT_EQ(system_proxy({{"ALL_PROXY", "socks5h://h:1080"}}), "socks5h://h:1080");
+    EXPECT_EQ(system_proxy({{"http_proxy", "http://[::1]:3128"}}), "[::1]:3128");
     EXPECT_EQ(system_proxy({{"HTTPS_PROXY", "http://h:3128"}}), "");
-    EXPECT_EQ(system_proxy({{"ALL_PROXY", "http://h:3128"}}), "");
+    set_download_url("https://dl.example/release");
+    EXPECT_EQ(system_proxy({{"HTTPS_PROXY", "http://s:1"}, {"http_proxy", "http://h:1"}}), "s:1");
+}
+
+TEST_F(ProxyTest, OfTheSystemNamesItsVariable)
+{
+    set_download_url("http://dl.example/release");
+    const VARIABLES set(VALUES{{"ALL_PROXY", "http://h:3128"}});
+    EXPECT_EQ(discovery->get_default_proxy().source(), "ALL_PROXY");
 }
 
 TEST_F(ProxyTest, OfAScriptIsTheOneForTheDownloadAddress)

@@ -11,6 +11,11 @@ void VINST_CONSOLE_VIEW::show_connection_attempt(const std::string& host, const 
                ", port:" + curl_plain_text(port) + "\n");
 }
 
+void VINST_CONSOLE_VIEW::show_proxy_source(const std::string& source)
+{
+    print_text("INFO: Proxy source: " + curl_plain_text(source) + "\n");
+}
+
 std::unique_ptr<VINST_CONSOLE_VIEW> make_console_view()
 {
     if (stdout_is_terminal())

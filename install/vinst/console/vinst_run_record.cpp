@@ -2,6 +2,7 @@
 
 #include "install/vinst/console/vinst_cmdline.h"
 #include "install/vinst/console/vinst_version.h"
+#include "support/curl/curl_plain_text.h"
 #include "support/curl/curl_redact.h"
 
 #include <QJsonArray>
@@ -42,26 +43,6 @@ QString outcome_name(VINST_RUN_OUTCOME outcome)
     return QStringLiteral("stopped");
 }
 
-QString origin_name(VINST_PROXY_ORIGIN origin)
-{
-    switch (origin)
-    {
-    case VINST_PROXY_ORIGIN::user:
-        return QStringLiteral("option");
-    case VINST_PROXY_ORIGIN::system:
-        return QStringLiteral("system");
-    case VINST_PROXY_ORIGIN::wpad:
-        return QStringLiteral("wpad");
-    case VINST_PROXY_ORIGIN::browser:
-        return QStringLiteral("browser");
-    case VINST_PROXY_ORIGIN::browser_autoconfig:
-        return QStringLiteral("browser_autoconfig");
-    case VINST_PROXY_ORIGIN::none:
-        break;
-    }
-    return QStringLiteral("none");
-}
-
 QJsonValue text_or_null(const QString& text)
 {
     return text.isEmpty() ? QJsonValue() : QJsonValue(text);
@@ -96,7 +77,8 @@ QJsonObject proxy_object(const VINST_CONNECTION_RESULT& connection)
 {
     return {
         {"address", text_or_null(QString::fromStdString(curl_redact(connection.proxy.address())))},
-        {"source", origin_name(connection.origin)}};
+        {"source",
+         text_or_null(QString::fromStdString(curl_plain_text(connection.proxy.source())))}};
 }
 
 QJsonObject checksum_object(const VINST_COMPONENT& component)

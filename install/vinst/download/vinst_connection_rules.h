@@ -12,6 +12,7 @@ struct VINST_PROXY_SETTINGS
     std::string username;
     std::string password;
     bool use_default_proxy = true; ///< the system's proxy, and discovery when that fails
+    std::string source = {};       ///< what names the server, for messages
 };
 
 /// What a connection test does after an attempt that failed.

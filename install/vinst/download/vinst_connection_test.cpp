@@ -12,6 +12,7 @@
 #include "install/vinst/download/vinst_proxy_discovery.h"
 #include "install/vinst/release/vinst_data.h"
 #include "support/curl/curl_plain_text.h"
+#include "support/curl/curl_proxy_environment.h"
 #include "support/curl/curl_redact.h"
 #include "support/fio/fio_file_system.h"
 
@@ -62,6 +63,33 @@ void add_credentials(CURL_PROXY_INFO& proxy, const VINST_PROXY_SETTINGS& setting
     proxy.set_unecrypted_password(settings.password);
 }
 
+/// Of the transfers that use the setting: with the environment's proxies, it depends on their
+/// address.
+CURL_PROXY_INFO proxy_for(const QString& url, const CURL_PROXY_INFO& setting)
+{
+    return curl_proxy_for(utf8(url), setting);
+}
+
+void log_source(const CURL_PROXY_INFO& proxy)
+{
+    const std::string source = curl_plain_text(proxy.source());
+    if (proxy.has_host())
+        run_log().info("  Proxy Source: %s", source);
+    else if (!source.empty())
+        run_log().info("  No proxy: excluded by %s", source);
+}
+
+void log_proxy_of_downloads(const QString& url, const CURL_PROXY_INFO& setting)
+{
+    const CURL_PROXY_INFO proxy = proxy_for(url, setting);
+    if (proxy.has_host())
+        run_log().info("Proxy of the downloads: %s (%s)",
+                       curl_plain_text(curl_redact(proxy.address())),
+                       curl_plain_text(proxy.source()));
+    else
+        run_log().info("Proxy of the downloads: none");
+}
+
 }
 
 VINST_CONNECTION_TEST::VINST_CONNECTION_TEST(VINST_RELEASE& release, VINST_DOWNLOADER_VIEW& view,
@@ -86,29 +114,27 @@ VINST_CONNECTION_RESULT VINST_CONNECTION_TEST::run(const VINST_PROXY_SETTINGS& s
 VINST_CONNECTION_RESULT VINST_CONNECTION_TEST::try_proxies(const VINST_PROXY_SETTINGS& settings,
                                                            const std::string& path)
 {
-    CURL_PROXY_INFO proxy = first_proxy(settings);
-    VINST_PROXY_ORIGIN origin =
-        settings.use_default_proxy ? VINST_PROXY_ORIGIN::system : VINST_PROXY_ORIGIN::user;
-    VINST_CONNECTION_RESULT result = try_proxies_from(proxy, origin, settings, path);
+    CURL_PROXY_INFO proxy;
+    VINST_CONNECTION_RESULT result = try_proxies(settings, path, proxy);
     result.proxy = proxy;
-    result.origin = proxy.has_host() ? origin : VINST_PROXY_ORIGIN::none;
     return result;
 }
 
-/// \param proxy, origin  the first one to try; afterwards the last one that was tried
-VINST_CONNECTION_RESULT
-VINST_CONNECTION_TEST::try_proxies_from(CURL_PROXY_INFO& proxy, VINST_PROXY_ORIGIN& origin,
-                                        const VINST_PROXY_SETTINGS& settings,
-                                        const std::string& path)
+VINST_CONNECTION_RESULT VINST_CONNECTION_TEST::try_proxies(const VINST_PROXY_SETTINGS& settings,
+                                                           const std::string& path,
+                                                           CURL_PROXY_INFO& proxy)
 {
+    CURL_PROXY_INFO setting = first_proxy(settings);
     run_log().info(settings.use_default_proxy ? "Proxy setting: default" : "Proxy setting: manual");
     for (int attempt = 1;; ++attempt)
     {
-        const VINST_FETCH_RESULT result = fetch(proxy, path);
+        proxy = proxy_for(m_release.test_url(), setting);
+        const VINST_FETCH_RESULT result = fetch(proxy, settings.use_default_proxy, path);
         if (has_the_test_file(result, path))
         {
             report(message("TEST_DOWNLOAD_RESULTS", "success"), false);
-            m_release.proxy_info = proxy;
+            log_proxy_of_downloads(m_release.download_url(), setting);
+            m_release.proxy_info = setting;
             return {true, {}};
         }
         run_log().debug(message("TEST_DOWNLOAD_RESULTS", "fail"));
@@ -125,8 +151,7 @@ VINST_CONNECTION_TEST::try_proxies_from(CURL_PROXY_INFO& proxy, VINST_PROXY_ORIG
         if (CURL_PROXY_INFO found = m_proxies.discover(); found.has_host())
         {
             add_credentials(found, settings);
-            proxy = found;
-            origin = m_proxies.discovered_origin();
+            setting = found;
             attempt = 0;
         }
     }
@@ -135,19 +160,26 @@ VINST_CONNECTION_TEST::try_proxies_from(CURL_PROXY_INFO& proxy, VINST_PROXY_ORIG
 CURL_PROXY_INFO VINST_CONNECTION_TEST::first_proxy(const VINST_PROXY_SETTINGS& settings) const
 {
     if (!settings.use_default_proxy)
-        return {settings.server, settings.port, settings.username, settings.password};
+    {
+        CURL_PROXY_INFO named{settings.server, settings.port, settings.username, settings.password};
+        named.set_source(settings.source);
+        return named;
+    }
     CURL_PROXY_INFO proxy = m_proxies.get_default_proxy();
     add_credentials(proxy, settings);
     return proxy;
 }
 
-VINST_FETCH_RESULT VINST_CONNECTION_TEST::fetch(const CURL_PROXY_INFO& proxy,
+VINST_FETCH_RESULT VINST_CONNECTION_TEST::fetch(const CURL_PROXY_INFO& proxy, bool is_detected,
                                                 const std::string& path)
 {
     const std::string host = curl_plain_text(curl_redact(proxy.host()));
     run_log().info("Testing Internet connection ...");
     run_log().info("  Proxy Server: %s, Port:%s", host, proxy.port());
+    log_source(proxy);
     m_view.show_connection_attempt(host, proxy.port());
+    if (is_detected && proxy.has_host() && !proxy.source().empty())
+        m_view.show_proxy_source(proxy.source());
     run_log().debug("test download file path: %s", path);
 
     // Each attempt starts without a file, because the file of an earlier one may have any content.

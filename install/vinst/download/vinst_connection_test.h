@@ -14,8 +14,7 @@ struct VINST_CONNECTION_RESULT
 {
     bool works = false;
     std::string error;          ///< as reported to the user; empty when it works or was stopped
-    CURL_PROXY_INFO proxy = {}; ///< the last one that was tried
-    VINST_PROXY_ORIGIN origin = VINST_PROXY_ORIGIN::none;
+    CURL_PROXY_INFO proxy = {}; ///< the last one that was tried; it also has its source
 };
 
 /// Fetches the release's test file through the proxy that the downloads will use, and compares its
@@ -38,11 +37,13 @@ public:
 private:
     VINST_CONNECTION_RESULT try_proxies(const VINST_PROXY_SETTINGS& settings,
                                         const std::string& path);
-    VINST_CONNECTION_RESULT try_proxies_from(CURL_PROXY_INFO& proxy, VINST_PROXY_ORIGIN& origin,
-                                             const VINST_PROXY_SETTINGS& settings,
-                                             const std::string& path);
+    /// \param proxy  receives the last one that was tried
+    VINST_CONNECTION_RESULT try_proxies(const VINST_PROXY_SETTINGS& settings,
+                                        const std::string& path, CURL_PROXY_INFO& proxy);
     CURL_PROXY_INFO first_proxy(const VINST_PROXY_SETTINGS& settings) const;
-    VINST_FETCH_RESULT fetch(const CURL_PROXY_INFO& proxy, const std::string& path);
+    /// \param is_detected  whether the user doesn't know the proxy, so that its source is shown
+    VINST_FETCH_RESULT fetch(const CURL_PROXY_INFO& proxy, bool is_detected,
+                             const std::string& path);
     bool has_the_test_file(const VINST_FETCH_RESULT& result, const std::string& path) const;
 
     VINST_RELEASE& m_release;

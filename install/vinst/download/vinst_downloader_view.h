@@ -49,6 +49,8 @@ public:
     virtual void show_connection_attempt(const std::string& /*host*/, const std::string& /*port*/)
     {
     }
+    /// What names the proxy of the attempt; called after it if the proxy was detected.
+    virtual void show_proxy_source(const std::string&) {}
 
     /// Called while the manager waits: processes pending events; sleeps until there are some.
     virtual void process_events();

@@ -10,6 +10,7 @@
 #include "install/vinst/download/vinst_pac_runner.h"
 #include "install/vinst/download/vinst_proxy_rules.h"
 #include "install/vinst/release/vinst_data.h"
+#include "support/curl/curl_proxy_environment.h"
 #include "support/curl/curl_redact.h"
 
 #include <QDir>
@@ -32,27 +33,15 @@ constexpr std::chrono::milliseconds longest_fetch{8000};
 constexpr qint64 script_limit = VINST_FETCH::size_limit;
 constexpr qint64 preference_file_limit = 16 * 1024 * 1024; // bytes
 
-/// Qt uses this port for a proxy variable without a port.
-constexpr quint16 port_of_missing_port = 65535;
-
-const char* text_of(VINST_PROXY_ORIGIN origin)
-{
-    switch (origin)
-    {
-    case VINST_PROXY_ORIGIN::wpad:
-        return "WPAD";
-    case VINST_PROXY_ORIGIN::browser:
-        return "the browser's preferences";
-    case VINST_PROXY_ORIGIN::browser_autoconfig:
-        return "the browser's auto-configuration";
-    default:
-        return "";
-    }
-}
-
-std::string scheme_of(const QNetworkProxy& proxy)
+QString scheme_of(const QNetworkProxy& proxy)
 {
     return proxy.type() == QNetworkProxy::Socks5Proxy ? "socks5://" : "";
+}
+
+/// A URL as the source of a proxy.
+std::string shown(const QString& url)
+{
+    return curl_redact(utf8(without_control_characters(url)));
 }
 
 std::optional<QByteArray> first_bytes(const QString& path, qint64 limit)
@@ -77,6 +66,26 @@ std::optional<QString> read_script(const QString& path)
         for (const QString& line : script.split('\n'))
             run_log().debug("%s", utf8(without_control_characters(line)));
     return script;
+}
+
+/// \return whether the file names a proxy host, so that an earlier one is overwritten
+bool read_preferences(const QString& path, VINST_BROWSER_PREFERENCES& preferences)
+{
+    const std::optional<QByteArray> bytes = first_bytes(path, preference_file_limit);
+    if (!bytes)
+        return false;
+    bool names_host = false;
+    VINST_PREFERENCE_READER reader(preferences);
+    for (const QByteArray& line : bytes->split('\n'))
+    {
+        const QString found = reader.take_line(QString::fromUtf8(line));
+        if (found.isEmpty())
+            continue;
+        run_log().debug("%s", curl_redact(utf8(without_control_characters(found))));
+        names_host = names_host || found.startsWith("network.proxy.http: ") ||
+                     found.startsWith("network.proxy.socks: ");
+    }
+    return names_host;
 }
 
 }
@@ -110,9 +119,10 @@ CURL_PROXY_INFO VINST_PROXY_DISCOVERY::discover()
         return {};
     }
     m_end = CLOCK::now() + longest_discovery;
-    const CURL_PROXY_INFO proxy = ask_all();
+    const char* source = "";
+    const CURL_PROXY_INFO proxy = ask_all(source);
     if (proxy.has_host())
-        run_log().info("Proxy detected by %s", text_of(m_origin));
+        run_log().info("Proxy detected by %s", source);
     else if (!may_go_on() && !is_to_stop())
         run_log().info("Proxy discovery timed out");
     else
@@ -121,38 +131,60 @@ CURL_PROXY_INFO VINST_PROXY_DISCOVERY::discover()
     return proxy;
 }
 
-CURL_PROXY_INFO VINST_PROXY_DISCOVERY::ask_all()
+CURL_PROXY_INFO VINST_PROXY_DISCOVERY::ask_all(const char*& source)
 {
-    m_origin = VINST_PROXY_ORIGIN::wpad;
+    source = "WPAD";
     if (CURL_PROXY_INFO proxy = get_wpad_proxy(); proxy.has_host())
         return proxy;
-    m_origin = VINST_PROXY_ORIGIN::browser;
+    source = "the browser's preferences";
     QString autoconfig_url;
     if (CURL_PROXY_INFO proxy = get_firefox_proxy(autoconfig_url); proxy.has_host())
         return proxy;
-    m_origin = VINST_PROXY_ORIGIN::browser_autoconfig;
-    return autoconfig_url.isEmpty() || !may_go_on() ? CURL_PROXY_INFO()
-                                                    : get_pac_proxy(autoconfig_url);
+    source = "the browser's auto-configuration";
+    if (autoconfig_url.isEmpty() || !may_go_on())
+        return {};
+    CURL_PROXY_INFO proxy = get_pac_proxy(autoconfig_url);
+    proxy.set_source("Firefox's automatic configuration, " + shown(autoconfig_url));
+    return proxy;
 }
 
 CURL_PROXY_INFO VINST_PROXY_DISCOVERY::get_default_proxy() const
 {
     run_log().debug("get default proxy ...");
-    const QNetworkProxyQuery query(QUrl(m_release.download_url()), QNetworkProxyQuery::UrlRequest);
-    const QList<QNetworkProxy> proxies = QNetworkProxyFactory::systemProxyForQuery(query);
-    if (proxies.isEmpty())
-        return {};
-    const QNetworkProxy& proxy = proxies.first();
-    run_log().debug("proxyUsed: %s port: %d", utf8(proxy.hostName()), proxy.port());
-    if (proxy.type() == QNetworkProxy::NoProxy)
+    // What the variables say is final, also that the address is excluded.
+    CURL_PROXY_INFO proxy = curl_proxy_for(utf8(m_release.download_url()), {});
+    if (!proxy.has_host() && proxy.source().empty())
+        proxy = system_proxy();
+    if (!proxy.has_host())
     {
         run_log().debug("proxyType: NoProxy");
-        return {};
+        return proxy;
     }
-    if (proxy.port() == 0 || proxy.port() == port_of_missing_port)
+    run_log().debug(
+        "proxyUsed: %s port: %s",
+        utf8(without_control_characters(QString::fromStdString(curl_redact(proxy.host())))),
+        proxy.port());
+    return proxy;
+}
+
+CURL_PROXY_INFO VINST_PROXY_DISCOVERY::system_proxy() const
+{
+    const QNetworkProxyQuery query(QUrl(m_release.download_url()), QNetworkProxyQuery::UrlRequest);
+    const QList<QNetworkProxy> proxies = QNetworkProxyFactory::systemProxyForQuery(query);
+    if (proxies.isEmpty() || proxies.first().type() == QNetworkProxy::NoProxy)
         return {};
-    return {scheme_of(proxy) + utf8(proxy.hostName()), std::to_string(proxy.port()),
-            utf8(proxy.user()), utf8(proxy.password())};
+    const QNetworkProxy& found = proxies.first();
+    CURL_PROXY_INFO proxy =
+        checked_proxy(found.hostName(), QString::number(found.port()), scheme_of(found));
+    if (!proxy.has_host())
+        return {};
+    proxy.set_source("the system's settings");
+    if (!found.user().isEmpty())
+    {
+        proxy.set_username(utf8(found.user()));
+        proxy.set_unecrypted_password(utf8(found.password()));
+    }
+    return proxy;
 }
 
 CURL_PROXY_INFO VINST_PROXY_DISCOVERY::get_wpad_proxy()
@@ -162,7 +194,10 @@ CURL_PROXY_INFO VINST_PROXY_DISCOVERY::get_wpad_proxy()
         if (!may_go_on())
             break;
         if (CURL_PROXY_INFO proxy = get_pac_proxy(url); proxy.has_host())
+        {
+            proxy.set_source("WPAD, " + shown(url));
             return proxy;
+        }
     }
     return {};
 }
@@ -217,18 +252,16 @@ CURL_PROXY_INFO VINST_PROXY_DISCOVERY::get_firefox_proxy(QString& autoconfig_url
 {
     run_log().debug("Get proxy settings from firefox ...");
     VINST_BROWSER_PREFERENCES preferences;
+    QString source;
     const QString root = QDir::homePath() + "/.mozilla/firefox";
     for (const QString& path : preference_files(root, [this] { return may_go_on(); }))
     {
         run_log().debug("firefox pref file: %s", utf8(path));
-        const std::optional<QByteArray> bytes = first_bytes(path, preference_file_limit);
-        if (!bytes)
-            continue;
-        VINST_PREFERENCE_READER reader(preferences);
-        for (const QByteArray& line : bytes->split('\n'))
-            if (const QString found = reader.take_line(QString::fromUtf8(line)); !found.isEmpty())
-                run_log().debug("%s", curl_redact(utf8(without_control_characters(found))));
+        if (read_preferences(path, preferences))
+            source = path;
     }
     autoconfig_url = preferences.chosen_autoconfig_url();
-    return preferences.proxy();
+    CURL_PROXY_INFO proxy = preferences.proxy();
+    proxy.set_source("Firefox's preferences, " + shown(source));
+    return proxy;
 }

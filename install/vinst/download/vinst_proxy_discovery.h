@@ -20,7 +20,8 @@ public:
     VINST_PROXY_DISCOVERY(const VINST_RELEASE& release, VINST_DOWNLOADER_VIEW& view,
                           const QString& pac_helper = {});
 
-    /// The system's proxy settings.
+    /// The system's proxy settings: the environment's, otherwise those of the desktop or of
+    /// Windows.
     CURL_PROXY_INFO get_default_proxy() const override;
     /// An auto-configuration file found on the network (WPAD).
     CURL_PROXY_INFO get_wpad_proxy();
@@ -32,17 +33,17 @@ public:
 
     /// Tries all sources except the system's settings in order, for at most 20 s in total.
     CURL_PROXY_INFO discover() override;
-    VINST_PROXY_ORIGIN discovered_origin() const override { return m_origin; }
 
 private:
     std::chrono::milliseconds time_left() const;
     bool may_go_on() const;
-    CURL_PROXY_INFO ask_all();
+    /// The proxy of the desktop or of Windows.
+    CURL_PROXY_INFO system_proxy() const;
+    CURL_PROXY_INFO ask_all(const char*& source);
     std::optional<QString> fetch_script(const QString& url);
 
     const VINST_RELEASE& m_release;
     VINST_DOWNLOADER_VIEW& m_view;
     const QString m_pac_helper;
     std::optional<std::chrono::steady_clock::time_point> m_end; ///< of `discover`
-    VINST_PROXY_ORIGIN m_origin = VINST_PROXY_ORIGIN::none;
 };

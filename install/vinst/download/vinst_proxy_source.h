@@ -2,17 +2,6 @@
 
 #include "support/curl/curl_proxy_info.h"
 
-/// Where a proxy comes from.
-enum class VINST_PROXY_ORIGIN
-{
-    none, ///< there is no proxy
-    user,
-    system,
-    wpad, ///< an auto-configuration file found on the network
-    browser,
-    browser_autoconfig
-};
-
 /// Where the connection test gets proxies from. Both return an empty proxy when there is none.
 class VINST_PROXY_SOURCE
 {
@@ -22,10 +11,8 @@ public:
     VINST_PROXY_SOURCE(const VINST_PROXY_SOURCE&) = delete;
     VINST_PROXY_SOURCE& operator=(const VINST_PROXY_SOURCE&) = delete;
 
-    /// The system's proxy settings.
+    /// The system's proxy settings for the download address.
     virtual CURL_PROXY_INFO get_default_proxy() const = 0;
     /// All other sources; may take several seconds.
     virtual CURL_PROXY_INFO discover() = 0;
-    /// Of the proxy that `discover` returned last.
-    virtual VINST_PROXY_ORIGIN discovered_origin() const = 0;
 };

@@ -134,6 +134,7 @@ VINST_PROXY_SETTINGS VINST_SETTINGS_DLG::proxy_settings() const
     settings.username = utf8(m_ui->m_proxy_username_line_edit->text());
     settings.password = utf8(m_ui->m_proxy_password_line_edit->text());
     settings.use_default_proxy = uses_default_proxy();
+    settings.source = "the settings";
     return settings;
 }
 
