@@ -273,6 +273,23 @@ TEST_F(ProxyTest, OfTheBrowserIsItsManualProxy)
     EXPECT_TRUE(log_holds("[debug] network.proxy.http_port: 3128\n"));
 }
 
+TEST_F(ProxyTest, OfTheBrowserNamesItsPreferenceFile)
+{
+    const std::string root = (dir / "home/.mozilla/firefox").string();
+    const std::string on = "user_pref(\"network.proxy.type\", 1);\n"
+                           "user_pref(\"network.proxy.http\", \"h\");\n"
+                           "user_pref(\"network.proxy.http_port\", 3128);\n";
+    std::filesystem::create_directories(root + "/real");
+    write_file(root + "/real/prefs.js", on);
+    write_preferences("user_pref(\"network.proxy.type\", 0);\n");
+    EXPECT_EQ(browser_proxy(), "") << "a forgotten profile switches the proxy off";
+    write_file(root + "/profiles.ini", "[Install1]\nDefault=real\n");
+    const VARIABLES home(VALUES{{"HOME", (dir / "home").string()}});
+    const CURL_PROXY_INFO proxy = discovery->get_firefox_proxy(autoconfig_url);
+    EXPECT_EQ(proxy.address(), "h:3128");
+    EXPECT_EQ(proxy.source(), "Firefox's preferences, " + root + "/real/prefs.js");
+}
+
 TEST_F(ProxyTest, OfTheBrowserMayComeFromAScript)
 {
     write_preferences("user_pref(\"network.proxy.type\", 2);\n"

@@ -6,6 +6,7 @@
 #include "install/vinst/base/vinst_text.h"
 #include "install/vinst/base/vinst_utils.h"
 #include "install/vinst/download/vinst_browser_preferences.h"
+#include "install/vinst/download/vinst_browser_profiles.h"
 #include "install/vinst/download/vinst_fetch.h"
 #include "install/vinst/download/vinst_pac_runner.h"
 #include "install/vinst/download/vinst_proxy_rules.h"
@@ -253,8 +254,8 @@ CURL_PROXY_INFO VINST_PROXY_DISCOVERY::get_firefox_proxy(QString& autoconfig_url
     run_log().debug("Get proxy settings from firefox ...");
     VINST_BROWSER_PREFERENCES preferences;
     QString source;
-    const QString root = QDir::homePath() + "/.mozilla/firefox";
-    for (const QString& path : preference_files(root, [this] { return may_go_on(); }))
+    const auto keep_looking = [this] { return may_go_on(); };
+    for (const QString& path : browser_preference_files(QDir::homePath(), keep_looking))
     {
         run_log().debug("firefox pref file: %s", utf8(path));
         if (read_preferences(path, preferences))
