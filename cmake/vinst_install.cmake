@@ -1,4 +1,4 @@
-# What "cmake --install" installs. The programs find their library, vinst_pac and the licence page
+# What "cmake --install" installs. The programs find their library, its helpers and the licence page
 # relative to themselves, so they are together in one directory, with links in the one for commands.
 include(GNUInstallDirs)
 
@@ -13,7 +13,7 @@ set(VINST_INSTALL_ZSH_DIR ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE STRI
 
 install(TARGETS vinst_host vinst_gui_host vinst_release DESTINATION ${VINST_INSTALL_PROGRAM_DIR}/bin)
 install(TARGETS vinst DESTINATION ${VINST_INSTALL_PROGRAM_DIR}/lib)
-install(TARGETS vinst_pac DESTINATION ${VINST_INSTALL_PROGRAM_DIR}/lib)
+install(TARGETS vinst_pac vinst_desktop_proxy DESTINATION ${VINST_INSTALL_PROGRAM_DIR}/lib)
 install(FILES licenses/main.html DESTINATION ${VINST_INSTALL_PROGRAM_DIR}/licenses)
 install(FILES install/vinst/app/vinst_entry.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vinst)
 

@@ -33,7 +33,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
 cmake -S . -B "$build" >/dev/null
-cmake --build "$build" --target vinst_host vinst_gui_host vinst_pac vinst_release vinst_documents >/dev/null
+cmake --build "$build" --target vinst_host vinst_gui_host vinst_pac vinst_desktop_proxy vinst_release vinst_documents >/dev/null
 cmake --install "$build" --prefix "$work/first" --strip >/dev/null
 # Nothing may depend on the place, nor on a path without blanks.
 prefix="$work/another place"
@@ -43,7 +43,7 @@ version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$build/CMakeCache.txt")
 [[ $("$prefix/bin/vinst" --version) == "vinst $version"$'\n'* ]] || fault "vinst --version doesn't print $version first"
 "$prefix/bin/vinst_gui" --version >"$work/output" || fault "vinst_gui doesn't run"
 "$prefix/bin/vinst_release" --help >"$work/output" || fault "vinst_release doesn't run"
-for file in lib/vinst/lib/vinst_pac lib/vinst/licenses/main.html share/man/man1/vinst.1 share/man/man5/vinst_manifest.5; do
+for file in lib/vinst/lib/vinst_pac lib/vinst/lib/vinst_desktop_proxy lib/vinst/licenses/main.html share/man/man1/vinst.1 share/man/man5/vinst_manifest.5; do
     [[ -f $prefix/$file ]] || fault "there is no $file"
 done
 

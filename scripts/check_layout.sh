@@ -23,7 +23,7 @@ esac
 cd "${1:-$(dirname "$0")/..}"
 
 # Each room, and the rooms that it may include from in addition to itself, from the lowest floor up.
-# vinst_pac is on no floor: pac_request.h defines the request that it is called with.
+# vinst_pac and vinst_desktop_proxy are on no floor: pac_request.h defines the request that the first is called with.
 declare -A below=(
     [support/main]=''
     [support/mem]=''
@@ -32,6 +32,7 @@ declare -A below=(
     [support/cfgq]=''
     [support/curl]='support/fio/'
     [support/afcq]=''
+    [install/desktop]=''
     [install/pac]=''
     [install/vinst/base]='support/'
     [install/vinst/release]='install/vinst/base/ support/'
@@ -55,6 +56,7 @@ declare -A visible_in=(
     ['<boost/program_options']='install/vinst/console/ tools/vinst_release/'
     ['<boost/graph']='tools/vinst_release/'
     ['<(QJS|QQml|QtQml)']='install/pac/'
+    ['<(gio|glib)']='install/desktop/'
     ['<(QApplication|QDialog|QMessageBox|QWidget|QtWidgets|QLabel|QAction|QAbstractButton|QPushButton|QFileDialog|QStyle|QTreeView)[>/]']='install/vinst/gui/ install/vinst/app/ support/afcq/'
 )
 

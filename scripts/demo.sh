@@ -57,7 +57,7 @@ else
     say "Building"
     cd "$root"
     cmake --preset release -DBUILD_TESTING=OFF
-    targets=(vinst_host vinst_pac vinst_release)
+    targets=(vinst_host vinst_pac vinst_desktop_proxy vinst_release)
     if $gui; then
         targets+=(vinst_gui_host)
     fi

@@ -21,12 +21,15 @@ END
 packages=(
     g++ cmake ninja-build pkg-config
     qtbase5-dev qtdeclarative5-dev libqt5svg5-dev libtbb-dev libboost-program-options-dev libboost-dev libcurl4-openssl-dev
+    libglib2.0-dev
     libfmt-dev libspdlog-dev libcpp-httplib-dev
 )
 
 for argument in "$@"; do
     case $argument in
         test) packages+=(libgtest-dev libgmock-dev nginx-light squid tinyproxy dante-server iproute2 xvfb
+                         dbus-daemon dconf-gsettings-backend glib-networking gsettings-desktop-schemas libglib2.0-bin
+                         libkf5config-bin libproxy1-plugin-kconfig libproxy1-plugin-webkit
                          openssl tmux ca-certificates curl tzdata binutils clang-format clang-tidy
                          e2fsprogs mount util-linux
                          pandoc man-db mandoc bsdextrautils bash-completion zsh fish

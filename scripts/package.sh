@@ -250,7 +250,7 @@ ln -s "../$unpacked/bin/vinst" "$bare/bin/vinst"
 # The loader resolves each file by itself: all libraries that it needs must be in the archive.
 # shellcheck disable=SC2016 # the shell in the root expands it
 enter --net "$bare" /bin/sh -c 'cd "/a place"/*/lib
-    for file in *.so* vinst_pac plugins/*/*; do echo "$file:"; /lib64/ld-linux-x86-64.so.2 --list "./$file" 2>&1; done' >"$work/output" ||
+    for file in *.so* vinst_pac vinst_desktop_proxy plugins/*/*; do echo "$file:"; /lib64/ld-linux-x86-64.so.2 --list "./$file" 2>&1; done' >"$work/output" ||
     fail "the archive's libraries can't be listed"
 grep -q '^libvinst.so.1:$' "$work/output" || fail "libvinst.so.1 was not examined"
 ! grep 'error while loading' "$work/output" || fail "the archive lacks the libraries above"

@@ -5,7 +5,7 @@ set(VINST_LEFT_OUT_ON_WINDOWS
   "vinst_release_.*" "pac_.*" vinst_pac_runner_test
   # These run hosts and servers as Linux processes. On Linux, the same files also test the Windows
   # hosts, by running them through Wine.
-  "host_.*_test" host_setup slow_resolver failing_libcurl faulty_disk vinst_release_test
+  "host_.*_test" desktop_session host_setup slow_resolver failing_libcurl faulty_disk vinst_release_test
   child_process server_process nginx_server proxy_server socks_server network_namespace
   test_authority ext4_disk window_driver
   # Tests without a host process that need those servers.

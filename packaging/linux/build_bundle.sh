@@ -76,7 +76,7 @@ note_package() { # FILE : of a library that is brought along
     fail "no package has $1"
 }
 
-roots=("$top"/bin/vinst "$top"/bin/vinst_gui "$top"/bin/vinst_release "$top"/lib/libvinst.so.1 "$top"/lib/vinst_pac)
+roots=("$top"/bin/vinst "$top"/bin/vinst_gui "$top"/bin/vinst_release "$top"/lib/libvinst.so.1 "$top"/lib/vinst_pac "$top"/lib/vinst_desktop_proxy)
 for plugin in "${plugins[@]}"; do
     install -D -m 644 "$plugin_dir/$plugin" "$top/lib/plugins/$plugin"
     note_package "$plugin_dir/$plugin"
@@ -150,7 +150,7 @@ done | perl -MDigest::SHA=sha1_hex -MJSON::PP -MPOSIX=strftime -e '
 # ---- The archive ----
 
 chmod -R u=rwX,go=rX "$top"
-chmod 755 "$top"/bin/vinst "$top"/bin/vinst_gui "$top"/bin/vinst_release "$top"/lib/vinst_pac
+chmod 755 "$top"/bin/vinst "$top"/bin/vinst_gui "$top"/bin/vinst_release "$top"/lib/vinst_pac "$top"/lib/vinst_desktop_proxy
 tar -C "$work" --sort=name --mtime="@$epoch" --owner=0 --group=0 --numeric-owner --format=gnu -cf "$work/$name.tar" "$name"
 xz -6 -T1 "$work/$name.tar"
 mv "$work/$name.tar.xz" "$out/"

@@ -1,12 +1,14 @@
 #include "install/vinst/download/vinst_proxy_discovery.h"
 
 #include "install/vinst/base/vinst_messages.h"
+#include "install/vinst/base/vinst_platform.h"
 #include "install/vinst/base/vinst_private_dir.h"
 #include "install/vinst/base/vinst_stop.h"
 #include "install/vinst/base/vinst_text.h"
 #include "install/vinst/base/vinst_utils.h"
 #include "install/vinst/download/vinst_browser_preferences.h"
 #include "install/vinst/download/vinst_browser_profiles.h"
+#include "install/vinst/download/vinst_desktop_proxy.h"
 #include "install/vinst/download/vinst_fetch.h"
 #include "install/vinst/download/vinst_pac_runner.h"
 #include "install/vinst/download/vinst_proxy_rules.h"
@@ -92,9 +94,11 @@ bool read_preferences(const QString& path, VINST_BROWSER_PREFERENCES& preference
 }
 
 VINST_PROXY_DISCOVERY::VINST_PROXY_DISCOVERY(const VINST_RELEASE& release,
-                                             VINST_DOWNLOADER_VIEW& view, const QString& pac_helper)
+                                             VINST_DOWNLOADER_VIEW& view, const QString& pac_helper,
+                                             const QString& desktop_helper)
     : m_release(release), m_view(view),
-      m_pac_helper(pac_helper.isEmpty() ? pac_helper_path() : pac_helper)
+      m_pac_helper(pac_helper.isEmpty() ? pac_helper_path() : pac_helper),
+      m_desktop_helper(desktop_helper.isEmpty() ? desktop_proxy_helper_path() : desktop_helper)
 {
 }
 
@@ -173,7 +177,7 @@ CURL_PROXY_INFO VINST_PROXY_DISCOVERY::system_proxy() const
     const QNetworkProxyQuery query(QUrl(m_release.download_url()), QNetworkProxyQuery::UrlRequest);
     const QList<QNetworkProxy> proxies = QNetworkProxyFactory::systemProxyForQuery(query);
     if (proxies.isEmpty() || proxies.first().type() == QNetworkProxy::NoProxy)
-        return {};
+        return host_platform() == "linux" ? desktop_proxy() : CURL_PROXY_INFO();
     const QNetworkProxy& found = proxies.first();
     CURL_PROXY_INFO proxy =
         checked_proxy(found.hostName(), QString::number(found.port()), scheme_of(found));
@@ -185,6 +189,16 @@ CURL_PROXY_INFO VINST_PROXY_DISCOVERY::system_proxy() const
         proxy.set_username(utf8(found.user()));
         proxy.set_unecrypted_password(utf8(found.password()));
     }
+    return proxy;
+}
+
+// Qt reads the settings of desktops only if it was built with libproxy.
+CURL_PROXY_INFO VINST_PROXY_DISCOVERY::desktop_proxy() const
+{
+    CURL_PROXY_INFO proxy =
+        ask_desktop_for_proxy(m_desktop_helper, url_for_script(QUrl(m_release.download_url())),
+                              [this] { return may_go_on(); });
+    proxy.set_source("the desktop's settings");
     return proxy;
 }
 

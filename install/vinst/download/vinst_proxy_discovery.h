@@ -15,10 +15,12 @@ class VINST_RELEASE;
 class VINST_PROXY_DISCOVERY final : public VINST_PROXY_SOURCE
 {
 public:
-    /// \param pac_helper  the program that evaluates auto-configuration scripts; when empty, the
-    ///                    one installed with this library
+    /// \param pac_helper      the program that evaluates auto-configuration scripts; when empty,
+    /// the
+    ///                        one installed with this library
+    /// \param desktop_helper  the one that reads the desktop's settings; likewise
     VINST_PROXY_DISCOVERY(const VINST_RELEASE& release, VINST_DOWNLOADER_VIEW& view,
-                          const QString& pac_helper = {});
+                          const QString& pac_helper = {}, const QString& desktop_helper = {});
 
     /// The system's proxy settings: the environment's, otherwise those of the desktop or of
     /// Windows.
@@ -39,11 +41,13 @@ private:
     bool may_go_on() const;
     /// The proxy of the desktop or of Windows.
     CURL_PROXY_INFO system_proxy() const;
+    CURL_PROXY_INFO desktop_proxy() const;
     CURL_PROXY_INFO ask_all(const char*& source);
     std::optional<QString> fetch_script(const QString& url);
 
     const VINST_RELEASE& m_release;
     VINST_DOWNLOADER_VIEW& m_view;
     const QString m_pac_helper;
+    const QString m_desktop_helper;
     std::optional<std::chrono::steady_clock::time_point> m_end; ///< of `discover`
 };

@@ -1,0 +1,115 @@
+#include "install/vinst/download/vinst_desktop_proxy.h"
+
+#include "install/vinst/base/vinst_child_process.h"
+#include "install/vinst/base/vinst_messages.h"
+#include "install/vinst/base/vinst_platform.h"
+#include "install/vinst/base/vinst_text.h"
+#include "install/vinst/download/vinst_proxy_rules.h"
+
+#include <QEventLoop>
+#include <QMap>
+#include <QTimer>
+#include <QUrl>
+
+namespace
+{
+
+constexpr qint64 output_limit = 64 * 1024; // bytes
+constexpr std::chrono::milliseconds stop_check_interval{100};
+
+/// The desktop's "socks" proxies resolve host names themselves.
+const QMap<QString, QString>& schemes()
+{
+    static const QMap<QString, QString> known{{"http", ""},
+                                              {"https", "https://"},
+                                              {"socks", "socks5h://"},
+                                              {"socks5", "socks5h://"},
+                                              {"socks5h", "socks5h://"},
+                                              {"socks4", "socks4://"},
+                                              {"socks4a", "socks4a://"}};
+    return known;
+}
+
+void log_failure(const QString& reason)
+{
+    run_log().debug("No proxy from the desktop's settings: %s",
+                    utf8(without_control_characters(reason)));
+}
+
+}
+
+QString desktop_proxy_helper_path()
+{
+    return library_directory() + "/vinst_desktop_proxy";
+}
+
+CURL_PROXY_INFO ask_desktop_for_proxy(const QString& helper, const QString& url,
+                                      const std::function<bool()>& may_go_on,
+                                      std::chrono::milliseconds at_most)
+{
+    QEventLoop loop;
+    // After the loop, so that it is destroyed first: it may still send signals.
+    VINST_CHILD_PROCESS process;
+    process.setProgram(helper);
+    QObject::connect(&process, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), &loop,
+                     &QEventLoop::quit);
+    QObject::connect(&process, &QProcess::errorOccurred, &loop,
+                     [&loop](QProcess::ProcessError error)
+                     {
+                         if (error == QProcess::FailedToStart)
+                             loop.quit();
+                     });
+    QTimer::singleShot(at_most, Qt::PreciseTimer, &loop, &QEventLoop::quit);
+    QTimer stop_check;
+    QObject::connect(&stop_check, &QTimer::timeout, &loop,
+                     [&]
+                     {
+                         if (!may_go_on())
+                             loop.quit();
+                     });
+    stop_check.start(stop_check_interval);
+    process.start();
+    process.write(url.toUtf8() + '\n');
+    process.closeWriteChannel();
+    if (process.state() != QProcess::NotRunning)
+        loop.exec();
+
+    QString trouble;
+    if (process.state() != QProcess::NotRunning)
+    {
+        trouble = may_go_on() ? "it takes too long" : "a stop was requested";
+        process.kill();
+        process.waitForFinished();
+    }
+    else if (process.error() == QProcess::FailedToStart)
+        trouble = helper + " can't be started: " + process.errorString();
+    else if (process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0)
+        trouble = QString::fromUtf8(process.readAllStandardError().left(output_limit)).trimmed();
+    else
+        return proxy_of_desktop_answer(process.read(output_limit));
+    log_failure(trouble);
+    return {};
+}
+
+CURL_PROXY_INFO proxy_of_desktop_answer(const QByteArray& answer)
+{
+    for (const QByteArray& line : answer.split('\n'))
+    {
+        const QUrl url(QString::fromUtf8(line.trimmed()), QUrl::StrictMode);
+        if (url.scheme() == "direct")
+            return {};
+        if (!schemes().contains(url.scheme()))
+            continue;
+        CURL_PROXY_INFO proxy =
+            checked_proxy(url.host(), QString::number(url.port()), schemes()[url.scheme()]);
+        if (!proxy.has_host())
+            continue;
+        if (!url.userName().isEmpty())
+        {
+            proxy.set_username(utf8(url.userName(QUrl::FullyDecoded)));
+            proxy.set_unecrypted_password(utf8(url.password(QUrl::FullyDecoded)));
+        }
+        return proxy;
+    }
+    return {};
+}
