@@ -84,6 +84,15 @@ void NETWORK_NAMESPACE::set_resolver(const std::string& lines)
     replace_file("/etc/resolv.conf", "nameserver 127.0.0.1\n" + lines);
 }
 
+void NETWORK_NAMESPACE::add_interface(const std::string& network)
+{
+    // One end of a cable. The other one is connected to nothing, but must be up, too.
+    ip({"link", "add", "cable0", "type", "veth", "peer", "name", "cable1"});
+    ip({"addr", "add", network, "dev", "cable0"});
+    ip({"link", "set", "cable0", "up"});
+    ip({"link", "set", "cable1", "up"});
+}
+
 void NETWORK_NAMESPACE::add_guarded_address(const std::string& address, int port)
 {
     ip({"addr", "add", address + "/32", "dev", "lo"});

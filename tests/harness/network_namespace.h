@@ -23,6 +23,9 @@ public:
     /// query.
     void set_resolver(const std::string& lines);
 
+    /// Adds an interface with an address and its network, such as "10.97.0.1/24".
+    void add_interface(const std::string& network);
+
     /// Adds an address to loopback whose port this user's processes can't reach; servers that have
     /// dropped root's rights can.
     void add_guarded_address(const std::string& address, int port);
