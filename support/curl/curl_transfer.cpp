@@ -2,9 +2,10 @@
 
 #include "support/curl/curl_ca_bundle.h"
 #include "support/curl/curl_logger.h"
-#include "support/curl/curl_rate_limit.h"
+#include "support/curl/curl_plain_text.h"
 #include "support/curl/curl_proxy_auth.h"
 #include "support/curl/curl_proxy_environment.h"
+#include "support/curl/curl_rate_limit.h"
 #include "support/curl/curl_redact.h"
 #include "support/fio/fio_file_system.h"
 #include "support/fio/fio_flusher.h"
@@ -109,6 +110,7 @@ void CURL_TRANSFER::set_options(CURL_OPTIONS& options)
     options.set(CURLOPT_PROTOCOLS_STR, "http,https");
     options.set(CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
     options.set(CURLOPT_FOLLOWLOCATION, 1L);
+
     if (const std::string bundle = curl_find_ca_bundle(); !bundle.empty())
         options.set(CURLOPT_CAINFO, bundle.c_str());
     set_address_options(options);
@@ -155,7 +157,7 @@ void CURL_TRANSFER::log_proxy() const
 {
     if (m_settings.logger == nullptr || m_proxy.source().empty())
         return;
-    const std::string address = curl_redact(m_proxy.address());
+    const std::string address = curl_plain_text(curl_redact(m_proxy.address()));
     m_settings.logger->debug("%s: %s (%s)", curl_host_and_port(url()),
                              address.empty() ? "no proxy" : "through the proxy " + address,
                              m_proxy.source());

@@ -14,8 +14,6 @@ class HostDesktop : public HostTest
 protected:
     void SetUp() override
     {
-        if (tested_platform() == "windows")
-            GTEST_SKIP() << "the desktops are those of Linux";
         if (const std::string obstacle = obstacle_to_desktop_session(); !obstacle.empty())
             GTEST_SKIP() << obstacle;
         builder.component("one").pattern_content(3000, 1);

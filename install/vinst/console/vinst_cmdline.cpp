@@ -308,8 +308,12 @@ std::unique_ptr<VINST_CONSOLE_VIEW> VINST_OPTIONS::make_view() const
 
 VINST_PROXY_SETTINGS VINST_OPTIONS::proxy_settings() const
 {
-    return {proxy_server, proxy_port, proxy_username, proxy_password,
-            use_default_proxy && proxy_server.empty(), "--proxy"};
+    return {proxy_server,
+            proxy_port,
+            proxy_username,
+            proxy_password,
+            use_default_proxy && proxy_server.empty(),
+            "--proxy"};
 }
 
 void VINST_OPTIONS::test_connection()

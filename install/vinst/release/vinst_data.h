@@ -27,10 +27,11 @@ public:
     QString installdir_linux;
     QString installdir_windows;
     CURL_PROXY_INFO proxy_info; ///< the proxy that passed the connection test
-    /// What named that proxy, such as "--proxy" or "https_proxy"; may be empty.
-    const std::string& proxy_source() const { return proxy_info.source(); }
     qint32 unattended_ui = 1;   ///< zero: installers show no user interface
     bool in_use = false;        ///< set on the release that the run works on
+
+    /// What named `proxy_info`, such as "--proxy" or "https_proxy"; may be empty.
+    const std::string& proxy_source() const { return proxy_info.source(); }
 
     /// Splits a dotted version into `version`, `short_version`, `build_number`, `update_number`.
     void set_version(const QString& text);
