@@ -16,18 +16,21 @@ static void load_pac_resources()
 namespace
 {
 
-/// Without a line break, so that line numbers in errors stay correct.
-constexpr const char* before_script = "__pac.begin();";
+/// Runs before the script's first statement, so that only a syntax error prevents it. Without a
+/// line break, so that line numbers in errors stay correct.
+constexpr const char* instead_of_running = "throw 0;";
 
-/// Runs in the script's scope, so that functions declared in any way are found.
+/// Makes the script's value the function that it defines. Runs in the script's scope, so that
+/// functions declared in any way are found.
 constexpr const char* behind_script =
-    "\n;__pac.take(typeof FindProxyForURLEx === 'function' ? FindProxyForURLEx"
-    " : typeof FindProxyForURL === 'function' ? FindProxyForURL : undefined);";
+    "\n;typeof FindProxyForURLEx === 'function' ? FindProxyForURLEx"
+    " : typeof FindProxyForURL === 'function' ? FindProxyForURL : undefined;";
 
-/// Returns the function's result in an array, to distinguish it from an exception, which can have
-/// any type.
-constexpr const char* caller_source =
-    "(function (f, url, host) { try { return [f(url, host)]; } catch (e) { return e; } })";
+/// Calls a function and returns its result and its exception in an array. Without the array, a
+/// script could throw a value that looks like a result.
+constexpr const char* caller_source = "(function (f, a, b) {"
+                                      " try { return [f(a, b), false]; }"
+                                      " catch (e) { return [e, true]; } })";
 
 QString helpers_source()
 {
@@ -37,56 +40,79 @@ QString helpers_source()
     return QString::fromUtf8(file.readAll());
 }
 
-/// One evaluation of a script in a separate engine.
+/// The result of a call, or the exception that ended it.
+struct OUTCOME
+{
+    QJSValue value;
+    bool was_thrown = false;
+};
+
+/// One evaluation of a script in a separate engine. Nothing of it but the predefined functions can
+/// be reached by the script.
 class EVALUATION
 {
 public:
     explicit EVALUATION(const PAC_ENVIRONMENT& environment) : m_native(environment)
     {
         QQmlEngine::setObjectOwnership(&m_native, QQmlEngine::CppOwnership);
-        const QJSValue native = m_engine.newQObject(&m_native);
         m_engine.evaluate(helpers_source(), "pac_helpers.js")
-            .call({m_engine.globalObject(), native});
-        m_engine.globalObject().setProperty("__pac", native);
+            .call({m_engine.globalObject(), m_engine.newQObject(&m_native)});
+        m_caller = m_engine.evaluate(caller_source);
+        m_eval = m_engine.globalObject().property("eval");
     }
 
-    void read(const std::string& script)
+    /// The script's syntax error; nothing if it can be parsed. Runs nothing of it.
+    std::optional<QString> syntax_error(const std::string& script)
     {
-        m_result = m_engine.evaluate(before_script + QString::fromStdString(script) + behind_script,
-                                     "proxy script");
+        const QJSValue error =
+            m_engine.evaluate(instead_of_running + QString::fromStdString(script));
+        return error.isError() ? std::optional(trouble_of(error)) : std::nullopt;
     }
 
-    bool is_unreadable() const { return !m_native.has_begun(); }
-    bool has_thrown() const { return m_native.has_begun() && !m_native.has_ended(); }
-    bool has_function() const { return m_native.function().isCallable(); }
-    QString trouble() const { return trouble_of(m_result); }
-
-    std::optional<std::string> call(const std::string& url, const std::string& host)
+    /// Runs the script, whose value is its function.
+    OUTCOME read(const std::string& script)
     {
-        QJSValue caller = m_engine.evaluate(caller_source);
-        const QJSValue result = caller.call(
-            {m_native.function(), QString::fromStdString(url), QString::fromStdString(host)});
-        const QJSValue answer = result.isArray() ? result.property(0) : QJSValue();
-        if (answer.isString())
-            return answer.toString().toStdString();
-        m_native.log(result.isArray() ? "The script's result is not a string."
-                                      : trouble_of(result));
+        // The global function "eval" runs it in the global scope.
+        return call(m_eval, QString::fromStdString(script) + behind_script);
+    }
+
+    std::optional<std::string> directive_of(const QJSValue& function, const std::string& url,
+                                            const std::string& host)
+    {
+        const OUTCOME outcome =
+            call(function, QString::fromStdString(url), QString::fromStdString(host));
+        if (!outcome.was_thrown && outcome.value.isString())
+            return outcome.value.toString().toStdString();
+        log(outcome.was_thrown ? failure(outcome.value) : "The script's result is not a string.");
         return std::nullopt;
     }
+
+    static QString failure(const QJSValue& thrown)
+    {
+        return thrown.isError() ? "The script fails in " + trouble_of(thrown)
+                                : "The script throws a value that is not an error.";
+    }
+
+    void log(const QString& line) { m_native.log(line); }
 
 private:
     static QString trouble_of(const QJSValue& error)
     {
-        if (!error.isError())
-            return "The script throws a value that is not an error.";
-        return QStringLiteral("The script fails in line %1: %2")
+        return QStringLiteral("line %1: %2")
             .arg(error.property("lineNumber").toInt())
             .arg(error.toString());
     }
 
+    OUTCOME call(const QJSValue& function, const QString& first, const QString& second = {})
+    {
+        const QJSValue result = m_caller.call({function, first, second});
+        return {result.property(0), !result.isArray() || result.property(1).toBool()};
+    }
+
     PAC_NATIVE m_native;
     QJSEngine m_engine;
-    QJSValue m_result;
+    QJSValue m_caller;
+    QJSValue m_eval;
 };
 
 }
@@ -94,29 +120,27 @@ private:
 std::optional<std::string> evaluate_pac(const std::string& script, const std::string& url,
                                         const std::string& host, const PAC_ENVIRONMENT& environment)
 {
-    std::optional<EVALUATION> evaluation(std::in_place, environment);
-    evaluation->read(script);
-    const QString syntax_error = evaluation->trouble();
-    if (evaluation->is_unreadable())
+    EVALUATION evaluation(environment);
+    std::optional<std::string> mended;
+    const std::optional<QString> syntax_error = evaluation.syntax_error(script);
+    if (syntax_error)
+        mended = without_padded_numbers(script);
+    if (!syntax_error || (mended && !evaluation.syntax_error(*mended)))
     {
-        if (const std::optional<std::string> mended = without_padded_numbers(script))
+        const OUTCOME outcome = evaluation.read(mended.value_or(script));
+        if (outcome.was_thrown)
         {
-            evaluation.emplace(environment);
-            evaluation->read(*mended);
+            evaluation.log(EVALUATION::failure(outcome.value));
+            return std::nullopt;
         }
+        if (outcome.value.isCallable())
+            return evaluation.directive_of(outcome.value, url, host);
+        evaluation.log("The script doesn't define FindProxyForURL.");
     }
-    if (evaluation->has_function())
-        return evaluation->call(url, host);
-
-    if (evaluation->has_thrown())
-    {
-        environment.log(evaluation->trouble().toStdString());
-        return std::nullopt;
-    }
-    environment.log(evaluation->is_unreadable() ? syntax_error.toStdString()
-                                                : "The script doesn't define FindProxyForURL.");
+    else
+        evaluation.log("The script fails in " + *syntax_error);
     std::optional<std::string> directive = directive_in_text(script);
     if (directive)
-        environment.log("Its text contains a directive, which is used instead.");
+        evaluation.log("Its text contains a directive, which is used instead.");
     return directive;
 }

@@ -23,12 +23,6 @@ QString joined(const std::vector<std::string>& addresses)
 
 }
 
-void PAC_NATIVE::take(const QJSValue& function)
-{
-    m_ended = true;
-    m_function = function;
-}
-
 QString PAC_NATIVE::resolve(const QString& name)
 {
     if (name.isEmpty() || name.size() > name_length)

@@ -2,7 +2,6 @@
 
 #include "install/pac/pac_engine.h"
 
-#include <QJSValue>
 #include <QObject>
 #include <QString>
 
@@ -18,15 +17,6 @@ class PAC_NATIVE final : public QObject
 public:
     explicit PAC_NATIVE(const PAC_ENVIRONMENT& environment) : m_environment(environment) {}
 
-    /// Whether the script started, and whether it ran to its end. A script that throws starts but
-    /// doesn't end; one with a syntax error doesn't start.
-    bool has_begun() const { return m_begun; }
-    bool has_ended() const { return m_ended; }
-    /// The function that the script defines; callable only when the script defines one.
-    const QJSValue& function() const { return m_function; }
-
-    Q_INVOKABLE void begin() { m_begun = true; }
-    Q_INVOKABLE void take(const QJSValue& function);
     Q_INVOKABLE QString resolve(const QString& name);
     Q_INVOKABLE QString own_addresses() const;
     Q_INVOKABLE double now() const { return static_cast<double>(m_environment.now()); }
@@ -36,9 +26,6 @@ public:
 
 private:
     const PAC_ENVIRONMENT& m_environment;
-    bool m_begun = false;
-    bool m_ended = false;
-    QJSValue m_function;
     int m_lines = 0;
     bool m_told_look_ups = false;
     std::map<QString, QString> m_resolved;

@@ -79,6 +79,43 @@ TEST_F(PacEngineTest, ReportsTheLineOfAnException)
                                                "read property 'b' of undefined"}));
 }
 
+TEST_F(PacEngineTest, TreatsAnyThrownValueAsAnException)
+{
+    for (const std::string thrown :
+         {"['PROXY evil:1']", "['PROXY evil:1', false]", "'PROXY evil:1'", "[[]]", "null",
+          "new String('PROXY evil:1')", "function () { return 'PROXY evil:1'; }"})
+    {
+        EXPECT_EQ(run("function FindProxyForURL() { throw " + thrown + "; }"), "(none)") << thrown;
+        EXPECT_EQ(run("throw " + thrown + "; " + returning("'PROXY evil:1'")), "(none)") << thrown;
+    }
+    EXPECT_EQ(lines,
+              std::vector<std::string>(14, "The script throws a value that is not an error."));
+}
+
+TEST_F(PacEngineTest, HidesItsOwnFunctionsFromTheScript)
+{
+    EXPECT_EQ(run("var found = Object.getOwnPropertyNames(this).filter(function (name) { return "
+                  "/^_|native|pac/i.test(name); }); " +
+                  returning("typeof __pac + found.join()")),
+              "undefined");
+    EXPECT_EQ(run("function __pac() { return 'PROXY own:1'; } " + returning("__pac()")),
+              "PROXY own:1");
+}
+
+TEST_F(PacEngineTest, RunsNothingOfAScriptThatCannotBeParsed)
+{
+    EXPECT_EQ(run("alert('ran'); dnsResolve('ran.example');\n}"), "(none)");
+    EXPECT_TRUE(looked_up.empty());
+    ASSERT_EQ(lines.size(), 1U);
+    EXPECT_EQ(lines[0].substr(0, 27), "The script fails in line 2:");
+}
+
+TEST_F(PacEngineTest, RunsTheScriptOnce)
+{
+    EXPECT_EQ(run("alert('ran'); " + returning("'DIRECT'")), "DIRECT");
+    EXPECT_EQ(lines, std::vector<std::string>{"alert: ran"});
+}
+
 TEST_F(PacEngineTest, ReportsAMissingFunction)
 {
     EXPECT_EQ(run("var FindProxyForURL = 'PROXY a';"), "(none)");
