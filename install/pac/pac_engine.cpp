@@ -32,6 +32,8 @@ constexpr const char* caller_source = "(function (f, a, b) {"
                                       " try { return [f(a, b), false]; }"
                                       " catch (e) { return [e, true]; } })";
 
+constexpr const char* helpers_name = "pac_helpers.js";
+
 QString helpers_source()
 {
     load_pac_resources();
@@ -55,7 +57,7 @@ public:
     explicit EVALUATION(const PAC_ENVIRONMENT& environment) : m_native(environment)
     {
         QQmlEngine::setObjectOwnership(&m_native, QQmlEngine::CppOwnership);
-        m_engine.evaluate(helpers_source(), "pac_helpers.js")
+        m_engine.evaluate(helpers_source(), helpers_name)
             .call({m_engine.globalObject(), m_engine.newQObject(&m_native)});
         m_caller = m_engine.evaluate(caller_source);
         m_eval = m_engine.globalObject().property("eval");
@@ -98,9 +100,11 @@ public:
 private:
     static QString trouble_of(const QJSValue& error)
     {
-        return QStringLiteral("line %1: %2")
-            .arg(error.property("lineNumber").toInt())
-            .arg(error.toString());
+        const QString place =
+            error.property("fileName").toString().endsWith(helpers_name)
+                ? "a predefined function"
+                : QStringLiteral("line %1").arg(error.property("lineNumber").toInt());
+        return place + ": " + error.toString();
     }
 
     OUTCOME call(const QJSValue& function, const QString& first, const QString& second = {})

@@ -39,39 +39,27 @@
         return true;
     }
 
-    // Whether the character matches the bracket expression at this position of the pattern. Also
-    // returns the position after the expression; null if the bracket is never closed.
-    function match_bracket(pattern, at, character) {
-        var negated = pattern[at + 1] === "!" || pattern[at + 1] === "^";
-        var first = at + (negated ? 2 : 1);
-        var end = pattern.indexOf("]", first + 1);
-        if (end < 0)
-            return null;
-        var found = false;
-        for (var i = first; i < end; ++i) {
-            if (pattern[i + 1] === "-" && i + 2 < end) {
-                found = found || (pattern[i] <= character && character <= pattern[i + 2]);
-                i += 2;
-            } else {
-                found = found || pattern[i] === character;
-            }
+    var regular_expression = global.RegExp;
+    var translations = { ".": "\\.", "*": ".*", "?": "." };
+
+    // The regular expression that browsers use for a pattern: they translate these three characters
+    // and leave all others as they are.
+    function translated(pattern) {
+        var source = pattern.replace(/[.*?]/g, function (c) { return translations[c]; });
+        try {
+            return new regular_expression("^" + source + "$");
+        } catch (e) {
+            throw new SyntaxError("shExpMatch can't use the pattern " + pattern);
         }
-        return { matches: found !== negated, next: end + 1 };
     }
 
-    // Matches one character at this position of the pattern: the position after it, or -1.
-    function match_one(pattern, at, character) {
-        if (pattern[at] === "?")
-            return at + 1;
-        if (pattern[at] === "[") {
-            var bracket = match_bracket(pattern, at, character);
-            if (bracket !== null)
-                return bracket.matches ? bracket.next : -1;
-        }
-        return pattern[at] === character ? at + 1 : -1;
+    // Whether the pattern has only characters that glob_matches understands.
+    function is_glob(pattern, text) {
+        return !/[\\^$+()[\]{}|]/.test(pattern) && !/[\n\r\u2028\u2029]/.test(text);
     }
 
-    // Backtracks only to the last star, which is sufficient and avoids exponential time.
+    // The same as the translated pattern, but in less than exponential time.
+    // It is sufficient to backtrack to the last star.
     function glob_matches(text, pattern) {
         var in_text = 0, in_pattern = 0, star = -1, star_text = 0;
         while (in_text < text.length) {
@@ -80,10 +68,8 @@
                 star_text = in_text;
                 continue;
             }
-            var next = in_pattern < pattern.length
-                ? match_one(pattern, in_pattern, text[in_text]) : -1;
-            if (next >= 0) {
-                in_pattern = next;
+            if (pattern[in_pattern] === "?" || pattern[in_pattern] === text[in_text]) {
+                ++in_pattern;
                 ++in_text;
             } else if (star >= 0) {
                 in_pattern = star + 1;
@@ -205,7 +191,10 @@
             return String(host).split(".").length - 1;
         },
         shExpMatch: function (text, pattern) {
-            return glob_matches(String(text), String(pattern));
+            text = String(text);
+            pattern = String(pattern);
+            return is_glob(pattern, text) ? glob_matches(text, pattern)
+                : translated(pattern).test(text);
         },
         weekdayRange: function () {
             var now = split_zone(arguments);

@@ -277,13 +277,47 @@ const SCRIPT_CASE helpers[] = {
     {"ExpressionQuestionMarks",
      when("shExpMatch('host1', 'host?') && !shExpMatch('host', 'host?')"), yes},
     {"ExpressionDots", when("shExpMatch('axexample', 'a.example')"), no},
-    {"ExpressionLetters",
-     when("shExpMatch('a+b(c)|$^{}', 'a+b(c)|$^{}') && !shExpMatch('aab', "
-          "'a+b')"),
+    // Browsers leave all characters but ".", "*" and "?" to the regular expression.
+    {"ExpressionAlternatives",
+     when("shExpMatch('www.corp.com', '(*.corp.com|corp.com)') && "
+          "shExpMatch('corp.com', '(*.corp.com|corp.com)') && "
+          "!shExpMatch('www.corp.org', '(*.corp.com|corp.com)')"),
+     yes},
+    {"ExpressionAlternativesWithoutParentheses",
+     when("shExpMatch('a.example.org', 'a.*|*.b') && shExpMatch('x.b', 'a.*|*.b') && "
+          "!shExpMatch('x.c', 'a.*|*.b')"),
+     yes},
+    {"ExpressionAlternativesOfUrls",
+     when("shExpMatch(url, '(http|https)://*.example.com/*') && "
+          "!shExpMatch('ftp://www.example.com/', '(http|https)://*.example.com/*')"),
      yes},
     {"ExpressionClasses",
-     when("shExpMatch('host7', 'host[0-9]') && !shExpMatch('hostx', "
-          "'host[0-9]') && shExpMatch('a[b', 'a[b')"),
+     when("shExpMatch('host7', 'host[0-9]') && !shExpMatch('hostx', 'host[0-9]') && "
+          "shExpMatch('hostx', 'host[^0-9]') && shExpMatch('host!', 'host[!0-9]')"),
+     yes},
+    {"ExpressionRepetition",
+     when("shExpMatch('aab', 'a+b') && !shExpMatch('a+b', 'a+b') && shExpMatch('aaa', 'a{3}')"),
+     yes},
+    {"ExpressionBackslash",
+     when("shExpMatch('a+b', 'a\\\\+b') && shExpMatch('host12', 'host\\\\d\\\\d')"), yes},
+    {"ExpressionAnchors",
+     when("shExpMatch('www', '^www$') && !shExpMatch('^www$', '^www$') && !shExpMatch('a$b', "
+          "'a$b')"),
+     yes},
+    {"ExpressionClosingBrackets", when("shExpMatch('a]b}', 'a]b}')"), yes},
+    {"ExpressionUnclosedClass", when("shExpMatch('a[b', 'a[b')"), no_directive},
+    {"ExpressionUnclosedParenthesis", when("shExpMatch('a(b', 'a(b')"), no_directive},
+    {"ExpressionPlainCharacters",
+     when("shExpMatch('http://a-b_c~d/%20&x=1;y,z@:#!\\'\"<>', "
+          "'http://a-b_c~d/%20&x=1;y,z@:#!\\'\"<>')"),
+     yes},
+    {"ExpressionDoubleStars", when("shExpMatch('a.b', '**.**') && !shExpMatch('ab', '**.**')"),
+     yes},
+    {"ExpressionEmpty", when("shExpMatch('', '') && shExpMatch('', '*') && !shExpMatch('a', '')"),
+     yes},
+    {"ExpressionLineBreak",
+     when("!shExpMatch('a\\nb', 'a*b') && !shExpMatch('a\\nb', 'a?b') && "
+          "shExpMatch('a\\nb', 'a\\nb')"),
      yes},
     {"ExpressionWhole", when("shExpMatch('www.example.com', 'example')"), no},
     {"ExpressionMindsCase", when("shExpMatch('WWW', 'www')"), no},

@@ -116,6 +116,14 @@ TEST_F(PacEngineTest, RunsTheScriptOnce)
     EXPECT_EQ(lines, std::vector<std::string>{"alert: ran"});
 }
 
+TEST_F(PacEngineTest, ReportsAnUnusablePattern)
+{
+    EXPECT_EQ(run(returning("shExpMatch(host, '*.(corp')")), "(none)");
+    EXPECT_EQ(lines, std::vector<std::string>(
+                         {"The script fails in a predefined function: SyntaxError: shExpMatch "
+                          "can't use the pattern *.(corp"}));
+}
+
 TEST_F(PacEngineTest, ReportsAMissingFunction)
 {
     EXPECT_EQ(run("var FindProxyForURL = 'PROXY a';"), "(none)");
