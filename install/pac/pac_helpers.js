@@ -21,8 +21,9 @@
         return bytes !== null && bytes.length === 4;
     }
 
+    // Other values than texts, such as the null of dnsResolve, are no names.
     function resolve(host) {
-        return list_of(native.resolve(String(host)));
+        return typeof host === "string" ? list_of(native.resolve(host)) : [];
     }
 
     function first_ipv4(addresses) {
@@ -144,8 +145,23 @@
         return kinds.map(function (kind) { return part[kind]; });
     }
 
+    var all_kinds = ["year", "month", "day"];
+
     function kinds_of(part) {
-        return ["year", "month", "day"].filter(function (kind) { return part[kind] !== undefined; });
+        return all_kinds.filter(function (kind) { return part[kind] !== undefined; });
+    }
+
+    function completed(part, defaults) {
+        return all_kinds.map(function (kind) {
+            return part[kind] === undefined ? defaults[kind] : part[kind];
+        });
+    }
+
+    // As in browsers: missing parts are those of the first and the last day of this year.
+    function in_uneven_range(first, now, last) {
+        var today = figures(now, all_kinds);
+        return compare(completed(first, { year: now.year, month: 0, day: 1 }), today) <= 0 &&
+            compare(today, completed(last, { year: now.year, month: 11, day: 31 })) <= 0;
     }
 
     var helpers = {
@@ -169,8 +185,10 @@
         isInNet: function (host, network, mask) {
             if (!is_ipv4(network) || !is_ipv4(mask))
                 return false;
-            var address = is_ipv4(host) ? String(host) : first_ipv4(resolve(host));
-            if (address === null)
+            // What looks like an address is never a name.
+            var is_address = /^\d+\.\d+\.\d+\.\d+$/.test(host);
+            var address = is_address ? host : first_ipv4(resolve(host));
+            if (address === null || !is_ipv4(address))
                 return false;
             var masked = global.convert_addr(mask);
             return (global.convert_addr(address) & masked) ===
@@ -210,13 +228,14 @@
             if (count > 0 && whole !== null)
                 return kinds_of(whole).every(function (kind) { return whole[kind] === now[kind]; });
 
-            var first = date_part(now.values.slice(0, count / 2));
-            var last = date_part(now.values.slice(count / 2));
-            if (count === 0 || count % 2 !== 0 || first === null || last === null)
+            var half = Math.floor(count / 2);
+            var first = date_part(now.values.slice(0, half));
+            var last = date_part(now.values.slice(half));
+            if (half === 0 || first === null || last === null)
                 return false;
             var kinds = kinds_of(first);
             if (kinds.join() !== kinds_of(last).join())
-                return false;
+                return in_uneven_range(first, now, last);
             var begin = figures(first, kinds), end = figures(last, kinds);
             // Years don't wrap around.
             if (kinds[0] === "year" && compare(begin, end) > 0)
@@ -249,10 +268,12 @@
             return resolve(host).length > 0;
         },
         isInNetEx: function (address, prefixes) {
+            if (typeof address !== "string" || typeof prefixes !== "string")
+                return null;
             var bytes = address_bytes(address);
             if (bytes === null)
                 return false;
-            return String(prefixes).split(";").some(function (prefix) {
+            return prefixes.split(";").some(function (prefix) {
                 var parts = prefix.trim().split("/");
                 var network = address_bytes(parts[0]);
                 var bits = /^[0-9]+$/.test(parts[1]) ? Number(parts[1]) : -1;
@@ -262,13 +283,15 @@
             });
         },
         dnsResolveEx: function (host) {
-            return resolve(host).join(";");
+            return typeof host === "string" ? resolve(host).join(";") : undefined;
         },
         myIpAddressEx: function () {
             return native.own_addresses();
         },
         sortIpAddressList: function (addresses) {
-            var entries = String(addresses).split(";").map(function (text) {
+            if (typeof addresses !== "string")
+                return null;
+            var entries = addresses.split(";").map(function (text) {
                 return { text: text.trim(), bytes: address_bytes(text.trim()) };
             });
             if (entries.some(function (entry) { return entry.bytes === null; }))

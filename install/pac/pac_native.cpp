@@ -29,7 +29,8 @@ QString PAC_NATIVE::resolve(const QString& name)
         return {};
     if (!address_bytes(name).isEmpty())
         return name;
-    if (const auto known = m_resolved.find(name); known != m_resolved.end())
+    const QString key = name.toLower();
+    if (const auto known = m_resolved.find(key); known != m_resolved.end())
         return known->second;
     if (m_resolved.size() >= look_up_limit)
     {
@@ -38,8 +39,8 @@ QString PAC_NATIVE::resolve(const QString& name)
         m_told_look_ups = true;
         return {};
     }
-    const QString addresses = joined(m_environment.resolve(name.toStdString()));
-    m_resolved.emplace(name, addresses);
+    const QString addresses = joined(m_environment.resolve(key.toStdString()));
+    m_resolved.emplace(key, addresses);
     return addresses;
 }
 

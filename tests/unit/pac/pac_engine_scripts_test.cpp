@@ -343,6 +343,22 @@ const SCRIPT_CASE helpers[] = {
      yes},
     {"SortedAddresses", text_of("sortIpAddressList('10.2.3.9;2001:db8::9;::1;10.1.0.0')"),
      "::1;2001:db8::9;10.1.0.0;10.2.3.9"},
+    {"InPrefixWithoutTexts",
+     text_of("[isInNetEx(), isInNetEx('10.0.0.1'), isInNetEx(1, '10.0.0.0/8'), "
+             "isInNetEx('10.0.0.1', null)].map(String)"),
+     "null,null,null,null"},
+    {"SortedAddressesWithoutAText",
+     text_of("[sortIpAddressList(), sortIpAddressList(null), sortIpAddressList(['10.0.0.1'])]"
+             ".map(String)"),
+     "null,null,null"},
+    {"SortedAddressesInvalid",
+     text_of("[sortIpAddressList(''), sortIpAddressList('a'), sortIpAddressList('10.0.0.1;;')]"),
+     "false,false,false"},
+    {"ResolveWithoutAName",
+     text_of("[dnsResolve(), dnsResolve(null), dnsResolve({}), dnsResolveEx(), dnsResolveEx(null), "
+             "isResolvable(), isResolvableEx(null), isInNet(null, '0.0.0.0', '0.0.0.0')]"
+             ".map(String)"),
+     "null,null,null,undefined,undefined,false,false,false"},
     {"ClientVersion", text_of("getClientVersion()"), "1.0"},
     {"AlertYieldsNothing", text_of("alert('x')"), "undefined"},
 };
@@ -378,6 +394,26 @@ const SCRIPT_CASE times[] = {
     {"DateInGreenwich", when("dateRange(15, 'GMT') && dateRange(16)"), yes, "h", "http://h/",
      "2026-07-15T23:00:00"},
     {"DateOfNothing", when("dateRange() || dateRange('GMT') || dateRange(1, 2, 3)"), no},
+    // As in browsers, the smaller half begins the range, and missing parts are those of the begin
+    // or the end of the current year.
+    {"DatesWithFiveArguments",
+     when("dateRange(1, 'JUN', 15, 'JUL', 2026) && !dateRange(16, 'JUL', 1, 'AUG', 2026) && "
+          "!dateRange(1, 'JUN', 14, 'JUL', 2026) && dateRange(1, 'JUN', 1, 'JAN', 2027)"),
+     yes},
+    {"DatesWithFiveArgumentsInAnyOrder",
+     when("dateRange('JUL', 2026, 15, 'JUL', 2026) && dateRange(2025, 31, 2026, 'JUL', 15) && "
+          "!dateRange(2027, 'JAN', 15, 'JUL', 2027)"),
+     yes},
+    {"DatesWithFiveArgumentsThatNeverHold",
+     when("dateRange(1, 'JUN', 2026, 15, 'AUG') && !dateRange(1, 'JUN', 2025, 15, 'AUG')"), yes},
+    {"DatesWithFiveArgumentsInGreenwich",
+     when("dateRange(1, 'JUN', 15, 'JUL', 2026, 'GMT') && !dateRange(1, 'JUN', 15, 'JUL', 2026)"),
+     yes, "h", "http://h/", "2026-07-15T23:00:00"},
+    {"DatesWithThreeArguments", when("dateRange(1, 15, 'JUL') && !dateRange(1, 14, 'JUL')"), yes},
+    {"DatesWithInvalidParts",
+     when("dateRange(1, 'JUN', 15, 'XXX', 2026) || dateRange(1, 2, 15, 'JUL', 2026) || "
+          "dateRange(1, 'JUN', 15, 16, 2026)"),
+     no},
     {"Hour", when("timeRange(16) && !timeRange(17)"), yes},
     {"Hours", when("timeRange(8, 17) && timeRange(16, 16) && !timeRange(17, 20)"), yes},
     {"HoursAround", when("timeRange(22, 6)"), yes, "h", "http://h/", "2026-07-15T01:00:00"},

@@ -47,6 +47,22 @@ TEST_F(PacEngineTest, NeverResolvesAddresses)
     EXPECT_TRUE(looked_up.empty());
 }
 
+TEST_F(PacEngineTest, ResolvesANameOnceInAnyCase)
+{
+    EXPECT_EQ(run(returning("dnsResolve('Www.Example') + dnsResolve('www.EXAMPLE')")),
+              "192.0.2.7192.0.2.7");
+    EXPECT_EQ(looked_up, std::vector<std::string>{"www.example"});
+}
+
+TEST_F(PacEngineTest, ResolvesOnlyNames)
+{
+    EXPECT_EQ(run(returning("String([dnsResolve(null), isInNet(null, '10.0.0.0', '255.0.0.0'), "
+                            "isResolvable(undefined), isInNet('1.2.3.456', '0.0.0.0', '0.0.0.0'), "
+                            "dnsResolve(7), dnsResolveEx(null)])")),
+              ",false,false,false,,");
+    EXPECT_TRUE(looked_up.empty());
+}
+
 TEST_F(PacEngineTest, LimitsTheNumberOfResolvedNames)
 {
     EXPECT_EQ(run("function FindProxyForURL() { var found = 0; for (var i = 0; i < 1000; ++i) "
