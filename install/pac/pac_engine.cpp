@@ -34,6 +34,14 @@ constexpr const char* caller_source = "(function (f, a, b) {"
 
 constexpr const char* helpers_name = "pac_helpers.js";
 
+/// The engine's message may contain a part of the script.
+constexpr int message_length = 300; // characters
+
+std::string shortened(const QString& message)
+{
+    return message.left(message_length).toStdString();
+}
+
 QString helpers_source()
 {
     load_pac_resources();
@@ -139,12 +147,12 @@ std::optional<std::string> evaluate_pac(const std::string& script, const std::st
         }
         if (outcome.value.isCallable())
             return evaluation.directive_of(outcome.value, url, host);
-        evaluation.log("The script doesn't define FindProxyForURL.");
+        environment.report("The script doesn't define FindProxyForURL.");
     }
     else
-        evaluation.log("The script fails in " + *syntax_error);
+        environment.report("The script can't be parsed: " + shortened(*syntax_error));
     std::optional<std::string> directive = directive_in_text(script);
     if (directive)
-        evaluation.log("Its text contains a directive, which is used instead.");
+        environment.report("The first proxy directive in its text is used: " + *directive);
     return directive;
 }

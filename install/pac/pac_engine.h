@@ -17,19 +17,21 @@ struct PAC_ENVIRONMENT
     std::function<std::int64_t()> now;
     /// Receives the script's alerts and errors, one line per call.
     std::function<void(const std::string& line)> log;
+    /// Receives what a user should know about a script that can't be used as it is.
+    std::function<void(const std::string& line)> report;
 };
 
 /// Evaluates a proxy auto-configuration script for one URL.
 ///
 /// The predefined functions of browsers are available. `FindProxyForURLEx` is preferred to
-/// `FindProxyForURL`. When the script can't be parsed, or defines neither, the directive in its
-/// text is used.
+/// `FindProxyForURL`. When the script can't be parsed, or defines neither, this is reported, and
+/// the directive in its text is used.
 ///
 /// \param script  UTF-8, without a byte-order mark
 /// \param url     the URL to fetch, without credentials
 /// \param host    its host
 /// \return the directive, such as "PROXY a:3128; DIRECT"; nothing when the script yields none, and
-///         `log` has then received the reason
+///         `log` or `report` has then received the reason
 std::optional<std::string> evaluate_pac(const std::string& script, const std::string& url,
                                         const std::string& host,
                                         const PAC_ENVIRONMENT& environment);

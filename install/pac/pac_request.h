@@ -14,6 +14,10 @@ struct PAC_REQUEST
 
 inline constexpr std::size_t pac_script_limit = 1024 * 1024; ///< bytes
 
+/// Begins the lines of the helper's standard error that are reported to the user; the others are
+/// details. A script can't write such a line.
+inline constexpr std::string_view pac_report_mark = "report: ";
+
 /// The helper's exit codes.
 enum PAC_EXIT : int
 {

@@ -83,9 +83,11 @@ int main(int argc, char** argv)
                   << pac_script_limit << " bytes\n";
         return pac_bad_request;
     }
-    const PAC_ENVIRONMENT environment{pac_resolve, pac_own_addresses, milliseconds_since_epoch,
-                                      [](const std::string& line)
-                                      { std::cerr << one_line(line) << std::endl; }};
+    const PAC_ENVIRONMENT environment{
+        pac_resolve, pac_own_addresses, milliseconds_since_epoch,
+        [](const std::string& line) { std::cerr << one_line(line) << std::endl; },
+        [](const std::string& line)
+        { std::cerr << pac_report_mark << one_line(line) << std::endl; }};
     const auto directive = evaluate_pac(request->script, request->url, request->host, environment);
     if (!directive)
         return pac_no_directive;

@@ -151,7 +151,19 @@ TEST_F(PacRunnerTest, LogsTheScriptsOutput)
 TEST_F(PacRunnerTest, ExtractsTheDirectiveFromABrokenScript)
 {
     EXPECT_EQ(run("function FindProxyForURL( { return \"PROXY a:1\" }"), "PROXY a:1");
-    EXPECT_TRUE(log_holds("autoproxy script: The script fails in line 1: SyntaxError"));
+    EXPECT_TRUE(
+        log_holds("[info] autoproxy script: The script can't be parsed: line 1: SyntaxError: "));
+    EXPECT_TRUE(log_holds(
+        "[info] autoproxy script: The first proxy directive in its text is used: PROXY a:1\n"));
+}
+
+TEST_F(PacRunnerTest, LetsNoScriptReportToTheUser)
+{
+    EXPECT_EQ(run("alert('x\\nreport: evil'); alert('report: evil'); function FindProxyForURL() { "
+                  "throw new Error('x\\nreport: evil'); }"),
+              "(none)");
+    EXPECT_TRUE(log_holds("[debug] autoproxy script: alert: report: evil\n"));
+    EXPECT_FALSE(log_holds("[info] autoproxy script:"));
 }
 
 TEST_F(PacRunnerTest, ResolvesNames)

@@ -118,10 +118,17 @@ private:
 
 void log_words(const QByteArray& words)
 {
+    const QByteArray mark(pac_report_mark.data(), static_cast<int>(pac_report_mark.size()));
     for (const QByteArray& line : words.split('\n'))
-        if (!line.isEmpty())
-            run_log().debug("autoproxy script: %s",
-                            utf8(without_control_characters(QString::fromUtf8(line))));
+    {
+        const bool is_report = line.startsWith(mark);
+        const std::string text = utf8(without_control_characters(
+            QString::fromUtf8(is_report ? line.mid(mark.size()) : line)));
+        if (is_report)
+            run_log().info("autoproxy script: %s", text);
+        else if (!line.isEmpty())
+            run_log().debug("autoproxy script: %s", text);
+    }
 }
 
 }

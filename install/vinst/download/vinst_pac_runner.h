@@ -14,7 +14,7 @@ inline constexpr std::chrono::milliseconds longest_pac_run{5000};
 
 /// Evaluates an auto-configuration script in a separate process, so that the script can't affect
 /// this one. Processes the caller's events meanwhile. The script's messages are logged at debug
-/// level; when there is no directive, the reason is logged.
+/// level. That it can't be parsed, and why there is no directive, is logged at info level.
 ///
 /// \param helper     the path of the helper
 /// \param at_most    the helper is killed after this time

@@ -54,7 +54,7 @@ protected:
                 [] {
                     return std::vector<std::string>{"2001:db8::40", "10.20.30.40"};
                 },
-                [moment] { return moment; }, [](const std::string&) {}};
+                [moment] { return moment; }, [](const std::string&) {}, [](const std::string&) {}};
     }
 };
 

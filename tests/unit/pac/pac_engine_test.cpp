@@ -17,13 +17,15 @@ protected:
                 return std::vector<std::string>{"192.0.2.7"};
             },
             [] { return std::vector<std::string>{"192.0.2.8"}; }, [] { return std::int64_t{0}; },
-            [this](const std::string& line) { lines.push_back(line); }};
+            [this](const std::string& line) { lines.push_back(line); },
+            [this](const std::string& line) { reports.push_back(line); }};
         return evaluate_pac(script, "http://h.example/", "h.example", environment)
             .value_or("(none)");
     }
 
     std::vector<std::string> looked_up;
     std::vector<std::string> lines;
+    std::vector<std::string> reports;
 };
 
 std::string returning(const std::string& expression)
@@ -122,8 +124,24 @@ TEST_F(PacEngineTest, RunsNothingOfAScriptThatCannotBeParsed)
 {
     EXPECT_EQ(run("alert('ran'); dnsResolve('ran.example');\n}"), "(none)");
     EXPECT_TRUE(looked_up.empty());
-    ASSERT_EQ(lines.size(), 1U);
-    EXPECT_EQ(lines[0].substr(0, 27), "The script fails in line 2:");
+    EXPECT_TRUE(lines.empty());
+}
+
+TEST_F(PacEngineTest, ReportsTheLineOfASyntaxError)
+{
+    EXPECT_EQ(run("// line 1\nvar a = 1;\ntry { a(); } catch { }\n" + returning("'PROXY a:1'")),
+              "PROXY a:1");
+    EXPECT_EQ(reports, std::vector<std::string>(
+                           {"The script can't be parsed: line 3: SyntaxError: Syntax error",
+                            "The first proxy directive in its text is used: PROXY a:1"}));
+    EXPECT_TRUE(lines.empty());
+}
+
+TEST_F(PacEngineTest, ReportsALimitedPartOfAScriptThatCannotBeParsed)
+{
+    EXPECT_EQ(run("var " + std::string(100'000, 'x') + " " + std::string(100'000, 'y')), "(none)");
+    ASSERT_EQ(reports.size(), 1U);
+    EXPECT_LE(reports[0].size(), 400U);
 }
 
 TEST_F(PacEngineTest, RunsTheScriptOnce)
@@ -143,14 +161,14 @@ TEST_F(PacEngineTest, ReportsAnUnusablePattern)
 TEST_F(PacEngineTest, ReportsAMissingFunction)
 {
     EXPECT_EQ(run("var FindProxyForURL = 'PROXY a';"), "(none)");
-    EXPECT_EQ(lines, std::vector<std::string>({"The script doesn't define FindProxyForURL."}));
+    EXPECT_EQ(reports, std::vector<std::string>({"The script doesn't define FindProxyForURL."}));
 }
 
 TEST_F(PacEngineTest, ReportsThatTheTextIsUsed)
 {
     EXPECT_EQ(run("PROXY a:1"), "PROXY a:1");
-    ASSERT_EQ(lines.size(), 2U);
-    EXPECT_EQ(lines[1], "Its text contains a directive, which is used instead.");
+    ASSERT_EQ(reports.size(), 2U);
+    EXPECT_EQ(reports[1], "The first proxy directive in its text is used: PROXY a:1");
 }
 
 TEST_F(PacEngineTest, StartsWithNewStateEachTime)
