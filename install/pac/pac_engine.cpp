@@ -62,7 +62,8 @@ struct OUTCOME
 class EVALUATION
 {
 public:
-    explicit EVALUATION(const PAC_ENVIRONMENT& environment) : m_native(environment)
+    EVALUATION(const PAC_ENVIRONMENT& environment, const std::string& host)
+        : m_native(environment, host)
     {
         QQmlEngine::setObjectOwnership(&m_native, QQmlEngine::CppOwnership);
         m_engine.evaluate(helpers_source(), helpers_name)
@@ -132,7 +133,7 @@ private:
 std::optional<std::string> evaluate_pac(const std::string& script, const std::string& url,
                                         const std::string& host, const PAC_ENVIRONMENT& environment)
 {
-    EVALUATION evaluation(environment);
+    EVALUATION evaluation(environment, host);
     std::optional<std::string> mended;
     const std::optional<QString> syntax_error = evaluation.syntax_error(script);
     if (syntax_error)

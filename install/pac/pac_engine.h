@@ -11,8 +11,10 @@ struct PAC_ENVIRONMENT
 {
     /// The IP addresses of a name, IPv4 and IPv6, in the system's order; empty when there are none.
     std::function<std::vector<std::string>(const std::string& name)> resolve;
-    /// This machine's IPv4 and IPv6 addresses, except loopback.
-    std::function<std::vector<std::string>()> own_addresses;
+    /// This machine's IPv4 and IPv6 addresses, except loopback. Those with which it reaches the
+    /// given addresses come first, or without such a route, those with which it reaches the
+    /// Internet.
+    std::function<std::vector<std::string>(const std::vector<std::string>& toward)> own_addresses;
     /// Milliseconds since the epoch.
     std::function<std::int64_t()> now;
     /// Receives the script's alerts and errors, one line per call.

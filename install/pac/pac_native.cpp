@@ -21,6 +21,14 @@ QString joined(const std::vector<std::string>& addresses)
     return list.join(';');
 }
 
+std::vector<std::string> split(const QString& addresses)
+{
+    std::vector<std::string> list;
+    for (const QString& address : addresses.split(';', Qt::SkipEmptyParts))
+        list.push_back(address.toStdString());
+    return list;
+}
+
 }
 
 QString PAC_NATIVE::resolve(const QString& name)
@@ -44,9 +52,11 @@ QString PAC_NATIVE::resolve(const QString& name)
     return addresses;
 }
 
-QString PAC_NATIVE::own_addresses() const
+QString PAC_NATIVE::own_addresses()
 {
-    return joined(m_environment.own_addresses());
+    if (!m_own_addresses)
+        m_own_addresses = joined(m_environment.own_addresses(split(resolve(m_host))));
+    return *m_own_addresses;
 }
 
 void PAC_NATIVE::log(const QString& line)

@@ -5,4 +5,4 @@
 
 /// What a script may query on this machine; see `PAC_ENVIRONMENT`.
 std::vector<std::string> pac_resolve(const std::string& name);
-std::vector<std::string> pac_own_addresses();
+std::vector<std::string> pac_own_addresses(const std::vector<std::string>& toward);

@@ -49,7 +49,7 @@ std::vector<std::string> pac_resolve(const std::string& name)
     return addresses;
 }
 
-std::vector<std::string> pac_own_addresses()
+std::vector<std::string> pac_own_addresses(const std::vector<std::string>& /*toward*/)
 {
     ifaddrs* list = nullptr;
     if (getifaddrs(&list) != 0)

@@ -1,5 +1,6 @@
 #include "install/pac/pac_engine.h"
 #include "install/pac/pac_request.h"
+#include "install/pac/pac_service.h"
 #include "install/pac/pac_system.h"
 
 #include <QCoreApplication>
@@ -45,6 +46,13 @@ bool contain_this_process()
            ::prctl(PR_SET_DUMPABLE, 0) == 0;
 }
 
+/// The other limits are inherited.
+bool contain_service()
+{
+    ::alarm(wall_clock);
+    return true;
+}
+
 std::int64_t milliseconds_since_epoch()
 {
     return std::chrono::duration_cast<std::chrono::milliseconds>(
@@ -52,12 +60,22 @@ std::int64_t milliseconds_since_epoch()
         .count();
 }
 
-std::string one_line(std::string text)
+void write_line(std::string_view mark, std::string line)
 {
-    for (char& c : text)
+    for (char& c : line)
         if (c == '\n' || c == '\r')
             c = ' ';
-    return text;
+    std::cerr << mark << line << std::endl;
+}
+
+void log_line(const std::string& line)
+{
+    write_line("", line);
+}
+
+void report_line(const std::string& line)
+{
+    write_line(pac_report_mark, line);
 }
 
 }
@@ -69,6 +87,13 @@ int main(int argc, char** argv)
     if (!contain_this_process())
     {
         std::cerr << "The limits can't be set\n";
+        return pac_bad_request;
+    }
+    const auto service =
+        PAC_SERVICE::start({pac_resolve, pac_own_addresses}, contain_service, log_line);
+    if (!service)
+    {
+        std::cerr << "The process for name look-ups can't be started\n";
         return pac_bad_request;
     }
     // The JIT compiler is an additional attack surface, and no faster for a script that runs once.
@@ -84,10 +109,9 @@ int main(int argc, char** argv)
         return pac_bad_request;
     }
     const PAC_ENVIRONMENT environment{
-        pac_resolve, pac_own_addresses, milliseconds_since_epoch,
-        [](const std::string& line) { std::cerr << one_line(line) << std::endl; },
-        [](const std::string& line)
-        { std::cerr << pac_report_mark << one_line(line) << std::endl; }};
+        [&](const std::string& name) { return service->resolve(name); },
+        [&](const std::vector<std::string>& toward) { return service->own_addresses(toward); },
+        milliseconds_since_epoch, log_line, report_line};
     const auto directive = evaluate_pac(request->script, request->url, request->host, environment);
     if (!directive)
         return pac_no_directive;

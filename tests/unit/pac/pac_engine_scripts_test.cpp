@@ -51,7 +51,7 @@ protected:
         const std::int64_t moment =
             QDateTime::fromString(QString(now) + "Z", Qt::ISODate).toMSecsSinceEpoch();
         return {resolve,
-                [] {
+                [](const std::vector<std::string>&) {
                     return std::vector<std::string>{"2001:db8::40", "10.20.30.40"};
                 },
                 [moment] { return moment; }, [](const std::string&) {}, [](const std::string&) {}};

@@ -16,7 +16,12 @@ protected:
                 looked_up.push_back(name);
                 return std::vector<std::string>{"192.0.2.7"};
             },
-            [] { return std::vector<std::string>{"192.0.2.8"}; }, [] { return std::int64_t{0}; },
+            [this](const std::vector<std::string>& toward)
+            {
+                routes.push_back(toward);
+                return std::vector<std::string>{"192.0.2.8"};
+            },
+            [] { return std::int64_t{0}; },
             [this](const std::string& line) { lines.push_back(line); },
             [this](const std::string& line) { reports.push_back(line); }};
         return evaluate_pac(script, "http://h.example/", "h.example", environment)
@@ -24,6 +29,7 @@ protected:
     }
 
     std::vector<std::string> looked_up;
+    std::vector<std::vector<std::string>> routes; ///< for which its own addresses were asked
     std::vector<std::string> lines;
     std::vector<std::string> reports;
 };
@@ -54,6 +60,14 @@ TEST_F(PacEngineTest, ResolvesANameOnceInAnyCase)
     EXPECT_EQ(run(returning("dnsResolve('Www.Example') + dnsResolve('www.EXAMPLE')")),
               "192.0.2.7192.0.2.7");
     EXPECT_EQ(looked_up, std::vector<std::string>{"www.example"});
+}
+
+TEST_F(PacEngineTest, AsksOnceForTheAddressesTowardTheHost)
+{
+    EXPECT_EQ(run(returning("myIpAddress() + myIpAddressEx() + dnsResolve(host)")),
+              "192.0.2.8192.0.2.8192.0.2.7");
+    EXPECT_EQ(routes, std::vector<std::vector<std::string>>{{"192.0.2.7"}});
+    EXPECT_EQ(looked_up, std::vector<std::string>{"h.example"});
 }
 
 TEST_F(PacEngineTest, ResolvesOnlyNames)
