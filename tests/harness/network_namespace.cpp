@@ -103,3 +103,17 @@ void NETWORK_NAMESPACE::add_guarded_address(const std::string& address, int port
         std::to_string(port), "prohibit"});
     ip({"rule", "del", "pref", "0"});
 }
+
+void NETWORK_NAMESPACE::add_interface(const std::string& name, const std::string& address)
+{
+    const std::string other_end = name + "_peer";
+    ip({"link", "add", name, "type", "veth", "peer", "name", other_end});
+    ip({"addr", "add", address, "dev", name});
+    ip({"link", "set", other_end, "up"});
+    ip({"link", "set", name, "up"});
+}
+
+void NETWORK_NAMESPACE::add_route(const std::string& network, const std::string& interface)
+{
+    ip({"route", "add", network, "dev", interface});
+}

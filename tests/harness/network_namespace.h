@@ -30,6 +30,11 @@ public:
     /// dropped root's rights can.
     void add_guarded_address(const std::string& address, int port);
 
+    /// Adds a network interface, with an address such as "10.1.0.2/24".
+    void add_interface(const std::string& name, const std::string& address);
+    /// Sends datagrams for a network, such as "10.50.0.0/16" or "default", over an interface.
+    void add_route(const std::string& network, const std::string& interface);
+
 private:
     int m_network = -1; ///< the original namespace, to return to
     int m_mounts = -1;

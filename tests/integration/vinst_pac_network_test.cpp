@@ -31,6 +31,15 @@ protected:
         longest = long_enough;
     }
 
+    /// This machine: connected to an office and, with a second interface, to a remote network.
+    void connect_two_networks()
+    {
+        network->add_interface("office", "10.1.0.2/24");
+        network->add_interface("remote", "10.8.0.2/24");
+        network->add_route("default", "office");
+        network->add_route("10.50.0.0/16", "remote");
+    }
+
     /// Like PRIVATE_NETWORK::network, for tests.
     NETWORK_NAMESPACE& net() { return *network; }
 };
@@ -76,4 +85,31 @@ TEST_F(PacNetworkTest, ResolvesOtherNamesAfterOneThatWasGivenUp)
     SILENT_NAME_SERVER server;
     EXPECT_EQ(run(returning("[dnsResolve('lost.example'), dnsResolve('known.example')].join()")),
               ",10.20.0.1");
+}
+
+TEST_F(PacNetworkTest, KnowsItsAddressOnTheRouteToTheHost)
+{
+    connect_two_networks();
+    net().set_hosts("10.50.7.7 dl.example\n");
+    EXPECT_EQ(run(returning("myIpAddress()")), "10.8.0.2");
+    const std::string all = run(returning("myIpAddressEx()"));
+    EXPECT_EQ(all.substr(0, 18), "10.8.0.2;10.1.0.2;") << all;
+}
+
+TEST_F(PacNetworkTest, KnowsItsAddressOnTheDefaultRoute)
+{
+    // The first interface is not the one with the default route.
+    net().add_interface("first", "10.8.0.2/24");
+    net().add_interface("second", "10.1.0.2/24");
+    net().add_route("default", "second");
+    EXPECT_EQ(run(returning("myIpAddress()")), "10.1.0.2");
+    net().set_hosts("127.0.0.1 dl.example\n");
+    EXPECT_EQ(run(returning("myIpAddress()")), "10.1.0.2");
+}
+
+TEST_F(PacNetworkTest, KnowsTheFirstAddressWithoutARoute)
+{
+    EXPECT_EQ(run(returning("myIpAddress() + '/' + myIpAddressEx()")), "127.0.0.1/");
+    net().add_interface("only", "10.8.0.2/24");
+    EXPECT_EQ(run(returning("myIpAddress()")), "10.8.0.2");
 }
