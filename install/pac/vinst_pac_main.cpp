@@ -1,13 +1,10 @@
+#include "install/pac/pac_containment.h"
 #include "install/pac/pac_engine.h"
 #include "install/pac/pac_request.h"
 #include "install/pac/pac_service.h"
 #include "install/pac/pac_system.h"
 
 #include <QCoreApplication>
-
-#include <sys/prctl.h>
-#include <sys/resource.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
@@ -18,38 +15,17 @@
 namespace
 {
 
-constexpr rlim_t address_space = 512 * 1024 * 1024; // bytes
-constexpr rlim_t processor_time = 2;                // seconds
-constexpr unsigned wall_clock = 5;                  // seconds
-constexpr rlim_t open_files = 32; // needed for name lookups; scripts can't open files
-
-bool limit(int resource, rlim_t value)
-{
-    const rlimit both{value, value};
-    return ::setrlimit(static_cast<__rlimit_resource>(resource), &both) == 0;
-}
-
-/// The soft limit's signal identifies the reason; the hard limit follows a second later.
-bool limit_processor_time()
-{
-    const rlimit limits{processor_time, processor_time + 1};
-    return ::setrlimit(RLIMIT_CPU, &limits) == 0;
-}
-
-/// A script is untrusted: anybody on the network may have sent it. There is deliberately no limit
-/// on file sizes, because the engine writes its own code to a memory file.
+/// A script is untrusted: anybody on the network may have sent it.
 bool contain_this_process()
 {
-    ::alarm(wall_clock);
-    return limit(RLIMIT_AS, address_space) && limit_processor_time() && limit(RLIMIT_CORE, 0) &&
-           limit(RLIMIT_NOFILE, open_files) && ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
-           ::prctl(PR_SET_DUMPABLE, 0) == 0;
+    limit_wall_clock_time();
+    return limit_process() && give_up_privileges() && end_with_starter();
 }
 
-/// The other limits are inherited.
+/// All but the time limit is inherited.
 bool contain_service()
 {
-    ::alarm(wall_clock);
+    limit_wall_clock_time();
     return true;
 }
 
