@@ -48,7 +48,11 @@ std::string NETWORK_NAMESPACE::obstacle()
     if (child == 0)
         ::_exit(::unshare(CLONE_NEWNET | CLONE_NEWNS) == 0 ? 0 : 1);
     int status = 0;
-    if (child < 0 || ::waitpid(child, &status, 0) != child || status != 0)
+    pid_t ended = -1;
+    do
+        ended = ::waitpid(child, &status, 0);
+    while (ended < 0 && errno == EINTR);
+    if (child < 0 || ended != child || status != 0)
         return "network namespaces can't be created here";
     return {};
 }
