@@ -12,6 +12,8 @@ if(NOT CMAKE_CROSSCOMPILING)
   find_package(Boost 1.74 REQUIRED COMPONENTS program_options)
   find_package(fmt REQUIRED)
   find_package(spdlog REQUIRED)
+  find_package(PkgConfig REQUIRED)
+  pkg_check_modules(seccomp REQUIRED IMPORTED_TARGET libseccomp>=2.5)
   return()
 endif()
 

@@ -57,6 +57,7 @@ declare -A visible_in=(
     ['<boost/graph']='tools/vinst_release/'
     ['<(QJS|QQml|QtQml)']='install/pac/'
     ['<(gio|glib)']='install/desktop/'
+    ['<seccomp\.h>']='install/pac/'
     ['<(QApplication|QDialog|QMessageBox|QWidget|QtWidgets|QLabel|QAction|QAbstractButton|QPushButton|QFileDialog|QStyle|QTreeView)[>/]']='install/vinst/gui/ install/vinst/app/ support/afcq/'
 )
 

@@ -21,7 +21,7 @@ END
 packages=(
     g++ cmake ninja-build pkg-config
     qtbase5-dev qtdeclarative5-dev libqt5svg5-dev libtbb-dev libboost-program-options-dev libboost-dev libcurl4-openssl-dev
-    libglib2.0-dev
+    libglib2.0-dev libseccomp-dev
     libfmt-dev libspdlog-dev libcpp-httplib-dev
 )
 

@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QJSEngine>
 #include <QQmlEngine>
+#include <QTimeZone>
 
 /// Registers the resources of a static library. Q_INIT_RESOURCE must not be used in a namespace.
 static void load_pac_resources()
@@ -156,4 +157,14 @@ std::optional<std::string> evaluate_pac(const std::string& script, const std::st
     if (directive)
         environment.report("The first proxy directive in its text is used: " + *directive);
     return directive;
+}
+
+void prepare_engine()
+{
+    // Without a name in this variable, Qt and the C library look at files before each conversion.
+    const QByteArray zone = qgetenv("TZ");
+    if (zone.isEmpty() || zone.endsWith("/etc/localtime"))
+        qputenv("TZ", QTimeZone::systemTimeZoneId());
+    QJSEngine().evaluate("[new Date(), new Date(0)].map(function (date) {"
+                         " return date.toString() + date.toLocaleString() + date.getHours(); });");
 }

@@ -37,3 +37,7 @@ struct PAC_ENVIRONMENT
 std::optional<std::string> evaluate_pac(const std::string& script, const std::string& url,
                                         const std::string& host,
                                         const PAC_ENVIRONMENT& environment);
+
+/// Makes the engine read what it reads from files only once: the time zone. To be called before a
+/// filter forbids to open files.
+void prepare_engine();

@@ -1,5 +1,6 @@
 #include "install/pac/pac_containment.h"
 #include "install/pac/pac_engine.h"
+#include "install/pac/pac_filter.h"
 #include "install/pac/pac_request.h"
 #include "install/pac/pac_service.h"
 #include "install/pac/pac_system.h"
@@ -22,11 +23,11 @@ bool contain_this_process()
     return limit_process() && give_up_privileges() && end_with_starter();
 }
 
-/// All but the time limit is inherited.
+/// The other limits are inherited.
 bool contain_service()
 {
     limit_wall_clock_time();
-    return true;
+    return apply_filter(PAC_FILTER::look_ups);
 }
 
 std::int64_t milliseconds_since_epoch()
@@ -82,6 +83,12 @@ int main(int argc, char** argv)
     {
         std::cerr << "Standard input must contain a URL, a host and a script of at most "
                   << pac_script_limit << " bytes\n";
+        return pac_bad_request;
+    }
+    prepare_engine();
+    if (!apply_filter(PAC_FILTER::evaluation))
+    {
+        std::cerr << "The filter of system calls can't be set\n";
         return pac_bad_request;
     }
     const PAC_ENVIRONMENT environment{

@@ -97,6 +97,13 @@ void NETWORK_NAMESPACE::add_interface(const std::string& network)
     ip({"link", "set", "cable1", "up"});
 }
 
+void NETWORK_NAMESPACE::set_time_zone(const std::string& name)
+{
+    const std::string zone = "/usr/share/zoneinfo/" + name;
+    const char* system_zone = "/etc/localtime";
+    check(::mount(zone.c_str(), system_zone, nullptr, MS_BIND, nullptr), "mount /etc/localtime");
+}
+
 void NETWORK_NAMESPACE::add_guarded_address(const std::string& address, int port)
 {
     ip({"addr", "add", address + "/32", "dev", "lo"});

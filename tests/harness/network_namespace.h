@@ -2,9 +2,9 @@
 
 #include <string>
 
-/// A private network with only loopback, and with separate /etc/hosts and /etc/resolv.conf. The
-/// thread that creates it is inside until the object is destroyed, and so is every process and
-/// thread that it starts. Nothing of it is visible outside or left behind.
+/// A private network with only loopback, and with separate /etc/hosts, /etc/resolv.conf and time
+/// zone. The thread that creates it is inside until the object is destroyed, and so is every
+/// process and thread that it starts. Nothing of it is visible outside or left behind.
 class NETWORK_NAMESPACE final
 {
 public:
@@ -25,6 +25,9 @@ public:
 
     /// Adds an interface with an address and its network, such as "10.97.0.1/24".
     void add_interface(const std::string& network);
+
+    /// Sets the system's time zone, such as "Europe/Berlin".
+    void set_time_zone(const std::string& name);
 
     /// Adds an address to loopback whose port this user's processes can't reach; servers that have
     /// dropped root's rights can.

@@ -110,6 +110,13 @@ TEST_F(PacContainmentTest, HasNoPrivileges)
     }
 }
 
+TEST_F(PacContainmentTest, HasAFilterOfSystemCalls)
+{
+    const std::string filtered = "2";
+    EXPECT_EQ(status(helper, "Seccomp"), filtered);
+    EXPECT_EQ(status(service(), "Seccomp"), filtered);
+}
+
 // The processes' own limits end them by other signals.
 TEST_F(PacContainmentTest, EndsWithItsStarter)
 {

@@ -113,3 +113,12 @@ TEST_F(PacNetworkTest, KnowsTheFirstAddressWithoutARoute)
     net().add_interface("only", "10.8.0.2/24");
     EXPECT_EQ(run(returning("myIpAddress()")), "10.8.0.2");
 }
+
+TEST_F(PacNetworkTest, KnowsTheMachinesTimeZone)
+{
+    qunsetenv("TZ");
+    net().set_time_zone("Europe/Berlin");
+    EXPECT_EQ(run(returning("[new Date(0).getHours(), new Date(2026, 6, 1).getTimezoneOffset(), "
+                            "new Date(2026, 0, 1).getTimezoneOffset()].join()")),
+              "1,-120,-60");
+}

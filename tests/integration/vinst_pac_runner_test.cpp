@@ -124,6 +124,20 @@ TEST_F(PacRunnerTest, ResolvesNames)
     EXPECT_EQ(run(returning("String(isInNet('localhost', '127.0.0.0', '255.0.0.0'))")), "true");
 }
 
+TEST_F(PacRunnerTest, KnowsTheTimeZone)
+{
+    // Two hours in summer, one in winter; the first two dates are before its rules are known.
+    qputenv("TZ", "Europe/Berlin");
+    const std::string found = run(returning(
+        "[new Date(0).getHours(), new Date(1900, 0, 1).getDate(), new Date(2026, 6, "
+        "1).getTimezoneOffset(), new Date(2026, 0, 1).getTimezoneOffset(), "
+        "new Date(Date.UTC(2026, 6, 15, 23)).getDate(), /GMT.0200/.test(new Date(2040, 6, 1)), "
+        "Math.abs(new Date() - Date.now()) < 1000, timeRange(new Date().getUTCHours(), 'GMT') || "
+        "timeRange(new Date().getUTCHours(), 'GMT')].join()"));
+    qunsetenv("TZ");
+    EXPECT_EQ(found, "1,1,-120,-60,16,true,true,true");
+}
+
 TEST_F(PacRunnerTest, LetsAScriptReplaceTheHelpers)
 {
     EXPECT_EQ(run("dnsResolve = isInNet = shExpMatch = undefined; function alert() { return 'x'; } "
