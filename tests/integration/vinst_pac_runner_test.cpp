@@ -57,6 +57,19 @@ const HOSTILE_SCRIPT hostile_scripts[] = {
                        "+ new Array(300).join('x') + i); }"},
     {"EndlessAnswer", returning("new Array(200000).join('PROXY evil.example:1; ')")},
     {"EndOfItsOwnMarks", "__pac.take(null); __pac = null; while (true) {}"},
+    {"ThrownArray", "function FindProxyForURL() { throw ['PROXY evil.example:1']; }"},
+    {"ThrownArrayWhileRead", "throw ['PROXY evil.example:1', false];"},
+    {"ImitatedResult",
+     "Object.defineProperty(Array.prototype, 0, { get: function () { return 'PROXY "
+     "evil.example:1'; } }); function FindProxyForURL() { throw 1; }"},
+    {"EndlessPattern", "function FindProxyForURL() { shExpMatch(new Array(5000).join('a'), "
+                       "'(a+)+(a+)+(a+)+(a+)+(a+)+b'); while (true) {} }"},
+    {"FloodOfPatterns", "for (var i = 0;; ++i) shExpMatch('x', '(a|b)' + i);"},
+    {"UnparsableEndlessText", "{" + QString(1024 * 1000, 'x')},
+    {"EndlessTextOfAnError",
+     "function FindProxyForURL() { var e = new Error(); e.toString = function () { while (true) "
+     "{} }; throw e; }"},
+    {"LoopOfOwnAddresses", "for (;;) myIpAddressEx();"},
     {"EndlessGetter",
      "Object.defineProperty(this, 'FindProxyForURL', { get: function () { while (true) {} } });"},
     {"FiveMebibytes", QString(5 * 1024 * 1024, ' ') + returning("'PROXY evil.example:1'")},

@@ -1,75 +1,7 @@
-#include "install/pac/pac_engine.h"
-
-#include <gtest/gtest.h>
-
-#include <QDateTime>
-
-#include <map>
-#include <ostream>
+#include "tests/unit/pac/pac_script_case.h"
 
 namespace
 {
-
-constexpr const char* no_directive = "(none)";
-
-struct SCRIPT_CASE
-{
-    const char* name;
-    std::string script;
-    const char* expected;
-    const char* host = "www.example.com";
-    const char* url = "http://www.example.com/index.html";
-    const char* now =
-        "2026-07-15T14:30:45"; ///< UTC, a Wednesday; two hours more in the test's zone
-};
-
-void PrintTo(const SCRIPT_CASE& script, std::ostream* out)
-{
-    *out << script.name;
-}
-
-/// An environment with a few names, in a time zone two hours east of UTC.
-class PacScript : public ::testing::TestWithParam<SCRIPT_CASE>
-{
-protected:
-    PacScript() { qputenv("TZ", "Africa/Johannesburg"); }
-    ~PacScript() override { qunsetenv("TZ"); }
-
-    static PAC_ENVIRONMENT world(const char* now)
-    {
-        const auto resolve = [](const std::string& name)
-        {
-            static const std::map<std::string, std::vector<std::string>> names = {
-                {"www.example.com", {"93.184.216.34"}},
-                {"intra.corp.example", {"10.1.2.3"}},
-                {"lab.corp.example", {"172.16.5.6", "172.16.5.7"}},
-                {"six.example", {"2001:db8::7"}},
-                {"dual.example", {"2001:db8::8", "192.0.2.8"}}};
-            const auto found = names.find(name);
-            return found == names.end() ? std::vector<std::string>() : found->second;
-        };
-        const std::int64_t moment =
-            QDateTime::fromString(QString(now) + "Z", Qt::ISODate).toMSecsSinceEpoch();
-        return {resolve,
-                [](const std::vector<std::string>&) {
-                    return std::vector<std::string>{"2001:db8::40", "10.20.30.40"};
-                },
-                [moment] { return moment; }, [](const std::string&) {}, [](const std::string&) {}};
-    }
-};
-
-/// A script whose function returns "PROXY yes:1" if the expression is true, otherwise "DIRECT".
-std::string when(const std::string& expression)
-{
-    return "function FindProxyForURL(url, host) { return (" + expression +
-           ") === true ? 'PROXY yes:1' : 'DIRECT'; }";
-}
-
-/// A script whose function returns the expression as text.
-std::string text_of(const std::string& expression)
-{
-    return "function FindProxyForURL(url, host) { return String(" + expression + "); }";
-}
 
 constexpr const char* yes = "PROXY yes:1";
 constexpr const char* no = "DIRECT";
@@ -466,10 +398,8 @@ const SCRIPT_CASE broken_files[] = {
 
 TEST_P(PacScript, YieldsItsDirective)
 {
-    const SCRIPT_CASE& given = GetParam();
-    EXPECT_EQ(
-        evaluate_pac(given.script, given.url, given.host, world(given.now)).value_or(no_directive),
-        given.expected);
+    EXPECT_EQ(yielded(GetParam()), GetParam().expected);
+    EXPECT_EQ(yielded_under_filter(GetParam()), GetParam().expected);
 }
 
 INSTANTIATE_TEST_SUITE_P(CompleteFiles, PacScript, ::testing::ValuesIn(whole_files),
