@@ -8,8 +8,8 @@
 /// A separate process that resolves names and lists this machine's addresses, so that the process
 /// that evaluates the script needs neither files nor sockets for it. It ends with its starter.
 ///
-/// A look-up ends after one second. Once all look-ups together have taken three seconds, further
-/// names are unknown, so that the script still has time to finish.
+/// A look-up ends after one second. Once all look-ups together have taken two and a half seconds,
+/// further names are unknown, so that the script still has time to finish.
 class PAC_SERVICE final
 {
 public:

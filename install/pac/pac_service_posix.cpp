@@ -23,7 +23,7 @@ namespace
 using CLOCK = std::chrono::steady_clock;
 
 constexpr int seconds_per_request = 1;
-constexpr long long longest_look_ups = 3000; // milliseconds
+constexpr long long longest_look_ups = 2500; // milliseconds
 
 // The first byte of a request, followed by a name or by addresses.
 constexpr char resolve_name = 'n';
