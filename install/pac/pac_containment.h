@@ -4,6 +4,10 @@
 /// no debugging. Some limits end the process by a signal.
 [[nodiscard]] bool limit_process();
 
+/// Opens /dev/null for standard streams that are closed. Otherwise, what this process opens next
+/// would take their place.
+[[nodiscard]] bool open_closed_streams();
+
 /// Ends this process after five seconds; not inherited by other processes.
 void limit_wall_clock_time();
 

@@ -1,5 +1,6 @@
 #include "install/pac/pac_containment.h"
 
+#include <fcntl.h>
 #include <grp.h>
 #include <linux/capability.h>
 #include <sys/prctl.h>
@@ -71,6 +72,14 @@ bool limit_process()
 {
     return limit(RLIMIT_AS, address_space) && limit_processor_time() && limit(RLIMIT_CORE, 0) &&
            limit(RLIMIT_NOFILE, open_files) && ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0;
+}
+
+bool open_closed_streams()
+{
+    int descriptor = STDIN_FILENO;
+    while (descriptor >= 0 && descriptor <= STDERR_FILENO)
+        descriptor = ::open("/dev/null", O_RDWR);
+    return descriptor >= 0 && ::close(descriptor) == 0;
 }
 
 void limit_wall_clock_time()

@@ -20,7 +20,7 @@ namespace
 bool contain_this_process()
 {
     limit_wall_clock_time();
-    return limit_process() && give_up_privileges() && end_with_starter();
+    return open_closed_streams() && limit_process() && give_up_privileges() && end_with_starter();
 }
 
 /// The other limits are inherited.
