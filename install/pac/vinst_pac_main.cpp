@@ -8,10 +8,10 @@
 #include <QCoreApplication>
 
 #include <chrono>
-#include <cstdio>
 #include <iostream>
 #include <iterator>
 #include <string>
+#include <string_view>
 
 namespace
 {
