@@ -438,6 +438,28 @@ TEST_F(HostOptions, NameAnotherManifest)
     EXPECT_TRUE(std::filesystem::exists(dir / "dl/vinst-5.2.0.31-standard.log"));
 }
 
+TEST_F(HostOptions, NameTheManifestWhereNoneIsFoundAtTheStart)
+{
+    const std::string named = manifest;
+    manifest = host_path(dir / "none.json");
+    run(run_arguments({"--manifest", named}));
+    EXPECT_TRUE(output_holds("\nDownload successful\n")) << output;
+    EXPECT_FALSE(output_holds("does not exist")) << output;
+    EXPECT_TRUE(result.exited_with(0));
+    EXPECT_TRUE(std::filesystem::exists(log_path()));
+
+    run({"--help", "--mani=" + named});
+    EXPECT_EQ(output.find(help_start()), 0U) << output;
+    run({"--manifest", manifest});
+    expect_stopped("Manifest file " + manifest + " does not exist\nCan't read manifest data\n");
+    run({"--manifest", named, "--nonsense"});
+    expect_stopped("Run --help to see available options\n");
+    EXPECT_EQ(errors, "Error: unrecognised option '--nonsense'\n\n");
+    run({"--manifest"});
+    expect_stopped("Run --help to see available options\n");
+    EXPECT_EQ(errors, "Error: the required argument for option '--manifest' is missing\n\n");
+}
+
 TEST_F(HostOptions, NameAMirror)
 {
     FAULT_SERVER mirror;

@@ -157,16 +157,21 @@ RUN_END end_early(const VINST_OPTIONS& options)
 }
 
 /// Loads the release. Without one, the help is printed if it is requested.
-std::unique_ptr<VINST_RELEASE> load_release(int argc, const char* const* argv, bool gui_host)
+/// \return whether the run continues: with a release, or with the manifest on the command line
+bool load_release(int argc, const char* const* argv, VINST_OPTIONS& options)
 {
+    const bool gui_host = options.gui_host;
+    std::unique_ptr<VINST_RELEASE>& release = options.release;
     QByteArray messages;
-    auto release = find_manifest_file([&](const QByteArray& text) { messages += text; });
+    release = find_manifest_file([&](const QByteArray& text) { messages += text; });
+    if (release == nullptr && names_manifest(argc, argv))
+        return true;
     if (release == nullptr && !gui_host && print_help_without_release(argc, argv))
-        return nullptr;
+        return false;
     print_manifest_message(messages);
     if (release == nullptr)
         report_early("Cannot read manifest data", true, gui_host);
-    return release;
+    return release != nullptr;
 }
 
 /// Runs with a release, and leaves the log where the user finds it.
@@ -195,10 +200,10 @@ int run_with_application(int argc, char** argv, bool gui_host)
     }
     VINST_OPTIONS options;
     options.gui_host = gui_host;
-    options.release = load_release(argc, argv, gui_host);
-    if (options.release == nullptr)
+    if (!load_release(argc, argv, options))
         return stopped_early;
-    use_release(*options.release);
+    if (options.release != nullptr)
+        use_release(*options.release);
     VINST_MESSAGES::instance().log_path = FIO_FILE_SYSTEM::get_tmp_path(utf8(temp));
 
     const int exit_code = run_with_log(options, argc, argv);

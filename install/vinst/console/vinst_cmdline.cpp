@@ -74,6 +74,19 @@ std::string help_header(const VINST_RELEASE& release, const QString& platform)
            (platform == "linux" ? "Linux" : "Windows");
 }
 
+/// Whether an option is on a command line that has not been parsed.
+bool is_given(int argc, const char* const* argv, std::string_view option)
+{
+    // The parser accepts any unambiguous abbreviation of an option, such as "--g".
+    constexpr std::size_t shortest = 3;
+    return std::any_of(argv + std::min(argc, 1), argv + argc,
+                       [option](std::string_view argument)
+                       {
+                           const std::string_view name = argument.substr(0, argument.find('='));
+                           return name.size() >= shortest && option.substr(0, name.size()) == name;
+                       });
+}
+
 void view_licence()
 {
     const QString path = QDir::cleanPath(QCoreApplication::applicationDirPath() +
@@ -88,17 +101,12 @@ void view_licence()
 
 bool may_run_graphically(int argc, const char* const* argv, bool gui_host)
 {
-    // The parser accepts any unambiguous abbreviation of an option, such as "--g".
-    constexpr std::size_t shortest = 3;
-    const auto given = [=](std::string_view option)
-    {
-        return std::any_of(argv + std::min(argc, 1), argv + argc,
-                           [option](std::string_view argument) {
-                               return argument.size() >= shortest &&
-                                      option.substr(0, argument.size()) == argument;
-                           });
-    };
-    return gui_host || (given("--gui") && !given("--cli"));
+    return gui_host || (is_given(argc, argv, "--gui") && !is_given(argc, argv, "--cli"));
+}
+
+bool names_manifest(int argc, const char* const* argv)
+{
+    return is_given(argc, argv, "--manifest");
 }
 
 void print_manifest_message(const QByteArray& message)
@@ -209,7 +217,7 @@ void VINST_OPTIONS::decide_mode()
 bool VINST_OPTIONS::load_named_manifest()
 {
     if (variables.count("manifest") == 0)
-        return true;
+        return release != nullptr;
     std::unique_ptr<VINST_RELEASE> named = parse_manifest(qt(manifest), print_manifest_message);
     if (named == nullptr)
     {

@@ -44,6 +44,8 @@ struct VINST_OPTIONS
     QString json_file; ///< absolute; empty without one
     boost::program_options::variables_map variables;
     bool gui_host = false;
+    /// From the entry; null if it found none and the command line names a manifest, which replaces
+    /// it.
     std::unique_ptr<VINST_RELEASE> release;
     VINST_COMPONENT_LIST selected_components;
     bool is_log_needed = true; ///< false if `parse` stopped the run, but not because of an error
@@ -94,3 +96,7 @@ bool print_help_without_release(int argc, const char* const* argv);
 /// Whether the command line may select graphical mode. Needed before it is parsed, because the
 /// application object is created first.
 bool may_run_graphically(int argc, const char* const* argv, bool gui_host);
+
+/// Whether the command line names a manifest, so that the run needs no other one. Needed before it
+/// is parsed, because the release is loaded first.
+bool names_manifest(int argc, const char* const* argv);
