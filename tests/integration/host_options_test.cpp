@@ -460,6 +460,34 @@ TEST_F(HostOptions, NameTheManifestWhereNoneIsFoundAtTheStart)
     EXPECT_EQ(errors, "Error: the required argument for option '--manifest' is missing\n\n");
 }
 
+TEST_F(HostOptions, FetchTheTestFileFromTheMirrorAsWell)
+{
+    FAULT_SERVER mirror;
+    for (const char* name : {"/test.txt", "/veltrin_base.run"})
+        mirror.serve("/r" + std::string(name), read_file(dir / "release" / (name + 1)));
+    run(run_arguments({"--url", mirror.url("/r/")}));
+    EXPECT_TRUE(output_holds("\nDownload successful\n")) << output;
+    EXPECT_EQ(mirror.request_count("/r/test.txt"), 1U);
+    EXPECT_EQ(server.request_count(), 0U);
+    run({"--test-download", "--url", mirror.url("/r")});
+    EXPECT_TRUE(output_holds("Test download -> success\n")) << output;
+    EXPECT_EQ(server.request_count(), 0U);
+}
+
+TEST_F(HostOptions, FetchATestFileElsewhereFromItsOwnServer)
+{
+    FAULT_SERVER elsewhere;
+    builder.test_file(elsewhere.url("/probe"));
+    publish();
+    elsewhere.serve("/probe/test.txt", read_file(dir / "release/test.txt"));
+    FAULT_SERVER mirror;
+    mirror.serve_directory(dir / "release");
+    run(run_arguments({"--url", mirror.url("")}));
+    EXPECT_TRUE(output_holds("\nDownload successful\n")) << output;
+    EXPECT_EQ(elsewhere.request_count("/probe/test.txt"), 1U);
+    EXPECT_EQ(mirror.request_count("/test.txt"), 0U);
+}
+
 TEST_F(HostOptions, NameAMirror)
 {
     FAULT_SERVER mirror;
@@ -483,6 +511,7 @@ TEST_F(HostOptions, NameAMirror)
     run(run_arguments({"--url", mirror.url("/npm/@scope/x")}));
     expect_stopped(unclear);
     std::filesystem::remove_all(dir / "dl");
+    mirror.serve("/npm/%40scope/x/test.txt", read_file(dir / "release/test.txt"));
     run(run_arguments({"--url", mirror.url("/npm/%40scope/x"), "--retry-duration", "0"}));
     EXPECT_GE(mirror.request_count("/npm/%40scope/x/veltrin_base.run"), 1U) << output;
 }

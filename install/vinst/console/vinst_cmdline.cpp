@@ -303,7 +303,7 @@ bool VINST_OPTIONS::take_url()
         return refuse("The address " + curl_redact(url) +
                           " cannot be used. Specify a valid http or https address.",
                       true);
-    release->manifest_download_url = qt(url);
+    release->use_mirror(qt(url));
     return true;
 }
 

@@ -1,5 +1,6 @@
 #include "install/vinst/release/vinst_data.h"
 
+#include "install/vinst/release/vinst_mirror.h"
 #include "support/main/main_assert.h"
 
 #include <QDir>
@@ -133,6 +134,12 @@ void VINST_RELEASE::set_test_file(const QString& url, const QString& md5sum)
 {
     m_test_url = url;
     m_test_md5sum = md5sum;
+}
+
+void VINST_RELEASE::use_mirror(const QString& url)
+{
+    m_test_url = address_on_mirror(test_url(), download_url(), url);
+    manifest_download_url = url;
 }
 
 QString VINST_RELEASE::window_title() const

@@ -65,6 +65,9 @@ public:
     const QString& test_url();
     const QString& test_md5sum();
     void set_test_file(const QString& url, const QString& md5sum);
+    /// Fetches the files from a mirror, and with them the test file if it is below the release's
+    /// own address.
+    void use_mirror(const QString& url);
 
     QString window_title() const;
     /// "Orvane Veltrin Crest Pro Edition 5.2", for the log and the help.
