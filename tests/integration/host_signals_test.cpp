@@ -193,6 +193,21 @@ TEST_F(HostSignals, EndTheHashingOfALargeFile)
     EXPECT_EQ(size_of("dl/one.run"), 20'000'000'000U);
 }
 
+TEST_F(HostSignals, EndTheHashingOfALargeFileWithoutANetwork)
+{
+    constexpr std::uint64_t size = 20'000'000'000;
+    builder.component("a").content("x").raw_key("size", std::to_string(size));
+    publish();
+    dir.make_dir("dl");
+    dir.write("dl/a.run", "");
+    std::filesystem::resize_file(dir / "dl/a.run", size); // sparse
+    CHILD_PROCESS child(setup(run_arguments({"--offline"})));
+    ASSERT_TRUE(child.wait_for_output("Checking file integrity ...", long_enough));
+    expect_orderly_end(child, SIGINT);
+    EXPECT_TRUE(output_holds("Checking file integrity ...\nVerification stopped\n")) << output;
+    expect_log_kept();
+}
+
 TEST_F(HostSignals, EndTheHashingOfALargeFileBeforeItsInstallation)
 {
     constexpr std::uint64_t size = 4ULL << 30;

@@ -153,11 +153,12 @@ int VINST_OPTIONS::parse(int argc, char** argv)
     auto_install = variables.count("auto-install") > 0;
     bypass = variables.count("bypass") > 0;
     strict = variables.count("strict") > 0;
+    offline = variables.count("offline") > 0;
     debug = variables.count("debug") > 0;
     if (debug)
         VINST_MESSAGES::instance().set_debug();
 
-    if (!take_proxy() || !take_proxy_user() || !take_url())
+    if (!take_proxy() || !take_proxy_user() || !take_url() || !take_offline())
         return stop_run;
     if (variables.count("test-download") > 0)
     {
@@ -244,7 +245,7 @@ void VINST_OPTIONS::show_help() const
 bool VINST_OPTIONS::refuse(const std::string& text, bool is_error)
 {
     report(text, is_error);
-    if (gui_host)
+    if (!console_mode)
         report_early(text, true, gui_host);
     return end_early(text);
 }
@@ -307,6 +308,16 @@ bool VINST_OPTIONS::take_url()
     return true;
 }
 
+bool VINST_OPTIONS::take_offline()
+{
+    if (!offline)
+        return true;
+    if (!console_mode)
+        return refuse("--offline is only available in the console.", true);
+    return variables.count("test-download") == 0 ||
+           refuse("--offline and --test-download cannot be used together.", true);
+}
+
 std::unique_ptr<VINST_CONSOLE_VIEW> VINST_OPTIONS::make_view() const
 {
     if (no_redraw)
@@ -357,6 +368,10 @@ bool VINST_OPTIONS::take_download_dir()
     if (download_dir.empty())
         return refuse(message("DOWNLOAD_DIR_NOT_SPECIFIED"), true);
     release->set_download_dir(qt(download_dir));
+    if (offline && !QFileInfo(release->download_dir()).isDir())
+        return refuse("The download directory " + utf8(release->download_dir()) +
+                          " does not exist. With --offline, it must contain the files.",
+                      true);
     std::string error;
     if (!validate_download_path(release->download_dir(), error))
         return end_early(error);

@@ -35,6 +35,7 @@ struct VINST_OPTIONS
     bool strict = false;
     bool no_redraw = false;
     std::uint64_t rate_limit = 0; ///< bytes per second of all downloads; 0: no limit
+    bool offline = false;         ///< nothing is fetched: the download directory has all files
     int parallel_downloads = vinst_parallel_downloads.initial;
     int retry_duration = vinst_retry_minutes.initial; ///< minutes
     std::string platform;
@@ -76,6 +77,7 @@ private:
     bool take_url();
     void test_connection();
     bool take_json_file();
+    bool take_offline();
     bool take_platform();
     bool take_console_settings();
     bool take_download_dir();

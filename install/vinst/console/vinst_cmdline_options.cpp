@@ -69,6 +69,7 @@ VINST_OPTION_GROUPS::VINST_OPTION_GROUPS(const std::string& components_help)
 
     add(hidden, "manifest", text(), "Manifest ");
     add(hidden, "url", text(), "Specify a url to download");
+    add_switch(hidden, "offline", "Install from the download directory without using the network");
     add_switch(hidden, "gui", "Run this application in GUI mode");
     add_switch(hidden, "version", "Print the versions of this program and its libraries");
     add(hidden, "json", text(), "Write the outcome of the run to a file");

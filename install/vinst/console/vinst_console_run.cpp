@@ -8,6 +8,7 @@
 #include "install/vinst/console/vinst_cmdline.h"
 #include "install/vinst/console/vinst_console_view.h"
 #include "install/vinst/download/vinst_downloader_mgr.h"
+#include "install/vinst/download/vinst_file_failure.h"
 #include "install/vinst/download/vinst_install_place.h"
 #include "install/vinst/download/vinst_installation.h"
 #include "install/vinst/download/vinst_retry.h"
@@ -47,7 +48,7 @@ QString obstacle_to_run(const VINST_OPTIONS& options, bool is_admin, VINST_INSTA
         report(utf8(warning), false);
     if (options.bypass)
         return {};
-    if (!has_enough_download_space(release, platform))
+    if (!options.offline && !has_enough_download_space(release, platform))
         return text_of("WARNING_INSUFFICIENT_DOWNLOADDIR_DISK_SPACE_CLI");
     if (options.auto_install && !has_enough_install_space(release, platform))
         return text_of("WARNING_INSUFFICIENT_INSTALLDIR_DISK_SPACE_CLI");
@@ -120,6 +121,62 @@ bool download_with_retries(VINST_DOWNLOADER_MGR& manager, VINST_CONSOLE_VIEW& vi
     }
 }
 
+/// Reports a line below what the view shows.
+void report_below(VINST_CONSOLE_VIEW& view, const QString& line, bool is_error)
+{
+    view.show_reported_line(line);
+    report(utf8(line), is_error);
+}
+
+QString offline_verdict(std::size_t bad_files, std::size_t files, bool auto_install)
+{
+    if (bad_files == 0)
+        return QStringLiteral("All files are complete and verified.");
+    return (auto_install ? QStringLiteral("Nothing was installed: ") : QString()) +
+           QString::number(bad_files) + " of " + QString::number(files) +
+           (files == 1 ? " file" : " files") + (bad_files == 1 ? " is" : " are") +
+           " missing or wrong.";
+}
+
+/// Verifies the files in the download directory. \return whether all are complete and correct
+bool verify_without_network(VINST_DOWNLOADER_MGR& manager, VINST_CONSOLE_VIEW& view,
+                            const VINST_OPTIONS& options)
+{
+    manager.set_components(options.selected_components, true);
+    report_summary(options);
+    manager.check_integrity();
+    if (is_to_stop())
+    {
+        report_below(view, QStringLiteral("Verification stopped"), false);
+        return false;
+    }
+    const VINST_COMPONENT_LIST& failed = manager.failed_components();
+    for (const VINST_COMPONENT* component : failed)
+        report_below(view, local_failure_text(*component), true);
+    const std::size_t files = failed.size() + manager.passed_components().size();
+    report_below(view, offline_verdict(failed.size(), files, options.auto_install),
+                 !failed.empty());
+    return failed.empty();
+}
+
+/// \return whether all components are downloaded and verified
+bool download(VINST_DOWNLOADER_MGR& manager, VINST_CONSOLE_VIEW& view, const VINST_OPTIONS& options,
+              VINST_RUN_RECORD& record)
+{
+    record.connection = manager.test_download(options.proxy_settings());
+    record.error = QString::fromStdString(record.connection.error);
+    if (!record.connection.works)
+        return false;
+    // Corrupt files of earlier runs are deleted at the start of an attempt. If there is only one,
+    // they have to be known by then; otherwise, checking them while others download is faster.
+    const bool is_only_attempt = options.retry_duration == 0;
+    manager.set_components(options.selected_components, is_only_attempt);
+    report_summary(options);
+    QDir().mkpath(options.release->download_dir());
+    manager.wait_for_integrity_tasks();
+    return download_with_retries(manager, view, options);
+}
+
 /// Counts the files that are not verified.
 void take_download(const VINST_DOWNLOADER_MGR& manager, VINST_RUN_FACTS& facts)
 {
@@ -160,25 +217,12 @@ VINST_RUN_FACTS run_steps(VINST_OPTIONS& options, bool is_admin, VINST_RUN_RECOR
     const std::unique_ptr<VINST_CONSOLE_VIEW> view = options.make_view();
     VINST_DOWNLOADER_MGR manager(*options.release, *view);
     manager.set_rate_limit(options.rate_limit);
-    record.connection = manager.test_download(options.proxy_settings());
-    record.error = QString::fromStdString(record.connection.error);
-    facts.is_connected = record.connection.works;
-    if (!facts.is_connected)
+    const bool has_files = options.offline ? verify_without_network(manager, *view, options)
+                                           : download(manager, *view, options, record);
+    if (!has_files)
     {
         facts.was_stopped = is_to_stop();
-        return facts;
-    }
-    // Corrupt files of earlier runs are deleted at the start of an attempt. If there is only one,
-    // they have to be known by then; otherwise, checking them while others download is faster.
-    const bool is_only_attempt = options.retry_duration == 0;
-    manager.set_components(options.selected_components, is_only_attempt);
-    report_summary(options);
-    QDir().mkpath(options.release->download_dir());
-    manager.wait_for_integrity_tasks();
-
-    if (!download_with_retries(manager, *view, options))
-    {
-        facts.was_stopped = is_to_stop();
+        facts.is_connected = options.offline || record.connection.works;
         take_download(manager, facts);
         return facts;
     }

@@ -98,6 +98,20 @@ QString file_reason(const VINST_FILE_FAILURE& failure)
            failure.md5_found;
 }
 
+/// For a file that was not transferred in this run.
+QString local_reason(const VINST_COMPONENT& component, const std::string& path)
+{
+    if (!FIO_FILE_SYSTEM::exists(path))
+        return QStringLiteral("the file is missing");
+    if (!FIO_FILE_SYSTEM::identity(path))
+        return QStringLiteral("it belongs to another user or is not a regular file");
+    const VINST_FILE_FAILURE failure = file_failure(component, {});
+    if (failure.on_disk > failure.size)
+        return "the file has " + QString::number(failure.on_disk) +
+               " bytes, but the release lists " + QString::number(failure.size);
+    return file_reason(failure);
+}
+
 QString figures(const VINST_FILE_FAILURE& failure)
 {
     if (!failure.free_space)
@@ -141,6 +155,13 @@ QString failure_text(const VINST_FILE_FAILURE& failure)
     if (!failure.transfer.proxy.empty() && !names_proxy)
         text += ", through " + proxy_of(failure.transfer);
     return without_control_characters(text);
+}
+
+QString local_failure_text(const VINST_COMPONENT& component)
+{
+    const QString path = component.file.path();
+    return without_control_characters(component.display_name() + " (" + path +
+                                      "): " + local_reason(component, utf8(path)));
 }
 
 QString connection_failure_text(const CURL_FAILURE& transfer)

@@ -29,6 +29,10 @@ VINST_FILE_FAILURE file_failure(const VINST_COMPONENT& component, const CURL_FAI
 /// "TITLE (ADDRESS): REASON, through the proxy HOST:PORT (SOURCE)".
 QString failure_text(const VINST_FILE_FAILURE& failure);
 
+/// Why the local file of a component isn't the verified one, in one line without control
+/// characters: "TITLE (PATH): REASON".
+QString local_failure_text(const VINST_COMPONENT& component);
+
 /// What a user can do about a connection test that failed, in one line: about a proxy that refuses,
 /// a TLS failure, or another file in place of the test file. Empty for other failures.
 QString connection_failure_text(const CURL_FAILURE& transfer);

@@ -294,6 +294,24 @@ TEST_F(OptionsTest, RefusesAMirrorThatIsNotAWebAddressWithoutShowingItsPassword)
     EXPECT_EQ(parse_run({"--url", "mirror"}), 1);
 }
 
+TEST_F(OptionsTest, VerifiesAnExistingDirectoryWithoutANetwork)
+{
+    EXPECT_EQ(parse_run({"--offline"}), 1);
+    EXPECT_EQ(output, "The download directory " + native((dir / "downloads").string()) +
+                          " does not exist. With --offline, it must contain the files.\n");
+    dir.make_dir("downloads");
+    ASSERT_EQ(parse_run({"--offline"}), 0);
+    EXPECT_TRUE(options.offline);
+    ASSERT_EQ(parse_run({}), 0);
+    EXPECT_FALSE(options.offline);
+}
+
+TEST_F(OptionsTest, RefusesTheWindowWithoutANetwork)
+{
+    EXPECT_EQ(parse({"--gui", "--offline"}), 1);
+    EXPECT_EQ(output, "--offline is only available in the console.\n");
+}
+
 TEST_F(OptionsTest, ChecksNoDirectoryInGraphicalMode)
 {
     options.gui_host = true;
