@@ -41,7 +41,7 @@ declare -A below=(
     [install/vinst/gui]='install/vinst/download/ install/vinst/release/ install/vinst/base/ support/'
     [install/vinst/app]='install/vinst/console/ install/vinst/gui/ install/vinst/download/ install/vinst/release/ install/vinst/base/ support/'
     [install/hosts]='install/vinst/app/'
-    [tools/vinst_release]='install/vinst/release/ install/vinst/base/ support/'
+    [tools/vinst_release]='install/vinst/download/ install/vinst/release/ install/vinst/base/ support/'
 )
 
 # Headers of libraries and of the state behind a function, as regular expressions, and the only places

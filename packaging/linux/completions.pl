@@ -137,15 +137,20 @@ save('vinst_release', <<'END');
 _vinst_release() {
     local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD - 1]} words=''
     if ((COMP_CWORD == 1)); then
-        words='make check serve --help'
+        words='make check serve mirror --help'
     else
         case $prev in
-            --download-url | --address | --port | --rate) COMPREPLY=(); return ;;
+            --download-url | --address | --port | --rate | --components | --url | --retry-duration)
+                COMPREPLY=()
+                return
+                ;;
+            --platform) mapfile -t COMPREPLY < <(compgen -W 'linux windows' -- "$cur"); return ;;
         esac
         case ${COMP_WORDS[1]} in
             make) words='--download-url --help' ;;
             check) words='--help' ;;
             serve) words='--address --port --rate --help' ;;
+            mirror) words='--platform --components --url --retry-duration --help' ;;
         esac
     fi
     if [[ $cur == -* || $COMP_CWORD == 1 ]]; then
@@ -199,7 +204,11 @@ _vinst() {
                 '--address[the address to listen on]:address: ' \\
                 '--port[the port to listen on]:port: ' \\
                 '--rate[bytes per second per connection]:bytes: ' \\
-                '1:command:(make check serve)' \\
+                '--platform[fetch only the files for this platform]:platform:(linux windows)' \\
+                '--components[fetch only these components]:components: ' \\
+                '--url[fetch from this mirror]:address: ' \\
+                '--retry-duration[how long failed downloads are retried]:minutes: ' \\
+                '1:command:(make check serve mirror)' \\
                 '*:file:_files'
             ;;
         *)
@@ -248,9 +257,14 @@ $fish_options
 complete -c vinst_release -n __fish_use_subcommand -f -a make -d 'make a release'
 complete -c vinst_release -n __fish_use_subcommand -f -a check -d 'check a release'
 complete -c vinst_release -n __fish_use_subcommand -f -a serve -d 'serve a release for testing'
+complete -c vinst_release -n __fish_use_subcommand -f -a mirror -d 'fetch a release'
 complete -c vinst_release -l help -d 'prints the help'
 complete -c vinst_release -n '__fish_seen_subcommand_from make' -l download-url -x -d 'where the release will be fetched from'
 complete -c vinst_release -n '__fish_seen_subcommand_from serve' -l address -x -d 'the address to listen on'
 complete -c vinst_release -n '__fish_seen_subcommand_from serve' -l port -x -d 'the port to listen on'
 complete -c vinst_release -n '__fish_seen_subcommand_from serve' -l rate -x -d 'bytes per second per connection'
+complete -c vinst_release -n '__fish_seen_subcommand_from mirror' -l platform -x -a 'linux windows' -d 'fetch only the files for this platform'
+complete -c vinst_release -n '__fish_seen_subcommand_from mirror' -l components -x -d 'fetch only these components'
+complete -c vinst_release -n '__fish_seen_subcommand_from mirror' -l url -x -d 'fetch from this mirror'
+complete -c vinst_release -n '__fish_seen_subcommand_from mirror' -l retry-duration -x -d 'how long failed downloads are retried'
 END

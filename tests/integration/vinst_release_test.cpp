@@ -195,7 +195,8 @@ TEST(ReleaseTool, ListsItsCommands)
     EXPECT_THAT(run.output,
                 AllOf(StartsWith("Usage: vinst_release COMMAND [arguments...]\n"),
                       HasSubstr("\n  make DESCRIPTION OUT "),
-                      HasSubstr("\n  check MANIFEST [DIR] "), HasSubstr("\n  serve DIR ")));
+                      HasSubstr("\n  check MANIFEST [DIR] "), HasSubstr("\n  serve DIR "),
+                      HasSubstr("\n  mirror MANIFEST DIR ")));
     EXPECT_EQ(run.errors, "");
 }
 
@@ -210,6 +211,10 @@ TEST(ReleaseTool, PrintsUsageForEachCommand)
                 AllOf(StartsWith("Usage: vinst_release serve DIR [options...]\n"),
                       HasSubstr("--port N"), HasSubstr("--rate BYTES"),
                       HasSubstr("--address ADDRESS")));
+    EXPECT_THAT(run_release_tool({"mirror", "--help"}).output,
+                AllOf(StartsWith("Usage: vinst_release mirror MANIFEST DIR [options...]\n"),
+                      HasSubstr("--platform P"), HasSubstr("--components A,B"),
+                      HasSubstr("--url URL"), HasSubstr("--retry-duration MINUTES")));
 }
 
 TEST(ReleaseTool, RefusesInvalidArguments)

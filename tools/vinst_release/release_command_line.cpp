@@ -1,8 +1,12 @@
 #include "tools/vinst_release/release_command_line.h"
 
+#include "install/vinst/base/vinst_limits.h"
+#include "install/vinst/base/vinst_platform.h"
+#include "install/vinst/base/vinst_stop_signals.h"
 #include "install/vinst/base/vinst_text.h"
 #include "tools/vinst_release/release_check.h"
 #include "tools/vinst_release/release_make.h"
+#include "tools/vinst_release/release_mirror.h"
 #include "tools/vinst_release/release_progress.h"
 #include "tools/vinst_release/release_server.h"
 #include "tools/vinst_release/release_terminal.h"
@@ -10,7 +14,11 @@
 
 #include <boost/program_options.hpp>
 
+#include <QCoreApplication>
+#include <QDir>
+#include <QRegularExpression>
 #include <QString>
+#include <QSysInfo>
 
 #include <cstdio>
 #include <functional>
@@ -35,6 +43,7 @@ const char* const general_help =
     "  make DESCRIPTION OUT    make a release in the directory OUT\n"
     "  check MANIFEST [DIR]    report all faults in a manifest and its files in DIR\n"
     "  serve DIR               serve a directory over HTTP\n"
+    "  mirror MANIFEST DIR     fetch a release into the directory DIR\n"
     "\n"
     "vinst_release COMMAND --help describes a command.\n";
 
@@ -61,6 +70,15 @@ const char* const serve_help =
     "\n"
     "Serves the files below DIR over HTTP until stopped by Ctrl-C or SIGTERM. The first\n"
     "line that it prints is its address.\n"
+    "\n";
+
+const char* const mirror_help =
+    "Usage: vinst_release mirror MANIFEST DIR [options...]\n"
+    "\n"
+    "Fetches the release that a manifest describes into the directory DIR, from which any web\n"
+    "server can serve it, and verifies it: the files of its components, the connection\n"
+    "test's file, and an unchanged copy of the manifest. Prints the address to use. When\n"
+    "started again, it resumes. Uses the proxy that http_proxy and https_proxy name.\n"
     "\n";
 
 void say(const QString& line)
@@ -103,13 +121,17 @@ QString text_option(const po::variables_map& values, const char* name)
                                   : QString();
 }
 
+bool is_web_address(const QString& url)
+{
+    return url.startsWith("http://") || url.startsWith("https://");
+}
+
 int make(const QStringList& arguments, const po::variables_map& values)
 {
     QString url = text_option(values, "download-url");
     while (url.endsWith('/'))
         url.chop(1);
-    if (values.count("download-url") > 0 && !url.startsWith("http://") &&
-        !url.startsWith("https://"))
+    if (values.count("download-url") > 0 && !is_web_address(url))
         return refuse_usage(QStringLiteral("--download-url must begin with http:// or https://"),
                             QStringLiteral("make"));
     const RELEASE_MAKE_RESULT result = [&]
@@ -192,6 +214,71 @@ int serve(const QStringList& arguments, const po::variables_map& values)
     return broke_down ? failed : all_is_well;
 }
 
+/// A word of a shell command.
+QString shell_word(const QString& text)
+{
+    static const QRegularExpression plain(QStringLiteral("^[A-Za-z0-9_./,:@%+=-]+$"));
+    if (plain.match(text).hasMatch())
+        return text;
+    return '\'' + without_control_characters(text).replace('\'', "'\\''") + '\'';
+}
+
+void print_how_to_use(const QString& directory)
+{
+    const QDir dir(directory);
+    say("Serve the directory with a web server, for example with");
+    say("  vinst_release serve " + shell_word(dir.absolutePath()) +
+        " --address 0.0.0.0 --port 8080");
+    say("and install from it with");
+    say("  vinst --manifest " + shell_word(dir.absoluteFilePath("manifest.json")) +
+        " --url http://" + QSysInfo::machineHostName() + ":8080");
+}
+
+int mirror_to(const RELEASE_MIRROR_SETTINGS& settings)
+{
+    const RELEASE_MIRROR_RESULT result = mirror_release(settings, complain);
+    for (const QString& fault : result.faults)
+        complain(fault);
+    if (!result.faults.isEmpty())
+        return failed;
+    say("Mirrored " + counted(result.files, QStringLiteral("file")) + ", " +
+        readable_size(result.bytes) + ", in " + settings.directory);
+    for (const QString& note : result.notes)
+        say(note);
+    print_how_to_use(settings.directory);
+    return all_is_well;
+}
+
+int mirror(const QStringList& arguments, const po::variables_map& values)
+{
+    const QString command = QStringLiteral("mirror");
+    const QString platform = text_option(values, "platform");
+    if (values.count("platform") > 0 && !is_platform(platform))
+        return refuse_usage(QStringLiteral("--platform must be linux or windows"), command);
+    const QString url = text_option(values, "url");
+    if (values.count("url") > 0 && !is_web_address(url))
+        return refuse_usage(QStringLiteral("--url must begin with http:// or https://"), command);
+    const auto minutes =
+        number_option(values, "retry-duration", static_cast<quint64>(vinst_retry_minutes.highest));
+    if (!minutes)
+        return refuse_usage("--retry-duration must be a number from " +
+                                QString::number(vinst_retry_minutes.lowest) + " to " +
+                                QString::number(vinst_retry_minutes.highest),
+                            command);
+
+    // The download manager processes events while it waits.
+    int count = 1;
+    char name[] = "vinst_release";
+    char* words[] = {name, nullptr};
+    const QCoreApplication application(count, words);
+    VINST_STOP_SIGNALS signals;
+    const int code =
+        mirror_to({arguments[0], arguments[1], platform, text_option(values, "components"), url,
+                   static_cast<int>(*minutes)});
+    signals.end_by_signal();
+    return code;
+}
+
 std::vector<COMMAND> commands()
 {
     po::options_description make_options("Options");
@@ -211,9 +298,23 @@ std::vector<COMMAND> commands()
         "rate", po::value<std::string>()->value_name("BYTES")->default_value("0"),
         "bytes per second per connection; 0 for unlimited");
 
+    po::options_description mirror_options("Options");
+    mirror_options.add_options()("help", "this help")(
+        "platform", po::value<std::string>()->value_name("P"),
+        "fetch only the files for linux or for windows, instead of both")(
+        "components", po::value<std::string>()->value_name("A,B"),
+        "fetch only these components, and those that they depend on")(
+        "url", po::value<std::string>()->value_name("URL"),
+        "fetch from this mirror, instead of the manifest's download_url")(
+        "retry-duration",
+        po::value<std::string>()->value_name("MINUTES")->default_value(
+            std::to_string(vinst_retry_minutes.initial)),
+        "how long failed downloads are retried");
+
     return {{QStringLiteral("make"), make_help, 2, 2, make_options, make},
             {QStringLiteral("check"), check_help, 1, 2, check_options, check},
-            {QStringLiteral("serve"), serve_help, 1, 1, serve_options, serve}};
+            {QStringLiteral("serve"), serve_help, 1, 1, serve_options, serve},
+            {QStringLiteral("mirror"), mirror_help, 2, 2, mirror_options, mirror}};
 }
 
 int print_help(const COMMAND& command)

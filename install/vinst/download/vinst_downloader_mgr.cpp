@@ -346,7 +346,7 @@ quint64 VINST_DOWNLOADER_MGR::get_progress_percentage(VINST_COMPONENT* component
     if (file.is_complete() && file.is_checked())
     {
         if (file.has_passed())
-            file.make_installer_executable();
+            prepare_installer(*component);
         m_view.show_integrity(component, file.has_passed() ? VINST_INTEGRITY_STATE::passed
                                                            : VINST_INTEGRITY_STATE::failed);
     }
@@ -382,7 +382,7 @@ void VINST_DOWNLOADER_MGR::sort_component(VINST_COMPONENT* component)
     VINST_COMPONENT_FILE& file = component->file;
     if (file.is_verified())
     {
-        file.make_installer_executable();
+        prepare_installer(*component);
         m_passed_components.push_back(component);
         run_log().debug("add passed component: %s", component->log_name());
         return;
@@ -394,6 +394,12 @@ void VINST_DOWNLOADER_MGR::sort_component(VINST_COMPONENT* component)
     run_log().debug("add failed component: %s", component->log_name());
     if (file.is_corrupted())
         m_write_error = true;
+}
+
+void VINST_DOWNLOADER_MGR::prepare_installer(VINST_COMPONENT& component) const
+{
+    if (m_prepares_installers)
+        component.file.make_installer_executable();
 }
 
 VINST_INSTALL_OUTCOME VINST_DOWNLOADER_MGR::install()

@@ -26,6 +26,9 @@ public:
 
     /// Limits all downloads together, also those that are running. 0: no limit.
     void set_rate_limit(quint64 bytes_per_second) { m_rate_limit.set(bytes_per_second); }
+    /// Whether verified installers are made executable, as is necessary where they are to be run.
+    /// By default they are.
+    void set_prepares_installers(bool prepares) { m_prepares_installers = prepares; }
 
     /// Makes one attempt to download all components. \return whether all are complete and passed
     /// their check
@@ -85,6 +88,7 @@ private:
     void take_error(const VINST_COMPONENT& component, VINST_COMPONENT_PROGRESS& progress);
     void show_totals(const VINST_PROGRESS_TOTALS& totals);
     void sort_component(VINST_COMPONENT* component);
+    void prepare_installer(VINST_COMPONENT& component) const;
     void report_line(const QString& line);
     void report_result(bool succeeded);
     void report_failures(const CURL_DOWNLOADER& downloader);
@@ -97,6 +101,7 @@ private:
     VINST_COMPONENT_LIST m_passed_components;
     VINST_COMPONENT_LIST m_failed_components;
     quint64 m_total_size = 0; ///< bytes
+    bool m_prepares_installers = true;
     bool m_stopped = false;
     bool m_write_error = false;
     bool m_not_found_error = false;
