@@ -159,7 +159,7 @@ done
 [[ -n $url ]] || fail "the server did not start"
 
 say "Making the release, served at $url"
-"$build/bin/vinst_release" make "$source/description.json" "$release" --download-url "$url"
+"$build/bin/vinst_release" make "$source/description.json" "$release"
 "$build/bin/vinst_release" check "$release/manifest.json" "$release"
 
 if [[ -e $install ]]; then
@@ -172,7 +172,7 @@ if $gui; then
     mkdir -p "$work/home"
     say "Opening the window: accept the licence and press Download. Everything is stored below $work/home"
     env -u http_proxy -u https_proxy -u all_proxy -u HTTP_PROXY -u HTTPS_PROXY -u ALL_PROXY \
-        "HOME=$work/home" "vinst_manifest=$release/manifest.json" "$build/bin/vinst_gui" ||
+        "HOME=$work/home" "vinst_manifest=$release/manifest.json" "$build/bin/vinst_gui" --url "$url" ||
         fail "the window did not open"
     echo
     if [[ -x $work/home/orvaneFPGA_pro/5.2/bin/veltrin_base ]]; then
@@ -187,7 +187,7 @@ say "Running the console program"
 # This machine's proxy can't reach a server on its loopback.
 env -u http_proxy -u https_proxy -u all_proxy -u HTTP_PROXY -u HTTPS_PROXY -u ALL_PROXY \
     "vinst_manifest=$release/manifest.json" \
-    "$build/bin/vinst" --download-dir "$downloads" --parallel-downloads 4 \
+    "$build/bin/vinst" --url "$url" --download-dir "$downloads" --parallel-downloads 4 \
     --install-dir "$install" --accept-eula
 
 # The exit code doesn't show whether the run succeeded; the log does.

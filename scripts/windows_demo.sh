@@ -83,7 +83,8 @@ for ((i = 0; i < 100; ++i)); do
     [[ ! -s $work/address ]] || break
     sleep 0.1
 done
-"$tool" make "$work/description.json" "$work/release" --download-url "$(head -n 1 "$work/address")/release"
+url=$(head -n 1 "$work/address")/release
+"$tool" make "$work/description.json" "$work/release"
 
 windows_path() { printf 'Z:%s' "${1//\//\\}"; }
 vinst_manifest=$(windows_path "$work/release/manifest.json")
@@ -103,7 +104,7 @@ expect_installed() { # DIR
 }
 
 echo "Running vinst_cli.exe"
-timeout 300 wine "$layout/bin/vinst_cli.exe" --download-dir "$(windows_path "$work/dl")" \
+timeout 300 wine "$layout/bin/vinst_cli.exe" --url "$url" --download-dir "$(windows_path "$work/dl")" \
     --install-dir "$(windows_path "$work/inst")" --accept-eula </dev/null | tr -d '\r' | tee "$work/output"
 [[ $(tail -n 1 "$work/output") == "Installation completed successfully" ]] || fail "the installation failed"
 expect_installed "$work/inst"
@@ -119,7 +120,7 @@ for ((i = 0; i < 100; ++i)); do
 done
 DISPLAY=:$(cat "$work/display")
 export DISPLAY
-wine "$layout/bin/vinst.exe" >/dev/null 2>&1 &
+wine "$layout/bin/vinst.exe" --url "$url" >/dev/null 2>&1 &
 disown # it ends with Wine
 window=
 for ((i = 0; i < 60 && ${#window} == 0; ++i)); do

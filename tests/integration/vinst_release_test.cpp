@@ -259,13 +259,13 @@ TEST(ReleaseTool, MakesAReleaseThatPassesItsCheck)
                         "selected": true}]})");
     const std::string out = (dir / "out").string();
     const std::vector<std::string> make = {"make", (dir / "description.json").string(), out,
-                                           "--download-url", "http://127.0.0.1:1/"};
+                                           "--download-url", "https://d.example/5.2/"};
     TOOL_RUN run = run_release_tool(make);
     EXPECT_EQ(run.exit_code, 0);
     EXPECT_EQ(run.output, "Made a release of 1 component and 1 file, 4.77 MB, in " + out +
                               "\nFiles copied: 1, already there: 0\n");
     EXPECT_EQ(run.errors, "");
-    EXPECT_THAT(dir.read("out/manifest.json"), HasSubstr("\"http://127.0.0.1:1\""));
+    EXPECT_THAT(dir.read("out/manifest.json"), HasSubstr("\"https://d.example/5.2\""));
 
     run = run_release_tool(make);
     EXPECT_THAT(run.output, HasSubstr("\nFiles copied: 0, already there: 1\n"));

@@ -53,7 +53,8 @@ const char* const make_help =
     "Makes a release in the directory OUT: copies the files that the JSON file DESCRIPTION\n"
     "names, calculates their MD5 and SHA-1 checksums, and writes the manifest\n"
     "(manifest.json) and the connection test's file (vinst_test_download.txt). Files that\n"
-    "are already in OUT are not copied again.\n"
+    "are already in OUT are not copied again. To try a release, serve it and use the --url of\n"
+    "vinst; the manifest has the address where it will be published.\n"
     "\n";
 
 const char* const check_help =

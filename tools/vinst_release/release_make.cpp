@@ -7,6 +7,8 @@
 #include <QCryptographicHash>
 #include <QDir>
 #include <QHash>
+#include <QRegularExpression>
+#include <QUrl>
 
 #include <vector>
 
@@ -34,6 +36,14 @@ std::vector<RELEASE_FILE_JOB> copy_jobs(const RELEASE_DESCRIPTION& release, cons
     return jobs;
 }
 
+/// Whether an address is for testing on this machine; others could not fetch anything from it.
+bool leads_to_this_machine(const QString& address)
+{
+    static const QRegularExpression loopback(
+        QStringLiteral(R"(^(127\.\d+\.\d+\.\d+|0\.0\.0\.0|::1|::|(.+\.)?localhost)$)"));
+    return loopback.match(QUrl(address).host()).hasMatch();
+}
+
 }
 
 RELEASE_MAKE_RESULT make_release(const QString& description, const QString& out,
@@ -46,6 +56,14 @@ RELEASE_MAKE_RESULT make_release(const QString& description, const QString& out,
         return result;
     if (!download_url.isEmpty())
         release->download_url = download_url;
+
+    for (const QString& address : {release->download_url, release->test_url})
+        if (leads_to_this_machine(address))
+            result.faults.append("the address " + quoted(address) +
+                                 " leads to this machine only. Leave it out, and try the release "
+                                 "with vinst --url");
+    if (!result.faults.isEmpty())
+        return result;
 
     const QDir out_dir(out);
     if (!out_dir.mkpath(QStringLiteral(".")))

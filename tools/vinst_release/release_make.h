@@ -20,7 +20,8 @@ struct RELEASE_MAKE_RESULT
 /// connection test's file and, last, the manifest. After a failure, an earlier manifest is
 /// unchanged.
 ///
-/// \param download_url  replaces the one in the description unless empty
+/// \param download_url  replaces the one in the description unless empty. An address of this
+///                      machine is a fault: a release is tried with the program's `--url`
 RELEASE_MAKE_RESULT make_release(const QString& description, const QString& out,
                                  const QString& download_url,
                                  const RELEASE_FILE_OBSERVER& observer);

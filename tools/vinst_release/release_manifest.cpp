@@ -1,6 +1,7 @@
 #include "tools/vinst_release/release_manifest.h"
 
 #include "install/vinst/base/vinst_text.h"
+#include "install/vinst/release/vinst_data.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -22,19 +23,24 @@ void set_if_true(QJsonObject& object, const QString& key, bool flag)
         object[key] = 1;
 }
 
+/// Where the program fetches the release's files.
+QString download_address(const RELEASE_DESCRIPTION& release)
+{
+    VINST_RELEASE loaded;
+    loaded.set_version(release.version);
+    loaded.manifest_download_url = release.download_url;
+    return loaded.download_url();
+}
+
 QJsonObject release_element(const RELEASE_DESCRIPTION& release, const QByteArray& test_md5)
 {
     QJsonObject object{
         {"data_type", "main"}, {"edition", release.edition}, {"version", release.version}};
     set_if_told(object, "download_url", release.download_url);
-    QString test_url = release.test_url;
-    if (test_url.isEmpty() && !release.download_url.isEmpty())
-        test_url = release.download_url + '/' + release_test_file;
-    if (!test_url.isEmpty())
-    {
-        object["test_url"] = test_url;
-        object["test_md5sum"] = QString::fromLatin1(test_md5);
-    }
+    object["test_url"] = release.test_url.isEmpty()
+                             ? download_address(release) + '/' + release_test_file
+                             : release.test_url;
+    object["test_md5sum"] = QString::fromLatin1(test_md5);
     set_if_told(object, "installdir_linux", release.installdir_linux);
     set_if_told(object, "installdir_windows", release.installdir_windows);
     return object;

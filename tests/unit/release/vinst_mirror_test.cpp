@@ -28,6 +28,8 @@ TEST(Mirror, HasTheFilesBelowTheAddressOfTheRelease)
                   "http://m/t.txt?v=1"},
              CASE{"https://d.example/5.2/a/../t.txt", "https://d.example/5.2", "http://m",
                   "http://m/t.txt"},
+             CASE{"https://d.example/5//x/t.txt", "https://d.example/5//x", "http://m",
+                  "http://m/t.txt"},
              CASE{"https://d.example/5.2/t.txt", "https://d.example/5.2", "http://ada:x@m",
                   "http://ada:x@m/t.txt"},
          })

@@ -237,11 +237,41 @@ TEST_F(MakeRelease, UsesTheAddressesOfTheDescription)
     EXPECT_EQ(release->test_url(), "https://b.example/t");
 }
 
-TEST_F(MakeRelease, OmitsAddressesIfNoneIsGiven)
+TEST_F(MakeRelease, PutsTheTestFileBelowTheBuiltInAddressIfNoneIsGiven)
 {
     ASSERT_EQ(make(R"({"name": "a", "platform": "linux"})", "", QString()).faults, QStringList());
-    EXPECT_EQ(load()->manifest_download_url, "");
-    EXPECT_THAT(m_dir.read("out/manifest.json"), testing::Not(HasSubstr("test_url")));
+    const auto release = load();
+    EXPECT_EQ(release->manifest_download_url, "");
+    EXPECT_EQ(release->test_url(), release->download_url() + "/vinst_test_download.txt");
+    EXPECT_EQ(release->test_md5sum(),
+              sum_of(m_dir.read("out/vinst_test_download.txt"), QCryptographicHash::Md5));
+    release->use_mirror("http://127.0.0.1:8080");
+    EXPECT_EQ(release->test_url(), "http://127.0.0.1:8080/vinst_test_download.txt");
+}
+
+TEST_F(MakeRelease, RefusesAddressesOfThisMachine)
+{
+    for (const char* address :
+         {"http://127.0.0.1:8080", "https://localhost/5.2", "http://LOCALHOST", "http://[::1]:80/x",
+          "http://0.0.0.0:1", "http://127.1", "http://release.localhost/5.2"})
+    {
+        const QStringList fault(
+            QString::fromLatin1("the address '%1' leads to this machine only. Leave it out, "
+                                "and try the release with vinst --url")
+                .arg(address));
+        const char* component = R"({"name": "a", "platform": "linux"})";
+        EXPECT_EQ(make(component, "", address).faults, fault);
+        EXPECT_EQ(
+            make(component, "\"download_url\": \"" + std::string(address) + "\", ", "").faults,
+            fault);
+        EXPECT_EQ(make(component, "\"test_url\": \"" + std::string(address) + "\", ").faults,
+                  fault);
+    }
+    EXPECT_FALSE(std::filesystem::exists(m_dir / "out"));
+    for (const char* address :
+         {"http://127.example.org", "http://localhost.example", "http://128.0.0.1"})
+        EXPECT_EQ(make(R"({"name": "a", "platform": "linux"})", "", address).faults, QStringList())
+            << address;
 }
 
 TEST(ProcessFiles, ReportsItsProgressUntilTheEnd)
