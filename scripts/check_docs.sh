@@ -36,6 +36,11 @@ run_elsewhere=(
     'cmake --preset release*'    # scripts/test.sh, and without tests scripts/demo.sh
 )
 
+# Documents whose commands another script runs, because they need servers.
+run_by_script=(
+    docs/farm.md # scripts/check_farm.sh
+)
+
 # Paths that are not in a checkout.
 made_elsewhere=(
     'build/*'                # outputs of the build
@@ -45,6 +50,7 @@ made_elsewhere=(
 # Names that belong to other programs; all other names must occur in the sources.
 foreign_names=(
     PATH NTLM GiB MiB
+    resource_group              # a key of GitLab CI
     prefs.js                    # a file of Firefox
     setup.exe                   # short for the file that packaging/windows/pack.sh creates
     HKEY_CURRENT_USER
@@ -252,7 +258,7 @@ handle_command() { # PLACE COMMAND IS_EXEMPT
     bare=$(sed -E 's/ +#.*//; s/ +$//' <<<"$2")
     if is_own_program "${words[0]}" && [[ ${words[0]} == */* && ! -e ${words[0]} ]]; then
         fault "$1" "there is no ${words[0]}"
-    elif ! $3 && ! matches_one_of "$bare" "${run_elsewhere[@]}"; then
+    elif ! $3 && ! matches_one_of "${1%%:*}" "${run_by_script[@]}" && ! matches_one_of "$bare" "${run_elsewhere[@]}"; then
         run_command "$1" "$bare"
     fi
 }

@@ -31,7 +31,7 @@ for argument in "$@"; do
                          dbus-daemon dconf-gsettings-backend glib-networking gsettings-desktop-schemas libglib2.0-bin
                          libkf5config-bin libproxy1-plugin-kconfig libproxy1-plugin-webkit
                          openssl tmux ca-certificates curl tzdata binutils clang-format clang-tidy
-                         e2fsprogs mount util-linux strace
+                         e2fsprogs mount util-linux strace python3-yaml
                          pandoc man-db mandoc bsdextrautils bash-completion zsh fish
                          desktop-file-utils appstream python3-jsonschema) ;;
         bench) packages+=(nginx-light aria2 curl openssl time) ;;

@@ -7,8 +7,9 @@ if [ "${1:-}" = --help ]; then
   echo "Usage: scripts/lint.sh"
   echo
   echo "Checks the layout (scripts/check_layout.sh), the documents (scripts/check_docs.sh), the manual"
-  echo "pages and completions (scripts/check_man.sh), an installation (scripts/check_install.sh), the"
-  echo "formatting of all C++ files, and the product sources with clang-tidy. Installs missing packages."
+  echo "pages and completions (scripts/check_man.sh), an installation (scripts/check_install.sh), the commands"
+  echo "for build farms (scripts/check_farm.sh), the formatting of all C++ files, and the product sources with"
+  echo "clang-tidy. Installs missing packages."
   exit 0
 fi
 
@@ -17,6 +18,7 @@ scripts/install_deps.sh test
 scripts/check_docs.sh
 scripts/check_man.sh
 scripts/check_install.sh
+scripts/check_farm.sh
 
 git ls-files -z '*.h' '*.cpp' | xargs -0 clang-format --dry-run --Werror
 # Without precompiled headers, so that missing includes are found.

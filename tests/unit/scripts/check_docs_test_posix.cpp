@@ -113,6 +113,12 @@ TEST_F(CheckDocs, RunsCommandsInASeparateDirectory)
     EXPECT_FALSE(std::filesystem::exists(dir / "here"));
 }
 
+TEST_F(CheckDocs, LeavesTheCommandsForBuildFarmsToTheirScript)
+{
+    dir.write("docs/farm.md", "# Farms\n\n```sh\nfalse\nscripts/tool.sh --silent\n```\n");
+    EXPECT_EQ(check("").errors, "docs/farm.md:5: no scripts/tool.sh takes the option --silent\n");
+}
+
 TEST_F(CheckDocs, IgnoresThirdPartyTexts)
 {
     const CHECK result = check("`Download failed`, `/etc/hosts`, `~/dl`, `https://example.org/x`, "
