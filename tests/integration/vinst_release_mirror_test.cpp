@@ -316,6 +316,32 @@ TEST_F(ReleaseMirror, RefusesFilesWithTheNameOfItsOwn)
     EXPECT_FALSE(std::filesystem::exists(target()));
 }
 
+TEST_F(ReleaseMirror, RefusesTwoFilesWithOneName)
+{
+    builder.new_component("other")
+        .platform("windows")
+        .filename("orion.vdz")
+        .key("md5sum", "00000000000000000000000000000000");
+    manifest = builder.write().string();
+    mirror();
+    EXPECT_TRUE(result.exited_with(1));
+    EXPECT_EQ(errors, "vinst_release: the manifest lists two checksums for the file 'orion.vdz'\n");
+    EXPECT_FALSE(std::filesystem::exists(target()));
+}
+
+TEST_F(ReleaseMirror, LeavesOutFilesWithoutASize)
+{
+    builder.component("vscope").content("");
+    publish();
+    mirror();
+    EXPECT_TRUE(result.exited_with(0)) << errors;
+    EXPECT_THAT(output,
+                AllOf(StartsWith("Mirrored 3 files, "),
+                      HasSubstr("\nThe file 'vscope.run' is not in the mirror, because it has no "
+                                "size in the manifest: vinst could not verify it.\n")));
+    EXPECT_FALSE(std::filesystem::exists(target() + "/vscope.run"));
+}
+
 TEST_F(ReleaseMirror, ReportsAManifestThatCannotBeLoaded)
 {
     manifest = (dir / "none.json").string();

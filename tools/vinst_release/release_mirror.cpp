@@ -21,7 +21,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSet>
+#include <QHash>
 #include <QUrl>
 
 #include <algorithm>
@@ -134,19 +134,33 @@ VINST_COMPONENT_LIST requested_components(VINST_RELEASE& release,
 /// share one.
 VINST_COMPONENT_LIST mirrored_components(VINST_RELEASE& release,
                                          const RELEASE_MIRROR_SETTINGS& settings,
-                                         QStringList& faults)
+                                         RELEASE_MIRROR_RESULT& mirror)
 {
     VINST_COMPONENT_LIST result;
-    QSet<QString> filenames;
+    QHash<QString, const VINST_COMPONENT*> owners;
     for (const QString& platform : mirrored_platforms(settings.platform))
-        for (VINST_COMPONENT* component : requested_components(release, settings, platform, faults))
+        for (VINST_COMPONENT* component :
+             requested_components(release, settings, platform, mirror.faults))
         {
-            if (component->filename.isEmpty() || filenames.contains(component->filename))
+            const QString& filename = component->filename;
+            if (filename.isEmpty())
                 continue;
-            filenames.insert(component->filename);
-            result.push_back(component);
+            if (const VINST_COMPONENT* owner = owners.value(filename))
+            {
+                if (owner->md5sum != component->md5sum)
+                    mirror.faults.append("the manifest lists two checksums for the file " +
+                                         quoted(filename));
+                continue;
+            }
+            owners.insert(filename, component);
+            if (component->size > 0)
+                result.push_back(component);
+            else
+                mirror.notes.append("The file " + quoted(filename) +
+                                    " is not in the mirror, because it has no size in the "
+                                    "manifest: vinst could not verify it.");
         }
-    faults.removeDuplicates();
+    mirror.faults.removeDuplicates();
     return result;
 }
 
@@ -273,7 +287,7 @@ RELEASE_MIRROR_RESULT mirror_release(const RELEASE_MIRROR_SETTINGS& settings, co
         result.faults.append("cannot load the manifest " + quoted(settings.manifest));
         return result;
     }
-    const VINST_COMPONENT_LIST components = mirrored_components(*release, settings, result.faults);
+    const VINST_COMPONENT_LIST components = mirrored_components(*release, settings, result);
     const QString test_file = test_file_path(*release);
     result.faults += clashing_names(components, test_file);
     const QDir directory(settings.directory);
