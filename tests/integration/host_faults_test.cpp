@@ -286,6 +286,8 @@ TEST_F(HostFaults, PreventTransfersFromAnUntrustedServer)
 {
     const TEST_AUTHORITY authority;
     builder.component("one").title("One").pattern_content(3000, 1);
+    // The test file is not below this address, so that the connection test passes.
+    builder.download_url(server.url("/files"));
     publish();
     environment["SSL_CERT_FILE"] = host_path(authority.ca_file());
     NGINX_OPTIONS options;

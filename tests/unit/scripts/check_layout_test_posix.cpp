@@ -122,7 +122,7 @@ INSTANTIATE_TEST_SUITE_P(
         PLANTED{"AcrossSupport", "support/fio/a.cpp", "#include \"support/curl/b.h\""},
         PLANTED{"FromTheScriptHelper", "install/pac/a.cpp", "#include \"support/fio/b.h\""},
         PLANTED{"FromTheAuthorsTool", "tools/vinst_release/a.cpp",
-                "#include \"install/vinst/download/b.h\""},
+                "#include \"install/vinst/console/b.h\""},
         PLANTED{"FromAHost", "install/hosts/a.cpp", "#include \"install/vinst/base/b.h\""},
         PLANTED{"OfTheTransferLibrary", "install/vinst/download/a.cpp", "#include <curl/curl.h>"},
         PLANTED{"OfTheSettingsStore", "install/vinst/gui/a.cpp", "#include <QSettings>"},
