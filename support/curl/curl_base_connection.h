@@ -23,7 +23,9 @@ struct CURL_CONNECTION_SETTINGS
     std::optional<std::chrono::milliseconds> time_limit = {};
     /// A growing file is flushed to the disk this often, and after each 64 MiB.
     std::chrono::milliseconds flush_interval{10'000};
-    std::uint64_t size_limit = 0;          ///< bytes of a file whose size is unknown; 0: none
+    std::uint64_t size_limit = 0; ///< bytes of a file whose size is unknown; 0: none
+    /// Bytes of a file that are worth a connection of their own; 0: each file has one.
+    std::uint64_t least_piece = 16 * 1024 * 1024;
     CURL_LOGGER* logger = nullptr;         ///< may be null; outlives the connection
     CURL_RATE_LIMIT* rate_limit = nullptr; ///< the same; may be shared with other connections
     CURL_PROGRESS_CALLBACK progress_callback = nullptr;
@@ -49,6 +51,7 @@ public:
     }
     void set_rate_limit(CURL_RATE_LIMIT* limit) { m_settings.rate_limit = limit; }
     void set_size_limit(std::uint64_t bytes) { m_settings.size_limit = bytes; }
+    void set_least_piece(std::uint64_t bytes) { m_settings.least_piece = bytes; }
     void set_flush_interval(std::chrono::milliseconds interval)
     {
         m_settings.flush_interval = interval;

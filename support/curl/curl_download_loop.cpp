@@ -23,12 +23,7 @@ CURL_DOWNLOAD_LOOP::~CURL_DOWNLOAD_LOOP() = default;
 void CURL_DOWNLOAD_LOOP::run(std::deque<CURL_REQUEST> queue, std::size_t parallel,
                              const std::atomic<bool>& stop)
 {
-    if (m_multi == nullptr)
-    {
-        fail_all(std::move(queue));
-        return;
-    }
-    while (!queue.empty() || !m_active.empty())
+    while (!queue.empty() || !m_files.empty())
     {
         if (stop)
             queue.clear();
@@ -36,6 +31,7 @@ void CURL_DOWNLOAD_LOOP::run(std::deque<CURL_REQUEST> queue, std::size_t paralle
         receive();
         collect_finished();
         end_unwanted(stop);
+        work_on_files(stop);
         hold_back();
         if (!m_active.empty())
             curl_multi_poll(m_multi.get(), nullptr, 0, nap(), nullptr);
@@ -48,7 +44,7 @@ void CURL_DOWNLOAD_LOOP::receive()
 {
     perform();
     for (std::size_t i = 0; i < m_active.size() && may_receive(); ++i)
-        if (m_active[m_turn++ % m_active.size()]->resume())
+        if (m_active[m_turn++ % m_active.size()].transfer->resume())
             perform();
 }
 
@@ -69,13 +65,16 @@ void CURL_DOWNLOAD_LOOP::hold_back()
 {
     if (may_receive())
         return;
-    for (const auto& transfer : m_active)
-        transfer->pause();
+    for (const CONNECTION& each : m_active)
+        each.transfer->pause();
 }
 
 /// The longest time until something has to be done, in milliseconds.
 int CURL_DOWNLOAD_LOOP::nap() const
 {
+    if (std::any_of(m_files.begin(), m_files.end(),
+                    [](const auto& file) { return file->is_joining(); }))
+        return 0;
     if (may_receive())
         return static_cast<int>(longest_nap.count());
     const auto wait = std::chrono::ceil<std::chrono::milliseconds>(
@@ -83,38 +82,65 @@ int CURL_DOWNLOAD_LOOP::nap() const
     return static_cast<int>(std::min(wait, longest_nap).count());
 }
 
-void CURL_DOWNLOAD_LOOP::fail_all(std::deque<CURL_REQUEST> queue)
-{
-    for (CURL_REQUEST& request : queue)
-    {
-        CURL_TRANSFER transfer(std::move(request), m_settings, m_flusher);
-        transfer.finish(CURLE_FAILED_INIT);
-        m_on_file_end(transfer);
-    }
-}
-
 bool CURL_DOWNLOAD_LOOP::add(const CURL_TRANSFER& transfer)
 {
-    return curl_multi_add_handle(m_multi.get(), transfer.handle()) == CURLM_OK;
+    return m_multi != nullptr &&
+           curl_multi_add_handle(m_multi.get(), transfer.handle()) == CURLM_OK;
 }
 
 void CURL_DOWNLOAD_LOOP::start_transfers(std::deque<CURL_REQUEST>& queue, std::size_t parallel)
 {
-    while (m_active.size() < parallel && !queue.empty())
+    while (m_active.size() < parallel)
     {
-        auto transfer =
-            std::make_unique<CURL_TRANSFER>(std::move(queue.front()), m_settings, m_flusher);
-        queue.pop_front();
-        const bool is_prepared = transfer->prepare();
-        if (is_prepared && add(*transfer))
+        if (CURL_FILE_DOWNLOAD* const file = file_in_need())
         {
-            m_active.push_back(std::move(transfer));
-            continue;
+            start(*file, file->start_main_transfer());
         }
-        if (is_prepared)
-            transfer->finish(CURLE_FAILED_INIT);
-        m_on_file_end(*transfer);
+        else if (!queue.empty())
+        {
+            m_files.push_back(std::make_unique<CURL_FILE_DOWNLOAD>(std::move(queue.front()),
+                                                                   m_settings, m_flusher));
+            queue.pop_front();
+        }
+        else if (CURL_FILE_DOWNLOAD* const shared = file_to_share())
+        {
+            start(*shared, shared->share());
+        }
+        else
+        {
+            return;
+        }
     }
+}
+
+void CURL_DOWNLOAD_LOOP::start(CURL_FILE_DOWNLOAD& file, std::unique_ptr<CURL_TRANSFER> transfer)
+{
+    const bool is_prepared = transfer->prepare();
+    if (is_prepared && add(*transfer))
+    {
+        m_active.push_back({&file, std::move(transfer)});
+        return;
+    }
+    if (is_prepared)
+        transfer->finish(CURLE_FAILED_INIT);
+    file.take_end(*transfer);
+    report_ended_files();
+}
+
+CURL_FILE_DOWNLOAD* CURL_DOWNLOAD_LOOP::file_in_need() const
+{
+    const auto file = std::find_if(m_files.begin(), m_files.end(),
+                                   [](const auto& each) { return each->needs_main_transfer(); });
+    return file != m_files.end() ? file->get() : nullptr;
+}
+
+CURL_FILE_DOWNLOAD* CURL_DOWNLOAD_LOOP::file_to_share() const
+{
+    CURL_FILE_DOWNLOAD* best = nullptr;
+    for (const auto& file : m_files)
+        if (file->bytes_to_share() > (best != nullptr ? best->bytes_to_share() : 0))
+            best = file.get();
+    return best;
 }
 
 void CURL_DOWNLOAD_LOOP::collect_finished()
@@ -131,9 +157,9 @@ void CURL_DOWNLOAD_LOOP::end_unwanted(bool stop)
 {
     const auto now = CURL_TRANSFER::CLOCK::now();
     std::vector<CURL*> unwanted;
-    for (const auto& transfer : m_active)
-        if (!transfer->keep_going(now) || stop)
-            unwanted.push_back(transfer->handle());
+    for (const CONNECTION& each : m_active)
+        if (!each.transfer->keep_going(now) || stop || each.file->is_unwanted(*each.transfer))
+            unwanted.push_back(each.transfer->handle());
     for (CURL* handle : unwanted)
         end_transfer(handle, CURLE_ABORTED_BY_CALLBACK);
 }
@@ -143,13 +169,34 @@ void CURL_DOWNLOAD_LOOP::end_transfer(CURL* handle, CURLcode result)
     curl_multi_remove_handle(m_multi.get(), handle);
     const auto ended =
         std::find_if(m_active.begin(), m_active.end(),
-                     [handle](const auto& transfer) { return transfer->handle() == handle; });
-    if ((*ended)->prepare_repeat(result) && add(**ended))
+                     [handle](const auto& each) { return each.transfer->handle() == handle; });
+    if (ended->transfer->prepare_repeat(result) && add(*ended->transfer))
     {
-        (*ended)->start_repeat();
+        ended->transfer->start_repeat();
         return;
     }
-    (*ended)->finish(result);
-    m_on_file_end(**ended);
+    ended->transfer->finish(result);
+    ended->file->take_end(*ended->transfer);
     m_active.erase(ended);
+    report_ended_files();
+}
+
+void CURL_DOWNLOAD_LOOP::work_on_files(bool stop)
+{
+    for (const auto& file : m_files)
+    {
+        if (stop)
+            file->stop();
+        file->work();
+    }
+    report_ended_files();
+}
+
+void CURL_DOWNLOAD_LOOP::report_ended_files()
+{
+    const auto ended = std::stable_partition(m_files.begin(), m_files.end(),
+                                             [](const auto& file) { return !file->has_ended(); });
+    for (auto file = ended; file != m_files.end(); ++file)
+        m_on_file_end(**file);
+    m_files.erase(ended, m_files.end());
 }

@@ -74,7 +74,7 @@ int CURL_DOWNLOADER::download_one_file(const std::string& url, const std::string
 void CURL_DOWNLOADER::run(std::size_t parallel)
 {
     CURL_DOWNLOAD_LOOP loop(m_settings,
-                            [this](const CURL_TRANSFER& transfer) { count_file(transfer); });
+                            [this](const CURL_FILE_DOWNLOAD& file) { count_file(file); });
     loop.run(std::exchange(m_queue, {}), parallel, m_stop);
     {
         const std::lock_guard lock(m_mutex);
@@ -98,9 +98,9 @@ CURL_DOWNLOADER::request_time(const CURL_PROGRESS_DATA* data) const
     return found != m_ends.end() ? found->second.request_time : std::nullopt;
 }
 
-void CURL_DOWNLOADER::count_file(const CURL_TRANSFER& transfer)
+void CURL_DOWNLOADER::count_file(const CURL_FILE_DOWNLOAD& file)
 {
-    m_ends[transfer.data()] = {transfer.failure(), transfer.duration()};
+    m_ends[file.data()] = {file.failure(), file.duration()};
     ++m_finished;
     if (m_on_file_end)
         m_on_file_end();

@@ -14,7 +14,7 @@
 #include <optional>
 #include <thread>
 
-class CURL_TRANSFER;
+class CURL_FILE_DOWNLOAD;
 
 /// Downloads files over http and https, several at a time, on a separate thread.
 ///
@@ -70,7 +70,7 @@ private:
         std::optional<std::chrono::nanoseconds> request_time;
     };
 
-    void count_file(const CURL_TRANSFER& transfer);
+    void count_file(const CURL_FILE_DOWNLOAD& file);
 
     std::function<void()> m_on_file_end; ///< unchanged while the thread runs
     std::deque<CURL_REQUEST> m_queue; ///< the caller's until the thread starts, then the thread's

@@ -12,7 +12,11 @@
 /// has seen a status may read the other two.
 struct CURL_PROGRESS_DATA
 {
-    std::array<std::byte, 264> library_area{};    ///< reserved for the library
+    std::array<std::byte, 248> library_area{}; ///< reserved for the library
+    /// On the disk in pieces that have not been joined to the file yet.
+    std::atomic<std::uint64_t> bytes_ahead{0};
+    /// Of these and of the received ones: fetched by an earlier run.
+    std::atomic<std::uint64_t> bytes_taken_over{0};
     std::atomic<std::uint64_t> reported_total{0}; ///< bytes; 0 while unknown
     std::atomic<std::uint64_t> bytes_received{0}; ///< written to the file in this run
     std::uint64_t bytes_seen = 0;            ///< used by the program: received at its last pass
@@ -23,7 +27,7 @@ struct CURL_PROGRESS_DATA
     std::array<char, 256> error_text{}; ///< NUL-terminated
 };
 
-static_assert(sizeof(CURL_PROGRESS_DATA) == 264 + 3 * 8 + 2 * 4 + 8 + 256);
+static_assert(sizeof(CURL_PROGRESS_DATA) == 248 + 5 * 8 + 2 * 4 + 8 + 256);
 
 /// Called on the transfer thread with the size of the complete file and the bytes written in this
 /// run. Returns 0 to continue, -1 to end the transfer.

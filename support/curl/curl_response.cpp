@@ -126,6 +126,17 @@ void CURL_RESPONSE_HEAD::set_field(std::string_view name, std::string_view value
         content_encoding = lower_case(value);
     else if (name == "location" && !value.empty())
         locations.emplace_back(value);
+    else if (name == "etag")
+        etag = value;
+    else if (name == "last-modified")
+        last_modified = value;
+}
+
+std::string CURL_RESPONSE_HEAD::validator() const
+{
+    constexpr std::string_view weak = "W/";
+    const bool is_strong = !etag.empty() && etag.compare(0, weak.size(), weak) != 0;
+    return is_strong ? etag : last_modified;
 }
 
 std::uint64_t CURL_FILE_SIZE::most() const
@@ -182,6 +193,17 @@ CURL_BODY_DECISION curl_decide_on_body(const CURL_RESPONSE_HEAD& head, std::uint
         return decision;
     const CURL_OUTCOME offer = size.judge_offer(*decision.total);
     return offer.curl_code == CURLE_OK ? decision : refusal(offer);
+}
+
+CURL_BODY_DECISION curl_decide_on_piece(const CURL_RESPONSE_HEAD& head, std::uint64_t offset,
+                                        const CURL_FILE_SIZE& size, const std::string& validator)
+{
+    CURL_BODY_DECISION decision = curl_decide_on_body(head, offset, size);
+    if (decision.action == CURL_BODY_DECISION::ACTION::refuse)
+        return decision;
+    if (head.status != 206 || decision.total != size.expected || head.validator() != validator)
+        return refusal({CURLE_RANGE_ERROR, "The server doesn't send the file in pieces"});
+    return decision;
 }
 
 CURL_OUTCOME curl_judge_end(const CURL_OUTCOME& result, const CURL_RESPONSE_HEAD& head,

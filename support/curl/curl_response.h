@@ -24,19 +24,24 @@ bool curl_has_scheme(std::string_view url, std::string_view scheme);
 struct CURL_RESPONSE_HEAD
 {
     /// The header fields that matter, by their lower-case names.
-    static constexpr std::array<const char*, 4> field_names = {"content-range", "content-length",
-                                                               "content-encoding", "location"};
+    static constexpr std::array<const char*, 6> field_names = {
+        "content-range", "content-length", "content-encoding", "location", "etag", "last-modified"};
 
     int status = 0; ///< 0 until a server has responded
     std::optional<CURL_CONTENT_RANGE> content_range;
     std::optional<std::uint64_t> content_length;
     std::string content_encoding;       ///< lower case
     std::vector<std::string> locations; ///< usually one; a broken server may send several
+    std::string etag;
+    std::string last_modified;
 
     /// Whether it redirects the client to another address.
     bool redirects() const { return status >= 300 && status < 400 && !locations.empty(); }
     /// Whether its body is the complete file.
     bool has_whole_file() const { return status == 200 || status == 203; }
+    /// What identifies this version of the file in an If-Range field: a strong ETag, otherwise
+    /// the time of the last modification; empty without either.
+    std::string validator() const;
     /// Whether any of the addresses is an http one.
     bool redirects_to_http() const;
 
@@ -88,6 +93,11 @@ struct CURL_BODY_DECISION
 /// Called at the first byte of a body. Not called for responses with a status of 400 or above.
 CURL_BODY_DECISION curl_decide_on_body(const CURL_RESPONSE_HEAD& head, std::uint64_t offset,
                                        const CURL_FILE_SIZE& size);
+
+/// The same for a piece of the file that begins after its start: only that piece of that version of
+/// the file is accepted.
+CURL_BODY_DECISION curl_decide_on_piece(const CURL_RESPONSE_HEAD& head, std::uint64_t offset,
+                                        const CURL_FILE_SIZE& size, const std::string& validator);
 
 /// Determines the result of a transfer whose body was not refused and whose file has not reached
 /// its expected size.

@@ -29,12 +29,23 @@ constexpr auto longest_wait_for_end = std::chrono::seconds(1);
 
 }
 
+void curl_store_result(CURL_PROGRESS_DATA& data, const CURL_OUTCOME& outcome, int status)
+{
+    const std::string text = curl_redact(outcome.error);
+    const std::size_t length = std::min(text.size(), data.error_text.size() - 1);
+    std::memcpy(data.error_text.data(), text.data(), length);
+    data.error_text[length] = '\0';
+    data.curl_code = outcome.curl_code;
+    if (status > 0)
+        data.http_code = status;
+}
+
 CURL_TRANSFER::CURL_TRANSFER(CURL_REQUEST request, const CURL_CONNECTION_SETTINGS& settings,
                              FIO_FLUSHER& flusher)
     : m_request(std::move(request)),
       m_settings(settings), m_size{m_request.expected_size, settings.size_limit},
-      m_flusher(flusher), m_error_buffer(CURL_ERROR_SIZE), m_pace(settings.stall_timeout),
-      m_redirects_left(redirect_limit)
+      m_flusher(flusher), m_error_buffer(CURL_ERROR_SIZE), m_end(m_request.end),
+      m_pace(settings.stall_timeout), m_redirects_left(redirect_limit)
 {
 }
 
@@ -42,12 +53,17 @@ CURL_TRANSFER::~CURL_TRANSFER() = default;
 
 bool CURL_TRANSFER::prepare()
 {
+    const auto file = FIO_FILE_SYSTEM::identity(m_request.path);
+    const std::uint64_t size = file ? file->size : 0;
+    m_counted_from = m_request.counted_from.value_or(size);
+    m_received = received_at(size);
     if (!report_progress())
     {
         store(*m_own_outcome, 0);
         return false;
     }
-    if (has_complete_file())
+    // The size was read without opening the file: a complete one may be read-only.
+    if (file && end() != 0 && m_request.begin + size >= end())
     {
         store({}, 0);
         return false;
@@ -59,6 +75,9 @@ bool CURL_TRANSFER::prepare()
         return false;
     }
     m_offset = m_file.size();
+    m_counted_from = m_request.counted_from.value_or(m_offset);
+    m_received = received_at(m_offset);
+    m_flushed = m_received;
 
     m_handle.reset(curl_easy_init());
     if (m_handle == nullptr)
@@ -77,15 +96,6 @@ bool CURL_TRANSFER::prepare()
     m_last_flush = m_start;
     m_pace.start(m_start);
     return true;
-}
-
-// Gets the size without opening the file: a complete one may be read-only.
-bool CURL_TRANSFER::has_complete_file() const
-{
-    if (m_request.expected_size == 0)
-        return false;
-    const auto file = FIO_FILE_SYSTEM::identity(m_request.path);
-    return file && file->size >= m_request.expected_size;
 }
 
 void CURL_TRANSFER::set_options(CURL_OPTIONS& options)
@@ -116,9 +126,14 @@ void CURL_TRANSFER::set_options(CURL_OPTIONS& options)
     set_address_options(options);
 
     // Not CURLOPT_RESUME_FROM: that fails on servers that don't support range requests.
-    m_requests_range = m_offset > 0;
+    m_requests_range = position() > 0;
     if (m_requests_range)
-        options.set(CURLOPT_RANGE, (std::to_string(m_offset) + "-").c_str());
+        options.set(CURLOPT_RANGE, (std::to_string(position()) + "-").c_str());
+    if (m_request.is_piece())
+    {
+        m_headers.reset(curl_slist_append(nullptr, ("If-Range: " + m_request.validator).c_str()));
+        options.set(CURLOPT_HTTPHEADER, m_headers.get());
+    }
 
     options.set(CURLOPT_HEADERFUNCTION, &CURL_TRANSFER::on_header);
     options.set(CURLOPT_HEADERDATA, this);
@@ -255,20 +270,23 @@ bool CURL_TRANSFER::take_body(const char* bytes, std::size_t size)
 
     if (m_pending.empty())
         m_pending_since = m_pace.last_activity();
-    const auto wanted = static_cast<std::size_t>(
-        std::min<std::uint64_t>(size, m_size.most() - std::min(m_size.most(), bytes_in_file())));
+    const std::uint64_t most = m_end != 0 ? std::min(m_end, m_size.most()) : m_size.most();
+    const auto wanted =
+        static_cast<std::size_t>(std::min<std::uint64_t>(size, most - std::min(most, position())));
     m_pending.insert(m_pending.end(), bytes, bytes + wanted);
     const bool is_too_long = wanted < size;
     if ((m_pending.size() >= write_block || is_too_long) && !write_pending())
         return false;
     if (is_too_long)
-        return end_with(m_size.too_long());
+        return end_with(most < m_size.most() ? CURL_OUTCOME() : m_size.too_long());
     return report_progress();
 }
 
 bool CURL_TRANSFER::start_body()
 {
-    m_decision = curl_decide_on_body(m_head, m_offset, m_size);
+    m_decision = m_request.is_piece()
+                     ? curl_decide_on_piece(m_head, position(), m_size, m_request.validator)
+                     : curl_decide_on_body(m_head, m_offset, m_size);
     if (m_decision->action == CURL_BODY_DECISION::ACTION::refuse)
         return end_with(m_decision->refusal);
     if (m_decision->action == CURL_BODY_DECISION::ACTION::already_whole)
@@ -280,6 +298,8 @@ bool CURL_TRANSFER::start_body()
         return end_with({CURLE_WRITE_ERROR,
                          "Cannot write " + m_request.path + ": another process has changed it"});
     m_pending.reserve(write_block + CURL_MAX_WRITE_SIZE);
+    if (m_on_body)
+        m_on_body();
     return true;
 }
 
@@ -287,7 +307,7 @@ bool CURL_TRANSFER::start_body()
 bool CURL_TRANSFER::may_be_a_page() const
 {
     return m_head.has_whole_file() && m_decision && !m_decision->total &&
-           bytes_in_file() < m_request.expected_size;
+           position() < m_request.expected_size;
 }
 
 bool CURL_TRANSFER::write_pending()
@@ -296,7 +316,7 @@ bool CURL_TRANSFER::write_pending()
         return true;
     const bool written = m_file.append(m_pending.data(), m_pending.size());
     m_pending.clear();
-    m_received = m_file.size() - m_offset;
+    m_received = received_at(m_file.size());
     return written || end_with({CURLE_WRITE_ERROR, m_file.error()});
 }
 
@@ -306,8 +326,15 @@ bool CURL_TRANSFER::remove_received()
     m_pending.clear();
     if (!m_file.shorten(m_offset))
         return false;
-    m_received = 0;
+    m_received = received_at(m_offset);
     return true;
+}
+
+std::string CURL_TRANSFER::validator() const
+{
+    const bool is_right = m_decision && m_decision->action == CURL_BODY_DECISION::ACTION::write &&
+                          m_decision->total == m_request.expected_size;
+    return is_right ? m_head.validator() : std::string();
 }
 
 bool CURL_TRANSFER::report_progress()
@@ -326,14 +353,13 @@ bool CURL_TRANSFER::keep_going(CLOCK::time_point now)
         return false;
     // The start of a body that may be a page is held back, because most pages fit into memory. What
     // was written of a longer one is removed when it ends.
-    const bool is_held_back = may_be_a_page() && m_received == 0;
+    const bool is_held_back = may_be_a_page() && m_file.size() == m_offset;
     if (!m_pending.empty() && !is_held_back && now - m_pending_since >= longest_in_memory &&
         !write_pending())
         return false;
     if (!flush_now_and_then(now))
         return false;
-    if (m_request.expected_size != 0 && bytes_in_file() >= m_request.expected_size &&
-        now - m_pace.last_activity() >= longest_wait_for_end)
+    if (end() != 0 && position() >= end() && now - m_pace.last_activity() >= longest_wait_for_end)
         return end_with({});
     // A pause is not the server's fault. When it is over, libcurl reads what the server has sent
     // meanwhile before this is called.
@@ -405,9 +431,9 @@ CURL_OUTCOME CURL_TRANSFER::libcurl_outcome(CURLcode result) const
                                                    : std::string(curl_easy_strerror(result))};
 }
 
-bool CURL_TRANSFER::has_reached_its_size() const
+bool CURL_TRANSFER::has_reached_its_end() const
 {
-    return m_request.expected_size != 0 && m_file.size() >= m_request.expected_size;
+    return end() != 0 && m_request.begin + m_file.size() >= end();
 }
 
 CURL_OUTCOME CURL_TRANSFER::judge(const CURL_OUTCOME& result) const
@@ -417,13 +443,13 @@ CURL_OUTCOME CURL_TRANSFER::judge(const CURL_OUTCOME& result) const
         return *m_own_outcome;
     if (const std::error_code error = m_flusher.error_of(m_file); error)
         return {CURLE_WRITE_ERROR, "Cannot write " + m_request.path + ": " + error.message()};
-    if (has_reached_its_size())
+    if (has_reached_its_end())
         return {};
     if (m_own_outcome)
         return *m_own_outcome;
-    CURL_OUTCOME outcome =
-        curl_judge_end(result, m_head, m_size, m_offset, m_skipped, m_decision.has_value());
-    return outcome.curl_code == CURLE_OK ? m_size.judge_end(bytes_in_file()) : outcome;
+    CURL_OUTCOME outcome = curl_judge_end(result, m_head, m_size, m_request.begin + m_offset,
+                                          m_skipped, m_decision.has_value());
+    return outcome.curl_code == CURLE_OK ? m_size.judge_end(position()) : outcome;
 }
 
 bool CURL_TRANSFER::prepare_repeat(CURLcode result)
@@ -448,7 +474,8 @@ bool CURL_TRANSFER::follow_redirect(CURL_OPTIONS& options)
 
 bool CURL_TRANSFER::drop_range(CURLcode result, CURL_OPTIONS& options)
 {
-    if (!m_requests_range || judge(libcurl_outcome(result)).curl_code != CURLE_RANGE_ERROR)
+    if (!m_requests_range || m_request.is_piece() ||
+        judge(libcurl_outcome(result)).curl_code != CURLE_RANGE_ERROR)
         return false;
     m_requests_range = false;
     options.set(CURLOPT_RANGE, static_cast<const char*>(nullptr));
@@ -520,6 +547,8 @@ void CURL_TRANSFER::finish(CURLcode result)
     if (outcome.curl_code == CURLE_OK && !m_file.is_open() &&
         !m_file.open(m_request.path, FIO_APPEND_FILE::OPENING::create_if_missing))
         outcome = {CURLE_WRITE_ERROR, m_file.error()};
+    m_ended_before_the_file = outcome.curl_code == CURLE_OK && m_request.expected_size != 0 &&
+                              position() < m_request.expected_size;
     // Closed before the result is published, so that readers see the final modification time.
     m_file.close();
 
@@ -549,19 +578,11 @@ void CURL_TRANSFER::keep_failure(const CURL_OUTCOME& outcome, int status)
 void CURL_TRANSFER::store(const CURL_OUTCOME& outcome, int status)
 {
     keep_failure(outcome, status);
-    if (m_request.data == nullptr)
+    if (m_request.data == nullptr || m_ended_before_the_file)
         return;
-    CURL_PROGRESS_DATA& data = *m_request.data;
-    const std::string text = curl_redact(outcome.error);
-    const std::size_t length = std::min(text.size(), data.error_text.size() - 1);
-    std::memcpy(data.error_text.data(), text.data(), length);
-    data.error_text[length] = '\0';
-    data.curl_code = outcome.curl_code;
     // After CONNECT, too.
-    if (m_failure.status == proxy_authentication_required)
-        status = proxy_authentication_required;
-    if (status > 0)
-        data.http_code = status;
+    const bool is_login = m_failure.status == proxy_authentication_required;
+    curl_store_result(*m_request.data, outcome, is_login ? proxy_authentication_required : status);
 }
 
 int CURL_TRANSFER::on_trace(CURL*, curl_infotype type, char* text, std::size_t size, void* self)

@@ -8,15 +8,23 @@
 
 #include <curl/curl.h>
 
+#include <algorithm>
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 class FIO_FLUSHER;
 
-/// The transfer of one file: the request, the response and the growing file. Used by one thread.
+/// Stores the result of a file that has ended where the program reads it.
+/// \param status  the HTTP status; 0 without one
+void curl_store_result(CURL_PROGRESS_DATA& data, const CURL_OUTCOME& outcome, int status);
+
+/// The transfer of one file, or of a part of it: the request, the response and the growing file.
+/// Used by one thread.
 class CURL_TRANSFER
 {
 public:
@@ -53,19 +61,38 @@ public:
     bool prepare_repeat(CURLcode result);
     void start_repeat();
 
+    /// Called when a body has begun that will be written, before its first byte is.
+    void set_body_callback(std::function<void()> callback) { m_on_body = std::move(callback); }
+    /// Where the part that it writes ends. May be moved while it runs, but not to before
+    /// `position`; 0: with the complete file.
+    void set_end(std::uint64_t end) { m_end = end; }
+    /// Where the next byte that it receives belongs in the complete file.
+    std::uint64_t position() const { return m_request.begin + m_file.size() + m_pending.size(); }
+    /// What identifies the version of the file that is received; empty before the body has begun,
+    /// or when the server offers no such thing or the file has another size.
+    std::string validator() const;
+
     /// Ends the transfer and stores its result in the record.
     void finish(CURLcode result);
 
+    const CURL_REQUEST& request() const { return m_request; }
     const CURL_PROGRESS_DATA* data() const { return m_request.data; }
     /// Of a transfer that has ended.
     const CURL_FAILURE& failure() const { return m_failure; }
     /// From the first request to the end; empty if nothing was requested.
     std::optional<CLOCK::duration> duration() const { return m_duration; }
+    /// Whether the file is still incomplete although the transfer has ended successfully, because
+    /// only a part of it was to be written. The record has no result then.
+    bool ended_before_the_file() const { return m_ended_before_the_file; }
 
 private:
     struct EASY_DELETER
     {
         void operator()(CURL* handle) const { curl_easy_cleanup(handle); }
+    };
+    struct LIST_DELETER
+    {
+        void operator()(curl_slist* list) const { curl_slist_free_all(list); }
     };
 
     static std::size_t on_header(char* text, std::size_t size, std::size_t count, void* self);
@@ -73,7 +100,6 @@ private:
     static int on_trace(CURL* handle, curl_infotype type, char* text, std::size_t size, void* self);
 
     const std::string& url() const { return m_redirect.empty() ? m_request.url : m_redirect; }
-    bool has_complete_file() const;
     void set_options(CURL_OPTIONS& options);
     void set_address_options(CURL_OPTIONS& options);
     void set_proxy_options(CURL_OPTIONS& options);
@@ -86,7 +112,10 @@ private:
     void obey_rate_limit(std::size_t received);
     bool start_body();
     bool may_be_a_page() const;
-    std::uint64_t bytes_in_file() const { return m_file.size() + m_pending.size(); }
+    std::uint64_t received_at(std::uint64_t size) const
+    {
+        return size - std::min(size, m_counted_from);
+    }
     bool write_pending();
     bool remove_received();
     bool flush_now_and_then(CLOCK::time_point now);
@@ -97,12 +126,14 @@ private:
     bool end_with(CURL_OUTCOME outcome);
     CURL_OUTCOME libcurl_outcome(CURLcode result) const;
     CURL_OUTCOME judge(const CURL_OUTCOME& result) const;
-    bool has_reached_its_size() const;
     bool follow_redirect(CURL_OPTIONS& options);
     bool drop_range(CURLcode result, CURL_OPTIONS& options);
     bool try_another_login(CURL_OPTIONS& options);
     /// Whether the last response is a proxy's request for credentials.
     bool is_login_required(const CURL_EXCHANGE& exchange) const;
+    /// Of the part that is written, as an offset in the complete file; 0: unknown.
+    std::uint64_t end() const { return m_end != 0 ? m_end : m_request.expected_size; }
+    bool has_reached_its_end() const;
     int answered_status(CURLcode result) const;
     void store(const CURL_OUTCOME& outcome, int status);
     void keep_failure(const CURL_OUTCOME& outcome, int status);
@@ -111,11 +142,14 @@ private:
     const CURL_CONNECTION_SETTINGS& m_settings;
     const CURL_FILE_SIZE m_size;
     FIO_FLUSHER& m_flusher;
+    std::unique_ptr<curl_slist, LIST_DELETER> m_headers; ///< outlives the handle
     std::unique_ptr<CURL, EASY_DELETER> m_handle;
     std::vector<char> m_error_buffer;
 
     FIO_APPEND_FILE m_file;
-    std::uint64_t m_offset = 0;   ///< bytes on disk when the transfer began
+    std::uint64_t m_end;        ///< of the part that is written; 0: that of the file
+    std::uint64_t m_offset = 0; ///< bytes on disk when the transfer began
+    std::uint64_t m_counted_from = 0;
     std::uint64_t m_received = 0; ///< bytes written in this run
     std::uint64_t m_skipped = 0;  ///< bytes of the body skipped
     std::vector<char> m_pending;  ///< received, not yet written
@@ -127,7 +161,7 @@ private:
     CLOCK::time_point m_last_flush; ///< the last request for a flush
 
     CURL_PROXY_INFO
-        m_proxy;           ///< of the last request; the environment's choice depends on the address
+    m_proxy;               ///< of the last request; the environment's choice depends on the address
     long m_proxy_auth = 0; ///< the schemes that it allows
     long m_offered_auth = 0;         ///< the schemes in the proxy's requests for credentials
     std::string m_redirect;          ///< to be requested separately, since it needs another proxy
@@ -142,5 +176,7 @@ private:
     std::size_t m_head_bytes = 0; ///< of all answers of a chain of redirects together
     std::optional<CURL_BODY_DECISION> m_decision;
     std::optional<CURL_OUTCOME> m_own_outcome; ///< why this side ended the transfer
+    std::function<void()> m_on_body;
     CURL_FAILURE m_failure;
+    bool m_ended_before_the_file = false;
 };

@@ -298,8 +298,13 @@ FAULT_ANSWER FAULT_SERVER::answer_to(const HTTP_REQUEST& request)
                      });
     const bool faulty = fault != route.faults.end();
 
-    const FAULT_ANSWER answer = faulty ? bad_answer(route.body, request.range(), *fault)
-                                       : good_answer(route.body, request.range());
+    const std::string condition = request.header("if-range");
+    const std::string range =
+        condition.empty() || condition == route.etag ? request.range() : std::string();
+    FAULT_ANSWER answer =
+        faulty ? bad_answer(route.body, range, *fault) : good_answer(route.body, range);
+    if (!route.etag.empty() && answer.code < 300)
+        answer.headers.emplace_back("ETag", route.etag);
     if (faulty && fault->remaining > 0)
         --fault->remaining;
     return answer;
@@ -318,6 +323,12 @@ void FAULT_SERVER::serve_directory(const fs::path& directory)
         if (entry.is_regular_file())
             serve("/" + entry.path().filename().string(), read_file(entry.path()));
     }
+}
+
+void FAULT_SERVER::set_etag(const std::string& path, const std::string& etag)
+{
+    const std::lock_guard lock(m_mutex);
+    m_routes.at(path).etag = etag;
 }
 
 void FAULT_SERVER::set_faults(const std::string& path, std::vector<FAULT> faults)

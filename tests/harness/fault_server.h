@@ -48,6 +48,8 @@ public:
     void serve(const std::string& path, SERVED_BODY body, std::vector<FAULT> faults = {});
     /// Serves the files of a directory, each at "/" and its name, from memory.
     void serve_directory(const std::filesystem::path& directory);
+    /// The ETag of a path that is already served; without one, If-Range is never satisfied.
+    void set_etag(const std::string& path, const std::string& etag);
     /// Replaces the faults of a path that is already served.
     void set_faults(const std::string& path, std::vector<FAULT> faults);
 
@@ -74,6 +76,7 @@ private:
     {
         SERVED_BODY body;
         std::vector<FAULT> faults;
+        std::string etag = {};
     };
     class CONNECTION;
 

@@ -1,6 +1,7 @@
 #include "install/vinst/base/vinst_platform.h"
 
 #include "install/vinst/base/vinst_text.h"
+#include "support/curl/curl_pieces.h"
 
 #include <QRegularExpression>
 
@@ -68,5 +69,6 @@ bool is_safe_file_name(const QString& name)
         QRegularExpression::CaseInsensitiveOption);
     return !name.isEmpty() && name.toUtf8().size() <= longest_file_name &&
            name == without_control_characters(name) && !name.contains(forbidden) &&
-           !name.contains(reserved) && !name.endsWith('.') && !name.endsWith(' ');
+           !name.contains(reserved) && !name.endsWith('.') && !name.endsWith(' ') &&
+           name.compare(QLatin1String(curl_piece_directory), Qt::CaseInsensitive) != 0;
 }

@@ -28,7 +28,8 @@ QString console_host_name(const QString& platform);
 QString open_page_command(const QString& path, const QString& platform);
 
 /// Whether a manifest's file name is a plain name that every platform can create in a directory: no
-/// separators, control characters, characters or names that Windows reserves, or trailing dots.
+/// separators, control characters, characters or names that Windows reserves, or trailing dots; nor
+/// that of the directory of pieces.
 bool is_safe_file_name(const QString& name);
 
 /// The directory of the file that contains this code: the shared library or the executable.

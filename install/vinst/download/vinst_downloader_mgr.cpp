@@ -37,9 +37,22 @@ std::int64_t on_progress(CURL_PROGRESS_DATA* data, std::uint64_t total, std::uin
     return is_to_stop() ? -1 : 0;
 }
 
+/// In pieces beside the file.
+quint64 bytes_ahead(const VINST_COMPONENT& component)
+{
+    return component.progress_data != nullptr ? component.progress_data->bytes_ahead.load() : 0;
+}
+
 quint64 received_bytes(const VINST_COMPONENT& component)
 {
     return component.progress_data != nullptr ? component.progress_data->bytes_received.load() : 0;
+}
+
+/// In this run, wherever they are now.
+quint64 fetched_bytes(const CURL_PROGRESS_DATA& data)
+{
+    const quint64 all = data.bytes_received + data.bytes_ahead;
+    return all - std::min<quint64>(all, data.bytes_taken_over);
 }
 
 QString error_text_of(const CURL_PROGRESS_DATA& data)
@@ -125,6 +138,8 @@ bool VINST_DOWNLOADER_MGR::download(int parallel_downloads)
     downloader.set_logger(&run_log());
     downloader.set_rate_limit(&m_rate_limit);
     queue_components(downloader);
+    if (!has_space_to_join_pieces())
+        downloader.set_least_piece(0);
     downloader.download_files(parallel_downloads, false);
     m_view.show_status(QStringLiteral("Downloading selected components..."));
     m_view.show_attempt(m_components);
@@ -142,6 +157,21 @@ bool VINST_DOWNLOADER_MGR::download(int parallel_downloads)
     if (!succeeded && !is_to_stop())
         report_failures(downloader);
     return succeeded;
+}
+
+/// A piece of a file is removed only after its bytes have been appended to the file, and is at most
+/// half of it.
+bool VINST_DOWNLOADER_MGR::has_space_to_join_pieces() const
+{
+    quint64 needed = 0;
+    quint64 largest = 0;
+    for (const VINST_COMPONENT* component : m_components)
+    {
+        const quint64 size = component->expected_size();
+        needed += size - std::min(size, component->file.bytes_on_disk());
+        largest = std::max(largest, size);
+    }
+    return free_disk_space(utf8(m_release.download_dir())) > needed + largest / 2;
 }
 
 void VINST_DOWNLOADER_MGR::queue_components(CURL_DOWNLOADER& downloader)
@@ -282,17 +312,18 @@ VINST_COMPONENT_PROGRESS VINST_DOWNLOADER_MGR::take_progress(VINST_COMPONENT* co
 
     VINST_COMPONENT_PROGRESS progress;
     progress.name = component->display_name();
-    progress.bytes = on_disk + received;
+    progress.bytes = on_disk + received + data.bytes_ahead;
     progress.size = component->expected_size();
     progress.percent = get_progress_percentage(component, true, false, received);
     progress.state = state_of(*component);
     if (!component->file.is_complete() && received > 0)
-        m_checks.follow(*component, progress.bytes);
+        m_checks.follow(*component, on_disk + received);
 
+    const quint64 fetched = fetched_bytes(data);
     totals.downloaded += progress.bytes;
-    totals.received += received;
-    totals.delta += received - std::min<quint64>(received, data.bytes_seen);
-    data.bytes_seen = received;
+    totals.received += fetched;
+    totals.delta += fetched - std::min<quint64>(fetched, data.bytes_seen);
+    data.bytes_seen = fetched;
     return progress;
 }
 
@@ -358,7 +389,8 @@ quint64 VINST_DOWNLOADER_MGR::get_progress_percentage(VINST_COMPONENT* component
     {
         m_view.show_integrity(component, VINST_INTEGRITY_STATE::none);
     }
-    const quint64 percent = percentage(on_disk, component->expected_size());
+    const quint64 percent =
+        percentage(on_disk + bytes_ahead(*component), component->expected_size());
     m_view.show_percentage(component, percent);
     return percent;
 }

@@ -75,6 +75,7 @@ public:
     QStringList lasting_error_texts() const;
 
 private:
+    bool has_space_to_join_pieces() const;
     void queue_components(CURL_DOWNLOADER& downloader);
     void queue_component(CURL_DOWNLOADER& downloader, VINST_COMPONENT* component);
     void delete_corrupted_file(VINST_COMPONENT* component);

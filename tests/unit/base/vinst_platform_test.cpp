@@ -49,9 +49,9 @@ TEST(SafeFileName, IsANameThatEveryPlatformCanCreate)
                              "console", "com", "lpt10", "a..b", "con_x"})
         EXPECT_TRUE(is_safe_file_name(good)) << good;
     for (const char* bad :
-         {"",    ".",    "..",      "a/b",  "/a",       "a\\b", "c:a",    "a:stream", "a?",
-          "a*",  "a\"b", "a<b",     "a>b",  "a|b",      "a\nb", "a\x7f",  "a.",       "a ",
-          "con", "CON",  "Nul.txt", "com1", "lpt9.x.y", "aux",  "prn.run"})
+         {"",    ".",    "..",      "a/b",  "/a",       "a\\b", "c:a",     "a:stream", "a?",
+          "a*",  "a\"b", "a<b",     "a>b",  "a|b",      "a\nb", "a\x7f",   "a.",       "a ",
+          "con", "CON",  "Nul.txt", "com1", "lpt9.x.y", "aux",  "prn.run", ".pieces",  ".Pieces"})
         EXPECT_FALSE(is_safe_file_name(bad)) << bad;
     EXPECT_TRUE(is_safe_file_name(QString(255, 'a')));
     EXPECT_FALSE(is_safe_file_name(QString(256, 'a')));

@@ -1,0 +1,347 @@
+#include "support/curl/curl_file_download.h"
+
+#include "support/curl/curl_pieces.h"
+#include "support/fio/fio_file_system.h"
+#include "support/fio/fio_flush.h"
+#include "support/fio/fio_flusher.h"
+
+#include <algorithm>
+#include <fstream>
+#include <utility>
+
+namespace
+{
+
+constexpr std::size_t join_block = 4 * 1024 * 1024; // bytes joined between two looks at the network
+constexpr int partial_content = 206;
+
+std::uint64_t size_on_disk(const std::string& path)
+{
+    const auto file = FIO_FILE_SYSTEM::identity(path);
+    return file ? file->size : 0;
+}
+
+}
+
+/// A part of the file that is fetched ahead.
+struct CURL_FILE_DOWNLOAD::PIECE
+{
+    std::uint64_t begin = 0;
+    std::string path;
+    CURL_TRANSFER* transfer = nullptr; ///< while it runs
+    CURL_PROGRESS_DATA data;
+
+    /// Written and not in a buffer.
+    std::uint64_t size() const { return size_on_disk(path); }
+};
+
+CURL_FILE_DOWNLOAD::CURL_FILE_DOWNLOAD(CURL_REQUEST request,
+                                       const CURL_CONNECTION_SETTINGS& settings,
+                                       FIO_FLUSHER& flusher)
+    : m_request(std::move(request)), m_settings(settings), m_flusher(flusher)
+{
+    m_request.counted_from = size_on_disk(m_request.path);
+    m_may_split = m_settings.least_piece != 0;
+}
+
+CURL_FILE_DOWNLOAD::~CURL_FILE_DOWNLOAD() = default;
+
+bool CURL_FILE_DOWNLOAD::needs_main_transfer() const
+{
+    return m_main == nullptr && !m_is_joining && !m_is_over;
+}
+
+std::unique_ptr<CURL_TRANSFER> CURL_FILE_DOWNLOAD::start_main_transfer()
+{
+    CURL_REQUEST request = m_request;
+    request.end = end_of_main();
+    auto transfer = std::make_unique<CURL_TRANSFER>(std::move(request), m_settings, m_flusher);
+    m_main = transfer.get();
+    if (m_request.expected_size != 0 && m_request.data != nullptr && m_validator.empty())
+        m_main->set_body_callback([this] { take_over_pieces(); });
+    return transfer;
+}
+
+/// 0: with the file.
+std::uint64_t CURL_FILE_DOWNLOAD::end_of(std::size_t piece) const
+{
+    return piece + 1 < m_pieces.size() ? m_pieces[piece + 1]->begin : 0;
+}
+
+std::uint64_t CURL_FILE_DOWNLOAD::end_of_main() const
+{
+    return m_pieces.empty() ? 0 : m_pieces.front()->begin;
+}
+
+void CURL_FILE_DOWNLOAD::move_ends()
+{
+    if (m_main != nullptr)
+        m_main->set_end(m_pieces.empty() ? 0 : std::max(end_of_main(), m_main->position()));
+    for (std::size_t i = 0; i < m_pieces.size(); ++i)
+        if (m_pieces[i]->transfer != nullptr)
+            m_pieces[i]->transfer->set_end(end_of(i));
+}
+
+void CURL_FILE_DOWNLOAD::take_over_pieces()
+{
+    m_validator = m_main->validator();
+    if (m_validator.empty())
+        return;
+    m_version = curl_piece_version(m_request.path, m_request.expected_size, m_validator);
+    for (const CURL_STORED_PIECE& stored : curl_take_over_pieces(m_request.path, m_version))
+    {
+        const std::uint64_t size = size_on_disk(stored.path);
+        const std::uint64_t end = m_pieces.empty()
+                                      ? m_main->position()
+                                      : m_pieces.back()->begin + m_pieces.back()->size();
+        if (stored.begin + size > m_request.expected_size || stored.begin + size <= end ||
+            (!m_pieces.empty() && stored.begin < end))
+        {
+            curl_remove_piece(stored.path); // it adds nothing to what is there
+            continue;
+        }
+        auto piece = std::make_unique<PIECE>();
+        piece->begin = stored.begin;
+        piece->path = stored.path;
+        m_request.data->bytes_taken_over +=
+            stored.begin + size - std::max(stored.begin, m_main->position());
+        m_pieces.push_back(std::move(piece));
+    }
+    move_ends();
+}
+
+CURL_FILE_DOWNLOAD::PIECE* CURL_FILE_DOWNLOAD::piece_to_resume() const
+{
+    for (std::size_t i = 0; i < m_pieces.size(); ++i)
+    {
+        PIECE& piece = *m_pieces[i];
+        const std::uint64_t end = end_of(i) != 0 ? end_of(i) : m_request.expected_size;
+        if (piece.transfer == nullptr && piece.begin + piece.size() < end &&
+            !(i == 0 && m_is_joining))
+            return &piece;
+    }
+    return nullptr;
+}
+
+/// The main transfer's first, then those of the pieces; a piece that isn't running has nothing
+/// left.
+std::vector<CURL_PART> CURL_FILE_DOWNLOAD::running_parts() const
+{
+    const auto end_or_all = [this](std::uint64_t end)
+    { return end != 0 ? end : m_request.expected_size; };
+    std::vector<CURL_PART> parts;
+    parts.push_back(m_main != nullptr ? CURL_PART{m_main->position(), end_or_all(end_of_main())}
+                                      : CURL_PART());
+    for (std::size_t i = 0; i < m_pieces.size(); ++i)
+        parts.push_back(m_pieces[i]->transfer != nullptr
+                            ? CURL_PART{m_pieces[i]->transfer->position(), end_or_all(end_of(i))}
+                            : CURL_PART());
+    return parts;
+}
+
+std::uint64_t CURL_FILE_DOWNLOAD::bytes_to_share() const
+{
+    if (!m_may_split || m_is_over || m_validator.empty())
+        return 0;
+    if (const PIECE* const piece = piece_to_resume())
+        return m_request.expected_size - piece->begin - piece->size();
+    const std::vector<CURL_PART> parts = running_parts();
+    const auto split = curl_choose_split(parts, m_settings.least_piece);
+    return split ? parts[split->part].end - split->at : 0;
+}
+
+std::unique_ptr<CURL_TRANSFER> CURL_FILE_DOWNLOAD::share()
+{
+    if (PIECE* const piece = piece_to_resume())
+        return start_piece(*piece);
+    const auto split = curl_choose_split(running_parts(), m_settings.least_piece);
+    if (!split)
+        return nullptr;
+    auto piece = std::make_unique<PIECE>();
+    piece->begin = split->at;
+    piece->path = curl_piece_path(m_request.path, m_version, split->at);
+    PIECE& added = **m_pieces.insert(m_pieces.begin() + static_cast<std::ptrdiff_t>(split->part),
+                                     std::move(piece));
+    std::unique_ptr<CURL_TRANSFER> transfer = start_piece(added);
+    move_ends();
+    return transfer;
+}
+
+std::unique_ptr<CURL_TRANSFER> CURL_FILE_DOWNLOAD::start_piece(PIECE& piece)
+{
+    const auto index = std::find_if(m_pieces.begin(), m_pieces.end(),
+                                    [&](const auto& each) { return each.get() == &piece; }) -
+                       m_pieces.begin();
+    CURL_REQUEST request{m_request.url, piece.path, &piece.data, m_request.expected_size};
+    request.begin = piece.begin;
+    request.end = end_of(static_cast<std::size_t>(index));
+    request.validator = m_validator;
+    auto transfer = std::make_unique<CURL_TRANSFER>(std::move(request), m_settings, m_flusher);
+    piece.transfer = transfer.get();
+    return transfer;
+}
+
+void CURL_FILE_DOWNLOAD::take_end(const CURL_TRANSFER& transfer)
+{
+    if (&transfer == m_main)
+    {
+        take_end_of_main(transfer);
+        return;
+    }
+    const auto piece = std::find_if(m_pieces.begin(), m_pieces.end(),
+                                    [&](const auto& each) { return each->transfer == &transfer; });
+    if (piece != m_pieces.end())
+        take_end_of_piece(**piece, transfer);
+}
+
+void CURL_FILE_DOWNLOAD::take_end_of_main(const CURL_TRANSFER& transfer)
+{
+    m_main = nullptr;
+    if (!m_start && transfer.duration())
+        m_start = CLOCK::now() - *transfer.duration();
+    if (m_is_over)
+        return;
+    m_is_joining = transfer.ended_before_the_file();
+    if (m_is_joining)
+        return;
+    m_failure = transfer.failure();
+    m_is_over = true;
+    take_time();
+    if (m_failure.kind == CURL_FAILURE::KIND::none)
+        curl_remove_pieces(m_request.path); // of another version, or without a use
+}
+
+void CURL_FILE_DOWNLOAD::take_end_of_piece(PIECE& piece, const CURL_TRANSFER& transfer)
+{
+    piece.transfer = nullptr;
+    const CURL_FAILURE::KIND kind = transfer.failure().kind;
+    // A server may allow one connection, or the file may have changed: the main transfer will tell.
+    if (kind != CURL_FAILURE::KIND::none && kind != CURL_FAILURE::KIND::stopped)
+        m_may_split = false;
+    if (piece.size() > 0)
+        return count_bytes_ahead();
+    curl_remove_piece(piece.path);
+    m_pieces.erase(std::find_if(m_pieces.begin(), m_pieces.end(),
+                                [&](const auto& each) { return each.get() == &piece; }));
+    move_ends();
+}
+
+bool CURL_FILE_DOWNLOAD::is_unwanted(const CURL_TRANSFER& transfer) const
+{
+    return m_is_over || (m_is_joining && !m_pieces.empty() &&
+                         m_pieces.front()->transfer == &transfer && m_file.is_open() &&
+                         m_file.size() == m_pieces.front()->begin + m_pieces.front()->size());
+}
+
+bool CURL_FILE_DOWNLOAD::has_ended() const
+{
+    return m_is_over && m_main == nullptr &&
+           std::all_of(m_pieces.begin(), m_pieces.end(),
+                       [](const auto& piece) { return piece->transfer == nullptr; });
+}
+
+void CURL_FILE_DOWNLOAD::work()
+{
+    if (m_is_joining && !m_is_over)
+        join_some();
+    count_bytes_ahead();
+}
+
+void CURL_FILE_DOWNLOAD::stop()
+{
+    if (m_is_joining && !m_is_over)
+        end({CURLE_ABORTED_BY_CALLBACK, "Stopped"});
+}
+
+void CURL_FILE_DOWNLOAD::join_some()
+{
+    if (!report_progress())
+        return stop();
+    if (!m_file.is_open() && !m_file.open(m_request.path, FIO_APPEND_FILE::OPENING::existing_only))
+        return end({CURLE_WRITE_ERROR, m_file.error()});
+    if (m_pieces.empty() || m_pieces.front()->begin > m_file.size())
+        return leave_joined_file();
+    const PIECE& first = *m_pieces.front();
+    const std::uint64_t joined = m_file.size() - first.begin;
+    if (joined < first.size())
+        append_from(first, joined);
+    else if (first.transfer == nullptr)
+        remove_first_piece();
+}
+
+/// What follows, if anything, is in no piece.
+void CURL_FILE_DOWNLOAD::leave_joined_file()
+{
+    if (m_file.size() >= m_request.expected_size)
+        return end({});
+    m_file.close();
+    m_is_joining = false;
+}
+
+void CURL_FILE_DOWNLOAD::append_from(const PIECE& piece, std::uint64_t offset)
+{
+    std::vector<char> block(join_block);
+    std::ifstream stored(fio_path(piece.path), std::ios::binary);
+    stored.seekg(static_cast<std::streamoff>(offset));
+    stored.read(block.data(), static_cast<std::streamsize>(block.size()));
+    const auto count = static_cast<std::size_t>(stored.gcount());
+    if (count == 0)
+        return end({CURLE_WRITE_ERROR, "Cannot read " + piece.path});
+    if (!m_file.append(block.data(), count))
+        return end({CURLE_WRITE_ERROR, m_file.error()});
+    m_flusher.request(m_file);
+}
+
+/// Its bytes must be on the disk under the file's own name before.
+void CURL_FILE_DOWNLOAD::remove_first_piece()
+{
+    m_flusher.withdraw(m_file);
+    std::error_code error = m_flusher.error_of(m_file);
+    const auto handle = m_file.flush_handle();
+    if (!error)
+        error = handle != nullptr ? handle->flush()
+                                  : std::make_error_code(std::errc::too_many_files_open);
+    if (error)
+        return end({CURLE_WRITE_ERROR, "Cannot write " + m_request.path + ": " + error.message()});
+    curl_remove_piece(m_pieces.front()->path);
+    m_pieces.erase(m_pieces.begin());
+}
+
+void CURL_FILE_DOWNLOAD::take_time()
+{
+    if (m_start)
+        m_duration = CLOCK::now() - *m_start;
+}
+
+void CURL_FILE_DOWNLOAD::count_bytes_ahead() const
+{
+    if (m_request.data == nullptr)
+        return;
+    const std::uint64_t position = m_file.is_open() ? m_file.size() : 0;
+    std::uint64_t ahead = 0;
+    for (const auto& piece : m_pieces)
+        ahead += piece->begin + piece->size() -
+                 std::clamp(position, piece->begin, piece->begin + piece->size());
+    m_request.data->bytes_ahead = ahead;
+}
+
+bool CURL_FILE_DOWNLOAD::report_progress() const
+{
+    const std::uint64_t size = m_file.is_open() ? m_file.size() : size_on_disk(m_request.path);
+    return m_settings.progress_callback == nullptr ||
+           m_settings.progress_callback(m_request.data, m_request.expected_size,
+                                        size - std::min(size, *m_request.counted_from)) == 0;
+}
+
+/// While pieces are joined.
+void CURL_FILE_DOWNLOAD::end(const CURL_OUTCOME& outcome)
+{
+    m_is_over = true;
+    m_is_joining = false;
+    take_time();
+    m_flusher.withdraw(m_file);
+    m_file.close();
+    report_progress();
+    m_failure = curl_failure_of(outcome, {true, partial_content, 0});
+    curl_store_result(*m_request.data, outcome, partial_content);
+}

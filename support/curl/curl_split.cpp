@@ -1,0 +1,15 @@
+#include "support/curl/curl_split.h"
+
+#include <algorithm>
+
+std::optional<CURL_SPLIT> curl_choose_split(const std::vector<CURL_PART>& parts,
+                                            std::uint64_t least_piece)
+{
+    const auto longest = std::max_element(parts.begin(), parts.end(),
+                                          [](const CURL_PART& a, const CURL_PART& b)
+                                          { return a.left() < b.left(); });
+    if (longest == parts.end() || longest->left() / 2 < least_piece)
+        return std::nullopt;
+    return CURL_SPLIT{static_cast<std::size_t>(longest - parts.begin()),
+                      longest->end - longest->left() / 2};
+}
