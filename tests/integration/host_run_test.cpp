@@ -402,6 +402,38 @@ TEST_F(HostRun, ResumesAfterEveryKill)
     EXPECT_EQ(dir.read("dl/two.run"), content_of("two"));
 }
 
+TEST_F(HostRun, ContinuesAFileThatIsFetchedInPiecesAfterEachKill)
+{
+    builder.component("one").pattern_content(80'000'000, 1);
+    publish();
+    server.set_etag("/one.run", "\"v1\"");
+    server.set_faults("/one.run", {FAULT::trickle(1'000'000, 50ms)});
+    const std::string content = content_of("one");
+    std::mt19937 random(7);
+    std::uniform_int_distribution<int> delay(0, 800);
+    const std::filesystem::path pieces = dir / "dl" / ".pieces";
+    bool had_pieces = false;
+    for (int kill = 0; kill < 6; ++kill)
+    {
+        CHILD_PROCESS child(setup(run_arguments()));
+        child.wait_for_output("Download progress:", long_enough);
+        child.wait(std::chrono::milliseconds(delay(random)));
+        child.send_signal(SIGKILL);
+        ASSERT_TRUE(child.wait(long_enough));
+        had_pieces = had_pieces || std::filesystem::exists(pieces);
+        if (!std::filesystem::exists(dir / "dl" / "one.run"))
+            continue;
+        const std::string bytes = dir.read("dl/one.run");
+        EXPECT_TRUE(bytes == content.substr(0, bytes.size())) << "at kill " << kill;
+    }
+    EXPECT_TRUE(had_pieces);
+    server.set_faults("/one.run", {});
+    run(run_arguments());
+    EXPECT_TRUE(output_holds("\nDownload successful\n")) << output;
+    EXPECT_TRUE(dir.read("dl/one.run") == content);
+    EXPECT_FALSE(std::filesystem::exists(pieces));
+}
+
 TEST_F(HostRun, ReportsAFullDisk)
 {
     if (!TMPFS_DIR::available())
