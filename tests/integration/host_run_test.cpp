@@ -71,7 +71,8 @@ TEST_F(HostRun, ReportsEachStepFromTheTestToTheResult)
 TEST_F(HostRun, KeepsTheRateLimit)
 {
     for (int i = 1; i <= 4; ++i)
-        builder.component("part" + std::to_string(i)).pattern_content(768 * 1024, static_cast<std::uint64_t>(i));
+        builder.component("part" + std::to_string(i))
+            .pattern_content(768 * 1024, static_cast<std::uint64_t>(i));
     publish();
     const auto before = std::chrono::steady_clock::now();
     run(run_arguments({"--limit-rate", "1M"}));
