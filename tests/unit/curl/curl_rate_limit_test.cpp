@@ -10,7 +10,8 @@ namespace
 
 using namespace std::chrono_literals;
 
-constexpr std::size_t mebi = 1024 * 1024;
+constexpr std::size_t kibi = 1024;
+constexpr std::size_t mebi = 1024 * kibi;
 
 class RateLimit : public ::testing::Test
 {
@@ -92,7 +93,7 @@ TEST_F(RateLimit, CancelsTheDebtOfAnotherLimit)
 
 TEST_F(RateLimit, IsMetWithinATenth)
 {
-    for (const std::size_t rate : {64 * 1024UL, mebi, 8 * mebi, 500 * mebi})
+    for (const std::size_t rate : {64 * kibi, mebi, 8 * mebi, 500 * mebi})
         for (const auto lateness : {0ms, 1ms, 40ms})
         {
             limit.set(rate);
