@@ -1,6 +1,7 @@
 #include "install/pac/pac_filter.h"
 
 #include "tests/harness/temp_dir.h"
+#include "tests/unit/pac/pac_script_case.h"
 
 #include <gtest/gtest.h>
 
@@ -27,7 +28,7 @@ int exit_code_under(PAC_FILTER filter, const std::function<int()>& run)
     if (child == 0)
     {
         ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
-        ::_exit(apply_filter(filter) ? run() : 255);
+        end_filtered_process(apply_filter(filter) ? run() : 255);
     }
     int status = 0;
     while (::waitpid(child, &status, 0) < 0 && errno == EINTR)
