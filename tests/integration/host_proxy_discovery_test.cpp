@@ -1,5 +1,6 @@
 #include "tests/harness/nginx_server.h"
 #include "tests/harness/proxy_server.h"
+#include "tests/harness/silent_name_server.h"
 #include "tests/harness/socks_server.h"
 #include "tests/harness/stopwatch.h"
 #include "tests/harness/unanswering_port.h"
@@ -243,6 +244,36 @@ TEST_F(HostDiscovery, PrintsAndLogsNoControlCharactersOfAScript)
             for (const char* part : {"\u202e", "\u009b", "\x1b", "\u2067", "\u061c"})
                 EXPECT_FALSE(holds(said, part)) << script << '\n' << said;
         }
+}
+
+TEST_F(HostDiscovery, FindsAProxyAlthoughTheNameServerIsSilent)
+{
+    const SILENT_NAME_SERVER name_server;
+    const PROXY_SERVER proxy(PROXY_ENGINE::squid);
+    name_wpad("wpad");
+    serve_script("function FindProxyForURL(url, host) { return isInNet(dnsResolve('outside.example'"
+                 "), '10.0.0.0', '255.0.0.0') ? 'DIRECT' : 'PROXY " +
+                 proxy.address() + "'; }");
+    run_with_log();
+    expect_used_by_run("127.0.0.1", proxy.port());
+    EXPECT_TRUE(
+        holds(log(), "autoproxy script: No answer within 1 s for the name outside.example\n"));
+}
+
+TEST_F(HostDiscovery, ReportsWithoutDebugThatAScriptCannotBeParsed)
+{
+    const PROXY_SERVER proxy(PROXY_ENGINE::squid);
+    name_wpad("wpad");
+    serve_script(
+        "function FindProxyForURL(url, host)\n{\n  try { x(); } catch { }\n  return 'PROXY " +
+        proxy.address() + "';\n}\n");
+    run(run_arguments());
+    expect_used_by_run("127.0.0.1", proxy.port());
+    EXPECT_TRUE(holds(log(), "[info] autoproxy script: The script can't be parsed: line 3: "
+                             "SyntaxError: "));
+    EXPECT_TRUE(holds(log(), "[info] autoproxy script: The first proxy directive in its text is "
+                             "used: PROXY " +
+                                 proxy.address() + "\n"));
 }
 
 TEST_F(HostDiscovery, ContinuesAfterAnEndlessScript)

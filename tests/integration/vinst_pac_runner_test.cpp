@@ -139,16 +139,13 @@ TEST_F(PacRunnerTest, ResolvesNames)
 
 TEST_F(PacRunnerTest, KnowsTheTimeZone)
 {
-    // Two hours in summer, one in winter; the first two dates are before its rules are known.
-    qputenv("TZ", "Europe/Berlin");
+    qputenv("TZ", "Europe/Berlin"); // two hours in summer, one in winter
     const std::string found = run(returning(
-        "[new Date(0).getHours(), new Date(1900, 0, 1).getDate(), new Date(2026, 6, "
-        "1).getTimezoneOffset(), new Date(2026, 0, 1).getTimezoneOffset(), "
-        "new Date(Date.UTC(2026, 6, 15, 23)).getDate(), /GMT.0200/.test(new Date(2040, 6, 1)), "
-        "Math.abs(new Date() - Date.now()) < 1000, timeRange(new Date().getUTCHours(), 'GMT') || "
-        "timeRange(new Date().getUTCHours(), 'GMT')].join()"));
+        "[new Date(0).getHours(), new Date(2026, 6, 1).getTimezoneOffset(), "
+        "new Date(2026, 0, 1).getTimezoneOffset(), new Date(Date.UTC(2026, 6, 15, 23)).getDate(), "
+        "/GMT.0200/.test(new Date(2040, 6, 1))].join()"));
     qunsetenv("TZ");
-    EXPECT_EQ(found, "1,1,-120,-60,16,true,true,true");
+    EXPECT_EQ(found, "1,-120,-60,16,true");
 }
 
 TEST_F(PacRunnerTest, LetsAScriptReplaceTheHelpers)
