@@ -160,9 +160,9 @@ private:
     std::uint64_t m_flushed = 0;    ///< the part of `m_received` for which a flush was requested
     CLOCK::time_point m_last_flush; ///< the last request for a flush
 
-    CURL_PROXY_INFO
-    m_proxy;               ///< of the last request; the environment's choice depends on the address
-    long m_proxy_auth = 0; ///< the schemes that it allows
+    /// Of the last request. The environment's choice depends on the address.
+    CURL_PROXY_INFO m_proxy;
+    long m_proxy_auth = 0;           ///< the schemes that it allows
     long m_offered_auth = 0;         ///< the schemes in the proxy's requests for credentials
     std::string m_redirect;          ///< to be requested separately, since it needs another proxy
     bool m_follows_redirect = false; ///< the request was ended for that
