@@ -2,12 +2,14 @@
 
 #include "install/vinst/base/vinst_stop.h"
 #include "install/vinst/base/vinst_text.h"
+#include "install/vinst/gui/vinst_modal_dialogs.h"
 #include "install/vinst/release/vinst_data.h"
 #include "tests/gui/browser.h"
 #include "tests/gui/modal_box.h"
 #include "tests/harness/fault_server.h"
 #include "tests/harness/loopback.h"
 #include "tests/harness/stop_request.h"
+#include "tests/harness/stopwatch.h"
 #include "tests/harness/temp_dir.h"
 #include "tests/harness/tested_host.h"
 
@@ -24,7 +26,11 @@
 #include <QSpinBox>
 #include <QTest>
 
+#include <chrono>
+#include <map>
 #include <stdexcept>
+
+using namespace std::chrono_literals;
 
 namespace
 {
@@ -81,6 +87,29 @@ protected:
         release.set_test_file(QString::fromStdString(server.url("/test.txt")),
                               "b1946ac92492d2347c6235b4d2611184");
         release.manifest_download_url = QString::fromStdString(server.url(""));
+    }
+
+    /// Runs the dialog and its connection test, which waits for the server until the user acts.
+    int run_with_silent_server(const std::function<void()>& user)
+    {
+        serve_test_file({FAULT::stall_before_headers()});
+        const std::size_t before = server.request_count("/test.txt");
+        bool has_acted = false;
+        QTimer timer;
+        QObject::connect(&timer, &QTimer::timeout, &timer,
+                         [&]
+                         {
+                             if (has_acted || server.request_count("/test.txt") == before)
+                                 return;
+                             has_acted = true;
+                             user();
+                         });
+        timer.start(10);
+        const int result =
+            run([this]
+                { QTest::mouseClick(&button("m_test_internet_connection_btn"), Qt::LeftButton); });
+        EXPECT_TRUE(has_acted);
+        return result;
     }
 
     VINST_RELEASE release;
@@ -400,33 +429,71 @@ TEST_F(SettingsDlg, ReportsAFailedConnection)
     EXPECT_EQ(server.request_count(), 0U);
 }
 
-TEST_F(SettingsDlg, StaysResponsiveAndOpenDuringTheTest)
+TEST_F(SettingsDlg, EndsARunningTestWhenItIsClosed)
 {
-    serve_test_file({FAULT::stall_after(2).times(1)});
-    MODAL_BOXES none({}); // the result is not shown to anyone
-    QTimer user;
-    bool has_looked = false;
-    QObject::connect(&user, &QTimer::timeout, &user,
-                     [&]
-                     {
-                         if (has_looked || server.body_bytes("/test.txt") < 2)
-                             return;
-                         has_looked = true;
-                         QPushButton& test = button("m_test_internet_connection_btn");
-                         EXPECT_FALSE(test.isEnabled());
-                         EXPECT_EQ(test.text(), "Testing Internet connection, please wait ... ");
-                         QTest::keyClick(&dialog(), Qt::Key_Escape);
-                         button("m_ok_btn").click();
-                         EXPECT_TRUE(dialog().isVisible());
-                         EXPECT_TRUE(stored("vinst_os").isNull());
-                         // Ends the stalled transfer like the end of the program does.
-                         request_shutdown();
-                     });
-    user.start(10);
-    dialog().show();
-    button("m_test_internet_connection_btn").click();
-    EXPECT_TRUE(has_looked);
-    forget_stop_request();
+    const std::map<std::string, std::function<void()>> ways{
+        {"Cancel", [this] { QTest::mouseClick(&button("m_cancel_btn"), Qt::LeftButton); }},
+        {"Escape", [this] { QTest::keyClick(&dialog(), Qt::Key_Escape); }},
+        {"the window's button", [this] { dialog().close(); }},
+        {"the end of the process", []
+         {
+             request_process_stop();
+             dismiss_modal_dialogs();
+         }}};
+    MODAL_BOXES none({}); // nobody waits for the result
+    for (const auto& [way, close] : ways)
+    {
+        STOPWATCH since_close;
+        EXPECT_EQ(run_with_silent_server(
+                      [&, act = close]
+                      {
+                          since_close.restart();
+                          act();
+                      }),
+                  QDialog::Rejected)
+            << way;
+        EXPECT_TRUE(since_close.within(1000ms)) << way;
+        EXPECT_TRUE(stored("vinst_os").isNull()) << way;
+        forget_stop_request();
+    }
+}
+
+TEST_F(SettingsDlg, EndsARunningTestWhenItIsAccepted)
+{
+    MODAL_BOXES none({});
+    STOPWATCH since_click;
+    EXPECT_EQ(run_with_silent_server(
+                  [&]
+                  {
+                      QPushButton& test = button("m_test_internet_connection_btn");
+                      EXPECT_FALSE(test.isEnabled());
+                      EXPECT_EQ(test.text(), "Testing Internet connection, please wait ... ");
+                      since_click.restart();
+                      QTest::mouseClick(&button("m_ok_btn"), Qt::LeftButton);
+                  }),
+              QDialog::Accepted);
+    EXPECT_TRUE(since_click.within(1000ms));
+    EXPECT_FALSE(stored("vinst_os").isNull());
+    EXPECT_TRUE(button("m_test_internet_connection_btn").isEnabled());
+    EXPECT_EQ(button("m_test_internet_connection_btn").text(), "Test internet connection");
+}
+
+TEST_F(SettingsDlg, CanTestAgainAfterAnEndedTest)
+{
+    {
+        MODAL_BOXES none({});
+        run_with_silent_server([this] { QTest::keyClick(&dialog(), Qt::Key_Escape); });
+    }
+    serve_test_file();
+    MODAL_BOXES boxes({"OK"});
+    run(
+        [this]
+        {
+            QTest::mouseClick(&button("m_test_internet_connection_btn"), Qt::LeftButton);
+            dialog().reject();
+        });
+    ASSERT_EQ(boxes.shown().size(), 1U);
+    EXPECT_EQ(boxes.shown()[0].text, "Internet connection tested successfully!");
 }
 
 TEST_F(SettingsDlg, OpensTheSurvey)

@@ -152,7 +152,7 @@ void VINST_SETTINGS_DLG::open()
 
 void VINST_SETTINGS_DLG::accept()
 {
-    if (m_is_testing)
+    if (ends_test_first(QDialog::Accepted))
         return;
     apply();
     QDialog::accept();
@@ -160,15 +160,23 @@ void VINST_SETTINGS_DLG::accept()
 
 void VINST_SETTINGS_DLG::reject()
 {
-    // The results of a running test are shown in this window, so it stays open for these seconds.
-    // When the process is to stop, they are not needed.
-    if (m_is_testing && !is_shutting_down())
+    if (ends_test_first(QDialog::Rejected))
         return;
     // The next download reads the fields, so discard the changes.
     load();
     m_ui->m_proxy_username_line_edit->setText(m_applied_username);
     m_ui->m_proxy_password_line_edit->setText(m_applied_password);
     QDialog::reject();
+}
+
+bool VINST_SETTINGS_DLG::ends_test_first(int result)
+{
+    // When the process is to stop, the test ends anyway, and no job can start meanwhile.
+    if (!m_is_testing || is_shutting_down())
+        return false;
+    m_result_after_test = result;
+    request_download_stop();
+    return true;
 }
 
 void VINST_SETTINGS_DLG::load()
@@ -257,6 +265,14 @@ void VINST_SETTINGS_DLG::test_connection()
     button.setEnabled(true);
     button.setText(QStringLiteral("Test internet connection"));
     m_is_testing = false;
+    if (m_result_after_test)
+    {
+        if (*std::exchange(m_result_after_test, std::nullopt) == QDialog::Accepted)
+            accept();
+        else
+            reject();
+        return;
+    }
     show_message_box(result.works ? message("MSG_TEST_DOWNLOAD_SUCCESSFUL") : result.error,
                      !result.works);
 }

@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <memory>
+#include <optional>
 
 class VINST_RELEASE;
 
@@ -54,6 +55,10 @@ Q_SIGNALS:
 private:
     void show_limits();
     void set_up_connections();
+    /// Stops a running connection test. The dialog stays open until the test has unwound, because
+    /// the main dialog must not start a job meanwhile. \return whether a test was running, which
+    /// then closes the dialog with the result
+    bool ends_test_first(int result);
     void load();
     void apply();
     void enable_proxy_edits();
@@ -68,4 +73,5 @@ private:
     QString m_applied_username; ///< never stored
     QString m_applied_password; ///< never stored
     bool m_is_testing = false;
+    std::optional<int> m_result_after_test; ///< set when the user has closed the dialog
 };
