@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <QImage>
+
 namespace
 {
 
@@ -178,6 +180,34 @@ TEST_F(AfterInstallActions, UseTheManifestsDescriptionAsToolTip)
     actions.rebuild(release, "linux");
     EXPECT_EQ(box("notify")->toolTip(),
               "<qt>R&amp;D tools, &quot;new&quot; &lt;b&gt;here&lt;/b&gt;<br/>and there</qt>");
+}
+
+TEST_F(AfterInstallActions, KeepALongTitleCompleteButNarrow)
+{
+    notify->title = QString(300, 'w');
+    actions.rebuild(release, "linux");
+    EXPECT_EQ(box("notify")->text(), notify->title) << "the choice is stored under it";
+    EXPECT_LE(actions.minimumSizeHint().width(), 400);
+    EXPECT_LE(actions.sizeHint().width(), 900);
+    EXPECT_EQ(box("notify")->toolTip(), "<qt>" + notify->title + "</qt>");
+}
+
+TEST_F(AfterInstallActions, ElideALongTitleInTheMiddle)
+{
+    notify->title = QString(30, 'a') + QString(200, 'm') + QString(30, 'z');
+    shortcuts->title = QString(30, 'a') + QString(60, '-') + QString(30, 'z');
+    actions.rebuild(release, "linux");
+    actions.resize(400, 60);
+    actions.show();
+    // Both show the same start and end around the ellipsis.
+    QImage pictures[2];
+    for (int i = 0; i < 2; ++i)
+    {
+        QCheckBox* const each = box(i == 0 ? "notify" : "shortcuts");
+        each->resize(180, each->height());
+        pictures[i] = each->grab().toImage();
+    }
+    EXPECT_EQ(pictures[0], pictures[1]);
 }
 
 TEST(SkipFlag, IsTheInverseOfTheCheckState)

@@ -6,6 +6,8 @@
 
 #include <QGridLayout>
 #include <QSignalBlocker>
+#include <QStyleOptionButton>
+#include <QStylePainter>
 
 #include <algorithm>
 
@@ -13,11 +15,27 @@ namespace
 {
 
 constexpr int boxes_in_a_row = 3;
+constexpr int widest_title = 40;       // characters
+constexpr int narrowest_title = 8;     // characters
+constexpr int surely_shown_title = 20; // characters, at the window's smallest width
 
 /// A check box treats '&' as a mnemonic; in a manifest it is a plain character.
 QString literal_text(QString text)
 {
     return text.replace('&', "&&");
+}
+
+/// The description, below a title that may be elided.
+QString tool_tip_of(const VINST_COMPONENT& action)
+{
+    QStringList parts;
+    if (action.display_name().size() > surely_shown_title)
+        parts.append(action.display_name());
+    if (!action.desc.isEmpty())
+        parts.append(action.desc);
+    if (parts.isEmpty())
+        return {};
+    return "<qt>" + parts.join('\n').toHtmlEscaped().replace('\n', "<br/>") + "</qt>";
 }
 
 void set_silently(QCheckBox& box, Qt::CheckState state)
@@ -48,8 +66,36 @@ VINST_DOWNLOADER_AFTER_INSTALL_ACTION_CHECKBOX::VINST_DOWNLOADER_AFTER_INSTALL_A
 {
     setObjectName("m_action_checkbox_" + action->name);
     setAccessibleName(action->display_name());
-    if (!action->desc.isEmpty())
-        setToolTip("<qt>" + action->desc.toHtmlEscaped().replace('\n', "<br/>") + "</qt>");
+    setToolTip(tool_tip_of(*action));
+    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed); // may shrink below its size hint
+}
+
+QSize VINST_DOWNLOADER_AFTER_INSTALL_ACTION_CHECKBOX::sizeHint() const
+{
+    return size_for(widest_title);
+}
+
+QSize VINST_DOWNLOADER_AFTER_INSTALL_ACTION_CHECKBOX::minimumSizeHint() const
+{
+    return size_for(narrowest_title);
+}
+
+QSize VINST_DOWNLOADER_AFTER_INSTALL_ACTION_CHECKBOX::size_for(int characters) const
+{
+    const int text_width = fontMetrics().size(Qt::TextShowMnemonic, text()).width();
+    const int widest = fontMetrics().averageCharWidth() * characters;
+    return QCheckBox::sizeHint() - QSize(std::max(0, text_width - widest), 0);
+}
+
+void VINST_DOWNLOADER_AFTER_INSTALL_ACTION_CHECKBOX::paintEvent(QPaintEvent* /*event*/)
+{
+    QStylePainter painter(this);
+    QStyleOptionButton option;
+    initStyleOption(&option);
+    const int room = style()->subElementRect(QStyle::SE_CheckBoxContents, &option, this).width();
+    option.text =
+        literal_text(fontMetrics().elidedText(m_action->display_name(), Qt::ElideMiddle, room));
+    painter.drawControl(QStyle::CE_CheckBox, option);
 }
 
 VINST_AFTER_INSTALL_ACTIONS::VINST_AFTER_INSTALL_ACTIONS(QWidget* parent)

@@ -27,7 +27,18 @@ public:
     /// Writes the state into the action.
     void push() const { m_action->skip = skip_of(checkState()); }
 
+    /// At most 40 characters wide. The text itself stays complete, because the choice is stored
+    /// under it.
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+
+protected:
+    /// Elides a title that is too long, in the middle.
+    void paintEvent(QPaintEvent* event) override;
+
 private:
+    QSize size_for(int characters) const;
+
     VINST_COMPONENT* m_action;
 };
 
