@@ -1,8 +1,13 @@
 #include "install/vinst/gui/vinst_message_box.h"
 
+#include "install/vinst/base/vinst_text.h"
 #include "tests/gui/modal_box.h"
 
 #include <gtest/gtest.h>
+
+#include <QClipboard>
+#include <QPlainTextEdit>
+#include <QTest>
 
 #include <functional>
 
@@ -50,4 +55,79 @@ TEST(MessageBox, RendersTheProgramsOwnMarkup)
     const SHOWN_BOX box = seen_while([] { show_markup_box("<h2>Done</h2>one\ntwo", false); });
     EXPECT_EQ(box.text, "<h2>Done</h2>one<br/>two");
     EXPECT_EQ(box.format, Qt::RichText);
+}
+
+TEST(MessageBox, ShowsALongListInAPaneThatCanBeCopied)
+{
+    QStringList names;
+    for (int i = 0; i < 80; ++i)
+        names.append(" - The component with the number " + QString::number(i));
+    const QString details = "Failed component(s):\n" + names.join('\n');
+    QSize size;
+    QString shown_details;
+    QTimer look;
+    QObject::connect(&look, &QTimer::timeout, &look,
+                     [&]
+                     {
+                         QWidget* const box = QApplication::activeModalWidget();
+                         if (box == nullptr)
+                             return;
+                         look.stop();
+                         size = box->size();
+                         shown_details =
+                             box->findChild<QPlainTextEdit*>("m_details_text")->toPlainText();
+                         QTest::mouseClick(box->findChild<QPushButton*>("m_copy_details_button"),
+                                           Qt::LeftButton);
+                         EXPECT_TRUE(box->isVisible());
+                         QTest::keyClick(box, Qt::Key_Return);
+                     });
+    look.start(0);
+    QApplication::clipboard()->clear();
+    show_message_box(utf8("Cannot download 80 component(s).\n\n" + details), true);
+    EXPECT_EQ(shown_details, details);
+    EXPECT_EQ(QApplication::clipboard()->text(), details);
+    EXPECT_LE(size.height(), 420);
+    EXPECT_LE(size.width(), 840);
+}
+
+TEST(MessageBox, ShowsDetailsOfMarkupAsPlainText)
+{
+    QString details;
+    QTimer look;
+    QObject::connect(&look, &QTimer::timeout, &look,
+                     [&]
+                     {
+                         auto* const box =
+                             qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+                         if (box == nullptr)
+                             return;
+                         look.stop();
+                         EXPECT_EQ(box->text(), "<h2>Incomplete</h2>Look.");
+                         details = box->findChild<QPlainTextEdit*>("m_details_text")->toPlainText();
+                         box->accept();
+                     });
+    look.start(0);
+    show_markup_box("<h2>Incomplete</h2>Look.\n\n" + QString("R&amp;D &lt;b&gt;\n").repeated(20),
+                    true);
+    EXPECT_EQ(details, QString("R&D <b>\n").repeated(20).trimmed());
+}
+
+TEST(MessageBox, StaysOnTheScreenWithLongWords)
+{
+    QSize size;
+    QTimer look;
+    QObject::connect(&look, &QTimer::timeout, &look,
+                     [&]
+                     {
+                         QWidget* const box = QApplication::activeModalWidget();
+                         if (box == nullptr)
+                             return;
+                         look.stop();
+                         size = box->size();
+                         QTest::keyClick(box, Qt::Key_Escape);
+                     });
+    look.start(0);
+    EXPECT_FALSE(ask_in_box(nullptr, "Use it?", "In /" + QString("directory/").repeated(60), true));
+    EXPECT_LE(size.height(), 420);
+    EXPECT_LE(size.width(), 840);
 }

@@ -7,8 +7,6 @@
 #include "install/vinst/gui/vinst_settings_dlg.h"
 #include "ui_vinst_downloader_dlg.h"
 
-#include <QMessageBox>
-
 #include <utility>
 
 // The part of the main dialog that starts, stops and shows the job.
@@ -150,12 +148,7 @@ void VINST_DOWNLOADER_DLG::show_time(const QString& text)
 
 bool VINST_DOWNLOADER_DLG::ask(const QString& title, const std::string& text, bool is_warning)
 {
-    const QMessageBox::StandardButtons buttons = QMessageBox::Yes | QMessageBox::No;
-    const QString question = QString::fromStdString(text);
-    const QMessageBox::StandardButton answer =
-        is_warning ? QMessageBox::warning(this, title, question, buttons, QMessageBox::No)
-                   : QMessageBox::question(this, title, question, buttons, QMessageBox::No);
-    return answer == QMessageBox::Yes;
+    return ask_in_box(this, title, QString::fromStdString(text), is_warning);
 }
 
 void VINST_DOWNLOADER_DLG::drop_auto_install()

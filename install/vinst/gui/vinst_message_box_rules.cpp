@@ -1,0 +1,85 @@
+#include "install/vinst/gui/vinst_message_box_rules.h"
+
+#include <algorithm>
+
+namespace
+{
+
+constexpr int most_lines = 12;
+constexpr int most_characters = 1000;
+constexpr int longest_word = 120;
+constexpr int shortened_length = 200;
+constexpr int longest_unbroken_word = 60;
+constexpr int break_distance = 30;
+constexpr QChar zero_width_space(0x200B);
+
+int longest_word_in(const QString& text)
+{
+    int longest = 0;
+    int length = 0;
+    for (const QChar c : text)
+    {
+        length = c.isSpace() ? 0 : length + 1;
+        longest = std::max(longest, length);
+    }
+    return longest;
+}
+
+bool is_short(const QString& text)
+{
+    return text.count('\n') < most_lines && text.size() <= most_characters &&
+           longest_word_in(text) <= longest_word;
+}
+
+QString broken(const QString& word)
+{
+    if (word.size() <= longest_unbroken_word)
+        return word;
+    QString result;
+    int since_break = 0;
+    for (const QChar c : word)
+    {
+        result += c;
+        const bool is_end_of_part = c == '/' || c == '\\';
+        // Never between the two halves of a character.
+        const bool is_due = ++since_break >= break_distance && !c.isHighSurrogate();
+        if (!is_end_of_part && !is_due)
+            continue;
+        result += zero_width_space;
+        since_break = 0;
+    }
+    return result;
+}
+
+}
+
+VINST_MESSAGE_PARTS divided_message(const QString& text)
+{
+    if (is_short(text))
+        return {text, {}};
+    for (const QString& separator : {QStringLiteral("\n\n"), QStringLiteral("\n")})
+    {
+        const int end = text.indexOf(separator);
+        if (end > 0 && is_short(text.left(end)))
+            return {text.left(end), text.mid(end).trimmed()};
+    }
+    const QString first_line = text.left(text.indexOf('\n'));
+    return {first_line.left(shortened_length).trimmed() + QChar(0x2026), text};
+}
+
+QString with_breaks(const QString& text)
+{
+    QString result;
+    QString word;
+    for (const QChar c : text)
+    {
+        if (!c.isSpace())
+        {
+            word += c;
+            continue;
+        }
+        result += broken(word) + c;
+        word.clear();
+    }
+    return result + broken(word);
+}
