@@ -44,6 +44,19 @@ QRect afcq_moved_onto_screen(const QRect& window, const std::vector<QRect>& scre
     return moved;
 }
 
+void afcq_fit_onto_screens(QWidget& window)
+{
+    if (window.isMaximized() || window.isFullScreen())
+        return;
+    const QMargins frame = frame_margins(window);
+    std::vector<QRect> areas;
+    for (const QScreen* screen : QGuiApplication::screens())
+        areas.push_back(screen->availableGeometry().marginsRemoved(frame));
+    if (const QRect fitting = afcq_moved_onto_screen(window.geometry(), areas);
+        fitting != window.geometry())
+        window.setGeometry(fitting);
+}
+
 AFCQ_DIALOG::AFCQ_DIALOG(QWidget* parent) : QDialog(parent)
 {
     setWindowFlags((windowFlags() | Qt::WindowMinMaxButtonsHint) &
@@ -54,7 +67,7 @@ AFCQ_DIALOG::AFCQ_DIALOG(QWidget* parent) : QDialog(parent)
 void AFCQ_DIALOG::restore_geometry(const QByteArray& saved)
 {
     if (!saved.isEmpty() && restoreGeometry(saved))
-        fit_onto_screens();
+        afcq_fit_onto_screens(*this);
 }
 
 void AFCQ_DIALOG::showEvent(QShowEvent* event)
@@ -62,17 +75,5 @@ void AFCQ_DIALOG::showEvent(QShowEvent* event)
     QDialog::showEvent(event);
     // Spontaneous events come from the window system; the user's position is then kept.
     if (!event->spontaneous())
-        fit_onto_screens();
-}
-
-void AFCQ_DIALOG::fit_onto_screens()
-{
-    if (isMaximized() || isFullScreen())
-        return;
-    const QMargins frame = frame_margins(*this);
-    std::vector<QRect> areas;
-    for (const QScreen* screen : QGuiApplication::screens())
-        areas.push_back(screen->availableGeometry().marginsRemoved(frame));
-    if (const QRect fitting = afcq_moved_onto_screen(geometry(), areas); fitting != geometry())
-        setGeometry(fitting);
+        afcq_fit_onto_screens(*this);
 }

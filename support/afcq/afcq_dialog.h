@@ -11,6 +11,9 @@
 /// \param screens  the available areas of the screens, the primary screen first
 QRect afcq_moved_onto_screen(const QRect& window, const std::vector<QRect>& screens);
 
+/// Moves and shrinks a window that is not completely on a screen, including its frame.
+void afcq_fit_onto_screens(QWidget& window);
+
 /// A dialog with a size grip, minimise and maximise buttons, and no context-help button. Whenever
 /// it is shown, it is completely on a screen, including its frame.
 class AFCQ_DIALOG : public QDialog
@@ -26,7 +29,4 @@ public:
 
 protected:
     void showEvent(QShowEvent* event) override;
-
-private:
-    void fit_onto_screens();
 };

@@ -1,5 +1,6 @@
 #include "tests/gui/browser.h"
 #include "tests/gui/downloader_dlg_fixture.h"
+#include "tests/gui/small_screen.h"
 #include "tests/harness/stop_request.h"
 #include "tests/harness/tested_host.h"
 
@@ -14,6 +15,7 @@
 #include <QLayout>
 #include <QProgressBar>
 #include <QRadioButton>
+#include <QScrollArea>
 #include <QSignalSpy>
 #include <QToolButton>
 #include <QUrl>
@@ -544,10 +546,19 @@ TEST_F(Dialog, NeverAsksAgainIfTheUserOptedOut)
 
 TEST_F(Dialog, FitsASmallScreen)
 {
-    builder.component("one");
+    builder.component("veltrin_base");
+    builder.component("act").data_type("install").no_file().title(std::string(300, 'w'));
+    builder.component("act2").data_type("install").no_file().title(std::string(300, 'v'));
     open();
-    EXPECT_LE(dialog->minimumSizeHint().width(), 1024);
-    EXPECT_LE(dialog->minimumSizeHint().height(), 700);
+    check_auto_install();
+    EXPECT_LE(dialog->minimumSizeHint().width(), 900);
+    EXPECT_LE(dialog->minimumSizeHint().height(), 560);
+    expect_fits_small_screen(*dialog);
+    const auto& area = find<QScrollArea>("m_content_scroll_area");
+    EXPECT_LE(area.widget()->minimumSizeHint().width(), area.viewport()->width())
+        << "nothing is hidden at the right";
+    dialog->show_log();
+    expect_fits_small_screen(*dialog->findChild<VINST_LOG_VIEWER_DLG*>());
 }
 
 TEST_F(Dialog, CanBeUsedByTheKeyboardInReadingOrder)

@@ -6,6 +6,7 @@
 #include "install/vinst/release/vinst_data.h"
 #include "tests/gui/browser.h"
 #include "tests/gui/modal_box.h"
+#include "tests/gui/small_screen.h"
 #include "tests/harness/fault_server.h"
 #include "tests/harness/loopback.h"
 #include "tests/harness/stop_request.h"
@@ -21,6 +22,9 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScreen>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QSpinBox>
@@ -531,5 +535,42 @@ TEST_F(SettingsDlg, CanBeUsedByTheKeyboardInReadingOrder)
         const QString name = QString("m_proxy_%1_").arg(key);
         EXPECT_EQ(dialog().findChild<QLabel*>(name + "label")->buddy()->objectName(),
                   name + "line_edit");
+    }
+}
+
+TEST_F(SettingsDlg, FitsASmallScreen)
+{
+    dialog().show();
+    expect_fits_small_screen(dialog());
+}
+
+TEST_F(SettingsDlg, DoesNotScrollWhenThereIsRoom)
+{
+    dialog().show();
+    EXPECT_GE(dialog().height(), std::min(dialog().sizeHint().height(),
+                                          dialog().screen()->availableGeometry().height() - 60))
+        << "except for the window's frame";
+    dialog().resize(dialog().sizeHint());
+    QApplication::processEvents();
+    const auto& area = find<QScrollArea>("m_content_scroll_area");
+    EXPECT_FALSE(area.verticalScrollBar()->isVisible());
+    EXPECT_EQ(area.widget()->height(), area.viewport()->height());
+}
+
+TEST_F(SettingsDlg, ScrollsToTheControlThatHasTheFocus)
+{
+    dialog().show();
+    dialog().resize(small_screen);
+    QApplication::setActiveWindow(&dialog());
+    QApplication::processEvents();
+    find<QSpinBox>("m_parallel_download_spinbox").setFocus();
+    for (int i = 0; i < 20; ++i)
+    {
+        QWidget* const focus = QApplication::focusWidget();
+        ASSERT_NE(focus, nullptr);
+        EXPECT_EQ(focus->visibleRegion().boundingRect().size(), focus->size())
+            << focus->objectName().toStdString();
+        QTest::keyClick(focus, Qt::Key_Tab);
+        QApplication::processEvents();
     }
 }

@@ -11,10 +11,12 @@
 #include "install/vinst/gui/vinst_dialog_header.h"
 #include "install/vinst/gui/vinst_message_box.h"
 #include "install/vinst/release/vinst_data.h"
+#include "support/afcq/afcq_dialog.h"
 #include "support/afcq/afcq_images.h"
 #include "ui_vinst_settings_dlg.h"
 
 #include <QCoreApplication>
+#include <QShowEvent>
 #include <QUrl>
 
 #include <utility>
@@ -42,6 +44,7 @@ VINST_SETTINGS_DLG::VINST_SETTINGS_DLG(VINST_RELEASE& release, QWidget* parent)
     setWindowTitle(program_title() + " - Settings");
     setWindowIcon(afcq_get_icon(afcq_window_icon));
     setWindowFlag(Qt::WindowContextHelpButtonHint, false);
+    setSizeGripEnabled(true);
     fill_dialog_header(*m_ui->m_title_label, *m_ui->m_logo_label, m_release);
     show_limits();
     set_up_connections();
@@ -148,6 +151,15 @@ void VINST_SETTINGS_DLG::open()
 {
     load();
     QDialog::open();
+}
+
+void VINST_SETTINGS_DLG::showEvent(QShowEvent* event)
+{
+    if (!event->spontaneous())
+        resize(size().expandedTo(sizeHint())); // of the content; it scrolls on a small screen
+    QDialog::showEvent(event);
+    if (!event->spontaneous())
+        afcq_fit_onto_screens(*this);
 }
 
 void VINST_SETTINGS_DLG::accept()

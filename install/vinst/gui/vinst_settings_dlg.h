@@ -47,6 +47,9 @@ public Q_SLOTS:
     void accept() override;
     void reject() override;
 
+protected:
+    void showEvent(QShowEvent* event) override;
+
 Q_SIGNALS:
     void settings_changed();
     void platform_changed(const QString& platform);
