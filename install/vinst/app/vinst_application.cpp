@@ -32,6 +32,16 @@ void filter_message(QtMsgType type, const QMessageLogContext& context, const QSt
     }
 }
 
+/// Scales the windows with the screen's resolution, also by fractions such as 1.5, which Qt would
+/// round up so that they don't fit the screen. Has no effect once the application object exists.
+void follow_screen_resolution()
+{
+    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    QGuiApplication::setHighDpiScaleFactorRoundingPolicy(
+        Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);
+}
+
 /// Sets environment variables and restores the previous values.
 class SCOPED_ENVIRONMENT
 {
@@ -87,6 +97,7 @@ std::unique_ptr<QApplication> make_application(char** argv, bool with_windows)
         environment.set("QT_QPA_PLATFORM", "offscreen");
         environment.unset("QT_QPA_PLATFORMTHEME"); // a desktop's theme may want a display
     }
+    follow_screen_resolution();
     is_making_application = true;
     auto application = std::make_unique<QApplication>(argument_count, argv);
     is_making_application = false;

@@ -69,6 +69,14 @@ private:
                 QTimer::singleShot(0, window, &QWidget::close);
             return window != nullptr;
         }
+        if (step.startsWith("scale:"))
+        {
+            const QWidget* const window = visible_window(name);
+            if (window == nullptr)
+                return false;
+            std::printf("scale %g, width %d\n", window->devicePixelRatioF(), window->width());
+            return true;
+        }
         if (!step.startsWith("click:"))
             qFatal("invalid step: %s", qPrintable(step));
         QAbstractButton* const button = usable_button(name);
