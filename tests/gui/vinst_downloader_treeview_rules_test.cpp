@@ -75,3 +75,16 @@ TEST(DescriptionText, IncludesTheKnownChecksums)
     component.md5sum.clear();
     EXPECT_EQ(description_text(component), "What it is\n\nsha1sum:def");
 }
+
+TEST(TreeViewRules, FindTheChecksumsInADescription)
+{
+    EXPECT_EQ(begin_of_checksums("A part"), -1);
+    EXPECT_EQ(begin_of_checksums("A\n\nmd5sum: 1f"), 3);
+    EXPECT_EQ(begin_of_checksums("A\n\nsha1sum:1f"), 3);
+    EXPECT_EQ(begin_of_checksums("\n\nmd5sum: 1f\nsha1sum:2e"), 2);
+    EXPECT_EQ(begin_of_checksums("A\n\nmd5sum: 1f\nsha1sum:2e\n\nmore"), -1);
+    VINST_COMPONENT component;
+    component.desc = "A part";
+    component.md5sum = "1f";
+    EXPECT_EQ(begin_of_checksums(description_text(component)), 8);
+}

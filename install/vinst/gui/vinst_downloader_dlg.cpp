@@ -136,13 +136,8 @@ void VINST_DOWNLOADER_DLG::set_up_connections()
             &VINST_DOWNLOADER_DLG::change_rate_limit);
     connect(m_ui->m_download_treeview, &VINST_DOWNLOADER_TREEVIEW::selection_changed, this,
             &VINST_DOWNLOADER_DLG::follow_clicks);
-    connect(m_ui->m_download_treeview, &VINST_DOWNLOADER_TREEVIEW::current_component_changed, this,
-            [this](const QString& description)
-            {
-                // Text from a manifest is never markup.
-                m_ui->m_description_label->setTextFormat(Qt::PlainText);
-                m_ui->m_description_label->setText(description);
-            });
+    connect(m_ui->m_download_treeview, &VINST_DOWNLOADER_TREEVIEW::current_component_changed,
+            m_ui->m_description_label, &VINST_DESCRIPTION_LABEL::show_description);
 }
 
 void VINST_DOWNLOADER_DLG::restore_settings()

@@ -2,6 +2,8 @@
 
 #include "install/vinst/base/vinst_text.h"
 
+#include <QRegularExpression>
+
 #include <algorithm>
 #include <cmath>
 
@@ -76,6 +78,15 @@ QString description_text(const VINST_COMPONENT& component)
     if (!component.sha1sum.isEmpty())
         text += (component.md5sum.isEmpty() ? "\n\nsha1sum:" : "\nsha1sum:") + component.sha1sum;
     return text;
+}
+
+int begin_of_checksums(const QString& description)
+{
+    static const QRegularExpression at_end(
+        QStringLiteral("\\n\\n((md5sum: \\S+)(\\nsha1sum:\\S+)?|sha1sum:\\S+)$"),
+        QRegularExpression::DontCaptureOption);
+    const QRegularExpressionMatch match = at_end.match(description);
+    return match.hasMatch() ? match.capturedStart() + 2 : -1;
 }
 
 QString integrity_text(VINST_INTEGRITY_STATE state)

@@ -32,6 +32,9 @@ QString size_text(const QString& display_text, double bytes);
 /// The description shown when a component's row is selected. Plain text.
 QString description_text(const VINST_COMPONENT& component);
 
+/// Where the checksums begin in a description; negative when it has none.
+int begin_of_checksums(const QString& description);
+
 /// The state as text.
 QString integrity_text(VINST_INTEGRITY_STATE state);
 

@@ -1,0 +1,85 @@
+#include "install/vinst/gui/vinst_description_label.h"
+
+#include "install/vinst/gui/vinst_downloader_treeview_rules.h"
+
+#include <QFontDatabase>
+#include <QFontMetrics>
+#include <QTextBlock>
+#include <QTextCursor>
+#include <QTextDocument>
+
+namespace
+{
+
+/// A label whose text can be selected lays it out in a document, which is below it in the tree of
+/// objects. Without one, the label looks like any other.
+QTextDocument* document_of(const QLabel& label)
+{
+    return label.findChild<QTextDocument*>();
+}
+
+/// Not every platform plug-in knows a font of fixed width.
+QString fixed_width_family()
+{
+    const QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    const QFontMetrics metrics(font);
+    const bool is_fixed = metrics.horizontalAdvance('i') == metrics.horizontalAdvance('m');
+    return is_fixed ? font.family() : QStringLiteral("monospace");
+}
+
+QTextCharFormat checksum_format()
+{
+    QTextCharFormat format;
+    format.setFontFamily(fixed_width_family());
+    format.setFontStyleHint(QFont::Monospace);
+    format.setProperty(QTextFormat::FontSizeAdjustment, -1); // one step smaller
+    return format;
+}
+
+}
+
+void VINST_DESCRIPTION_LABEL::show_description(const QString& text)
+{
+    setTextFormat(Qt::PlainText);
+    setText(text);
+    QLabel::heightForWidth(width()); // fills the document
+    QTextDocument* const document = document_of(*this);
+    const int begin = begin_of_checksums(text);
+    if (document == nullptr || begin < 0)
+        return;
+    QTextCursor cursor(document);
+    cursor.setPosition(begin);
+    cursor.movePosition(QTextCursor::End, QTextCursor::KeepAnchor);
+    cursor.mergeCharFormat(checksum_format());
+    updateGeometry();
+}
+
+QSize VINST_DESCRIPTION_LABEL::minimumSizeHint() const
+{
+    return {fontMetrics().averageCharWidth() * 8, fontMetrics().lineSpacing()};
+}
+
+void VINST_DESCRIPTION_LABEL::break_lines_anywhere() const
+{
+    QTextDocument* const document = document_of(*this);
+    if (document == nullptr)
+        return;
+    QTextOption option = document->defaultTextOption();
+    if (option.wrapMode() == QTextOption::WrapAtWordBoundaryOrAnywhere)
+        return;
+    option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    document->setDefaultTextOption(option);
+}
+
+int VINST_DESCRIPTION_LABEL::heightForWidth(int width) const
+{
+    QLabel::heightForWidth(width); // makes the layout if it is not up to date
+    break_lines_anywhere();
+    return QLabel::heightForWidth(width);
+}
+
+void VINST_DESCRIPTION_LABEL::paintEvent(QPaintEvent* event)
+{
+    heightForWidth(width());
+    QLabel::paintEvent(event);
+}
