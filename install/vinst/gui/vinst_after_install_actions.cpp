@@ -62,8 +62,11 @@ qint32 skip_of(Qt::CheckState state)
 
 VINST_DOWNLOADER_AFTER_INSTALL_ACTION_CHECKBOX::VINST_DOWNLOADER_AFTER_INSTALL_ACTION_CHECKBOX(
     VINST_COMPONENT* action, QWidget* parent)
-    : QCheckBox(literal_text(action->display_name()), parent), m_action(action)
+    : QCheckBox(literal_text(action->display_name())), m_action(action)
 {
+    // Not passed to the base class: below a parent that is disabled, Qt would create the interface
+    // for screen readers before this object is a check box.
+    setParent(parent);
     setObjectName("m_action_checkbox_" + action->name);
     setAccessibleName(action->display_name());
     setToolTip(tool_tip_of(*action));

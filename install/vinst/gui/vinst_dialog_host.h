@@ -6,6 +6,7 @@
 
 #include <functional>
 
+class QLabel;
 class QWidget;
 
 /// What the main dialog and its job need to know about the machine; replaceable in tests.
@@ -16,6 +17,9 @@ struct VINST_DIALOG_HOST
     VINST_VOLUME_QUERY query_volume;
     /// Asks the user for an existing directory; empty when cancelled.
     std::function<QString(QWidget* parent, const QString& start)> choose_directory;
+
+    /// Makes screen readers read a label.
+    std::function<void(QLabel&)> announce = [](QLabel&) {};
 
     static VINST_DIALOG_HOST this_machine();
 };

@@ -5,6 +5,7 @@
 #include "install/vinst/base/vinst_stop.h"
 #include "install/vinst/base/vinst_text.h"
 #include "install/vinst/base/vinst_utils.h"
+#include "install/vinst/gui/vinst_announcer.h"
 #include "install/vinst/gui/vinst_dialog_header.h"
 #include "install/vinst/gui/vinst_downloader_dlg_rules.h"
 #include "install/vinst/gui/vinst_feedback_prompt.h"
@@ -72,6 +73,8 @@ VINST_DOWNLOADER_DLG::VINST_DOWNLOADER_DLG(VINST_RELEASE& release, VINST_DIALOG_
           })
 {
     m_ui->setupUi(this);
+    m_announcer =
+        std::make_unique<VINST_ANNOUNCER>(*m_ui->m_download_message_label, m_host.announce);
     setWindowTitle(program_title());
     setWindowIcon(afcq_get_icon(afcq_window_icon));
     m_directory_timer.setSingleShot(true);

@@ -14,6 +14,7 @@
 #include <memory>
 
 class QAbstractButton;
+class VINST_ANNOUNCER;
 class VINST_LOG_VIEWER_DLG;
 class VINST_SETTINGS_DLG;
 
@@ -109,6 +110,7 @@ private:
     CFGQ_REGISTRY_KEY m_settings_key;
     VINST_DOWNLOADER_MGR m_manager;
     VINST_DOWNLOAD_JOB m_job;
+    std::unique_ptr<VINST_ANNOUNCER> m_announcer;
     VINST_SETTINGS_DLG* m_settings_dlg;     ///< owned by this dialog
     VINST_LOG_VIEWER_DLG* m_log_viewer_dlg; ///< the same
     QString m_platform;                     ///< selected by the user

@@ -1,6 +1,7 @@
 #include "install/vinst/gui/vinst_downloader_dlg.h"
 
 #include "install/vinst/base/vinst_text.h"
+#include "install/vinst/gui/vinst_announcer.h"
 #include "install/vinst/gui/vinst_downloader_dlg_rules.h"
 #include "install/vinst/gui/vinst_message_box.h"
 #include "install/vinst/gui/vinst_modal_dialogs.h"
@@ -112,6 +113,7 @@ void VINST_DOWNLOADER_DLG::show_status(const QString& text)
 {
     m_ui->m_download_message_label->setText(text);
     m_ui->m_download_message_label->setStyleSheet(status_style(text));
+    m_announcer->follow();
 }
 
 void VINST_DOWNLOADER_DLG::show_integrity(VINST_COMPONENT* component, VINST_INTEGRITY_STATE state)

@@ -107,6 +107,10 @@ void VINST_DOWNLOADER_TREEVIEW_MODEL::populate(const VINST_RELEASE& release,
 QVariant VINST_DOWNLOADER_TREEVIEW_MODEL::data(const QModelIndex& index, int role) const
 {
     const QVariant own = QStandardItemModel::data(index, role);
+    // Qt reports only two states of a check box in a tree to screen readers.
+    if (role == Qt::AccessibleTextRole && index.column() == name_column && !own.isValid() &&
+        data(index, Qt::CheckStateRole).toInt() == Qt::PartiallyChecked)
+        return data(index, Qt::DisplayRole).toString() + ", partly selected";
     const ITEM* const row = role == Qt::ToolTipRole && !own.isValid() ? row_at(index) : nullptr;
     if (row == nullptr || row->component()->last_failure.isEmpty())
         return own;
