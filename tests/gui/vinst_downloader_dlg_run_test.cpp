@@ -35,6 +35,23 @@ TEST_F(DialogRun, DownloadsAndReportsTheCount)
     EXPECT_FALSE(exists("inst"));
 }
 
+TEST_F(DialogRun, StartsByReturnInAFieldOrInTheTree)
+{
+    builder.component("one").pattern_content(3000, 1);
+    open();
+    QApplication::setActiveWindow(dialog.get());
+    // The tree first: afterwards, its row has a Run button.
+    for (QWidget* const focus :
+         std::initializer_list<QWidget*>{&tree(), &line("m_download_dir_line_edit")})
+    {
+        focus->setFocus();
+        MODAL_BOXES boxes({"OK"});
+        QTest::keyClick(focus, Qt::Key_Return);
+        ASSERT_EQ(boxes.shown().size(), 1U);
+        EXPECT_TRUE(boxes.shown()[0].text.contains("Download Complete"));
+    }
+}
+
 TEST_F(DialogRun, LogsASummary)
 {
     builder.component("one").pattern_content(3000, 1);

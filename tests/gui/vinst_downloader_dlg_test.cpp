@@ -220,16 +220,19 @@ TEST_F(Dialog, LinksToTheLicenceWhenInstalling)
     EXPECT_EQ(text("m_license_agreement_label"), inactive);
 }
 
-TEST_F(Dialog, DoesNotClickAButtonOnReturnInAField)
+TEST_F(Dialog, PressesTheButtonThatHasTheFocusOnReturn)
 {
     builder.component("one");
     open();
-    line("m_download_dir_line_edit").setFocus();
-    MODAL_BOXES none({});
-    QTest::keyClick(&line("m_download_dir_line_edit"), Qt::Key_Return);
-    EXPECT_TRUE(dialog->isVisible());
-    EXPECT_FALSE(dialog->is_download_in_progress());
-    EXPECT_EQ(server.request_count(), 0U);
+    QApplication::setActiveWindow(dialog.get());
+    button("m_log_button").setFocus();
+    QTest::keyClick(&button("m_log_button"), Qt::Key_Return);
+    auto* const viewer = dialog->findChild<VINST_LOG_VIEWER_DLG*>();
+    EXPECT_TRUE(viewer->isVisible());
+    EXPECT_EQ(server.request_count(), 0U) << "no download was started";
+    QApplication::setActiveWindow(viewer);
+    QTest::keyClick(viewer, Qt::Key_Return);
+    EXPECT_FALSE(viewer->isVisible());
 }
 
 TEST_F(Dialog, OffersNoInstallationWithoutRights)

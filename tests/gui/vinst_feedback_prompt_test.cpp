@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QFile>
 #include <QPushButton>
+#include <QTest>
 
 namespace
 {
@@ -94,4 +95,19 @@ TEST_F(FeedbackPrompt, IsSuppressedOnlyByTheWordTrue)
     EXPECT_TRUE(is_refused());
     settings.set_value("vinst_never_ask_feedback", "true");
     EXPECT_TRUE(is_refused());
+}
+
+TEST_F(FeedbackPrompt, OpensTheSurveyByReturn)
+{
+    QTimer user;
+    QObject::connect(&user, &QTimer::timeout, &user,
+                     [&]
+                     {
+                         if (QWidget* const box = QApplication::activeModalWidget())
+                             QTest::keyClick(box, Qt::Key_Return);
+                     });
+    user.start(10);
+    CFGQ_REGISTRY_KEY settings(program_title());
+    show_feedback_prompt(release, settings, nullptr);
+    EXPECT_EQ(browser.opened, QStringList(release.survey_url()));
 }

@@ -574,3 +574,17 @@ TEST_F(SettingsDlg, ScrollsToTheControlThatHasTheFocus)
         QApplication::processEvents();
     }
 }
+
+TEST_F(SettingsDlg, IsAcceptedByReturnInAField)
+{
+    EXPECT_EQ(run(
+                  [this]
+                  {
+                      QApplication::setActiveWindow(&dialog());
+                      auto& box = find<QSpinBox>("m_retry_duration_spinbox");
+                      box.setValue(77);
+                      QTest::keyClick(&box, Qt::Key_Return);
+                  }),
+              QDialog::Accepted);
+    EXPECT_EQ(stored("vinst_retry_duration").toInt(), 77);
+}

@@ -270,9 +270,18 @@ void VINST_DOWNLOADER_TREEVIEW::keyPressEvent(QKeyEvent* event)
     if (is_plain && event->key() == Qt::Key_Space)
         toggle(currentIndex());
     else if (is_plain && (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter))
-        run_installer(currentIndex());
+        press_run_button(*event);
     else
         AFCQ_TREE_VIEW::keyPressEvent(event);
+}
+
+void VINST_DOWNLOADER_TREEVIEW::press_run_button(QKeyEvent& event)
+{
+    const ITEM* const row = m_model->row_at(currentIndex());
+    if (row != nullptr && is_run_offered(*row))
+        run_installer(currentIndex());
+    else
+        event.ignore(); // for the window's default button
 }
 
 void VINST_DOWNLOADER_TREEVIEW::mouseReleaseEvent(QMouseEvent* event)

@@ -64,6 +64,7 @@ private:
 
     void resize_columns();
     void toggle(const QModelIndex& index);
+    void press_run_button(QKeyEvent& event);
     void run_installer(const QModelIndex& index);
     bool is_run_offered(const ITEM& row) const;
     /// \return whether the button is offered

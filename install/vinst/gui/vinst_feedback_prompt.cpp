@@ -49,6 +49,7 @@ void show_feedback_prompt(const VINST_RELEASE& release, CFGQ_REGISTRY_KEY& setti
         box.addButton(QStringLiteral(" Sure, I'll give feedback "), QMessageBox::YesRole);
     QPushButton* const no_thanks = box.addButton(QStringLiteral("No, thanks"), QMessageBox::NoRole);
     suggest(*sure);
+    box.setDefaultButton(sure);
     box.setEscapeButton(no_thanks);
     auto* const never_again = new QCheckBox(QStringLiteral("Don't show this again"), &box);
     box.setCheckBox(never_again);
