@@ -77,6 +77,25 @@ TEST_F(DescriptionLabel, ShowsChecksumsInASmallerMonospacedFont)
     EXPECT_EQ(cursor.charFormat().intProperty(QTextFormat::FontSizeAdjustment), 0);
 }
 
+TEST_F(DescriptionLabel, IsPaintedOnlyWhenItChanges)
+{
+    struct PAINT_COUNTER final : QObject
+    {
+        bool eventFilter(QObject*, QEvent* event) override
+        {
+            count += event->type() == QEvent::Paint ? 1 : 0;
+            return false;
+        }
+        int count = 0;
+    } counter;
+    label->installEventFilter(&counter);
+    show(md5 + '\n' + sha1);
+    for (int i = 0; i < 100; ++i)
+        QApplication::processEvents();
+    EXPECT_GT(counter.count, 0);
+    EXPECT_LT(counter.count, 10);
+}
+
 TEST_F(DescriptionLabel, LetsTheUserSelectAChecksum)
 {
     show(md5);

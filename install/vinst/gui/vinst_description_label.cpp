@@ -59,16 +59,21 @@ QSize VINST_DESCRIPTION_LABEL::minimumSizeHint() const
     return {fontMetrics().averageCharWidth() * 8, fontMetrics().lineSpacing()};
 }
 
+bool VINST_DESCRIPTION_LABEL::breaks_lines_anywhere() const
+{
+    const QTextDocument* const document = document_of(*this);
+    return document == nullptr ||
+           document->defaultTextOption().wrapMode() == QTextOption::WrapAtWordBoundaryOrAnywhere;
+}
+
 void VINST_DESCRIPTION_LABEL::break_lines_anywhere() const
 {
-    QTextDocument* const document = document_of(*this);
-    if (document == nullptr)
+    if (breaks_lines_anywhere())
         return;
-    QTextOption option = document->defaultTextOption();
-    if (option.wrapMode() == QTextOption::WrapAtWordBoundaryOrAnywhere)
-        return;
+    QTextDocument& document = *document_of(*this);
+    QTextOption option = document.defaultTextOption();
     option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
-    document->setDefaultTextOption(option);
+    document.setDefaultTextOption(option);
 }
 
 int VINST_DESCRIPTION_LABEL::heightForWidth(int width) const
@@ -80,6 +85,10 @@ int VINST_DESCRIPTION_LABEL::heightForWidth(int width) const
 
 void VINST_DESCRIPTION_LABEL::paintEvent(QPaintEvent* event)
 {
-    heightForWidth(width());
+    // Only then, because each change of the layout requests another paint event.
+    if (!breaks_lines_anywhere())
+        heightForWidth(width());
     QLabel::paintEvent(event);
+    if (!breaks_lines_anywhere())
+        update();
 }

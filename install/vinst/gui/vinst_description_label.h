@@ -22,6 +22,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    /// Changes the layout that QLabel has made.
+    /// Whether lines break anywhere in the layout that QLabel has made.
+    bool breaks_lines_anywhere() const;
     void break_lines_anywhere() const;
 };
