@@ -152,19 +152,65 @@ TEST_F(DialogRun, ReportsAnInstallerThatFails)
     expect_idle();
 }
 
-TEST_F(DialogRun, InstallsNothingWhenNoComponentIsChecked)
+TEST_F(DialogRun, ReportsThatNoComponentIsChecked)
 {
     builder.component("one").selected(false);
+    builder.component("group").no_file().selected(false);
     open();
-    check_auto_install();
-    press_download({"OK"});
-    expect_box(0, "<h2><font color=red>Nothing was installed</font></h2>No component is selected.",
-               QMessageBox::Critical);
-    EXPECT_EQ(status(), "Nothing was installed: no component is selected.");
-    EXPECT_EQ(find<QLabel>("m_download_message_label").styleSheet(), "QLabel { color : red; }");
-    EXPECT_TRUE(log_holds("[info] Nothing was installed: no component is selected.\n"));
+    for (const bool installs : {false, true})
+    {
+        if (installs)
+            check_auto_install();
+        press_download({"OK"});
+        expect_box(0, "There is nothing to download: no component is selected.",
+                   QMessageBox::Information);
+        EXPECT_EQ(status(), "There is nothing to download: no component is selected.");
+    }
+    EXPECT_TRUE(log_holds("[info] There is nothing to download: no component is selected.\n"));
+    EXPECT_EQ(server.request_count(), 0U);
     EXPECT_FALSE(exists("inst"));
     expect_idle();
+}
+
+TEST_F(DialogRun, ReportsThatNoCheckedComponentHasAFile)
+{
+    builder.component("group").no_file();
+    open();
+    click_row(0);
+    press_download({"OK"});
+    expect_box(0, "There is nothing to download: no selected component has a file.",
+               QMessageBox::Information);
+    EXPECT_EQ(server.request_count(), 0U);
+}
+
+TEST_F(DialogRun, ClearsItsTimesWhenAnotherSelectionIsMade)
+{
+    builder.component("one").pattern_content(3000, 1);
+    builder.component("two").pattern_content(3000, 2);
+    open();
+    press_download({"OK"});
+    ASSERT_EQ(text("m_time_label"), "Total download time: less than 1 sec");
+    click_row(1);
+    tree().take_clicks();
+    EXPECT_EQ(text("m_time_label"), "");
+    EXPECT_EQ(tree().model()->index(1, progress_column).data(tree_cell_role).toString(), "");
+    EXPECT_EQ(tree().model()->index(0, progress_column).data(tree_cell_role).toString(), "100%");
+    click_row(1);
+    tree().take_clicks();
+    EXPECT_EQ(tree().model()->index(1, progress_column).data(tree_cell_role).toString(), "100%");
+}
+
+TEST_F(DialogRun, ShowsInItsStatusWhatARunButtonStarts)
+{
+    builder.component("one").content(install_script());
+    open();
+    press_download({"OK"});
+    QApplication::setActiveWindow(dialog.get());
+    tree().setCurrentIndex(tree().model()->index(0, 0));
+    QTest::keyClick(&tree(), Qt::Key_Return);
+    EXPECT_EQ(status(), "Started the installer of The one part");
+    EXPECT_TRUE(QTest::qWaitFor(
+        [this] { return status() == "The installer of The one part has ended"; }, long_wait));
 }
 
 TEST_F(DialogRun, GivesTheReasonForEachComponentWithoutAnInstaller)

@@ -109,8 +109,11 @@ protected:
     /// Creates the installer's file, as if it had been fetched and verified.
     void verify(VINST_COMPONENT* component)
     {
-        write_file(dir / "dl" / component->filename.toStdString(),
-                   "#!/bin/sh\ntouch '" + (dir / "ran").string() + "'\n", 0755);
+        verify(component, "#!/bin/sh\ntouch '" + (dir / "ran").string() + "'\n");
+    }
+    void verify(VINST_COMPONENT* component, const std::string& script)
+    {
+        write_file(dir / "dl" / component->filename.toStdString(), script, 0755);
         component->size = static_cast<qint64>(
             std::filesystem::file_size(dir / "dl" / component->filename.toStdString()));
         component->file.measure();
@@ -468,6 +471,69 @@ TEST_F(TreeView, RunsAnInstallerByItsButton)
               std::string::npos);
 }
 
+TEST_F(TreeView, ReportsTheStartAndTheEndOfAnInstaller)
+{
+    verify(help, "#!/bin/sh\nexit 3\n");
+    fill();
+    tree.show_run_column(true);
+    QStringList reports;
+    QObject::connect(&tree, &VINST_DOWNLOADER_TREEVIEW::run_reported, &tree,
+                     [&](const QString& text) { reports.append(text); });
+    click(help, run_column);
+    EXPECT_EQ(reports, QStringList("Started the installer of The help"));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return reports.size() == 2; },
+                                static_cast<int>(long_enough.count())));
+    EXPECT_EQ(reports.last(), "The installer of The help has ended with exit code 3");
+    EXPECT_TRUE(log_holds("The installer of The help has ended with exit code 3"));
+}
+
+TEST_F(TreeView, DoesNotStartAnInstallerThatIsStillRunning)
+{
+    const std::string go_on = (dir / "go_on").string();
+    verify(help, "#!/bin/sh\necho x >> '" + (dir / "ran").string() + "'\nwhile [ ! -e '" + go_on +
+                     "' ] && [ -d '" + dir.path().string() + "' ]; do sleep 0.01; done\n");
+    fill();
+    tree.show_run_column(true);
+    const QImage enabled = picture(help, run_column).toImage();
+    click(help, run_column);
+    EXPECT_TRUE(index(help, run_column).data(tree_running_role).toBool());
+    EXPECT_NE(picture(help, run_column).toImage(), enabled) << "it looks disabled";
+    click(help, run_column);
+    tree.setCurrentIndex(index(help));
+    QTest::keyClick(&tree, Qt::Key_Return);
+    write_file(go_on, "");
+    EXPECT_TRUE(
+        QTest::qWaitFor([&] { return !index(help, run_column).data(tree_running_role).toBool(); },
+                        static_cast<int>(long_enough.count())));
+    EXPECT_EQ(dir.read("ran"), "x\n") << "it was started once";
+    click(help, run_column);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return dir.read("ran") == "x\nx\n"; },
+                                static_cast<int>(long_enough.count())));
+}
+
+TEST_F(TreeView, ShowsItsButtonsAsDisabledDuringAJob)
+{
+    verify(help);
+    fill();
+    tree.show_run_column(true);
+    const QImage enabled = picture(help, run_column).toImage();
+    tree.set_editable(false);
+    EXPECT_NE(picture(help, run_column).toImage(), enabled);
+    tree.set_editable(true);
+    EXPECT_EQ(picture(help, run_column).toImage(), enabled);
+}
+
+TEST_F(TreeView, RemovesTheBarOfARowThatIsNotSelected)
+{
+    fill();
+    tree.show_percentage(base, 40);
+    tree.show_percentage(editor, 50);
+    click(base);
+    tree.hide_bars_of_deselected();
+    EXPECT_EQ(value(base, progress_column).toString(), "");
+    EXPECT_EQ(value(editor, progress_column).toString(), "50%");
+}
+
 TEST_F(TreeView, RunsNothingWhenThePointerLeavesTheButton)
 {
     verify(help);
@@ -519,6 +585,7 @@ TEST_F(TreeView, RunsNoFileThatChangedSinceItWasVerified)
     verify(help);
     fill();
     tree.show_run_column(true);
+    tree.show_integrity(help, VINST_INTEGRITY_STATE::passed);
     write_file(dir / "dl/help.run", "#!/bin/sh\ntouch '" + (dir / "ran").string() + "' #\n", 0755);
     MODAL_BOXES boxes({"OK"});
     click(help, run_column);
@@ -529,6 +596,8 @@ TEST_F(TreeView, RunsNoFileThatChangedSinceItWasVerified)
     EXPECT_EQ(boxes.shown()[0].icon, QMessageBox::Critical);
     EXPECT_FALSE(log_holds("install cmd"));
     EXPECT_FALSE(value(help, run_column).toBool());
+    EXPECT_EQ(value(help, integrity_column).toInt(), 0) << "the tick is gone";
+    EXPECT_FALSE(help->file.has_passed());
 }
 
 TEST_F(TreeView, ReportsAnInstallerThatCannotBeStarted)

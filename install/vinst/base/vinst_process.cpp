@@ -219,9 +219,9 @@ VINST_COMMAND_RESULT run_command(const QString& command, const std::function<boo
     return {code, cause, last_lines_of(QString::fromStdString(output.path()))};
 }
 
-bool run_command_detached(const QString& command)
+bool run_command_detached(const QString& command, const std::function<void(int)>& ended)
 {
     const COMMAND_LIST parts(command);
     run_log().info("Run command: %s\n", utf8(command));
-    return start_detached(parts.first(), parts.mid(1), working_directory(parts.first()));
+    return start_detached(parts.first(), parts.mid(1), working_directory(parts.first()), ended);
 }

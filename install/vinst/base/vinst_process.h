@@ -26,7 +26,9 @@ VINST_COMMAND_RESULT run_command(const QString& command,
                                  const std::function<bool()>& is_to_stop = {});
 
 /// Starts an installer without waiting for it. \return whether it started
-[[nodiscard]] bool run_command_detached(const QString& command);
+/// \param ended  called from the event loop with its exit code; not if this program ends first
+[[nodiscard]] bool run_command_detached(const QString& command,
+                                        const std::function<void(int)>& ended);
 
 /// A part of a command: in double quotes if it contains white space or a quote, otherwise
 /// unchanged.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 
 class QProcess;
@@ -24,8 +25,9 @@ void kill_group(QProcess& process);
 void kill_running_installer();
 
 /// Starts a program that outlives this one. \return whether it started
+/// \param ended  called from the event loop with the exit code; never once that has ended
 bool start_detached(const QString& program, const QStringList& arguments,
-                    const QString& working_directory);
+                    const QString& working_directory, const std::function<void(int)>& ended);
 
 /// Whether the process failed to start because it requires administrator rights.
 bool needs_elevation(const QProcess& process);

@@ -107,7 +107,7 @@ void kill_running_installer()
 
 // Not QProcess::startDetached, which passes on all descriptors, and SIGPIPE as ignored.
 bool start_detached(const QString& program, const QStringList& arguments,
-                    const QString& working_directory)
+                    const QString& working_directory, const std::function<void(int)>& ended)
 {
     auto process = std::make_unique<DETACHED_PROCESS>();
     process->setWorkingDirectory(working_directory);
@@ -119,10 +119,11 @@ bool start_detached(const QString& program, const QStringList& arguments,
     QProcess* const running = process.release();
     detached_processes().insert(running);
     QObject::connect(running, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), running,
-                     [running]
+                     [running, ended](int exit_code)
                      {
                          detached_processes().erase(running);
                          running->deleteLater();
+                         ended(exit_code);
                      });
     return true;
 }

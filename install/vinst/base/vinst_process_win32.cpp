@@ -2,6 +2,10 @@
 
 #include "install/vinst/base/vinst_child_process.h"
 
+#include <QCoreApplication>
+#include <QTimer>
+#include <QWinEventNotifier>
+
 #include <atomic>
 
 #include <windows.h>
@@ -69,6 +73,22 @@ private:
     bool m_is_in_job = false;
 };
 
+/// Takes over the handle.
+void call_at_end(HANDLE process, const std::function<void(int)>& ended)
+{
+    auto* const notifier = new QWinEventNotifier(process, QCoreApplication::instance());
+    QObject::connect(notifier, &QWinEventNotifier::activated, notifier,
+                     [notifier, process, ended]
+                     {
+                         notifier->setEnabled(false);
+                         notifier->deleteLater();
+                         DWORD exit_code = 0;
+                         ::GetExitCodeProcess(process, &exit_code);
+                         ::CloseHandle(process);
+                         ended(static_cast<int>(exit_code));
+                     });
+}
+
 }
 
 std::unique_ptr<QProcess> make_installer_process()
@@ -96,9 +116,18 @@ void kill_running_installer()
 }
 
 bool start_detached(const QString& program, const QStringList& arguments,
-                    const QString& working_directory)
+                    const QString& working_directory, const std::function<void(int)>& ended)
 {
-    return QProcess::startDetached(program, arguments, working_directory);
+    qint64 id = 0;
+    if (!QProcess::startDetached(program, arguments, working_directory, &id))
+        return false;
+    const HANDLE process = ::OpenProcess(SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE,
+                                         static_cast<DWORD>(id));
+    if (process != nullptr)
+        call_at_end(process, ended);
+    else // it has ended already
+        QTimer::singleShot(0, [ended] { ended(0); });
+    return true;
 }
 
 bool needs_elevation(const QProcess& process)

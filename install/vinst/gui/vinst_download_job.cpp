@@ -15,6 +15,8 @@
 #include <QCoreApplication>
 #include <QDir>
 
+#include <algorithm>
+
 using namespace std::chrono_literals;
 
 namespace
@@ -37,7 +39,7 @@ bool refuse(const std::string& text)
 
 double elapsed_seconds(const QElapsedTimer& clock)
 {
-    return static_cast<double>(clock.elapsed()) / 1000;
+    return static_cast<double>(clock.nsecsElapsed()) / 1e9;
 }
 
 }
@@ -66,8 +68,21 @@ void VINST_DOWNLOAD_JOB::show_time_remaining(const QString& text)
     show_time();
 }
 
+void VINST_DOWNLOAD_JOB::forget_times()
+{
+    m_download_seconds = 0;
+    m_remaining_text.clear();
+    show_time();
+}
+
 VINST_JOB_REPORT VINST_DOWNLOAD_JOB::run_steps()
 {
+    if (const QString reason = reason_for_nothing(); !reason.isEmpty())
+    {
+        run_log().info("%s", utf8(reason));
+        m_window.show_status(reason);
+        return {reason, false, false};
+    }
     if (!prepare() || !establish_connection())
         return {};
     log_run_summary();
@@ -80,6 +95,20 @@ VINST_JOB_REPORT VINST_DOWNLOAD_JOB::run_steps()
         return {download_report(static_cast<int>(m_manager.passed_components().size())), false,
                 true};
     return install_components();
+}
+
+QString VINST_DOWNLOAD_JOB::reason_for_nothing() const
+{
+    const VINST_COMPONENT_LIST selected =
+        selected_components(m_release, VINST_COMPONENT_KIND::download, m_choices.platform);
+    if (selected.empty())
+        return QStringLiteral("There is nothing to download: no component is selected.");
+    const bool any_has_file = std::any_of(selected.begin(), selected.end(),
+                                          [](const VINST_COMPONENT* component)
+                                          { return !component->filename.isEmpty(); });
+    return any_has_file
+               ? QString()
+               : QStringLiteral("There is nothing to download: no selected component has a file.");
 }
 
 bool VINST_DOWNLOAD_JOB::prepare()

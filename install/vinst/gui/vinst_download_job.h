@@ -72,9 +72,14 @@ public:
 
     /// Shows the estimate of the manager. While it is empty, the elapsed time is shown instead.
     void show_time_remaining(const QString& text);
+    /// Clears the times of the last run.
+    void forget_times();
 
 private:
     VINST_JOB_REPORT run_steps();
+
+    /// Why there is nothing to download, as a sentence for the user; otherwise empty.
+    QString reason_for_nothing() const;
 
     // Before the download. \return whether the job continues
     bool prepare();

@@ -139,6 +139,12 @@ void VINST_DOWNLOADER_DLG::set_up_connections()
             &VINST_DOWNLOADER_DLG::change_rate_limit);
     connect(m_ui->m_download_treeview, &VINST_DOWNLOADER_TREEVIEW::selection_changed, this,
             &VINST_DOWNLOADER_DLG::follow_clicks);
+    connect(m_ui->m_download_treeview, &VINST_DOWNLOADER_TREEVIEW::run_reported, this,
+            [this](const QString& status)
+            {
+                if (!m_is_busy) // a job's status is more important
+                    show_status(status);
+            });
     connect(m_ui->m_download_treeview, &VINST_DOWNLOADER_TREEVIEW::current_component_changed,
             m_ui->m_description_label, &VINST_DESCRIPTION_LABEL::show_description);
 }
@@ -216,7 +222,9 @@ void VINST_DOWNLOADER_DLG::apply_auto_install_choice()
 void VINST_DOWNLOADER_DLG::follow_clicks()
 {
     const VINST_COMPONENT_LIST needed = complete_selection();
+    m_job.forget_times();
     follow_selection();
+    m_ui->m_download_treeview->hide_bars_of_deselected();
     if (!needed.empty())
         show_status(needed_components_status(needed));
 }

@@ -11,6 +11,7 @@
 
 #include <QHeaderView>
 #include <QKeyEvent>
+#include <QPointer>
 
 #include <chrono>
 #include <utility>
@@ -79,21 +80,27 @@ void VINST_DOWNLOADER_TREEVIEW::populate()
     expandAll();
     resize_columns();
     refresh_from_files();
+    for (const VINST_COMPONENT* component : std::as_const(m_running))
+        show_running(*component);
 }
 
 void VINST_DOWNLOADER_TREEVIEW::refresh_from_files()
 {
     for (ITEM* row : m_model->rows())
     {
-        const VINST_COMPONENT& component = *row->component();
-        const auto file = FIO_FILE_SYSTEM::identity(utf8(component.file.path()));
-        const bool is_whole =
-            !component.filename.isEmpty() && file && file->size == component.expected_size();
-        show_state(*row,
-                   is_whole ? VINST_INTEGRITY_STATE::not_checked : VINST_INTEGRITY_STATE::none);
+        show_state_of_file(*row);
         show_progress_text(*row, {});
     }
     refresh_run_flags();
+}
+
+void VINST_DOWNLOADER_TREEVIEW::show_state_of_file(ITEM& row)
+{
+    const VINST_COMPONENT& component = *row.component();
+    const auto file = FIO_FILE_SYSTEM::identity(utf8(component.file.path()));
+    const bool is_whole =
+        !component.filename.isEmpty() && file && file->size == component.expected_size();
+    show_state(row, is_whole ? VINST_INTEGRITY_STATE::not_checked : VINST_INTEGRITY_STATE::none);
 }
 
 void VINST_DOWNLOADER_TREEVIEW::resize_columns()
@@ -108,6 +115,7 @@ void VINST_DOWNLOADER_TREEVIEW::resize_columns()
 void VINST_DOWNLOADER_TREEVIEW::set_editable(bool is_editable)
 {
     m_is_busy = !is_editable;
+    m_run_button_delegate->set_enabled(is_editable);
     setSelectionMode(is_editable ? QAbstractItemView::SingleSelection
                                  : QAbstractItemView::NoSelection);
 }
@@ -159,6 +167,13 @@ void VINST_DOWNLOADER_TREEVIEW::show_progress_text(ITEM& row, const QString& tex
     const QSignalBlocker blocker(m_model);
     cell.setAccessibleText(text);
     viewport()->update();
+}
+
+void VINST_DOWNLOADER_TREEVIEW::hide_bars_of_deselected()
+{
+    for (ITEM* row : m_model->rows())
+        if (!row->component()->is_selected())
+            show_progress_text(*row, {});
 }
 
 void VINST_DOWNLOADER_TREEVIEW::show_integrity(const VINST_COMPONENT* component,
@@ -231,13 +246,14 @@ void VINST_DOWNLOADER_TREEVIEW::toggle(const QModelIndex& index)
 void VINST_DOWNLOADER_TREEVIEW::run_installer(const QModelIndex& index)
 {
     ITEM* const row = m_model->row_at(index);
-    if (m_is_busy || row == nullptr || !is_run_offered(*row))
+    if (m_is_busy || row == nullptr || !is_run_offered(*row) || is_running(*row->component()))
         return;
     VINST_COMPONENT& component = *row->component();
     const std::string path = utf8(component.file.path());
     // The file may have changed since the button was shown.
     if (!refresh_run_flag(*row))
     {
+        refuse_changed_file(*row);
         show_message_box(
             "The installer has changed since it was verified. Download it again: " + path, true);
         return;
@@ -245,10 +261,60 @@ void VINST_DOWNLOADER_TREEVIEW::run_installer(const QModelIndex& index)
     const QString command =
         build_install_command(component, main_product_name, false, host_platform());
     run_log().info("install cmd for %s: %s", component.log_name(), utf8(command));
-    if (run_command_detached(command))
+    // The installer may outlive this tree.
+    if (run_command_detached(command,
+                             [tree = QPointer(this), &component](int exit_code)
+                             {
+                                 if (tree != nullptr)
+                                     tree->note_ended(component, exit_code);
+                             }))
+    {
+        note_started(component);
         return;
+    }
     run_log().error("The installer could not be started: %s", path);
     show_message_box("The installer could not be started: " + path, true);
+}
+
+void VINST_DOWNLOADER_TREEVIEW::note_started(VINST_COMPONENT& component)
+{
+    m_running.insert(&component);
+    show_running(component);
+    Q_EMIT run_reported(started_status(component));
+}
+
+void VINST_DOWNLOADER_TREEVIEW::note_ended(VINST_COMPONENT& component, int exit_code)
+{
+    m_running.remove(&component);
+    show_running(component);
+    const QString status = ended_status(component, exit_code);
+    run_log().info("%s", utf8(status));
+    Q_EMIT run_reported(status);
+}
+
+void VINST_DOWNLOADER_TREEVIEW::show_running(const VINST_COMPONENT& component)
+{
+    ITEM* const row = m_model->row_of(&component);
+    if (row == nullptr)
+        return;
+    {
+        const QSignalBlocker blocker(m_model);
+        row->cell(run_column)->setData(is_running(component), tree_running_role);
+    }
+    refresh_run_flag(*row);
+    viewport()->update();
+}
+
+bool VINST_DOWNLOADER_TREEVIEW::is_running(const VINST_COMPONENT& component) const
+{
+    return m_running.contains(&component);
+}
+
+void VINST_DOWNLOADER_TREEVIEW::refuse_changed_file(ITEM& row)
+{
+    VINST_COMPONENT& component = *row.component();
+    component.file.forget_check();
+    show_state_of_file(row);
 }
 
 bool VINST_DOWNLOADER_TREEVIEW::is_run_offered(const ITEM& row) const

@@ -45,12 +45,16 @@ public:
     void show_integrity(const VINST_COMPONENT* component, VINST_INTEGRITY_STATE state);
     /// Shows the state of each row's file in the download directory, ignoring earlier results.
     void refresh_from_files();
+    /// Removes the progress of the rows that aren't selected.
+    void hide_bars_of_deselected();
     /// Offers the Run button for each component whose verified installer can be started.
     void refresh_run_flags();
 
 Q_SIGNALS:
     /// Emitted once for all changes by the user within 200 ms.
     void selection_changed();
+    /// What a Run button has started, or that it has ended.
+    void run_reported(const QString& status);
     /// The description of the current row, as plain text.
     void current_component_changed(const QString& description);
 
@@ -62,10 +66,18 @@ protected:
 private:
     using ITEM = VINST_DOWNLOADER_TREEVIEW_ITEM;
 
+    /// Shows whether the row's file is complete, ignoring earlier checks.
+    void show_state_of_file(ITEM& row);
     void resize_columns();
     void toggle(const QModelIndex& index);
     void press_run_button(QKeyEvent& event);
     void run_installer(const QModelIndex& index);
+    void note_started(VINST_COMPONENT& component);
+    void note_ended(VINST_COMPONENT& component, int exit_code);
+    void show_running(const VINST_COMPONENT& component);
+    bool is_running(const VINST_COMPONENT& component) const;
+    /// Shows a file that has changed since it was verified as not checked.
+    void refuse_changed_file(ITEM& row);
     bool is_run_offered(const ITEM& row) const;
     /// \return whether the button is offered
     bool refresh_run_flag(ITEM& row);
@@ -85,6 +97,7 @@ private:
     bool m_is_run_column_shown = false;
     bool m_was_shown = false;
     QSet<ITEM*> m_checking_rows;
+    QSet<const VINST_COMPONENT*> m_running; ///< whose installers run, started by their buttons
     QTimer m_batch_timer;
     QTimer m_animation_timer; ///< runs while a row is being checked
 };

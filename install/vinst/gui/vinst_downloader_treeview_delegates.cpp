@@ -73,7 +73,6 @@ QStyleOptionButton run_button(const QStyleOptionViewItem& option)
     button.palette = option.palette;
     button.fontMetrics = option.fontMetrics;
     button.direction = option.direction;
-    button.state = QStyle::State_Enabled | (option.state & QStyle::State_MouseOver);
     return button;
 }
 
@@ -182,6 +181,12 @@ QSize VINST_DOWNLOADER_TREEVIEW_INTEGRITY_DELEGATE::sizeHint(const QStyleOptionV
                           : frame.size() / frame.devicePixelRatio();
 }
 
+bool VINST_DOWNLOADER_TREEVIEW_RUN_BUTTON_DELEGATE::can_be_pressed(const QModelIndex& index) const
+{
+    return m_is_enabled && index.data(tree_cell_role).toBool() &&
+           !index.data(tree_running_role).toBool();
+}
+
 void VINST_DOWNLOADER_TREEVIEW_RUN_BUTTON_DELEGATE::paint(QPainter* painter,
                                                           const QStyleOptionViewItem& option,
                                                           const QModelIndex& index) const
@@ -190,7 +195,11 @@ void VINST_DOWNLOADER_TREEVIEW_RUN_BUTTON_DELEGATE::paint(QPainter* painter,
     if (!index.data(tree_cell_role).toBool())
         return;
     QStyleOptionButton button = run_button(option);
-    button.state |= m_pressed == index ? QStyle::State_Sunken : QStyle::State_Raised;
+    button.state = m_pressed == index ? QStyle::State_Sunken : QStyle::State_Raised;
+    if (can_be_pressed(index))
+        button.state |= QStyle::State_Enabled | (option.state & QStyle::State_MouseOver);
+    else
+        button.palette.setCurrentColorGroup(QPalette::Disabled);
     style_of(option).drawControl(QStyle::CE_PushButton, &button, painter, option.widget);
 }
 
@@ -212,8 +221,7 @@ bool VINST_DOWNLOADER_TREEVIEW_RUN_BUTTON_DELEGATE::editorEvent(QEvent* event,
         return QStyledItemDelegate::editorEvent(event, model, option, index);
 
     const auto& mouse = static_cast<const QMouseEvent&>(*event);
-    const bool is_inside = mouse.button() == Qt::LeftButton &&
-                           index.data(tree_cell_role).toBool() &&
+    const bool is_inside = mouse.button() == Qt::LeftButton && can_be_pressed(index) &&
                            button_rect(option).contains(mouse.pos());
     if (is_press)
     {

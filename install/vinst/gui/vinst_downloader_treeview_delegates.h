@@ -80,6 +80,8 @@ public:
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
     bool editorEvent(QEvent* event, QAbstractItemModel* model, const QStyleOptionViewItem& option,
                      const QModelIndex& index) override;
+    /// Disables all buttons, or enables those whose installers aren't running.
+    void set_enabled(bool is_enabled) { m_is_enabled = is_enabled; }
     /// Discards a press whose release happened outside the button.
     void forget_press() { m_pressed = QPersistentModelIndex(); }
 
@@ -87,5 +89,8 @@ Q_SIGNALS:
     void clicked(const QModelIndex& index);
 
 private:
+    bool can_be_pressed(const QModelIndex& index) const;
+
     QPersistentModelIndex m_pressed;
+    bool m_is_enabled = true;
 };

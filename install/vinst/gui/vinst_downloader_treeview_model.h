@@ -22,6 +22,8 @@ enum VINST_TREE_COLUMN : int
 
 /// The cell's progress text, integrity code, or whether a Run button is shown.
 inline constexpr int tree_cell_role = Qt::UserRole + 1;
+/// Whether the installer that the cell's Run button has started is still running.
+inline constexpr int tree_running_role = Qt::UserRole + 2;
 
 /// A cell of the tree's first column, which represents its row.
 class VINST_DOWNLOADER_TREEVIEW_ITEM final : public QStandardItem

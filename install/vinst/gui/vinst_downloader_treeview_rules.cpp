@@ -107,6 +107,17 @@ QString integrity_text(VINST_INTEGRITY_STATE state)
     return {};
 }
 
+QString started_status(const VINST_COMPONENT& component)
+{
+    return "Started the installer of " + component.display_name();
+}
+
+QString ended_status(const VINST_COMPONENT& component, int exit_code)
+{
+    const QString text = "The installer of " + component.display_name() + " has ended";
+    return exit_code == 0 ? text : text + " with exit code " + QString::number(exit_code);
+}
+
 QString run_button_text()
 {
     return QStringLiteral("Run");

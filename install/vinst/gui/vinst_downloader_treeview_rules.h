@@ -38,5 +38,9 @@ int begin_of_checksums(const QString& description);
 /// The state as text.
 QString integrity_text(VINST_INTEGRITY_STATE state);
 
+/// The status after an installer was started by its button, and after it has ended.
+QString started_status(const VINST_COMPONENT& component);
+QString ended_status(const VINST_COMPONENT& component, int exit_code);
+
 /// The caption of the button that starts a component's installer.
 QString run_button_text();

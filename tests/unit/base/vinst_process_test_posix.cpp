@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QCoreApplication>
 #include <QProcess>
 #include <QTimer>
 
@@ -234,11 +235,22 @@ TEST_F(RunCommand, EndsAfterAnEarlierStop)
 
 TEST_F(RunCommand, StartsADetachedInstallerAndReturns)
 {
-    const std::string script = dir.write("mark.run", "#!/bin/sh\necho x > \"$1\"\n", 0755).string();
-    EXPECT_TRUE(run_command_detached(QString::fromStdString(script + " " + mark)));
+    const std::string script =
+        dir.write("mark.run", "#!/bin/sh\necho x > \"$1\"\nexit 7\n", 0755).string();
+    std::optional<int> exit_code;
+    EXPECT_TRUE(run_command_detached(QString::fromStdString(script + " " + mark),
+                                     [&](int code) { exit_code = code; }));
+    EXPECT_FALSE(exit_code);
     EXPECT_TRUE(wait_until([this] { return std::filesystem::exists(mark); }));
     EXPECT_TRUE(log_holds("Run command: " + script + " " + mark));
-    EXPECT_FALSE(run_command_detached(QString::fromStdString((dir / "none").string())));
+    EXPECT_TRUE(wait_until(
+        [&]
+        {
+            QCoreApplication::processEvents();
+            return exit_code.has_value();
+        }));
+    EXPECT_EQ(exit_code, 7);
+    EXPECT_FALSE(run_command_detached(QString::fromStdString((dir / "none").string()), [](int) {}));
 }
 
 TEST_F(RunCommand, LetsInstallersInheritOnlyTheStandardStreams)
@@ -247,7 +259,8 @@ TEST_F(RunCommand, LetsInstallersInheritOnlyTheStandardStreams)
     survive_closed_pipes();
     EXPECT_EQ(run(poser("poser_inherit")), 0);
     EXPECT_TRUE(log_holds("descriptors 0 1 2\nend\n")) << log();
-    EXPECT_TRUE(run_command_detached(QString::fromStdString(poser("poser_inherit") + " " + mark)));
+    EXPECT_TRUE(run_command_detached(QString::fromStdString(poser("poser_inherit") + " " + mark),
+                                     [](int) {}));
     const auto is_complete = [this]
     { return std::filesystem::exists(mark) && read_file(mark).find("end\n") != std::string::npos; };
     ASSERT_TRUE(wait_until(is_complete));
@@ -390,5 +403,6 @@ TEST_F(RunCommand, ReturnsTheCodeOfAnInstallerThatStops)
 
 TEST(RunCommandDeathTest, AssertsANonEmptyDetachedCommand)
 {
-    EXPECT_DEATH(static_cast<void>(run_command_detached("  ")), "Assertion failed: !isEmpty\\(\\)");
+    EXPECT_DEATH(static_cast<void>(run_command_detached("  ", [](int) {})),
+                 "Assertion failed: !isEmpty\\(\\)");
 }

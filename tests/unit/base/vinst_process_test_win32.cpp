@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QProcess>
 #include <QTimer>
@@ -194,10 +195,19 @@ TEST_F(RunCommand, StartsADetachedInstallerAndReturns)
     const std::string target = (dir / "inst").string();
     const std::string script = dir.write("mark.exe", install_script()).string();
     const std::string command = script + " --installdir " + target;
-    EXPECT_TRUE(run_command_detached(QString::fromStdString(command)));
+    std::optional<int> exit_code;
+    EXPECT_TRUE(
+        run_command_detached(QString::fromStdString(command), [&](int code) { exit_code = code; }));
     EXPECT_TRUE(wait_until([this] { return std::filesystem::exists(dir / "inst/install_order"); }));
     EXPECT_TRUE(log_holds("Run command: " + command));
-    EXPECT_FALSE(run_command_detached(QString::fromStdString((dir / "none").string())));
+    EXPECT_TRUE(wait_until(
+        [&]
+        {
+            QCoreApplication::processEvents();
+            return exit_code.has_value();
+        }));
+    EXPECT_EQ(exit_code, 0);
+    EXPECT_FALSE(run_command_detached(QString::fromStdString((dir / "none").string()), [](int) {}));
 }
 
 TEST_F(RunCommand, KeepsProcessingItsCallersEvents)
