@@ -176,7 +176,6 @@ TEST_F(DialogRun, ReportsThatNoCheckedComponentHasAFile)
 {
     builder.component("group").no_file();
     open();
-    click_row(0);
     press_download({"OK"});
     expect_box(0, "There is nothing to download: no selected component has a file.",
                QMessageBox::Information);

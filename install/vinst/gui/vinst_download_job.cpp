@@ -99,16 +99,16 @@ VINST_JOB_REPORT VINST_DOWNLOAD_JOB::run_steps()
 
 QString VINST_DOWNLOAD_JOB::reason_for_nothing() const
 {
-    const VINST_COMPONENT_LIST selected =
-        selected_components(m_release, VINST_COMPONENT_KIND::download, m_choices.platform);
-    if (selected.empty())
-        return QStringLiteral("There is nothing to download: no component is selected.");
-    const bool any_has_file = std::any_of(selected.begin(), selected.end(),
-                                          [](const VINST_COMPONENT* component)
-                                          { return !component->filename.isEmpty(); });
-    return any_has_file
-               ? QString()
-               : QStringLiteral("There is nothing to download: no selected component has a file.");
+    constexpr auto kind = VINST_COMPONENT_KIND::download;
+    if (!selected_components(m_release, kind, m_choices.platform).empty())
+        return {};
+    const VINST_COMPONENT_LIST offered = components_of_kind(m_release, kind, m_choices.platform);
+    const bool is_group_selected =
+        std::any_of(offered.begin(), offered.end(),
+                    [](const VINST_COMPONENT* component) { return component->is_selected(); });
+    return is_group_selected
+               ? QStringLiteral("There is nothing to download: no selected component has a file.")
+               : QStringLiteral("There is nothing to download: no component is selected.");
 }
 
 bool VINST_DOWNLOAD_JOB::prepare()
