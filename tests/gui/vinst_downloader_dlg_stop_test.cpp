@@ -18,6 +18,17 @@ protected:
         check_auto_install();
     }
 
+    /// The installer waits for a file "go_on" and then continues with the script.
+    void open_with_waiting_installation(const std::string& script)
+    {
+        builder.component("one").content("#!/bin/sh\necho > '" + (dir / "running").string() +
+                                         "'\nwhile [ ! -e '" + (dir / "go_on").string() +
+                                         "' ] && [ -d '" + dir.path().string() +
+                                         "' ]; do sleep 0.01; done\n" + script);
+        open();
+        check_auto_install();
+    }
+
     int integrity_code() const
     {
         return tree().model()->index(0, integrity_column).data(tree_cell_role).toInt();
@@ -70,15 +81,111 @@ TEST_F(DialogStop, EndsARunThatInstalls)
              since_stop.restart();
              click("m_stop_button");
          });
-    press_download({"OK", "OK"});
+    press_download({"OK", "Yes", "OK"});
     expect_box(0, closing_refused, QMessageBox::Information);
     expect_box(1,
+               "Stopping now leaves an incomplete installation in " + path("inst") +
+                   ". Do you want to stop it?",
+               QMessageBox::Warning, "Stop the installation?");
+    expect_box(2,
                "<h2><font color=red>Installation Incomplete</font></h2>Please check the log for "
                "more information.",
                QMessageBox::Critical);
     EXPECT_TRUE(since_stop.within(3000ms));
     EXPECT_TRUE(log_holds("It was ended by signal 15"));
     expect_idle();
+}
+
+TEST_F(DialogStop, ContinuesAnInstallationIfTheUserSaysNo)
+{
+    open_with_waiting_installation(install_script());
+    when([this] { return exists("running"); },
+         [this]
+         {
+             QTest::keyClick(&button("m_stop_button"), Qt::Key_Space);
+             auto* const question = dialog->findChild<QMessageBox*>();
+             ASSERT_NE(question, nullptr);
+             EXPECT_EQ(question->defaultButton(), question->button(QMessageBox::No));
+             QTest::keyClick(question->defaultButton(), Qt::Key_Return);
+             expect_busy();
+             write_file(dir / "go_on", "");
+         });
+    press_download({"OK"});
+    EXPECT_TRUE(status().startsWith("Installation completed successfully.")) << utf8(status());
+    expect_idle();
+}
+
+TEST_F(DialogStop, ClosesItsQuestionWhenTheInstallationEnds)
+{
+    open_with_waiting_installation("exit 0\n");
+    bool was_asked = false;
+    when([this] { return exists("running"); },
+         [&]
+         {
+             click("m_stop_button");
+             was_asked = dialog->findChild<QMessageBox*>() != nullptr;
+             write_file(dir / "go_on", "");
+         });
+    // The report's box comes without an answer to the question.
+    when([this] { return status().startsWith("Installation completed"); },
+         [this]
+         {
+             when([] { return QApplication::activeModalWidget() != nullptr; },
+                  []
+                  {
+                      auto* const box =
+                          qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+                      EXPECT_TRUE(box->text().contains("Installation Complete"));
+                      box->accept();
+                  });
+         });
+    click("m_download_button");
+    EXPECT_TRUE(was_asked);
+    EXPECT_EQ(dialog->findChild<QMessageBox*>(), nullptr);
+    expect_idle();
+}
+
+TEST_F(DialogStop, OffersToContinueAnIncompleteInstallation)
+{
+    builder.component("one").content(
+        "#!/bin/sh\n[ -e '" + (dir / "go_on").string() + "' ] && exit 0\nmkdir -p '" +
+        (dir / "inst").string() + "'\necho x > '" + (dir / "inst/part").string() + "'\nexit 1\n");
+    open();
+    check_auto_install();
+    press_download({"OK"});
+    ASSERT_TRUE(status().startsWith("Installation cancelled or finished with error."));
+    ASSERT_TRUE(exists("inst/part"));
+
+    press_download({"No"});
+    expect_box(0,
+               "The last installation in " + path("inst") +
+                   " is incomplete. Do you want to install into the same directory again?",
+               QMessageBox::Question, "Continue the installation?");
+    expect_idle();
+
+    write_file(dir / "go_on", "");
+    press_download({"Yes", "OK"});
+    EXPECT_TRUE(status().startsWith("Installation completed successfully.")) << utf8(status());
+
+    // It is complete now.
+    press_download({"OK"});
+    ASSERT_EQ(shown.size(), 1U);
+    EXPECT_TRUE(shown[0].text.startsWith("The installation directory is not empty."));
+}
+
+TEST_F(DialogStop, RefusesAnotherDirectoryThatIsNotEmpty)
+{
+    builder.component("one").content("#!/bin/sh\nmkdir -p '" + (dir / "inst").string() +
+                                     "'\necho x > '" + (dir / "inst/part").string() +
+                                     "'\nexit 1\n");
+    open();
+    check_auto_install();
+    press_download({"OK"});
+    write_file(dir / "foreign/file", "");
+    line("m_install_dir_line_edit").setText(path("foreign"));
+    press_download({"OK"});
+    ASSERT_EQ(shown.size(), 1U);
+    EXPECT_TRUE(shown[0].text.startsWith("The installation directory is not empty."));
 }
 
 TEST_F(DialogStop, KeepsWhatWasFetchedForTheNextRun)

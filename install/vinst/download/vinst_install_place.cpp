@@ -22,14 +22,6 @@ QString native(const QString& path)
     return without_control_characters(QDir::toNativeSeparators(path));
 }
 
-/// The same path for every way to write the directory's name, whether it exists or not.
-QString unique_path(const QString& dir)
-{
-    const QString existing = nearest_existing_dir(dir);
-    const QString rest = QDir(existing).relativeFilePath(QFileInfo(dir).absoluteFilePath());
-    return QDir::cleanPath(QFileInfo(existing).canonicalFilePath() + '/' + rest);
-}
-
 QString lock_name(const QString& path)
 {
     const QByteArray hash =
@@ -74,6 +66,13 @@ QString open_download_dir_warning(VINST_RELEASE& release)
            "directory that only the administrator can write.";
 }
 
+QString unique_install_path(const QString& dir)
+{
+    const QString existing = nearest_existing_dir(dir);
+    const QString rest = QDir(existing).relativeFilePath(QFileInfo(dir).absoluteFilePath());
+    return QDir::cleanPath(QFileInfo(existing).canonicalFilePath() + '/' + rest);
+}
+
 VINST_INSTALL_LOCK::VINST_INSTALL_LOCK() = default;
 VINST_INSTALL_LOCK::~VINST_INSTALL_LOCK()
 {
@@ -87,7 +86,7 @@ QString VINST_INSTALL_LOCK::take(const QString& install_dir)
         QFileInfo(QDir::cleanPath(QFileInfo(install_dir).absoluteFilePath())).path();
     if (!QFileInfo::exists(parent) && QDir().mkpath(parent))
         m_created_parent = parent;
-    const QString path = unique_path(install_dir);
+    const QString path = unique_install_path(install_dir);
     // Beside the directory, because installers expect it to be empty. The other places are for a
     // directory whose parent this user can't write.
     for (const QString& place :

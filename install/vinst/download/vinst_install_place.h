@@ -14,6 +14,9 @@ QString install_obstacle(VINST_RELEASE& release);
 /// Warns an administrator whose downloads other users could replace; otherwise empty.
 QString open_download_dir_warning(VINST_RELEASE& release);
 
+/// The same path for every way to write the directory's name, whether it exists or not.
+QString unique_install_path(const QString& dir);
+
 /// Reserves an install directory for one run at a time, in all processes and, on a shared file
 /// system, on all machines. Ends with this object or its process.
 ///

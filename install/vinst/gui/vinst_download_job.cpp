@@ -171,8 +171,8 @@ bool VINST_DOWNLOAD_JOB::check_install_dir()
     std::string error;
     if (!validate_install_path(dir, error, m_host.platform))
         return show_refusal(error);
-    if (!is_empty_or_missing_dir(dir))
-        return refuse(message("ERROR_INSTALLDIR_IS_NOT_EMPTY"));
+    if (!accept_files_in_install_dir())
+        return false;
     QString obstacle = install_obstacle(m_release);
     if (obstacle.isEmpty())
         obstacle = m_install_lock.take(dir);
@@ -180,6 +180,19 @@ bool VINST_DOWNLOAD_JOB::check_install_dir()
         return refuse(utf8(obstacle));
     return has_enough_install_space(m_release, m_choices.platform, m_host.query_volume) ||
            confirm("Insufficient Disk Space", "WARNING_INSUFFICIENT_INSTALLDIR_DISK_SPACE", true);
+}
+
+bool VINST_DOWNLOAD_JOB::accept_files_in_install_dir()
+{
+    const QString& dir = m_choices.install_dir;
+    if (is_empty_or_missing_dir(dir))
+        return true;
+    if (unique_install_path(dir) != m_incomplete_install_dir)
+        return refuse(message("ERROR_INSTALLDIR_IS_NOT_EMPTY"));
+    return ask("Continue the installation?",
+               "The last installation in " + utf8(without_control_characters(dir)) +
+                   " is incomplete. Do you want to install into the same directory again?",
+               false);
 }
 
 bool VINST_DOWNLOAD_JOB::confirm(const QString& title, const char* message_id, bool is_warning)
@@ -287,7 +300,10 @@ VINST_JOB_REPORT VINST_DOWNLOAD_JOB::install_components()
     m_window.show_status(QStringLiteral("Installing the selected components, please wait..."));
     QElapsedTimer clock;
     clock.start();
+    m_is_installing = true;
     const VINST_INSTALL_OUTCOME outcome = m_manager.install();
+    m_is_installing = false;
+    remember_incomplete_installation(outcome);
     const QString status = install_status(outcome, elapsed_seconds(clock));
     m_window.show_status(status);
     for (const QString& line : outcome.not_installed)
@@ -295,6 +311,16 @@ VINST_JOB_REPORT VINST_DOWNLOAD_JOB::install_components()
     run_log().info("%s", utf8(status));
     return {install_report(outcome), outcome.result != VINST_INSTALL_OUTCOME::RESULT::installed,
             true};
+}
+
+void VINST_DOWNLOAD_JOB::remember_incomplete_installation(const VINST_INSTALL_OUTCOME& outcome)
+{
+    using RESULT = VINST_INSTALL_OUTCOME::RESULT;
+    if (outcome.result == RESULT::installed)
+        m_incomplete_install_dir.clear();
+    else if (outcome.result != RESULT::nothing_to_install &&
+             !is_empty_or_missing_dir(m_choices.install_dir))
+        m_incomplete_install_dir = unique_install_path(m_choices.install_dir);
 }
 
 void VINST_DOWNLOAD_JOB::show_time()

@@ -13,6 +13,7 @@
 class VINST_DOWNLOADER_MGR;
 class VINST_RELEASE;
 struct VINST_DIALOG_HOST;
+struct VINST_INSTALL_OUTCOME;
 
 /// What the user has chosen for a job. The window does not let the user change it while the job
 /// runs.
@@ -72,6 +73,8 @@ public:
 
     /// Shows the estimate of the manager. While it is empty, the elapsed time is shown instead.
     void show_time_remaining(const QString& text);
+    /// Whether installers or after-install actions are running.
+    bool is_installing() const { return m_is_installing; }
     /// Clears the times of the last run.
     void forget_times();
 
@@ -89,6 +92,8 @@ private:
     /// Warns once about each directory.
     bool accept_open_download_dir();
     bool check_install_dir();
+    /// Refuses a directory that isn't empty, unless the user continues an incomplete installation.
+    bool accept_files_in_install_dir();
     bool confirm(const QString& title, const char* message_id, bool is_warning);
     bool ask(const QString& title, const std::string& text, bool is_warning);
     bool establish_connection();
@@ -99,6 +104,7 @@ private:
     bool wait_for_retry(int attempt, std::chrono::seconds wait);
     VINST_JOB_REPORT retries_exhausted();
     VINST_JOB_REPORT install_components();
+    void remember_incomplete_installation(const VINST_INSTALL_OUTCOME& outcome);
     void show_time();
 
     VINST_RELEASE& m_release;
@@ -108,6 +114,10 @@ private:
     VINST_JOB_CHOICES m_choices;
     VINST_INSTALL_LOCK m_install_lock; ///< held while a job runs that installs
     QString m_accepted_open_dir;       ///< writable by others, as the user knows
+    /// The unique path of an install directory in which this process has left an incomplete
+    /// installation; otherwise empty.
+    QString m_incomplete_install_dir;
+    bool m_is_installing = false;
     QString m_remaining_text;
     double m_download_seconds = 0; ///< of the job's finished attempts
     QElapsedTimer m_attempt_clock; ///< valid while an attempt runs

@@ -9,11 +9,13 @@
 #include "support/cfgq/cfgq_registry_key.h"
 #include "support/thr/thr_sleep.h"
 
+#include <QPointer>
 #include <QTimer>
 
 #include <memory>
 
 class QAbstractButton;
+class QMessageBox;
 class VINST_ANNOUNCER;
 class VINST_LOG_VIEWER_DLG;
 class VINST_SETTINGS_DLG;
@@ -99,6 +101,9 @@ private:
     void update_label_grounds();
     void take_directories();
 
+    /// Asks before it stops an installation, while that continues.
+    void ask_before_stop();
+    void stop_job();
     void enter_busy_state();
     void return_to_idle();
     bool auto_installs() const;
@@ -117,7 +122,8 @@ private:
     bool m_is_busy = false; ///< a job is on the stack, even while it unwinds after a stop
     bool m_stop_had_focus = false;
     bool m_never_ask_feedback = false;
-    QString m_no_description; ///< shown until the user selects a row
+    QPointer<QMessageBox> m_stop_question; ///< owned by this dialog; while it is shown
+    QString m_no_description;              ///< shown until the user selects a row
     QTimer m_directory_timer; ///< delays the update while the user types in a directory field
     THR_STOP_SUBSCRIPTION m_stop_subscription; ///< destroyed first: it calls this dialog
 };

@@ -140,6 +140,12 @@ QString install_status(const VINST_INSTALL_OUTCOME& outcome, double seconds)
     return verdict + ".  Total install time: " + format_elapsed(seconds);
 }
 
+QString stop_installation_text(const QString& install_dir)
+{
+    return "Stopping now leaves an incomplete installation in " +
+           without_control_characters(install_dir) + ". Do you want to stop it?";
+}
+
 QString retry_status(int attempt, std::chrono::seconds left)
 {
     return "Download failed. Retrying #" + QString::number(attempt) + " after " +

@@ -69,6 +69,8 @@ QString download_report(int components);
 QString install_report(const VINST_INSTALL_OUTCOME& outcome);
 /// The status line after an installation. \param seconds the duration
 QString install_status(const VINST_INSTALL_OUTCOME& outcome, double seconds);
+/// The question before an installation is stopped.
+QString stop_installation_text(const QString& install_dir);
 /// The status line while waiting for the next attempt.
 QString retry_status(int attempt, std::chrono::seconds left);
 /// The message shown when the retry duration is used up.

@@ -8,6 +8,8 @@
 #include "install/vinst/gui/vinst_settings_dlg.h"
 #include "ui_vinst_downloader_dlg.h"
 
+#include <QMessageBox>
+
 #include <utility>
 
 // The part of the main dialog that starts, stops and shows the job.
@@ -65,6 +67,32 @@ void VINST_DOWNLOADER_DLG::stop_download()
 {
     if (!m_is_busy)
         return;
+    if (m_job.is_installing())
+        ask_before_stop();
+    else
+        stop_job();
+}
+
+void VINST_DOWNLOADER_DLG::ask_before_stop()
+{
+    if (m_stop_question != nullptr || is_to_stop())
+        return;
+    m_stop_question = new QMessageBox(this);
+    m_stop_question->setAttribute(Qt::WA_DeleteOnClose);
+    prepare_question(*m_stop_question, QStringLiteral("Stop the installation?"),
+                     stop_installation_text(m_ui->m_install_dir_line_edit->text()), true);
+    connect(m_stop_question, &QDialog::finished, this,
+            [this](int answer)
+            {
+                if (answer == QMessageBox::Yes && m_is_busy)
+                    stop_job();
+            });
+    // Not exec, which would keep the job from continuing until the user answers.
+    m_stop_question->open();
+}
+
+void VINST_DOWNLOADER_DLG::stop_job()
+{
     m_stop_had_focus = m_ui->m_stop_button->hasFocus();
     m_ui->m_stop_button->setEnabled(false);
     m_manager.stop();
@@ -73,7 +101,9 @@ void VINST_DOWNLOADER_DLG::stop_download()
 
 void VINST_DOWNLOADER_DLG::stop_for_exit()
 {
-    stop_download();
+    if (m_is_busy)
+        stop_job();
+    delete m_stop_question;
     dismiss_modal_dialogs();
     if (m_settings_dlg->isVisible())
         m_settings_dlg->reject();
@@ -98,6 +128,7 @@ void VINST_DOWNLOADER_DLG::enter_busy_state()
 void VINST_DOWNLOADER_DLG::return_to_idle()
 {
     m_is_busy = false;
+    delete m_stop_question; // too late for an answer
     m_ui->m_download_treeview->set_editable(true);
     m_settings_dlg->set_job_running(false);
     m_ui->m_download_button->setEnabled(true);
