@@ -16,7 +16,13 @@ enum AFCQ_IMAGE : int
     afcq_checking_movie = 3,
     afcq_failed_icon = 253,
     afcq_not_checked_icon = 541,
-    afcq_passed_icon = 544
+    afcq_passed_icon = 544,
+    afcq_waiting_icon = 601,
+    afcq_downloading_icon = 602,
+    afcq_retrying_icon = 603,
+    afcq_installing_icon = 604,
+    afcq_installed_icon = 605,
+    afcq_checking_icon = 606
 };
 
 /// The icon with that number, sharp at every size; null when there is no such image.

@@ -32,6 +32,7 @@ constexpr qint64 longest_tail = 16 * 1024; // bytes
 constexpr int crash_base = 128;            // as in shells: 128 plus the signal number
 constexpr std::chrono::milliseconds grace_after_stop{1200};
 constexpr std::chrono::milliseconds stop_check_interval{200};
+constexpr std::chrono::milliseconds output_interval{1000};
 
 /// Splits a command: the program, then its arguments.
 struct COMMAND_LIST final : QStringList
@@ -178,7 +179,38 @@ QStringList last_lines_of(const QString& path)
     return lines.mid(std::max(0, lines.size() - shown_lines));
 }
 
-VINST_COMMAND_RESULT run_command(const QString& command, const std::function<bool()>& is_to_stop)
+namespace
+{
+
+/// Reports the last line of a file that grows, once per second if it has changed.
+class OUTPUT_WATCH
+{
+public:
+    OUTPUT_WATCH(const QString& path, const std::function<void(const QString&)>& on_output)
+    {
+        if (!on_output)
+            return;
+        QObject::connect(&m_timer, &QTimer::timeout, &m_timer,
+                         [this, path, on_output]
+                         {
+                             const QStringList lines = last_lines_of(path);
+                             if (lines.isEmpty() || lines.last() == m_last_line)
+                                 return;
+                             m_last_line = lines.last();
+                             on_output(m_last_line);
+                         });
+        m_timer.start(output_interval);
+    }
+
+private:
+    QTimer m_timer;
+    QString m_last_line;
+};
+
+}
+
+VINST_COMMAND_RESULT run_command(const QString& command, const std::function<bool()>& is_to_stop,
+                                 const std::function<void(const QString&)>& on_output)
 {
     const COMMAND_LIST parts(command);
     run_log().info("Run command: %s\n", utf8(command));
@@ -191,6 +223,7 @@ VINST_COMMAND_RESULT run_command(const QString& command, const std::function<boo
     process->setStandardOutputFile(output.name_for_process());
     process->setStandardInputFile(QProcess::nullDevice());
     process->setWorkingDirectory(working_directory(parts.first()));
+    const OUTPUT_WATCH watch(QString::fromStdString(output.path()), on_output);
     run_to_end(*process, is_to_stop);
 
     int code = process->exitCode();

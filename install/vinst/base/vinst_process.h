@@ -22,8 +22,10 @@ struct VINST_COMMAND_RESULT
 ///
 /// \param command     program and arguments in one text, parts with spaces in double quotes
 /// \param is_to_stop  called several times per second; true is a stop request
+/// \param on_output   called with the last line that it has written, at most once per second
 VINST_COMMAND_RESULT run_command(const QString& command,
-                                 const std::function<bool()>& is_to_stop = {});
+                                 const std::function<bool()>& is_to_stop = {},
+                                 const std::function<void(const QString&)>& on_output = {});
 
 /// Starts an installer without waiting for it. \return whether it started
 /// \param ended  called from the event loop with its exit code; not if this program ends first

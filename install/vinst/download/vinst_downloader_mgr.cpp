@@ -436,7 +436,7 @@ void VINST_DOWNLOADER_MGR::prepare_installer(VINST_COMPONENT& component) const
 
 VINST_INSTALL_OUTCOME VINST_DOWNLOADER_MGR::install()
 {
-    return run_installation(m_release, m_passed_components, is_to_stop);
+    return run_installation(m_release, m_passed_components, m_view, is_to_stop);
 }
 
 VINST_CONNECTION_RESULT VINST_DOWNLOADER_MGR::test_download(const VINST_PROXY_SETTINGS& settings)

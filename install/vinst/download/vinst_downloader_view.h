@@ -52,6 +52,18 @@ public:
     /// What names the proxy of the attempt; called after it if the proxy was detected.
     virtual void show_proxy_source(const std::string&) {}
 
+    /// The installer of one of the components that are installed is about to run.
+    /// \param number  of this component, from 1
+    /// \param count   of all components, with those that have no installer
+    virtual void show_installer(VINST_COMPONENT*, int /*number*/, int /*count*/) {}
+    /// The component was installed, by its own or by another one's installer, or its installer has
+    /// failed. The failure is a sentence for the user; empty when it was installed.
+    virtual void show_installer_end(VINST_COMPONENT*, const QString& /*failure*/) {}
+    /// An after-install action is about to run.
+    virtual void show_action(const VINST_COMPONENT&) {}
+    /// The last line that the running installer or action has written; at most once per second.
+    virtual void show_installer_output(const QString&) {}
+
     /// Called while the manager waits: processes pending events; sleeps until there are some.
     virtual void process_events();
 };

@@ -5,6 +5,7 @@
 #include "install/vinst/base/vinst_process.h"
 #include "install/vinst/base/vinst_text.h"
 #include "install/vinst/base/vinst_utils.h"
+#include "install/vinst/download/vinst_downloader_view.h"
 #include "install/vinst/download/vinst_file_check.h"
 #include "install/vinst/release/vinst_data_install.h"
 
@@ -20,7 +21,7 @@ using RESULT = VINST_INSTALL_OUTCOME::RESULT;
 /// A component without an installer to run.
 struct WITHOUT_INSTALLER
 {
-    const VINST_COMPONENT* component;
+    VINST_COMPONENT* component;
     QString reason;
 };
 
@@ -37,8 +38,8 @@ class INSTALLATION
 {
 public:
     INSTALLATION(const VINST_RELEASE& release, const VINST_COMPONENT_LIST& components,
-                 const std::function<bool()>& is_to_stop)
-        : m_release(release), m_components(components), m_is_to_stop(is_to_stop)
+                 VINST_DOWNLOADER_VIEW& view, const std::function<bool()>& is_to_stop)
+        : m_release(release), m_components(components), m_view(view), m_is_to_stop(is_to_stop)
     {
     }
 
@@ -47,6 +48,8 @@ public:
 private:
     bool install_components();
     bool install(VINST_COMPONENT& component);
+    int number_of(VINST_COMPONENT& component) const;
+    void show_end(VINST_COMPONENT& component, bool succeeded) const;
     bool run_actions();
     bool run_action(const VINST_COMPONENT& action);
     bool is_left_out(const VINST_COMPONENT* component) const;
@@ -67,6 +70,7 @@ private:
 
     const VINST_RELEASE& m_release;
     const VINST_COMPONENT_LIST& m_components;
+    VINST_DOWNLOADER_VIEW& m_view;
     const std::function<bool()>& m_is_to_stop;
     QStringList
         m_installed; ///< names of components whose installers ran, and of parts that they enabled
@@ -150,10 +154,29 @@ bool INSTALLATION::install(VINST_COMPONENT& component)
     if (!all_verified || m_is_to_stop())
         return false;
     m_installed << component.name << step.parts;
-    if (!run_to_success(step.command, component, "The installer of " + component.display_name()))
-        return false;
-    m_completed << component.name << step.parts;
-    return true;
+    m_view.show_installer(&component, number_of(component), static_cast<int>(m_components.size()));
+    const bool succeeded =
+        run_to_success(step.command, component, "The installer of " + component.display_name());
+    if (succeeded)
+        m_completed << component.name << step.parts;
+    show_end(component, succeeded);
+    return succeeded;
+}
+
+int INSTALLATION::number_of(VINST_COMPONENT& component) const
+{
+    const auto found = std::find(m_components.begin(), m_components.end(), &component);
+    return static_cast<int>(found - m_components.begin()) + 1;
+}
+
+void INSTALLATION::show_end(VINST_COMPONENT& component, bool succeeded) const
+{
+    m_view.show_installer_end(&component, succeeded ? QString() : m_failure);
+    if (!succeeded)
+        return;
+    for (const auto& [part, reason] : m_without_installer)
+        if (is_installed_by_others(*part, m_installed))
+            m_view.show_installer_end(part, {});
 }
 
 void INSTALLATION::verify_files_of_earlier_runs() const
@@ -211,6 +234,7 @@ bool INSTALLATION::run_action(const VINST_COMPONENT& action)
         return true;
     }
     m_actions.push_back(&action);
+    m_view.show_action(action);
     return run_to_success(command, action, "The action " + action.display_name());
 }
 
@@ -219,7 +243,8 @@ bool INSTALLATION::run_to_success(const QString& command, const VINST_COMPONENT&
 {
     if (m_is_to_stop())
         return false;
-    const VINST_COMMAND_RESULT result = run_command(command, m_is_to_stop);
+    const VINST_COMMAND_RESULT result = run_command(
+        command, m_is_to_stop, [this](const QString& line) { m_view.show_installer_output(line); });
     m_exit_codes[&component] = result.exit_code;
     if (result.exit_code != 0)
         m_failure = failure_text(what, result);
@@ -277,9 +302,10 @@ QString install_verdict(const VINST_INSTALL_OUTCOME& outcome)
 
 VINST_INSTALL_OUTCOME run_installation(const VINST_RELEASE& release,
                                        const VINST_COMPONENT_LIST& components,
+                                       VINST_DOWNLOADER_VIEW& view,
                                        const std::function<bool()>& is_to_stop)
 {
     report("Do install ...", false);
     log_disk_space(utf8(release.install_dir()));
-    return INSTALLATION(release, components, is_to_stop).run();
+    return INSTALLATION(release, components, view, is_to_stop).run();
 }

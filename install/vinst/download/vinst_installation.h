@@ -18,6 +18,8 @@ struct VINST_COMPONENT_INSTALLATION
     QString error = {}; ///< why it isn't. Plain text that may contain text from the manifest
 };
 
+class VINST_DOWNLOADER_VIEW;
+
 /// How an installation ended.
 struct VINST_INSTALL_OUTCOME
 {
@@ -55,7 +57,9 @@ QString install_verdict(const VINST_INSTALL_OUTCOME& outcome);
 /// Blocks, but processes the caller's events. Runs on the thread of the release.
 ///
 /// \param components  verified; the main product's installer reads the files of all of them
+/// \param view        is shown each installer, its output and its end
 /// \param is_to_stop  called before each step, and several times per second while an installer runs
 [[nodiscard]] VINST_INSTALL_OUTCOME run_installation(const VINST_RELEASE& release,
                                                      const VINST_COMPONENT_LIST& components,
+                                                     VINST_DOWNLOADER_VIEW& view,
                                                      const std::function<bool()>& is_to_stop);

@@ -233,6 +233,24 @@ TEST_F(RunCommand, EndsAfterAnEarlierStop)
     EXPECT_EQ(run(poser("poser_hang")), 128 + SIGTERM) << "SIGTERM comes before SIGKILL";
 }
 
+TEST_F(RunCommand, ReportsTheLastLineOfTheOutputWhileItRuns)
+{
+    const std::string script =
+        dir.write("talk.run",
+                  "#!/bin/sh\necho first\nprintf 'second\\n\\n'\nwhile [ ! -e \"$1\" ] "
+                  "&& [ -e \"$0\" ]; do sleep 0.01; done\n",
+                  0755)
+            .string();
+    QStringList lines;
+    const auto on_output = [&](const QString& line)
+    {
+        lines.append(line);
+        write_file(mark, "");
+    };
+    EXPECT_EQ(run_command(QString::fromStdString(script + " " + mark), {}, on_output).exit_code, 0);
+    EXPECT_EQ(lines, QStringList("second"));
+}
+
 TEST_F(RunCommand, StartsADetachedInstallerAndReturns)
 {
     const std::string script =
