@@ -37,6 +37,10 @@ set(VINST_TESTS_LEFT_OUT_ON_WINDOWS
   Logger.SurvivesAFullDisk
   # The installers of these tests are special shell scripts.
   Install.RunsTheActionsAfterTheInstallers TreeView.RunsAnInstallerByItsButton
+  TreeView.ReportsTheStartAndTheEndOfAnInstaller TreeView.DoesNotStartAnInstallerThatIsStillRunning
+  DialogStop.ContinuesAnInstallationIfTheUserSaysNo DialogStop.ClosesItsQuestionWhenTheInstallationEnds
+  DialogStop.OffersToContinueAnIncompleteInstallation DialogStop.RefusesAnotherDirectoryThatIsNotEmpty
+  DialogRows.ShowWhichComponentIsBeingInstalled
   TreeView.RunsAnInstallerByTheReturnKey
   TreeView.RunsNothingWhenThePointerLeavesTheButton DialogStop.EndsARunThatInstalls
   DialogRun.RunsTheActionsThatAreChecked

@@ -24,6 +24,8 @@ class RECORDING_WINDOW final : public VINST_JOB_WINDOW
 {
 public:
     void show_status(const QString& text) override { statuses.append(text); }
+    void show_retry_wait(const VINST_COMPONENT_LIST&, std::chrono::seconds) override {}
+    void show_install_time(std::chrono::seconds) override {}
     void show_time(const QString& text) override { times.append(text); }
     bool ask(const QString& title, const std::string&, bool) override
     {

@@ -277,6 +277,7 @@ bool VINST_DOWNLOAD_JOB::wait_for_retry(int attempt, std::chrono::seconds wait)
     for (std::chrono::seconds left = wait; left > 0s; left -= 1s)
     {
         m_window.show_status(retry_status(attempt, left));
+        m_window.show_retry_wait(m_manager.failed_components(), left);
         if (!wait_unless_stopped(1s))
             return false;
     }
@@ -298,13 +299,12 @@ VINST_JOB_REPORT VINST_DOWNLOAD_JOB::retries_exhausted()
 VINST_JOB_REPORT VINST_DOWNLOAD_JOB::install_components()
 {
     m_window.show_status(QStringLiteral("Installing the selected components, please wait..."));
-    QElapsedTimer clock;
-    clock.start();
-    m_is_installing = true;
+    m_install_clock.start();
     const VINST_INSTALL_OUTCOME outcome = m_manager.install();
-    m_is_installing = false;
+    const double seconds = elapsed_seconds(m_install_clock);
+    m_install_clock.invalidate();
     remember_incomplete_installation(outcome);
-    const QString status = install_status(outcome, elapsed_seconds(clock));
+    const QString status = install_status(outcome, seconds);
     m_window.show_status(status);
     for (const QString& line : outcome.not_installed)
         run_log().info("%s", utf8(line));
@@ -325,6 +325,9 @@ void VINST_DOWNLOAD_JOB::remember_incomplete_installation(const VINST_INSTALL_OU
 
 void VINST_DOWNLOAD_JOB::show_time()
 {
+    if (is_installing())
+        m_window.show_install_time(
+            std::chrono::seconds(static_cast<int>(elapsed_seconds(m_install_clock))));
     if (!m_remaining_text.isEmpty())
     {
         m_window.show_time(m_remaining_text);

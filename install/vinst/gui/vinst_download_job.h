@@ -2,6 +2,7 @@
 
 #include "install/vinst/download/vinst_connection_test.h"
 #include "install/vinst/download/vinst_install_place.h"
+#include "install/vinst/release/vinst_data_components.h"
 
 #include <QElapsedTimer>
 #include <QString>
@@ -46,6 +47,10 @@ public:
     VINST_JOB_WINDOW& operator=(const VINST_JOB_WINDOW&) = delete;
 
     virtual void show_status(const QString& text) = 0;
+    /// The next attempt at these components starts in that time.
+    virtual void show_retry_wait(const VINST_COMPONENT_LIST& failed, std::chrono::seconds left) = 0;
+    /// The time since the installation has begun; shown once per second while it runs.
+    virtual void show_install_time(std::chrono::seconds elapsed) = 0;
     /// The remaining time, or how long the download has taken.
     virtual void show_time(const QString& text) = 0;
 
@@ -74,7 +79,7 @@ public:
     /// Shows the estimate of the manager. While it is empty, the elapsed time is shown instead.
     void show_time_remaining(const QString& text);
     /// Whether installers or after-install actions are running.
-    bool is_installing() const { return m_is_installing; }
+    bool is_installing() const { return m_install_clock.isValid(); }
     /// Clears the times of the last run.
     void forget_times();
 
@@ -117,9 +122,9 @@ private:
     /// The unique path of an install directory in which this process has left an incomplete
     /// installation; otherwise empty.
     QString m_incomplete_install_dir;
-    bool m_is_installing = false;
     QString m_remaining_text;
     double m_download_seconds = 0; ///< of the job's finished attempts
     QElapsedTimer m_attempt_clock; ///< valid while an attempt runs
+    QElapsedTimer m_install_clock; ///< valid while the job installs
     QTimer m_time_updates;         ///< active while a job downloads or installs
 };

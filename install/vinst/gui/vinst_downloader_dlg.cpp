@@ -88,6 +88,7 @@ VINST_DOWNLOADER_DLG::VINST_DOWNLOADER_DLG(VINST_RELEASE& release, VINST_DIALOG_
     set_up_connections();
     rebuild_platform();
     m_ui->m_after_install_actions->restore(m_settings_key);
+    show_installation_step({});
     return_to_idle();
 }
 

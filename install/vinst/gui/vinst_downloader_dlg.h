@@ -72,7 +72,17 @@ private:
     void show_speed(const QString& text) override;
     void show_time_remaining(const QString& text) override;
 
+    void show_attempt(const VINST_COMPONENT_LIST& components) override;
+    void show_progress(const std::vector<VINST_COMPONENT_PROGRESS>& progress,
+                       const VINST_PROGRESS_TOTALS& totals) override;
+    void show_installer(VINST_COMPONENT* component, int number, int count) override;
+    void show_installer_end(VINST_COMPONENT* component, const QString& failure) override;
+    void show_action(const VINST_COMPONENT& action) override;
+    void show_installer_output(const QString& line) override;
+
     // For the job.
+    void show_retry_wait(const VINST_COMPONENT_LIST& failed, std::chrono::seconds left) override;
+    void show_install_time(std::chrono::seconds elapsed) override;
     void show_time(const QString& text) override;
     bool ask(const QString& title, const std::string& text, bool is_warning) override;
     void drop_auto_install() override;
@@ -104,6 +114,9 @@ private:
     /// Asks before it stops an installation, while that continues.
     void ask_before_stop();
     void stop_job();
+    /// Shows or hides what an installation shows: the step, the output, and a busy bar.
+    void show_installation_step(const QString& step);
+    void show_failed_rows();
     void enter_busy_state();
     void return_to_idle();
     bool auto_installs() const;
@@ -123,7 +136,10 @@ private:
     bool m_stop_had_focus = false;
     bool m_never_ask_feedback = false;
     QPointer<QMessageBox> m_stop_question; ///< owned by this dialog; while it is shown
-    QString m_no_description;              ///< shown until the user selects a row
-    QTimer m_directory_timer; ///< delays the update while the user types in a directory field
+    VINST_COMPONENT_LIST m_attempt;        ///< the components of the current or last attempt
+    int m_overall_percent = 0;
+    QString m_installation_step; ///< such as "Installing 2 of 5: The device"; else empty
+    QString m_no_description;    ///< shown until the user selects a row
+    QTimer m_directory_timer;    ///< delays the update while the user types in a directory field
     THR_STOP_SUBSCRIPTION m_stop_subscription; ///< destroyed first: it calls this dialog
 };

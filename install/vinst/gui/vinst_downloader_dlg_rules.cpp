@@ -140,6 +140,17 @@ QString install_status(const VINST_INSTALL_OUTCOME& outcome, double seconds)
     return verdict + ".  Total install time: " + format_elapsed(seconds);
 }
 
+QString installation_step(const VINST_COMPONENT& component, int number, int count)
+{
+    return QStringLiteral("Installing %1 of %2: ").arg(number).arg(count) +
+           component.display_name();
+}
+
+QString installation_step_text(const QString& step, std::chrono::seconds elapsed)
+{
+    return step + " (" + format_elapsed(static_cast<double>(elapsed.count())) + ')';
+}
+
 QString stop_installation_text(const QString& install_dir)
 {
     return "Stopping now leaves an incomplete installation in " +

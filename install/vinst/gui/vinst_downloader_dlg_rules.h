@@ -69,6 +69,10 @@ QString download_report(int components);
 QString install_report(const VINST_INSTALL_OUTCOME& outcome);
 /// The status line after an installation. \param seconds the duration
 QString install_status(const VINST_INSTALL_OUTCOME& outcome, double seconds);
+/// What is being installed: "Installing 2 of 5: Orion device support".
+QString installation_step(const VINST_COMPONENT& component, int number, int count);
+/// The same with the time since the installation has begun.
+QString installation_step_text(const QString& step, std::chrono::seconds elapsed);
 /// The question before an installation is stopped.
 QString stop_installation_text(const QString& install_dir);
 /// The status line while waiting for the next attempt.

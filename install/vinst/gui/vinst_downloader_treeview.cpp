@@ -59,6 +59,7 @@ void VINST_DOWNLOADER_TREEVIEW::populate()
     m_batch_timer.stop();
     m_animation_timer.stop();
     m_checking_rows.clear();
+    m_row_states.clear();
     auto* const model = new VINST_DOWNLOADER_TREEVIEW_MODEL(this);
     model->populate(*m_release, m_platform);
     setModel(model);
@@ -90,6 +91,7 @@ void VINST_DOWNLOADER_TREEVIEW::refresh_from_files()
     {
         show_state_of_file(*row);
         show_progress_text(*row, {});
+        show_row_state(*row, {});
     }
     refresh_run_flags();
 }
@@ -164,16 +166,69 @@ void VINST_DOWNLOADER_TREEVIEW::show_progress_text(ITEM& row, const QString& tex
     QStandardItem& cell = *row.cell(progress_column);
     if (!m_model->store(cell, text))
         return;
-    const QSignalBlocker blocker(m_model);
-    cell.setAccessibleText(text);
+    name_progress(row);
     viewport()->update();
+}
+
+void VINST_DOWNLOADER_TREEVIEW::show_row_state(const VINST_COMPONENT* component,
+                                               const VINST_ROW_STATE& state)
+{
+    if (ITEM* const row = m_model->row_of(component))
+        show_row_state(*row, state);
+}
+
+void VINST_DOWNLOADER_TREEVIEW::show_row_state(ITEM& row, const VINST_ROW_STATE& state)
+{
+    if (state.kind == VINST_ROW_STATE::KIND::none)
+        m_row_states.remove(row.component());
+    else
+        m_row_states.insert(row.component(), state);
+    QStandardItem& cell = *row.cell(progress_column);
+    const QString text = row_state_text(state);
+    if (cell.data(tree_state_text_role).toString() == text)
+        return;
+    {
+        const QSignalBlocker blocker(m_model);
+        cell.setData(static_cast<int>(state.kind), tree_state_role);
+        cell.setData(text, tree_state_text_role);
+    }
+    name_progress(row);
+    viewport()->update();
+}
+
+void VINST_DOWNLOADER_TREEVIEW::name_progress(ITEM& row)
+{
+    QStandardItem& cell = *row.cell(progress_column);
+    QStringList parts{cell.data(tree_cell_role).toString(),
+                      cell.data(tree_state_text_role).toString()};
+    parts.removeAll(QString());
+    const QSignalBlocker blocker(m_model);
+    cell.setAccessibleText(parts.join(", "));
+}
+
+void VINST_DOWNLOADER_TREEVIEW::clear_row_states()
+{
+    const QList<const VINST_COMPONENT*> components = m_row_states.keys();
+    for (const VINST_COMPONENT* component : components)
+        show_row_state(component, {});
+}
+
+void VINST_DOWNLOADER_TREEVIEW::settle_row_states()
+{
+    const QHash<const VINST_COMPONENT*, VINST_ROW_STATE> states = m_row_states;
+    for (auto state = states.begin(); state != states.end(); ++state)
+        show_row_state(state.key(), row_state_after_job(state.value(), state.key()->last_failure));
 }
 
 void VINST_DOWNLOADER_TREEVIEW::hide_bars_of_deselected()
 {
     for (ITEM* row : m_model->rows())
-        if (!row->component()->is_selected())
-            show_progress_text(*row, {});
+    {
+        if (row->component()->is_selected())
+            continue;
+        show_progress_text(*row, {});
+        show_row_state(*row, {});
+    }
 }
 
 void VINST_DOWNLOADER_TREEVIEW::show_integrity(const VINST_COMPONENT* component,

@@ -2,6 +2,7 @@
 
 #include "install/vinst/download/vinst_downloader_view.h"
 #include "install/vinst/gui/vinst_downloader_treeview_model.h"
+#include "install/vinst/gui/vinst_row_state.h"
 #include "support/afcq/afcq_tree_view.h"
 #include "support/cfgq/cfgq_registry_key.h"
 
@@ -42,10 +43,15 @@ public:
     void check(const VINST_COMPONENT_LIST& components);
 
     void show_percentage(const VINST_COMPONENT* component, quint64 percent);
+    void show_row_state(const VINST_COMPONENT* component, const VINST_ROW_STATE& state);
+    /// Removes the states of all rows.
+    void clear_row_states();
+    /// Shows what remains of the states after a job.
+    void settle_row_states();
     void show_integrity(const VINST_COMPONENT* component, VINST_INTEGRITY_STATE state);
     /// Shows the state of each row's file in the download directory, ignoring earlier results.
     void refresh_from_files();
-    /// Removes the progress of the rows that aren't selected.
+    /// Removes the progress and the states of the rows that aren't selected.
     void hide_bars_of_deselected();
     /// Offers the Run button for each component whose verified installer can be started.
     void refresh_run_flags();
@@ -84,6 +90,9 @@ private:
     /// \return whether the state has changed
     bool show_state(ITEM& row, VINST_INTEGRITY_STATE state);
     void show_progress_text(ITEM& row, const QString& text);
+    void show_row_state(ITEM& row, const VINST_ROW_STATE& state);
+    /// Updates what screen readers read in the progress cell.
+    void name_progress(ITEM& row);
     void animate();
 
     VINST_RELEASE* m_release = nullptr;
@@ -96,6 +105,7 @@ private:
     bool m_is_busy = false;
     bool m_is_run_column_shown = false;
     bool m_was_shown = false;
+    QHash<const VINST_COMPONENT*, VINST_ROW_STATE> m_row_states; ///< without those that are none
     QSet<ITEM*> m_checking_rows;
     QSet<const VINST_COMPONENT*> m_running; ///< whose installers run, started by their buttons
     QTimer m_batch_timer;

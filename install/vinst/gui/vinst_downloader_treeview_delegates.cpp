@@ -2,6 +2,7 @@
 
 #include "install/vinst/gui/vinst_downloader_treeview_model.h"
 #include "install/vinst/gui/vinst_downloader_treeview_rules.h"
+#include "install/vinst/gui/vinst_row_state.h"
 #include "support/afcq/afcq_images.h"
 
 #include <QApplication>
@@ -65,6 +66,22 @@ QRect button_rect(const QStyleOptionViewItem& option)
     return option.rect.adjusted(button_margin, button_margin, -button_margin, -button_margin);
 }
 
+/// The place of a row's state beside its progress bar.
+QRect state_rect(const QStyleOptionViewItem& option)
+{
+    constexpr int gap = 3;
+    const int side = std::min(image_size.height(), option.rect.height() - 2);
+    return QStyle::alignedRect(option.direction, Qt::AlignRight | Qt::AlignVCenter,
+                               QSize(side, side), option.rect.adjusted(gap, 0, -gap, 0));
+}
+
+void paint_state(QPainter& painter, const QStyleOptionViewItem& option, const QModelIndex& index)
+{
+    const auto kind = static_cast<VINST_ROW_STATE::KIND>(index.data(tree_state_role).toInt());
+    if (const int number = row_state_icon(kind); number != 0)
+        afcq_get_icon(number).paint(&painter, state_rect(option), Qt::AlignCenter);
+}
+
 QStyleOptionButton run_button(const QStyleOptionViewItem& option)
 {
     QStyleOptionButton button;
@@ -91,11 +108,12 @@ void VINST_DOWNLOADER_TREEVIEW_PROGRESS_BAR_DELEGATE::paint(QPainter* painter,
     if (index.column() != progress_column)
         return QStyledItemDelegate::paint(painter, option, index);
     paint_ground(*painter, option);
+    paint_state(*painter, option, index);
     const int percent = progress_percent(index.data(tree_cell_role).toString());
     if (percent < 0)
         return;
     QStyleOptionProgressBar bar;
-    bar.rect = option.rect.adjusted(bar_margin, 2, -bar_margin, -2);
+    bar.rect = option.rect.adjusted(bar_margin, 2, -state_rect(option).width() - bar_margin, -2);
     // On some platforms an inactive window has no colour for the bar.
     bar.palette = option.palette;
     bar.palette.setCurrentColorGroup(QPalette::Active);

@@ -111,12 +111,23 @@ QVariant VINST_DOWNLOADER_TREEVIEW_MODEL::data(const QModelIndex& index, int rol
     if (role == Qt::AccessibleTextRole && index.column() == name_column && !own.isValid() &&
         data(index, Qt::CheckStateRole).toInt() == Qt::PartiallyChecked)
         return data(index, Qt::DisplayRole).toString() + ", partly selected";
-    const ITEM* const row = role == Qt::ToolTipRole && !own.isValid() ? row_at(index) : nullptr;
-    if (row == nullptr || row->component()->last_failure.isEmpty())
+    if (role != Qt::ToolTipRole || own.isValid())
         return own;
-    const QString& text = row->component()->last_failure;
+    const QString text = tool_tip_at(index);
+    if (text.isEmpty())
+        return own;
     // Tool tips interpret text as markup if it looks like it.
     return Qt::mightBeRichText(text) ? Qt::convertFromPlainText(text) : text;
+}
+
+QString VINST_DOWNLOADER_TREEVIEW_MODEL::tool_tip_at(const QModelIndex& index) const
+{
+    const ITEM* const row = row_at(index);
+    if (row == nullptr)
+        return {};
+    const QString state =
+        index.column() == progress_column ? index.data(tree_state_text_role).toString() : QString();
+    return state.isEmpty() ? row->component()->last_failure : state;
 }
 
 VINST_DOWNLOADER_TREEVIEW_MODEL::ITEM*

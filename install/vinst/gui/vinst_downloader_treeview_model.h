@@ -24,6 +24,9 @@ enum VINST_TREE_COLUMN : int
 inline constexpr int tree_cell_role = Qt::UserRole + 1;
 /// Whether the installer that the cell's Run button has started is still running.
 inline constexpr int tree_running_role = Qt::UserRole + 2;
+/// The state of a row, in its progress cell: as a number, and in words.
+inline constexpr int tree_state_role = Qt::UserRole + 3;
+inline constexpr int tree_state_text_role = Qt::UserRole + 4;
 
 /// A cell of the tree's first column, which represents its row.
 class VINST_DOWNLOADER_TREEVIEW_ITEM final : public QStandardItem
@@ -61,6 +64,7 @@ public:
     void populate(const VINST_RELEASE& release, const QString& platform);
 
     /// A cell without a tool tip of its own has the reason why the component's file isn't verified.
+    /// The progress cell has the state of its row.
     QVariant data(const QModelIndex& index, int role) const override;
 
     /// The row of a component; null when it has none.
@@ -83,6 +87,7 @@ Q_SIGNALS:
     void states_changed();
 
 private:
+    QString tool_tip_at(const QModelIndex& index) const;
     ITEM* append_row(QStandardItem& parent, VINST_COMPONENT* component, const QString& platform);
     void follow_change(QStandardItem* item);
     void push_down(ITEM& row, Qt::CheckState state);
