@@ -184,3 +184,25 @@ TEST(Reports, NameWhatFailed)
               "This application cannot download 1 component(s). Download the files directly from "
               "the Orvane FPGA Download Center.\n\nFailed component(s):\n - One\n");
 }
+
+TEST(DirectoryProblem, IsTheFirstThatDownloadWouldReport)
+{
+    VINST_DIRECTORY_FACTS facts;
+    EXPECT_EQ(directory_problem(facts), "Choose a directory.");
+    facts.path = "/a b";
+    EXPECT_EQ(directory_problem(facts), "The path must not contain blanks.");
+    facts.path = "/a";
+    EXPECT_EQ(directory_problem(facts), "");
+    facts.needed = 3ULL << 30;
+    EXPECT_EQ(directory_problem(facts), "") << "the available space is unknown";
+    facts.available = 1LL << 30;
+    EXPECT_EQ(directory_problem(facts),
+              "There is too little space: 3.00 GB needed, 1.00 GB available.");
+    facts.is_occupied = true;
+    EXPECT_EQ(directory_problem(facts),
+              "This directory is not empty. Choose an empty or a new one.");
+    facts.is_writable = false;
+    EXPECT_EQ(directory_problem(facts), "You have no permission to write to this directory.");
+    facts.is_other_file = true;
+    EXPECT_EQ(directory_problem(facts), "A part of this path is a file, not a directory.");
+}

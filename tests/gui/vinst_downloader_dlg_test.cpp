@@ -547,6 +547,34 @@ TEST_F(Dialog, NeverAsksAgainIfTheUserOptedOut)
     EXPECT_TRUE(dialog->close());
 }
 
+TEST_F(Dialog, ShowsProblemsOfADirectoryWhileItIsTyped)
+{
+    builder.component("one").pattern_content(3000, 1);
+    open();
+    const auto& download = find<QLabel>("m_download_dir_problem_label");
+    const auto& install = find<QLabel>("m_install_dir_problem_label");
+    EXPECT_FALSE(download.isVisible());
+    line("m_download_dir_line_edit").clear();
+    QTest::keyClicks(&line("m_download_dir_line_edit"), path("a b"));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return download.isVisible(); }, long_wait));
+    EXPECT_EQ(download.text(), "The path must not contain blanks.");
+    line("m_download_dir_line_edit").setText(path("release/manifest.json/dl"));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return download.text().contains("file"); }, long_wait));
+    line("m_download_dir_line_edit").setText(path("dl"));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !download.isVisible(); }, long_wait));
+
+    write_file(dir / "inst/file", "x");
+    line("m_install_dir_line_edit").setText(path("inst/"));
+    line("m_install_dir_line_edit").setText(path("inst"));
+    check_auto_install();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return install.isVisible(); }, long_wait));
+    EXPECT_EQ(install.text(), "This directory is not empty. Choose an empty or a new one.");
+    auto_install().setChecked(false);
+    Q_EMIT auto_install().clicked(false);
+    EXPECT_FALSE(install.isVisible());
+    EXPECT_EQ(server.request_count(), 0U);
+}
+
 TEST_F(Dialog, FitsASmallScreen)
 {
     builder.component("veltrin_base");

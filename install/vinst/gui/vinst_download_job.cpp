@@ -187,12 +187,18 @@ bool VINST_DOWNLOAD_JOB::accept_files_in_install_dir()
     const QString& dir = m_choices.install_dir;
     if (is_empty_or_missing_dir(dir))
         return true;
-    if (unique_install_path(dir) != m_incomplete_install_dir)
+    if (!continues_in(dir))
         return refuse(message("ERROR_INSTALLDIR_IS_NOT_EMPTY"));
     return ask("Continue the installation?",
                "The last installation in " + utf8(without_control_characters(dir)) +
                    " is incomplete. Do you want to install into the same directory again?",
                false);
+}
+
+bool VINST_DOWNLOAD_JOB::continues_in(const QString& install_dir) const
+{
+    return !m_incomplete_install_dir.isEmpty() &&
+           unique_install_path(install_dir) == m_incomplete_install_dir;
 }
 
 bool VINST_DOWNLOAD_JOB::confirm(const QString& title, const char* message_id, bool is_warning)

@@ -80,6 +80,9 @@ public:
     void show_time_remaining(const QString& text);
     /// Whether installers or after-install actions are running.
     bool is_installing() const { return m_install_clock.isValid(); }
+    /// Whether the directory has an incomplete installation of this process, which the next run
+    /// offers to continue.
+    bool continues_in(const QString& install_dir) const;
     /// Clears the times of the last run.
     void forget_times();
 

@@ -20,6 +20,7 @@
 #include <QCloseEvent>
 #include <QCoreApplication>
 #include <QDir>
+#include <QFileInfo>
 #include <QUrl>
 
 #include <utility>
@@ -50,6 +51,18 @@ void set_light_ground(QLabel& label, bool is_wanted)
                   : QString();
     if (QWidget& parent = *label.parentWidget(); parent.styleSheet() != style)
         parent.setStyleSheet(style);
+}
+
+VINST_DIRECTORY_FACTS facts_about(const QString& path)
+{
+    VINST_DIRECTORY_FACTS facts;
+    facts.path = path;
+    const QString dir = nearest_existing_dir(path);
+    facts.is_writable = QFileInfo(dir).isWritable();
+    // The first part of the path that is not a directory.
+    const QString rest = QDir(dir).relativeFilePath(QDir(path).absolutePath());
+    facts.is_other_file = rest != "." && QFileInfo::exists(dir + '/' + rest.section('/', 0, 0));
+    return facts;
 }
 
 void set_optional_text(QLabel& label, const QString& text)
@@ -268,14 +281,32 @@ void VINST_DOWNLOADER_DLG::update_space_labels()
     const VINST_SPACE_AVAILABLE available{
         m_host.query_volume(nearest_existing_dir(m_release.ensure_download_dir())),
         m_host.query_volume(nearest_existing_dir(m_release.install_dir()))};
-    const VINST_SPACE_LABELS labels =
-        space_labels(space_figures(m_release, m_platform), available, auto_installs());
+    const VINST_SPACE_FIGURES figures = space_figures(m_release, m_platform);
+    const VINST_SPACE_LABELS labels = space_labels(figures, available, auto_installs());
     m_ui->m_total_download_size_label->setText(labels.download_size);
     m_ui->m_total_install_size_label->setText(labels.install_size);
     m_ui->m_disk_space_required_label->setText(labels.required);
     set_optional_text(*m_ui->m_disk_space_available_label, labels.available);
     set_optional_text(*m_ui->m_download_disk_space_available_label, labels.download_available);
     set_optional_text(*m_ui->m_installation_disk_space_available_label, labels.install_available);
+    update_directory_problems(figures, available);
+}
+
+void VINST_DOWNLOADER_DLG::update_directory_problems(const VINST_SPACE_FIGURES& figures,
+                                                     const VINST_SPACE_AVAILABLE& available)
+{
+    VINST_DIRECTORY_FACTS download = facts_about(m_ui->m_download_dir_line_edit->text());
+    download.needed = figures.to_download;
+    download.available = available.download.available;
+    set_optional_text(*m_ui->m_download_dir_problem_label, directory_problem(download));
+
+    VINST_DIRECTORY_FACTS install = facts_about(m_ui->m_install_dir_line_edit->text());
+    install.is_occupied =
+        !is_empty_or_missing_dir(install.path) && !m_job.continues_in(install.path);
+    install.needed = figures.to_install + (available.is_one_volume() ? figures.to_download : 0);
+    install.available = available.install.available;
+    set_optional_text(*m_ui->m_install_dir_problem_label,
+                      auto_installs() ? directory_problem(install) : QString());
 }
 
 void VINST_DOWNLOADER_DLG::update_licence_link()
@@ -289,6 +320,10 @@ void VINST_DOWNLOADER_DLG::update_label_grounds()
 {
     const bool is_dark = afcq_is_dark(palette());
     set_light_ground(*m_ui->m_download_message_label, is_dark);
+    for (QLabel* const label :
+         {m_ui->m_download_dir_problem_label, m_ui->m_install_dir_problem_label})
+        label->setStyleSheet(is_dark ? "QLabel { color : #ff8a80; }"
+                                     : "QLabel { color : #b00020; }");
     // The inactive link has a light colour itself.
     set_light_ground(*m_ui->m_license_agreement_label, is_dark && auto_installs() && !m_is_busy);
 }

@@ -17,6 +17,7 @@
 class QAbstractButton;
 class QMessageBox;
 class VINST_ANNOUNCER;
+struct VINST_SPACE_AVAILABLE;
 class VINST_LOG_VIEWER_DLG;
 class VINST_SETTINGS_DLG;
 
@@ -107,6 +108,9 @@ private:
     void follow_selection();
     void hand_components_to_manager();
     void update_space_labels();
+    /// Shows below each directory's field what is wrong with it.
+    void update_directory_problems(const VINST_SPACE_FIGURES& figures,
+                                   const VINST_SPACE_AVAILABLE& available);
     void update_licence_link();
     void update_label_grounds();
     void take_directories();

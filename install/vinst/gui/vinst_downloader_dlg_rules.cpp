@@ -5,6 +5,8 @@
 #include "install/vinst/base/vinst_utils.h"
 #include "install/vinst/download/vinst_installation.h"
 
+#include <algorithm>
+
 namespace
 {
 
@@ -96,6 +98,26 @@ VINST_SPACE_LABELS space_labels(const VINST_SPACE_FIGURES& figures,
     labels.install_available =
         available_text("Installation disk space available:", available.install);
     return labels;
+}
+
+QString directory_problem(const VINST_DIRECTORY_FACTS& facts)
+{
+    const QString& path = facts.path;
+    if (path.isEmpty())
+        return QStringLiteral("Choose a directory.");
+    if (std::any_of(path.begin(), path.end(), [](QChar c) { return c.isSpace(); }))
+        return QStringLiteral("The path must not contain blanks.");
+    if (facts.is_other_file)
+        return QStringLiteral("A part of this path is a file, not a directory.");
+    if (!facts.is_writable)
+        return QStringLiteral("You have no permission to write to this directory.");
+    if (facts.is_occupied)
+        return QStringLiteral("This directory is not empty. Choose an empty or a new one.");
+    if (facts.available >= 0 && facts.needed > 0 &&
+        static_cast<quint64>(facts.available) <= facts.needed)
+        return "There is too little space: " + gigabytes_text(facts.needed) + " needed, " +
+               gigabytes_text(static_cast<quint64>(facts.available)) + " available.";
+    return {};
 }
 
 QString needed_components_status(const VINST_COMPONENT_LIST& needed)

@@ -60,6 +60,20 @@ struct VINST_SPACE_LABELS
 VINST_SPACE_LABELS space_labels(const VINST_SPACE_FIGURES& figures,
                                 const VINST_SPACE_AVAILABLE& available, bool auto_install);
 
+/// What is known about a directory that the user is typing.
+struct VINST_DIRECTORY_FACTS
+{
+    QString path;
+    bool is_other_file = false; ///< a file, or below one
+    bool is_writable = true;    ///< or its nearest existing ancestor
+    bool is_occupied = false;   ///< must be empty, but is not
+    quint64 needed = 0;         ///< bytes
+    qint64 available = -1;      ///< bytes; negative when unknown
+};
+
+/// Why Download would refuse the directory or ask about it, in a sentence; empty when it would not.
+QString directory_problem(const VINST_DIRECTORY_FACTS& facts);
+
 /// The status line after components were selected because others need them.
 QString needed_components_status(const VINST_COMPONENT_LIST& needed);
 
