@@ -1,6 +1,6 @@
 #include "support/curl/curl_transfer.h"
 
-#include "support/curl/curl_ca_bundle.h"
+#include "support/curl/curl_ca_store.h"
 #include "support/curl/curl_logger.h"
 #include "support/curl/curl_plain_text.h"
 #include "support/curl/curl_proxy_auth.h"
@@ -121,8 +121,7 @@ void CURL_TRANSFER::set_options(CURL_OPTIONS& options)
     options.set(CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
     options.set(CURLOPT_FOLLOWLOCATION, 1L);
 
-    if (const std::string bundle = curl_find_ca_bundle(); !bundle.empty())
-        options.set(CURLOPT_CAINFO, bundle.c_str());
+    set_certificate_options(options);
     set_address_options(options);
 
     // Not CURLOPT_RESUME_FROM: that fails on servers that don't support range requests.
@@ -152,6 +151,18 @@ void CURL_TRANSFER::set_address_options(CURL_OPTIONS& options)
     options.set(CURLOPT_URL, url().c_str());
     options.set(CURLOPT_MAXREDIRS, m_redirects_left);
     set_proxy_options(options);
+}
+
+void CURL_TRANSFER::set_certificate_options(CURL_OPTIONS& options)
+{
+    const auto set = [&options](CURLoption option, const std::optional<std::string>& path)
+    {
+        if (path)
+            options.set(option, path->empty() ? nullptr : path->c_str());
+    };
+    const CURL_CA_STORE store = curl_find_ca_store();
+    set(CURLOPT_CAINFO, store.file);
+    set(CURLOPT_CAPATH, store.directory);
 }
 
 void CURL_TRANSFER::set_proxy_options(CURL_OPTIONS& options)

@@ -102,6 +102,7 @@ private:
     const std::string& url() const { return m_redirect.empty() ? m_request.url : m_redirect; }
     void set_options(CURL_OPTIONS& options);
     void set_address_options(CURL_OPTIONS& options);
+    void set_certificate_options(CURL_OPTIONS& options);
     void set_proxy_options(CURL_OPTIONS& options);
     void log_proxy() const;
     bool take_header(std::string_view line);

@@ -37,6 +37,13 @@ TEST_AUTHORITY::TEST_AUTHORITY()
     sign("other_host", "DNS:elsewhere.example");
 }
 
+std::filesystem::path TEST_AUTHORITY::ca_directory() const
+{
+    m_dir.write("authorities/ca.pem", read_file(ca_file()));
+    openssl(m_dir, {"rehash", "authorities"});
+    return m_dir / "authorities";
+}
+
 CERTIFICATE TEST_AUTHORITY::named(const std::string& name) const
 {
     return {m_dir / (name + ".pem"), m_dir / (name + ".key")};

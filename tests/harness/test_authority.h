@@ -18,6 +18,9 @@ public:
     /// The CA certificate that a client must trust, for SSL_CERT_FILE or CURL_CA_BUNDLE.
     [[nodiscard]] std::filesystem::path ca_file() const { return m_dir / "ca.pem"; }
 
+    /// A directory with the CA certificate, for SSL_CERT_DIR.
+    [[nodiscard]] std::filesystem::path ca_directory() const;
+
     /// For localhost and 127.0.0.1, signed by the authority.
     [[nodiscard]] CERTIFICATE server() const { return named("server"); }
     /// Signed by the authority, but for elsewhere.example.

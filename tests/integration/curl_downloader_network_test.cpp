@@ -365,6 +365,25 @@ TEST_F(Downloader, TrustsTheConfiguredAuthorities)
     qunsetenv("CURL_CA_BUNDLE");
 }
 
+TEST_F(Downloader, TrustsOnlyTheAuthoritiesOfTheNamedDirectory)
+{
+    const TEST_AUTHORITY authority;
+    dir.write("www/f", body);
+    dir.make_dir("empty");
+    NGINX_OPTIONS options;
+    options.root = dir / "www";
+    options.certificate = authority.server();
+    const NGINX_SERVER origin(options);
+    qputenv("SSL_CERT_DIR", (dir / "empty").c_str());
+    fetch(origin.url("/f"));
+    expect_failure(60, -1);
+    EXPECT_FALSE(exists());
+    qputenv("SSL_CERT_DIR", authority.ca_directory().c_str());
+    EXPECT_EQ(fetch(origin.url("/f")), 200);
+    expect_success(body);
+    qunsetenv("SSL_CERT_DIR");
+}
+
 TEST_F(Downloader, RefusesAnyRedirectFromHttpsToHttp)
 {
     const TEST_AUTHORITY authority;
