@@ -15,7 +15,7 @@ OUTPUT_DIR, which must be empty or new.
 
 The copies have no debugging information. All files get the time SOURCE_DATE_EPOCH, by default that of
 the last commit. The licences of the libraries are those of the Debian packages with the same sources,
-from /usr/share/doc.
+from /usr/share/doc; sbom.spdx.json (SPDX) lists the libraries with their versions and licences.
 END
 }
 
@@ -161,7 +161,7 @@ family_of() { # FILE NAME
 declare -A package_of=(
     [qtbase]=libqt5core5a [qtsvg]=libqt5svg5 [curl]=libcurl4 [onetbb]=libtbb12 [zlib]=libz-mingw-w64
     [gcc-runtime]=gcc-mingw-w64-x86-64-posix-runtime [mingw-w64]=mingw-w64-common
-    [boost]=libboost-dev [fmt]=libfmt-dev [spdlog]=libspdlog-dev
+    [boost]=libboost1.74-dev [fmt]=libfmt-dev [spdlog]=libspdlog-dev
 )
 # The compiler's startup code contains parts of these and is linked into every program.
 declare -A family_files=([gcc-runtime]="every program" [mingw-w64]="every program")
@@ -201,6 +201,48 @@ while read -r name; do
     install -D -m 644 "/usr/share/common-licenses/$name" "$third_party/common-licenses/$name"
 done < <(grep -ho '/usr/share/common-licenses/[A-Za-z0-9.-]*[A-Za-z0-9]' "$third_party"/*.txt |
     sed 's,.*/,,' | sort -u)
+
+# sdk_version FAMILY: prints name and version of the source package of a library in SDK_DIR, or nothing if it
+# is not from there. The version is that of the library if build_sdk.sh has left no other.
+sdk_version() {
+    local headers=$sdk/include parts=$sdk/.parts
+    case $1 in
+        qtbase | qtsvg) cat "$parts/$1" 2>/dev/null || sed -nE "s/^QT_VERSION = /$1-opensource-src /p" "$sdk/mkspecs/qconfig.pri" ;;
+        curl) cat "$parts/curl" 2>/dev/null || sed -nE 's/^#define LIBCURL_VERSION "(.*)"/curl \1/p' "$headers/curl/curlver.h" ;;
+        zlib) cat "$parts/zlib" 2>/dev/null || sed -nE 's/^#define ZLIB_VERSION "(.*)"/libz-mingw-w64 \1/p' "$headers/zlib.h" ;;
+        boost) cat "$parts/boost" 2>/dev/null || sed -nE 's/^#define BOOST_LIB_VERSION "(.*)"/boost1.74 \1/p' "$headers/boost/version.hpp" 2>/dev/null | tr _ . ;;
+        onetbb)
+            cat "$parts/tbb" 2>/dev/null ||
+                sed -nE 's/^#define TBB_VERSION_(MAJOR|MINOR|PATCH) ([0-9]+).*/\2/p' "$headers/oneapi/tbb/version.h" | paste -sd . | sed 's/^/onetbb /'
+            ;;
+    esac
+}
+
+product_version=$(sed -nE 's/^project\(vinst VERSION ([0-9.]+) .*/\1/p' "$here/../../CMakeLists.txt")
+[[ -n $product_version ]] || fail "the version is unknown"
+while read -r family; do
+    package=${package_of[$family]}
+    read -r source version < <(sdk_version "$family" 2>/dev/null || true; echo)
+    # Without a revision, a version is not that of a package.
+    purl=
+    if [[ -n $source ]]; then
+        [[ $version != *-* ]] || purl="$source@$version?arch=source"
+    else
+        # shellcheck disable=SC2016 # dpkg-query expands it
+        read -r source version < <(dpkg-query -W -f='${source:Package} ${Version}\n' "$package")
+        purl=$(dpkg-query -W -f='${Package}@${Version}?arch=${Architecture}' "$package")
+    fi
+    [[ $version =~ ^[0-9] ]] || fail "the version of $family is unknown"
+    printf 'Name: %s\nVersion: %s\nSource: %s\nSupplier: Debian\n' "$family" "$version" "$source"
+    dpkg-query -W -f='Homepage: ${Homepage}\n' "$package"
+    if [[ -n $purl ]]; then
+        purl=${purl//+/%2B}
+        printf 'Purl: pkg:deb/debian/%s&distro=bookworm\n' "${purl//:/%3A}"
+    fi
+    printf 'Files: %s\nCopyright-File: %s\nLicense-Text: %s\n\n' "${family_files[$family]}" "$third_party/$family.txt" \
+        "licenses/third_party/$family.txt"
+done < <(printf '%s\n' "${!family_files[@]}" | sort) |
+    perl "$here/../sbom.pl" vinst-windows-x86_64 "$product_version" "$epoch" >"$out/sbom.spdx.json"
 
 chmod -R u=rwX,go=rX "$out"
 find "$out" -exec touch -h -d "@$epoch" {} +
