@@ -14,5 +14,5 @@ add_link_options(LINKER:-z,relro LINKER:-z,now)
 # The checks need optimization, and the sanitizers replace the functions that are checked.
 if(NOT VINST_SANITIZE)
   add_compile_options(
-    "$<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
+    "$<$<OR:$<CONFIG:Release>,$<CONFIG:RelWithDebInfo>,$<CONFIG:MinSizeRel>>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
 endif()

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#ifndef Q_MOC_RUN // moc of Qt 5.15.2 fails on this header of GCC 10
 #include <filesystem>
+#endif
 #include <functional>
 #include <optional>
 #include <string>
