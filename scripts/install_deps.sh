@@ -36,7 +36,7 @@ for argument in "$@"; do
                          desktop-file-utils appstream python3-jsonschema) ;;
         bench) packages+=(nginx-light aria2 curl openssl time) ;;
         package) packages+=(pandoc debhelper fakeroot dpkg-dev lintian debootstrap git iproute2 mount util-linux
-                            patchelf qt5-qmake libqt5svg5 perl xz-utils) ;;
+                            binutils faketime patchelf qt5-qmake libqt5svg5 perl xz-utils) ;;
         screenshots) packages+=(libgtest-dev libgmock-dev xvfb util-linux fonts-dejavu-core pngquant) ;;
         windows) packages+=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev googletest wine wine64 nsis
                             fonts-dejavu-core libqt5svg5 jq w3m zip unzip xz-utils) ;;

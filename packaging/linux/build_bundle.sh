@@ -4,14 +4,15 @@ set -euo pipefail
 
 usage() {
     cat <<'END'
-Usage: packaging/linux/build_bundle.sh --base host INSTALLED VERSION EPOCH OUT_DIR
+Usage: packaging/linux/build_bundle.sh INSTALLED VERSION EPOCH OUT_DIR
 
 Makes vinst-VERSION-linux-x86_64.tar.xz in OUT_DIR: the programs and documents of the installation with
 the prefix INSTALLED, all libraries that they need except those of glibc, Qt's plugins, the libraries'
-licences, and an SBOM (SPDX). The libraries are those of this machine, a Debian 12 one, so the programs
-run on systems whose glibc is at least as new. All files get the time EPOCH, in seconds since 1970.
+licences, and an SBOM (SPDX). The libraries are those of this system, which has to be Debian, so the
+programs run on systems whose glibc is at least as new. All files get the time EPOCH, in seconds since 1970.
 
-Needs patchelf, perl, qmake and the libraries' packages; installs nothing.
+Needs patchelf, perl, qmake, readelf and the libraries' packages; installs nothing. scripts/package.sh runs it
+in the Debian 11 root of packaging/linux/make_base.sh, or with "--base host" on this machine.
 END
 }
 
@@ -19,8 +20,7 @@ fail() { printf 'build_bundle.sh: %s\n' "$*" >&2; exit 1; }
 
 case ${1:-} in
     --help) usage; exit 0 ;;
-    --base) [[ ${2:-} == host ]] || fail "unknown base: ${2:-}"; shift 2 ;;
-    *) usage >&2; exit 2 ;;
+    -*) usage >&2; exit 2 ;;
 esac
 (($# == 4)) || { usage >&2; exit 2; }
 installed=$(realpath "$1")
@@ -115,40 +115,27 @@ while read -r license; do
 done < <(grep -ohE '/usr/share/common-licenses/[A-Za-z0-9.-]*[A-Za-z0-9]' "$third_party"/*.txt | sed 's,.*/,,' | sort -u |
     while read -r license; do [[ ! -f /usr/share/common-licenses/$license ]] || echo "$license"; done)
 
+# shellcheck source=/dev/null
+codename=$(. /etc/os-release && echo "$VERSION_CODENAME")
 for package in "${sorted[@]}"; do
-    dpkg-query -W -f='${Package}\t${Version}\t${source:Package}\t${source:Version}\t${Maintainer}\t${Homepage}\n' "$package"
-done | perl -MDigest::SHA=sha1_hex -MJSON::PP -MPOSIX=strftime -e '
-    my ($version, $epoch) = @ARGV;
-    my (@packages, @relations);
-    push @packages, {SPDXID => "SPDXRef-vinst", name => "vinst", versionInfo => $version, downloadLocation => "NOASSERTION",
-        filesAnalyzed => JSON::PP::false, licenseConcluded => "MIT", licenseDeclared => "MIT", copyrightText => "2026 the vinst authors"};
-    my $all = $version;
-    while (my $line = <STDIN>) {
-        chomp $line;
-        my ($name, $release, $source, $source_release, $maintainer, $homepage) = split /\t/, $line, -1;
-        (my $id = "SPDXRef-$name") =~ s/[^A-Za-z0-9.-]/-/g;
-        my $purl = "pkg:deb/debian/$name\@$release?arch=amd64&distro=bookworm";
-        $purl =~ s/\+/%2B/g;
-        my $package = {SPDXID => $id, name => $name, versionInfo => $release, supplier => "Organization: $maintainer",
-            downloadLocation => "NOASSERTION", filesAnalyzed => JSON::PP::false, licenseConcluded => "NOASSERTION",
-            licenseDeclared => "NOASSERTION", copyrightText => "NOASSERTION", sourceInfo => "built from $source $source_release",
-            licenseComments => "licenses/third_party/$name.txt",
-            externalRefs => [{referenceCategory => "PACKAGE-MANAGER", referenceType => "purl", referenceLocator => $purl}]};
-        $package->{homepage} = $homepage if $homepage ne "";
-        push @packages, $package;
-        push @relations, {spdxElementId => "SPDXRef-vinst", relationshipType => "CONTAINS", relatedSpdxElement => $id};
-        $all .= " $name $release";
-    }
-    my $digest = sha1_hex($all);
-    print JSON::PP->new->canonical->pretty->encode({spdxVersion => "SPDX-2.3", dataLicense => "CC0-1.0", SPDXID => "SPDXRef-DOCUMENT",
-        name => "vinst-$version-linux-x86_64", documentNamespace => "https://docs.orvane.example/spdx/vinst-$version-linux-x86_64-$digest",
-        creationInfo => {created => strftime("%Y-%m-%dT%H:%M:%SZ", gmtime $epoch), creators => ["Organization: the vinst authors"]},
-        packages => \@packages,
-        relationships => [{spdxElementId => "SPDXRef-DOCUMENT", relationshipType => "DESCRIBES", relatedSpdxElement => "SPDXRef-vinst"}, @relations]});
-' "$version" "$epoch" >"$top/sbom.spdx.json"
+    # shellcheck disable=SC2016 # dpkg-query expands it
+    dpkg-query -W -f='Name: ${Package}\nVersion: ${Version}\nSource: ${source:Package} ${source:Version}\nSupplier: ${Maintainer}\nHomepage: ${Homepage}\n' "$package"
+    # packaging/linux/make_base.sh builds these from sources of Debian 12.
+    source=$(dpkg-query -W -f='${source:Package}@${source:Version}' "$package")
+    if [[ $source == *~vinst11 ]]; then
+        purl="${source%~vinst11}?arch=source&distro=bookworm"
+    else
+        purl=$(dpkg-query -W -f='${Package}@${Version}' "$package")"?arch=amd64&distro=$codename"
+    fi
+    purl=${purl//+/%2B}
+    printf 'Purl: pkg:deb/debian/%s\n' "${purl//:/%3A}"
+    printf 'Copyright-File: %s\nLicense-Text: %s\n\n' "$third_party/$package.txt" "licenses/third_party/$package.txt"
+done | perl "$root/packaging/sbom.pl" "vinst-linux-x86_64" "$version" "$epoch" >"$top/sbom.spdx.json"
 
 # ---- The archive ----
 
+glibc=$(getconf GNU_LIBC_VERSION)
+"$root/packaging/linux/check_symbols.sh" "$top" "${glibc#glibc }"
 chmod -R u=rwX,go=rX "$top"
 chmod 755 "$top"/bin/vinst "$top"/bin/vinst_gui "$top"/bin/vinst_release "$top"/lib/vinst_pac "$top"/lib/vinst_desktop_proxy
 tar -C "$work" --sort=name --mtime="@$epoch" --owner=0 --group=0 --numeric-owner --format=gnu -cf "$work/$name.tar" "$name"
