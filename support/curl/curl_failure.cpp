@@ -11,7 +11,6 @@ namespace
 using KIND = CURL_FAILURE::KIND;
 
 constexpr int first_error_status = 400;
-constexpr int proxy_authentication_required = 407;
 
 /// libcurl has no result code of its own for a CONNECT that the proxy refuses.
 bool is_refused_tunnel(const CURL_EXCHANGE& exchange)
@@ -28,7 +27,7 @@ KIND kind_of(int curl_code, const CURL_EXCHANGE& exchange)
     case CURLE_ABORTED_BY_CALLBACK:
         return KIND::stopped;
     case CURLE_HTTP_RETURNED_ERROR:
-        return exchange.status == proxy_authentication_required || is_refused_tunnel(exchange)
+        return exchange.status == curl_proxy_authentication_required || is_refused_tunnel(exchange)
                    ? KIND::proxy_status
                    : KIND::http_status;
     case CURLE_COULDNT_RESOLVE_PROXY:

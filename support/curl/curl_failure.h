@@ -29,6 +29,8 @@ struct CURL_FAILURE
         {}; ///< those that it offers with status 407, such as "Digest, Basic"
 };
 
+inline constexpr int curl_proxy_authentication_required = 407; ///< HTTP status
+
 /// How far a request got.
 struct CURL_EXCHANGE
 {

@@ -2,28 +2,19 @@
 
 #include "support/curl/curl_ca_store.h"
 #include "support/curl/curl_logger.h"
-#include "support/curl/curl_plain_text.h"
-#include "support/curl/curl_proxy_auth.h"
-#include "support/curl/curl_proxy_environment.h"
 #include "support/curl/curl_rate_limit.h"
 #include "support/curl/curl_redact.h"
-#include "support/fio/fio_file_system.h"
-#include "support/fio/fio_flusher.h"
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <utility>
 
 namespace
 {
 
-constexpr std::size_t write_block = 256 * 1024;         // bytes collected for one write
-constexpr std::uint64_t flush_block = 64 * 1024 * 1024; // bytes
-constexpr std::size_t receive_buffer = 512 * 1024;      // bytes
-constexpr std::size_t head_limit = 256 * 1024;          // bytes of all headers together
-constexpr auto longest_in_memory = std::chrono::milliseconds(300);
-constexpr long redirect_limit = 10;
-constexpr int proxy_authentication_required = 407;
+constexpr std::size_t receive_buffer = 512 * 1024; // bytes
+constexpr std::size_t head_limit = 256 * 1024;     // bytes of all headers together
 // A body of unknown length that pauses at the expected size has probably ended.
 constexpr auto longest_wait_for_end = std::chrono::seconds(1);
 
@@ -44,8 +35,8 @@ CURL_TRANSFER::CURL_TRANSFER(CURL_REQUEST request, const CURL_CONNECTION_SETTING
                              FIO_FLUSHER& flusher)
     : m_request(std::move(request)),
       m_settings(settings), m_size{m_request.expected_size, settings.size_limit},
-      m_flusher(flusher), m_error_buffer(CURL_ERROR_SIZE), m_end(m_request.end),
-      m_pace(settings.stall_timeout), m_redirects_left(redirect_limit)
+      m_error_buffer(CURL_ERROR_SIZE), m_target(m_request, flusher, settings.flush_interval),
+      m_pace(settings.stall_timeout), m_route(m_request.url, settings)
 {
 }
 
@@ -53,31 +44,22 @@ CURL_TRANSFER::~CURL_TRANSFER() = default;
 
 bool CURL_TRANSFER::prepare()
 {
-    const auto file = FIO_FILE_SYSTEM::identity(m_request.path);
-    const std::uint64_t size = file ? file->size : 0;
-    m_counted_from = m_request.counted_from.value_or(size);
-    m_received = received_at(size);
+    const bool is_complete = m_target.is_complete_on_disk();
     if (!report_progress())
     {
         store(*m_own_outcome, 0);
         return false;
     }
-    // The size was read without opening the file: a complete one may be read-only.
-    if (file && end() != 0 && m_request.begin + size >= end())
+    if (is_complete)
     {
         store({}, 0);
         return false;
     }
-    if (!m_file.open(m_request.path, FIO_APPEND_FILE::OPENING::existing_only) &&
-        !m_file.error().empty())
+    if (!m_target.open_existing())
     {
-        store({CURLE_WRITE_ERROR, m_file.error()}, 0);
+        store({CURLE_WRITE_ERROR, m_target.error()}, 0);
         return false;
     }
-    m_offset = m_file.size();
-    m_counted_from = m_request.counted_from.value_or(m_offset);
-    m_received = received_at(m_offset);
-    m_flushed = m_received;
 
     m_handle.reset(curl_easy_init());
     if (m_handle == nullptr)
@@ -93,7 +75,6 @@ bool CURL_TRANSFER::prepare()
         return false;
     }
     m_start = CLOCK::now();
-    m_last_flush = m_start;
     m_pace.start(m_start);
     return true;
 }
@@ -122,7 +103,7 @@ void CURL_TRANSFER::set_options(CURL_OPTIONS& options)
     options.set(CURLOPT_FOLLOWLOCATION, 1L);
 
     set_certificate_options(options);
-    set_address_options(options);
+    m_route.set_options(options);
 
     // Not CURLOPT_RESUME_FROM: that fails on servers that don't support range requests.
     m_requests_range = position() > 0;
@@ -146,13 +127,6 @@ void CURL_TRANSFER::set_options(CURL_OPTIONS& options)
     }
 }
 
-void CURL_TRANSFER::set_address_options(CURL_OPTIONS& options)
-{
-    options.set(CURLOPT_URL, url().c_str());
-    options.set(CURLOPT_MAXREDIRS, m_redirects_left);
-    set_proxy_options(options);
-}
-
 void CURL_TRANSFER::set_certificate_options(CURL_OPTIONS& options)
 {
     const auto set = [&options](CURLoption option, const std::optional<std::string>& path)
@@ -163,30 +137,6 @@ void CURL_TRANSFER::set_certificate_options(CURL_OPTIONS& options)
     const CURL_CA_STORE store = curl_find_ca_store();
     set(CURLOPT_CAINFO, store.file);
     set(CURLOPT_CAPATH, store.directory);
-}
-
-void CURL_TRANSFER::set_proxy_options(CURL_OPTIONS& options)
-{
-    m_proxy = curl_proxy_for(url(), m_settings.proxy);
-    log_proxy();
-    options.set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
-    // Both are set in any case, so that libcurl doesn't read the environment itself.
-    options.set(CURLOPT_PROXY, curl_proxy_url(m_proxy).c_str());
-    options.set(CURLOPT_NOPROXY, "");
-    options.set(CURLOPT_PROXYUSERPWD, static_cast<const char*>(nullptr));
-    m_offered_auth = 0;
-    m_proxy_auth = curl_first_proxy_auth();
-    options.set(CURLOPT_PROXYAUTH, m_proxy_auth);
-}
-
-void CURL_TRANSFER::log_proxy() const
-{
-    if (m_settings.logger == nullptr || m_proxy.source().empty())
-        return;
-    const std::string address = curl_plain_text(curl_redact(m_proxy.address()));
-    m_settings.logger->debug("%s: %s (%s)", curl_host_and_port(url()),
-                             address.empty() ? "no proxy" : "through the proxy " + address,
-                             m_proxy.source());
 }
 
 std::size_t CURL_TRANSFER::on_header(char* text, std::size_t size, std::size_t count, void* self)
@@ -220,27 +170,8 @@ bool CURL_TRANSFER::take_head()
     const std::string here = text;
     if (m_head.redirects_to_http() && curl_has_scheme(here, "https"))
         return end_with({CURLE_UNSUPPORTED_PROTOCOL, "The server redirects from https to http"});
-    m_follows_redirect = needs_another_proxy(here);
+    m_follows_redirect = m_route.leaves_by(m_head, handle(), here);
     return !m_follows_redirect;
-}
-
-/// Whether a redirect leads to an address for which the environment names another proxy. libcurl
-/// keeps the one that was set, so that address is requested separately.
-bool CURL_TRANSFER::needs_another_proxy(const std::string& effective_url)
-{
-    long followed = 0;
-    curl_easy_getinfo(handle(), CURLINFO_REDIRECT_COUNT, &followed);
-    const std::string target = curl_absolute_url(effective_url, m_head.locations.front());
-    if (followed >= m_redirects_left ||
-        (!curl_has_scheme(target, "http") && !curl_has_scheme(target, "https")))
-        return false; // libcurl reports the error
-    const CURL_PROXY_INFO next = curl_proxy_for(target, m_settings.proxy);
-    if (next.address() == m_proxy.address() && next.username() == m_proxy.username() &&
-        next.password() == m_proxy.password())
-        return false;
-    m_redirects_left -= followed + 1;
-    m_redirect = target;
-    return true;
 }
 
 std::size_t CURL_TRANSFER::on_body(char* bytes, std::size_t size, std::size_t count, void* self)
@@ -279,14 +210,14 @@ bool CURL_TRANSFER::take_body(const char* bytes, std::size_t size)
     if (size == 0)
         return report_progress();
 
-    if (m_pending.empty())
-        m_pending_since = m_pace.last_activity();
-    const std::uint64_t most = m_end != 0 ? std::min(m_end, m_size.most()) : m_size.most();
+    const std::uint64_t most =
+        std::min(m_size.most(),
+                 m_target.end() != 0 ? m_target.end() : std::numeric_limits<std::uint64_t>::max());
     const auto wanted =
         static_cast<std::size_t>(std::min<std::uint64_t>(size, most - std::min(most, position())));
-    m_pending.insert(m_pending.end(), bytes, bytes + wanted);
+    m_target.collect(bytes, wanted, m_pace.last_activity());
     const bool is_too_long = wanted < size;
-    if ((m_pending.size() >= write_block || is_too_long) && !write_pending())
+    if ((m_target.has_block() || is_too_long) && !write_collected())
         return false;
     if (is_too_long)
         return end_with(most < m_size.most() ? CURL_OUTCOME() : m_size.too_long());
@@ -297,18 +228,13 @@ bool CURL_TRANSFER::start_body()
 {
     m_decision = m_request.is_piece()
                      ? curl_decide_on_piece(m_head, position(), m_size, m_request.validator)
-                     : curl_decide_on_body(m_head, m_offset, m_size);
+                     : curl_decide_on_body(m_head, position(), m_size);
     if (m_decision->action == CURL_BODY_DECISION::ACTION::refuse)
         return end_with(m_decision->refusal);
     if (m_decision->action == CURL_BODY_DECISION::ACTION::already_whole)
         return end_with({});
-    if (!m_file.is_open() &&
-        !m_file.open(m_request.path, FIO_APPEND_FILE::OPENING::create_if_missing))
-        return end_with({CURLE_WRITE_ERROR, m_file.error()});
-    if (m_file.size() != m_offset)
-        return end_with({CURLE_WRITE_ERROR,
-                         "Cannot write " + m_request.path + ": another process has changed it"});
-    m_pending.reserve(write_block + CURL_MAX_WRITE_SIZE);
+    if (!m_target.open_for_body(CURL_MAX_WRITE_SIZE))
+        return end_with({CURLE_WRITE_ERROR, m_target.error()});
     if (m_on_body)
         m_on_body();
     return true;
@@ -321,24 +247,9 @@ bool CURL_TRANSFER::may_be_a_page() const
            position() < m_request.expected_size;
 }
 
-bool CURL_TRANSFER::write_pending()
+bool CURL_TRANSFER::write_collected()
 {
-    if (m_pending.empty())
-        return true;
-    const bool written = m_file.append(m_pending.data(), m_pending.size());
-    m_pending.clear();
-    m_received = received_at(m_file.size());
-    return written || end_with({CURLE_WRITE_ERROR, m_file.error()});
-}
-
-/// Restores the file as it was when the transfer began.
-bool CURL_TRANSFER::remove_received()
-{
-    m_pending.clear();
-    if (!m_file.shorten(m_offset))
-        return false;
-    m_received = received_at(m_offset);
-    return true;
+    return m_target.write() || end_with({CURLE_WRITE_ERROR, m_target.error()});
 }
 
 std::string CURL_TRANSFER::validator() const
@@ -353,7 +264,7 @@ bool CURL_TRANSFER::report_progress()
     if (m_settings.progress_callback == nullptr)
         return true;
     const std::uint64_t total = m_decision ? m_decision->total.value_or(0) : 0;
-    if (m_settings.progress_callback(m_request.data, total, m_received) == 0)
+    if (m_settings.progress_callback(m_request.data, total, m_target.received()) == 0)
         return true;
     return end_with({CURLE_ABORTED_BY_CALLBACK, "Stopped"});
 }
@@ -364,13 +275,13 @@ bool CURL_TRANSFER::keep_going(CLOCK::time_point now)
         return false;
     // The start of a body that may be a page is held back, because most pages fit into memory. What
     // was written of a longer one is removed when it ends.
-    const bool is_held_back = may_be_a_page() && m_file.size() == m_offset;
-    if (!m_pending.empty() && !is_held_back && now - m_pending_since >= longest_in_memory &&
-        !write_pending())
+    const bool is_held_back = may_be_a_page() && m_target.is_as_before();
+    if (m_target.is_overdue(now) && !is_held_back && !write_collected())
         return false;
-    if (!flush_now_and_then(now))
-        return false;
-    if (end() != 0 && position() >= end() && now - m_pace.last_activity() >= longest_wait_for_end)
+    if (!m_target.flush_now_and_then(now))
+        return end_with({CURLE_WRITE_ERROR, m_target.error()});
+    if (m_target.end() != 0 && position() >= m_target.end() &&
+        now - m_pace.last_activity() >= longest_wait_for_end)
         return end_with({});
     // A pause is not the server's fault. When it is over, libcurl reads what the server has sent
     // meanwhile before this is called.
@@ -402,21 +313,6 @@ bool CURL_TRANSFER::resume()
     return true;
 }
 
-bool CURL_TRANSFER::flush_now_and_then(CLOCK::time_point now)
-{
-    const std::uint64_t unflushed = m_received - m_flushed;
-    if (unflushed >= flush_block ||
-        (unflushed > 0 && now - m_last_flush >= m_settings.flush_interval))
-    {
-        m_flusher.request(m_file);
-        m_flushed = m_received;
-        m_last_flush = now;
-    }
-    const std::error_code error = m_flusher.error_of(m_file);
-    return !error ||
-           end_with({CURLE_WRITE_ERROR, "Cannot write " + m_request.path + ": " + error.message()});
-}
-
 bool CURL_TRANSFER::end_with(CURL_OUTCOME outcome)
 {
     if (!m_own_outcome)
@@ -442,24 +338,19 @@ CURL_OUTCOME CURL_TRANSFER::libcurl_outcome(CURLcode result) const
                                                    : std::string(curl_easy_strerror(result))};
 }
 
-bool CURL_TRANSFER::has_reached_its_end() const
-{
-    return end() != 0 && m_request.begin + m_file.size() >= end();
-}
-
-CURL_OUTCOME CURL_TRANSFER::judge(const CURL_OUTCOME& result) const
+CURL_OUTCOME CURL_TRANSFER::judge(const CURL_OUTCOME& result)
 {
     if (m_own_outcome && (m_own_outcome->curl_code == CURLE_WRITE_ERROR ||
                           m_own_outcome->curl_code == CURLE_FILESIZE_EXCEEDED))
         return *m_own_outcome;
-    if (const std::error_code error = m_flusher.error_of(m_file); error)
-        return {CURLE_WRITE_ERROR, "Cannot write " + m_request.path + ": " + error.message()};
-    if (has_reached_its_end())
+    if (m_target.has_flush_error())
+        return {CURLE_WRITE_ERROR, m_target.error()};
+    if (m_target.has_reached_end())
         return {};
     if (m_own_outcome)
         return *m_own_outcome;
-    CURL_OUTCOME outcome = curl_judge_end(result, m_head, m_size, m_request.begin + m_offset,
-                                          m_skipped, m_decision.has_value());
+    CURL_OUTCOME outcome =
+        curl_judge_end(result, m_head, m_size, m_target.start(), m_skipped, m_decision.has_value());
     return outcome.curl_code == CURLE_OK ? m_size.judge_end(position()) : outcome;
 }
 
@@ -479,7 +370,7 @@ bool CURL_TRANSFER::follow_redirect(CURL_OPTIONS& options)
 {
     if (!m_follows_redirect || m_own_outcome)
         return false;
-    set_address_options(options);
+    m_route.set_options(options);
     return true;
 }
 
@@ -493,28 +384,11 @@ bool CURL_TRANSFER::drop_range(CURLcode result, CURL_OPTIONS& options)
     return true;
 }
 
-bool CURL_TRANSFER::is_login_required(const CURL_EXCHANGE& exchange) const
-{
-    const int status = exchange.status != 0 ? exchange.status : exchange.connect_status;
-    return m_proxy.has_host() && status == proxy_authentication_required;
-}
-
 bool CURL_TRANSFER::try_another_login(CURL_OPTIONS& options)
 {
-    if (m_own_outcome || !is_login_required(curl_read_exchange(handle(), m_head.status)))
-        return false;
-    // To a wrong password, a proxy may answer with the refused scheme alone.
-    m_offered_auth |= curl_offered_proxy_auth(handle());
-    // A host that --proxy names may contain credentials.
-    const bool has_user =
-        !m_proxy.username().empty() || m_proxy.host().find('@') != std::string::npos;
-    m_proxy_auth = curl_next_proxy_auth(m_proxy_auth, m_offered_auth, has_user);
-    if (m_proxy_auth == 0)
-        return false;
-    options.set(CURLOPT_PROXYAUTH, m_proxy_auth);
-    if (!has_user) // libcurl uses a ticket only for a user, who may have no name
-        options.set(CURLOPT_PROXYUSERPWD, ":");
-    return true;
+    return !m_own_outcome &&
+           m_route.is_login_required(curl_read_exchange(handle(), m_head.status)) &&
+           m_route.try_another_login(handle(), options);
 }
 
 void CURL_TRANSFER::start_repeat()
@@ -548,24 +422,20 @@ void CURL_TRANSFER::finish(CURLcode result)
     // other hand, may be the start of the file.
     const bool is_page = result == CURLE_OK && may_be_a_page();
     if (!is_page)
-        write_pending();
-    m_flusher.withdraw(m_file);
+        write_collected();
     CURL_OUTCOME outcome = judge(libcurl_outcome(result));
-    if (is_page && !remove_received())
-        outcome = {CURLE_WRITE_ERROR, m_file.error()};
-
     // An empty body must still create the file.
-    if (outcome.curl_code == CURLE_OK && !m_file.is_open() &&
-        !m_file.open(m_request.path, FIO_APPEND_FILE::OPENING::create_if_missing))
-        outcome = {CURLE_WRITE_ERROR, m_file.error()};
+    if ((is_page && !m_target.undo()) ||
+        (outcome.curl_code == CURLE_OK && !m_target.create_if_missing()))
+        outcome = {CURLE_WRITE_ERROR, m_target.error()};
     m_ended_before_the_file = outcome.curl_code == CURLE_OK && m_request.expected_size != 0 &&
                               position() < m_request.expected_size;
     // Closed before the result is published, so that readers see the final modification time.
-    m_file.close();
+    m_target.close();
 
     if (m_settings.progress_callback != nullptr)
         m_settings.progress_callback(m_request.data, m_decision ? m_decision->total.value_or(0) : 0,
-                                     m_received);
+                                     m_target.received());
     store(outcome, answered_status(result));
 }
 
@@ -580,10 +450,10 @@ void CURL_TRANSFER::keep_failure(const CURL_OUTCOME& outcome, int status)
     }
     m_failure = curl_failure_of(outcome, exchange);
     m_failure.server = curl_host_and_port(url != nullptr ? url : m_request.url);
-    m_failure.proxy = curl_redact(m_proxy.address());
-    m_failure.proxy_source = m_proxy.source();
-    if (m_handle != nullptr && is_login_required(exchange))
-        m_failure.proxy_schemes = curl_auth_names(m_offered_auth);
+    m_failure.proxy = curl_redact(m_route.proxy().address());
+    m_failure.proxy_source = m_route.proxy().source();
+    if (m_handle != nullptr && m_route.is_login_required(exchange))
+        m_failure.proxy_schemes = m_route.offered_schemes();
 }
 
 void CURL_TRANSFER::store(const CURL_OUTCOME& outcome, int status)
@@ -592,8 +462,9 @@ void CURL_TRANSFER::store(const CURL_OUTCOME& outcome, int status)
     if (m_request.data == nullptr || m_ended_before_the_file)
         return;
     // After CONNECT, too.
-    const bool is_login = m_failure.status == proxy_authentication_required;
-    curl_store_result(*m_request.data, outcome, is_login ? proxy_authentication_required : status);
+    const bool is_login = m_failure.status == curl_proxy_authentication_required;
+    curl_store_result(*m_request.data, outcome,
+                      is_login ? curl_proxy_authentication_required : status);
 }
 
 int CURL_TRANSFER::on_trace(CURL*, curl_infotype type, char* text, std::size_t size, void* self)

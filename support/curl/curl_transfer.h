@@ -4,11 +4,11 @@
 #include "support/curl/curl_easy.h"
 #include "support/curl/curl_pace.h"
 #include "support/curl/curl_request.h"
-#include "support/fio/fio_append_file.h"
+#include "support/curl/curl_route.h"
+#include "support/curl/curl_target.h"
 
 #include <curl/curl.h>
 
-#include <algorithm>
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -65,9 +65,9 @@ public:
     void set_body_callback(std::function<void()> callback) { m_on_body = std::move(callback); }
     /// Where the part that it writes ends. May be moved while it runs, but not to before
     /// `position`; 0: with the complete file.
-    void set_end(std::uint64_t end) { m_end = end; }
+    void set_end(std::uint64_t end) { m_target.set_end(end); }
     /// Where the next byte that it receives belongs in the complete file.
-    std::uint64_t position() const { return m_request.begin + m_file.size() + m_pending.size(); }
+    std::uint64_t position() const { return m_target.position(); }
     /// What identifies the version of the file that is received; empty before the body has begun,
     /// or when the server offers no such thing or the file has another size.
     std::string validator() const;
@@ -99,42 +99,26 @@ private:
     static std::size_t on_body(char* bytes, std::size_t size, std::size_t count, void* self);
     static int on_trace(CURL* handle, curl_infotype type, char* text, std::size_t size, void* self);
 
-    const std::string& url() const { return m_redirect.empty() ? m_request.url : m_redirect; }
     void set_options(CURL_OPTIONS& options);
-    void set_address_options(CURL_OPTIONS& options);
     void set_certificate_options(CURL_OPTIONS& options);
-    void set_proxy_options(CURL_OPTIONS& options);
-    void log_proxy() const;
     bool take_header(std::string_view line);
     bool take_head();
-    bool needs_another_proxy(const std::string& effective_url);
     void read_unended_head();
     bool take_body(const char* bytes, std::size_t size);
     void obey_rate_limit(std::size_t received);
     bool start_body();
     bool may_be_a_page() const;
-    std::uint64_t received_at(std::uint64_t size) const
-    {
-        return size - std::min(size, m_counted_from);
-    }
-    bool write_pending();
-    bool remove_received();
-    bool flush_now_and_then(CLOCK::time_point now);
+    bool write_collected();
     /// \return whether the caller wants the transfer to continue
     bool report_progress();
     /// The first outcome of several counts.
     /// \return false
     bool end_with(CURL_OUTCOME outcome);
     CURL_OUTCOME libcurl_outcome(CURLcode result) const;
-    CURL_OUTCOME judge(const CURL_OUTCOME& result) const;
+    CURL_OUTCOME judge(const CURL_OUTCOME& result);
     bool follow_redirect(CURL_OPTIONS& options);
     bool drop_range(CURLcode result, CURL_OPTIONS& options);
     bool try_another_login(CURL_OPTIONS& options);
-    /// Whether the last response is a proxy's request for credentials.
-    bool is_login_required(const CURL_EXCHANGE& exchange) const;
-    /// Of the part that is written, as an offset in the complete file; 0: unknown.
-    std::uint64_t end() const { return m_end != 0 ? m_end : m_request.expected_size; }
-    bool has_reached_its_end() const;
     int answered_status(CURLcode result) const;
     void store(const CURL_OUTCOME& outcome, int status);
     void keep_failure(const CURL_OUTCOME& outcome, int status);
@@ -142,34 +126,19 @@ private:
     const CURL_REQUEST m_request;
     const CURL_CONNECTION_SETTINGS& m_settings;
     const CURL_FILE_SIZE m_size;
-    FIO_FLUSHER& m_flusher;
     std::unique_ptr<curl_slist, LIST_DELETER> m_headers; ///< outlives the handle
     std::unique_ptr<CURL, EASY_DELETER> m_handle;
     std::vector<char> m_error_buffer;
 
-    FIO_APPEND_FILE m_file;
-    std::uint64_t m_end;        ///< of the part that is written; 0: that of the file
-    std::uint64_t m_offset = 0; ///< bytes on disk when the transfer began
-    std::uint64_t m_counted_from = 0;
-    std::uint64_t m_received = 0; ///< bytes written in this run
-    std::uint64_t m_skipped = 0;  ///< bytes of the body skipped
-    std::vector<char> m_pending;  ///< received, not yet written
-    CLOCK::time_point m_pending_since;
-    CLOCK::time_point m_start; ///< of the first request
-    std::optional<CLOCK::duration> m_duration;
+    CURL_TARGET m_target;
     CURL_PACE m_pace;
-    std::uint64_t m_flushed = 0;    ///< the part of `m_received` for which a flush was requested
-    CLOCK::time_point m_last_flush; ///< the last request for a flush
-
-    /// Of the last request. The environment's choice depends on the address.
-    CURL_PROXY_INFO m_proxy;
-    long m_proxy_auth = 0;           ///< the schemes that it allows
-    long m_offered_auth = 0;         ///< the schemes in the proxy's requests for credentials
-    std::string m_redirect;          ///< to be requested separately, since it needs another proxy
-    bool m_follows_redirect = false; ///< the request was ended for that
-    long m_redirects_left;
+    CURL_ROUTE m_route;
+    std::uint64_t m_skipped = 0; ///< bytes of the body skipped
+    CLOCK::time_point m_start;   ///< of the first request
+    std::optional<CLOCK::duration> m_duration;
 
     CURL_RESPONSE_HEAD m_head;
+    bool m_follows_redirect = false; ///< the request was ended to follow it by another proxy
     bool m_is_paused = false;
     bool m_had_turn = true; ///< since the last call of `keep_going`, libcurl could receive
     bool m_requests_range = false;

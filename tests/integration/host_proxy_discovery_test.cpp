@@ -255,7 +255,7 @@ TEST_F(HostDiscovery, FindsAProxyAlthoughTheNameServerIsSilent)
                  "), '10.0.0.0', '255.0.0.0') ? 'DIRECT' : 'PROXY " +
                  proxy.address() + "'; }");
     run_with_log();
-    expect_used_by_run("127.0.0.1", proxy.port());
+    expect_used_by_run("127.0.0.1", proxy.port(), "WPAD, http://wpad/wpad.dat");
     EXPECT_TRUE(
         holds(log(), "autoproxy script: No answer within 1 s for the name outside.example\n"));
 }
@@ -268,7 +268,7 @@ TEST_F(HostDiscovery, ReportsWithoutDebugThatAScriptCannotBeParsed)
         "function FindProxyForURL(url, host)\n{\n  try { x(); } catch { }\n  return 'PROXY " +
         proxy.address() + "';\n}\n");
     run(run_arguments());
-    expect_used_by_run("127.0.0.1", proxy.port());
+    expect_used_by_run("127.0.0.1", proxy.port(), "WPAD, http://wpad/wpad.dat");
     EXPECT_TRUE(holds(log(), "[info] autoproxy script: The script can't be parsed: line 3: "
                              "SyntaxError: "));
     EXPECT_TRUE(holds(log(), "[info] autoproxy script: The first proxy directive in its text is "

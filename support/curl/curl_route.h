@@ -1,0 +1,42 @@
+#pragma once
+
+#include "support/curl/curl_easy.h"
+#include "support/curl/curl_proxy_info.h"
+
+#include <string>
+
+struct CURL_CONNECTION_SETTINGS;
+
+/// The way of a request: its address, the proxy for that, and how it logs in there. A redirect to
+/// an address with another proxy and a refused login change it. Used by one thread.
+class CURL_ROUTE
+{
+public:
+    /// \param settings  outlive the route
+    CURL_ROUTE(std::string url, const CURL_CONNECTION_SETTINGS& settings);
+
+    /// Sets the address, the proxy and its first scheme of authentication.
+    void set_options(CURL_OPTIONS& options);
+    /// Of the last request; the environment's choice depends on the address.
+    const CURL_PROXY_INFO& proxy() const { return m_proxy; }
+
+    /// Whether the response redirects to an address for which the environment names another proxy.
+    /// libcurl would keep the one that was set, so the next request has to go there.
+    bool leaves_by(const CURL_RESPONSE_HEAD& head, CURL* handle, const std::string& here);
+    /// Whether the last response is a proxy's request for credentials.
+    bool is_login_required(const CURL_EXCHANGE& exchange) const;
+    /// Sets the next scheme that the proxy offers. \return false when none is left
+    bool try_another_login(CURL* handle, CURL_OPTIONS& options);
+    /// The names of the schemes in the proxy's requests for credentials.
+    std::string offered_schemes() const;
+
+private:
+    void log_proxy() const;
+
+    std::string m_url;
+    const CURL_CONNECTION_SETTINGS& m_settings;
+    CURL_PROXY_INFO m_proxy;
+    long m_auth = 0;         ///< the schemes that the request allows
+    long m_offered_auth = 0; ///< the schemes in the proxy's requests for credentials
+    long m_redirects_left;
+};
