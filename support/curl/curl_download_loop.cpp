@@ -104,7 +104,8 @@ void CURL_DOWNLOAD_LOOP::start_transfers(std::deque<CURL_REQUEST>& queue, std::s
         }
         else if (CURL_FILE_DOWNLOAD* const shared = file_to_share())
         {
-            start(*shared, shared->share());
+            if (auto piece = shared->share())
+                start(*shared, std::move(piece));
         }
         else
         {

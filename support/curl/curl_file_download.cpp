@@ -160,6 +160,11 @@ std::unique_ptr<CURL_TRANSFER> CURL_FILE_DOWNLOAD::share()
     auto piece = std::make_unique<PIECE>();
     piece->begin = split->at;
     piece->path = curl_piece_path(m_request.path, m_version, split->at);
+    if (piece->path.empty())
+    {
+        m_may_split = false;
+        return nullptr;
+    }
     PIECE& added = **m_pieces.insert(m_pieces.begin() + static_cast<std::ptrdiff_t>(split->part),
                                      std::move(piece));
     std::unique_ptr<CURL_TRANSFER> transfer = start_piece(added);

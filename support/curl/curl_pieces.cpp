@@ -42,6 +42,13 @@ fs::path directory_of(const std::string& path)
     return fio_path(path).parent_path() / curl_piece_directory;
 }
 
+/// A link could lead into the directory of another user.
+bool is_directory_itself(const fs::path& path)
+{
+    std::error_code error;
+    return fs::symlink_status(path, error).type() == fs::file_type::directory;
+}
+
 std::optional<std::uint64_t> beginning_in(std::string_view name)
 {
     std::uint64_t begin = 0;
@@ -57,6 +64,8 @@ std::optional<std::uint64_t> beginning_in(std::string_view name)
 std::vector<fs::path> pieces_of(const std::string& path)
 {
     std::vector<fs::path> found;
+    if (!is_directory_itself(directory_of(path)))
+        return found;
     const std::string start = file_hash(path) + '-';
     std::error_code error;
     for (fs::directory_iterator entry(directory_of(path), error), end; !error && entry != end;
@@ -78,8 +87,10 @@ std::string curl_piece_path(const std::string& path, const std::string& version,
                             std::uint64_t begin)
 {
     const fs::path directory = directory_of(path);
-    std::error_code error; // opening the piece reports it
+    std::error_code error;
     fs::create_directory(directory, error);
+    if (!is_directory_itself(directory))
+        return {};
     return (directory / (version + '-' + std::to_string(begin))).u8string();
 }
 

@@ -88,6 +88,16 @@ TEST_F(Pieces, AreNotMadeOfAFileThatTheServerCannotIdentify)
     EXPECT_EQ(server.request_count("/f"), 1U);
 }
 
+TEST_F(Pieces, AreNotMadeWithoutADirectory)
+{
+    dir.write(".pieces", "a file");
+    slow_down();
+    fetch_all();
+    expect_success(content);
+    EXPECT_EQ(server.request_count("/f"), 1U);
+    EXPECT_EQ(dir.read(".pieces"), "a file");
+}
+
 TEST_F(Pieces, AreNotMadeWhileAFileWaits)
 {
     server.serve("/g", "other");

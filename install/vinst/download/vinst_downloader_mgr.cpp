@@ -204,8 +204,6 @@ void VINST_DOWNLOADER_MGR::queue_component(CURL_DOWNLOADER& downloader, VINST_CO
     }
     if (component->file.is_corrupted() && component->file.exists())
         delete_corrupted_file(component);
-    component->work.bytes_reused =
-        std::min(component->work.bytes_reused, component->file.bytes_on_disk());
     downloader.add_file(utf8(component->download_url()), utf8(component->file.path()),
                         component->progress_data.get(), component->expected_size());
 }
@@ -224,6 +222,8 @@ void VINST_DOWNLOADER_MGR::delete_corrupted_file(VINST_COMPONENT* component)
                                           return is_to_stop();
                                       });
     get_progress_percentage(component, true, true, 0);
+    component->work.bytes_reused =
+        std::min(component->work.bytes_reused, component->file.bytes_on_disk());
 }
 
 void VINST_DOWNLOADER_MGR::wait_for_downloads(CURL_DOWNLOADER& downloader)
@@ -254,9 +254,12 @@ void VINST_DOWNLOADER_MGR::note_work(const CURL_DOWNLOADER& downloader)
         const auto time = downloader.request_time(component->progress_data.get());
         if (!time)
             continue;
-        ++component->work.attempts;
+        const CURL_PROGRESS_DATA& data = *component->progress_data;
+        // Later attempts take over what the first one has counted.
+        if (component->work.attempts++ == 0)
+            component->work.bytes_reused += data.bytes_taken_over;
         component->work.time += *time;
-        component->work.bytes_fetched += component->progress_data->bytes_received;
+        component->work.bytes_fetched += fetched_bytes(data);
     }
 }
 

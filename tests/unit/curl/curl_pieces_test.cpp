@@ -78,6 +78,18 @@ TEST_F(PieceFiles, HaveNamesOfALimitedLength)
     EXPECT_LE(std::filesystem::path(path).filename().string().size(), 60U);
 }
 
+TEST_F(PieceFiles, AreNotPutBehindALink)
+{
+    dir.make_dir("elsewhere");
+    std::error_code error;
+    std::filesystem::create_directory_symlink(dir / "elsewhere", dir / curl_piece_directory, error);
+    if (error)
+        GTEST_SKIP() << "links can't be made here";
+    EXPECT_EQ(curl_piece_path(file, version, 80), "");
+    dir.write("elsewhere/" + version + "-80", "piece");
+    EXPECT_TRUE(curl_take_over_pieces(file, version).empty());
+}
+
 TEST_F(PieceFiles, WithOtherNamesAreNoPieces)
 {
     dir.write(".pieces/" + version + "-12x", "");
