@@ -31,6 +31,6 @@ std::string version_text()
 {
     std::string text;
     for (const auto& [name, version] : program_versions())
-        text += name + ' ' + version + '\n';
+        text.append(name).append(" ").append(version).append("\n");
     return text;
 }
