@@ -54,7 +54,7 @@ is_of_glibc() { # NAME
 
 # Pairs of a name, under which a library is loaded, and its file.
 needed_by() { # FILE
-    ldd "$1" | awk '$2 == "=>" && $3 ~ /^\// { print $1, $3 } $0 ~ /not found/ { print $1, "missing" }'
+    env -u LD_PRELOAD ldd "$1" | awk '$2 == "=>" && $3 ~ /^\// { print $1, $3 } $0 ~ /not found/ { print $1, "missing" }'
 }
 
 plugins=(
