@@ -117,14 +117,14 @@ make_archive() {
     fi
     # Nothing may depend on the path in the root, either, so it is as different as that outside.
     local name=${1#"$work"/}
-    local inside=/work/$name
+    local inside=/sources/$name
     make_sources "$work/base/$name/vinst"
     # shellcheck disable=SC2016 # the shell in the root expands it
-    quietly packaging/linux/in_root.sh --mount "$work/base:/work" build/debian11/root sh -euc '
+    quietly packaging/linux/in_root.sh --mount "$work/base:/sources" build/debian11/root sh -euc '
         cd "$0/vinst"
         "$@"
         dpkg-deb -x ../vinst_*_amd64.deb ../unpacked' "$inside" "${before[@]}" "${package_command[@]}"
-    packaging/linux/in_root.sh --mount "$work/base:/work" build/debian11/root "${before[@]}" \
+    packaging/linux/in_root.sh --mount "$work/base:/sources" build/debian11/root "${before[@]}" \
         "$inside/vinst/packaging/linux/build_bundle.sh" "$inside/unpacked/usr" "$version" "$epoch" "$inside"
     mv "$work/base/$name/$archive" "$1/"
     rm -rf "$work/base"

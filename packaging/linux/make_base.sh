@@ -45,7 +45,7 @@ sources=(openssl curl onetbb cpp-httplib)
 
 # Runs a command in the root with its output in the log, for at most half an hour.
 in_root() {
-    timeout 1800 "$here/in_root.sh" --mount "$directory/built:/built" --mount "$directory/work:/work" "$root" "$@" \
+    timeout 1800 "$here/in_root.sh" --mount "$directory/built:/built" --mount "$directory/sources:/sources" "$root" "$@" \
         </dev/null >"$log" 2>&1 9>&- || { tail -n 30 "$log" >&2; fail "this command failed in $root: $*"; }
 }
 
@@ -72,7 +72,7 @@ Acquire::http::Timeout "60";
 APT::Install-Recommends "false";
 APT::Sandbox::User "root";
 EOT
-    mkdir "$root.new/built" "$root.new/work"
+    mkdir "$root.new/built" "$root.new/sources"
     mv "$root.new" "$root"
 }
 
@@ -85,16 +85,16 @@ adapt_onetbb() {
     sed -i 's/-DTBB_TEST=ON/-DTBB_TEST=OFF/' debian/rules             # they take longer than all the rest
 }
 
-# fetch SOURCE VERSION: downloads it to $directory/work, if the mirror has it
+# fetch SOURCE VERSION: downloads it to $directory/sources, if the mirror has it
 fetch() {
-    rm -rf "$directory/work" && mkdir "$directory/work"
-    (in_root sh -c "cd /work && apt-get source --download-only --only-source -qq '$1=$2'") 2>"$log.fetch"
+    rm -rf "$directory/sources" && mkdir "$directory/sources"
+    (in_root sh -c "cd /sources && apt-get source --download-only --only-source -qq '$1=$2'") 2>"$log.fetch"
 }
 
 # build SOURCE: builds the packages of the newest version that the mirror has, unless they are in
 # DIRECTORY/built
 build() {
-    local source=$directory/work/$1 built version versions recipe started=$SECONDS
+    local source=$directory/sources/$1 built version versions recipe started=$SECONDS
     recipe=$({ declare -f "adapt_$1" || true; } | sha256sum | cut -c 1-16)
     mapfile -t versions < <("$here/in_root.sh" "$root" apt-cache showsrc --only-source "$1" | sed -n 's/^Version: //p' | sort -rV | uniq)
     for version in "${versions[@]}" ''; do
@@ -107,7 +107,7 @@ build() {
     done
     if [[ ! -e $built ]]; then
         say "Building $1 $version"
-        in_root sh -c "cd /work && dpkg-source --no-check -x *.dsc '$1'"
+        in_root sh -c "cd /sources && dpkg-source --no-check -x *.dsc '$1'"
         (
             cd "$source"
             # The date of the build is that of the sources.
@@ -119,15 +119,15 @@ build() {
             mv ../changelog debian/changelog
             [[ $(type -t "adapt_$1") != function ]] || "adapt_$1"
         )
-        in_root env DEB_BUILD_PROFILES="nocheck nodoc" sh -c "cd '/work/$1' && apt-get build-dep -y -qq --arch-only ./"
+        in_root env DEB_BUILD_PROFILES="nocheck nodoc" sh -c "cd '/sources/$1' && apt-get build-dep -y -qq --arch-only ./"
         in_root env DEB_BUILD_PROFILES="nocheck nodoc" DEB_BUILD_OPTIONS="nocheck nodoc noautodbgsym parallel=$(nproc)" \
-            sh -c "cd '/work/$1' && dpkg-buildpackage -B -us -uc"
+            sh -c "cd '/sources/$1' && dpkg-buildpackage -B -us -uc"
         rm -rf "$built.new" && mkdir "$built.new"
-        mv "$directory"/work/*.deb "$built.new/"
+        mv "$directory"/sources/*.deb "$built.new/"
         mv "$built.new" "$built"
         say "Built $1 in $((SECONDS - started)) s"
     fi
-    rm -rf "$directory/work" && mkdir "$directory/work"
+    rm -rf "$directory/sources" && mkdir "$directory/sources"
     find "$directory/built" -mindepth 1 -maxdepth 1 -name "$1_*" ! -path "$built" -exec rm -rf {} +
 }
 
@@ -140,7 +140,7 @@ install_built() { # NAME...
     install_in_root "${files[@]/#/\/}"
 }
 
-mkdir -p "$directory/built" "$directory/work"
+mkdir -p "$directory/built" "$directory/sources"
 [[ -d $root ]] || make_root
 in_root apt-get update -qq --error-on=any
 in_root apt-get upgrade -y -qq
