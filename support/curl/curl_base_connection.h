@@ -8,6 +8,7 @@
 #include <string>
 
 class CURL_LOGGER;
+struct CURL_PROXY_LOGINS;
 class CURL_RATE_LIMIT;
 
 /// What all transfers of a connection have in common.
@@ -29,6 +30,7 @@ struct CURL_CONNECTION_SETTINGS
     CURL_LOGGER* logger = nullptr;         ///< may be null; outlives the connection
     CURL_RATE_LIMIT* rate_limit = nullptr; ///< the same; may be shared with other connections
     CURL_PROGRESS_CALLBACK progress_callback = nullptr;
+    CURL_PROXY_LOGINS* logins = nullptr; ///< of the transfers that share it; may be null
 };
 
 /// The common base of the library's connections.

@@ -16,6 +16,7 @@ CURL_DOWNLOAD_LOOP::CURL_DOWNLOAD_LOOP(const CURL_CONNECTION_SETTINGS& settings,
                                        END_CALLBACK on_file_end)
     : m_settings(settings), m_on_file_end(std::move(on_file_end)), m_multi(curl_multi_init())
 {
+    m_settings.logins = &m_logins;
 }
 
 CURL_DOWNLOAD_LOOP::~CURL_DOWNLOAD_LOOP() = default;
@@ -90,7 +91,10 @@ bool CURL_DOWNLOAD_LOOP::add(const CURL_TRANSFER& transfer)
 
 void CURL_DOWNLOAD_LOOP::start_transfers(std::deque<CURL_REQUEST>& queue, std::size_t parallel)
 {
-    while (m_active.size() < parallel)
+    const auto is_logging_in = [](const CONNECTION& each)
+    { return each.transfer->is_logging_in(); };
+    while (m_active.size() < parallel &&
+           std::none_of(m_active.begin(), m_active.end(), is_logging_in))
     {
         if (CURL_FILE_DOWNLOAD* const file = file_in_need())
         {
@@ -104,8 +108,10 @@ void CURL_DOWNLOAD_LOOP::start_transfers(std::deque<CURL_REQUEST>& queue, std::s
         }
         else if (CURL_FILE_DOWNLOAD* const shared = file_to_share())
         {
-            if (auto piece = shared->share())
-                start(*shared, std::move(piece));
+            auto piece = shared->share();
+            if (piece == nullptr)
+                return; // its pieces have changed meanwhile
+            start(*shared, std::move(piece));
         }
         else
         {

@@ -52,7 +52,8 @@ private:
     void work_on_files(bool stop);
     void report_ended_files();
 
-    const CURL_CONNECTION_SETTINGS& m_settings;
+    CURL_PROXY_LOGINS m_logins;
+    CURL_CONNECTION_SETTINGS m_settings;
     const END_CALLBACK m_on_file_end;
     const std::unique_ptr<CURLM, MULTI_DELETER> m_multi;
     FIO_FLUSHER m_flusher;

@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <type_traits>
+#include <utility>
 
 /// Sets the options of a libcurl handle and remembers the first one that libcurl refuses, so that
 /// no transfer runs without a restriction that it was meant to have.
@@ -25,6 +26,9 @@ public:
         // In parentheses, since the macro of this name wants to know the option while compiling.
         check(option, (curl_easy_setopt)(m_handle, option, value));
     }
+
+    /// For a value that libcurl would accept, but ignore.
+    void refuse(CURL_OUTCOME outcome) { m_refusal = std::move(outcome); }
 
     /// What the transfer has to fail with; nothing when every option was accepted.
     const std::optional<CURL_OUTCOME>& refusal() const { return m_refusal; }

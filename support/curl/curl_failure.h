@@ -26,7 +26,8 @@ struct CURL_FAILURE
     std::string proxy;             ///< "host:port" of the one that was used; empty without one
     std::string proxy_source = {}; ///< what named it; may be empty
     std::string proxy_schemes =
-        {}; ///< those that it offers with status 407, such as "Digest, Basic"
+        {};                     ///< those that it offers with status 407, such as "Digest, Basic"
+    bool login_refused = false; ///< the proxy accepted the credentials in no way that it offers
 };
 
 inline constexpr int curl_proxy_authentication_required = 407; ///< HTTP status

@@ -48,7 +48,9 @@ CURL_FILE_DOWNLOAD::~CURL_FILE_DOWNLOAD() = default;
 
 bool CURL_FILE_DOWNLOAD::needs_main_transfer() const
 {
-    return m_main == nullptr && !m_is_joining && !m_is_over;
+    // A flush that is still running holds the file's lock.
+    return m_main == nullptr && !m_is_joining && !m_is_over &&
+           !m_flusher.is_flushing(m_request.path);
 }
 
 std::unique_ptr<CURL_TRANSFER> CURL_FILE_DOWNLOAD::start_main_transfer()
@@ -116,8 +118,9 @@ CURL_FILE_DOWNLOAD::PIECE* CURL_FILE_DOWNLOAD::piece_to_resume() const
     {
         PIECE& piece = *m_pieces[i];
         const std::uint64_t end = end_of(i) != 0 ? end_of(i) : m_request.expected_size;
-        if (piece.transfer == nullptr && piece.begin + piece.size() < end &&
-            !(i == 0 && m_is_joining))
+        const bool is_free = piece.transfer == nullptr && !(i == 0 && m_is_joining) &&
+                             !m_flusher.is_flushing(piece.path);
+        if (is_free && piece.begin + piece.size() < end)
             return &piece;
     }
     return nullptr;
@@ -214,6 +217,7 @@ void CURL_FILE_DOWNLOAD::take_end_of_main(const CURL_TRANSFER& transfer)
     take_time();
     if (m_failure.kind == CURL_FAILURE::KIND::none)
         curl_remove_pieces(m_request.path); // of another version, or without a use
+    count_bytes_ahead();
 }
 
 void CURL_FILE_DOWNLOAD::take_end_of_piece(PIECE& piece, const CURL_TRANSFER& transfer)
@@ -262,8 +266,8 @@ void CURL_FILE_DOWNLOAD::join_some()
 {
     if (!report_progress())
         return stop();
-    if (!m_file.is_open() && !m_file.open(m_request.path, FIO_APPEND_FILE::OPENING::existing_only))
-        return end({CURLE_WRITE_ERROR, m_file.error()});
+    if (!m_file.is_open() && !open_to_join())
+        return;
     if (m_pieces.empty() || m_pieces.front()->begin > m_file.size())
         return leave_joined_file();
     const PIECE& first = *m_pieces.front();
@@ -272,6 +276,19 @@ void CURL_FILE_DOWNLOAD::join_some()
         append_from(first, joined);
     else if (first.transfer == nullptr)
         remove_first_piece();
+}
+
+/// \return false while a flush that the last transfer has requested is running, or after a failure
+bool CURL_FILE_DOWNLOAD::open_to_join()
+{
+    m_waits_for_flush = m_flusher.is_flushing(m_request.path);
+    if (m_waits_for_flush)
+        return false;
+    if (!m_file.open(m_request.path, FIO_APPEND_FILE::OPENING::existing_only))
+        end({CURLE_WRITE_ERROR, m_file.error()});
+    else if (const std::error_code error = m_flusher.error_of(m_file); error)
+        end({CURLE_WRITE_ERROR, "Cannot write " + m_request.path + ": " + error.message()});
+    return !m_is_over;
 }
 
 /// What follows, if anything, is in no piece.
@@ -293,8 +310,22 @@ void CURL_FILE_DOWNLOAD::append_from(const PIECE& piece, std::uint64_t offset)
     if (count == 0)
         return end({CURLE_WRITE_ERROR, "Cannot read " + piece.path});
     if (!m_file.append(block.data(), count))
-        return end({CURLE_WRITE_ERROR, m_file.error()});
+        return make_room_after({CURLE_WRITE_ERROR, m_file.error()});
     m_flusher.request(m_file);
+}
+
+/// A piece takes its space twice until it is joined. On a full disk the last ones are given up, so
+/// that the file can be completed over one connection.
+void CURL_FILE_DOWNLOAD::make_room_after(const CURL_OUTCOME& outcome)
+{
+    m_may_split = false;
+    const PIECE& last = *m_pieces.back();
+    if (last.transfer != nullptr)
+        return end(outcome);
+    curl_remove_piece(last.path);
+    m_pieces.pop_back();
+    if (m_pieces.empty())
+        end(outcome);
 }
 
 /// Its bytes must be on the disk under the file's own name before.
@@ -322,7 +353,7 @@ void CURL_FILE_DOWNLOAD::count_bytes_ahead() const
 {
     if (m_request.data == nullptr)
         return;
-    const std::uint64_t position = m_file.is_open() ? m_file.size() : 0;
+    const std::uint64_t position = m_file.is_open() ? m_file.size() : size_on_disk(m_request.path);
     std::uint64_t ahead = 0;
     for (const auto& piece : m_pieces)
         ahead += piece->begin + piece->size() -
@@ -347,6 +378,7 @@ void CURL_FILE_DOWNLOAD::end(const CURL_OUTCOME& outcome)
     m_flusher.withdraw(m_file);
     m_file.close();
     report_progress();
+    count_bytes_ahead();
     m_failure = curl_failure_of(outcome, {true, partial_content, 0});
     curl_store_result(*m_request.data, outcome, partial_content);
 }

@@ -45,7 +45,7 @@ public:
     /// Ends the joining of pieces; transfers are ended by the caller.
     void stop();
     /// Whether `work` has more to do at once.
-    bool is_joining() const { return m_is_joining; }
+    bool is_joining() const { return m_is_joining && !m_waits_for_flush; }
     /// Whether this transfer is to be ended now, because the file has failed or its piece is about
     /// to be joined.
     bool is_unwanted(const CURL_TRANSFER& transfer) const;
@@ -71,7 +71,9 @@ private:
     void take_end_of_main(const CURL_TRANSFER& transfer);
     void take_end_of_piece(PIECE& piece, const CURL_TRANSFER& transfer);
     void join_some();
+    bool open_to_join();
     void leave_joined_file();
+    void make_room_after(const CURL_OUTCOME& outcome);
     void append_from(const PIECE& piece, std::uint64_t offset);
     void remove_first_piece();
     void count_bytes_ahead() const;
@@ -89,6 +91,7 @@ private:
     std::vector<std::unique_ptr<PIECE>> m_pieces; ///< not joined yet, by their beginnings
     bool m_may_split = true;
     bool m_is_joining = false;
+    bool m_waits_for_flush = false;
     bool m_is_over = false; ///< complete or failed; pieces may still be running
     CURL_FAILURE m_failure;
     std::optional<CLOCK::time_point> m_start; ///< of the first request

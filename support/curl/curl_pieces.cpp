@@ -42,13 +42,6 @@ fs::path directory_of(const std::string& path)
     return fio_path(path).parent_path() / curl_piece_directory;
 }
 
-/// A link could lead into the directory of another user.
-bool is_directory_itself(const fs::path& path)
-{
-    std::error_code error;
-    return fs::symlink_status(path, error).type() == fs::file_type::directory;
-}
-
 std::optional<std::uint64_t> beginning_in(std::string_view name)
 {
     std::uint64_t begin = 0;
@@ -64,7 +57,7 @@ std::optional<std::uint64_t> beginning_in(std::string_view name)
 std::vector<fs::path> pieces_of(const std::string& path)
 {
     std::vector<fs::path> found;
-    if (!is_directory_itself(directory_of(path)))
+    if (!FIO_FILE_SYSTEM::is_own_directory(directory_of(path).u8string()))
         return found;
     const std::string start = file_hash(path) + '-';
     std::error_code error;
@@ -87,11 +80,14 @@ std::string curl_piece_path(const std::string& path, const std::string& version,
                             std::uint64_t begin)
 {
     const fs::path directory = directory_of(path);
-    std::error_code error;
-    fs::create_directory(directory, error);
-    if (!is_directory_itself(directory))
+    FIO_FILE_SYSTEM::create_private_directory(directory.u8string());
+    if (!FIO_FILE_SYSTEM::is_own_directory(directory.u8string()))
         return {};
-    return (directory / (version + '-' + std::to_string(begin))).u8string();
+    const std::string piece = (directory / (version + '-' + std::to_string(begin))).u8string();
+    // Created now, so that nobody removes the directory before the first byte arrives.
+    return FIO_FILE_SYSTEM::create_private_file(piece) || FIO_FILE_SYSTEM::exists(piece)
+               ? piece
+               : std::string();
 }
 
 std::vector<CURL_STORED_PIECE> curl_take_over_pieces(const std::string& path,
@@ -115,8 +111,10 @@ std::vector<CURL_STORED_PIECE> curl_take_over_pieces(const std::string& path,
 void curl_remove_piece(const std::string& piece_path)
 {
     FIO_FILE_SYSTEM::remove_if_exists(piece_path);
+    const fs::path directory = fio_path(piece_path).parent_path();
     std::error_code not_empty;
-    fs::remove(fio_path(piece_path).parent_path(), not_empty);
+    if (FIO_FILE_SYSTEM::is_own_directory(directory.u8string()))
+        fs::remove(directory, not_empty);
 }
 
 void curl_remove_pieces(const std::string& path)

@@ -23,8 +23,8 @@ struct CURL_STORED_PIECE
     std::string path;
 };
 
-/// The path of a piece, whose directory is created. Empty when that isn't possible, or when a link
-/// is in its place.
+/// The path of a new, empty piece. Empty when that isn't possible, or when others
+/// could change what is in the directory.
 std::string curl_piece_path(const std::string& path, const std::string& version,
                             std::uint64_t begin);
 

@@ -7,12 +7,20 @@
 #include "support/curl/curl_proxy_environment.h"
 #include "support/curl/curl_redact.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace
 {
 
 constexpr long redirect_limit = 10;
+
+/// libcurl drops a proxy whose address has these, and then connects directly.
+bool has_control_characters(const std::string& text)
+{
+    return std::any_of(text.begin(), text.end(),
+                       [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7f'; });
+}
 
 }
 
@@ -32,9 +40,40 @@ void CURL_ROUTE::set_options(CURL_OPTIONS& options)
     options.set(CURLOPT_PROXY, curl_proxy_url(m_proxy).c_str());
     options.set(CURLOPT_NOPROXY, "");
     options.set(CURLOPT_PROXYUSERPWD, static_cast<const char*>(nullptr));
+    if (has_control_characters(m_proxy.host() + m_proxy.username() + m_proxy.password()))
+        options.refuse({CURLE_COULDNT_RESOLVE_PROXY,
+                        "The address, user name or password of the proxy has control characters"});
     m_offered_auth = 0;
-    m_auth = curl_first_proxy_auth();
+    const CURL_PROXY_LOGINS* const logins = m_settings.logins;
+    m_auth = has_user() && logins != nullptr && logins->accepted_by == m_proxy.address()
+                 ? logins->accepted_schemes
+                 : curl_first_proxy_auth();
     options.set(CURLOPT_PROXYAUTH, m_auth);
+}
+
+bool CURL_ROUTE::has_user() const
+{
+    // A host that --proxy names may contain credentials.
+    return m_proxy.has_host() &&
+           (!m_proxy.username().empty() || m_proxy.host().find('@') != std::string::npos);
+}
+
+bool CURL_ROUTE::is_login_refused() const
+{
+    return has_user() && m_settings.logins != nullptr &&
+           m_settings.logins->refused_by == m_proxy.address();
+}
+
+bool CURL_ROUTE::is_login_untried() const
+{
+    return has_user() && m_settings.logins != nullptr &&
+           m_settings.logins->accepted_by != m_proxy.address() && !is_login_refused();
+}
+
+void CURL_ROUTE::note_response()
+{
+    if (is_login_untried())
+        *m_settings.logins = {m_proxy.address(), m_auth, m_settings.logins->refused_by};
 }
 
 void CURL_ROUTE::log_proxy() const
@@ -74,14 +113,15 @@ bool CURL_ROUTE::try_another_login(CURL* handle, CURL_OPTIONS& options)
 {
     // To a wrong password, a proxy may answer with the refused scheme alone.
     m_offered_auth |= curl_offered_proxy_auth(handle);
-    // A host that --proxy names may contain credentials.
-    const bool has_user =
-        !m_proxy.username().empty() || m_proxy.host().find('@') != std::string::npos;
-    m_auth = curl_next_proxy_auth(m_auth, m_offered_auth, has_user);
+    m_auth = curl_next_proxy_auth(m_auth, m_offered_auth, has_user());
     if (m_auth == 0)
+    {
+        if (has_user() && m_settings.logins != nullptr)
+            m_settings.logins->refused_by = m_proxy.address();
         return false;
+    }
     options.set(CURLOPT_PROXYAUTH, m_auth);
-    if (!has_user) // libcurl uses a ticket only for a user, who may have no name
+    if (!has_user()) // libcurl uses a ticket only for a user, who may have no name
         options.set(CURLOPT_PROXYUSERPWD, ":");
     return true;
 }

@@ -74,6 +74,12 @@ bool CURL_TRANSFER::prepare()
         store(*options.refusal(), 0);
         return false;
     }
+    if (m_route.is_login_refused())
+    {
+        store({CURLE_HTTP_RETURNED_ERROR, "The proxy has refused the user name and password"},
+              curl_proxy_authentication_required);
+        return false;
+    }
     m_start = CLOCK::now();
     m_pace.start(m_start);
     return true;
@@ -162,6 +168,8 @@ bool CURL_TRANSFER::take_header(std::string_view line)
 bool CURL_TRANSFER::take_head()
 {
     m_head = curl_read_head(handle());
+    if (m_head.status != curl_proxy_authentication_required)
+        m_route.note_response();
     const char* text = nullptr;
     if (m_head.redirects())
         curl_easy_getinfo(handle(), CURLINFO_EFFECTIVE_URL, &text);
@@ -453,7 +461,10 @@ void CURL_TRANSFER::keep_failure(const CURL_OUTCOME& outcome, int status)
     m_failure.proxy = curl_redact(m_route.proxy().address());
     m_failure.proxy_source = m_route.proxy().source();
     if (m_handle != nullptr && m_route.is_login_required(exchange))
+    {
         m_failure.proxy_schemes = m_route.offered_schemes();
+        m_failure.login_refused = m_route.has_failed_login() || m_route.is_login_refused();
+    }
 }
 
 void CURL_TRANSFER::store(const CURL_OUTCOME& outcome, int status)

@@ -75,7 +75,8 @@ public:
     /// Ends the transfer and stores its result in the record.
     void finish(CURLcode result);
 
-    const CURL_REQUEST& request() const { return m_request; }
+    /// Whether no other transfer should log in to the proxy before this one has succeeded.
+    bool is_logging_in() const { return m_route.is_login_untried(); }
     const CURL_PROGRESS_DATA* data() const { return m_request.data; }
     /// Of a transfer that has ended.
     const CURL_FAILURE& failure() const { return m_failure; }

@@ -70,6 +70,10 @@ public:
     static bool create_private_file(const std::string& path);
     static bool create_private_directory(const std::string& path);
 
+    /// Whether the path is a directory, not a link to one, that belongs to this process's user and
+    /// that no other can write. On Windows, whether it is a directory and not a link.
+    static bool is_own_directory(const std::string& path);
+
     /// The identity of a regular file; nothing when there is no such file, or when it belongs to
     /// another user than this process's and root, who could change it at any time.
     static std::optional<FIO_FILE_IDENTITY> identity(const std::string& path);

@@ -81,6 +81,13 @@ bool FIO_FILE_SYSTEM::create_private_directory(const std::string& path)
     return ::mkdir(path.c_str(), 0700) == 0;
 }
 
+bool FIO_FILE_SYSTEM::is_own_directory(const std::string& path)
+{
+    struct stat status = {};
+    return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
+           status.st_uid == ::geteuid() && (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+}
+
 bool FIO_FILE_SYSTEM::remove_unless_held(const std::string& path)
 {
     return remove_if_exists(path);

@@ -182,6 +182,13 @@ bool FIO_FILE_SYSTEM::create_private_directory(const std::string& path)
            ::CreateDirectoryW(fio_path(path).c_str(), rights.get()) != FALSE;
 }
 
+bool FIO_FILE_SYSTEM::is_own_directory(const std::string& path)
+{
+    const DWORD attributes = ::GetFileAttributesW(fio_path(path).c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 &&
+           (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0;
+}
+
 std::optional<FIO_FILE_IDENTITY> FIO_FILE_SYSTEM::identity(const std::string& path)
 {
     const HANDLE_OWNER file(::CreateFileW(fio_path(path).c_str(), FILE_READ_ATTRIBUTES,

@@ -39,6 +39,12 @@ void FIO_FLUSHER::withdraw(const FIO_APPEND_FILE& file)
         m_queue.erase(request);
 }
 
+bool FIO_FLUSHER::is_flushing(const std::string& path)
+{
+    const std::lock_guard lock(m_mutex);
+    return m_running == path;
+}
+
 std::error_code FIO_FLUSHER::error_of(const FIO_APPEND_FILE& file)
 {
     const std::lock_guard lock(m_mutex);
@@ -77,11 +83,13 @@ void FIO_FLUSHER::run()
             return;
         REQUEST request = std::move(m_queue.front());
         m_queue.pop_front();
+        m_running = request.path;
 
         lock.unlock();
         const std::error_code error = m_flush(*request.file);
         request.file.reset();
         lock.lock();
+        m_running.clear();
         if (error)
             m_errors[request.path] = error;
     }

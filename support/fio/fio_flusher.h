@@ -36,6 +36,9 @@ public:
     /// Discards the file's queued flush; a running one continues.
     void withdraw(const FIO_APPEND_FILE& file);
 
+    /// Whether a flush of the file at this path is running. It holds the file's lock.
+    [[nodiscard]] bool is_flushing(const std::string& path);
+
     /// The error of this file's last failed flush; none if all have succeeded so far.
     [[nodiscard]] std::error_code error_of(const FIO_APPEND_FILE& file);
 
@@ -56,6 +59,7 @@ private:
     std::mutex m_mutex; ///< guards the members below
     std::condition_variable m_changed;
     std::deque<REQUEST> m_queue;
+    std::string m_running; ///< the path of the file that is being flushed; empty without one
     std::map<std::string, std::error_code> m_errors; ///< by path
     bool m_stop = false;
 };

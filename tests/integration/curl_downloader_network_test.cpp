@@ -234,6 +234,60 @@ TEST_F(Downloader, TriesATicketOnceIfThereIsNoUser)
     }
 }
 
+TEST_F(Downloader, RepeatsNoRefusedLogin)
+{
+    const FAULT refusal = FAULT::status(407, "", {{"Proxy-Authenticate", "Basic realm=\"x\""}});
+    proxy = {"127.0.0.1", std::to_string(server.port()), "ada", "wrong"};
+    CURL_DOWNLOADER downloader("", proxy, false, 10);
+    std::vector<CURL_PROGRESS_DATA> records(5);
+    for (std::size_t i = 0; i < records.size(); ++i)
+    {
+        const std::string name = "/f" + std::to_string(i);
+        server.serve(name, body, {refusal});
+        downloader.add_file("http://origin.test" + name, path() + name.substr(2), &records[i]);
+    }
+    downloader.download_files(4, true);
+    for (const CURL_PROGRESS_DATA& record : records)
+    {
+        EXPECT_EQ(record.http_code, 407);
+        EXPECT_TRUE(downloader.failure_of(&record).login_refused);
+    }
+    EXPECT_EQ(server.request_count(), 2U) << "the second one has the credentials";
+}
+
+TEST_F(Downloader, RepeatsTheSchemeThatWasAccepted)
+{
+    // The server refuses Digest, the stronger one, and then accepts Basic.
+    const FAULT refusal = FAULT::status(407, "",
+                                        {{"Proxy-Authenticate", "Digest realm=\"x\", nonce=\"n\""},
+                                         {"Proxy-Authenticate", "Basic realm=\"x\""}});
+    server.serve("/a", body, {refusal.times(2)});
+    server.serve("/b", body);
+    proxy = {"127.0.0.1", std::to_string(server.port()), "ada", "right"};
+    CURL_DOWNLOADER downloader("", proxy, false, 10);
+    CURL_PROGRESS_DATA a;
+    CURL_PROGRESS_DATA b;
+    downloader.add_file("http://origin.test/a", path() + "a", &a);
+    downloader.add_file("http://origin.test/b", path() + "b", &b);
+    downloader.download_files(2, true);
+    EXPECT_EQ(a.http_code, 200);
+    EXPECT_EQ(b.http_code, 200);
+    ASSERT_EQ(server.request_count("/b"), 1U);
+    EXPECT_EQ(server.requests("/b")[0].header("Proxy-Authorization").rfind("Basic ", 0), 0U);
+}
+
+TEST_F(Downloader, NeverGoesAroundAProxyWhoseLoginIsUnusable)
+{
+    server.serve("/f", body);
+    for (const char* password : {"a\nb", "a\tb", "\x7f"})
+    {
+        proxy = {"127.0.0.1", "1", "ada", password};
+        EXPECT_EQ(fetch(server.url("/f")), -1);
+        expect_failure(5, -1);
+    }
+    EXPECT_EQ(server.request_count(), 0U);
+}
+
 TEST_F(Downloader, SendsTheCredentialsOfAProxyUnchanged)
 {
     for (const std::string password : {"50%", "p%41ss", "p@:/ %25", "\xc3\xa4"})

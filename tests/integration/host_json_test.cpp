@@ -12,6 +12,8 @@
 
 #include <csignal>
 
+#include <sys/stat.h>
+
 namespace
 {
 
@@ -290,6 +292,18 @@ TEST_F(HostJson, MustBeWritableBeforeAnythingIsDownloaded)
             << output;
     }
     EXPECT_EQ(server.requests().size(), 0U);
+}
+
+TEST_F(HostJson, ReplacesNoPipe)
+{
+    const std::filesystem::path pipe = dir / "pipe";
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    builder.component("one");
+    publish();
+    run(run_arguments({"--json", pipe.string()}));
+    EXPECT_TRUE(result.exited_with(1));
+    EXPECT_NE(output.find("It is not a regular file"), std::string::npos) << output;
+    EXPECT_EQ(std::filesystem::status(pipe).type(), std::filesystem::file_type::fifo);
 }
 
 TEST_F(HostJson, MayBeInTheDownloadDirectory)

@@ -360,6 +360,17 @@ TEST_F(ConnectionTest, NeedsATemporaryDirectory)
     EXPECT_EQ(server.request_count(route()), 0U);
 }
 
+TEST_F(ConnectionTest, RepeatsNoRefusedLogin)
+{
+    const PROXY_SERVER gate(PROXY_ENGINE::squid, "ada", "s3cret");
+    load();
+    const std::string port = std::to_string(gate.port());
+    EXPECT_FALSE(test({gate.host(), port, "ada", "wrong", false}));
+    EXPECT_EQ(printed.find(once(gate.host(), port) + "Internet connection cannot be established."),
+              0U)
+        << printed;
+}
+
 TEST_F(ConnectionTest, DoesNotBlameTheConnectionForAFullDisk)
 {
     if (!TMPFS_DIR::available())

@@ -50,6 +50,24 @@ TEST_F(DesktopProxyTest, IsNoneIfTheHelperFails)
         log_holds("[debug] No proxy from the desktop's settings: /nonexistent can't be started: "));
 }
 
+TEST_F(DesktopProxyTest, IsAskedForWithoutTheVariablesOfProxies)
+{
+    for (const char* name : {"HTTP_PROXY", "https_proxy", "no_proxy"})
+        qputenv(name, "http://other:1");
+    EXPECT_EQ(ask("env | grep -qi _proxy= && exit; echo http://gate:3128\n"), "gate:3128");
+    for (const char* name : {"HTTP_PROXY", "https_proxy", "no_proxy"})
+        qunsetenv(name);
+}
+
+TEST_F(DesktopProxyTest, HasAnAnswerOfALimitedLength)
+{
+    const STOPWATCH watch;
+    EXPECT_EQ(ask("exec cat /dev/zero\n"), "");
+    EXPECT_TRUE(watch.within(2s));
+    EXPECT_TRUE(
+        log_holds("[debug] No proxy from the desktop's settings: its answer is too long\n"));
+}
+
 TEST_F(DesktopProxyTest, IsNotWaitedForLongerThanItsLimit)
 {
     const STOPWATCH watch;

@@ -251,9 +251,8 @@ QStringList fetch_components(VINST_RELEASE& release, const VINST_COMPONENT_LIST&
         if (is_to_stop() || manager.failed_components().empty())
             return {};
         const QStringList failures = failures_of(manager.failed_components());
-        const VINST_RETRY_DECISION decision =
-            decide_retry(attempt, CLOCK::now() - start, std::chrono::minutes(retry_minutes),
-                         manager.write_error() || manager.not_found_error());
+        const VINST_RETRY_DECISION decision = decide_retry(
+            attempt, CLOCK::now() - start, std::chrono::minutes(retry_minutes), manager.fault());
         if (decision.action != VINST_RETRY_DECISION::ACTION::retry)
             return failures;
         for (const QString& failure : failures)

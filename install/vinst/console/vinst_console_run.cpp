@@ -108,9 +108,9 @@ bool download_with_retries(VINST_DOWNLOADER_MGR& manager, VINST_CONSOLE_VIEW& vi
             return false;
         if (manager.failed_components().empty())
             return true;
-        const VINST_RETRY_DECISION decision = decide_retry(
-            attempt, CLOCK::now() - start, std::chrono::minutes(options.retry_duration),
-            manager.write_error() || manager.not_found_error());
+        const VINST_RETRY_DECISION decision =
+            decide_retry(attempt, CLOCK::now() - start,
+                         std::chrono::minutes(options.retry_duration), manager.fault());
         if (decision.action != VINST_RETRY_DECISION::ACTION::retry)
         {
             report_giving_up(manager, decision.action);

@@ -72,7 +72,7 @@ void VINST_LINE_VIEW::show_progress(const std::vector<VINST_COMPONENT_PROGRESS>&
     if (!m_last_total)
     {
         m_last_total = m_now();
-        m_downloaded_then = totals.downloaded;
+        m_received_then = totals.received;
     }
     else if (is_time_for_total())
     {
@@ -139,11 +139,11 @@ void VINST_LINE_VIEW::show_total(TIME now)
 {
     VINST_PROGRESS_TOTALS average = m_totals;
     const double seconds = std::chrono::duration<double>(now - *m_last_total).count();
-    // Corrupt files are deleted, so that the total may also get smaller.
-    const quint64 bytes = m_totals.downloaded - std::min(m_totals.downloaded, m_downloaded_then);
+    // Each attempt counts from zero.
+    const quint64 bytes = m_totals.received - std::min(m_totals.received, m_received_then);
     average.delta = seconds > 0 ? static_cast<quint64>(static_cast<double>(bytes) / seconds) : 0;
     print_event(totals_text(average));
     m_last_total = now;
-    m_downloaded_then = m_totals.downloaded;
+    m_received_then = m_totals.received;
     m_has_progress_to_show = false;
 }

@@ -51,7 +51,7 @@ private:
     VINST_COMPONENT_LIST m_components; ///< of this attempt
     std::map<const VINST_COMPONENT*, SHOWN> m_shown;
     std::optional<TIME> m_last_total;    ///< or the start of the attempt
-    quint64 m_downloaded_then = 0;       ///< bytes at that time
+    quint64 m_received_then = 0;         ///< bytes at that time
     VINST_PROGRESS_TOTALS m_totals;      ///< of the last pass
     bool m_has_progress_to_show = false; ///< since the last line with the totals
 };

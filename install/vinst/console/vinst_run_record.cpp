@@ -5,6 +5,7 @@
 #include "support/curl/curl_plain_text.h"
 #include "support/curl/curl_redact.h"
 
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -186,6 +187,9 @@ QString obstacle_to_writing(const QString& path)
 {
     if (path.isEmpty())
         return QStringLiteral("The name is empty"); // QSaveFile would accept it
+    // QSaveFile would put a file in the place of a device or a pipe.
+    if (const QFileInfo existing(path); existing.exists() && !existing.isFile())
+        return QStringLiteral("It is not a regular file");
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly))
         return file.errorString();

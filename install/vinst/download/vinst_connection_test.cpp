@@ -140,7 +140,8 @@ VINST_CONNECTION_RESULT VINST_CONNECTION_TEST::try_proxies(const VINST_PROXY_SET
         run_log().debug(message("TEST_DOWNLOAD_RESULTS", "fail"));
         if (is_to_stop())
             return {};
-        if (result.failure.kind == CURL_FAILURE::KIND::write)
+        // Another attempt would write no more, or could lock the user's account.
+        if (result.failure.kind == CURL_FAILURE::KIND::write || result.failure.login_refused)
             return failed_attempts(proxy, result);
         const VINST_CONNECTION_STEP step = next_connection_step(
             attempt, host_platform(), settings.use_default_proxy, proxy.has_host());

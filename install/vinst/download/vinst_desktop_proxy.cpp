@@ -8,6 +8,7 @@
 
 #include <QEventLoop>
 #include <QMap>
+#include <QProcessEnvironment>
 #include <QTimer>
 #include <QUrl>
 
@@ -28,6 +29,24 @@ const QMap<QString, QString>& schemes()
                                               {"socks4", "socks4://"},
                                               {"socks4a", "socks4a://"}};
     return known;
+}
+
+/// GIO would read them, too, by rules of its own. This program has read them already.
+QProcessEnvironment without_proxy_variables()
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    const QStringList names = environment.keys();
+    for (const QString& name : names)
+        if (name.endsWith("_proxy", Qt::CaseInsensitive))
+            environment.remove(name);
+    return environment;
+}
+
+int default_port(const QString& scheme)
+{
+    if (scheme == "http")
+        return 80;
+    return scheme == "https" ? 443 : 1080;
 }
 
 void log_failure(const QString& reason)
@@ -51,6 +70,7 @@ CURL_PROXY_INFO ask_desktop_for_proxy(const QString& helper, const QString& url,
     // After the loop, so that it is destroyed first: it may still send signals.
     VINST_CHILD_PROCESS process;
     process.setProgram(helper);
+    process.setProcessEnvironment(without_proxy_variables());
     QObject::connect(&process, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), &loop,
                      &QEventLoop::quit);
     QObject::connect(&process, &QProcess::errorOccurred, &loop,
@@ -68,6 +88,18 @@ CURL_PROXY_INFO ask_desktop_for_proxy(const QString& helper, const QString& url,
                              loop.quit();
                      });
     stop_check.start(stop_check_interval);
+    QByteArray answer;
+    QByteArray errors;
+    const auto is_too_long = [&] { return answer.size() + errors.size() > output_limit; };
+    const auto take_output = [&]
+    {
+        answer += process.readAllStandardOutput();
+        errors += process.readAllStandardError();
+        if (is_too_long())
+            loop.quit();
+    };
+    QObject::connect(&process, &QProcess::readyReadStandardOutput, &loop, take_output);
+    QObject::connect(&process, &QProcess::readyReadStandardError, &loop, take_output);
     process.start();
     process.write(url.toUtf8() + '\n');
     process.closeWriteChannel();
@@ -77,16 +109,18 @@ CURL_PROXY_INFO ask_desktop_for_proxy(const QString& helper, const QString& url,
     QString trouble;
     if (process.state() != QProcess::NotRunning)
     {
-        trouble = may_go_on() ? "it takes too long" : "a stop was requested";
+        trouble = is_too_long() ? "its answer is too long"
+                  : may_go_on() ? "it takes too long"
+                                : "a stop was requested";
         process.kill();
         process.waitForFinished();
     }
     else if (process.error() == QProcess::FailedToStart)
         trouble = helper + " can't be started: " + process.errorString();
     else if (process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0)
-        trouble = QString::fromUtf8(process.readAllStandardError().left(output_limit)).trimmed();
+        trouble = QString::fromUtf8(errors).trimmed();
     else
-        return proxy_of_desktop_answer(process.read(output_limit));
+        return proxy_of_desktop_answer(answer);
     log_failure(trouble);
     return {};
 }
@@ -101,7 +135,8 @@ CURL_PROXY_INFO proxy_of_desktop_answer(const QByteArray& answer)
         if (!schemes().contains(url.scheme()))
             continue;
         CURL_PROXY_INFO proxy =
-            checked_proxy(url.host(), QString::number(url.port()), schemes()[url.scheme()]);
+            checked_proxy(url.host(), QString::number(url.port(default_port(url.scheme()))),
+                          schemes()[url.scheme()]);
         if (!proxy.has_host())
             continue;
         if (!url.userName().isEmpty())

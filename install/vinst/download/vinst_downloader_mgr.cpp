@@ -9,6 +9,7 @@
 #include "install/vinst/download/vinst_proxy_discovery.h"
 #include "install/vinst/release/vinst_data.h"
 #include "support/curl/curl_downloader.h"
+#include "support/curl/curl_pieces.h"
 #include "support/curl/curl_progress_data.h"
 
 #include <QTimer>
@@ -138,7 +139,7 @@ bool VINST_DOWNLOADER_MGR::download(int parallel_downloads)
     downloader.set_logger(&run_log());
     downloader.set_rate_limit(&m_rate_limit);
     queue_components(downloader);
-    if (!has_space_to_join_pieces())
+    if (m_was_corrupted_here || !has_space_to_join_pieces())
         downloader.set_least_piece(0);
     downloader.download_files(parallel_downloads, false);
     m_view.show_status(QStringLiteral("Downloading selected components..."));
@@ -178,6 +179,7 @@ void VINST_DOWNLOADER_MGR::queue_components(CURL_DOWNLOADER& downloader)
 {
     m_write_error = false;
     m_not_found_error = false;
+    m_login_refused = false;
     m_error_lines.clear();
     m_logged_error_lines.clear();
     m_passed_components.clear();
@@ -210,6 +212,8 @@ void VINST_DOWNLOADER_MGR::queue_component(CURL_DOWNLOADER& downloader, VINST_CO
 
 void VINST_DOWNLOADER_MGR::delete_corrupted_file(VINST_COMPONENT* component)
 {
+    // Servers behind one address may disagree about the file: it is fetched from one of them then.
+    m_was_corrupted_here = m_was_corrupted_here || component->work.attempts > 0;
     const QString text = QStringLiteral("Deleting corrupted components...");
     m_view.show_status(text);
     run_log().info(utf8(text));
@@ -255,6 +259,7 @@ void VINST_DOWNLOADER_MGR::note_work(const CURL_DOWNLOADER& downloader)
         if (!time)
             continue;
         const CURL_PROGRESS_DATA& data = *component->progress_data;
+        m_login_refused = m_login_refused || downloader.failure_of(&data).login_refused;
         // Later attempts take over what the first one has counted.
         if (component->work.attempts++ == 0)
             component->work.bytes_reused += data.bytes_taken_over;
@@ -418,6 +423,7 @@ void VINST_DOWNLOADER_MGR::sort_component(VINST_COMPONENT* component)
     if (file.is_verified())
     {
         prepare_installer(*component);
+        curl_remove_pieces(utf8(file.path())); // left by a run that was killed
         m_passed_components.push_back(component);
         run_log().debug("add passed component: %s", component->log_name());
         return;
@@ -474,7 +480,17 @@ QStringList VINST_DOWNLOADER_MGR::lasting_error_texts() const
         texts.append(QString::fromStdString(message("ERROR_CURL_WRITE_ERROR")));
     if (m_not_found_error)
         texts.append(QString::fromStdString(message("ERROR_CURL_404_ERROR")));
+    if (m_login_refused)
+        texts.append(QStringLiteral("The proxy has refused the user name and password."));
     return texts;
+}
+
+VINST_ATTEMPT_FAULT VINST_DOWNLOADER_MGR::fault() const
+{
+    if (m_login_refused)
+        return VINST_ATTEMPT_FAULT::final;
+    return m_write_error || m_not_found_error ? VINST_ATTEMPT_FAULT::lasting
+                                              : VINST_ATTEMPT_FAULT::passing;
 }
 
 void VINST_DOWNLOADER_MGR::report_line(const QString& line)

@@ -3,6 +3,7 @@
 #include "install/vinst/download/vinst_connection_test.h"
 #include "install/vinst/download/vinst_installation.h"
 #include "install/vinst/download/vinst_integrity_checks.h"
+#include "install/vinst/download/vinst_retry.h"
 #include "support/curl/curl_rate_limit.h"
 
 #include <QSet>
@@ -71,6 +72,7 @@ public:
     const QString& error_text() const { return m_error_text; }
     bool write_error() const { return m_write_error; }
     bool not_found_error() const { return m_not_found_error; }
+    VINST_ATTEMPT_FAULT fault() const;
     /// The error texts of the last attempt for errors that retries don't fix.
     QStringList lasting_error_texts() const;
 
@@ -106,6 +108,8 @@ private:
     bool m_stopped = false;
     bool m_write_error = false;
     bool m_not_found_error = false;
+    bool m_login_refused = false;
+    bool m_was_corrupted_here = false; ///< a file that this run has fetched
     QStringList m_error_lines;
     QSet<QString> m_logged_error_lines; ///< in this attempt
     QString m_error_text;

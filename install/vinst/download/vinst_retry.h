@@ -2,6 +2,14 @@
 
 #include <chrono>
 
+/// What an attempt that left components incomplete has met.
+enum class VINST_ATTEMPT_FAULT
+{
+    passing, ///< more attempts may help
+    lasting, ///< a write error or a 404
+    final    ///< the proxy has refused the login: another attempt could lock the user's account
+};
+
 /// What to do after a download attempt that left components incomplete.
 struct VINST_RETRY_DECISION
 {
@@ -22,6 +30,5 @@ struct VINST_RETRY_DECISION
 /// \param attempt        the attempt that failed, from 1
 /// \param elapsed        since the first attempt began; compared in whole minutes
 /// \param limit          the user's retry duration; zero means no retry at all
-/// \param lasting_error  the attempt met a write error or a 404
 VINST_RETRY_DECISION decide_retry(int attempt, std::chrono::nanoseconds elapsed,
-                                  std::chrono::minutes limit, bool lasting_error);
+                                  std::chrono::minutes limit, VINST_ATTEMPT_FAULT fault);

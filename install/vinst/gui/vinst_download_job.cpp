@@ -248,9 +248,9 @@ bool VINST_DOWNLOAD_JOB::download_with_retries(VINST_JOB_REPORT& report)
         if (m_manager.failed_components().empty())
             return true;
 
-        const VINST_RETRY_DECISION decision = decide_retry(
-            attempt, std::chrono::nanoseconds(since_start.nsecsElapsed()), m_choices.retry_duration,
-            m_manager.write_error() || m_manager.not_found_error());
+        const VINST_RETRY_DECISION decision =
+            decide_retry(attempt, std::chrono::nanoseconds(since_start.nsecsElapsed()),
+                         m_choices.retry_duration, m_manager.fault());
         switch (decision.action)
         {
         case VINST_RETRY_DECISION::ACTION::give_up_on_error:

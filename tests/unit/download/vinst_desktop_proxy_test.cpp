@@ -25,7 +25,7 @@ constexpr ANSWER answers[] = {
     {"socks4a://gate:1080\n", "socks4a://gate:1080"},
     {"http://[::1]:3128\n", "[::1]:3128"},
     {"ftp://gate:21\nhttp://gate:3128\n", "gate:3128"},
-    {"http://gate\nhttp://:1\nhttp://gate:0\nnonsense\n", ""},
+    {"http://gate:x\nhttp://:1\nhttp://gate:0\nnonsense\n", ""},
     {"http://ga te:1\nhttp://gate:99999\n", ""},
 };
 
@@ -35,6 +35,13 @@ TEST(DesktopProxy, IsTheFirstUsableOneOfTheAnswer)
 {
     for (const ANSWER& row : answers)
         EXPECT_EQ(proxy_of_desktop_answer(row.text).address(), row.address) << row.text;
+}
+
+TEST(DesktopProxy, HasThePortOfItsSchemeIfItNamesNone)
+{
+    EXPECT_EQ(proxy_of_desktop_answer("http://gate\n").address(), "gate:80");
+    EXPECT_EQ(proxy_of_desktop_answer("https://gate\n").address(), "https://gate:443");
+    EXPECT_EQ(proxy_of_desktop_answer("socks://gate\n").address(), "socks5h://gate:1080");
 }
 
 TEST(DesktopProxy, MayHaveCredentials)

@@ -121,6 +121,18 @@ TEST_F(Flusher, MergesRequestsForOneFile)
     EXPECT_EQ(gate.begun(), 3);
 }
 
+TEST_F(Flusher, KnowsWhichFileItFlushes)
+{
+    FIO_FLUSHER flusher(gate.as_flush());
+    EXPECT_FALSE(flusher.is_flushing(a.path()));
+    flusher.request(a);
+    ASSERT_TRUE(gate.wait_for_begun(1));
+    EXPECT_TRUE(flusher.is_flushing(a.path()));
+    EXPECT_FALSE(flusher.is_flushing(b.path()));
+    gate.open();
+    EXPECT_TRUE(wait_until([&] { return !flusher.is_flushing(a.path()); }));
+}
+
 TEST_F(Flusher, ReleasesAWithdrawnFile)
 {
     FIO_FLUSHER flusher(gate.as_flush());
