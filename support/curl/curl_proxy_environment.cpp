@@ -119,7 +119,9 @@ std::string shown_value(std::string_view value)
     const std::size_t mark = value.find("://");
     const std::size_t start = mark == std::string_view::npos ? 0 : mark + 3;
     const std::size_t colon = value.find(':', start);
-    if (colon == std::string_view::npos || is_port(value.substr(colon + 1)))
+    const std::string_view digits = "0123456789/";
+    if (colon == std::string_view::npos ||
+        value.find_first_not_of(digits, colon + 1) == std::string_view::npos)
         return std::string(value);
     return std::string(value.substr(0, colon)) + ":***";
 }

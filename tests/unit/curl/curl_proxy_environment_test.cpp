@@ -85,7 +85,7 @@ const CHOICE choices[] = {
     // Values that are no address remain as they are.
     {http, {{"http_proxy", "http://h:0"}}, "http://h:0", "http_proxy"},
     {http, {{"http_proxy", "http://h:65536"}}, "http://h:65536", "http_proxy"},
-    {http, {{"http_proxy", "http://h:x"}}, "http://h:x", "http_proxy"},
+    {http, {{"http_proxy", "http://h:x"}}, "http://h:***", "http_proxy"},
     {http, {{"http_proxy", "http://"}}, "http://", "http_proxy"},
     {http, {{"http_proxy", "://h:1"}}, "://h:1", "http_proxy"},
     {http, {{"http_proxy", "two words"}}, "two words", "http_proxy"},
