@@ -19,6 +19,7 @@ namespace
 {
 
 constexpr int pane_lines = 9;
+constexpr int longest_narrow_question = 300; // characters
 constexpr int pane_columns = 56;
 
 QString as_rich_text(QString markup)
@@ -53,6 +54,14 @@ QWidget* make_detail_pane(const QString& text)
                      [text] { QApplication::clipboard()->setText(text); });
     layout->addWidget(copy, 0, Qt::AlignLeft);
     return pane;
+}
+
+/// On a small screen, QMessageBox makes a long text narrow, and then higher than the screen.
+void widen(QMessageBox& box)
+{
+    auto* const grid = qobject_cast<QGridLayout*>(box.layout());
+    const int width = box.fontMetrics().averageCharWidth() * pane_columns;
+    grid->addItem(new QSpacerItem(width, 0), grid->rowCount(), 0, 1, grid->columnCount());
 }
 
 void show_box(const QString& markup, const QString& details, bool is_error)
@@ -107,4 +116,6 @@ void prepare_question(QMessageBox& box, const QString& title, const QString& tex
     box.setIcon(is_warning ? QMessageBox::Warning : QMessageBox::Question);
     box.setStandardButtons(QMessageBox::Yes | QMessageBox::No);
     box.setDefaultButton(QMessageBox::No);
+    if (text.size() > longest_narrow_question)
+        widen(box);
 }

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <QDir>
+
 #include <chrono>
 #include <filesystem>
 
@@ -72,9 +74,12 @@ TEST(BrowserProfiles, OfInstallationsAndOfOldVersionsAreFoundInTheIndex)
     EXPECT_EQ(defaults.of_installations,
               QStringList{"/h/.mozilla/firefox/Profiles/used.default-release"});
     EXPECT_EQ(defaults.of_old_versions, QStringList{"/h/.mozilla/firefox/old.default"});
-    const VINST_DEFAULT_PROFILES others = default_profiles(
-        "[A]\nDefault=/data/one/\n[B]\nDefault=./two\n[Profile0]\nDefault=1\n[C]\nLocked=1", "/r");
-    EXPECT_EQ(others.of_installations, (QStringList{"/data/one", "/r/two"}));
+    const QString root = QDir::rootPath(); // "C:/" on Windows
+    const VINST_DEFAULT_PROFILES others =
+        default_profiles("[A]\nDefault=" + root.toUtf8() +
+                             "data/one/\n[B]\nDefault=./two\n[Profile0]\nDefault=1\n[C]\nLocked=1",
+                         "/r");
+    EXPECT_EQ(others.of_installations, (QStringList{root + "data/one", "/r/two"}));
     EXPECT_EQ(others.of_old_versions, QStringList());
     for (const char* text : {"", "[", "=", "[]\nDefault\n=x", "Default"})
         EXPECT_EQ(default_profiles(text, "/r").of_installations, QStringList()) << text;
