@@ -668,3 +668,27 @@ TEST_F(Downloader, ResumesFromNginxAndAcceptsIts416ForACompleteFile)
     EXPECT_EQ(fetch(without_ranges.url("/f")), 200);
     expect_success(body);
 }
+
+TEST_F(Downloader, CompletesAFileWhosePiecesDoNotFitOnTheDiskTwice)
+{
+    if (!TMPFS_DIR::available())
+        GTEST_SKIP() << "file systems can't be mounted here";
+    const TMPFS_DIR disk(2'200'000);
+    const std::string content = pattern(2'000'000);
+    const std::string file = (disk.path() / "f").string();
+    server.serve("/f", content, {FAULT::trickle(20'000, 20ms)});
+    server.set_etag("/f", "\"v1\"");
+    int attempts = 0;
+    do
+    {
+        data = std::make_unique<CURL_PROGRESS_DATA>();
+        CURL_DOWNLOADER downloader("", proxy, false, 10);
+        downloader.set_least_piece(100'000);
+        downloader.add_file(server.url("/f"), file, data.get(), content.size());
+        downloader.download_files(4, true);
+        ++attempts;
+    } while (data->curl_code != 0 && attempts < 3);
+    EXPECT_EQ(data->curl_code, 0) << text_of(*data);
+    EXPECT_TRUE(read_file(file) == content);
+    EXPECT_FALSE(std::filesystem::exists(disk.path() / ".pieces"));
+}
