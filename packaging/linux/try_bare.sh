@@ -70,11 +70,9 @@ cat >"$work/source/description.json" <<'END_OF_DESCRIPTION'
 }
 END_OF_DESCRIPTION
 
-make_release() { # ADDRESS
-    "$release" make "$work/source/description.json" "$work/release" --download-url "$1" >"$work/output" ||
-        { cat "$work/output" >&2; fail "the release could not be made"; }
-    cp "$work/release/manifest.json" "$bare/root/"
-}
+"$release" make "$work/source/description.json" "$work/release" >"$work/output" ||
+    { cat "$work/output" >&2; fail "the release could not be made"; }
+cp "$work/release/manifest.json" "$bare/root/"
 
 # run COMMAND... : runs a program in the bare root with its output in a file
 run() {
@@ -85,11 +83,10 @@ prints() { grep -q -F -e "$1" "$work/output" || { cat "$work/output" >&2; fail "
 "$release" serve "$work/release" >"$work/address" &
 started+=($!)
 await test -s "$work/address"
-make_release "$(head -n 1 "$work/address")"
 run vinst --help
 prints "Default components: veltrin"
 mkdir "$bare/root/installed"
-run vinst --download-dir /root/downloads --install-dir /root/installed --accept-eula
+run vinst --url "$(head -n 1 "$work/address")" --download-dir /root/downloads --install-dir /root/installed --accept-eula
 prints "Download successful"
 prints "Installation completed successfully"
 [[ $(<"$bare/root/installed/tool") == "the tool" ]] || fail "the release was not installed"
@@ -103,9 +100,8 @@ openssl req -x509 -newkey rsa:2048 -nodes -days 2 -subj /CN=vinst -addext subjec
 openssl s_server -quiet -accept 127.0.0.1:4433 -WWW -key "$work/key.pem" -cert "$work/certificate.pem" >"$work/server" 2>&1 &
 started+=($!)
 await bash -c ': </dev/tcp/127.0.0.1/4433' 2>/dev/null
-make_release https://127.0.0.1:4433
 
-test_connection() { run vinst --test-download; }
+test_connection() { run vinst --url https://127.0.0.1:4433 --test-download; }
 is_refused() {
     test_connection
     prints "TLS connection to 127.0.0.1:4433 failed"
