@@ -172,6 +172,19 @@ CHILD_SETUP& CHILD_SETUP::live_in(const fs::path& directory)
     return *this;
 }
 
+CHILD_SETUP& CHILD_SETUP::add_sanitizer_option(const std::string& option)
+{
+    for (const char* name : {"ASAN_OPTIONS", "TSAN_OPTIONS"})
+    {
+        if (const char* inherited = std::getenv(name);
+            inherited != nullptr && environment.count(name) == 0)
+            environment[name] = inherited;
+        std::string& options = environment[name];
+        options += (options.empty() ? "" : ":") + option;
+    }
+    return *this;
+}
+
 CHILD_PROCESS::CHILD_PROCESS(const CHILD_SETUP& setup)
 {
     std::vector<std::string> words = {setup.program.string()};

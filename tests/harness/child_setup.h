@@ -28,6 +28,9 @@ struct CHILD_SETUP
 
     /// Creates home/ and tmp/ in a directory and sets HOME and TMPDIR to them.
     CHILD_SETUP& live_in(const std::filesystem::path& directory);
+
+    /// Adds an option for the sanitizers, as in "detect_leaks=0"; without one it has no effect.
+    CHILD_SETUP& add_sanitizer_option(const std::string& option);
 };
 
 struct CHILD_RESULT

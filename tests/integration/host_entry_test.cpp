@@ -276,15 +276,13 @@ TEST_F(HostEntry, LeavesAFaultToTheDebugger)
     publish();
     server.set_faults("/one.run", {FAULT::stall_before_headers()});
     environment["VINST_DEBUG"] = "1";
-    CHILD_PROCESS child(setup(run_arguments()));
+    // A sanitizer's own handler would print a report, which isn't safe at an arbitrary place.
+    CHILD_PROCESS child(setup(run_arguments()).add_sanitizer_option("handle_sigfpe=0"));
     ASSERT_TRUE(child.wait_for_output("Download progress:", long_enough));
     child.send_signal(SIGFPE);
     const auto ended = child.wait(long_enough);
-    ASSERT_TRUE(ended);
-    EXPECT_FALSE(ended->exited_with(2));
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-    EXPECT_EQ(ended->signal, SIGFPE); // the sanitizers report it and exit
-#endif
+    ASSERT_TRUE(ended) << child.errors();
+    EXPECT_EQ(ended->signal, SIGFPE);
     EXPECT_EQ(child.errors().find("Veltrin Crest"), std::string::npos);
 }
 

@@ -5,8 +5,6 @@
 
 #include <gmock/gmock.h>
 
-#include <cstdlib>
-
 using testing::HasSubstr;
 using testing::Not;
 
@@ -66,9 +64,7 @@ protected:
                                                          trace.string(), child.program.string()});
         child.program = "strace";
         // The leak detector can't work in a process that is traced.
-        const char* options = std::getenv("ASAN_OPTIONS");
-        child.environment["ASAN_OPTIONS"] =
-            (options == nullptr ? "" : std::string(options) + ":") + "detect_leaks=0";
+        child.add_sanitizer_option("detect_leaks=0");
         CHILD_PROCESS process(child);
         EXPECT_TRUE(process.wait(long_enough)) << process.output() << process.errors();
         return read_file(trace);
