@@ -72,7 +72,6 @@ Acquire::http::Timeout "60";
 APT::Install-Recommends "false";
 APT::Sandbox::User "root";
 EOT
-    mkdir "$root.new/built" "$root.new/sources"
     mv "$root.new" "$root"
 }
 
@@ -142,6 +141,7 @@ install_built() { # NAME...
 
 mkdir -p "$directory/built" "$directory/sources"
 [[ -d $root ]] || make_root
+mkdir -p "$root/built" "$root/sources" # mount points
 in_root apt-get update -qq --error-on=any
 in_root apt-get upgrade -y -qq
 install_in_root dh-exec faketime patchelf qt5-qmake xz-utils
