@@ -1,9 +1,9 @@
 #include "support/curl/curl_transfer.h"
 
-#include "support/curl/curl_ca_store.h"
 #include "support/curl/curl_logger.h"
 #include "support/curl/curl_rate_limit.h"
 #include "support/curl/curl_redact.h"
+#include "support/curl/curl_tls.h"
 
 #include <algorithm>
 #include <cstring>
@@ -108,7 +108,7 @@ void CURL_TRANSFER::set_options(CURL_OPTIONS& options)
     options.set(CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
     options.set(CURLOPT_FOLLOWLOCATION, 1L);
 
-    set_certificate_options(options);
+    curl_set_tls_options(options);
     m_route.set_options(options);
 
     // Not CURLOPT_RESUME_FROM: that fails on servers that don't support range requests.
@@ -131,18 +131,6 @@ void CURL_TRANSFER::set_options(CURL_OPTIONS& options)
         options.set(CURLOPT_DEBUGFUNCTION, &CURL_TRANSFER::on_trace);
         options.set(CURLOPT_DEBUGDATA, this);
     }
-}
-
-void CURL_TRANSFER::set_certificate_options(CURL_OPTIONS& options)
-{
-    const auto set = [&options](CURLoption option, const std::optional<std::string>& path)
-    {
-        if (path)
-            options.set(option, path->empty() ? nullptr : path->c_str());
-    };
-    const CURL_CA_STORE store = curl_find_ca_store();
-    set(CURLOPT_CAINFO, store.file);
-    set(CURLOPT_CAPATH, store.directory);
 }
 
 std::size_t CURL_TRANSFER::on_header(char* text, std::size_t size, std::size_t count, void* self)

@@ -101,7 +101,6 @@ private:
     static int on_trace(CURL* handle, curl_infotype type, char* text, std::size_t size, void* self);
 
     void set_options(CURL_OPTIONS& options);
-    void set_certificate_options(CURL_OPTIONS& options);
     bool take_header(std::string_view line);
     bool take_head();
     void read_unended_head();

@@ -48,6 +48,9 @@ std::string configuration(const NGINX_OPTIONS& options, const std::filesystem::p
     if (options.certificate)
         text += "ssl_certificate " + options.certificate->certificate.string() + ";\n" +
                 "ssl_certificate_key " + options.certificate->key.string() + ";\n";
+    if (options.outdated_tls)
+        text += "ssl_protocols TLSv1.1;\n"
+                "ssl_ciphers DEFAULT@SECLEVEL=0;\n";
     if (options.bytes_per_second > 0)
         text += "limit_rate " + std::to_string(options.bytes_per_second) + ";\n" +
                 "limit_rate_after " + std::to_string(options.unlimited_bytes) + ";\n";

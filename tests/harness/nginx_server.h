@@ -19,6 +19,7 @@ struct NGINX_OPTIONS
     std::vector<NGINX_REDIRECT> redirects = {};
     bool ranges = true;
     std::optional<CERTIFICATE> certificate = {}; ///< HTTPS if given
+    bool outdated_tls = false;                   ///< only TLS 1.1
     std::vector<std::string> also_listen = {};   ///< further addresses, such as "127.0.0.1:80"
 };
 
