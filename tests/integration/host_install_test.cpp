@@ -47,6 +47,24 @@ protected:
 
 }
 
+TEST_F(HostInstall, ReportsThatARestartIsNeeded)
+{
+    if (tested_platform() != "windows")
+        GTEST_SKIP() << "no exit code means this on Linux";
+    constexpr int restart_required = 3010;
+    builder.component("one").standalone().content(install_script(restart_required));
+    builder.component("two").standalone().content(install_script());
+    publish();
+    install({"--json", host_path(dir / "outcome.json")});
+    EXPECT_TRUE(output_ends_with("Do install ...\nRestart the computer to complete the "
+                                 "installation.\nInstallation completed successfully\n"))
+        << output;
+    EXPECT_EQ(dir.read("inst/install_order"), "one.run\ntwo.run\n");
+    const std::string outcome = dir.read("outcome.json");
+    EXPECT_NE(outcome.find("\"restart_required\": true"), std::string::npos) << outcome;
+    EXPECT_NE(outcome.find("\"result\": \"complete\""), std::string::npos) << outcome;
+}
+
 TEST_F(HostInstall, GoesFromAManifestToAnInstalledRelease)
 {
     builder.component("veltrin_base").standalone().content(main_product_script());

@@ -1,5 +1,6 @@
 #include "install/vinst/base/vinst_process.h"
 
+#include "install/vinst/base/vinst_exit_code.h"
 #include "install/vinst/base/vinst_messages.h"
 #include "install/vinst/base/vinst_platform.h"
 #include "install/vinst/base/vinst_process_platform.h"
@@ -245,11 +246,13 @@ VINST_COMMAND_RESULT run_command(const QString& command, const std::function<boo
     run_log().info_with_file(
         CURL_LOGGER::formatted("Command: %s returned %d: %s", utf8(command), code, logged_cause),
         output.path());
-    if (code == 0)
-        return {0, {}, {}};
+    VINST_EXIT_MEANING meaning{false, false, cause};
     if (cause.isEmpty())
-        cause = QStringLiteral("It exited with code %1").arg(code);
-    return {code, cause, last_lines_of(QString::fromStdString(output.path()))};
+        meaning = meaning_of_exit_code(code, host_platform());
+    if (meaning.succeeded)
+        return {code, true, meaning.needs_restart, {}, {}};
+    return {code, false, false, meaning.cause,
+            last_lines_of(QString::fromStdString(output.path()))};
 }
 
 bool run_command_detached(const QString& command, const std::function<void(int)>& ended)

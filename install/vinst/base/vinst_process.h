@@ -9,9 +9,11 @@
 struct VINST_COMMAND_RESULT
 {
     int exit_code; ///< never 0 for an installer that couldn't be started, crashed or was killed
-    QString cause; ///< why it counts as failed, in a sentence; empty when it exited with 0
+    bool succeeded;
+    bool needs_restart; ///< of the computer, to complete the installation
+    QString cause;      ///< why it counts as failed, in a sentence; empty when it succeeded
     /// The last lines of what it wrote, at most ten, without control characters; none when it
-    /// exited with 0.
+    /// succeeded.
     QStringList last_lines;
 };
 

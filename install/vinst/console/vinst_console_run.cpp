@@ -196,6 +196,8 @@ void install(VINST_DOWNLOADER_MGR& manager, VINST_RUN_FACTS& facts, VINST_RUN_RE
         return;
     for (const QString& line : outcome.not_installed)
         report(utf8(line), false);
+    if (const QString notice = restart_notice(outcome); !notice.isEmpty())
+        report(utf8(notice), false);
     report(utf8(install_verdict(outcome)), false);
 }
 

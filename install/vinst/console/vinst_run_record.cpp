@@ -178,6 +178,7 @@ QByteArray run_record_json(const VINST_RUN_RECORD& record, const VINST_OPTIONS& 
         {"download_dir", text_or_null(release.download_dir())},
         {"install_dir", text_or_null(options.auto_install ? release.install_dir() : QString())},
         {"proxy", proxy_object(record.connection)},
+        {"restart_required", record.installation.needs_restart},
         {"components", components_array(record.installation, options.selected_components)},
         {"actions", actions_array(record.installation)}};
     return QJsonDocument(object).toJson();

@@ -75,7 +75,7 @@ private:
     QStringList
         m_installed; ///< names of components whose installers ran, and of parts that they enabled
     QStringList m_completed; ///< the same, without the installer that failed
-    std::map<const VINST_COMPONENT*, int> m_exit_codes;
+    std::map<const VINST_COMPONENT*, VINST_COMMAND_RESULT> m_results;
     std::vector<const VINST_COMPONENT*> m_actions; ///< that were run
     std::vector<WITHOUT_INSTALLER> m_without_installer;
     QString m_failure;
@@ -98,7 +98,10 @@ VINST_INSTALL_OUTCOME INSTALLATION::run()
 
 VINST_INSTALL_OUTCOME INSTALLATION::outcome(RESULT result, const QString& reason) const
 {
-    return {result, not_installed(), reason, details()};
+    const bool needs_restart =
+        std::any_of(m_results.begin(), m_results.end(),
+                    [](const auto& entry) { return entry.second.needs_restart; });
+    return {result, not_installed(), reason, needs_restart, details()};
 }
 
 std::vector<VINST_COMPONENT_INSTALLATION> INSTALLATION::details() const
@@ -114,13 +117,16 @@ std::vector<VINST_COMPONENT_INSTALLATION> INSTALLATION::details() const
 VINST_COMPONENT_INSTALLATION INSTALLATION::detail(const VINST_COMPONENT& component) const
 {
     VINST_COMPONENT_INSTALLATION result{&component};
-    if (const auto code = m_exit_codes.find(&component); code != m_exit_codes.end())
-        result.exit_code = code->second;
-    result.is_installed = result.exit_code == 0 || is_installed_by_others(component, m_completed);
+    const auto command = m_results.find(&component);
+    const bool was_run = command != m_results.end();
+    if (was_run)
+        result.exit_code = command->second.exit_code;
+    result.is_installed =
+        (was_run && command->second.succeeded) || is_installed_by_others(component, m_completed);
     for (const WITHOUT_INSTALLER& entry : m_without_installer)
         if (entry.component == &component && !result.is_installed)
             result.error = entry.reason;
-    if (result.exit_code.value_or(0) != 0)
+    if (was_run && !command->second.succeeded)
         result.error = m_failure;
     return result;
 }
@@ -245,10 +251,10 @@ bool INSTALLATION::run_to_success(const QString& command, const VINST_COMPONENT&
         return false;
     const VINST_COMMAND_RESULT result = run_command(
         command, m_is_to_stop, [this](const QString& line) { m_view.show_installer_output(line); });
-    m_exit_codes[&component] = result.exit_code;
-    if (result.exit_code != 0)
+    m_results.insert_or_assign(&component, result);
+    if (!result.succeeded)
         m_failure = failure_text(what, result);
-    return result.exit_code == 0;
+    return result.succeeded;
 }
 
 bool INSTALLATION::is_left_out(const VINST_COMPONENT* component) const
@@ -283,6 +289,13 @@ QString INSTALLATION::reason_for_nothing() const
                              : QStringLiteral("no component is selected");
 }
 
+}
+
+QString restart_notice(const VINST_INSTALL_OUTCOME& outcome)
+{
+    return outcome.needs_restart
+               ? QStringLiteral("Restart the computer to complete the installation.")
+               : QString();
 }
 
 QString install_verdict(const VINST_INSTALL_OUTCOME& outcome)

@@ -40,9 +40,13 @@ struct VINST_INSTALL_OUTCOME
     /// more lines; otherwise empty. Plain text that contains text from the manifest and from
     /// installers.
     QString reason;
+    bool needs_restart = false; ///< an installer is complete only after a restart of the computer
     /// All components of the installation, then the actions that were run.
     std::vector<VINST_COMPONENT_INSTALLATION> details = {};
 };
+
+/// The line about a restart of the computer; empty if none is needed.
+QString restart_notice(const VINST_INSTALL_OUTCOME& outcome);
 
 /// The line that ends an installation. Contains no text from the manifest.
 QString install_verdict(const VINST_INSTALL_OUTCOME& outcome);
