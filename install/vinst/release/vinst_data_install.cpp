@@ -66,6 +66,29 @@ QString option_part(const VINST_COMPONENT& component, bool is_main_product, cons
     return options;
 }
 
+/// Packages of the Windows Installer are no programs.
+bool is_msi_package(const VINST_COMPONENT& component, const QString& platform)
+{
+    return platform == "windows" &&
+           component.file_carrier()->filename.endsWith(".msi", Qt::CaseInsensitive);
+}
+
+/// Named with its directory, so that none is taken from the current one.
+QString msi_service()
+{
+    return qEnvironmentVariable("SystemRoot", QStringLiteral("C:\\Windows")) +
+           "\\System32\\msiexec.exe";
+}
+
+QString msi_command(const VINST_COMPONENT& component, bool unattended)
+{
+    const VINST_RELEASE& release = *component.release;
+    return command_part(msi_service()) + " /i " +
+           command_part(QDir::toNativeSeparators(component.file_carrier()->file.path())) +
+           (unattended ? " /qn" : "") + " /norestart " +
+           command_part("INSTALLDIR=" + QDir::toNativeSeparators(release.install_dir()));
+}
+
 VINST_INSTALL_STEP no_command(const QString& reason)
 {
     return {{}, reason, {}};
@@ -193,6 +216,8 @@ VINST_INSTALL_STEP decide_install_step(VINST_COMPONENT& component, const QString
         main_component->file.exists())
         return no_command(is_main_product ? main_not_standalone : left_to_main_product);
 
+    if (is_msi_package(component, own_platform) && !component.in_device_group)
+        return {msi_command(component, unattended), {}, {}};
     const QString options = option_part(component, is_main_product, platform);
     const QString own_installer = command_part(component.file_carrier()->file.path()) +
                                   (unattended ? options : QString()) + installdir_part(release);

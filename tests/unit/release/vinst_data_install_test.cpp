@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <QScopeGuard>
+
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -125,6 +127,26 @@ TEST_F(InstallCommand, AcceptsTheLicenceExceptForTheLicenceService)
 TEST_F(InstallCommand, RunsAnAttendedInstallerInteractively)
 {
     EXPECT_EQ(command(add("tool"), false), native("DL/tool.run --installdir /opt/v"));
+}
+
+TEST_F(InstallCommand, RunsAPackageOfTheWindowsInstaller)
+{
+    const QByteArray own_system = qgetenv("SystemRoot");
+    const auto restore = qScopeGuard([&] { qputenv("SystemRoot", own_system); });
+    qputenv("SystemRoot", "W:\\win");
+    for (const char* ending : {".msi", ".MSI"})
+    {
+        VINST_COMPONENT* tool = add(QStringLiteral("tool") + ending, true, ending, "windows");
+        const std::string path = with_short_directory(QDir::toNativeSeparators(tool->file.path()));
+        const std::string target = "INSTALLDIR=" + QDir::toNativeSeparators("/opt/v").toStdString();
+        EXPECT_EQ(command(tool, true, "windows"),
+                  "W:\\win\\System32\\msiexec.exe /i " + path + " /qn /norestart " + target);
+        EXPECT_EQ(command(tool, false, "windows"),
+                  "W:\\win\\System32\\msiexec.exe /i " + path + " /norestart " + target);
+    }
+    EXPECT_EQ(command(add("package", true, ".msi")),
+              native("DL/package.msi --mode unattended --unattendedmodeui minimal "
+                     "--accept_eula 1  --installdir /opt/v"));
 }
 
 TEST_F(InstallCommand, NamesTheSimulatorsEdition)
