@@ -37,6 +37,7 @@ class GROUP_PROCESS final : public VINST_CHILD_PROCESS
 public:
     GROUP_PROCESS() : m_job(::CreateJobObjectW(nullptr, nullptr))
     {
+        allow_breakaway();
         setCreateProcessArgumentsModifier([](CreateProcessArguments* arguments)
                                           { arguments->flags |= group_flags; });
         // It is created suspended and resumed in the job, so that no child process is missed.
@@ -67,6 +68,14 @@ public:
     }
 
 private:
+    /// Some installers start services or updaters outside their own job, and fail where they can't.
+    void allow_breakaway()
+    {
+        JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits = {};
+        limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_BREAKAWAY_OK;
+        ::SetInformationJobObject(m_job, JobObjectExtendedLimitInformation, &limits, sizeof limits);
+    }
+
     static constexpr unsigned long group_flags = CREATE_NEW_PROCESS_GROUP | CREATE_SUSPENDED;
 
     HANDLE m_job; ///< null if it could not be created

@@ -81,6 +81,12 @@ protected:
 
 }
 
+TEST_F(RunCommand, LetsAnInstallerStartProgramsOutsideItsJob)
+{
+    EXPECT_EQ(run(poser("poser_breakaway")), 0) << log();
+    EXPECT_TRUE(log_holds("in no job\n")) << log();
+}
+
 TEST_F(RunCommand, ReturnsTheExitCodeAndLogsWhatWasPrinted)
 {
     const std::string command = poser("poser_exit") + " 7";
