@@ -20,7 +20,7 @@ set(VINST_TESTS_LEFT_OUT_ON_WINDOWS
   # where the platform is a parameter.
   AppendFile.FollowsNoLink Logger.FollowsNoLink RemoveIfExists.RemovesALinkAndNotItsTarget
   PreferenceFilesTest.AreNotFoundThroughLinks Paths.OfInstallationsAreNoLinksOnWindows
-  Paths.ResolveToTheRootAndThroughLinks
+  Paths.ResolveToTheRootAndThroughLinks Paths.AreRefusedBelowALinkToNothing
   # Permission bits exist only on Linux; on Windows a private file is accessible to its owner, the
   # system and the administrators.
   Chmod.SetsTheMode PrivateFile.IsCreatedOnceForItsOwnerOnly Logger.CreatesItsFileForItsOwnerOnly

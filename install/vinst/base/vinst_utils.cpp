@@ -30,20 +30,32 @@ bool refuse(std::string& error, const std::string& text)
     return false;
 }
 
-/// Creates the directory and removes it again, with all the parents created for it.
+/// Whether the missing directory can be created, with its missing parents. Creates them below a
+/// directory with a unique name instead of in their place: another process may be about to use
+/// them, so they must not be removed again.
 bool can_be_created(const QString& path)
 {
-    // Not rmpath, which would also remove empty parents that existed before.
+    QString ancestor = QDir::cleanPath(QDir(path).absolutePath());
     QStringList missing;
-    for (QString dir = QDir::cleanPath(QDir(path).absolutePath());
-         !QFileInfo::exists(dir) && !missing.contains(dir); dir = QFileInfo(dir).path())
-        missing.append(dir);
+    while (!QFileInfo::exists(ancestor))
+    {
+        const QFileInfo info(ancestor);
+        if (info.isSymLink() || info.isRoot())
+            return false;
+        missing.prepend(info.fileName());
+        ancestor = info.path();
+    }
+    if (missing.isEmpty()) // another process has just created it
+        return is_writable_dir(path);
+    if (!QFileInfo(ancestor).isDir())
+        return false;
 
-    QDir().mkpath(path);
-    const bool exists = QFileInfo(path).isDir();
-    for (const QString& dir : missing)
-        QDir().rmdir(dir);
-    return exists;
+    const QDir probe(QString::fromStdString(FIO_FILE_SYSTEM::get_tmp_path(utf8(ancestor))));
+    const bool created = probe.mkpath(missing.join('/'));
+    for (; !missing.isEmpty(); missing.removeLast())
+        probe.rmdir(missing.join('/'));
+    QDir().rmdir(probe.path());
+    return created;
 }
 
 bool is_link(const QString& path)

@@ -7,10 +7,14 @@
 
 #include <QDesktopServices>
 #include <QDir>
+#include <QFileInfo>
 #include <QUrl>
 
+#include <atomic>
 #include <filesystem>
 #include <string>
+#include <thread>
+#include <vector>
 
 namespace
 {
@@ -87,6 +91,46 @@ TEST_F(Paths, KeepEmptyParentsThatWereThereBefore)
     EXPECT_EQ(list_tree(dir.path()), (std::vector<std::string>{"a/", "a/b/"}));
     EXPECT_TRUE(is_valid(path("a/b")));
     EXPECT_EQ(list_tree(dir.path()), (std::vector<std::string>{"a/", "a/b/"}));
+}
+
+TEST_F(Paths, StayWhenAnotherProcessCreatesThemDuringTheCheck)
+{
+    constexpr int rounds = 300;
+    for (int round = 0; round < rounds; ++round)
+    {
+        const QString wanted = path("new" + std::to_string(round) + "/dl");
+        std::atomic<int> ready{0};
+        const auto check_and_create = [&]
+        {
+            std::string refusal;
+            ++ready;
+            while (ready < 4)
+                std::this_thread::yield();
+            EXPECT_TRUE(validate_path(wanted, refusal)) << refusal;
+            QDir().mkpath(wanted);
+        };
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 4; ++i)
+            threads.emplace_back(check_and_create);
+        for (std::thread& thread : threads)
+            thread.join();
+        ASSERT_TRUE(QFileInfo(wanted).isDir()) << round;
+    }
+    EXPECT_EQ(list_tree(dir.path()).size(), 2U * rounds); // and no traces of the checks
+}
+
+TEST_F(Paths, AreRefusedBelowALinkToNothing)
+{
+    std::filesystem::create_directory_symlink(dir / "none", dir / "link");
+    EXPECT_FALSE(is_valid(path("link")));
+    EXPECT_FALSE(is_valid(path("link/below")));
+    EXPECT_EQ(list_tree(dir.path()), std::vector<std::string>{"link"});
+}
+
+TEST_F(Paths, AreRefusedIfANameIsTooLong)
+{
+    EXPECT_FALSE(is_valid(path("a/" + std::string(256, 'n') + "/b")));
+    EXPECT_EQ(list_tree(dir.path()), std::vector<std::string>{});
 }
 
 TEST_F(Paths, AreRefusedIfAFileIsInTheWay)
