@@ -66,10 +66,7 @@ public:
     OUTPUT_FILE& operator=(const OUTPUT_FILE&) = delete;
 
     const std::string& path() const { return m_path; }
-    QString name_for_process() const
-    {
-        return m_exists ? QString::fromStdString(m_path) : QProcess::nullDevice();
-    }
+    bool exists() const { return m_exists; }
 
 private:
     std::string m_path;
@@ -208,6 +205,12 @@ private:
     QString m_last_line;
 };
 
+void discard_output(QProcess& process)
+{
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.setStandardOutputFile(QProcess::nullDevice());
+}
+
 }
 
 VINST_COMMAND_RESULT run_command(const QString& command, const std::function<bool()>& is_to_stop,
@@ -220,8 +223,10 @@ VINST_COMMAND_RESULT run_command(const QString& command, const std::function<boo
     const std::unique_ptr<QProcess> process = make_installer_process();
     process->setProgram(parts.first());
     process->setArguments(parts.mid(1));
-    process->setProcessChannelMode(QProcess::MergedChannels);
-    process->setStandardOutputFile(output.name_for_process());
+    if (output.exists())
+        write_output_to(*process, output.path());
+    else
+        discard_output(*process);
     process->setStandardInputFile(QProcess::nullDevice());
     process->setWorkingDirectory(working_directory(parts.first()));
     const OUTPUT_WATCH watch(QString::fromStdString(output.path()), on_output);

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 
 class QProcess;
 class QString;
@@ -12,6 +13,11 @@ class QStringList;
 /// A process that starts in its own process group, on Windows also in its own job. The functions
 /// below accept only processes created by this one.
 std::unique_ptr<QProcess> make_installer_process();
+
+/// Writes the output and the errors of the process, which has not been started yet, to an existing
+/// file. The file can be removed even while the process or one of its children has it open; on
+/// Windows its name may then stay until they have closed it.
+void write_output_to(QProcess& process, const std::string& path);
 
 /// Asks the group to end.
 /// \param signal_number  the signal that this program received; 0 when there was none

@@ -89,6 +89,12 @@ std::unique_ptr<QProcess> make_installer_process()
     return std::make_unique<GROUP_PROCESS>();
 }
 
+void write_output_to(QProcess& process, const std::string& path)
+{
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.setStandardOutputFile(QString::fromStdString(path));
+}
+
 void pass_signal_on(QProcess& process, int signal_number)
 {
     static_cast<GROUP_PROCESS&>(process).signal_group(signal_number != 0 ? signal_number : SIGTERM);

@@ -1,12 +1,14 @@
 #include "install/vinst/base/vinst_process_platform.h"
 
 #include "install/vinst/base/vinst_child_process.h"
+#include "support/fio/fio_file_system.h"
 
 #include <QCoreApplication>
 #include <QTimer>
 #include <QWinEventNotifier>
 
 #include <atomic>
+#include <utility>
 
 #include <windows.h>
 
@@ -38,8 +40,15 @@ public:
     GROUP_PROCESS() : m_job(::CreateJobObjectW(nullptr, nullptr))
     {
         allow_breakaway();
-        setCreateProcessArgumentsModifier([](CreateProcessArguments* arguments)
-                                          { arguments->flags |= group_flags; });
+        setCreateProcessArgumentsModifier(
+            [this](CreateProcessArguments* arguments)
+            {
+                arguments->flags |= group_flags;
+                if (m_output == INVALID_HANDLE_VALUE)
+                    return;
+                arguments->startupInfo->hStdOutput = m_output;
+                arguments->startupInfo->hStdError = m_output;
+            });
         // It is created suspended and resumed in the job, so that no child process is missed.
         connect(this, &QProcess::started, this,
                 [this]
@@ -49,16 +58,28 @@ public:
                                   ::AssignProcessToJobObject(m_job, handles.hProcess) != FALSE;
                     running_job = m_is_in_job ? m_job : nullptr;
                     ::ResumeThread(handles.hThread);
+                    close_output(); // the process has its own handle
                 });
     }
     ~GROUP_PROCESS() override
     {
+        close_output();
         running_job = nullptr;
         if (m_job != nullptr)
             ::CloseHandle(m_job);
     }
     GROUP_PROCESS(const GROUP_PROCESS&) = delete;
     GROUP_PROCESS& operator=(const GROUP_PROCESS&) = delete;
+
+    // Not setStandardOutputFile, which opens the file so that it can't be removed before all who
+    // have inherited it have ended.
+    void write_output_to(const std::string& path)
+    {
+        constexpr DWORD sharing = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+        SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
+        m_output = ::CreateFileW(fio_path(path).c_str(), GENERIC_WRITE, sharing, &inherited,
+                                 OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    }
 
     /// Without a job, only the process itself can be killed.
     void kill_job()
@@ -78,8 +99,15 @@ private:
 
     static constexpr unsigned long group_flags = CREATE_NEW_PROCESS_GROUP | CREATE_SUSPENDED;
 
+    void close_output()
+    {
+        if (m_output != INVALID_HANDLE_VALUE)
+            ::CloseHandle(std::exchange(m_output, INVALID_HANDLE_VALUE));
+    }
+
     HANDLE m_job; ///< null if it could not be created
     bool m_is_in_job = false;
+    HANDLE m_output = INVALID_HANDLE_VALUE; ///< until the process has started
 };
 
 /// Takes over the handle.
@@ -103,6 +131,14 @@ void call_at_end(HANDLE process, const std::function<void(int)>& ended)
 std::unique_ptr<QProcess> make_installer_process()
 {
     return std::make_unique<GROUP_PROCESS>();
+}
+
+void write_output_to(QProcess& process, const std::string& path)
+{
+    // Replaced by the file; otherwise the process would inherit pipes as well.
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.setStandardOutputFile(QProcess::nullDevice());
+    static_cast<GROUP_PROCESS&>(process).write_output_to(path);
 }
 
 void pass_signal_on(QProcess& process, int)

@@ -140,6 +140,18 @@ TEST_F(RunCommand, HandlesMegabytesOfOutputWithPercentSigns)
     EXPECT_GT(log().size(), 5000000U);
 }
 
+TEST_F(RunCommand, LeavesNoFileWithTheOutputBehind)
+{
+    dir.make_dir("tmp");
+    const QByteArray temp = qgetenv("TMP");
+    qputenv("TMP", (dir.qstr() + "/tmp").toUtf8());
+    EXPECT_EQ(run(poser("poser_output") + " 100"), 0);
+    EXPECT_EQ(run(poser("poser_exit") + " 7"), 7);
+    qputenv("TMP", temp);
+    // Wine's console of an installer inherits the file, and ends a little later than the installer.
+    EXPECT_TRUE(wait_until([this] { return list_tree(dir / "tmp").empty(); }));
+}
+
 TEST_F(RunCommand, DoesNotWaitForAChildThatKeepsTheOutputOpen)
 {
     // Not longer: ctest waits as well for whoever keeps the test's output open.
