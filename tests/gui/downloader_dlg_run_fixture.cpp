@@ -56,8 +56,11 @@ void DownloaderDlgRunTest::expect_box(std::size_t index, const QString& words,
     EXPECT_EQ(shown[index].icon, icon);
     EXPECT_EQ(shown[index].title, title);
     const bool is_question = title != program_title();
+    QStringList buttons = is_question ? QStringList({"No", "Yes"}) : QStringList("OK");
+    if (words.contains("Please check the log"))
+        buttons.append("Show log");
     shown[index].buttons.sort();
-    EXPECT_EQ(shown[index].buttons, is_question ? QStringList({"No", "Yes"}) : QStringList("OK"));
+    EXPECT_EQ(shown[index].buttons, buttons);
 }
 
 void DownloaderDlgRunTest::stop_when(std::function<bool()> condition)

@@ -22,6 +22,8 @@ using namespace std::chrono_literals;
 namespace
 {
 
+using RESULT = VINST_JOB_END::RESULT;
+
 constexpr std::chrono::milliseconds time_update_interval{1000};
 
 /// For a text that is in the log already.
@@ -35,6 +37,22 @@ bool refuse(const std::string& text)
 {
     run_log().error("%s", text);
     return show_refusal(text);
+}
+
+VINST_JOB_END::RESULT result_of(const VINST_INSTALL_OUTCOME& outcome)
+{
+    switch (outcome.result)
+    {
+    case VINST_INSTALL_OUTCOME::RESULT::installed:
+        return RESULT::installed;
+    case VINST_INSTALL_OUTCOME::RESULT::nothing_to_install:
+        return RESULT::downloaded;
+    case VINST_INSTALL_OUTCOME::RESULT::stopped:
+        return RESULT::stopped;
+    case VINST_INSTALL_OUTCOME::RESULT::failed:
+        break;
+    }
+    return RESULT::failed;
 }
 
 double elapsed_seconds(const QElapsedTimer& clock)
@@ -56,7 +74,10 @@ VINST_JOB_REPORT VINST_DOWNLOAD_JOB::run(const VINST_JOB_CHOICES& choices)
 {
     m_choices = choices;
     begin_stoppable_work();
-    const VINST_JOB_REPORT report = run_steps();
+    m_record.reset();
+    m_result = RESULT::none;
+    VINST_JOB_REPORT report = run_steps();
+    report.end = m_record.end(m_result, m_choices.download_dir, m_choices.install_dir);
     m_install_lock.release();
     m_time_updates.stop();
     return report;
@@ -83,14 +104,27 @@ VINST_JOB_REPORT VINST_DOWNLOAD_JOB::run_steps()
         m_window.show_status(reason);
         return {reason, false, false};
     }
-    if (!prepare() || !establish_connection())
+    if (!prepare())
         return {};
+    const auto note_obstacle = [this]
+    { m_result = is_to_stop() ? RESULT::stopped : RESULT::failed; };
+    if (!establish_connection())
+    {
+        note_obstacle();
+        return {};
+    }
     log_run_summary();
     m_download_seconds = 0;
     m_time_updates.start();
+    m_record.begin(
+        selected_components(m_release, VINST_COMPONENT_KIND::download, m_choices.platform));
     VINST_JOB_REPORT report;
     if (!download_with_retries(report))
+    {
+        note_obstacle();
         return report;
+    }
+    m_result = RESULT::downloaded;
     if (!m_choices.auto_install)
         return {download_report(static_cast<int>(m_manager.passed_components().size())), false,
                 true};
@@ -306,25 +340,28 @@ VINST_JOB_REPORT VINST_DOWNLOAD_JOB::install_components()
 {
     m_window.show_status(QStringLiteral("Installing the selected components, please wait..."));
     m_install_clock.start();
+    m_record.begin_installation();
     const VINST_INSTALL_OUTCOME outcome = m_manager.install();
     const double seconds = elapsed_seconds(m_install_clock);
     m_install_clock.invalidate();
     remember_incomplete_installation(outcome);
+    m_record.note(outcome);
+    m_result = result_of(outcome);
     const QString status = install_status(outcome, seconds);
     m_window.show_status(status);
     for (const QString& line : outcome.not_installed)
         run_log().info("%s", utf8(line));
     run_log().info("%s", utf8(status));
     return {install_report(outcome), outcome.result != VINST_INSTALL_OUTCOME::RESULT::installed,
-            true};
+            true, m_result == RESULT::failed || m_result == RESULT::stopped};
 }
 
 void VINST_DOWNLOAD_JOB::remember_incomplete_installation(const VINST_INSTALL_OUTCOME& outcome)
 {
-    using RESULT = VINST_INSTALL_OUTCOME::RESULT;
-    if (outcome.result == RESULT::installed)
+    using OUTCOME = VINST_INSTALL_OUTCOME::RESULT;
+    if (outcome.result == OUTCOME::installed)
         m_incomplete_install_dir.clear();
-    else if (outcome.result != RESULT::nothing_to_install &&
+    else if (outcome.result != OUTCOME::nothing_to_install &&
              !is_empty_or_missing_dir(m_choices.install_dir))
         m_incomplete_install_dir = unique_install_path(m_choices.install_dir);
 }

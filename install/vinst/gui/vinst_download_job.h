@@ -1,68 +1,17 @@
 #pragma once
 
-#include "install/vinst/download/vinst_connection_test.h"
 #include "install/vinst/download/vinst_install_place.h"
-#include "install/vinst/release/vinst_data_components.h"
+#include "install/vinst/gui/vinst_job_window.h"
 
 #include <QElapsedTimer>
-#include <QString>
 #include <QTimer>
 
 #include <chrono>
-#include <string>
 
 class VINST_DOWNLOADER_MGR;
 class VINST_RELEASE;
 struct VINST_DIALOG_HOST;
 struct VINST_INSTALL_OUTCOME;
-
-/// What the user has chosen for a job. The window does not let the user change it while the job
-/// runs.
-struct VINST_JOB_CHOICES
-{
-    QString platform;
-    QString download_dir;
-    QString install_dir;
-    bool auto_install = false;
-    bool agrees_to_licence = false;
-    VINST_PROXY_SETTINGS proxy;
-    int parallel_downloads = 0;
-    std::chrono::minutes retry_duration{0};
-};
-
-/// What is shown in a message box at the end of a job; nothing when the text is empty.
-struct VINST_JOB_REPORT
-{
-    QString text;
-    bool is_error = false;
-    bool is_markup = false; ///< written by the program; otherwise plain text
-};
-
-/// What a job needs from the window that shows it.
-class VINST_JOB_WINDOW
-{
-public:
-    VINST_JOB_WINDOW() = default;
-    VINST_JOB_WINDOW(const VINST_JOB_WINDOW&) = delete;
-    VINST_JOB_WINDOW& operator=(const VINST_JOB_WINDOW&) = delete;
-
-    virtual void show_status(const QString& text) = 0;
-    /// The next attempt at these components starts in that time.
-    virtual void show_retry_wait(const VINST_COMPONENT_LIST& failed, std::chrono::seconds left) = 0;
-    /// The time since the installation has begun; shown once per second while it runs.
-    virtual void show_install_time(std::chrono::seconds elapsed) = 0;
-    /// The remaining time, or how long the download has taken.
-    virtual void show_time(const QString& text) = 0;
-
-    /// Asks a question in a modal box. \return whether the user answered yes
-    virtual bool ask(const QString& title, const std::string& text, bool is_warning) = 0;
-    /// The user continues without installation.
-    virtual void drop_auto_install() = 0;
-    virtual void accept_licence() = 0;
-
-protected:
-    ~VINST_JOB_WINDOW() = default;
-};
 
 /// Downloads the manager's components with retries and installs them, while the window shows how
 /// far it is. Lives on the main thread, where it processes events while it waits. Each wait ends
@@ -130,4 +79,6 @@ private:
     QElapsedTimer m_attempt_clock; ///< valid while an attempt runs
     QElapsedTimer m_install_clock; ///< valid while the job installs
     QTimer m_time_updates;         ///< active while a job downloads or installs
+    VINST_JOB_RECORD m_record;
+    VINST_JOB_END::RESULT m_result = VINST_JOB_END::RESULT::none; ///< of the job so far
 };

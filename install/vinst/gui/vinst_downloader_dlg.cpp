@@ -143,6 +143,12 @@ void VINST_DOWNLOADER_DLG::set_up_connections()
                 update_space_labels();
             });
 
+    const VINST_JOB_END_VIEW* const end_view = m_ui->m_job_end_view;
+    connect(end_view, &VINST_JOB_END_VIEW::log_wanted, this, &VINST_DOWNLOADER_DLG::show_log);
+    connect(end_view, &VINST_JOB_END_VIEW::retry_wanted, this,
+            &VINST_DOWNLOADER_DLG::start_download);
+    connect(end_view, &VINST_JOB_END_VIEW::folder_wanted, this,
+            [](const QString& dir) { open_url(QUrl::fromLocalFile(dir)); });
     connect(m_ui->m_install_options_groupbox, &QGroupBox::clicked, this,
             &VINST_DOWNLOADER_DLG::apply_auto_install_choice);
     connect(m_ui->m_license_agreement_label, &QLabel::linkActivated, this,
@@ -206,6 +212,7 @@ void VINST_DOWNLOADER_DLG::rebuild_platform()
     tree.restore_states();
     m_ui->m_description_label->setTextFormat(Qt::AutoText);
     m_ui->m_description_label->setText(m_no_description);
+    m_ui->m_job_end_view->clear();
     m_ui->m_after_install_actions->rebuild(m_release, m_platform);
     m_ui->line_separator->setVisible(m_ui->m_after_install_actions->has_actions());
     apply_auto_install_availability();
@@ -237,6 +244,7 @@ void VINST_DOWNLOADER_DLG::follow_clicks()
 {
     const VINST_COMPONENT_LIST needed = complete_selection();
     m_job.forget_times();
+    m_ui->m_job_end_view->clear();
     follow_selection();
     m_ui->m_download_treeview->hide_bars_of_deselected();
     if (!needed.empty())

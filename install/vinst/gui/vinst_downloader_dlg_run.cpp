@@ -18,14 +18,18 @@
 namespace
 {
 
-void show_report(const VINST_JOB_REPORT& report)
+/// \return whether the user wants to see the log
+bool show_report(const VINST_JOB_REPORT& report)
 {
     if (report.text.isEmpty())
-        return;
+        return false;
+    if (report.offers_log)
+        return offer_in_markup_box(report.text, report.is_error, QStringLiteral("Show log"));
     if (report.is_markup)
         show_markup_box(report.text, report.is_error);
     else
         show_message_box(utf8(report.text), report.is_error);
+    return false;
 }
 
 }
@@ -41,6 +45,7 @@ void VINST_DOWNLOADER_DLG::start_download()
     else
         follow_selection();
     enter_busy_state();
+    m_ui->m_job_end_view->clear();
     m_ui->m_download_treeview->clear_row_states();
     m_attempt.clear();
     const VINST_JOB_REPORT report = m_job.run(choices());
@@ -49,8 +54,10 @@ void VINST_DOWNLOADER_DLG::start_download()
     show_installation_step({});
     return_to_idle();
     m_ui->m_download_treeview->refresh_run_flags();
+    m_ui->m_job_end_view->show_end(report.end);
     update_space_labels();
-    show_report(report);
+    if (show_report(report))
+        show_log();
     if (is_shutting_down())
         close();
 }

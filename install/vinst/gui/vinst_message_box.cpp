@@ -64,7 +64,8 @@ void widen(QMessageBox& box)
     grid->addItem(new QSpacerItem(width, 0), grid->rowCount(), 0, 1, grid->columnCount());
 }
 
-void show_box(const QString& markup, const QString& details, bool is_error)
+/// \param offer  the text of a second button; empty for none. \return whether it was pressed
+bool show_box(const QString& markup, const QString& details, bool is_error, const QString& offer)
 {
     // Centred on the active window, if any.
     QMessageBox box(QApplication::activeWindow());
@@ -75,6 +76,9 @@ void show_box(const QString& markup, const QString& details, bool is_error)
     box.setIcon(is_error ? QMessageBox::Critical : QMessageBox::Information);
     box.setStandardButtons(QMessageBox::Ok);
     box.setDefaultButton(QMessageBox::Ok);
+    box.setEscapeButton(QMessageBox::Ok);
+    const QAbstractButton* const second =
+        offer.isEmpty() ? nullptr : box.addButton(offer, QMessageBox::ActionRole);
     if (!details.isEmpty())
     {
         // Above the buttons, in the column of the text. The grid is replaced by later changes to
@@ -83,6 +87,7 @@ void show_box(const QString& markup, const QString& details, bool is_error)
         grid->addWidget(make_detail_pane(details), grid->rowCount(), 0, 1, grid->columnCount());
     }
     exec_modal(box);
+    return second != nullptr && box.clickedButton() == second;
 }
 
 }
@@ -90,14 +95,20 @@ void show_box(const QString& markup, const QString& details, bool is_error)
 void show_message_box(const std::string& text, bool is_error)
 {
     const VINST_MESSAGE_PARTS parts = divided_message(QString::fromStdString(text));
-    show_box(parts.sentence.toHtmlEscaped(), parts.details, is_error);
+    show_box(parts.sentence.toHtmlEscaped(), parts.details, is_error, {});
 }
 
 void show_markup_box(const QString& markup, bool is_error)
 {
+    static_cast<void>(offer_in_markup_box(markup, is_error, {}));
+}
+
+bool offer_in_markup_box(const QString& markup, bool is_error, const QString& offer)
+{
     const VINST_MESSAGE_PARTS parts = divided_message(markup);
-    show_box(parts.sentence,
-             QTextDocumentFragment::fromHtml(as_rich_text(parts.details)).toPlainText(), is_error);
+    const QString details =
+        QTextDocumentFragment::fromHtml(as_rich_text(parts.details)).toPlainText();
+    return show_box(parts.sentence, details, is_error, offer);
 }
 
 bool ask_in_box(QWidget* parent, const QString& title, const QString& text, bool is_warning)

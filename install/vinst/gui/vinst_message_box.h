@@ -16,6 +16,9 @@ void show_message_box(const std::string& text, bool is_error);
 /// be escaped.
 void show_markup_box(const QString& markup, bool is_error);
 
+/// The same with a second button. \return whether the user pressed it
+[[nodiscard]] bool offer_in_markup_box(const QString& markup, bool is_error, const QString& offer);
+
 /// Asks for Yes or No in a modal box; No is the default. The text is never markup. \return whether
 /// the user answered yes; never once the process is to stop
 bool ask_in_box(QWidget* parent, const QString& title, const QString& text, bool is_warning);
