@@ -22,7 +22,8 @@ enum AFCQ_IMAGE : int
     afcq_retrying_icon = 603,
     afcq_installing_icon = 604,
     afcq_installed_icon = 605,
-    afcq_checking_icon = 606
+    afcq_checking_icon = 606,
+    afcq_stopped_icon = 607
 };
 
 /// The icon with that number, sharp at every size; null when there is no such image.

@@ -44,6 +44,7 @@ TEST_F(DialogRows, ShowWhatHappensToTheirFiles)
              click("m_stop_button");
          });
     press_download({});
+    EXPECT_EQ(heard(0), "50%, stopped");
     EXPECT_EQ(tool_tip(1), "");
     EXPECT_EQ(heard(1), "0%");
     EXPECT_NE(picture(1), waiting) << "there was an image";
@@ -123,4 +124,73 @@ TEST_F(DialogRows, ShowWhichComponentIsBeingInstalled)
     EXPECT_FALSE(find<QLabel>("m_installer_output_label").isVisible());
     EXPECT_EQ(bar.maximum(), 100);
     EXPECT_EQ(bar.value(), 100);
+}
+
+TEST_F(DialogRows, CallAPartOfTheMainProductInstalled)
+{
+    builder.component("early").content(install_script());
+    builder.component("veltrin_base").standalone().content(main_product_script());
+    builder.component("late").content(install_script());
+    open();
+    check_auto_install();
+    QString step;
+    when(
+        [&]
+        {
+            if (const QString now = text("m_installation_label"); now.startsWith("Installing"))
+                step = now;
+            return false;
+        },
+        [] {});
+    press_download({"OK"});
+    ASSERT_TRUE(status().startsWith("Installation completed")) << utf8(status());
+    for (const int row : {0, 1, 2})
+        EXPECT_EQ(heard(row), "100%, installed") << row;
+    EXPECT_TRUE(step.startsWith("Installing 1 of 1: ")) << utf8(step);
+}
+
+TEST_F(DialogRows, CallAStoppedInstallationStopped)
+{
+    builder.component("one").content("#!/bin/sh\necho > '" + (dir / "running").string() +
+                                     "'\nexec sleep 60\n");
+    builder.component("two").content(install_script());
+    open();
+    check_auto_install();
+    stop_when([this] { return exists("running"); });
+    press_download({"Yes", "OK"});
+    EXPECT_EQ(heard(0), "100%, stopped");
+    EXPECT_EQ(heard(1), "100%, verified");
+}
+
+TEST_F(DialogRows, ShowTheBeginningOfALongLineOfOutput)
+{
+    const std::string go_on = (dir / "go_on").string();
+    builder.component("one").content("#!/bin/sh\necho 'Copying " + std::string(500, 'x') +
+                                     " end'\nwhile [ ! -e '" + go_on + "' ] && [ -d '" +
+                                     dir.path().string() + "' ]; do sleep 0.01; done\n");
+    open();
+    check_auto_install();
+    when([this] { return !text("m_installer_output_label").isEmpty(); },
+         [&]
+         {
+             EXPECT_TRUE(text("m_installer_output_label").startsWith("Copying xxx"));
+             EXPECT_TRUE(text("m_installer_output_label").endsWith(QChar(0x2026)));
+             write_file(go_on, "");
+         });
+    press_download({"OK"});
+}
+
+TEST_F(DialogRows, ComeWithoutAHintAboutTheDirectoryThatWasInstalledTo)
+{
+    builder.component("one").content(install_script());
+    builder.component("two").content(install_script());
+    open();
+    check_auto_install();
+    press_download({"OK"});
+    ASSERT_TRUE(exists("inst/install_order"));
+    const auto& hint = find<QLabel>("m_install_dir_problem_label");
+    EXPECT_FALSE(hint.isVisible()) << utf8(hint.text());
+    click_row(1);
+    tree().take_clicks();
+    EXPECT_TRUE(hint.isVisible()) << "the next job would be refused";
 }

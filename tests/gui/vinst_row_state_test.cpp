@@ -13,8 +13,9 @@ using STATE = VINST_COMPONENT_PROGRESS::STATE;
 namespace
 {
 
-constexpr KIND all_kinds[] = {KIND::waiting,  KIND::downloading, KIND::retrying,   KIND::failed,
-                              KIND::checking, KIND::verified,    KIND::installing, KIND::installed};
+constexpr KIND all_kinds[] = {KIND::waiting,    KIND::downloading, KIND::retrying,
+                              KIND::failed,     KIND::checking,    KIND::verified,
+                              KIND::installing, KIND::installed,   KIND::stopped};
 
 KIND kind_of(STATE state, bool is_being_checked = false)
 {
@@ -46,6 +47,7 @@ TEST(RowState, IsDescribedInWords)
     EXPECT_EQ(row_state_text({KIND::verified}), "verified");
     EXPECT_EQ(row_state_text({KIND::installing}), "installing");
     EXPECT_EQ(row_state_text({KIND::installed}), "installed");
+    EXPECT_EQ(row_state_text({KIND::stopped}), "stopped");
 }
 
 TEST(RowState, HasAnImageForEachKind)
@@ -62,12 +64,13 @@ TEST(RowState, HasAnImageForEachKind)
 
 TEST(RowState, KeepsOnlyResultsAfterAJob)
 {
-    for (const KIND kind : {KIND::failed, KIND::verified, KIND::installed})
+    for (const KIND kind : {KIND::failed, KIND::verified, KIND::installed, KIND::stopped})
         EXPECT_EQ(row_state_after_job({kind}, "reason").kind, kind);
     for (const KIND kind :
          {KIND::waiting, KIND::downloading, KIND::retrying, KIND::checking, KIND::installing})
     {
-        EXPECT_EQ(row_state_after_job({kind}, {}).kind, KIND::none);
+        EXPECT_EQ(row_state_after_job({kind}, {}).kind,
+                  kind == KIND::waiting ? KIND::none : KIND::stopped);
         EXPECT_EQ(row_state_text(row_state_after_job({kind}, "reason")), "failed: reason");
     }
 }

@@ -44,6 +44,24 @@ protected:
     std::unique_ptr<VINST_DOWNLOADER_MGR> manager;
 };
 
+/// Records which installers are announced, and which components they have installed.
+class INSTALLER_VIEW final : public VINST_DOWNLOADER_VIEW
+{
+public:
+    void show_installer(VINST_COMPONENT* component, int number, int count) override
+    {
+        begun.append(QStringLiteral("%1 %2/%3").arg(component->name).arg(number).arg(count));
+    }
+    void show_installer_end(VINST_COMPONENT* component, const QString& failure) override
+    {
+        if (failure.isEmpty())
+            installed.append(component->name);
+    }
+
+    QStringList begun;
+    QStringList installed;
+};
+
 }
 
 TEST_F(Install, RunsInstallersInOrder)
@@ -267,4 +285,26 @@ TEST_F(Install, RunsNoActionAfterAnInstallerThatFailed)
     fetch();
     EXPECT_EQ(manager->install().result, RESULT::failed);
     EXPECT_FALSE(log_holds("/inst/act"));
+}
+
+TEST_F(Install, CountsOnlyTheInstallersThatRun)
+{
+    builder.component("early").content(install_script());
+    builder.component("devinfo").no_file();
+    builder.component("veltrin_base").standalone().content(main_product_script());
+    builder.component("late").content(install_script());
+    builder.component("orion").parent("devinfo").standalone().filename("orion.vdz");
+    builder.component("own").standalone().content(install_script());
+    builder.component("loose").filename("loose.vdz");
+    fetch();
+    INSTALLER_VIEW view;
+    const VINST_INSTALL_OUTCOME outcome =
+        run_installation(*release, manager->passed_components(), view, [] { return false; });
+    EXPECT_EQ(outcome.result, RESULT::installed);
+    QStringList begun{"veltrin_base 1/3", "orion 2/3", "own 3/3"};
+    view.begun.sort();
+    view.installed.sort();
+    begun.sort();
+    EXPECT_EQ(view.begun, begun);
+    EXPECT_EQ(view.installed, QStringList({"early", "late", "orion", "own", "veltrin_base"}));
 }

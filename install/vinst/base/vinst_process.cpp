@@ -159,7 +159,11 @@ QString crash_text(int code, const QString& platform)
         .arg(static_cast<quint32>(code), 8, 16, QLatin1Char('0'));
 }
 
-QStringList last_lines_of(const QString& path)
+namespace
+{
+
+/// The lines at the end of a file that are not empty; the first one may lack its beginning.
+QStringList lines_at_end_of(const QString& path)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
@@ -170,11 +174,21 @@ QStringList last_lines_of(const QString& path)
     static const QRegularExpression line_end(QStringLiteral("[\r\n]+"));
     QStringList lines;
     for (const QString& line : QString::fromUtf8(bytes.constData(), bytes.size()).split(line_end))
-        lines.append(without_control_characters(line.trimmed().right(longest_line)));
+        lines.append(line.trimmed());
     if (is_cut && lines.size() > 1)
         lines.removeFirst();
     lines.removeAll(QString());
     return lines.mid(std::max(0, lines.size() - shown_lines));
+}
+
+}
+
+QStringList last_lines_of(const QString& path)
+{
+    QStringList lines = lines_at_end_of(path);
+    for (QString& line : lines)
+        line = without_control_characters(line.right(longest_line));
+    return lines;
 }
 
 namespace
@@ -191,11 +205,13 @@ public:
         QObject::connect(&m_timer, &QTimer::timeout, &m_timer,
                          [this, path, on_output]
                          {
-                             const QStringList lines = last_lines_of(path);
-                             if (lines.isEmpty() || lines.last() == m_last_line)
+                             const QStringList lines = lines_at_end_of(path);
+                             if (lines.isEmpty())
                                  return;
-                             m_last_line = lines.last();
-                             on_output(m_last_line);
+                             const QString line =
+                                 without_control_characters(lines.last().left(longest_line));
+                             if (std::exchange(m_last_line, line) != line)
+                                 on_output(line);
                          });
         m_timer.start(output_interval);
     }

@@ -53,11 +53,12 @@ public:
     virtual void show_proxy_source(const std::string&) {}
 
     /// The installer of one of the components that are installed is about to run.
-    /// \param number  of this component, from 1
-    /// \param count   of all components, with those that have no installer
+    /// \param number  of this installer, from 1
+    /// \param count   of all installers, as far as is known
     virtual void show_installer(VINST_COMPONENT*, int /*number*/, int /*count*/) {}
     /// The component was installed, by its own or by another one's installer, or its installer has
-    /// failed. The failure is a sentence for the user; empty when it was installed.
+    /// failed. Not called when it was stopped. The failure is a sentence for the user; empty when
+    /// it was installed.
     virtual void show_installer_end(VINST_COMPONENT*, const QString& /*failure*/) {}
     /// An after-install action is about to run.
     virtual void show_action(const VINST_COMPONENT&) {}

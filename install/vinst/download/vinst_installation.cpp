@@ -23,6 +23,7 @@ struct WITHOUT_INSTALLER
 {
     VINST_COMPONENT* component;
     QString reason;
+    bool is_installed = false; ///< as reported to the view
 };
 
 QString failure_text(const QString& what, const VINST_COMMAND_RESULT& result)
@@ -48,8 +49,10 @@ public:
 private:
     bool install_components();
     bool install(VINST_COMPONENT& component);
-    int number_of(VINST_COMPONENT& component) const;
-    void show_end(VINST_COMPONENT& component, bool succeeded) const;
+    /// How many of the components after this one are expected to have an installer.
+    int installers_after(const VINST_COMPONENT& component) const;
+    void show_end(VINST_COMPONENT& component, bool succeeded);
+    void show_installed_parts();
     bool run_actions();
     bool run_action(const VINST_COMPONENT& action);
     bool is_left_out(const VINST_COMPONENT* component) const;
@@ -73,7 +76,8 @@ private:
     VINST_DOWNLOADER_VIEW& m_view;
     const std::function<bool()>& m_is_to_stop;
     QStringList
-        m_installed; ///< names of components whose installers ran, and of parts that they enabled
+        m_installed;   ///< names of components whose installers ran, and of parts that they enabled
+    int m_started = 0; ///< installers
     QStringList m_completed; ///< the same, without the installer that failed
     std::map<const VINST_COMPONENT*, VINST_COMMAND_RESULT> m_results;
     std::vector<const VINST_COMPONENT*> m_actions; ///< that were run
@@ -148,7 +152,8 @@ bool INSTALLATION::install(VINST_COMPONENT& component)
     if (step.command.isEmpty())
     {
         run_log().info("Nothing to run for component: %s", component.log_name());
-        m_without_installer.push_back({&component, step.reason_for_none});
+        m_without_installer.push_back({&component, step.reason_for_none, false});
+        show_installed_parts();
         return true;
     }
     // The main product's installer also reads the files of its parts.
@@ -160,7 +165,8 @@ bool INSTALLATION::install(VINST_COMPONENT& component)
     if (!all_verified || m_is_to_stop())
         return false;
     m_installed << component.name << step.parts;
-    m_view.show_installer(&component, number_of(component), static_cast<int>(m_components.size()));
+    ++m_started;
+    m_view.show_installer(&component, m_started, m_started + installers_after(component));
     const bool succeeded =
         run_to_success(step.command, component, "The installer of " + component.display_name());
     if (succeeded)
@@ -169,20 +175,41 @@ bool INSTALLATION::install(VINST_COMPONENT& component)
     return succeeded;
 }
 
-int INSTALLATION::number_of(VINST_COMPONENT& component) const
+int INSTALLATION::installers_after(const VINST_COMPONENT& component) const
 {
-    const auto found = std::find(m_components.begin(), m_components.end(), &component);
-    return static_cast<int>(found - m_components.begin()) + 1;
+    const auto current = std::find(m_components.begin(), m_components.end(), &component);
+    const bool brings_device_installer =
+        std::any_of(current, m_components.end(),
+                    [](const VINST_COMPONENT* other) { return other->is_main_product(); });
+    return static_cast<int>(
+        std::count_if(current + 1, m_components.end(),
+                      [&](VINST_COMPONENT* other)
+                      {
+                          const VINST_INSTALL_STEP step =
+                              decide_install_step(*other, main_product_name, true, host_platform());
+                          return !step.command.isEmpty() ||
+                                 (step.awaits_device_installer && brings_device_installer);
+                      }));
 }
 
-void INSTALLATION::show_end(VINST_COMPONENT& component, bool succeeded) const
+void INSTALLATION::show_end(VINST_COMPONENT& component, bool succeeded)
 {
-    m_view.show_installer_end(&component, succeeded ? QString() : m_failure);
-    if (!succeeded)
+    if (!succeeded && m_is_to_stop())
         return;
-    for (const auto& [part, reason] : m_without_installer)
-        if (is_installed_by_others(*part, m_installed))
-            m_view.show_installer_end(part, {});
+    m_view.show_installer_end(&component, succeeded ? QString() : m_failure);
+    if (succeeded)
+        show_installed_parts();
+}
+
+void INSTALLATION::show_installed_parts()
+{
+    for (WITHOUT_INSTALLER& part : m_without_installer)
+    {
+        if (part.is_installed || !is_installed_by_others(*part.component, m_completed))
+            continue;
+        part.is_installed = true;
+        m_view.show_installer_end(part.component, {});
+    }
 }
 
 void INSTALLATION::verify_files_of_earlier_runs() const
@@ -270,8 +297,8 @@ QStringList INSTALLATION::not_installed() const
 {
     // Decided at the end, because the main product's installer may run after its parts.
     QStringList lines;
-    for (const auto& [component, reason] : m_without_installer)
-        if (!is_installed_by_others(*component, m_installed))
+    for (const auto& [component, reason, is_installed] : m_without_installer)
+        if (!is_installed && !is_installed_by_others(*component, m_installed))
             lines.append(component->display_name() + " was not installed: " + reason + '.');
     return lines;
 }

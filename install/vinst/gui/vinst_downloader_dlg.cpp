@@ -309,12 +309,18 @@ void VINST_DOWNLOADER_DLG::update_directory_problems(const VINST_SPACE_FIGURES& 
     set_optional_text(*m_ui->m_download_dir_problem_label, directory_problem(download));
 
     VINST_DIRECTORY_FACTS install = facts_about(m_ui->m_install_dir_line_edit->text());
-    install.is_occupied =
-        !is_empty_or_missing_dir(install.path) && !m_job.continues_in(install.path);
+    install.is_occupied = !is_empty_or_missing_dir(install.path) &&
+                          !m_job.continues_in(install.path) && !has_installed_to(install.path);
     install.needed = figures.to_install + (available.is_one_volume() ? figures.to_download : 0);
     install.available = available.install.available;
     set_optional_text(*m_ui->m_install_dir_problem_label,
                       auto_installs() ? directory_problem(install) : QString());
+}
+
+bool VINST_DOWNLOADER_DLG::has_installed_to(const QString& dir) const
+{
+    const VINST_JOB_END& end = m_ui->m_job_end_view->end();
+    return end.result == VINST_JOB_END::RESULT::installed && end.dir == dir;
 }
 
 void VINST_DOWNLOADER_DLG::update_licence_link()

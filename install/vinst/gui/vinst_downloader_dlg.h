@@ -111,6 +111,8 @@ private:
     /// Shows below each directory's field what is wrong with it.
     void update_directory_problems(const VINST_SPACE_FIGURES& figures,
                                    const VINST_SPACE_AVAILABLE& available);
+    /// Whether the last job has installed there, which the window still shows.
+    bool has_installed_to(const QString& dir) const;
     void update_licence_link();
     void update_label_grounds();
     void take_directories();

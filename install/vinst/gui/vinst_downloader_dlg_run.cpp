@@ -183,6 +183,9 @@ void VINST_DOWNLOADER_DLG::show_attempt(const VINST_COMPONENT_LIST& components)
 void VINST_DOWNLOADER_DLG::show_progress(const std::vector<VINST_COMPONENT_PROGRESS>& progress,
                                          const VINST_PROGRESS_TOTALS& /*totals*/)
 {
+    // Stopped transfers seem to wait.
+    if (is_to_stop())
+        return;
     // In the order of the attempt.
     const std::size_t count = std::min(progress.size(), m_attempt.size());
     for (std::size_t i = 0; i < count; ++i)

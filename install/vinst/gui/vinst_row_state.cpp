@@ -41,11 +41,12 @@ VINST_ROW_STATE row_state_after_job(const VINST_ROW_STATE& state, const QString&
     case KIND::failed:
     case KIND::verified:
     case KIND::installed:
+    case KIND::stopped:
         return state;
     }
     if (!last_failure.isEmpty())
         return {KIND::failed, {}, last_failure};
-    return {};
+    return {state.kind == KIND::waiting ? KIND::none : KIND::stopped};
 }
 
 QString row_state_text(const VINST_ROW_STATE& state)
@@ -69,6 +70,8 @@ QString row_state_text(const VINST_ROW_STATE& state)
         return QStringLiteral("installing");
     case KIND::installed:
         return QStringLiteral("installed");
+    case KIND::stopped:
+        return QStringLiteral("stopped");
     case KIND::none:
         break;
     }
@@ -95,6 +98,8 @@ int row_state_icon(KIND kind)
         return afcq_installing_icon;
     case KIND::installed:
         return afcq_installed_icon;
+    case KIND::stopped:
+        return afcq_stopped_icon;
     case KIND::none:
         break;
     }

@@ -19,7 +19,8 @@ struct VINST_ROW_STATE
         checking,
         verified,
         installing,
-        installed
+        installed,
+        stopped
     };
 
     KIND kind = KIND::none;
@@ -30,7 +31,7 @@ struct VINST_ROW_STATE
 /// The state of a component in a progress pass.
 VINST_ROW_STATE row_state_of(const VINST_COMPONENT_PROGRESS& progress, bool is_being_checked);
 
-/// The state that remains after a job: what was under way has not happened.
+/// The state that remains after a job: what was under way was stopped.
 VINST_ROW_STATE row_state_after_job(const VINST_ROW_STATE& state, const QString& last_failure);
 
 /// In words, such as "will retry in 5 secs"; empty for none.

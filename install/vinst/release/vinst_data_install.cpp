@@ -91,7 +91,7 @@ QString msi_command(const VINST_COMPONENT& component, bool unattended)
 
 VINST_INSTALL_STEP no_command(const QString& reason)
 {
-    return {{}, reason, {}};
+    return {{}, reason, {}, false};
 }
 
 /// The reason if a file that the installer needs is missing; otherwise empty.
@@ -134,8 +134,11 @@ VINST_INSTALL_STEP device_step(VINST_COMPONENT& component, const QString& option
                               "devices/dev_install/dev_install" +
                               installer_suffix(component.platform);
     if (!QFileInfo(installer).isFile())
-        return no_command("its device installer was not in the install directory (" +
-                          shown_path(installer) + ')');
+        return {{},
+                "its device installer was not in the install directory (" + shown_path(installer) +
+                    ')',
+                {},
+                true};
     // A device with the same name for the other platform must not be disabled.
     QStringList others;
     for (const auto& other : release.components())
@@ -146,7 +149,8 @@ VINST_INSTALL_STEP device_step(VINST_COMPONENT& component, const QString& option
                 command_part(release.ensure_download_dir()) + installdir_part(release) + ' ' +
                 enable_part({component.name}) + disable_part(others),
             {},
-            {}};
+            {},
+            false};
 }
 
 /// Whether the main product's installer is given an option to install a part or to leave it out.
@@ -227,14 +231,15 @@ VINST_INSTALL_STEP decide_install_step(VINST_COMPONENT& component, const QString
         return {own_installer + enable_part(parts.enabled) + disable_part(parts.disabled) +
                     shortcut_options(release, own_platform, unattended),
                 {},
-                parts.enabled};
+                parts.enabled,
+                false};
     }
     if (component.in_device_group)
         return device_step(component, options);
     const QString edition = is_edition(component.name)
                                 ? " --morlan_edition " + command_part(component.name)
                                 : QString();
-    return {own_installer + edition, {}, {}};
+    return {own_installer + edition, {}, {}, false};
 }
 
 QString build_install_command(VINST_COMPONENT& component, const QString& main_product,

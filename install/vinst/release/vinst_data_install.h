@@ -11,6 +11,8 @@ struct VINST_INSTALL_STEP
     QString command;         ///< a command line, or empty
     QString reason_for_none; ///< completes "NAME was not installed: "; empty with a command
     QStringList parts;       ///< names that the command enables in the main product's installer
+    /// There is no command yet, because the main product installs the device installer.
+    bool awaits_device_installer = false;
 };
 
 /// Decides by the files that exist now.
