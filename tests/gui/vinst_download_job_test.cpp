@@ -20,7 +20,7 @@ namespace
 {
 
 /// Records what the job shows, and answers its questions.
-class RECORDING_WINDOW final : public VINST_JOB_WINDOW
+class RECORDING_WINDOW final : public VINST_JOB_VIEW, public VINST_JOB_FORM
 {
 public:
     void show_status(const QString& text) override { statuses.append(text); }
@@ -62,7 +62,7 @@ protected:
         host.query_volume = [](const QString&) { return VINST_VOLUME{"/", 1LL << 40}; };
         manager = std::make_unique<VINST_DOWNLOADER_MGR>(*release, view);
         manager->set_components({release->find_component("one", this_platform())}, false);
-        job = std::make_unique<VINST_DOWNLOAD_JOB>(*release, *manager, host, window);
+        job = std::make_unique<VINST_DOWNLOAD_JOB>(*release, *manager, host, window, window);
     }
     ~DownloadJob() override { forget_stop_request(); }
 

@@ -105,7 +105,7 @@ TEST_F(DialogEnd, OffersToRetryAFailedConnection)
 TEST_F(DialogEnd, OffersTheLogOfAFailedInstallation)
 {
     builder.component("one").content(install_script());
-    builder.component("two").content("#!/bin/sh\nexit 3\n");
+    builder.component("two").content(install_script(3));
     open();
     check_auto_install();
     press_download({"Show log"});

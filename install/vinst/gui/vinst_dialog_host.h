@@ -21,5 +21,8 @@ struct VINST_DIALOG_HOST
     /// Makes screen readers read a label.
     std::function<void(QLabel&)> announce = [](QLabel&) {};
 
+    /// Asks for the user's attention to a window.
+    std::function<void(QWidget&)> alert = [](QWidget&) {};
+
     static VINST_DIALOG_HOST this_machine();
 };

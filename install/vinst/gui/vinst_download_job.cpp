@@ -7,13 +7,11 @@
 #include "install/vinst/download/vinst_downloader_mgr.h"
 #include "install/vinst/download/vinst_installation.h"
 #include "install/vinst/download/vinst_retry.h"
-#include "install/vinst/gui/vinst_dialog_host.h"
 #include "install/vinst/gui/vinst_downloader_dlg_rules.h"
 #include "install/vinst/gui/vinst_message_box.h"
 #include "install/vinst/release/vinst_data_space.h"
 
 #include <QCoreApplication>
-#include <QDir>
 
 #include <algorithm>
 
@@ -25,19 +23,6 @@ namespace
 using RESULT = VINST_JOB_END::RESULT;
 
 constexpr std::chrono::milliseconds time_update_interval{1000};
-
-/// For a text that is in the log already.
-bool show_refusal(const std::string& text)
-{
-    show_message_box(text, true);
-    return false;
-}
-
-bool refuse(const std::string& text)
-{
-    run_log().error("%s", text);
-    return show_refusal(text);
-}
 
 VINST_JOB_END::RESULT result_of(const VINST_INSTALL_OUTCOME& outcome)
 {
@@ -63,8 +48,9 @@ double elapsed_seconds(const QElapsedTimer& clock)
 }
 
 VINST_DOWNLOAD_JOB::VINST_DOWNLOAD_JOB(VINST_RELEASE& release, VINST_DOWNLOADER_MGR& manager,
-                                       const VINST_DIALOG_HOST& host, VINST_JOB_WINDOW& window)
-    : m_release(release), m_manager(manager), m_host(host), m_window(window)
+                                       const VINST_DIALOG_HOST& host, VINST_JOB_VIEW& view,
+                                       VINST_JOB_FORM& form)
+    : m_release(release), m_manager(manager), m_view(view), m_preparation(release, host, form)
 {
     m_time_updates.setInterval(time_update_interval);
     QObject::connect(&m_time_updates, &QTimer::timeout, &m_time_updates, [this] { show_time(); });
@@ -78,7 +64,7 @@ VINST_JOB_REPORT VINST_DOWNLOAD_JOB::run(const VINST_JOB_CHOICES& choices)
     m_result = RESULT::none;
     VINST_JOB_REPORT report = run_steps();
     report.end = m_record.end(m_result, m_choices.download_dir, m_choices.install_dir);
-    m_install_lock.release();
+    m_preparation.release_install_dir();
     m_time_updates.stop();
     return report;
 }
@@ -101,10 +87,10 @@ VINST_JOB_REPORT VINST_DOWNLOAD_JOB::run_steps()
     if (const QString reason = reason_for_nothing(); !reason.isEmpty())
     {
         run_log().info("%s", utf8(reason));
-        m_window.show_status(reason);
+        m_view.show_status(reason);
         return {reason, false, false};
     }
-    if (!prepare())
+    if (!m_preparation.prepare(m_choices))
         return {};
     const auto note_obstacle = [this]
     { m_result = is_to_stop() ? RESULT::stopped : RESULT::failed; };
@@ -145,110 +131,9 @@ QString VINST_DOWNLOAD_JOB::reason_for_nothing() const
                : QStringLiteral("There is nothing to download: no component is selected.");
 }
 
-bool VINST_DOWNLOAD_JOB::prepare()
-{
-    return resolve_missing_rights() && obtain_licence() && prepare_download_dir() &&
-           accept_open_download_dir() && check_install_dir();
-}
-
-bool VINST_DOWNLOAD_JOB::resolve_missing_rights()
-{
-    if (!m_choices.auto_install || m_host.is_admin)
-        return true;
-    if (!confirm("Proceed without installation?", "ERROR_NOT_ADMIN_CANT_INSTALL", true))
-        return false;
-    m_choices.auto_install = false;
-    m_window.drop_auto_install();
-    return true;
-}
-
-bool VINST_DOWNLOAD_JOB::obtain_licence()
-{
-    if (!m_choices.auto_install || m_choices.agrees_to_licence)
-        return true;
-    if (!confirm("Accept License Agreement?", "ERROR_AGREE_EULA_GUI", false))
-        return false;
-    m_window.accept_licence();
-    return true;
-}
-
-bool VINST_DOWNLOAD_JOB::prepare_download_dir()
-{
-    const QString& dir = m_choices.download_dir;
-    std::string error;
-    if (!validate_download_path(dir, error))
-        return show_refusal(error);
-    if (!QDir().mkpath(QDir(dir).absolutePath()))
-        return refuse(message("ERROR_CREATE_DIRECTORY", "Download"));
-    return has_enough_download_space(m_release, m_choices.platform, m_host.query_volume) ||
-           confirm("Insufficient Disk Space", "WARNING_INSUFFICIENT_DOWNLOADDIR_DISK_SPACE", true);
-}
-
-bool VINST_DOWNLOAD_JOB::accept_open_download_dir()
-{
-    const QString warning = open_download_dir_warning(m_release);
-    if (warning.isEmpty() || m_choices.download_dir == m_accepted_open_dir)
-        return true;
-    run_log().info("%s", utf8(warning));
-    if (!ask("Use a directory that others can write?", utf8(warning) + "\n\nContinue anyway?",
-             true))
-        return false;
-    m_accepted_open_dir = m_choices.download_dir;
-    return true;
-}
-
-bool VINST_DOWNLOAD_JOB::check_install_dir()
-{
-    if (!m_choices.auto_install)
-        return true;
-    const QString& dir = m_choices.install_dir;
-    std::string error;
-    if (!validate_install_path(dir, error, m_host.platform))
-        return show_refusal(error);
-    if (!accept_files_in_install_dir())
-        return false;
-    QString obstacle = install_obstacle(m_release);
-    if (obstacle.isEmpty())
-        obstacle = m_install_lock.take(dir);
-    if (!obstacle.isEmpty())
-        return refuse(utf8(obstacle));
-    return has_enough_install_space(m_release, m_choices.platform, m_host.query_volume) ||
-           confirm("Insufficient Disk Space", "WARNING_INSUFFICIENT_INSTALLDIR_DISK_SPACE", true);
-}
-
-bool VINST_DOWNLOAD_JOB::accept_files_in_install_dir()
-{
-    const QString& dir = m_choices.install_dir;
-    if (is_empty_or_missing_dir(dir))
-        return true;
-    if (!continues_in(dir))
-        return refuse(message("ERROR_INSTALLDIR_IS_NOT_EMPTY"));
-    return ask("Continue the installation?",
-               "The last installation in " + utf8(without_control_characters(dir)) +
-                   " is incomplete. Do you want to install into the same directory again?",
-               false);
-}
-
-bool VINST_DOWNLOAD_JOB::continues_in(const QString& install_dir) const
-{
-    return !m_incomplete_install_dir.isEmpty() &&
-           unique_install_path(install_dir) == m_incomplete_install_dir;
-}
-
-bool VINST_DOWNLOAD_JOB::confirm(const QString& title, const char* message_id, bool is_warning)
-{
-    return ask(title, message(message_id), is_warning);
-}
-
-bool VINST_DOWNLOAD_JOB::ask(const QString& title, const std::string& text, bool is_warning)
-{
-    // A stop may be requested while the question is shown.
-    return !is_to_stop() && m_window.ask(title, text, is_warning) && !is_to_stop();
-}
-
 bool VINST_DOWNLOAD_JOB::establish_connection()
 {
-    m_window.show_status(QStringLiteral("Establishing a connection..."));
+    m_view.show_status(QStringLiteral("Establishing a connection..."));
     QCoreApplication::processEvents();
     if (is_to_stop())
         return false;
@@ -257,8 +142,9 @@ bool VINST_DOWNLOAD_JOB::establish_connection()
         return false;
     if (result.works)
         return true;
-    m_window.show_status(QStringLiteral("Download failed"));
-    return show_refusal(result.error);
+    m_view.show_status(QStringLiteral("Download failed"));
+    show_message_box(result.error, true);
+    return false;
 }
 
 void VINST_DOWNLOAD_JOB::log_run_summary()
@@ -289,7 +175,7 @@ bool VINST_DOWNLOAD_JOB::download_with_retries(VINST_JOB_REPORT& report)
         {
         case VINST_RETRY_DECISION::ACTION::give_up_on_error:
             report = {m_manager.lasting_error_texts().join('\n'), true, false};
-            m_window.show_status(m_manager.lasting_error_texts().join(' '));
+            m_view.show_status(m_manager.lasting_error_texts().join(' '));
             return false;
         case VINST_RETRY_DECISION::ACTION::give_up_on_time:
             report = retries_exhausted();
@@ -316,8 +202,8 @@ bool VINST_DOWNLOAD_JOB::wait_for_retry(int attempt, std::chrono::seconds wait)
     run_log().info("%s", utf8(retry_status(attempt, wait)));
     for (std::chrono::seconds left = wait; left > 0s; left -= 1s)
     {
-        m_window.show_status(retry_status(attempt, left));
-        m_window.show_retry_wait(m_manager.failed_components(), left);
+        m_view.show_status(retry_status(attempt, left));
+        m_view.show_retry_wait(m_manager.failed_components(), left);
         if (!wait_unless_stopped(1s))
             return false;
     }
@@ -328,7 +214,7 @@ VINST_JOB_REPORT VINST_DOWNLOAD_JOB::retries_exhausted()
 {
     const QString status =
         QStringLiteral("Download failed. Exceeded retry limit. Process aborted.");
-    m_window.show_status(status);
+    m_view.show_status(status);
     run_log().info("%s", utf8(status));
     QStringList names;
     for (const VINST_COMPONENT* component : m_manager.failed_components())
@@ -338,17 +224,17 @@ VINST_JOB_REPORT VINST_DOWNLOAD_JOB::retries_exhausted()
 
 VINST_JOB_REPORT VINST_DOWNLOAD_JOB::install_components()
 {
-    m_window.show_status(QStringLiteral("Installing the selected components, please wait..."));
+    m_view.show_status(QStringLiteral("Installing the selected components, please wait..."));
     m_install_clock.start();
     m_record.begin_installation();
     const VINST_INSTALL_OUTCOME outcome = m_manager.install();
     const double seconds = elapsed_seconds(m_install_clock);
     m_install_clock.invalidate();
-    remember_incomplete_installation(outcome);
+    m_preparation.note(outcome);
     m_record.note(outcome);
     m_result = result_of(outcome);
     const QString status = install_status(outcome, seconds);
-    m_window.show_status(status);
+    m_view.show_status(status);
     for (const QString& line : outcome.not_installed)
         run_log().info("%s", utf8(line));
     run_log().info("%s", utf8(status));
@@ -356,28 +242,18 @@ VINST_JOB_REPORT VINST_DOWNLOAD_JOB::install_components()
             true, m_result == RESULT::failed || m_result == RESULT::stopped};
 }
 
-void VINST_DOWNLOAD_JOB::remember_incomplete_installation(const VINST_INSTALL_OUTCOME& outcome)
-{
-    using OUTCOME = VINST_INSTALL_OUTCOME::RESULT;
-    if (outcome.result == OUTCOME::installed)
-        m_incomplete_install_dir.clear();
-    else if (outcome.result != OUTCOME::nothing_to_install &&
-             !is_empty_or_missing_dir(m_choices.install_dir))
-        m_incomplete_install_dir = unique_install_path(m_choices.install_dir);
-}
-
 void VINST_DOWNLOAD_JOB::show_time()
 {
     if (is_installing())
-        m_window.show_install_time(
+        m_view.show_install_time(
             std::chrono::seconds(static_cast<int>(elapsed_seconds(m_install_clock))));
     if (!m_remaining_text.isEmpty())
     {
-        m_window.show_time(m_remaining_text);
+        m_view.show_time(m_remaining_text);
         return;
     }
     double seconds = m_download_seconds;
     if (m_attempt_clock.isValid())
         seconds += elapsed_seconds(m_attempt_clock);
-    m_window.show_time(seconds > 0 ? "Total download time: " + format_elapsed(seconds) : QString());
+    m_view.show_time(seconds > 0 ? "Total download time: " + format_elapsed(seconds) : QString());
 }

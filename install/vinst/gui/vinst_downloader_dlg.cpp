@@ -5,7 +5,6 @@
 #include "install/vinst/base/vinst_stop.h"
 #include "install/vinst/base/vinst_text.h"
 #include "install/vinst/base/vinst_utils.h"
-#include "install/vinst/gui/vinst_announcer.h"
 #include "install/vinst/gui/vinst_dialog_header.h"
 #include "install/vinst/gui/vinst_downloader_dlg_rules.h"
 #include "install/vinst/gui/vinst_feedback_prompt.h"
@@ -13,6 +12,7 @@
 #include "install/vinst/gui/vinst_message_box.h"
 #include "install/vinst/gui/vinst_modal_dialogs.h"
 #include "install/vinst/gui/vinst_settings_dlg.h"
+#include "install/vinst/gui/vinst_window_progress.h"
 #include "support/afcq/afcq_images.h"
 #include "support/afcq/afcq_style.h"
 #include "ui_vinst_downloader_dlg.h"
@@ -75,8 +75,8 @@ void set_optional_text(QLabel& label, const QString& text)
 
 VINST_DOWNLOADER_DLG::VINST_DOWNLOADER_DLG(VINST_RELEASE& release, VINST_DIALOG_HOST host)
     : m_release(release), m_host(std::move(host)), m_ui(new Ui::VINST_DOWNLOADER_DLG),
-      m_settings_key(program_title()), m_manager(release, *this),
-      m_job(release, m_manager, m_host, *this),
+      m_settings_key(program_title()), m_display(*m_ui), m_manager(release, m_display),
+      m_job(release, m_manager, m_host, m_display, *this),
       m_settings_dlg(new VINST_SETTINGS_DLG(release, this)),
       m_log_viewer_dlg(new VINST_LOG_VIEWER_DLG(this)), m_platform(m_settings_dlg->platform()),
       m_stop_subscription(
@@ -86,9 +86,8 @@ VINST_DOWNLOADER_DLG::VINST_DOWNLOADER_DLG(VINST_RELEASE& release, VINST_DIALOG_
           })
 {
     m_ui->setupUi(this);
-    m_announcer =
-        std::make_unique<VINST_ANNOUNCER>(*m_ui->m_download_message_label, m_host.announce);
     setWindowTitle(program_title());
+    m_display.set_up(m_job, *this, m_host);
     setWindowIcon(afcq_get_icon(afcq_window_icon));
     m_directory_timer.setSingleShot(true);
     m_directory_timer.setInterval(typing_pause);
@@ -101,7 +100,6 @@ VINST_DOWNLOADER_DLG::VINST_DOWNLOADER_DLG(VINST_RELEASE& release, VINST_DIALOG_
     set_up_connections();
     rebuild_platform();
     m_ui->m_after_install_actions->restore(m_settings_key);
-    show_installation_step({});
     return_to_idle();
 }
 
@@ -163,7 +161,7 @@ void VINST_DOWNLOADER_DLG::set_up_connections()
             [this](const QString& status)
             {
                 if (!m_is_busy) // a job's status is more important
-                    show_status(status);
+                    m_display.show_status(status);
             });
     connect(m_ui->m_download_treeview, &VINST_DOWNLOADER_TREEVIEW::current_component_changed,
             m_ui->m_description_label, &VINST_DESCRIPTION_LABEL::show_description);
@@ -212,7 +210,7 @@ void VINST_DOWNLOADER_DLG::rebuild_platform()
     tree.restore_states();
     m_ui->m_description_label->setTextFormat(Qt::AutoText);
     m_ui->m_description_label->setText(m_no_description);
-    m_ui->m_job_end_view->clear();
+    m_display.forget_end();
     m_ui->m_after_install_actions->rebuild(m_release, m_platform);
     m_ui->line_separator->setVisible(m_ui->m_after_install_actions->has_actions());
     apply_auto_install_availability();
@@ -244,11 +242,11 @@ void VINST_DOWNLOADER_DLG::follow_clicks()
 {
     const VINST_COMPONENT_LIST needed = complete_selection();
     m_job.forget_times();
-    m_ui->m_job_end_view->clear();
+    m_display.forget_end();
     follow_selection();
     m_ui->m_download_treeview->hide_bars_of_deselected();
     if (!needed.empty())
-        show_status(needed_components_status(needed));
+        m_display.show_status(needed_components_status(needed));
 }
 
 VINST_COMPONENT_LIST VINST_DOWNLOADER_DLG::complete_selection()
@@ -310,17 +308,12 @@ void VINST_DOWNLOADER_DLG::update_directory_problems(const VINST_SPACE_FIGURES& 
 
     VINST_DIRECTORY_FACTS install = facts_about(m_ui->m_install_dir_line_edit->text());
     install.is_occupied = !is_empty_or_missing_dir(install.path) &&
-                          !m_job.continues_in(install.path) && !has_installed_to(install.path);
+                          !m_job.continues_in(install.path) &&
+                          !m_display.has_installed_to(install.path);
     install.needed = figures.to_install + (available.is_one_volume() ? figures.to_download : 0);
     install.available = available.install.available;
     set_optional_text(*m_ui->m_install_dir_problem_label,
                       auto_installs() ? directory_problem(install) : QString());
-}
-
-bool VINST_DOWNLOADER_DLG::has_installed_to(const QString& dir) const
-{
-    const VINST_JOB_END& end = m_ui->m_job_end_view->end();
-    return end.result == VINST_JOB_END::RESULT::installed && end.dir == dir;
 }
 
 void VINST_DOWNLOADER_DLG::update_licence_link()
@@ -431,4 +424,6 @@ void VINST_DOWNLOADER_DLG::changeEvent(QEvent* event)
     AFCQ_DIALOG::changeEvent(event);
     if (event->type() == QEvent::PaletteChange && m_ui != nullptr)
         update_label_grounds();
+    if (event->type() == QEvent::WindowStateChange && m_display.outside() != nullptr)
+        m_display.outside()->follow_window_state();
 }

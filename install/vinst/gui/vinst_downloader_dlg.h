@@ -2,9 +2,9 @@
 
 #include "install/vinst/base/vinst_stop.h"
 #include "install/vinst/download/vinst_downloader_mgr.h"
-#include "install/vinst/download/vinst_downloader_view.h"
 #include "install/vinst/gui/vinst_dialog_host.h"
 #include "install/vinst/gui/vinst_download_job.h"
+#include "install/vinst/gui/vinst_job_display.h"
 #include "support/afcq/afcq_dialog.h"
 #include "support/cfgq/cfgq_registry_key.h"
 #include "support/thr/thr_sleep.h"
@@ -16,7 +16,6 @@
 
 class QAbstractButton;
 class QMessageBox;
-class VINST_ANNOUNCER;
 struct VINST_SPACE_AVAILABLE;
 class VINST_LOG_VIEWER_DLG;
 class VINST_SETTINGS_DLG;
@@ -28,9 +27,7 @@ class VINST_DOWNLOADER_DLG;
 
 /// The main window of graphical mode: shows the components of a release, sets their directories,
 /// and starts and stops the job that downloads and installs them.
-class VINST_DOWNLOADER_DLG final : public AFCQ_DIALOG,
-                                   private VINST_DOWNLOADER_VIEW,
-                                   private VINST_JOB_WINDOW
+class VINST_DOWNLOADER_DLG final : public AFCQ_DIALOG, private VINST_JOB_FORM
 {
     Q_OBJECT
 
@@ -63,28 +60,7 @@ protected:
     void changeEvent(QEvent* event) override;
 
 private:
-    // Reports from the manager and from the job.
-    void show_status(const QString& text) override;
-
-    // Reports from the manager.
-    void show_integrity(VINST_COMPONENT* component, VINST_INTEGRITY_STATE state) override;
-    void show_percentage(VINST_COMPONENT* component, quint64 percent) override;
-    void show_overall(const QString& text, quint64 percent) override;
-    void show_speed(const QString& text) override;
-    void show_time_remaining(const QString& text) override;
-
-    void show_attempt(const VINST_COMPONENT_LIST& components) override;
-    void show_progress(const std::vector<VINST_COMPONENT_PROGRESS>& progress,
-                       const VINST_PROGRESS_TOTALS& totals) override;
-    void show_installer(VINST_COMPONENT* component, int number, int count) override;
-    void show_installer_end(VINST_COMPONENT* component, const QString& failure) override;
-    void show_action(const VINST_COMPONENT& action) override;
-    void show_installer_output(const QString& line) override;
-
     // For the job.
-    void show_retry_wait(const VINST_COMPONENT_LIST& failed, std::chrono::seconds left) override;
-    void show_install_time(std::chrono::seconds elapsed) override;
-    void show_time(const QString& text) override;
     bool ask(const QString& title, const std::string& text, bool is_warning) override;
     void drop_auto_install() override;
     void accept_licence() override;
@@ -111,8 +87,6 @@ private:
     /// Shows below each directory's field what is wrong with it.
     void update_directory_problems(const VINST_SPACE_FIGURES& figures,
                                    const VINST_SPACE_AVAILABLE& available);
-    /// Whether the last job has installed there, which the window still shows.
-    bool has_installed_to(const QString& dir) const;
     void update_licence_link();
     void update_label_grounds();
     void take_directories();
@@ -120,9 +94,6 @@ private:
     /// Asks before it stops an installation, while that continues.
     void ask_before_stop();
     void stop_job();
-    /// Shows or hides what an installation shows: the step, the output, and a busy bar.
-    void show_installation_step(const QString& step);
-    void show_failed_rows();
     void enter_busy_state();
     void return_to_idle();
     bool auto_installs() const;
@@ -132,9 +103,9 @@ private:
     const VINST_DIALOG_HOST m_host;
     std::unique_ptr<Ui::VINST_DOWNLOADER_DLG> m_ui;
     CFGQ_REGISTRY_KEY m_settings_key;
+    VINST_JOB_DISPLAY m_display;
     VINST_DOWNLOADER_MGR m_manager;
     VINST_DOWNLOAD_JOB m_job;
-    std::unique_ptr<VINST_ANNOUNCER> m_announcer;
     VINST_SETTINGS_DLG* m_settings_dlg;     ///< owned by this dialog
     VINST_LOG_VIEWER_DLG* m_log_viewer_dlg; ///< the same
     QString m_platform;                     ///< selected by the user
@@ -142,10 +113,7 @@ private:
     bool m_stop_had_focus = false;
     bool m_never_ask_feedback = false;
     QPointer<QMessageBox> m_stop_question; ///< owned by this dialog; while it is shown
-    VINST_COMPONENT_LIST m_attempt;        ///< the components of the current or last attempt
-    int m_overall_percent = 0;
-    QString m_installation_step; ///< such as "Installing 2 of 5: The device"; else empty
-    QString m_no_description;    ///< shown until the user selects a row
-    QTimer m_directory_timer;    ///< delays the update while the user types in a directory field
+    QString m_no_description;              ///< shown until the user selects a row
+    QTimer m_directory_timer; ///< delays the update while the user types in a directory field
     THR_STOP_SUBSCRIPTION m_stop_subscription; ///< destroyed first: it calls this dialog
 };

@@ -14,7 +14,6 @@ VINST_JOB_END_VIEW::VINST_JOB_END_VIEW(QWidget* parent) : QWidget(parent), m_lab
     m_label->setObjectName("m_job_end_label");
     m_label->setTextFormat(Qt::PlainText);
     m_label->setWordWrap(true);
-    m_label->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     layout->addWidget(m_label, 1);
     m_retry_button = add_button("m_retry_button", QStringLiteral("Retry"));
     m_open_folder_button = add_button("m_open_folder_button", QStringLiteral("Open folder"));
@@ -40,6 +39,10 @@ void VINST_JOB_END_VIEW::show_end(const VINST_JOB_END& end)
     using RESULT = VINST_JOB_END::RESULT;
     m_end = end;
     m_label->setText(with_breaks(job_end_text(end)));
+    // An empty label must not take the focus.
+    m_label->setTextInteractionFlags(m_label->text().isEmpty() ? Qt::NoTextInteraction
+                                                               : Qt::TextSelectableByMouse |
+                                                                     Qt::TextSelectableByKeyboard);
     m_retry_button->setVisible(end.result == RESULT::stopped || end.result == RESULT::failed);
     m_open_folder_button->setVisible(end.was_begun && QFileInfo(end.dir).isDir());
     setVisible(end.result != RESULT::none);

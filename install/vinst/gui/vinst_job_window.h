@@ -33,13 +33,13 @@ struct VINST_JOB_REPORT
     VINST_JOB_END end = {};
 };
 
-/// What a job needs from the window that shows it.
-class VINST_JOB_WINDOW
+/// What a job reports to the window that shows it.
+class VINST_JOB_VIEW
 {
 public:
-    VINST_JOB_WINDOW() = default;
-    VINST_JOB_WINDOW(const VINST_JOB_WINDOW&) = delete;
-    VINST_JOB_WINDOW& operator=(const VINST_JOB_WINDOW&) = delete;
+    VINST_JOB_VIEW() = default;
+    VINST_JOB_VIEW(const VINST_JOB_VIEW&) = delete;
+    VINST_JOB_VIEW& operator=(const VINST_JOB_VIEW&) = delete;
 
     virtual void show_status(const QString& text) = 0;
     /// The next attempt at these components starts in that time.
@@ -49,6 +49,18 @@ public:
     /// The remaining time, or how long the download has taken.
     virtual void show_time(const QString& text) = 0;
 
+protected:
+    ~VINST_JOB_VIEW() = default;
+};
+
+/// What a job asks the user, and changes in the window accordingly.
+class VINST_JOB_FORM
+{
+public:
+    VINST_JOB_FORM() = default;
+    VINST_JOB_FORM(const VINST_JOB_FORM&) = delete;
+    VINST_JOB_FORM& operator=(const VINST_JOB_FORM&) = delete;
+
     /// Asks a question in a modal box. \return whether the user answered yes
     virtual bool ask(const QString& title, const std::string& text, bool is_warning) = 0;
     /// The user continues without installation.
@@ -56,5 +68,5 @@ public:
     virtual void accept_licence() = 0;
 
 protected:
-    ~VINST_JOB_WINDOW() = default;
+    ~VINST_JOB_FORM() = default;
 };
