@@ -1,25 +1,90 @@
 #include "support/afcq/afcq_style.h"
 
+#include "support/afcq/afcq_colors.h"
+
+#include <QPainter>
 #include <QStyleOption>
+#include <QWidget>
 
 namespace
 {
 
+/// \param part  of the second colour, from 0 to 1
+QColor mixed(const QColor& one, const QColor& other, double part)
+{
+    return QColor::fromRgbF(one.redF() + (other.redF() - one.redF()) * part,
+                            one.greenF() + (other.greenF() - one.greenF()) * part,
+                            one.blueF() + (other.blueF() - one.blueF()) * part);
+}
+
 /// Halfway between the background of a box and its check mark.
 QColor edge_color(const QPalette& palette)
 {
-    const QColor& ground = palette.color(QPalette::Base);
-    const QColor& mark = palette.color(QPalette::Text);
-    return {(ground.red() + mark.red()) / 2, (ground.green() + mark.green()) / 2,
-            (ground.blue() + mark.blue()) / 2};
+    return mixed(palette.color(QPalette::Base), palette.color(QPalette::Text), 0.5);
 }
 
-}
-
-bool afcq_is_dark(const QPalette& palette)
+bool is_primary(const QStyleOption& option, const QWidget* widget)
 {
-    constexpr int half_light = 128;
-    return palette.color(QPalette::Window).lightness() < half_light;
+    return widget != nullptr && option.state.testFlag(QStyle::State_Enabled) &&
+           widget->property(afcq_primary_property).toBool();
+}
+
+bool has_visible_focus(const QStyleOption& option)
+{
+    constexpr QStyle::State focus = QStyle::State_HasFocus | QStyle::State_KeyboardFocusChange;
+    return (option.state & focus) == focus;
+}
+
+/// Towards the text's opposite when pressed, so that the text stays readable.
+QColor in_state(const QColor& ground, const QColor& text, const QStyleOption& option)
+{
+    constexpr double hovered = 0.06;
+    constexpr double pressed = 0.14;
+    const QColor away = afcq_contrast(text, Qt::black) > afcq_contrast(text, Qt::white)
+                            ? QColor(Qt::black)
+                            : QColor(Qt::white);
+    if (option.state & (QStyle::State_Sunken | QStyle::State_On))
+        return mixed(ground, away, pressed);
+    return option.state.testFlag(QStyle::State_MouseOver) ? mixed(ground, away, hovered) : ground;
+}
+
+void draw_panel(QPainter& painter, const QRect& rect, const QColor& ground, const QPen& edge)
+{
+    constexpr double radius = 3;
+    const double inset = edge.widthF() / 2;
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(edge);
+    painter.setBrush(ground);
+    painter.drawRoundedRect(QRectF(rect).adjusted(inset, inset, -inset, -inset), radius, radius);
+    painter.restore();
+}
+
+void draw_button(QPainter& painter, const QStyleOptionButton& option, const QWidget* widget)
+{
+    constexpr double focus_width = 2;
+    const QPalette& palette = option.palette;
+    const AFCQ_ACCENT accent = afcq_accent(palette);
+    if (is_primary(option, widget))
+    {
+        const QColor ground = in_state(accent.ground, accent.text, option);
+        draw_panel(painter, option.rect, ground, QPen(ground, 1));
+        if (has_visible_focus(option))
+            draw_panel(painter, option.rect.adjusted(2, 2, -2, -2), ground,
+                       QPen(accent.text, focus_width));
+        return;
+    }
+    const QColor text = palette.color(QPalette::ButtonText);
+    const QColor ground = in_state(palette.color(QPalette::Button), text, option);
+    const bool is_enabled = option.state.testFlag(QStyle::State_Enabled);
+    QPen edge(mixed(palette.color(QPalette::Window), text, is_enabled ? 0.35 : 0.2), 1);
+    if (is_enabled && option.features.testFlag(QStyleOptionButton::DefaultButton))
+        edge.setColor(accent.ground);
+    if (has_visible_focus(option))
+        edge = QPen(accent.ground, focus_width);
+    draw_panel(painter, option.rect, ground, edge);
+}
+
 }
 
 AFCQ_STYLE::AFCQ_STYLE() : QProxyStyle(QStringLiteral("Fusion"))
@@ -32,6 +97,11 @@ void AFCQ_STYLE::drawPrimitive(PrimitiveElement element, const QStyleOption* opt
 {
     const bool has_edge = element == PE_IndicatorCheckBox || element == PE_IndicatorRadioButton;
     const auto* const button = qstyleoption_cast<const QStyleOptionButton*>(option);
+    if (element == PE_PanelButtonCommand && button != nullptr)
+    {
+        draw_button(*painter, *button, widget);
+        return;
+    }
     if (!has_edge || button == nullptr || !afcq_is_dark(option->palette))
     {
         QProxyStyle::drawPrimitive(element, option, painter, widget);
@@ -43,4 +113,18 @@ void AFCQ_STYLE::drawPrimitive(PrimitiveElement element, const QStyleOption* opt
     QStyleOptionButton lit = *button;
     lit.palette.setColor(QPalette::Window, edge_color(lit.palette).lighter(lighter_by_percent));
     QProxyStyle::drawPrimitive(element, &lit, painter, widget);
+}
+
+void AFCQ_STYLE::drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
+                             const QWidget* widget) const
+{
+    const auto* const button = qstyleoption_cast<const QStyleOptionButton*>(option);
+    if (element != CE_PushButtonLabel || button == nullptr || !is_primary(*option, widget))
+    {
+        QProxyStyle::drawControl(element, option, painter, widget);
+        return;
+    }
+    QStyleOptionButton accented = *button;
+    accented.palette.setColor(QPalette::ButtonText, afcq_accent(option->palette).text);
+    QProxyStyle::drawControl(element, &accented, painter, widget);
 }

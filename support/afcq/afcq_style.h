@@ -1,13 +1,13 @@
 #pragma once
 
-#include <QPalette>
 #include <QProxyStyle>
 
-/// Whether text is lighter than its background.
-bool afcq_is_dark(const QPalette& palette);
+/// The name of the property that makes a push button the primary one of its window.
+inline constexpr const char* afcq_primary_property = "afcq_primary";
 
 /// Fusion, with visible outlines of check boxes and radio buttons in dark palettes. Fusion draws
-/// them darker than the window, which makes an unchecked box in a tree invisible.
+/// them darker than the window, which makes an unchecked box in a tree invisible. Push buttons are
+/// flat; a primary one has the accent colour while it is enabled.
 class AFCQ_STYLE final : public QProxyStyle
 {
     Q_OBJECT
@@ -17,4 +17,6 @@ public:
 
     void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
                        const QWidget* widget) const override;
+    void drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
+                     const QWidget* widget) const override;
 };

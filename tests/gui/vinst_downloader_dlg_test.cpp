@@ -94,6 +94,19 @@ TEST_F(Dialog, ShowsTheReleaseAndWhatItNeeds)
     EXPECT_EQ(find<QLabel>("m_download_message_label").styleSheet(), "QLabel { color : blue; }");
 }
 
+TEST_F(Dialog, HasDownloadAsItsOnlyPrimaryButton)
+{
+    builder.component("one");
+    open();
+    EXPECT_TRUE(button("m_download_button").isDefault());
+    for (const QPushButton* each : dialog->findChildren<QPushButton*>())
+    {
+        const bool is_download = each->objectName() == "m_download_button";
+        EXPECT_EQ(each->property("afcq_primary").toBool(), is_download)
+            << each->objectName().toStdString();
+    }
+}
+
 TEST_F(Dialog, HasItsWidgetsWithTheirTexts)
 {
     builder.component("one");

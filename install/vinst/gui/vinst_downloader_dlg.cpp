@@ -13,8 +13,8 @@
 #include "install/vinst/gui/vinst_modal_dialogs.h"
 #include "install/vinst/gui/vinst_settings_dlg.h"
 #include "install/vinst/gui/vinst_window_progress.h"
+#include "support/afcq/afcq_colors.h"
 #include "support/afcq/afcq_images.h"
-#include "support/afcq/afcq_style.h"
 #include "ui_vinst_downloader_dlg.h"
 
 #include <QCloseEvent>

@@ -1,47 +1,21 @@
 #include "support/afcq/afcq_style.h"
 
+#include "support/afcq/afcq_colors.h"
+#include "tests/gui/looks.h"
+
 #include <gtest/gtest.h>
 
 #include <QImage>
 #include <QPainter>
+#include <QPushButton>
 #include <QStyleFactory>
 #include <QStyleOption>
 
 #include <algorithm>
-#include <cmath>
 #include <memory>
 
 namespace
 {
-
-QPalette palette_of(const QColor& window, const QColor& base, const QColor& text)
-{
-    QPalette palette(window, window);
-    palette.setColor(QPalette::Base, base);
-    palette.setColor(QPalette::Text, text);
-    palette.setColor(QPalette::WindowText, text);
-    return palette;
-}
-
-const QPalette dark = palette_of({53, 53, 53}, {35, 35, 35}, Qt::white);
-const QPalette light = palette_of({239, 239, 239}, Qt::white, Qt::black);
-
-/// Relative luminance as defined by the Web Content Accessibility Guidelines: 0 is black, 1 is
-/// white.
-double luminance(const QColor& color)
-{
-    const auto linear = [](double part)
-    { return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4); };
-    return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) +
-           0.0722 * linear(color.blueF());
-}
-
-/// Contrast ratio: 1 for equal luminance, 21 for black on white; parts of controls require 3.
-double contrast(const QColor& one, const QColor& other)
-{
-    const auto [darker, lighter] = std::minmax({luminance(one), luminance(other)});
-    return (lighter + 0.05) / (darker + 0.05);
-}
 
 constexpr int side = 30;
 
@@ -84,16 +58,16 @@ TEST_P(Indicator, HasAVisibleOutlineInADarkPalette)
 {
     for (const QPalette::ColorRole ground : {QPalette::Base, QPalette::Window})
     {
-        const QColor color = dark.color(ground);
-        EXPECT_GE(edge_contrast(indicator(GetParam(), dark, color, style), color), 3.0);
+        const QColor color = dark_palette().color(ground);
+        EXPECT_GE(edge_contrast(indicator(GetParam(), dark_palette(), color, style), color), 3.0);
     }
 }
 
 TEST_P(Indicator, IsDrawnByFusionInALightPalette)
 {
     const std::unique_ptr<QStyle> fusion(QStyleFactory::create("Fusion"));
-    EXPECT_EQ(indicator(GetParam(), light, Qt::white, style),
-              indicator(GetParam(), light, Qt::white, *fusion));
+    EXPECT_EQ(indicator(GetParam(), light_palette(), Qt::white, style),
+              indicator(GetParam(), light_palette(), Qt::white, *fusion));
 }
 
 INSTANTIATE_TEST_SUITE_P(AfcqStyle, Indicator,
@@ -103,8 +77,64 @@ INSTANTIATE_TEST_SUITE_P(AfcqStyle, Indicator,
 
 TEST(AfcqStyle, DetectsDarkPalettes)
 {
-    EXPECT_TRUE(afcq_is_dark(dark));
-    EXPECT_FALSE(afcq_is_dark(light));
+    EXPECT_TRUE(afcq_is_dark(dark_palette()));
+    EXPECT_FALSE(afcq_is_dark(light_palette()));
+}
+
+TEST(AfcqStyle, DrawsAPrimaryButtonInAReadableAccentColour)
+{
+    AFCQ_STYLE style;
+    for (const QPalette& palette : {light_palette(), dark_palette()})
+    {
+        QPushButton button("Download");
+        button.setStyle(&style);
+        button.setPalette(palette);
+        button.setProperty("afcq_primary", true);
+        const QImage image = picture_of(button);
+        const AFCQ_ACCENT accent = afcq_accent(palette);
+        EXPECT_EQ(most_frequent_color(image), accent.ground);
+        EXPECT_GE(contrast(accent.ground, accent.text), 4.5);
+        EXPECT_GE(contrast(accent.ground, palette.color(QPalette::Window)), 3.0);
+        EXPECT_TRUE(has_color(image, accent.text));
+        button.setDisabled(true);
+        EXPECT_FALSE(has_color(picture_of(button), accent.ground)) << "looks enabled";
+    }
+}
+
+TEST(AfcqStyle, KeepsTheTextOfAPressedPrimaryButtonReadable)
+{
+    AFCQ_STYLE style;
+    for (const QPalette& palette : {light_palette(), dark_palette()})
+    {
+        QPushButton button("Download");
+        button.setStyle(&style);
+        button.setPalette(palette);
+        button.setProperty("afcq_primary", true);
+        button.setDown(true);
+        const QColor ground = most_frequent_color(picture_of(button));
+        EXPECT_NE(ground, afcq_accent(palette).ground);
+        EXPECT_GE(contrast(ground, afcq_accent(palette).text), 4.5);
+    }
+}
+
+TEST(AfcqStyle, DrawsOtherButtonsQuietly)
+{
+    AFCQ_STYLE style;
+    for (const QPalette& palette : {light_palette(), dark_palette()})
+    {
+        QPushButton button("Settings");
+        button.setStyle(&style);
+        button.setPalette(palette);
+        button.setDefault(true);
+        EXPECT_EQ(most_frequent_color(picture_of(button)), palette.color(QPalette::Button));
+    }
+}
+
+TEST(AfcqStyle, MeasuresContrast)
+{
+    EXPECT_NEAR(afcq_contrast(Qt::black, Qt::white), 21, 1e-6);
+    EXPECT_NEAR(afcq_contrast(Qt::red, Qt::red), 1, 1e-6);
+    EXPECT_NEAR(afcq_contrast(Qt::white, Qt::red), 3.998, 1e-3);
 }
 
 TEST(AfcqStyle, IsFusionByName)
