@@ -34,6 +34,7 @@ const QString geometry_key = QStringLiteral("FrameGeometry");
 const QString download_dir_key = QStringLiteral("vinst_downloader_download_dir");
 const QString install_dir_key = QStringLiteral("vinst_downloader_install_dir");
 const QString auto_install_key = QStringLiteral("vinst_downloader_auto_install");
+const QString splitter_key = QStringLiteral("vinst_downloader_splitter");
 
 QString licence_path()
 {
@@ -69,6 +70,22 @@ void set_optional_text(QLabel& label, const QString& text)
 {
     label.setText(text);
     label.setVisible(!text.isEmpty());
+}
+
+/// Divides a row among its labels in proportion to their texts. They wrap only if the row is too
+/// short for all of them.
+void share_row(QGridLayout& row)
+{
+    for (int column = 0; column < row.columnCount(); ++column)
+    {
+        QLayoutItem* const item = row.itemAtPosition(0, column);
+        const auto* const label =
+            item != nullptr ? qobject_cast<const QLabel*>(item->widget()) : nullptr;
+        if (label != nullptr)
+            row.setColumnStretch(
+                column,
+                label->isHidden() ? 0 : label->fontMetrics().horizontalAdvance(label->text()));
+    }
 }
 
 }
@@ -110,7 +127,8 @@ VINST_DOWNLOADER_DLG::~VINST_DOWNLOADER_DLG()
 
 void VINST_DOWNLOADER_DLG::set_up_header()
 {
-    fill_dialog_header(*m_ui->m_title_label, *m_ui->m_logo_label, m_release);
+    fill_dialog_header(*m_ui->m_title_label, *m_ui->m_version_label, *m_ui->m_logo_label,
+                       m_release);
     m_ui->m_license_agreement_label->setOpenExternalLinks(false);
 }
 
@@ -147,6 +165,8 @@ void VINST_DOWNLOADER_DLG::set_up_connections()
             &VINST_DOWNLOADER_DLG::start_download);
     connect(end_view, &VINST_JOB_END_VIEW::folder_wanted, this,
             [](const QString& dir) { open_url(QUrl::fromLocalFile(dir)); });
+    connect(m_ui->m_install_options_groupbox, &QGroupBox::toggled, m_ui->m_install_options_area,
+            &QWidget::setVisible);
     connect(m_ui->m_install_options_groupbox, &QGroupBox::clicked, this,
             &VINST_DOWNLOADER_DLG::apply_auto_install_choice);
     connect(m_ui->m_license_agreement_label, &QLabel::linkActivated, this,
@@ -181,6 +201,8 @@ void VINST_DOWNLOADER_DLG::restore_settings()
         stored_or(install_dir_key, m_release.default_install_dir(m_host.platform)));
     if (const QVariant stored = m_settings_key.get_value(auto_install_key); stored.isValid())
         m_ui->m_install_options_groupbox->setChecked(stored.toBool());
+    m_ui->m_install_options_area->setVisible(auto_installs());
+    m_ui->m_content_splitter->restoreState(m_settings_key.get_value(splitter_key).toByteArray());
     m_never_ask_feedback = is_feedback_refused(m_settings_key);
     take_directories();
 }
@@ -191,6 +213,7 @@ void VINST_DOWNLOADER_DLG::save_settings()
     m_settings_key.set_value(download_dir_key, m_ui->m_download_dir_line_edit->text());
     m_settings_key.set_value(install_dir_key, m_ui->m_install_dir_line_edit->text());
     m_settings_key.set_value(auto_install_key, m_ui->m_install_options_groupbox->isChecked());
+    m_settings_key.set_value(splitter_key, m_ui->m_content_splitter->saveState());
     m_ui->m_after_install_actions->save(m_settings_key);
     m_ui->m_download_treeview->save_states();
 }
@@ -295,6 +318,7 @@ void VINST_DOWNLOADER_DLG::update_space_labels()
     set_optional_text(*m_ui->m_disk_space_available_label, labels.available);
     set_optional_text(*m_ui->m_download_disk_space_available_label, labels.download_available);
     set_optional_text(*m_ui->m_installation_disk_space_available_label, labels.install_available);
+    share_row(*m_ui->gridLayout_5);
     update_directory_problems(figures, available);
 }
 

@@ -45,7 +45,8 @@ VINST_SETTINGS_DLG::VINST_SETTINGS_DLG(VINST_RELEASE& release, QWidget* parent)
     setWindowIcon(afcq_get_icon(afcq_window_icon));
     setWindowFlag(Qt::WindowContextHelpButtonHint, false);
     setSizeGripEnabled(true);
-    fill_dialog_header(*m_ui->m_title_label, *m_ui->m_logo_label, m_release);
+    fill_dialog_header(*m_ui->m_title_label, *m_ui->m_version_label, *m_ui->m_logo_label,
+                       m_release);
     show_limits();
     set_up_connections();
     load();

@@ -1,0 +1,145 @@
+#include "tests/gui/downloader_dlg_fixture.h"
+
+#include <QSplitter>
+
+namespace
+{
+
+constexpr QSize default_size(1180, 800);
+
+/// How the main dialog divides its space.
+class DialogLayout : public DownloaderDlgTest
+{
+protected:
+    DialogLayout() { QApplication::setFont(QFont("DejaVu Sans", 9)); }
+    ~DialogLayout() override { QApplication::setFont(m_font_of_tests); }
+
+    void open_with_rows(int count)
+    {
+        for (int i = 0; i < count; ++i)
+            builder.component("part_" + std::to_string(i)).pattern_content(1000, 1);
+        for (const char* name : {"shortcut", "file_types"})
+            builder.component(name).data_type("install").no_file();
+        open();
+    }
+
+    /// Not limited by the screen of the tests.
+    void resize(const QSize& size) const
+    {
+        dialog->resize(size);
+        QCoreApplication::processEvents();
+    }
+
+    int visible_rows() const
+    {
+        const QRect view = tree().viewport()->rect();
+        int count = 0;
+        for (int row = 0; row < tree().model()->rowCount(); ++row)
+            count += view.contains(tree().visualRect(tree().model()->index(row, 0))) ? 1 : 0;
+        return count;
+    }
+
+    /// Other dialogs below it have widgets of the same names.
+    QRect place_of(const char* name) const
+    {
+        for (const QWidget* widget : dialog->findChildren<QWidget*>(name))
+            if (widget->window() == dialog.get())
+                return {widget->mapTo(dialog.get(), QPoint(0, 0)), widget->size()};
+        throw std::runtime_error(std::string("no widget ") + name);
+    }
+
+    QSplitter& splitter() const { return find<QSplitter>("m_content_splitter"); }
+
+private:
+    const QFont m_font_of_tests = QApplication::font();
+};
+
+constexpr const char* space_labels[] = {
+    "m_total_download_size_label",           "m_total_install_size_label",
+    "m_disk_space_required_label",           "m_disk_space_available_label",
+    "m_download_disk_space_available_label", "m_installation_disk_space_available_label"};
+
+constexpr const char* install_options[] = {"m_agree_license_checkbox", "m_install_dir_line_edit",
+                                           "m_after_install_actions"};
+
+}
+
+TEST_F(DialogLayout, ShowsFourteenRowsAtItsDefaultSize)
+{
+    open_with_rows(30);
+    EXPECT_EQ(VINST_DOWNLOADER_DLG(*release, host).size(), default_size);
+    resize(default_size);
+    EXPECT_GE(visible_rows(), 14);
+    check_auto_install();
+    QCoreApplication::processEvents();
+    EXPECT_GE(visible_rows(), 14) << "with the install options";
+}
+
+TEST_F(DialogLayout, FoldsTheInstallOptionsWhenTheyDoNotApply)
+{
+    open_with_rows(3);
+    ASSERT_FALSE(auto_install().isChecked());
+    const int folded = auto_install().height();
+    for (const char* name : install_options)
+        EXPECT_FALSE(find<QWidget>(name).isVisible()) << name;
+    check_auto_install();
+    QCoreApplication::processEvents();
+    for (const char* name : install_options)
+        EXPECT_TRUE(find<QWidget>(name).isVisible()) << name;
+    EXPECT_GT(auto_install().height(), folded + 50);
+}
+
+TEST_F(DialogLayout, ShowsTheSpaceFiguresOnOneLine)
+{
+    host.query_volume = [](const QString& directory) {
+        return VINST_VOLUME{directory.endsWith("/inst") ? "/inst" : "/", 1LL << 40};
+    };
+    std::filesystem::create_directories(dir / "inst");
+    open_with_rows(3);
+    check_auto_install();
+    resize(default_size);
+    int shown = 0;
+    for (const char* name : space_labels)
+    {
+        const QLabel& label = find<QLabel>(name);
+        if (!label.isVisible())
+            continue;
+        ++shown;
+        EXPECT_EQ(place_of(name).top(), place_of(space_labels[0]).top()) << name;
+        EXPECT_GE(label.width(), label.fontMetrics().horizontalAdvance(label.text())) << name;
+    }
+    EXPECT_EQ(shown, 5);
+}
+
+TEST_F(DialogLayout, RemembersTheWidthOfTheDescription)
+{
+    open_with_rows(3);
+    resize({700, 450}); // fits the screen of the tests
+    ASSERT_EQ(splitter().widget(0)->findChild<QWidget*>("m_download_treeview"), &tree());
+    ASSERT_NE(splitter().widget(1)->findChild<QLabel*>("m_description_label"), nullptr);
+    EXPECT_FALSE(splitter().childrenCollapsible());
+    const QList<int> at_first = splitter().sizes();
+    EXPECT_GT(at_first[0], at_first[1]);
+    splitter().setSizes({at_first[0] - 40, at_first[1] + 40});
+    const QList<int> chosen = splitter().sizes();
+    ASSERT_NE(chosen, at_first);
+    reopen();
+    EXPECT_EQ(splitter().sizes(), chosen);
+}
+
+TEST_F(DialogLayout, IgnoresAStoredSplitterThatIsNone)
+{
+    store("vinst_downloader_splitter", QByteArray("nonsense"));
+    open_with_rows(3);
+    for (const int width : splitter().sizes())
+        EXPECT_GT(width, 0);
+}
+
+TEST_F(DialogLayout, ShowsTheVersionInTheHeader)
+{
+    open_with_rows(1);
+    resize(default_size);
+    EXPECT_EQ(text("m_version_label"), "Version " + release->version);
+    EXPECT_NE(release->version, "");
+    EXPECT_LT(place_of("m_version_label").top(), place_of("line").top());
+}
