@@ -36,3 +36,15 @@ AFCQ_ACCENT afcq_accent(const QPalette& palette)
         return {QColor(0x5a, 0xb0, 0xf5), QColor(0x0d, 0x1b, 0x26)};
     return {QColor(0x00, 0x68, 0xb5), Qt::white};
 }
+
+QColor afcq_readable_ground(const QColor& text, const QColor& window, double ratio)
+{
+    constexpr int greys = 256;
+    const int wanted = qGray(window.rgb());
+    for (int distance = 0; distance < greys; ++distance)
+        for (const int level : {wanted - distance, wanted + distance})
+            if (const QColor grey(level, level, level);
+                grey.isValid() && afcq_contrast(grey, text) >= ratio)
+                return grey;
+    return afcq_contrast(Qt::black, text) > afcq_contrast(Qt::white, text) ? Qt::black : Qt::white;
+}

@@ -19,3 +19,8 @@ struct AFCQ_ACCENT
     QColor text;
 };
 AFCQ_ACCENT afcq_accent(const QPalette& palette);
+
+/// The grey that is nearest to a window's lightness and on which a text has that contrast; black or
+/// white, whichever has more, if no grey reaches it.
+QColor afcq_readable_ground(const QColor& text, const QColor& window,
+                            double ratio = afcq_readable_contrast);

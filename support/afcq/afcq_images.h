@@ -23,7 +23,11 @@ enum AFCQ_IMAGE : int
     afcq_installing_icon = 604,
     afcq_installed_icon = 605,
     afcq_checking_icon = 606,
-    afcq_stopped_icon = 607
+    afcq_stopped_icon = 607,
+    afcq_information_icon = 611,
+    afcq_question_icon = 612,
+    afcq_warning_icon = 613,
+    afcq_error_icon = 614
 };
 
 /// The icon with that number, sharp at every size; null when there is no such image.

@@ -1,10 +1,13 @@
 #include "support/afcq/afcq_style.h"
 
 #include "support/afcq/afcq_colors.h"
+#include "support/afcq/afcq_images.h"
 
 #include <QPainter>
 #include <QStyleOption>
 #include <QWidget>
+
+#include <algorithm>
 
 namespace
 {
@@ -35,7 +38,7 @@ bool has_visible_focus(const QStyleOption& option)
     return (option.state & focus) == focus;
 }
 
-/// Towards the text's opposite when pressed, so that the text stays readable.
+/// Away from the text's colour when hovered or pressed, so that the text stays readable.
 QColor in_state(const QColor& ground, const QColor& text, const QStyleOption& option)
 {
     constexpr double hovered = 0.06;
@@ -85,6 +88,68 @@ void draw_button(QPainter& painter, const QStyleOptionButton& option, const QWid
     draw_panel(painter, option.rect, ground, edge);
 }
 
+void draw_bar_text(QPainter& painter, const QStyleOptionProgressBar& bar, const QRectF& part,
+                   const QColor& color)
+{
+    painter.save();
+    painter.setClipRect(part, Qt::IntersectClip);
+    painter.setPen(color);
+    painter.drawText(bar.rect, static_cast<int>(Qt::AlignCenter | Qt::TextSingleLine), bar.text);
+    painter.restore();
+}
+
+/// A flat bar. Its text has another colour on the part that is done.
+void draw_bar(QPainter& painter, const QStyleOptionProgressBar& bar)
+{
+    constexpr double radius = 2;
+    constexpr double groove_shade = 0.12;
+    const QPalette& palette = bar.palette;
+    const AFCQ_ACCENT accent = afcq_accent(palette);
+    const QColor text = palette.color(QPalette::Text);
+    const QRectF all(bar.rect);
+    const double range = std::max(1, bar.maximum - bar.minimum);
+    const double done_width =
+        all.width() * std::clamp((bar.progress - bar.minimum) / range, 0.0, 1.0);
+    QRectF done(all.left(), all.top(), done_width, all.height());
+    if (bar.direction == Qt::RightToLeft)
+        done.moveRight(all.right());
+    const QRectF open = bar.direction == Qt::RightToLeft
+                            ? QRectF(all.topLeft(), QPointF(done.left(), all.bottom()))
+                            : QRectF(QPointF(done.right(), all.top()), all.bottomRight());
+
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(mixed(palette.color(QPalette::Base), text, groove_shade));
+    painter.drawRoundedRect(all, radius, radius);
+    painter.setClipRect(done);
+    painter.setBrush(accent.ground);
+    painter.drawRoundedRect(all, radius, radius);
+    painter.restore();
+    if (!bar.textVisible)
+        return;
+    draw_bar_text(painter, bar, open, text);
+    draw_bar_text(painter, bar, done, accent.text);
+}
+
+/// 0 if the suite has none.
+int image_of(QStyle::StandardPixmap icon)
+{
+    switch (icon)
+    {
+    case QStyle::SP_MessageBoxInformation:
+        return afcq_information_icon;
+    case QStyle::SP_MessageBoxQuestion:
+        return afcq_question_icon;
+    case QStyle::SP_MessageBoxWarning:
+        return afcq_warning_icon;
+    case QStyle::SP_MessageBoxCritical:
+        return afcq_error_icon;
+    default:
+        return 0;
+    }
+}
+
 }
 
 AFCQ_STYLE::AFCQ_STYLE() : QProxyStyle(QStringLiteral("Fusion"))
@@ -118,6 +183,13 @@ void AFCQ_STYLE::drawPrimitive(PrimitiveElement element, const QStyleOption* opt
 void AFCQ_STYLE::drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
                              const QWidget* widget) const
 {
+    const auto* const bar = qstyleoption_cast<const QStyleOptionProgressBar*>(option);
+    if (element == CE_ProgressBar && bar != nullptr && bar->maximum > bar->minimum &&
+        bar->state.testFlag(State_Horizontal))
+    {
+        draw_bar(*painter, *bar);
+        return;
+    }
     const auto* const button = qstyleoption_cast<const QStyleOptionButton*>(option);
     if (element != CE_PushButtonLabel || button == nullptr || !is_primary(*option, widget))
     {
@@ -127,4 +199,19 @@ void AFCQ_STYLE::drawControl(ControlElement element, const QStyleOption* option,
     QStyleOptionButton accented = *button;
     accented.palette.setColor(QPalette::ButtonText, afcq_accent(option->palette).text);
     QProxyStyle::drawControl(element, &accented, painter, widget);
+}
+
+QIcon AFCQ_STYLE::standardIcon(StandardPixmap icon, const QStyleOption* option,
+                               const QWidget* widget) const
+{
+    const int number = image_of(icon);
+    return number != 0 ? afcq_get_icon(number) : QProxyStyle::standardIcon(icon, option, widget);
+}
+
+int AFCQ_STYLE::styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                          QStyleHintReturn* data) const
+{
+    if (hint == SH_DialogButtonBox_ButtonsHaveIcons)
+        return 0; // Qt's pictures have another look
+    return QProxyStyle::styleHint(hint, option, widget, data);
 }

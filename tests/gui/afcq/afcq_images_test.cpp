@@ -20,6 +20,8 @@ namespace
 
 constexpr int unknown_number = 99999;
 constexpr int status_icons[] = {afcq_failed_icon, afcq_not_checked_icon, afcq_passed_icon};
+constexpr int message_icons[] = {afcq_information_icon, afcq_question_icon, afcq_warning_icon,
+                                 afcq_error_icon};
 constexpr int all_icons[] = {afcq_window_icon, afcq_logo, afcq_failed_icon, afcq_not_checked_icon,
                              afcq_passed_icon};
 
@@ -222,6 +224,36 @@ TEST(AfcqImages, StatusIconsAreDistinctWithoutColourOnEveryRow)
             EXPECT_GT(count_brightness_differences(failed, not_checked, row), notable);
             EXPECT_GT(count_brightness_differences(failed, passed, row), notable);
             EXPECT_GT(count_brightness_differences(not_checked, passed, row), notable);
+        }
+}
+
+TEST(AfcqImages, MessageIconsAreOneFamilyAndSeenOnEveryWindow)
+{
+    for (const int number : message_icons)
+        for (const int side : {32, 64})
+        {
+            SCOPED_TRACE(testing::Message() << number << " at " << side);
+            const QImage image = render(number, side);
+            EXPECT_EQ(image.size(), QSize(side, side));
+            EXPECT_EQ(corner_alphas(image), transparent_corners);
+            // Each fills its square, with a white symbol on one dark colour.
+            EXPECT_GT(count_painted(image), side * side / 2);
+            EXPECT_GT(count_pixels(image, [&](int x, int y)
+                                   { return image.pixel(x, y) == qRgb(255, 255, 255); }),
+                      side * side / 30);
+            for (const QColor& row : all_rows)
+                EXPECT_GT(count_well_seen(image, row), side * side / 20);
+        }
+}
+
+TEST(AfcqImages, MessageIconsDifferFromEachOther)
+{
+    for (const int one : message_icons)
+        for (const int other : message_icons)
+        {
+            const int differing =
+                count_brightness_differences(render(one, 32), render(other, 32), QColor("#efefef"));
+            EXPECT_EQ(differing > 32 * 32 / 20, one != other) << one << " and " << other;
         }
 }
 

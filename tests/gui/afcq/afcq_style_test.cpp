@@ -1,11 +1,13 @@
 #include "support/afcq/afcq_style.h"
 
 #include "support/afcq/afcq_colors.h"
+#include "support/afcq/afcq_images.h"
 #include "tests/gui/looks.h"
 
 #include <gtest/gtest.h>
 
 #include <QImage>
+#include <QMessageBox>
 #include <QPainter>
 #include <QPushButton>
 #include <QStyleFactory>
@@ -13,6 +15,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <vector>
 
 namespace
 {
@@ -130,12 +133,111 @@ TEST(AfcqStyle, DrawsOtherButtonsQuietly)
     }
 }
 
+TEST(AfcqStyle, GivesMessageBoxesTheSuitesIcons)
+{
+    const AFCQ_STYLE style;
+    const std::vector<std::pair<QStyle::StandardPixmap, int>> icons{
+        {QStyle::SP_MessageBoxInformation, afcq_information_icon},
+        {QStyle::SP_MessageBoxQuestion, afcq_question_icon},
+        {QStyle::SP_MessageBoxWarning, afcq_warning_icon},
+        {QStyle::SP_MessageBoxCritical, afcq_error_icon}};
+    for (const auto& [kind, number] : icons)
+        for (const int side : {32, 48, 64, 96})
+        {
+            const QImage drawn = afcq_get_icon(number).pixmap(nullptr, QSize(side, side)).toImage();
+            EXPECT_EQ(drawn.size(), QSize(side, side));
+            EXPECT_EQ(style.standardIcon(kind).pixmap(nullptr, QSize(side, side)).toImage(), drawn);
+        }
+}
+
+TEST(AfcqStyle, PutsNoIconsOnTheButtonsOfMessageBoxes)
+{
+    AFCQ_STYLE style;
+    QMessageBox box;
+    box.setStyle(&style);
+    for (QWidget* part : box.findChildren<QWidget*>())
+        part->setStyle(&style);
+    box.setStandardButtons(QMessageBox::Yes | QMessageBox::No);
+    EXPECT_EQ(style.styleHint(QStyle::SH_DialogButtonBox_ButtonsHaveIcons), 0);
+    ASSERT_EQ(box.buttons().size(), 2);
+    for (const QAbstractButton* button : box.buttons())
+        EXPECT_TRUE(button->icon().isNull()) << button->text().toStdString();
+}
+
 TEST(AfcqStyle, MeasuresContrast)
 {
     EXPECT_NEAR(afcq_contrast(Qt::black, Qt::white), 21, 1e-6);
     EXPECT_NEAR(afcq_contrast(Qt::red, Qt::red), 1, 1e-6);
     EXPECT_NEAR(afcq_contrast(Qt::white, Qt::red), 3.998, 1e-3);
 }
+
+TEST(AfcqStyle, ComputesTheGroundNearestToAWindowOnWhichATextIsReadable)
+{
+    const QColor window(53, 53, 53);
+    // No dark grey is possible below blue: this is the darkest one that is readable.
+    EXPECT_EQ(afcq_readable_ground(Qt::blue, window), QColor(188, 188, 188));
+    EXPECT_GE(contrast(QColor(188, 188, 188), Qt::blue), 4.5);
+    EXPECT_LT(contrast(QColor(187, 187, 187), Qt::blue), 4.5);
+    EXPECT_LT(contrast(Qt::black, Qt::blue), 4.5);
+    EXPECT_EQ(afcq_readable_ground(Qt::red, window), QColor(22, 22, 22));
+    EXPECT_GE(contrast(QColor(22, 22, 22), Qt::red), 4.5);
+    EXPECT_LT(contrast(QColor(23, 23, 23), Qt::red), 4.5);
+    EXPECT_EQ(afcq_readable_ground(Qt::white, window), window);
+    EXPECT_EQ(afcq_readable_ground(Qt::red, Qt::white, 6), QColor(Qt::black)) << "cannot be";
+}
+
+class Bar : public ::testing::TestWithParam<bool>
+{
+protected:
+    QPalette palette = GetParam() ? dark_palette() : light_palette();
+    const AFCQ_STYLE style;
+
+    QImage drawn(int percent) const
+    {
+        QImage image(100, 20, QImage::Format_RGB32);
+        image.fill(palette.color(QPalette::Base));
+        QPainter painter(&image);
+        QStyleOptionProgressBar bar;
+        bar.rect = image.rect();
+        bar.palette = palette;
+        bar.state = QStyle::State_Enabled | QStyle::State_Horizontal;
+        bar.maximum = 100;
+        bar.progress = percent;
+        bar.text = "MMMM";
+        bar.textVisible = true;
+        bar.textAlignment = Qt::AlignCenter;
+        style.drawControl(QStyle::CE_ProgressBar, &bar, &painter);
+        return image;
+    }
+};
+
+TEST_P(Bar, HasReadableTextOnBothHalves)
+{
+    const QImage image = drawn(50);
+    for (const QRect& half : {QRect(2, 2, 44, 16), QRect(54, 2, 44, 16)})
+    {
+        const QImage part = image.copy(half);
+        const QColor ground = most_frequent_color(part);
+        double strongest = 1;
+        for (int y = 0; y < part.height(); ++y)
+            for (int x = 0; x < part.width(); ++x)
+                strongest = std::max(strongest, contrast(part.pixelColor(x, y), ground));
+        EXPECT_GE(strongest, 4.5) << half.x();
+    }
+    EXPECT_NE(most_frequent_color(image.copy(2, 2, 44, 16)),
+              most_frequent_color(image.copy(54, 2, 44, 16)));
+}
+
+TEST_P(Bar, HasNoFrame)
+{
+    const QImage image = drawn(100);
+    EXPECT_EQ(image.pixelColor(50, 0), image.pixelColor(8, 10)) << "the edge is filled";
+    const QImage empty = drawn(0);
+    EXPECT_EQ(empty.pixelColor(50, 0), empty.pixelColor(8, 10));
+    EXPECT_NE(empty.pixelColor(8, 10), image.pixelColor(8, 10));
+}
+
+INSTANTIATE_TEST_SUITE_P(AfcqStyle, Bar, ::testing::Bool());
 
 TEST(AfcqStyle, IsFusionByName)
 {
