@@ -1,5 +1,9 @@
 #include "tests/gui/downloader_dlg_fixture.h"
 
+#include "support/afcq/afcq_search_edit.h"
+#include "tests/gui/looks.h"
+
+#include <QCheckBox>
 #include <QSplitter>
 
 namespace
@@ -142,4 +146,73 @@ TEST_F(DialogLayout, ShowsTheVersionInTheHeader)
     EXPECT_EQ(text("m_version_label"), "Version " + release->version);
     EXPECT_NE(release->version, "");
     EXPECT_LT(place_of("m_version_label").top(), place_of("line").top());
+}
+
+TEST_F(DialogLayout, ShowsReadableStatusTextsOnADarkWindow)
+{
+    open_with_rows(2);
+    dialog->setPalette(dark_palette());
+    QLabel& label = find<QLabel>("m_download_message_label");
+    const QColor blue_ground = most_frequent_color(label.grab().toImage());
+    EXPECT_GE(contrast(blue_ground, Qt::blue), 4.5) << blue_ground.name().toStdString();
+    EXPECT_LT(contrast(blue_ground, Qt::blue), 4.6) << "brighter than it must be";
+
+    server.set_faults("/part_0.run", {FAULT::status(404)});
+    {
+        MODAL_BOXES boxes({"OK"});
+        click("m_download_button");
+    }
+    ASSERT_EQ(label.styleSheet(), "QLabel { color : red; }");
+    const QColor red_ground = most_frequent_color(label.grab().toImage());
+    EXPECT_GE(contrast(red_ground, Qt::red), 4.5) << red_ground.name().toStdString();
+    EXPECT_LT(red_ground.lightness(), dark_palette().color(QPalette::Window).lightness());
+    dialog->setPalette(light_palette());
+    EXPECT_EQ(label.parentWidget()->styleSheet(), "");
+}
+
+TEST_F(DialogLayout, HeadsTheDescriptionWithTheWholeTitle)
+{
+    const std::string title =
+        "Device support of the Orion family, with the timing models of all speed grades";
+    builder.component("one").title(title);
+    builder.component("two");
+    open();
+    tree().setCurrentIndex(tree().model()->index(1, 0));
+    QLabel& heading = find<QLabel>("m_component_title_label");
+    EXPECT_EQ(heading.text(), "The two part");
+    tree().setCurrentIndex(tree().model()->index(0, 0));
+    EXPECT_TRUE(heading.isVisible());
+    EXPECT_EQ(utf8(heading.text()), title);
+    EXPECT_TRUE(heading.font().bold());
+    EXPECT_EQ(utf8(tree().model()->index(0, 0).data(Qt::ToolTipRole).toString()), title);
+}
+
+TEST_F(DialogLayout, FiltersTheTreeByKeyboardAlone)
+{
+    open_with_rows(12);
+    QApplication::setActiveWindow(dialog.get());
+    AFCQ_SEARCH_EDIT& filter = find<AFCQ_SEARCH_EDIT>("m_filter_edit");
+    EXPECT_EQ(dialog->focusWidget(), &tree());
+    QTest::keyClick(dialog.get(), Qt::Key_F, Qt::ControlModifier);
+    EXPECT_EQ(dialog->focusWidget(), &filter);
+    QTest::keyClicks(&filter, "part_1");
+    const auto shown = [this]
+    {
+        int count = 0;
+        for (int row = 0; row < tree().model()->rowCount(); ++row)
+            count += tree().isRowHidden(row, {}) ? 0 : 1;
+        return count;
+    };
+    EXPECT_EQ(shown(), 3);
+    EXPECT_FALSE(find<QLabel>("m_no_match_label").isVisible());
+    QTest::keyClicks(&filter, "x");
+    EXPECT_EQ(shown(), 0);
+    EXPECT_TRUE(find<QLabel>("m_no_match_label").isVisible());
+    QTest::keyClick(&filter, Qt::Key_Escape);
+    EXPECT_EQ(filter.text(), "");
+    EXPECT_EQ(shown(), 12);
+    EXPECT_TRUE(dialog->isVisible());
+    QTest::keyClick(&filter, Qt::Key_Return);
+    EXPECT_EQ(dialog->focusWidget(), &tree());
+    EXPECT_FALSE(dialog->is_download_in_progress());
 }

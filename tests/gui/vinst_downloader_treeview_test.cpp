@@ -4,6 +4,7 @@
 #include "install/vinst/base/vinst_text.h"
 #include "install/vinst/gui/vinst_downloader_treeview_delegates.h"
 #include "install/vinst/release/vinst_data.h"
+#include "support/afcq/afcq_style.h"
 #include "tests/gui/modal_box.h"
 #include "tests/harness/temp_dir.h"
 #include "tests/harness/tested_host.h"
@@ -11,6 +12,8 @@
 
 #include <gtest/gtest.h>
 
+#include <QAction>
+#include <QApplication>
 #include <QDir>
 #include <QFile>
 #include <QHeaderView>
@@ -19,7 +22,9 @@
 #include <QTest>
 #include <QTimer>
 
+#include <algorithm>
 #include <filesystem>
+#include <vector>
 
 namespace
 {
@@ -125,6 +130,28 @@ protected:
     bool log_holds(const std::string& part) const
     {
         return read_file(dir / "log").find(part) != std::string::npos;
+    }
+
+    /// Whether these rows are shown, and no others.
+    bool shown(const std::vector<const VINST_COMPONENT*>& expected) const
+    {
+        for (const VINST_COMPONENT* each : {base, tools, scope, probe, editor, help, other})
+        {
+            const QModelIndex row = index(each);
+            const bool is_shown = row.isValid() && !tree.isRowHidden(row.row(), row.parent());
+            if (is_shown != (std::find(expected.begin(), expected.end(), each) != expected.end()))
+                return false;
+        }
+        return true;
+    }
+    /// The names of the components of this platform that count as selected.
+    std::string selected() const
+    {
+        QStringList names;
+        for (const VINST_COMPONENT* each : {base, tools, scope, probe, editor, help})
+            if (each->is_selected())
+                names.append(each->name);
+        return utf8(names.join(' '));
     }
 
     static bool is_blank(const QPixmap& picture)
@@ -361,13 +388,174 @@ TEST_F(TreeView, ShowsProgressAsABar)
     tree.show_percentage(other, 45); // has no row
 }
 
+TEST_F(TreeView, ElidesLongNamesInTheMiddle)
+{
+    fill();
+    EXPECT_EQ(tree.textElideMode(), Qt::ElideMiddle);
+}
+
+TEST_F(TreeView, FiltersByTitleAndName)
+{
+    fill();
+    EXPECT_TRUE(tree.set_filter("SCOP"));
+    EXPECT_TRUE(shown({tools, scope, probe}));
+    EXPECT_TRUE(tree.set_filter("the veltrin"));
+    EXPECT_TRUE(shown({base})) << "all words";
+    EXPECT_TRUE(tree.set_filter("tools"));
+    EXPECT_TRUE(shown({tools, scope, probe, editor})) << "what is below a match";
+    EXPECT_FALSE(tree.set_filter("nothing"));
+    EXPECT_TRUE(shown({}));
+    EXPECT_TRUE(tree.set_filter(" "));
+    EXPECT_TRUE(shown({base, tools, scope, probe, editor, help}));
+}
+
+TEST_F(TreeView, ExpandsGroupsWithMatches)
+{
+    fill();
+    tree.collapseAll();
+    tree.set_filter("probe");
+    EXPECT_TRUE(tree.isExpanded(index(tools)));
+    EXPECT_TRUE(tree.isExpanded(index(scope)));
+}
+
+TEST_F(TreeView, KeepsTheSelectionWhenItIsFiltered)
+{
+    fill();
+    click(editor);
+    const QSignalSpy changes(&tree, &VINST_DOWNLOADER_TREEVIEW::selection_changed);
+    tree.take_clicks();
+    for (const char* text : {"help", "nothing", ""})
+    {
+        tree.set_filter(text);
+        EXPECT_EQ(state(base), Qt::Checked);
+        EXPECT_EQ(state(tools), Qt::PartiallyChecked);
+        EXPECT_EQ(state(editor), Qt::Unchecked);
+        EXPECT_EQ(state(help), Qt::Unchecked);
+    }
+    EXPECT_EQ(changes.count(), 1);
+}
+
+TEST_F(TreeView, KeepsItsFilterOnAnotherPlatform)
+{
+    fill();
+    tree.set_filter("other");
+    tree.set_platform(other_platform());
+    tree.populate();
+    EXPECT_TRUE(shown({other}));
+    tree.set_platform(this_platform());
+    tree.populate();
+    EXPECT_TRUE(shown({}));
+}
+
+TEST_F(TreeView, SelectsAllNoneAndTheDefaultByKeys)
+{
+    fill();
+    QApplication::setActiveWindow(&tree);
+    tree.setFocus();
+    QSignalSpy changes(&tree, &VINST_DOWNLOADER_TREEVIEW::selection_changed);
+    QTest::keyClick(&tree, Qt::Key_A, Qt::ControlModifier);
+    EXPECT_EQ(selected(), "veltrin_base tools scope probe editor help");
+    EXPECT_TRUE(changes.wait());
+    QTest::keyClick(&tree, Qt::Key_A, Qt::ControlModifier | Qt::ShiftModifier);
+    EXPECT_EQ(selected(), "");
+    QTest::keyClick(&tree, Qt::Key_D, Qt::ControlModifier);
+    EXPECT_EQ(selected(), "veltrin_base tools scope probe editor");
+    EXPECT_EQ(state(tools), Qt::Checked);
+}
+
+TEST_F(TreeView, OffersTheSameInItsContextMenu)
+{
+    fill();
+    EXPECT_EQ(tree.contextMenuPolicy(), Qt::ActionsContextMenu);
+    QStringList texts;
+    for (const QAction* each : tree.actions())
+        texts.append(each->text());
+    EXPECT_EQ(texts.join(", "), "Select all, Select none, Select default");
+    tree.actions()[1]->trigger();
+    EXPECT_EQ(selected(), "");
+    tree.set_editable(false);
+    for (const QAction* each : tree.actions())
+        EXPECT_FALSE(each->isEnabled()) << "during a job";
+}
+
+TEST_F(TreeView, SelectsOnlyWhatTheFilterShows)
+{
+    fill();
+    tree.set_filter("scope");
+    tree.actions()[1]->trigger();
+    EXPECT_EQ(selected(), "veltrin_base tools editor");
+    EXPECT_EQ(state(tools), Qt::PartiallyChecked);
+}
+
+TEST_F(TreeView, RestoresTheDefaultOfTheReleaseInsteadOfTheStoredSelection)
+{
+    CFGQ_REGISTRY_KEY settings(program_title());
+    settings.set_value("veltrin_base", 0);
+    settings.set_value("help", 2);
+    fill();
+    EXPECT_EQ(state(help), Qt::Checked);
+    tree.actions()[2]->trigger();
+    EXPECT_EQ(state(help), Qt::Unchecked);
+    EXPECT_EQ(state(base), Qt::Checked);
+}
+
+TEST_F(TreeView, SummarizesACollapsedGroup)
+{
+    scope->size = 3LL << 29;
+    probe->size = 3LL << 30;
+    fill();
+    EXPECT_EQ(index(tools).data(tree_summary_role).toString(), "3 of 3, 4.5 GB");
+    EXPECT_EQ(index(tools).data(Qt::AccessibleDescriptionRole).toString(), "3 of 3, 4.5 GB");
+    EXPECT_FALSE(index(base).data(tree_summary_role).isValid());
+    click(editor);
+    EXPECT_EQ(index(tools).data(tree_summary_role).toString(), "2 of 3, 4.5 GB");
+    const QImage expanded = picture(tools, name_column).toImage();
+    tree.collapse(index(tools));
+    const QImage collapsed = picture(tools, name_column).toImage();
+    const QRect end(collapsed.width() - 80, 0, 80, collapsed.height());
+    EXPECT_TRUE(is_blank(QPixmap::fromImage(expanded.copy(end))));
+    EXPECT_FALSE(is_blank(QPixmap::fromImage(collapsed.copy(end))));
+    click(tools);
+    click(tools);
+    EXPECT_EQ(index(tools).data(tree_summary_role).toString(), "0 of 3");
+}
+
+TEST_F(TreeView, ShowsNoEmptyBarBeforeAJob)
+{
+    fill();
+    tree.show_percentage(base, 0);
+    EXPECT_TRUE(is_blank(picture(base, progress_column)));
+    tree.set_editable(false);
+    tree.show_percentage(base, 0);
+    EXPECT_EQ(value(base, progress_column).toString(), "0%");
+    EXPECT_FALSE(is_blank(picture(base, progress_column)));
+}
+
+TEST_F(TreeView, DrawsABarThatIsLowerThanItsRow)
+{
+    AFCQ_STYLE style;
+    tree.setStyle(&style);
+    fill();
+    const QImage empty = picture(base, progress_column).toImage();
+    tree.show_percentage(base, 100);
+    const QImage full = picture(base, progress_column).toImage();
+    const int middle = full.width() / 2;
+    EXPECT_EQ(full.pixel(middle, 0), empty.pixel(middle, 0));
+    EXPECT_EQ(full.pixel(middle, full.height() - 1), empty.pixel(middle, full.height() - 1));
+    EXPECT_NE(full.pixel(middle, full.height() / 2), empty.pixel(middle, full.height() / 2));
+    tree.setStyle(nullptr);
+}
+
 TEST_F(TreeView, ShowsTheLastFailureAsTheToolTipOfItsRow)
 {
     fill();
-    for (const VINST_TREE_COLUMN column : {name_column, progress_column, md5sum_column})
+    for (const VINST_TREE_COLUMN column : {progress_column, md5sum_column})
         EXPECT_FALSE(index(base, column).data(Qt::ToolTipRole).isValid());
+    EXPECT_EQ(index(base, name_column).data(Qt::ToolTipRole).toString(), "The veltrin_base");
     base->last_failure = "The base (http://dl.test/base.run): HTTP status 503";
-    for (const VINST_TREE_COLUMN column : {name_column, progress_column, md5sum_column})
+    EXPECT_EQ(index(base, name_column).data(Qt::ToolTipRole).toString(),
+              "The veltrin_base\n" + base->last_failure);
+    for (const VINST_TREE_COLUMN column : {progress_column, md5sum_column})
         EXPECT_EQ(index(base, column).data(Qt::ToolTipRole).toString().toStdString(),
                   base->last_failure.toStdString());
     EXPECT_FALSE(index(help, progress_column).data(Qt::ToolTipRole).isValid());

@@ -8,6 +8,7 @@
 #include "install/vinst/gui/vinst_dialog_header.h"
 #include "install/vinst/gui/vinst_downloader_dlg_rules.h"
 #include "install/vinst/gui/vinst_feedback_prompt.h"
+#include "install/vinst/gui/vinst_label_ground.h"
 #include "install/vinst/gui/vinst_log_viewer_dlg.h"
 #include "install/vinst/gui/vinst_message_box.h"
 #include "install/vinst/gui/vinst_modal_dialogs.h"
@@ -21,6 +22,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QShortcut>
 #include <QUrl>
 
 #include <utility>
@@ -39,19 +41,6 @@ const QString splitter_key = QStringLiteral("vinst_downloader_splitter");
 QString licence_path()
 {
     return QDir::cleanPath(QCoreApplication::applicationDirPath() + "/../licenses/main.html");
-}
-
-/// Blue and red text can't be read on a dark window, so the label gets a light background there.
-/// The label's own style sheet only sets the text colour, so the background is set by its parent's.
-void set_light_ground(QLabel& label, bool is_wanted)
-{
-    const QString style =
-        is_wanted ? QStringLiteral("QLabel#%1 { background-color: #f4f4f4; border-radius: 3px; "
-                                   "padding: 2px 6px; }")
-                        .arg(label.objectName())
-                  : QString();
-    if (QWidget& parent = *label.parentWidget(); parent.styleSheet() != style)
-        parent.setStyleSheet(style);
 }
 
 VINST_DIRECTORY_FACTS facts_about(const QString& path)
@@ -185,6 +174,32 @@ void VINST_DOWNLOADER_DLG::set_up_connections()
             });
     connect(m_ui->m_download_treeview, &VINST_DOWNLOADER_TREEVIEW::current_component_changed,
             m_ui->m_description_label, &VINST_DESCRIPTION_LABEL::show_description);
+    connect(m_ui->m_download_treeview, &VINST_DOWNLOADER_TREEVIEW::current_title_changed, this,
+            [this](const QString& title)
+            {
+                m_ui->m_component_title_label->show_description(title);
+                m_ui->m_component_title_label->show();
+            });
+    set_up_filter();
+}
+
+void VINST_DOWNLOADER_DLG::set_up_filter()
+{
+    AFCQ_SEARCH_EDIT& edit = *m_ui->m_filter_edit;
+    m_ui->m_no_match_label->hide();
+    m_ui->m_download_treeview->setFocus();
+    connect(&edit, &QLineEdit::textChanged, this,
+            [this](const QString& text)
+            { m_ui->m_no_match_label->setHidden(m_ui->m_download_treeview->set_filter(text)); });
+    connect(&edit, &AFCQ_SEARCH_EDIT::next_requested, m_ui->m_download_treeview,
+            qOverload<>(&QWidget::setFocus));
+    auto* const shortcut = new QShortcut(QKeySequence::Find, this);
+    connect(shortcut, &QShortcut::activated, &edit,
+            [&edit]
+            {
+                edit.setFocus(Qt::ShortcutFocusReason);
+                edit.selectAll();
+            });
 }
 
 void VINST_DOWNLOADER_DLG::restore_settings()
@@ -234,6 +249,7 @@ void VINST_DOWNLOADER_DLG::rebuild_platform()
     m_ui->m_description_label->setTextFormat(Qt::AutoText);
     m_ui->m_description_label->setText(m_no_description);
     m_display.forget_end();
+    m_ui->m_component_title_label->hide();
     m_ui->m_after_install_actions->rebuild(m_release, m_platform);
     m_ui->line_separator->setVisible(m_ui->m_after_install_actions->has_actions());
     apply_auto_install_availability();
@@ -350,13 +366,14 @@ void VINST_DOWNLOADER_DLG::update_licence_link()
 void VINST_DOWNLOADER_DLG::update_label_grounds()
 {
     const bool is_dark = afcq_is_dark(palette());
-    set_light_ground(*m_ui->m_download_message_label, is_dark);
+    m_display.follow_palette();
     for (QLabel* const label :
          {m_ui->m_download_dir_problem_label, m_ui->m_install_dir_problem_label})
         label->setStyleSheet(is_dark ? "QLabel { color : #ff8a80; }"
                                      : "QLabel { color : #b00020; }");
     // The inactive link has a light colour itself.
-    set_light_ground(*m_ui->m_license_agreement_label, is_dark && auto_installs() && !m_is_busy);
+    const bool is_blue = auto_installs() && !m_is_busy;
+    set_readable_ground(*m_ui->m_license_agreement_label, is_blue ? QColor(Qt::blue) : QColor());
 }
 
 void VINST_DOWNLOADER_DLG::take_directories()

@@ -67,6 +67,7 @@ private:
 
     void set_up_header();
     void set_up_connections();
+    void set_up_filter();
     void restore_settings();
     void save_settings();
 

@@ -52,12 +52,17 @@ bool offers_manual_run(const VINST_AUTO_INSTALL_AVAILABILITY& availability,
     return availability.is_available && !auto_install_checked;
 }
 
-QString status_style(const QString& text)
+QColor status_color(const QString& text)
 {
     const QString lower = text.toLower();
     const bool is_bad = lower.contains("fail") || lower.contains("error") ||
                         lower.contains("nothing was installed");
-    return is_bad ? "QLabel { color : red; }" : "QLabel { color : blue; }";
+    return is_bad ? Qt::red : Qt::blue;
+}
+
+QString status_style(const QString& text)
+{
+    return status_color(text) == Qt::red ? "QLabel { color : red; }" : "QLabel { color : blue; }";
 }
 
 QString licence_link(const QString& path, bool is_active)

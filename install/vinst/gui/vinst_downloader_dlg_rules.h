@@ -2,6 +2,7 @@
 
 #include "install/vinst/release/vinst_data_space.h"
 
+#include <QColor>
 #include <QString>
 #include <QStringList>
 
@@ -29,6 +30,7 @@ bool offers_manual_run(const VINST_AUTO_INSTALL_AVAILABILITY& availability,
 /// Red for what failed, blue for everything else; matched by the words "fail", "error" and "nothing
 /// was installed".
 QString status_style(const QString& text);
+QColor status_color(const QString& text);
 
 /// The licence link's rich text.
 QString licence_link(const QString& path, bool is_active);

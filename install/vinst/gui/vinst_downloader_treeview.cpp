@@ -7,6 +7,8 @@
 #include "install/vinst/gui/vinst_downloader_treeview_delegates.h"
 #include "install/vinst/gui/vinst_downloader_treeview_rules.h"
 #include "install/vinst/gui/vinst_message_box.h"
+#include "install/vinst/gui/vinst_tree_filter.h"
+#include "install/vinst/gui/vinst_tree_selection.h"
 #include "install/vinst/release/vinst_data_install.h"
 
 #include <QHeaderView>
@@ -29,7 +31,8 @@ VINST_DOWNLOADER_TREEVIEW::VINST_DOWNLOADER_TREEVIEW(QWidget* parent)
     : AFCQ_TREE_VIEW(parent), m_settings_key(program_title()),
       m_model(new VINST_DOWNLOADER_TREEVIEW_MODEL(this)),
       m_integrity_delegate(new VINST_DOWNLOADER_TREEVIEW_INTEGRITY_DELEGATE(this)),
-      m_run_button_delegate(new VINST_DOWNLOADER_TREEVIEW_RUN_BUTTON_DELEGATE(this))
+      m_run_button_delegate(new VINST_DOWNLOADER_TREEVIEW_RUN_BUTTON_DELEGATE(this)),
+      m_selection(new VINST_TREE_SELECTION(*this))
 {
     setModel(m_model);
     setItemDelegateForColumn(name_column, new VINST_DOWNLOADER_TREEVIEW_NAME_DELEGATE(this));
@@ -38,6 +41,7 @@ VINST_DOWNLOADER_TREEVIEW::VINST_DOWNLOADER_TREEVIEW(QWidget* parent)
     setItemDelegateForColumn(integrity_column, m_integrity_delegate);
     setItemDelegateForColumn(run_column, m_run_button_delegate);
     setMouseTracking(true);
+    setTextElideMode(Qt::ElideMiddle); // long names differ at both ends
 
     m_batch_timer.setSingleShot(true);
     m_batch_timer.setInterval(batch_interval);
@@ -52,6 +56,19 @@ VINST_DOWNLOADER_TREEVIEW::VINST_DOWNLOADER_TREEVIEW(QWidget* parent)
             });
     connect(m_run_button_delegate, &VINST_DOWNLOADER_TREEVIEW_RUN_BUTTON_DELEGATE::clicked, this,
             &VINST_DOWNLOADER_TREEVIEW::run_installer);
+    connect(m_selection, &VINST_TREE_SELECTION::selected, this, [this] { m_batch_timer.start(); });
+}
+
+void VINST_DOWNLOADER_TREEVIEW::set_release(VINST_RELEASE& release)
+{
+    m_release = &release;
+    m_selection->remember_defaults(release);
+}
+
+bool VINST_DOWNLOADER_TREEVIEW::set_filter(const QString& text)
+{
+    m_filter = text;
+    return filter_tree(*this, text);
 }
 
 void VINST_DOWNLOADER_TREEVIEW::populate()
@@ -71,14 +88,19 @@ void VINST_DOWNLOADER_TREEVIEW::populate()
     connect(selectionModel(), &QItemSelectionModel::currentRowChanged, this,
             [this](const QModelIndex& current)
             {
-                if (const ITEM* row = m_model->row_at(current))
-                    Q_EMIT current_component_changed(description_text(*row->component()));
+                const ITEM* const row = m_model->row_at(current);
+                if (row == nullptr)
+                    return;
+                Q_EMIT current_title_changed(row->component()->display_name());
+                Q_EMIT current_component_changed(description_text(*row->component()));
             });
     for (const VINST_TREE_COLUMN column :
          {base_name_column, description_column, md5sum_column, sha1sum_column})
         hideColumn(column);
     setColumnHidden(run_column, !m_is_run_column_shown);
     expandAll();
+    if (!m_filter.isEmpty())
+        filter_tree(*this, m_filter);
     resize_columns();
     refresh_from_files();
     for (const VINST_COMPONENT* component : std::as_const(m_running))
@@ -118,6 +140,7 @@ void VINST_DOWNLOADER_TREEVIEW::set_editable(bool is_editable)
 {
     m_is_busy = !is_editable;
     m_run_button_delegate->set_enabled(is_editable);
+    m_selection->set_enabled(is_editable);
     setSelectionMode(is_editable ? QAbstractItemView::SingleSelection
                                  : QAbstractItemView::NoSelection);
 }
@@ -157,8 +180,12 @@ void VINST_DOWNLOADER_TREEVIEW::check(const VINST_COMPONENT_LIST& components)
 
 void VINST_DOWNLOADER_TREEVIEW::show_percentage(const VINST_COMPONENT* component, quint64 percent)
 {
-    if (ITEM* const row = m_model->row_of(component))
-        show_progress_text(*row, QString::number(percent) + '%');
+    ITEM* const row = m_model->row_of(component);
+    if (row == nullptr)
+        return;
+    // Before a job, an empty bar would only distract.
+    const bool is_shown = m_is_busy || percent > 0;
+    show_progress_text(*row, is_shown ? QString::number(percent) + '%' : QString());
 }
 
 void VINST_DOWNLOADER_TREEVIEW::show_progress_text(ITEM& row, const QString& text)

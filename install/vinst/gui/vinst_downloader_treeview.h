@@ -10,6 +10,7 @@
 
 class VINST_DOWNLOADER_TREEVIEW_INTEGRITY_DELEGATE;
 class VINST_DOWNLOADER_TREEVIEW_RUN_BUTTON_DELEGATE;
+class VINST_TREE_SELECTION;
 
 /// The release's components for a platform, as a tree of check boxes. The boxes reflect the
 /// selection in the release's data.
@@ -21,12 +22,15 @@ public:
     explicit VINST_DOWNLOADER_TREEVIEW(QWidget* parent = nullptr);
 
     /// The release outlives the tree.
-    void set_release(VINST_RELEASE& release) { m_release = &release; }
+    void set_release(VINST_RELEASE& release);
     void set_platform(const QString& platform) { m_platform = platform; }
     const QString& platform() const { return m_platform; }
 
     /// Rebuilds the rows of the platform.
     void populate();
+
+    /// Shows only the rows that match a text, also after `populate`. \return whether there are any
+    bool set_filter(const QString& text);
 
     /// Unlocks the check boxes, or locks them during a run.
     void set_editable(bool is_editable);
@@ -63,6 +67,7 @@ Q_SIGNALS:
     void run_reported(const QString& status);
     /// The description of the current row, as plain text.
     void current_component_changed(const QString& description);
+    void current_title_changed(const QString& title);
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
@@ -102,6 +107,8 @@ private:
     VINST_DOWNLOADER_TREEVIEW_MODEL* m_model;
     VINST_DOWNLOADER_TREEVIEW_INTEGRITY_DELEGATE* m_integrity_delegate;   ///< owned by this view
     VINST_DOWNLOADER_TREEVIEW_RUN_BUTTON_DELEGATE* m_run_button_delegate; ///< owned by this view
+    VINST_TREE_SELECTION* m_selection;                                    ///< the same
+    QString m_filter;
     bool m_is_busy = false;
     bool m_is_run_column_shown = false;
     bool m_was_shown = false;

@@ -10,6 +10,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QStyle>
+#include <QTreeView>
 
 #include <algorithm>
 
@@ -20,6 +21,8 @@ constexpr QSize image_size(16, 16); // logical pixels
 constexpr int button_margin = 1;
 constexpr int row_padding = 5; // pixels
 constexpr int bar_margin = 6;  // space between the bar and the neighbouring columns
+constexpr int summary_margin = 6;
+constexpr int bar_inset = 6; // space above and below the bar
 
 /// The cell's background: selection, stripes and focus, without any content.
 void paint_ground(QPainter& painter, const QStyleOptionViewItem& option)
@@ -82,6 +85,15 @@ void paint_state(QPainter& painter, const QStyleOptionViewItem& option, const QM
         afcq_get_icon(number).paint(&painter, state_rect(option), Qt::AlignCenter);
 }
 
+/// Empty unless the row is a group that is collapsed.
+QString shown_summary(const QStyleOptionViewItem& option, const QModelIndex& index)
+{
+    const auto* const tree = qobject_cast<const QTreeView*>(option.widget);
+    const bool is_collapsed =
+        tree != nullptr && index.model()->hasChildren(index) && !tree->isExpanded(index);
+    return is_collapsed ? index.data(tree_summary_role).toString() : QString();
+}
+
 QStyleOptionButton run_button(const QStyleOptionViewItem& option)
 {
     QStyleOptionButton button;
@@ -93,6 +105,30 @@ QStyleOptionButton run_button(const QStyleOptionViewItem& option)
     return button;
 }
 
+}
+
+void VINST_DOWNLOADER_TREEVIEW_NAME_DELEGATE::paint(QPainter* painter,
+                                                    const QStyleOptionViewItem& option,
+                                                    const QModelIndex& index) const
+{
+    const QString summary = shown_summary(option, index);
+    if (summary.isEmpty())
+        return QStyledItemDelegate::paint(painter, option, index);
+    paint_ground(*painter, option);
+    const int width = option.fontMetrics.horizontalAdvance(summary) + 2 * summary_margin;
+    QStyleOptionViewItem name = option;
+    QRect place = option.rect;
+    if (option.direction == Qt::RightToLeft)
+        name.rect.setLeft(name.rect.left() + width);
+    else
+        name.rect.setRight(name.rect.right() - width);
+    place.setLeft(option.direction == Qt::RightToLeft ? place.left() : name.rect.right());
+    place.setWidth(width - summary_margin);
+    QStyledItemDelegate::paint(painter, name, index);
+    const bool is_selected = option.state.testFlag(QStyle::State_Selected);
+    style_of(option).drawItemText(
+        painter, place, static_cast<int>(Qt::AlignRight | Qt::AlignVCenter), option.palette, true,
+        summary, is_selected ? QPalette::HighlightedText : QPalette::Text);
 }
 
 QSize VINST_DOWNLOADER_TREEVIEW_NAME_DELEGATE::sizeHint(const QStyleOptionViewItem& option,
@@ -113,7 +149,11 @@ void VINST_DOWNLOADER_TREEVIEW_PROGRESS_BAR_DELEGATE::paint(QPainter* painter,
     if (percent < 0)
         return;
     QStyleOptionProgressBar bar;
-    bar.rect = option.rect.adjusted(bar_margin, 2, -state_rect(option).width() - bar_margin, -2);
+    const QRect room =
+        option.rect.adjusted(bar_margin, 0, -state_rect(option).width() - bar_margin, 0);
+    bar.rect =
+        QStyle::alignedRect(option.direction, Qt::AlignCenter,
+                            QSize(room.width(), std::max(1, room.height() - bar_inset)), room);
     // On some platforms an inactive window has no colour for the bar.
     bar.palette = option.palette;
     bar.palette.setCurrentColorGroup(QPalette::Active);

@@ -9,8 +9,8 @@
 #include <functional>
 #include <memory>
 
-/// Paints the first column. The tree handles its check boxes, so that one click anywhere in the
-/// cell toggles once.
+/// Paints the first column, with the summary of a group that is collapsed. The tree handles its
+/// check boxes, so that one click anywhere in the cell toggles once.
 class VINST_DOWNLOADER_TREEVIEW_NAME_DELEGATE final : public QStyledItemDelegate
 {
     Q_OBJECT
@@ -22,6 +22,8 @@ public:
     {
         return false;
     }
+    void paint(QPainter* painter, const QStyleOptionViewItem& option,
+               const QModelIndex& index) const override;
     /// The height that all rows share.
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
 };

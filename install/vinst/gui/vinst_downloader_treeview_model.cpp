@@ -30,6 +30,24 @@ QStandardItem* value_cell(const QVariant& value)
     return cell;
 }
 
+/// Adds what has a file below a row.
+void add_files_below(const VINST_DOWNLOADER_TREEVIEW_ITEM& row, VINST_GROUP_FIGURES& figures)
+{
+    for (int i = 0; i < row.child_count(); ++i)
+    {
+        const VINST_DOWNLOADER_TREEVIEW_ITEM& child = *row.child_row(i);
+        const VINST_COMPONENT& component = *child.component();
+        add_files_below(child, figures);
+        if (component.filename.isEmpty())
+            continue;
+        ++figures.all;
+        if (!component.is_selected())
+            continue;
+        ++figures.selected;
+        figures.bytes += component.expected_size();
+    }
+}
+
 bool belongs_to(const VINST_COMPONENT& component, const QString& platform)
 {
     return component.kind == VINST_COMPONENT_KIND::download &&
@@ -106,6 +124,9 @@ void VINST_DOWNLOADER_TREEVIEW_MODEL::populate(const VINST_RELEASE& release,
 
 QVariant VINST_DOWNLOADER_TREEVIEW_MODEL::data(const QModelIndex& index, int role) const
 {
+    if (index.column() == name_column &&
+        (role == tree_summary_role || role == Qt::AccessibleDescriptionRole))
+        return summary_at(index);
     const QVariant own = QStandardItemModel::data(index, role);
     // Qt reports only two states of a check box in a tree to screen readers.
     if (role == Qt::AccessibleTextRole && index.column() == name_column && !own.isValid() &&
@@ -125,9 +146,22 @@ QString VINST_DOWNLOADER_TREEVIEW_MODEL::tool_tip_at(const QModelIndex& index) c
     const ITEM* const row = row_at(index);
     if (row == nullptr)
         return {};
+    const QString& failure = row->component()->last_failure;
+    if (index.column() == name_column)
+        return row->component()->display_name() + (failure.isEmpty() ? QString() : '\n' + failure);
     const QString state =
         index.column() == progress_column ? index.data(tree_state_text_role).toString() : QString();
-    return state.isEmpty() ? row->component()->last_failure : state;
+    return state.isEmpty() ? failure : state;
+}
+
+QVariant VINST_DOWNLOADER_TREEVIEW_MODEL::summary_at(const QModelIndex& index) const
+{
+    const ITEM* const row = row_at(index);
+    if (row == nullptr || row->child_count() == 0)
+        return {};
+    VINST_GROUP_FIGURES figures;
+    add_files_below(*row, figures);
+    return group_summary(figures);
 }
 
 VINST_DOWNLOADER_TREEVIEW_MODEL::ITEM*

@@ -27,6 +27,8 @@ inline constexpr int tree_running_role = Qt::UserRole + 2;
 /// The state of a row, in its progress cell: as a number, and in words.
 inline constexpr int tree_state_role = Qt::UserRole + 3;
 inline constexpr int tree_state_text_role = Qt::UserRole + 4;
+/// What is selected in the group of a name, such as "3 of 9, 4.5 GB"; invalid if it is no group.
+inline constexpr int tree_summary_role = Qt::UserRole + 5;
 
 /// A cell of the tree's first column, which represents its row.
 class VINST_DOWNLOADER_TREEVIEW_ITEM final : public QStandardItem
@@ -64,7 +66,8 @@ public:
     void populate(const VINST_RELEASE& release, const QString& platform);
 
     /// A cell without a tool tip of its own has the reason why the component's file isn't verified.
-    /// The progress cell has the state of its row.
+    /// The name has its whole title before it, and the progress cell has the state of its row. The
+    /// name of a group also has its summary.
     QVariant data(const QModelIndex& index, int role) const override;
 
     /// The row of a component; null when it has none.
@@ -88,6 +91,7 @@ Q_SIGNALS:
 
 private:
     QString tool_tip_at(const QModelIndex& index) const;
+    QVariant summary_at(const QModelIndex& index) const;
     ITEM* append_row(QStandardItem& parent, VINST_COMPONENT* component, const QString& platform);
     void follow_change(QStandardItem* item);
     void push_down(ITEM& row, Qt::CheckState state);

@@ -89,6 +89,15 @@ int begin_of_checksums(const QString& description)
     return match.hasMatch() ? match.capturedStart() + 2 : -1;
 }
 
+QString group_summary(const VINST_GROUP_FIGURES& figures)
+{
+    const QString count = QStringLiteral("%1 of %2").arg(figures.selected).arg(figures.all);
+    if (figures.selected == 0)
+        return count;
+    const QStringList size = readable_size(figures.bytes).split(' ');
+    return count + ", " + QString::number(size[0].toDouble(), 'f', 1) + ' ' + size[1];
+}
+
 QString integrity_text(VINST_INTEGRITY_STATE state)
 {
     switch (state)

@@ -35,6 +35,16 @@ QString description_text(const VINST_COMPONENT& component);
 /// Where the checksums begin in a description; negative when it has none.
 int begin_of_checksums(const QString& description);
 
+/// The files below a row.
+struct VINST_GROUP_FIGURES
+{
+    int selected = 0;
+    int all = 0;
+    quint64 bytes = 0; ///< of those that are selected
+};
+/// "3 of 9, 4.5 GB"; without a size if nothing is selected.
+QString group_summary(const VINST_GROUP_FIGURES& figures);
+
 /// The state as text.
 QString integrity_text(VINST_INTEGRITY_STATE state);
 

@@ -5,6 +5,7 @@
 #include "install/vinst/gui/vinst_dialog_host.h"
 #include "install/vinst/gui/vinst_download_job.h"
 #include "install/vinst/gui/vinst_downloader_dlg_rules.h"
+#include "install/vinst/gui/vinst_label_ground.h"
 #include "install/vinst/gui/vinst_window_progress.h"
 #include "ui_vinst_downloader_dlg.h"
 
@@ -57,7 +58,14 @@ void VINST_JOB_DISPLAY::show_status(const QString& text)
 {
     m_ui.m_download_message_label->setText(text);
     m_ui.m_download_message_label->setStyleSheet(status_style(text));
+    follow_palette();
     m_announcer->follow();
+}
+
+void VINST_JOB_DISPLAY::follow_palette()
+{
+    QLabel& status = *m_ui.m_download_message_label;
+    set_readable_ground(status, status_color(status.text()));
 }
 
 void VINST_JOB_DISPLAY::show_integrity(VINST_COMPONENT* component, VINST_INTEGRITY_STATE state)

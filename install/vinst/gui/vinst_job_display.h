@@ -38,6 +38,9 @@ public:
     /// Whether the last job has installed there, and its end is still shown.
     bool has_installed_to(const QString& dir) const;
 
+    /// To be called after each change of the window's palette.
+    void follow_palette();
+
     // Reports from the manager and from the job.
     void show_status(const QString& text) override;
 
