@@ -1,9 +1,8 @@
 #include "install/vinst/gui/vinst_description_label.h"
 
 #include "install/vinst/gui/vinst_downloader_treeview_rules.h"
+#include "install/vinst/gui/vinst_fixed_font.h"
 
-#include <QFontDatabase>
-#include <QFontMetrics>
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTextDocument>
@@ -16,15 +15,6 @@ namespace
 QTextDocument* document_of(const QLabel& label)
 {
     return label.findChild<QTextDocument*>();
-}
-
-/// Not every platform plug-in knows a font of fixed width.
-QString fixed_width_family()
-{
-    const QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
-    const QFontMetrics metrics(font);
-    const bool is_fixed = metrics.horizontalAdvance('i') == metrics.horizontalAdvance('m');
-    return is_fixed ? font.family() : QStringLiteral("monospace");
 }
 
 QTextCharFormat checksum_format()
