@@ -1,6 +1,7 @@
 #include "support/afcq/afcq_scroll_area.h"
 
 #include <QApplication>
+#include <QEvent>
 #include <QScrollBar>
 
 #include <algorithm>
@@ -26,7 +27,11 @@ QSize AFCQ_SCROLL_AREA::sizeHint() const
         return QScrollArea::sizeHint();
     // QScrollArea's own hint is limited to a few lines of text.
     const QSize content = widget()->sizeHint();
-    return {std::max(content.width(), minimumSizeHint().width()), content.height()};
+    const int width = std::max(content.width(), minimumSizeHint().width());
+    // Less or more than the hint if the content has labels that wrap.
+    const int height = widget()->hasHeightForWidth() ? widget()->heightForWidth(content.width())
+                                                     : content.height();
+    return {width, std::max(height, content.height())};
 }
 
 QSize AFCQ_SCROLL_AREA::minimumSizeHint() const
@@ -36,4 +41,12 @@ QSize AFCQ_SCROLL_AREA::minimumSizeHint() const
         return own;
     const int content = widget()->minimumSizeHint().width();
     return {content + verticalScrollBar()->sizeHint().width(), own.height()};
+}
+
+bool AFCQ_SCROLL_AREA::eventFilter(QObject* watched, QEvent* event)
+{
+    // QScrollArea itself doesn't tell its parent's layout when its content wants another size.
+    if (watched == widget() && event->type() == QEvent::LayoutRequest)
+        updateGeometry();
+    return QScrollArea::eventFilter(watched, event);
 }

@@ -198,6 +198,10 @@ TEST(DirectoryProblem, IsTheFirstThatDownloadWouldReport)
     facts.available = 1LL << 30;
     EXPECT_EQ(directory_problem(facts),
               "There is too little space: 3.00 GB needed, 1.00 GB available.");
+    facts.needed = 5ULL << 20;
+    facts.available = 300 << 10;
+    EXPECT_EQ(directory_problem(facts),
+              "There is too little space: 5.00 MB needed, 300.00 KB available.");
     facts.is_occupied = true;
     EXPECT_EQ(directory_problem(facts),
               "This directory is not empty. Choose an empty or a new one.");

@@ -74,6 +74,8 @@ TEST(DescriptionText, IncludesTheKnownChecksums)
     EXPECT_EQ(description_text(component), "What it is\n\nmd5sum: abc\nsha1sum:def");
     component.md5sum.clear();
     EXPECT_EQ(description_text(component), "What it is\n\nsha1sum:def");
+    component.sha1sum = " ";
+    EXPECT_EQ(description_text(component), "What it is") << "no line without a checksum";
 }
 
 TEST(TreeViewRules, FindTheChecksumsInADescription)

@@ -120,8 +120,8 @@ QString directory_problem(const VINST_DIRECTORY_FACTS& facts)
         return QStringLiteral("This directory is not empty. Choose an empty or a new one.");
     if (facts.available >= 0 && facts.needed > 0 &&
         static_cast<quint64>(facts.available) <= facts.needed)
-        return "There is too little space: " + gigabytes_text(facts.needed) + " needed, " +
-               gigabytes_text(static_cast<quint64>(facts.available)) + " available.";
+        return "There is too little space: " + readable_size(facts.needed) + " needed, " +
+               readable_size(static_cast<quint64>(facts.available)) + " available.";
     return {};
 }
 

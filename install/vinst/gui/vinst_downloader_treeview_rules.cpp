@@ -73,10 +73,12 @@ QString size_text(const QString& display_text, double bytes)
 QString description_text(const VINST_COMPONENT& component)
 {
     QString text = component.desc;
-    if (!component.md5sum.isEmpty())
-        text += "\n\nmd5sum: " + component.md5sum;
-    if (!component.sha1sum.isEmpty())
-        text += (component.md5sum.isEmpty() ? "\n\nsha1sum:" : "\nsha1sum:") + component.sha1sum;
+    const QString md5sum = component.md5sum.trimmed();
+    const QString sha1sum = component.sha1sum.trimmed();
+    if (!md5sum.isEmpty())
+        text += "\n\nmd5sum: " + md5sum;
+    if (!sha1sum.isEmpty())
+        text += (md5sum.isEmpty() ? "\n\nsha1sum:" : "\nsha1sum:") + sha1sum;
     return text;
 }
 

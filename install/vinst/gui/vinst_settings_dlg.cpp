@@ -10,7 +10,9 @@
 #include "install/vinst/download/vinst_downloader_view.h"
 #include "install/vinst/gui/vinst_dialog_header.h"
 #include "install/vinst/gui/vinst_message_box.h"
+#include "install/vinst/gui/vinst_settings_dlg_rules.h"
 #include "install/vinst/release/vinst_data.h"
+#include "support/afcq/afcq_colors.h"
 #include "support/afcq/afcq_dialog.h"
 #include "support/afcq/afcq_images.h"
 #include "ui_vinst_settings_dlg.h"
@@ -19,6 +21,7 @@
 #include <QShowEvent>
 #include <QUrl>
 
+#include <algorithm>
 #include <utility>
 
 namespace
@@ -32,6 +35,7 @@ const QString retry_duration_key = QStringLiteral("vinst_retry_duration");
 const QString platform_key = QStringLiteral("vinst_os");
 const QString rate_limit_key = QStringLiteral("vinst_rate_limit"); // MB per second
 
+constexpr double lowest_rate_limit = 0.01;         // MB per second; 0 is none
 constexpr double bytes_per_megabyte = 1024 * 1024; // as in all sizes that the program shows
 
 }
@@ -60,6 +64,8 @@ void VINST_SETTINGS_DLG::show_limits()
                                                 vinst_parallel_downloads.highest);
     m_ui->m_retry_duration_spinbox->setRange(vinst_retry_minutes.lowest,
                                              vinst_retry_minutes.highest);
+    // The decimal point is a point, as in all numbers that the program shows.
+    m_ui->m_rate_limit_spinbox->setLocale(QLocale::c());
     m_ui->m_parallel_download_label->setText(QString::fromStdString(
         "Number of parallel download threads (" + vinst_parallel_downloads.range_text() + "):"));
     m_ui->m_retry_duration_label->setText(QString::fromStdString(
@@ -76,6 +82,8 @@ void VINST_SETTINGS_DLG::set_up_connections()
     connect(m_ui->m_feedback_btn, &QAbstractButton::clicked, this,
             [this] { open_url(QUrl(m_release.survey_url())); });
 
+    connect(m_ui->m_proxy_port_line_edit, &QLineEdit::textChanged, this,
+            &VINST_SETTINGS_DLG::show_port_problem);
     for (const QRadioButton* button :
          {m_ui->m_default_proxy_radio_btn, m_ui->m_manual_proxy_radio_btn})
         connect(button, &QAbstractButton::toggled, this, &VINST_SETTINGS_DLG::enable_proxy_edits);
@@ -138,7 +146,7 @@ VINST_PROXY_SETTINGS VINST_SETTINGS_DLG::proxy_settings() const
     settings.username = utf8(m_ui->m_proxy_username_line_edit->text());
     settings.password = utf8(m_ui->m_proxy_password_line_edit->text());
     settings.use_default_proxy = uses_default_proxy();
-    settings.source = "the settings";
+    settings.source = manual_proxy_source;
     return settings;
 }
 
@@ -157,7 +165,11 @@ void VINST_SETTINGS_DLG::open()
 void VINST_SETTINGS_DLG::showEvent(QShowEvent* event)
 {
     if (!event->spontaneous())
+    {
+        // The texts of the content may have changed while it was hidden.
+        m_ui->m_content_scroll_area->updateGeometry();
         resize(size().expandedTo(sizeHint())); // of the content; it scrolls on a small screen
+    }
     QDialog::showEvent(event);
     if (!event->spontaneous())
         afcq_fit_onto_screens(*this);
@@ -210,7 +222,9 @@ void VINST_SETTINGS_DLG::load()
         stored_number(parallel_download_key, vinst_parallel_downloads.initial));
     m_ui->m_retry_duration_spinbox->setValue(
         stored_number(retry_duration_key, vinst_retry_minutes.initial));
-    m_ui->m_rate_limit_spinbox->setValue(stored(rate_limit_key).toDouble());
+    const double limit = stored(rate_limit_key).toDouble();
+    // Rounding must not turn a low limit into none.
+    m_ui->m_rate_limit_spinbox->setValue(limit > 0 ? std::max(limit, lowest_rate_limit) : 0);
     m_applied_rate_limit = rate_limit();
 
     const QString stored_platform = stored(platform_key).toString();
@@ -219,6 +233,7 @@ void VINST_SETTINGS_DLG::load()
     m_ui->m_linux_radio_btn->setChecked(m_platform == "linux");
     m_ui->m_windows_radio_btn->setChecked(m_platform != "linux");
     enable_proxy_edits();
+    m_ui->m_default_proxy_label->setText(default_proxy_text(known_default_proxy(m_release)));
     m_ui->m_apply_btn->setEnabled(false);
 }
 
@@ -253,6 +268,19 @@ void VINST_SETTINGS_DLG::enable_proxy_edits()
              m_ui->m_proxy_username_line_edit, m_ui->m_proxy_password_label,
              m_ui->m_proxy_password_line_edit})
         widget->setEnabled(is_manual);
+    show_port_problem();
+}
+
+void VINST_SETTINGS_DLG::show_port_problem()
+{
+    QLineEdit& edit = *m_ui->m_proxy_port_line_edit;
+    const QString problem = edit.isEnabled() ? port_problem(edit.text()) : QString();
+    const QString color = afcq_is_dark(palette()) ? "#ff8a80" : "#b00020";
+    m_ui->m_proxy_port_problem_label->setText(problem);
+    m_ui->m_proxy_port_problem_label->setStyleSheet("QLabel { color : " + color + "; }");
+    m_ui->m_proxy_port_problem_label->setHidden(problem.isEmpty());
+    edit.setStyleSheet(problem.isEmpty() ? QString() : "QLineEdit { color : " + color + "; }");
+    edit.setAccessibleDescription(problem);
 }
 
 void VINST_SETTINGS_DLG::note_change()
@@ -278,6 +306,7 @@ void VINST_SETTINGS_DLG::test_connection()
     button.setEnabled(true);
     button.setText(QStringLiteral("Test internet connection"));
     m_is_testing = false;
+    m_ui->m_default_proxy_label->setText(default_proxy_text(known_default_proxy(m_release)));
     if (m_result_after_test)
     {
         if (*std::exchange(m_result_after_test, std::nullopt) == QDialog::Accepted)

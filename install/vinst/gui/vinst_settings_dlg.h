@@ -65,6 +65,8 @@ private:
     void load();
     void apply();
     void enable_proxy_edits();
+    /// Marks a port that is none while it is typed.
+    void show_port_problem();
     void note_change();
     void test_connection();
 
