@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Measures how long a tree of 5,000 components takes to fill, to handle clicks and to update.
+# Measures how long a tree of 5,000 components takes to fill, to handle clicks, to filter and to
+# update.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 # shellcheck source=bench/lib.sh

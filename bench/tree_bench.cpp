@@ -142,6 +142,23 @@ int main(int argc, char** argv)
                   settle();
               }),
           50);
+    const VINST_SELECTION before = last.selection;
+    int key = 0;
+    print("a key press in the filter, until drawn",
+          time_of(
+              [&]
+              {
+                  // Fewer rows each time, then all again, as while a user types.
+                  const QStringList typed{"p", "pa", "part_4", "part_47", ""};
+                  tree.set_filter(typed[key++ % typed.size()]);
+                  settle();
+              }),
+          50);
+    if (last.selection != before)
+    {
+        std::fprintf(stderr, "The filter has changed the selection\n");
+        return 1;
+    }
     print("the rows' states stored", time_of([&] { tree.save_states(); }), 1000);
     print("the rows' states restored", time_of([&] { tree.restore_states(); }), 1000);
     return 0;
