@@ -8,7 +8,11 @@
 #include "install/vinst/gui/vinst_log_viewer_dlg.h"
 #include "install/vinst/gui/vinst_message_box.h"
 #include "install/vinst/gui/vinst_settings_dlg.h"
+#include "install/vinst/release/vinst_parser.h"
 #include "support/afcq/afcq_style.h"
+#include "tests/gui/cut_controls.h"
+#include "tests/harness/large_release.h"
+#include "tests/harness/release_builder.h"
 #include "tests/screenshots/made_up_release.h"
 
 #include <QApplication>
@@ -98,8 +102,12 @@ public:
     {
     }
 
+    /// Fails if a control of the window can't be seen completely.
     void shoot(QWidget& window, const QString& name) const
     {
+        const QStringList cut = cut_controls(window);
+        if (!cut.isEmpty())
+            fail(name + m_suffix + ": " + cut.join("; "));
         const QString path = m_directory.filePath(name + m_suffix + ".png");
         if (!window.grab().save(path))
             fail("cannot write " + path);
@@ -194,6 +202,7 @@ public:
         show_failed();
         show_checking_and_installed();
         show_log();
+        show_question();
         show_feedback();
         expect_all_moments();
     }
@@ -292,6 +301,7 @@ private:
                                [this](QMessageBox& box)
                                {
                                    m_photographer.shoot(m_dialog, "main-failed");
+                                   m_photographer.shoot(box, "message-failed");
                                    box.accept();
                                });
         m_dialog.start_download();
@@ -318,6 +328,7 @@ private:
                                [this](QMessageBox& box)
                                {
                                    m_photographer.shoot(m_dialog, "main-installed");
+                                   m_photographer.shoot(box, "message-installed");
                                    box.accept();
                                });
         m_dialog.start_download();
@@ -330,6 +341,18 @@ private:
         settle();
         m_photographer.shoot(*viewer, "log-viewer");
         viewer->reject();
+    }
+
+    void show_question()
+    {
+        at_window<QMessageBox>("the question",
+                               [this](QMessageBox& box)
+                               {
+                                   m_photographer.shoot(box, "message-question");
+                                   box.reject();
+                               });
+        ask_in_box(&m_dialog, "Insufficient Disk Space",
+                   "Disk space insufficient for download. Do you want to proceed?", true);
     }
 
     void show_feedback()
@@ -350,17 +373,82 @@ private:
     VINST_DOWNLOADER_DLG m_dialog;
 };
 
+/// The scenes of a release with many components; nothing is downloaded.
+class LARGE_SESSION
+{
+public:
+    LARGE_SESSION(const PHOTOGRAPHER& photographer, const QDir& home)
+        : m_photographer(photographer), m_release(made(home)),
+          m_dialog(*m_release, {"linux", true, made_up_volume, {}})
+    {
+    }
+
+    void play()
+    {
+        m_dialog.open();
+        auto& tree = child<QTreeView>(m_dialog, "m_download_treeview");
+        tree.setCurrentIndex(tree.model()->index(0, 0, tree.model()->index(0, 0)));
+        settle();
+        m_photographer.shoot(m_dialog, "large-idle");
+        auto& filter = child<QLineEdit>(m_dialog, "m_filter_edit");
+        filter.setText("family_1 7");
+        settle();
+        m_photographer.shoot(m_dialog, "large-filtered");
+        filter.clear();
+        tree.collapseAll();
+        settle();
+        m_photographer.shoot(m_dialog, "large-collapsed");
+        show_long_message();
+        expect_all_moments();
+    }
+
+private:
+    static std::unique_ptr<VINST_RELEASE> made(const QDir& home)
+    {
+        RELEASE_BUILDER builder(home.filePath("release").toStdString());
+        add_many_components(builder);
+        return parse_manifest(QString::fromStdString(builder.write().string()),
+                              [](const QByteArray&) {});
+    }
+
+    static void settle()
+    {
+        QEventLoop loop;
+        QTimer::singleShot(400ms, &loop, &QEventLoop::quit);
+        loop.exec();
+    }
+
+    void show_long_message()
+    {
+        std::string text = "80 components could not be downloaded.\n\n";
+        for (int i = 1; i <= 80; ++i)
+            text += " - Device support of the family " + std::to_string(i) + '\n';
+        at_window<QMessageBox>("the long message",
+                               [this](QMessageBox& box)
+                               {
+                                   m_photographer.shoot(box, "large-message");
+                                   box.accept();
+                               });
+        show_message_box(text, true);
+    }
+
+    const PHOTOGRAPHER& m_photographer;
+    std::unique_ptr<VINST_RELEASE> m_release;
+    VINST_DOWNLOADER_DLG m_dialog;
+};
+
 }
 
 int main(int argc, char** argv)
 {
     QApplication application(argc, argv);
     const QStringList arguments = QApplication::arguments();
-    if (arguments.size() < 2 || arguments.size() > 4)
+    if (arguments.size() < 2 || arguments.size() > 5)
     {
-        std::fprintf(stderr, "Usage: vinst_screenshots DIRECTORY [SUFFIX [dark]]\n"
-                             "Saves the windows' pictures as DIRECTORY/NAME[SUFFIX].png. HOME must "
-                             "be an empty directory.\n");
+        std::fprintf(stderr, "Usage: vinst_screenshots DIRECTORY [SUFFIX [PALETTE [large]]]\n"
+                             "Saves the windows' pictures as DIRECTORY/NAME[SUFFIX].png, those of "
+                             "another release with \"large\". PALETTE is \"light\" or \"dark\". "
+                             "HOME must be an empty directory.\n");
         return 2;
     }
     QApplication::setStyle(new AFCQ_STYLE);
@@ -377,7 +465,11 @@ int main(int argc, char** argv)
     VINST_MESSAGES::instance().open_log();
     try
     {
-        SESSION(PHOTOGRAPHER(QDir(arguments[1]), arguments.value(2)), home).play();
+        const PHOTOGRAPHER photographer(QDir(arguments[1]), arguments.value(2));
+        if (arguments.value(4) == "large")
+            LARGE_SESSION(photographer, home).play();
+        else
+            SESSION(photographer, home).play();
     }
     catch (const std::exception& error)
     {
