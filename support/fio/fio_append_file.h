@@ -42,6 +42,16 @@ public:
     /// \return whether all of them were written; otherwise `error()` has the reason
     bool append(const char* data, std::size_t size);
 
+    /// Appends bytes of another file, without copying them where the file system can share them
+    /// between two files. Fewer than `most` when that one ends before.
+    /// \param path    of the other one, UTF-8
+    /// \param offset  of the first byte in it
+    /// \return whether anything was appended; otherwise `error()` has the reason
+    bool append_from(const std::string& path, std::uint64_t offset, std::size_t most);
+
+    /// Exchanges the open files of two objects, with their locks.
+    void swap(FIO_APPEND_FILE& other) noexcept;
+
     /// Removes everything after the first `size` bytes; does nothing if there is nothing.
     /// \return whether it is removed; otherwise `error()` has the reason
     [[nodiscard]] bool shorten(std::uint64_t size);
@@ -58,6 +68,7 @@ private:
 
     /// The platform's own call.
     static void close_file(std::intptr_t file);
+    bool fail(const std::string& action, const std::string& path, const std::string& reason);
 
     std::string m_path;
     std::string m_error;

@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
+#include <vector>
 
 namespace
 {
@@ -34,6 +35,47 @@ std::string why_replaced(const struct stat& status)
 int descriptor(std::intptr_t file)
 {
     return static_cast<int>(file);
+}
+
+/// A file that is open for reading, not through a link.
+class SOURCE final
+{
+public:
+    explicit SOURCE(const std::string& path)
+        : m_file(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC))
+    {
+    }
+    ~SOURCE()
+    {
+        if (m_file >= 0)
+            ::close(m_file);
+    }
+    SOURCE(const SOURCE&) = delete;
+    SOURCE& operator=(const SOURCE&) = delete;
+
+    int file() const { return m_file; }
+
+private:
+    const int m_file;
+};
+
+/// Lets the file system copy to the end of a file, which it does by sharing blocks where it can.
+/// \return bytes copied; none where the file system or the kernel can't
+std::size_t copy_within_file_system(int from, std::uint64_t offset, int to, std::uint64_t end,
+                                    std::size_t most)
+{
+    // The call refuses a file that is opened for appending.
+    const int flags = ::fcntl(to, F_GETFL);
+    if (flags < 0 || ::fcntl(to, F_SETFL, flags & ~O_APPEND) != 0)
+        return 0;
+    auto begin = static_cast<off64_t>(offset);
+    auto target = static_cast<off64_t>(end);
+    ssize_t copied = 0;
+    do
+        copied = ::copy_file_range(from, &begin, to, &target, most, 0);
+    while (copied < 0 && errno == EINTR);
+    ::fcntl(to, F_SETFL, flags);
+    return copied > 0 ? static_cast<std::size_t>(copied) : 0;
 }
 
 }
@@ -99,10 +141,7 @@ bool FIO_APPEND_FILE::append(const char* data, std::size_t size)
         if (written < 0 && errno == EINTR)
             continue;
         if (written <= 0)
-        {
-            m_error = "Cannot write " + m_path + ": " + reason(errno);
-            return false;
-        }
+            return fail("write", m_path, reason(errno));
         data += written;
         size -= static_cast<std::size_t>(written);
         m_size += static_cast<std::uint64_t>(written);
@@ -118,9 +157,28 @@ bool FIO_APPEND_FILE::shorten(std::uint64_t size)
     {
         if (errno == EINTR)
             continue;
-        m_error = "Cannot write " + m_path + ": " + reason(errno);
-        return false;
+        return fail("write", m_path, reason(errno));
     }
     m_size = size;
     return true;
+}
+
+bool FIO_APPEND_FILE::append_from(const std::string& path, std::uint64_t offset, std::size_t most)
+{
+    const SOURCE source(path);
+    if (source.file() < 0)
+        return fail("read", path, reason(errno));
+    if (const std::size_t copied =
+            copy_within_file_system(source.file(), offset, descriptor(m_file), m_size, most);
+        copied > 0)
+    {
+        m_size += copied;
+        return true;
+    }
+    std::vector<char> block(most);
+    const ssize_t count =
+        ::pread(source.file(), block.data(), block.size(), static_cast<off_t>(offset));
+    if (count <= 0)
+        return fail("read", path, count < 0 ? reason(errno) : "it is too short");
+    return append(block.data(), static_cast<std::size_t>(count));
 }

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <limits>
+#include <vector>
 
 #include <windows.h>
 
@@ -141,10 +142,7 @@ bool FIO_APPEND_FILE::append(const char* data, std::size_t size)
         end_of_file.Offset = end_of_file.OffsetHigh = std::numeric_limits<DWORD>::max();
         if (::WriteFile(handle(m_file), data, part, &written, &end_of_file) == FALSE ||
             written == 0)
-        {
-            m_error = "Cannot write " + m_path + ": " + reason(::GetLastError());
-            return false;
-        }
+            return fail("write", m_path, reason(::GetLastError()));
         data += written;
         size -= written;
         m_size += written;
@@ -159,10 +157,32 @@ bool FIO_APPEND_FILE::shorten(std::uint64_t size)
     FILE_END_OF_FILE_INFO end = {};
     end.EndOfFile.QuadPart = static_cast<LONGLONG>(size);
     if (::SetFileInformationByHandle(handle(m_file), FileEndOfFileInfo, &end, sizeof end) == FALSE)
-    {
-        m_error = "Cannot write " + m_path + ": " + reason(::GetLastError());
-        return false;
-    }
+        return fail("write", m_path, reason(::GetLastError()));
     m_size = size;
     return true;
+}
+
+/// ReFS could share the blocks, but only with a file that has its new size before, which would then
+/// not be the beginning of the complete one.
+bool FIO_APPEND_FILE::append_from(const std::string& path, std::uint64_t offset, std::size_t most)
+{
+    // Whoever writes the other file may have it open meanwhile.
+    const HANDLE source = ::CreateFileW(
+        fio_path(path).c_str(), GENERIC_READ,
+        FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+        FILE_FLAG_OPEN_REPARSE_POINT | FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
+    if (source == INVALID_HANDLE_VALUE)
+        return fail("read", path, reason(::GetLastError()));
+    std::vector<char> block(std::min<std::size_t>(most, std::numeric_limits<std::int32_t>::max()));
+    OVERLAPPED begin = {};
+    begin.Offset = static_cast<DWORD>(offset);
+    begin.OffsetHigh = static_cast<DWORD>(offset >> 32U);
+    DWORD count = 0;
+    const bool is_read =
+        ::ReadFile(source, block.data(), static_cast<DWORD>(block.size()), &count, &begin) != FALSE;
+    const DWORD error = ::GetLastError();
+    ::CloseHandle(source);
+    if (!is_read || count == 0)
+        return fail("read", path, is_read ? "it is too short" : reason(error));
+    return append(block.data(), count);
 }

@@ -144,3 +144,58 @@ TEST(AppendFile, ReplacesAFileThatHasASecondName)
     EXPECT_EQ(dir.read("a"), "new");
     EXPECT_EQ(dir.read("other"), "old");
 }
+
+TEST(AppendFile, AppendsAPartOfAnotherFile)
+{
+    const TEMP_DIR dir;
+    const std::string other = dir.write("b", "0123456789").string();
+    FIO_APPEND_FILE file;
+    ASSERT_TRUE(file.open(dir.write("a", "abc").string(), OPENING::existing_only));
+    EXPECT_TRUE(file.append_from(other, 2, 3)) << file.error();
+    EXPECT_EQ(file.size(), 6U);
+    EXPECT_TRUE(file.append("x", 1));
+    EXPECT_TRUE(file.append_from(other, 8, 100));
+    EXPECT_EQ(file.size(), 9U);
+    EXPECT_EQ(dir.read("a"), "abc234x89");
+    EXPECT_EQ(dir.read("b"), "0123456789");
+}
+
+TEST(AppendFile, AppendsAPartOfAFileThatIsBeingWritten)
+{
+    const TEMP_DIR dir;
+    FIO_APPEND_FILE other;
+    ASSERT_TRUE(other.open((dir / "b").string(), OPENING::create_if_missing));
+    ASSERT_TRUE(other.append("123", 3));
+    FIO_APPEND_FILE file;
+    ASSERT_TRUE(file.open((dir / "a").string(), OPENING::create_if_missing));
+    EXPECT_TRUE(file.append_from(other.path(), 1, 2)) << file.error();
+    EXPECT_EQ(dir.read("a"), "23");
+}
+
+TEST(AppendFile, ReportsWhatItCannotAppendFrom)
+{
+    const TEMP_DIR dir;
+    const std::string other = dir.write("b", "123").string();
+    const std::string missing = (dir / "c").string();
+    FIO_APPEND_FILE file;
+    ASSERT_TRUE(file.open(dir.write("a", "abc").string(), OPENING::existing_only));
+    EXPECT_FALSE(file.append_from(other, 3, 1));
+    EXPECT_EQ(file.error(), "Cannot read " + other + ": it is too short");
+    EXPECT_FALSE(file.append_from(missing, 0, 1));
+    EXPECT_EQ(file.error().find("Cannot read " + missing + ": "), 0U);
+    EXPECT_EQ(dir.read("a"), "abc");
+}
+
+TEST(AppendFile, ExchangesOpenFiles)
+{
+    const TEMP_DIR dir;
+    FIO_APPEND_FILE a;
+    FIO_APPEND_FILE b;
+    ASSERT_TRUE(a.open(dir.write("a", "1").string(), OPENING::existing_only));
+    a.swap(b);
+    EXPECT_FALSE(a.is_open());
+    EXPECT_EQ(b.path(), (dir / "a").string());
+    EXPECT_TRUE(b.append("2", 1));
+    EXPECT_EQ(b.size(), 2U);
+    EXPECT_FALSE(a.open(b.path(), OPENING::existing_only)) << "the lock went with the file";
+}

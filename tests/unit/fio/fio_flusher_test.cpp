@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <memory>
@@ -192,4 +193,54 @@ TEST_F(Flusher, IgnoresAFileThatIsNotOpen)
     b.close();
     EXPECT_TRUE(wait_until([&] { return is_free(b); }));
     EXPECT_EQ(gate.begun(), 1);
+}
+
+TEST_F(Flusher, KnowsHowMuchOfAFileIsOnTheDisk)
+{
+    FIO_FLUSHER flusher(gate.as_flush());
+    ASSERT_TRUE(a.append("123", 3));
+    EXPECT_TRUE(flusher.request(a));
+    ASSERT_TRUE(gate.wait_for_begun(1));
+    ASSERT_TRUE(a.append("45", 2)); // the running flush might miss them
+    EXPECT_EQ(flusher.flushed_size(a.path()), 0U);
+    gate.open();
+    EXPECT_TRUE(wait_until([&] { return flusher.flushed_size(a.path()) == 3; }));
+    EXPECT_TRUE(flusher.request(a));
+    EXPECT_TRUE(wait_until([&] { return flusher.flushed_size(a.path()) == 5; }));
+}
+
+TEST_F(Flusher, CountsWhatWasAppendedWhileARequestWasQueued)
+{
+    FIO_FLUSHER flusher(gate.as_flush());
+    flusher.request(b);
+    ASSERT_TRUE(gate.wait_for_begun(1));
+    flusher.request(a);
+    ASSERT_TRUE(a.append("123", 3));
+    flusher.request(a);
+    gate.open();
+    EXPECT_TRUE(wait_until([&] { return flusher.flushed_size(a.path()) == 3; }));
+    EXPECT_EQ(gate.begun(), 2);
+}
+
+TEST_F(Flusher, CountsNothingWhenAFlushFails)
+{
+    FIO_FLUSHER flusher(gate.as_flush());
+    ASSERT_TRUE(a.append("123", 3));
+    flusher.request(a);
+    gate.open(std::make_error_code(std::errc::io_error));
+    EXPECT_TRUE(wait_until([&] { return !flusher.is_flushing(a.path()); }));
+    EXPECT_EQ(flusher.flushed_size(a.path()), 0U);
+    a.close();
+    EXPECT_FALSE(flusher.request(a));
+}
+
+TEST_F(Flusher, AnnouncesTheEndOfEachFlush)
+{
+    std::atomic<int> ends{0};
+    FIO_FLUSHER flusher(gate.as_flush(), [&] { ++ends; });
+    flusher.request(a);
+    ASSERT_TRUE(gate.wait_for_begun(1));
+    EXPECT_EQ(ends, 0);
+    gate.open();
+    EXPECT_TRUE(wait_until([&] { return ends == 1; }));
 }
