@@ -10,6 +10,7 @@
 class CURL_LOGGER;
 struct CURL_PROXY_LOGINS;
 class CURL_RATE_LIMIT;
+class CURL_SPLIT_REFUSALS;
 
 /// What all transfers of a connection have in common.
 struct CURL_CONNECTION_SETTINGS
@@ -31,6 +32,8 @@ struct CURL_CONNECTION_SETTINGS
     CURL_RATE_LIMIT* rate_limit = nullptr; ///< the same; may be shared with other connections
     CURL_PROGRESS_CALLBACK progress_callback = nullptr;
     CURL_PROXY_LOGINS* logins = nullptr; ///< of the transfers that share it; may be null
+    /// Of all attempts of a run; without one, of one attempt.
+    CURL_SPLIT_REFUSALS* split_refusals = nullptr;
 };
 
 /// The common base of the library's connections.
@@ -52,6 +55,8 @@ public:
         m_settings.time_limit = limit;
     }
     void set_rate_limit(CURL_RATE_LIMIT* limit) { m_settings.rate_limit = limit; }
+    /// \param refusals  outlive the connection
+    void set_split_refusals(CURL_SPLIT_REFUSALS* refusals) { m_settings.split_refusals = refusals; }
     void set_size_limit(std::uint64_t bytes) { m_settings.size_limit = bytes; }
     void set_least_piece(std::uint64_t bytes) { m_settings.least_piece = bytes; }
     void set_flush_interval(std::chrono::milliseconds interval)

@@ -14,9 +14,12 @@ constexpr std::chrono::milliseconds longest_nap{100}; // between two calls of th
 
 CURL_DOWNLOAD_LOOP::CURL_DOWNLOAD_LOOP(const CURL_CONNECTION_SETTINGS& settings,
                                        END_CALLBACK on_file_end)
-    : m_settings(settings), m_on_file_end(std::move(on_file_end)), m_multi(curl_multi_init())
+    : m_settings(settings), m_on_file_end(std::move(on_file_end)), m_multi(curl_multi_init()),
+      m_flusher(&FIO_FLUSH_HANDLE::flush, [this] { curl_multi_wakeup(m_multi.get()); })
 {
     m_settings.logins = &m_logins;
+    if (m_settings.split_refusals == nullptr)
+        m_settings.split_refusals = &m_split_refusals;
 }
 
 CURL_DOWNLOAD_LOOP::~CURL_DOWNLOAD_LOOP() = default;
@@ -34,8 +37,8 @@ void CURL_DOWNLOAD_LOOP::run(std::deque<CURL_REQUEST> queue, std::size_t paralle
         end_unwanted(stop);
         work_on_files(stop);
         hold_back();
-        if (!m_active.empty())
-            curl_multi_poll(m_multi.get(), nullptr, 0, nap(), nullptr);
+        if (!m_files.empty())
+            curl_multi_poll(m_multi.get(), nullptr, 0, nap(parallel), nullptr);
     }
 }
 
@@ -71,10 +74,11 @@ void CURL_DOWNLOAD_LOOP::hold_back()
 }
 
 /// The longest time until something has to be done, in milliseconds.
-int CURL_DOWNLOAD_LOOP::nap() const
+int CURL_DOWNLOAD_LOOP::nap(std::size_t parallel) const
 {
-    if (std::any_of(m_files.begin(), m_files.end(),
-                    [](const auto& file) { return file->is_joining(); }))
+    if ((may_start(parallel) && file_in_need() != nullptr) ||
+        std::any_of(m_files.begin(), m_files.end(),
+                    [](const auto& file) { return file->has_work(); }))
         return 0;
     if (may_receive())
         return static_cast<int>(longest_nap.count());
@@ -89,12 +93,16 @@ bool CURL_DOWNLOAD_LOOP::add(const CURL_TRANSFER& transfer)
            curl_multi_add_handle(m_multi.get(), transfer.handle()) == CURLM_OK;
 }
 
+bool CURL_DOWNLOAD_LOOP::may_start(std::size_t parallel) const
+{
+    return m_active.size() < parallel &&
+           std::none_of(m_active.begin(), m_active.end(),
+                        [](const auto& each) { return each.transfer->is_logging_in(); });
+}
+
 void CURL_DOWNLOAD_LOOP::start_transfers(std::deque<CURL_REQUEST>& queue, std::size_t parallel)
 {
-    const auto is_logging_in = [](const CONNECTION& each)
-    { return each.transfer->is_logging_in(); };
-    while (m_active.size() < parallel &&
-           std::none_of(m_active.begin(), m_active.end(), is_logging_in))
+    while (may_start(parallel))
     {
         if (CURL_FILE_DOWNLOAD* const file = file_in_need())
         {

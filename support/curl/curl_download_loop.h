@@ -1,6 +1,7 @@
 #pragma once
 
 #include "support/curl/curl_file_download.h"
+#include "support/curl/curl_split_refusals.h"
 #include "support/fio/fio_flusher.h"
 
 #include <atomic>
@@ -41,7 +42,8 @@ private:
     void perform();
     bool may_receive() const;
     void hold_back();
-    int nap() const;
+    int nap(std::size_t parallel) const;
+    bool may_start(std::size_t parallel) const;
     void start_transfers(std::deque<CURL_REQUEST>& queue, std::size_t parallel);
     void start(CURL_FILE_DOWNLOAD& file, std::unique_ptr<CURL_TRANSFER> transfer);
     CURL_FILE_DOWNLOAD* file_in_need() const;
@@ -53,10 +55,11 @@ private:
     void report_ended_files();
 
     CURL_PROXY_LOGINS m_logins;
+    CURL_SPLIT_REFUSALS m_split_refusals;
     CURL_CONNECTION_SETTINGS m_settings;
     const END_CALLBACK m_on_file_end;
     const std::unique_ptr<CURLM, MULTI_DELETER> m_multi;
-    FIO_FLUSHER m_flusher;
+    FIO_FLUSHER m_flusher;                                    ///< uses `m_multi` until its end
     std::vector<std::unique_ptr<CURL_FILE_DOWNLOAD>> m_files; ///< that have not ended
     std::vector<CONNECTION> m_active;
     std::size_t m_turn = 0; ///< counts the transfers that the rate limit has let continue

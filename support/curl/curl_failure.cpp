@@ -1,9 +1,12 @@
 #include "support/curl/curl_failure.h"
 
+#include "support/curl/curl_progress_data.h"
 #include "support/curl/curl_redact.h"
-#include "support/curl/curl_response.h"
 
 #include <curl/curl.h>
+
+#include <algorithm>
+#include <cstring>
 
 namespace
 {
@@ -62,4 +65,15 @@ CURL_FAILURE curl_failure_of(const CURL_OUTCOME& outcome, const CURL_EXCHANGE& e
     if (failure.kind == KIND::http_status || failure.kind == KIND::proxy_status)
         failure.status = exchange.status != 0 ? exchange.status : exchange.connect_status;
     return failure;
+}
+
+void curl_store_result(CURL_PROGRESS_DATA& data, const CURL_RESULT& result)
+{
+    const std::string text = curl_redact(result.outcome.error);
+    const std::size_t length = std::min(text.size(), data.error_text.size() - 1);
+    std::memcpy(data.error_text.data(), text.data(), length);
+    data.error_text[length] = '\0';
+    data.curl_code = result.outcome.curl_code;
+    if (result.status > 0)
+        data.http_code = result.status;
 }

@@ -1,8 +1,10 @@
 #pragma once
 
+#include "support/curl/curl_response.h"
+
 #include <string>
 
-struct CURL_OUTCOME;
+struct CURL_PROGRESS_DATA;
 
 /// Why a transfer failed, for a message to the user. Texts are UTF-8 without credentials.
 struct CURL_FAILURE
@@ -42,3 +44,13 @@ struct CURL_EXCHANGE
 
 /// Leaves the server and the proxy empty.
 CURL_FAILURE curl_failure_of(const CURL_OUTCOME& outcome, const CURL_EXCHANGE& exchange);
+
+/// Of a transfer that has ended.
+struct CURL_RESULT
+{
+    CURL_OUTCOME outcome;
+    int status = 0; ///< the HTTP status; 0 without one
+};
+
+/// Stores it where the program reads it.
+void curl_store_result(CURL_PROGRESS_DATA& data, const CURL_RESULT& result);

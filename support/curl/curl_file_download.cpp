@@ -1,12 +1,13 @@
 #include "support/curl/curl_file_download.h"
 
 #include "support/curl/curl_pieces.h"
+#include "support/curl/curl_split_refusals.h"
 #include "support/fio/fio_file_system.h"
 #include "support/fio/fio_flush.h"
 #include "support/fio/fio_flusher.h"
 
 #include <algorithm>
-#include <fstream>
+#include <array>
 #include <utility>
 
 namespace
@@ -21,6 +22,25 @@ std::uint64_t size_on_disk(const std::string& path)
     return file ? file->size : 0;
 }
 
+bool is_lasting(CURL_FAILURE::KIND kind)
+{
+    return kind == CURL_FAILURE::KIND::stopped || kind == CURL_FAILURE::KIND::write;
+}
+
+/// Whether the server may send this file over one connection only: it has answered with something
+/// else than the piece, or has ended the connection at once.
+bool is_refusal(const CURL_TRANSFER& transfer)
+{
+    constexpr std::array ends = {CURLE_COULDNT_CONNECT, CURLE_GOT_NOTHING, CURLE_SEND_ERROR,
+                                 CURLE_RECV_ERROR};
+    const CURL_RESULT& result = transfer.result();
+    if (result.outcome.curl_code == CURLE_OK || is_lasting(transfer.failure().kind) ||
+        transfer.has_body())
+        return false;
+    return result.status > 0 ||
+           std::find(ends.begin(), ends.end(), result.outcome.curl_code) != ends.end();
+}
+
 }
 
 /// A part of the file that is fetched ahead.
@@ -30,9 +50,13 @@ struct CURL_FILE_DOWNLOAD::PIECE
     std::string path;
     CURL_TRANSFER* transfer = nullptr; ///< while it runs
     CURL_PROGRESS_DATA data;
+    std::uint64_t size_at_rest = 0; ///< bytes while no transfer runs
 
-    /// Written and not in a buffer.
-    std::uint64_t size() const { return size_on_disk(path); }
+    /// Where the bytes end that are written and not in a buffer.
+    std::uint64_t end() const
+    {
+        return transfer != nullptr ? transfer->written() : begin + size_at_rest;
+    }
 };
 
 CURL_FILE_DOWNLOAD::CURL_FILE_DOWNLOAD(CURL_REQUEST request,
@@ -55,6 +79,7 @@ bool CURL_FILE_DOWNLOAD::needs_main_transfer() const
 
 std::unique_ptr<CURL_TRANSFER> CURL_FILE_DOWNLOAD::start_main_transfer()
 {
+    m_was_piece = false;
     CURL_REQUEST request = m_request;
     request.end = end_of_main();
     auto transfer = std::make_unique<CURL_TRANSFER>(std::move(request), m_settings, m_flusher);
@@ -75,6 +100,13 @@ std::uint64_t CURL_FILE_DOWNLOAD::end_of_main() const
     return m_pieces.empty() ? 0 : m_pieces.front()->begin;
 }
 
+std::uint64_t CURL_FILE_DOWNLOAD::size() const
+{
+    if (m_main != nullptr)
+        return m_main->written();
+    return m_file.is_open() ? m_file.size() : size_on_disk(m_request.path);
+}
+
 void CURL_FILE_DOWNLOAD::move_ends()
 {
     if (m_main != nullptr)
@@ -93,18 +125,21 @@ void CURL_FILE_DOWNLOAD::take_over_pieces()
     for (const CURL_STORED_PIECE& stored : curl_take_over_pieces(m_request.path, m_version))
     {
         const std::uint64_t size = size_on_disk(stored.path);
-        const std::uint64_t end = m_pieces.empty()
-                                      ? m_main->position()
-                                      : m_pieces.back()->begin + m_pieces.back()->size();
-        if (stored.begin + size > m_request.expected_size || stored.begin + size <= end ||
-            (!m_pieces.empty() && stored.begin < end))
+        const std::uint64_t end = m_pieces.empty() ? m_main->position() : m_pieces.back()->end();
+        if (size == 0 || stored.begin + size > m_request.expected_size)
         {
-            curl_remove_piece(stored.path); // it adds nothing to what is there
+            curl_remove_piece(stored.path);
+            continue;
+        }
+        if (stored.begin + size <= end || (!m_pieces.empty() && stored.begin < end))
+        {
+            m_joined.push_back({stored.path, stored.begin + size}); // it adds nothing
             continue;
         }
         auto piece = std::make_unique<PIECE>();
         piece->begin = stored.begin;
         piece->path = stored.path;
+        piece->size_at_rest = size;
         m_request.data->bytes_taken_over +=
             stored.begin + size - std::max(stored.begin, m_main->position());
         m_pieces.push_back(std::move(piece));
@@ -120,7 +155,7 @@ CURL_FILE_DOWNLOAD::PIECE* CURL_FILE_DOWNLOAD::piece_to_resume() const
         const std::uint64_t end = end_of(i) != 0 ? end_of(i) : m_request.expected_size;
         const bool is_free = piece.transfer == nullptr && !(i == 0 && m_is_joining) &&
                              !m_flusher.is_flushing(piece.path);
-        if (is_free && piece.begin + piece.size() < end)
+        if (is_free && piece.end() < end)
             return &piece;
     }
     return nullptr;
@@ -144,10 +179,11 @@ std::vector<CURL_PART> CURL_FILE_DOWNLOAD::running_parts() const
 
 std::uint64_t CURL_FILE_DOWNLOAD::bytes_to_share() const
 {
-    if (!m_may_split || m_is_over || m_validator.empty())
+    if (!m_may_split || m_is_over || m_validator.empty() ||
+        m_settings.split_refusals->contains(curl_host_and_port(m_request.url)))
         return 0;
     if (const PIECE* const piece = piece_to_resume())
-        return m_request.expected_size - piece->begin - piece->size();
+        return m_request.expected_size - piece->end();
     const std::vector<CURL_PART> parts = running_parts();
     const auto split = curl_choose_split(parts, m_settings.least_piece);
     return split ? parts[split->part].end - split->at : 0;
@@ -209,25 +245,31 @@ void CURL_FILE_DOWNLOAD::take_end_of_main(const CURL_TRANSFER& transfer)
         m_start = CLOCK::now() - *transfer.duration();
     if (m_is_over)
         return;
-    m_is_joining = transfer.ended_before_the_file();
+    const CURL_FAILURE::KIND kind = transfer.failure().kind;
+    m_is_joining =
+        kind == CURL_FAILURE::KIND::none && (transfer.ended_before_the_file() || !m_joined.empty());
     if (m_is_joining)
         return;
-    m_failure = transfer.failure();
-    m_is_over = true;
-    take_time();
-    if (m_failure.kind == CURL_FAILURE::KIND::none)
-        curl_remove_pieces(m_request.path); // of another version, or without a use
-    count_bytes_ahead();
+    // A server that has stopped sending a piece is asked again, also when that was the main
+    // transfer by then.
+    if (m_was_piece && kind != CURL_FAILURE::KIND::none && !is_lasting(kind))
+        m_may_split = false;
+    else
+        end(transfer.result(), transfer.failure());
 }
 
 void CURL_FILE_DOWNLOAD::take_end_of_piece(PIECE& piece, const CURL_TRANSFER& transfer)
 {
+    const bool is_refused = is_refusal(transfer);
     piece.transfer = nullptr;
+    piece.size_at_rest = size_on_disk(piece.path);
     const CURL_FAILURE::KIND kind = transfer.failure().kind;
     // A server may allow one connection, or the file may have changed: the main transfer will tell.
     if (kind != CURL_FAILURE::KIND::none && kind != CURL_FAILURE::KIND::stopped)
         m_may_split = false;
-    if (piece.size() > 0)
+    if (is_refused)
+        m_settings.split_refusals->add(curl_host_and_port(m_request.url));
+    if (piece.size_at_rest > 0)
         return count_bytes_ahead();
     curl_remove_piece(piece.path);
     m_pieces.erase(std::find_if(m_pieces.begin(), m_pieces.end(),
@@ -235,11 +277,17 @@ void CURL_FILE_DOWNLOAD::take_end_of_piece(PIECE& piece, const CURL_TRANSFER& tr
     move_ends();
 }
 
+/// Whether all that the first piece has is in the file.
+bool CURL_FILE_DOWNLOAD::is_caught_up() const
+{
+    return m_is_joining && m_file.is_open() && !m_pieces.empty() &&
+           m_file.size() >= m_pieces.front()->end();
+}
+
 bool CURL_FILE_DOWNLOAD::is_unwanted(const CURL_TRANSFER& transfer) const
 {
-    return m_is_over || (m_is_joining && !m_pieces.empty() &&
-                         m_pieces.front()->transfer == &transfer && m_file.is_open() &&
-                         m_file.size() == m_pieces.front()->begin + m_pieces.front()->size());
+    return m_is_over ||
+           (is_caught_up() && m_pieces.front()->transfer == &transfer && !transfer.can_take_over());
 }
 
 bool CURL_FILE_DOWNLOAD::has_ended() const
@@ -251,6 +299,7 @@ bool CURL_FILE_DOWNLOAD::has_ended() const
 
 void CURL_FILE_DOWNLOAD::work()
 {
+    remove_flushed_pieces();
     if (m_is_joining && !m_is_over)
         join_some();
     count_bytes_ahead();
@@ -259,7 +308,7 @@ void CURL_FILE_DOWNLOAD::work()
 void CURL_FILE_DOWNLOAD::stop()
 {
     if (m_is_joining && !m_is_over)
-        end({CURLE_ABORTED_BY_CALLBACK, "Stopped"});
+        end_joining({CURLE_ABORTED_BY_CALLBACK, "Stopped"});
 }
 
 void CURL_FILE_DOWNLOAD::join_some()
@@ -268,14 +317,16 @@ void CURL_FILE_DOWNLOAD::join_some()
         return stop();
     if (!m_file.is_open() && !open_to_join())
         return;
+    if (!m_joined.empty())
+        return wait_for_flush();
+    m_waits_for_flush = false;
     if (m_pieces.empty() || m_pieces.front()->begin > m_file.size())
         return leave_joined_file();
     const PIECE& first = *m_pieces.front();
-    const std::uint64_t joined = m_file.size() - first.begin;
-    if (joined < first.size())
-        append_from(first, joined);
-    else if (first.transfer == nullptr)
-        remove_first_piece();
+    if (!is_caught_up())
+        append_from(first, m_file.size() - first.begin);
+    else if (first.transfer == nullptr || first.transfer->can_take_over())
+        leave_first_piece();
 }
 
 /// \return false while a flush that the last transfer has requested is running, or after a failure
@@ -285,31 +336,47 @@ bool CURL_FILE_DOWNLOAD::open_to_join()
     if (m_waits_for_flush)
         return false;
     if (!m_file.open(m_request.path, FIO_APPEND_FILE::OPENING::existing_only))
-        end({CURLE_WRITE_ERROR, m_file.error()});
+        end_joining({CURLE_WRITE_ERROR, m_file.error()});
     else if (const std::error_code error = m_flusher.error_of(m_file); error)
-        end({CURLE_WRITE_ERROR, "Cannot write " + m_request.path + ": " + error.message()});
+        end_joining({CURLE_WRITE_ERROR, "Cannot write " + m_request.path + ": " + error.message()});
     return !m_is_over;
+}
+
+void CURL_FILE_DOWNLOAD::wait_for_flush()
+{
+    m_waits_for_flush = true;
+    if (const std::error_code error = m_flusher.error_of(m_file); error)
+        end_joining({CURLE_WRITE_ERROR, "Cannot write " + m_request.path + ": " + error.message()});
+    else if (!m_flusher.is_flushing(m_request.path) && !m_flusher.request(m_file))
+        end_joining({CURLE_WRITE_ERROR, "Cannot flush " + m_request.path});
+}
+
+void CURL_FILE_DOWNLOAD::remove_flushed_pieces()
+{
+    if (m_joined.empty())
+        return;
+    const std::uint64_t flushed = m_flusher.flushed_size(m_request.path);
+    const auto last =
+        std::stable_partition(m_joined.begin(), m_joined.end(),
+                              [flushed](const auto& piece) { return piece.end > flushed; });
+    std::for_each(last, m_joined.end(), [](const auto& piece) { curl_remove_piece(piece.path); });
+    m_joined.erase(last, m_joined.end());
 }
 
 /// What follows, if anything, is in no piece.
 void CURL_FILE_DOWNLOAD::leave_joined_file()
 {
     if (m_file.size() >= m_request.expected_size)
-        return end({});
+        return end_joining({});
     m_file.close();
     m_is_joining = false;
 }
 
 void CURL_FILE_DOWNLOAD::append_from(const PIECE& piece, std::uint64_t offset)
 {
-    std::vector<char> block(join_block);
-    std::ifstream stored(fio_path(piece.path), std::ios::binary);
-    stored.seekg(static_cast<std::streamoff>(offset));
-    stored.read(block.data(), static_cast<std::streamsize>(block.size()));
-    const auto count = static_cast<std::size_t>(stored.gcount());
-    if (count == 0)
-        return end({CURLE_WRITE_ERROR, "Cannot read " + piece.path});
-    if (!m_file.append(block.data(), count))
+    const auto most = static_cast<std::size_t>(
+        std::min<std::uint64_t>(join_block, piece.end() - piece.begin - offset));
+    if (!m_file.append_from(piece.path, offset, most))
         return make_room_after({CURLE_WRITE_ERROR, m_file.error()});
     m_flusher.request(m_file);
 }
@@ -321,64 +388,74 @@ void CURL_FILE_DOWNLOAD::make_room_after(const CURL_OUTCOME& outcome)
     m_may_split = false;
     const PIECE& last = *m_pieces.back();
     if (last.transfer != nullptr)
-        return end(outcome);
+        return end_joining(outcome);
     curl_remove_piece(last.path);
     m_pieces.pop_back();
     if (m_pieces.empty())
-        end(outcome);
+        end_joining(outcome);
 }
 
-/// Its bytes must be on the disk under the file's own name before.
-void CURL_FILE_DOWNLOAD::remove_first_piece()
+/// If it is still being received, its transfer continues in the file.
+void CURL_FILE_DOWNLOAD::leave_first_piece()
 {
-    m_flusher.withdraw(m_file);
-    std::error_code error = m_flusher.error_of(m_file);
-    const auto handle = m_file.flush_handle();
-    if (!error)
-        error = handle != nullptr ? handle->flush()
-                                  : std::make_error_code(std::errc::too_many_files_open);
-    if (error)
-        return end({CURLE_WRITE_ERROR, "Cannot write " + m_request.path + ": " + error.message()});
-    curl_remove_piece(m_pieces.front()->path);
+    PIECE& first = *m_pieces.front();
+    m_flusher.request(m_file);
+    m_joined.push_back({first.path, first.end()});
+    if (first.transfer != nullptr)
+    {
+        m_main = first.transfer;
+        m_main->take_over(m_request, m_file);
+        m_was_piece = true;
+        m_is_joining = false;
+    }
     m_pieces.erase(m_pieces.begin());
-}
-
-void CURL_FILE_DOWNLOAD::take_time()
-{
-    if (m_start)
-        m_duration = CLOCK::now() - *m_start;
+    move_ends();
 }
 
 void CURL_FILE_DOWNLOAD::count_bytes_ahead() const
 {
     if (m_request.data == nullptr)
         return;
-    const std::uint64_t position = m_file.is_open() ? m_file.size() : size_on_disk(m_request.path);
+    if (m_pieces.empty())
+    {
+        m_request.data->bytes_ahead = 0;
+        return;
+    }
+    const std::uint64_t position = size();
     std::uint64_t ahead = 0;
     for (const auto& piece : m_pieces)
-        ahead += piece->begin + piece->size() -
-                 std::clamp(position, piece->begin, piece->begin + piece->size());
+        ahead += piece->end() - std::clamp(position, piece->begin, piece->end());
     m_request.data->bytes_ahead = ahead;
 }
 
 bool CURL_FILE_DOWNLOAD::report_progress() const
 {
-    const std::uint64_t size = m_file.is_open() ? m_file.size() : size_on_disk(m_request.path);
+    const std::uint64_t on_disk = size();
     return m_settings.progress_callback == nullptr ||
            m_settings.progress_callback(m_request.data, m_request.expected_size,
-                                        size - std::min(size, *m_request.counted_from)) == 0;
+                                        on_disk - std::min(on_disk, *m_request.counted_from)) == 0;
 }
 
-/// While pieces are joined.
-void CURL_FILE_DOWNLOAD::end(const CURL_OUTCOME& outcome)
+void CURL_FILE_DOWNLOAD::end_joining(const CURL_OUTCOME& outcome)
 {
-    m_is_over = true;
-    m_is_joining = false;
-    take_time();
     m_flusher.withdraw(m_file);
     m_file.close();
     report_progress();
+    end({outcome, partial_content}, curl_failure_of(outcome, {true, partial_content, 0}));
+}
+
+void CURL_FILE_DOWNLOAD::end(const CURL_RESULT& result, const CURL_FAILURE& failure)
+{
+    m_is_over = true;
+    m_is_joining = false;
+    m_failure = failure;
+    if (m_start)
+        m_duration = CLOCK::now() - *m_start;
+    // What is left is of another version. The pieces of a file that was complete already may not be
+    // flushed in it: they are left to whoever verifies it and flushes it then.
+    if (result.outcome.curl_code == CURLE_OK && m_start)
+        curl_remove_pieces(m_request.path);
     count_bytes_ahead();
-    m_failure = curl_failure_of(outcome, {true, partial_content, 0});
-    curl_store_result(*m_request.data, outcome, partial_content);
+    if (m_request.data != nullptr)
+        curl_store_result(*m_request.data, result);
 }

@@ -12,9 +12,10 @@
 ///
 /// The main transfer appends to the file itself. A connection that is idle otherwise fetches a
 /// later part, a piece, into a file of its own; when the main transfer arrives where that begins,
-/// its bytes are appended, and the next main transfer continues behind them. So the file on disk is
-/// the beginning of the complete one at any time, and what a run leaves, the next one takes over.
-/// Used by one thread.
+/// its bytes are appended, and its connection becomes the main transfer. So the file on disk is the
+/// beginning of the complete one at any time, and what a run leaves, the next one takes over. A
+/// piece is removed once its bytes are flushed in the file; the next one is joined after that, so
+/// that no more than one takes its space twice. Used by one thread.
 class CURL_FILE_DOWNLOAD
 {
 public:
@@ -44,8 +45,8 @@ public:
     void work();
     /// Ends the joining of pieces; transfers are ended by the caller.
     void stop();
-    /// Whether `work` has more to do at once.
-    bool is_joining() const { return m_is_joining && !m_waits_for_flush; }
+    /// Whether `work` has more to do at once. Otherwise the end of a flush may give it some.
+    bool has_work() const { return m_is_joining && !m_waits_for_flush; }
     /// Whether this transfer is to be ended now, because the file has failed or its piece is about
     /// to be joined.
     bool is_unwanted(const CURL_TRANSFER& transfer) const;
@@ -60,9 +61,16 @@ public:
 
 private:
     struct PIECE;
+    /// All its bytes are in the file, but perhaps not on the disk there.
+    struct JOINED_PIECE
+    {
+        std::string path;
+        std::uint64_t end = 0; ///< in the complete file
+    };
 
     std::uint64_t end_of(std::size_t piece) const;
     std::uint64_t end_of_main() const;
+    std::uint64_t size() const;
     void move_ends();
     void take_over_pieces();
     std::unique_ptr<CURL_TRANSFER> start_piece(PIECE& piece);
@@ -70,16 +78,19 @@ private:
     std::vector<CURL_PART> running_parts() const;
     void take_end_of_main(const CURL_TRANSFER& transfer);
     void take_end_of_piece(PIECE& piece, const CURL_TRANSFER& transfer);
+    bool is_caught_up() const;
     void join_some();
     bool open_to_join();
+    void wait_for_flush();
+    void remove_flushed_pieces();
     void leave_joined_file();
     void make_room_after(const CURL_OUTCOME& outcome);
     void append_from(const PIECE& piece, std::uint64_t offset);
-    void remove_first_piece();
+    void leave_first_piece();
     void count_bytes_ahead() const;
     bool report_progress() const;
-    void end(const CURL_OUTCOME& outcome);
-    void take_time();
+    void end_joining(const CURL_OUTCOME& outcome);
+    void end(const CURL_RESULT& result, const CURL_FAILURE& failure);
 
     CURL_REQUEST m_request;
     const CURL_CONNECTION_SETTINGS& m_settings;
@@ -89,6 +100,8 @@ private:
     std::string m_validator;         ///< empty until a transfer has received it
     std::string m_version;
     std::vector<std::unique_ptr<PIECE>> m_pieces; ///< not joined yet, by their beginnings
+    std::vector<JOINED_PIECE> m_joined;           ///< not removed yet
+    bool m_was_piece = false;                     ///< the main transfer, or the last one
     bool m_may_split = true;
     bool m_is_joining = false;
     bool m_waits_for_flush = false;

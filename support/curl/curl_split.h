@@ -21,6 +21,7 @@ struct CURL_SPLIT
 };
 
 /// Where an idle connection takes over the second half of what is left of a part: of the one with
-/// the most left. Nothing when no half would have `least_piece` bytes.
+/// the most left. The beginning is aligned where both halves stay long enough. Nothing when no half
+/// would have `least_piece` bytes.
 std::optional<CURL_SPLIT> curl_choose_split(const std::vector<CURL_PART>& parts,
                                             std::uint64_t least_piece);

@@ -46,9 +46,9 @@ bool CURL_TARGET::open_existing()
     if (!m_file.open(m_request.path, FIO_APPEND_FILE::OPENING::existing_only) &&
         !m_file.error().empty())
         return fail(m_file.error());
-    m_offset = m_file.size();
-    m_counted_from = m_request.counted_from.value_or(m_offset);
-    m_received = received_at(m_offset);
+    m_start = written();
+    m_counted_from = m_request.counted_from.value_or(m_file.size());
+    m_received = received_at(m_file.size());
     m_flushed = m_received;
     m_last_flush = std::chrono::steady_clock::now();
     return true;
@@ -77,9 +77,18 @@ void CURL_TARGET::close()
     m_file.close();
 }
 
+void CURL_TARGET::continue_in(FIO_APPEND_FILE& file)
+{
+    m_file.swap(file);
+    m_counted_from = m_request.counted_from.value_or(0);
+    m_received = received_at(m_file.size());
+    m_flushed = m_received;
+    m_last_flush = std::chrono::steady_clock::now();
+}
+
 bool CURL_TARGET::has_reached_end() const
 {
-    return end() != 0 && m_request.begin + m_file.size() >= end();
+    return end() != 0 && written() >= end();
 }
 
 void CURL_TARGET::collect(const char* bytes, std::size_t size, TIME now)
@@ -112,9 +121,9 @@ bool CURL_TARGET::write()
 bool CURL_TARGET::undo()
 {
     m_pending.clear();
-    if (!m_file.shorten(m_offset))
+    if (!m_file.shorten(m_start - m_request.begin))
         return fail(m_file.error());
-    m_received = received_at(m_offset);
+    m_received = received_at(m_file.size());
     return true;
 }
 

@@ -32,13 +32,18 @@ public:
     bool create_if_missing();
     /// Ends the background flushes of the file, and closes it.
     void close();
+    /// Continues a closed target in another file, which is open and ends where the former one does;
+    /// the request has become that of the other file. What was collected is kept.
+    void continue_in(FIO_APPEND_FILE& file);
     /// Why one of these or of the functions below returned false.
     const std::string& error() const { return m_error; }
 
     /// Where the file on the disk ended when it was opened.
-    std::uint64_t start() const { return m_request.begin + m_offset; }
+    std::uint64_t start() const { return m_start; }
     /// Where the next received byte belongs.
-    std::uint64_t position() const { return m_request.begin + m_file.size() + m_pending.size(); }
+    std::uint64_t position() const { return written() + m_pending.size(); }
+    /// Where the bytes in the file end.
+    std::uint64_t written() const { return m_request.begin + m_file.size(); }
     /// Where the part that is written ends; 0: unknown.
     std::uint64_t end() const { return m_end != 0 ? m_end : m_request.expected_size; }
     /// 0: with the complete file.
@@ -46,7 +51,7 @@ public:
     /// Whether all bytes are in the file.
     bool has_reached_end() const;
     /// Whether nothing has been written yet.
-    bool is_as_before() const { return m_file.size() == m_offset; }
+    bool is_as_before() const { return written() == m_start; }
     /// Bytes written in this run.
     std::uint64_t received() const { return m_received; }
 
@@ -74,7 +79,7 @@ private:
     FIO_APPEND_FILE m_file;
     std::string m_error;
     std::uint64_t m_end;              ///< of the part that is written; 0: that of the file
-    std::uint64_t m_offset = 0;       ///< bytes on disk when the file was opened
+    std::uint64_t m_start = 0;        ///< where the file on the disk ended when it was opened
     std::uint64_t m_counted_from = 0; ///< bytes on disk that were received by earlier runs
     std::uint64_t m_received = 0;
     std::vector<char> m_pending; ///< received, not yet written

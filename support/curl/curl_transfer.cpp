@@ -1,41 +1,26 @@
 #include "support/curl/curl_transfer.h"
 
-#include "support/curl/curl_logger.h"
 #include "support/curl/curl_rate_limit.h"
 #include "support/curl/curl_redact.h"
-#include "support/curl/curl_tls.h"
 
 #include <algorithm>
-#include <cstring>
 #include <limits>
 #include <utility>
 
 namespace
 {
 
-constexpr std::size_t receive_buffer = 512 * 1024; // bytes
-constexpr std::size_t head_limit = 256 * 1024;     // bytes of all headers together
+constexpr std::size_t head_limit = 256 * 1024; // bytes of all headers together
 // A body of unknown length that pauses at the expected size has probably ended.
 constexpr auto longest_wait_for_end = std::chrono::seconds(1);
 
-}
-
-void curl_store_result(CURL_PROGRESS_DATA& data, const CURL_OUTCOME& outcome, int status)
-{
-    const std::string text = curl_redact(outcome.error);
-    const std::size_t length = std::min(text.size(), data.error_text.size() - 1);
-    std::memcpy(data.error_text.data(), text.data(), length);
-    data.error_text[length] = '\0';
-    data.curl_code = outcome.curl_code;
-    if (status > 0)
-        data.http_code = status;
 }
 
 CURL_TRANSFER::CURL_TRANSFER(CURL_REQUEST request, const CURL_CONNECTION_SETTINGS& settings,
                              FIO_FLUSHER& flusher)
     : m_request(std::move(request)),
       m_settings(settings), m_size{m_request.expected_size, settings.size_limit},
-      m_error_buffer(CURL_ERROR_SIZE), m_target(m_request, flusher, settings.flush_interval),
+      m_requested_end(m_request.end), m_target(m_request, flusher, settings.flush_interval),
       m_pace(settings.stall_timeout), m_route(m_request.url, settings)
 {
 }
@@ -61,8 +46,7 @@ bool CURL_TRANSFER::prepare()
         return false;
     }
 
-    m_handle.reset(curl_easy_init());
-    if (m_handle == nullptr)
+    if (!m_handle.create())
     {
         store({CURLE_FAILED_INIT, curl_easy_strerror(CURLE_FAILED_INIT)}, 0);
         return false;
@@ -87,50 +71,19 @@ bool CURL_TRANSFER::prepare()
 
 void CURL_TRANSFER::set_options(CURL_OPTIONS& options)
 {
-    options.set(CURLOPT_PRIVATE, this);
-    options.set(CURLOPT_ERRORBUFFER, m_error_buffer.data());
-    options.set(CURLOPT_NOSIGNAL, 1L);
-    // A stop must not wait for a name server that doesn't respond.
-    options.set(CURLOPT_QUICK_EXIT, 1L);
-    options.set(CURLOPT_USERAGENT, "vinst");
-    options.set(CURLOPT_CONNECTTIMEOUT, static_cast<long>(m_settings.connect_timeout.count()));
-    options.set(CURLOPT_TCP_KEEPALIVE, 1L);
-    // It can't be changed during a transfer. With a limit that is set later, more is received at
-    // once, and less often.
-    const std::size_t buffer = m_settings.rate_limit != nullptr
-                                   ? m_settings.rate_limit->block(receive_buffer)
-                                   : receive_buffer;
-    options.set(CURLOPT_BUFFERSIZE, static_cast<long>(buffer));
-    options.set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
-    options.set(CURLOPT_FAILONERROR, 1L);
-
-    options.set(CURLOPT_PROTOCOLS_STR, "http,https");
-    options.set(CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
-    options.set(CURLOPT_FOLLOWLOCATION, 1L);
-
-    curl_set_tls_options(options);
+    m_handle.set_common_options(options, m_settings);
     m_route.set_options(options);
-
-    // Not CURLOPT_RESUME_FROM: that fails on servers that don't support range requests.
     m_requests_range = position() > 0;
     if (m_requests_range)
-        options.set(CURLOPT_RANGE, (std::to_string(position()) + "-").c_str());
+        m_handle.request_range(options, position(), m_requested_end);
     if (m_request.is_piece())
-    {
-        m_headers.reset(curl_slist_append(nullptr, ("If-Range: " + m_request.validator).c_str()));
-        options.set(CURLOPT_HTTPHEADER, m_headers.get());
-    }
+        m_handle.request_version(options, m_request.validator);
 
+    options.set(CURLOPT_PRIVATE, this);
     options.set(CURLOPT_HEADERFUNCTION, &CURL_TRANSFER::on_header);
     options.set(CURLOPT_HEADERDATA, this);
     options.set(CURLOPT_WRITEFUNCTION, &CURL_TRANSFER::on_body);
     options.set(CURLOPT_WRITEDATA, this);
-    if (m_settings.trace && m_settings.logger != nullptr)
-    {
-        options.set(CURLOPT_VERBOSE, 1L);
-        options.set(CURLOPT_DEBUGFUNCTION, &CURL_TRANSFER::on_trace);
-        options.set(CURLOPT_DEBUGDATA, this);
-    }
 }
 
 std::size_t CURL_TRANSFER::on_header(char* text, std::size_t size, std::size_t count, void* self)
@@ -325,15 +278,6 @@ int CURL_TRANSFER::answered_status(CURLcode result) const
     return m_head.redirects() && !stayed ? 0 : m_head.status;
 }
 
-CURL_OUTCOME CURL_TRANSFER::libcurl_outcome(CURLcode result) const
-{
-    if (result == CURLE_OK)
-        return {};
-    // The buffer's last byte is never written, so the text in it ends.
-    return {result, m_error_buffer.front() != '\0' ? std::string(m_error_buffer.data())
-                                                   : std::string(curl_easy_strerror(result))};
-}
-
 CURL_OUTCOME CURL_TRANSFER::judge(const CURL_OUTCOME& result)
 {
     if (m_own_outcome && (m_own_outcome->curl_code == CURLE_WRITE_ERROR ||
@@ -345,6 +289,8 @@ CURL_OUTCOME CURL_TRANSFER::judge(const CURL_OUTCOME& result)
         return {};
     if (m_own_outcome)
         return *m_own_outcome;
+    if (result.curl_code == CURLE_OK && m_requested_end != 0 && position() >= m_requested_end)
+        return {}; // the part has become longer since the request
     CURL_OUTCOME outcome =
         curl_judge_end(result, m_head, m_size, m_target.start(), m_skipped, m_decision.has_value());
     return outcome.curl_code == CURLE_OK ? m_size.judge_end(position()) : outcome;
@@ -373,7 +319,7 @@ bool CURL_TRANSFER::follow_redirect(CURL_OPTIONS& options)
 bool CURL_TRANSFER::drop_range(CURLcode result, CURL_OPTIONS& options)
 {
     if (!m_requests_range || m_request.is_piece() ||
-        judge(libcurl_outcome(result)).curl_code != CURLE_RANGE_ERROR)
+        judge(m_handle.outcome(result)).curl_code != CURLE_RANGE_ERROR)
         return false;
     m_requests_range = false;
     options.set(CURLOPT_RANGE, static_cast<const char*>(nullptr));
@@ -397,7 +343,7 @@ void CURL_TRANSFER::start_repeat()
     m_head = {};
     m_head_bytes = 0;
     m_is_in_head = false;
-    m_error_buffer.front() = '\0';
+    m_handle.forget_error();
     m_pace.start(CLOCK::now());
 }
 
@@ -407,6 +353,18 @@ void CURL_TRANSFER::read_unended_head()
 {
     if (m_is_in_head)
         m_head = curl_read_head(handle());
+}
+
+bool CURL_TRANSFER::has_body() const
+{
+    return m_decision && m_decision->action == CURL_BODY_DECISION::ACTION::write;
+}
+
+void CURL_TRANSFER::take_over(const CURL_REQUEST& request, FIO_APPEND_FILE& file)
+{
+    m_target.close();
+    m_request = request;
+    m_target.continue_in(file);
 }
 
 void CURL_TRANSFER::finish(CURLcode result)
@@ -419,7 +377,7 @@ void CURL_TRANSFER::finish(CURLcode result)
     const bool is_page = result == CURLE_OK && may_be_a_page();
     if (!is_page)
         write_collected();
-    CURL_OUTCOME outcome = judge(libcurl_outcome(result));
+    CURL_OUTCOME outcome = judge(m_handle.outcome(result));
     // An empty body must still create the file.
     if ((is_page && !m_target.undo()) ||
         (outcome.curl_code == CURLE_OK && !m_target.create_if_missing()))
@@ -439,7 +397,7 @@ void CURL_TRANSFER::keep_failure(const CURL_OUTCOME& outcome, int status)
 {
     CURL_EXCHANGE exchange;
     const char* url = nullptr;
-    if (m_handle != nullptr)
+    if (handle() != nullptr)
     {
         exchange = curl_read_exchange(handle(), status);
         curl_easy_getinfo(handle(), CURLINFO_EFFECTIVE_URL, &url);
@@ -448,7 +406,7 @@ void CURL_TRANSFER::keep_failure(const CURL_OUTCOME& outcome, int status)
     m_failure.server = curl_host_and_port(url != nullptr ? url : m_request.url);
     m_failure.proxy = curl_redact(m_route.proxy().address());
     m_failure.proxy_source = m_route.proxy().source();
-    if (m_handle != nullptr && m_route.is_login_required(exchange))
+    if (handle() != nullptr && m_route.is_login_required(exchange))
     {
         m_failure.proxy_schemes = m_route.offered_schemes();
         m_failure.login_refused = m_route.has_failed_login() || m_route.is_login_refused();
@@ -458,33 +416,7 @@ void CURL_TRANSFER::keep_failure(const CURL_OUTCOME& outcome, int status)
 void CURL_TRANSFER::store(const CURL_OUTCOME& outcome, int status)
 {
     keep_failure(outcome, status);
-    if (m_request.data == nullptr || m_ended_before_the_file)
-        return;
     // After CONNECT, too.
     const bool is_login = m_failure.status == curl_proxy_authentication_required;
-    curl_store_result(*m_request.data, outcome,
-                      is_login ? curl_proxy_authentication_required : status);
-}
-
-int CURL_TRANSFER::on_trace(CURL*, curl_infotype type, char* text, std::size_t size, void* self)
-{
-    const char* direction = nullptr;
-    switch (type)
-    {
-    case CURLINFO_TEXT:
-        direction = "*";
-        break;
-    case CURLINFO_HEADER_IN:
-        direction = "<";
-        break;
-    case CURLINFO_HEADER_OUT:
-        direction = ">";
-        break;
-    default:
-        return 0;
-    }
-    const CURL_CONNECTION_SETTINGS& settings = static_cast<CURL_TRANSFER*>(self)->m_settings;
-    settings.logger->debug("%s%s %s", settings.name, direction,
-                           curl_redact(std::string_view(text, size)));
-    return 0;
+    m_result = {outcome, is_login ? curl_proxy_authentication_required : status};
 }

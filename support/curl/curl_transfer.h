@@ -1,7 +1,7 @@
 #pragma once
 
 #include "support/curl/curl_base_connection.h"
-#include "support/curl/curl_easy.h"
+#include "support/curl/curl_handle.h"
 #include "support/curl/curl_pace.h"
 #include "support/curl/curl_request.h"
 #include "support/curl/curl_route.h"
@@ -11,17 +11,11 @@
 
 #include <chrono>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
-#include <vector>
 
 class FIO_FLUSHER;
-
-/// Stores the result of a file that has ended where the program reads it.
-/// \param status  the HTTP status; 0 without one
-void curl_store_result(CURL_PROGRESS_DATA& data, const CURL_OUTCOME& outcome, int status);
 
 /// The transfer of one file, or of a part of it: the request, the response and the growing file.
 /// Used by one thread.
@@ -37,8 +31,8 @@ public:
     CURL_TRANSFER& operator=(const CURL_TRANSFER&) = delete;
 
     /// Opens the local file if it exists, and sets up the request. If it returns false, the
-    /// transfer has already ended and the result is in its record: an error, or success when the
-    /// file has its expected size.
+    /// transfer has already ended: with an error, or successfully when the file has its expected
+    /// size.
     bool prepare();
     CURL* handle() const { return m_handle.get(); }
 
@@ -68,37 +62,38 @@ public:
     void set_end(std::uint64_t end) { m_target.set_end(end); }
     /// Where the next byte that it receives belongs in the complete file.
     std::uint64_t position() const { return m_target.position(); }
+    /// Where the bytes that it has written end.
+    std::uint64_t written() const { return m_target.written(); }
     /// What identifies the version of the file that is received; empty before the body has begun,
     /// or when the server offers no such thing or the file has another size.
     std::string validator() const;
 
-    /// Ends the transfer and stores its result in the record.
+    /// Whether a body has begun that is written.
+    bool has_body() const;
+    /// Whether `take_over` may be called.
+    bool can_take_over() const { return has_body() && !m_own_outcome; }
+    /// Lets the transfer of a piece continue in the file itself, which is open and ends where the
+    /// piece does.
+    /// \param request  of the file
+    void take_over(const CURL_REQUEST& request, FIO_APPEND_FILE& file);
+
+    /// Ends the transfer.
     void finish(CURLcode result);
 
     /// Whether no other transfer should log in to the proxy before this one has succeeded.
     bool is_logging_in() const { return m_route.is_login_untried(); }
-    const CURL_PROGRESS_DATA* data() const { return m_request.data; }
     /// Of a transfer that has ended.
+    const CURL_RESULT& result() const { return m_result; }
     const CURL_FAILURE& failure() const { return m_failure; }
     /// From the first request to the end; empty if nothing was requested.
     std::optional<CLOCK::duration> duration() const { return m_duration; }
     /// Whether the file is still incomplete although the transfer has ended successfully, because
-    /// only a part of it was to be written. The record has no result then.
+    /// only a part of it was to be written.
     bool ended_before_the_file() const { return m_ended_before_the_file; }
 
 private:
-    struct EASY_DELETER
-    {
-        void operator()(CURL* handle) const { curl_easy_cleanup(handle); }
-    };
-    struct LIST_DELETER
-    {
-        void operator()(curl_slist* list) const { curl_slist_free_all(list); }
-    };
-
     static std::size_t on_header(char* text, std::size_t size, std::size_t count, void* self);
     static std::size_t on_body(char* bytes, std::size_t size, std::size_t count, void* self);
-    static int on_trace(CURL* handle, curl_infotype type, char* text, std::size_t size, void* self);
 
     void set_options(CURL_OPTIONS& options);
     bool take_header(std::string_view line);
@@ -114,7 +109,6 @@ private:
     /// The first outcome of several counts.
     /// \return false
     bool end_with(CURL_OUTCOME outcome);
-    CURL_OUTCOME libcurl_outcome(CURLcode result) const;
     CURL_OUTCOME judge(const CURL_OUTCOME& result);
     bool follow_redirect(CURL_OPTIONS& options);
     bool drop_range(CURLcode result, CURL_OPTIONS& options);
@@ -123,12 +117,11 @@ private:
     void store(const CURL_OUTCOME& outcome, int status);
     void keep_failure(const CURL_OUTCOME& outcome, int status);
 
-    const CURL_REQUEST m_request;
+    CURL_REQUEST m_request;
     const CURL_CONNECTION_SETTINGS& m_settings;
     const CURL_FILE_SIZE m_size;
-    std::unique_ptr<curl_slist, LIST_DELETER> m_headers; ///< outlives the handle
-    std::unique_ptr<CURL, EASY_DELETER> m_handle;
-    std::vector<char> m_error_buffer;
+    const std::uint64_t m_requested_end; ///< of the range that was requested; 0: with the file
+    CURL_HANDLE m_handle;
 
     CURL_TARGET m_target;
     CURL_PACE m_pace;
@@ -147,6 +140,7 @@ private:
     std::optional<CURL_BODY_DECISION> m_decision;
     std::optional<CURL_OUTCOME> m_own_outcome; ///< why this side ended the transfer
     std::function<void()> m_on_body;
+    CURL_RESULT m_result;
     CURL_FAILURE m_failure;
     bool m_ended_before_the_file = false;
 };

@@ -1,63 +1,6 @@
 #include "support/curl/curl_pieces.h"
 
-#include "tests/harness/wait_until.h"
-#include "tests/integration/downloader_fixture.h"
-
-#include <set>
-
-namespace
-{
-
-constexpr std::uint64_t least_piece = 100'000;
-
-/// Fetches "/f" over several connections, each of which is slow.
-class Pieces : public Downloader
-{
-protected:
-    Pieces()
-    {
-        server.serve("/f", content);
-        server.set_etag("/f", "\"v1\"");
-    }
-
-    void slow_down(std::vector<FAULT> before = {})
-    {
-        before.push_back(slow);
-        server.set_faults("/f", std::move(before));
-    }
-
-    void start(int connections = 4)
-    {
-        data = std::make_unique<CURL_PROGRESS_DATA>();
-        downloader = std::make_unique<CURL_DOWNLOADER>("", proxy, false, 10);
-        downloader->set_progress_callback(count_progress);
-        downloader->set_stall_timeout(stall_timeout);
-        downloader->set_least_piece(least_piece);
-        downloader->add_file(server.url("/f"), path(), data.get(), content.size());
-        downloader->download_files(connections, false);
-    }
-
-    void fetch_all(int connections = 4)
-    {
-        start(connections);
-        ASSERT_TRUE(wait_until([&] { return downloader->downloads_complete(); }));
-    }
-
-    std::vector<std::string> files() const
-    {
-        std::vector<std::string> names;
-        for (const auto& entry : std::filesystem::recursive_directory_iterator(dir.path()))
-            names.push_back(entry.path().lexically_relative(dir.path()).generic_string());
-        std::sort(names.begin(), names.end());
-        return names;
-    }
-
-    const std::string content = pattern(2'000'000);
-    const FAULT slow = FAULT::trickle(20'000, 20ms);
-    std::unique_ptr<CURL_DOWNLOADER> downloader;
-};
-
-}
+#include "tests/integration/pieces_fixture.h"
 
 TEST_F(Pieces, MakeUseOfIdleConnections)
 {
@@ -142,6 +85,56 @@ TEST_F(Pieces, CountEveryByteOnce)
     EXPECT_EQ(data->bytes_received + data->bytes_ahead, content.size());
 }
 
+TEST_F(Pieces, ContinueAsTheMainTransferWhenThatReachesThem)
+{
+    least_piece = 900'000; // one piece
+    server.set_faults("/f", {FAULT::trickle(100'000, 10ms).for_ranges(false),
+                             FAULT::trickle(20'000, 20ms).for_ranges()});
+    fetch_all(2);
+    expect_success(content);
+    EXPECT_EQ(files(), std::vector<std::string>{"f"});
+    EXPECT_EQ(server.request_count("/f"), 2U);
+    EXPECT_EQ(data->bytes_received, content.size());
+    EXPECT_EQ(data->bytes_ahead, 0U);
+}
+
+TEST_F(Pieces, AreFetchedAgainFromWhereTheConnectionWasLostAfterJoining)
+{
+    least_piece = 900'000;
+    server.set_faults("/f", {FAULT::trickle(100'000, 10ms).for_ranges(false),
+                             FAULT::cut_after(300'000).for_ranges().times(1)});
+    fetch_all(2);
+    expect_success(content);
+    EXPECT_EQ(files(), std::vector<std::string>{"f"});
+    const std::vector<HTTP_REQUEST> requests = server.requests("/f");
+    ASSERT_EQ(requests.size(), 3U);
+    EXPECT_EQ(first_byte(requests[2]), first_byte(requests[1]) + 300'000);
+}
+
+TEST_F(Pieces, KeepTheFileWhenAConnectionIsLostThatHasContinuedAsTheMainTransfer)
+{
+    least_piece = 900'000;
+    stall_timeout = 1s;
+    server.set_faults("/f", {FAULT::trickle(100'000, 10ms).for_ranges(false),
+                             FAULT::stall_after(300'000).for_ranges().times(1)});
+    fetch_all(2);
+    expect_success(content);
+    const std::vector<HTTP_REQUEST> requests = server.requests("/f");
+    ASSERT_EQ(requests.size(), 3U);
+    EXPECT_EQ(first_byte(requests[2]), first_byte(requests[1]) + 300'000);
+}
+
+TEST_F(Pieces, AreRequestedUpToTheNextPiece)
+{
+    slow_down();
+    fetch_all();
+    std::vector<HTTP_REQUEST> requests = server.requests("/f");
+    requests.erase(requests.begin());
+    const auto has_end = [](const HTTP_REQUEST& each) { return each.range().back() != '-'; };
+    EXPECT_TRUE(std::any_of(requests.begin(), requests.end(), has_end));
+    EXPECT_FALSE(std::all_of(requests.begin(), requests.end(), has_end)) << "the last piece";
+}
+
 /// What goes wrong with all requests for a piece.
 struct REFUSAL
 {
@@ -163,6 +156,23 @@ TEST_P(RefusedPieces, LeaveTheFileToOneConnection)
     EXPECT_LE(server.request_count("/f"), 4U);
 }
 
+TEST_P(RefusedPieces, AreNotRequestedAgainInTheSameRun)
+{
+    server.set_faults("/f", {GetParam().fault.for_ranges(), slow});
+    fetch_all();
+    const std::size_t before = server.request_count("/f");
+    EXPECT_GT(before, 1U);
+    std::filesystem::remove(path());
+    fetch_all();
+    expect_success(content);
+    EXPECT_EQ(server.request_count("/f"), before + 1);
+
+    std::filesystem::remove(path());
+    refusals = {};
+    fetch_all();
+    EXPECT_GT(server.request_count("/f"), before + 2) << "the next run";
+}
+
 INSTANTIATE_TEST_SUITE_P(Answers, RefusedPieces,
                          ::testing::Values(REFUSAL{"Forbidden", FAULT::status(403)},
                                            REFUSAL{"TooManyRequests", FAULT::status(429)},
@@ -172,6 +182,18 @@ INSTANTIATE_TEST_SUITE_P(Answers, RefusedPieces,
                                            REFUSAL{"WithoutRange", FAULT::without_content_range()},
                                            REFUSAL{"Reset", FAULT::reset_after(0)}),
                          [](const auto& tested) { return std::string(tested.param.name); });
+
+TEST_F(Pieces, AreRequestedAgainAfterALostConnection)
+{
+    least_piece = 900'000;
+    server.set_faults("/f", {FAULT::cut_after(100'000).for_ranges().times(1), slow});
+    fetch_all(2);
+    const std::size_t before = server.request_count("/f");
+    std::filesystem::remove(path());
+    fetch_all(2);
+    expect_success(content);
+    EXPECT_GT(server.request_count("/f"), before + 1);
+}
 
 class InterruptedPieces : public Pieces
 {

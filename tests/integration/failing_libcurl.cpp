@@ -12,6 +12,9 @@ constexpr int never = -1;
 std::atomic<int> good_inits{never};
 std::atomic<int> good_adds{never};
 
+std::atomic<int> open_transfers{0};
+std::atomic<int> most_open{0};
+
 constexpr int out_of_memory = 3; // CURLM_OUT_OF_MEMORY
 
 std::atomic<int>& count_of(FAILING_LIBCURL::CALL call)
@@ -44,7 +47,24 @@ extern "C" __attribute__((visibility("default"))) int curl_multi_add_handle(void
 {
     static const auto real =
         reinterpret_cast<int (*)(void*, void*)>(dlsym(RTLD_NEXT, "curl_multi_add_handle"));
-    return next_call_fails(good_adds) ? out_of_memory : real(multi, easy);
+    if (next_call_fails(good_adds))
+        return out_of_memory;
+    const int now = ++open_transfers;
+    int most = most_open;
+    while (most < now && !most_open.compare_exchange_weak(most, now))
+    {
+    }
+    return real(multi, easy);
+}
+
+extern "C" __attribute__((visibility("default"))) int curl_multi_remove_handle(void* multi,
+                                                                               void* easy)
+{
+    static const auto real =
+        reinterpret_cast<int (*)(void*, void*)>(dlsym(RTLD_NEXT, "curl_multi_remove_handle"));
+    const int result = real(multi, easy);
+    --open_transfers;
+    return result;
 }
 
 FAILING_LIBCURL::FAILING_LIBCURL(CALL call, int good_calls) : m_call(call)
@@ -55,4 +75,14 @@ FAILING_LIBCURL::FAILING_LIBCURL(CALL call, int good_calls) : m_call(call)
 FAILING_LIBCURL::~FAILING_LIBCURL()
 {
     count_of(m_call) = never;
+}
+
+OPEN_TRANSFERS::OPEN_TRANSFERS()
+{
+    most_open = open_transfers.load();
+}
+
+int OPEN_TRANSFERS::most() const
+{
+    return most_open;
 }

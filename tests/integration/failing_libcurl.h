@@ -19,3 +19,12 @@ public:
 private:
     const CALL m_call;
 };
+
+/// Counts the transfers that this program's transfer loops run at the same time, during its
+/// lifetime.
+class OPEN_TRANSFERS
+{
+public:
+    OPEN_TRANSFERS();
+    int most() const;
+};

@@ -22,6 +22,16 @@ TEST(Split, LeavesTheOddByteToTheFirstHalf)
     EXPECT_EQ(split->at, 17U);
 }
 
+TEST(Split, BeginsWhereFileSystemsCanShareBlocks)
+{
+    constexpr std::uint64_t block = 65'536;
+    const auto split = curl_choose_split({{1000, 10 * block + 500}}, 4 * block);
+    ASSERT_TRUE(split);
+    EXPECT_EQ(split->at, 5 * block);
+    EXPECT_EQ(curl_choose_split({{1000, 8 * block + 1000}}, 4 * block)->at, 4 * block + 1000)
+        << "the first half would be too short";
+}
+
 TEST(Split, MakesNoSmallPieces)
 {
     EXPECT_TRUE(curl_choose_split({{0, 32}}, least));
