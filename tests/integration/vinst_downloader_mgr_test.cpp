@@ -2,10 +2,13 @@
 #include "tests/integration/recording_view.h"
 
 #include "install/vinst/console/vinst_plain_view.h"
+#include "support/curl/curl_pieces.h"
 #include "support/curl/curl_progress_data.h"
 #include "tests/harness/loopback.h"
 #include "tests/harness/pattern.h"
 #include "tests/harness/stopwatch.h"
+
+#include <fstream>
 
 namespace
 {
@@ -124,6 +127,50 @@ TEST_F(Manager, RefetchesACorruptFileInTheNextAttempt)
     EXPECT_TRUE(log_holds("[info] Deleting corrupted components...\n"));
     EXPECT_EQ(on_disk("one.run"), content_of("one"));
     EXPECT_EQ(server.requests("/one.run").at(1).range(), "");
+}
+
+TEST_F(Manager, RemovesThePiecesOfACorruptFile)
+{
+    builder.component("one").pattern_content(3000, 1);
+    load();
+    server.set_etag("/one.run", "\"v1\"");
+    const std::string file = dir.write("dl/one.run", std::string(3000, 'x')).string();
+    const std::string piece = curl_piece_path(file, curl_piece_version(file, 3000, "\"v1\""), 1000);
+    std::ofstream(piece) << std::string(2000, 'x');
+    EXPECT_FALSE(attempt());
+    EXPECT_TRUE(attempt());
+    EXPECT_TRUE(on_disk("one.run") == content_of("one"));
+    EXPECT_FALSE(std::filesystem::exists(dir / "dl/.pieces"));
+}
+
+TEST_F(Manager, RemovesThePiecesOfAFileThatIsCompleteAlready)
+{
+    builder.component("one").pattern_content(3000, 1);
+    load();
+    const std::string file = dir.write("dl/one.run", content_of("one")).string();
+    curl_piece_path(file, curl_piece_version(file, 3000, "\"v1\""), 1000);
+    EXPECT_TRUE(std::filesystem::exists(dir / "dl/.pieces"));
+    EXPECT_TRUE(attempt());
+    EXPECT_EQ(server.request_count("/one.run"), 0U);
+    EXPECT_FALSE(std::filesystem::exists(dir / "dl/.pieces"));
+}
+
+TEST_F(Manager, RequestsNoPiecesInARunWhoseServerHasRefusedThem)
+{
+
+    builder.component("one").pattern_content(40'000'000, 1);
+    builder.component("two").pattern_content(3000, 2);
+    load();
+    server.set_etag("/one.run", "\"v1\"");
+    const FAULT slow = FAULT::trickle(1'000'000, 10ms);
+    server.set_faults("/one.run", {FAULT::status(503).for_ranges(), slow});
+    server.set_faults("/two.run", {FAULT::status(503).times(1)});
+    EXPECT_FALSE(attempt());
+    const std::size_t before = server.request_count("/one.run");
+    EXPECT_GT(before, 1U);
+    std::filesystem::remove(dir / "dl/one.run");
+    EXPECT_TRUE(attempt());
+    EXPECT_EQ(server.request_count("/one.run"), before + 1);
 }
 
 TEST_F(Manager, TreatsAFileThatIsTooLongAsAWriteErrorAndOneThatIsTooShortAsIncomplete)

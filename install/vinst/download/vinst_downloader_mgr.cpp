@@ -8,6 +8,7 @@
 #include "install/vinst/download/vinst_file_failure.h"
 #include "install/vinst/download/vinst_proxy_discovery.h"
 #include "install/vinst/release/vinst_data.h"
+#include "install/vinst/release/vinst_data_space.h"
 #include "support/curl/curl_downloader.h"
 #include "support/curl/curl_pieces.h"
 #include "support/curl/curl_progress_data.h"
@@ -138,8 +139,9 @@ bool VINST_DOWNLOADER_MGR::download(int parallel_downloads)
     downloader.set_file_end_callback(wake_event_loop);
     downloader.set_logger(&run_log());
     downloader.set_rate_limit(&m_rate_limit);
+    downloader.set_split_refusals(&m_split_refusals);
     queue_components(downloader);
-    if (m_was_corrupted_here || !has_space_to_join_pieces())
+    if (m_was_corrupted_here || !has_enough_space_to_join(m_components, m_release.download_dir()))
         downloader.set_least_piece(0);
     downloader.download_files(parallel_downloads, false);
     m_view.show_status(QStringLiteral("Downloading selected components..."));
@@ -158,21 +160,6 @@ bool VINST_DOWNLOADER_MGR::download(int parallel_downloads)
     if (!succeeded && !is_to_stop())
         report_failures(downloader);
     return succeeded;
-}
-
-/// A piece of a file is removed only after its bytes have been appended to the file, and is at most
-/// half of it.
-bool VINST_DOWNLOADER_MGR::has_space_to_join_pieces() const
-{
-    quint64 needed = 0;
-    quint64 largest = 0;
-    for (const VINST_COMPONENT* component : m_components)
-    {
-        const quint64 size = component->expected_size();
-        needed += size - std::min(size, component->file.bytes_on_disk());
-        largest = std::max(largest, size);
-    }
-    return free_disk_space(utf8(m_release.download_dir())) > needed + largest / 2;
 }
 
 void VINST_DOWNLOADER_MGR::queue_components(CURL_DOWNLOADER& downloader)
@@ -225,6 +212,7 @@ void VINST_DOWNLOADER_MGR::delete_corrupted_file(VINST_COMPONENT* component)
                                           m_view.process_events();
                                           return is_to_stop();
                                       });
+    curl_remove_pieces(utf8(component->file.path()));
     get_progress_percentage(component, true, true, 0);
     component->work.bytes_reused =
         std::min(component->work.bytes_reused, component->file.bytes_on_disk());

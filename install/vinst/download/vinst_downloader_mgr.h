@@ -5,6 +5,7 @@
 #include "install/vinst/download/vinst_integrity_checks.h"
 #include "install/vinst/download/vinst_retry.h"
 #include "support/curl/curl_rate_limit.h"
+#include "support/curl/curl_split_refusals.h"
 
 #include <QSet>
 #include <QString>
@@ -77,7 +78,6 @@ public:
     QStringList lasting_error_texts() const;
 
 private:
-    bool has_space_to_join_pieces() const;
     void queue_components(CURL_DOWNLOADER& downloader);
     void queue_component(CURL_DOWNLOADER& downloader, VINST_COMPONENT* component);
     void delete_corrupted_file(VINST_COMPONENT* component);
@@ -100,6 +100,7 @@ private:
     VINST_DOWNLOADER_VIEW& m_view;
     VINST_INTEGRITY_CHECKS m_checks;
     CURL_RATE_LIMIT m_rate_limit;
+    CURL_SPLIT_REFUSALS m_split_refusals; ///< the transfer thread's while it runs
     VINST_COMPONENT_LIST m_components;
     VINST_COMPONENT_LIST m_passed_components;
     VINST_COMPONENT_LIST m_failed_components;

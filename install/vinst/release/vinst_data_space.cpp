@@ -101,6 +101,25 @@ bool has_enough_install_space(VINST_RELEASE& release, const QString& platform,
     return log_and_compare(word, word, needed, available_gigabytes(install_volume));
 }
 
+bool has_enough_space_to_join(const VINST_COMPONENT_LIST& components, const QString& dir,
+                              const VINST_VOLUME_QUERY& query)
+{
+    quint64 needed = 0;
+    quint64 largest_rest = 0;
+    for (const VINST_COMPONENT* component : components)
+    {
+        const quint64 size = component->expected_size();
+        const quint64 rest = size - std::min(size, component->file.bytes_on_disk());
+        needed = sum_of(needed, rest);
+        largest_rest = std::max(largest_rest, rest);
+    }
+    needed = sum_of(needed, largest_rest / 2);
+    const VINST_VOLUME volume = query(nearest_existing_dir(dir));
+    return static_cast<quint64>(std::max<qint64>(volume.available, 0)) > needed ||
+           log_and_compare("joining", "download & join", gigabytes(needed),
+                           available_gigabytes(volume));
+}
+
 QStringList run_summary(VINST_RELEASE& release, const VINST_RUN_SETTINGS& settings)
 {
     const VINST_SPACE_FIGURES figures = space_figures(release, settings.platform);

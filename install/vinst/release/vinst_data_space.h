@@ -36,6 +36,11 @@ bool has_enough_download_space(VINST_RELEASE& release, const QString& platform,
 bool has_enough_install_space(VINST_RELEASE& release, const QString& platform,
                               const VINST_VOLUME_QUERY& query = query_volume);
 
+/// Whether a file may be fetched in pieces, which takes more space: a piece is removed only after
+/// its bytes have been appended to the file, and is at most half of it. Logs the figures if not.
+bool has_enough_space_to_join(const VINST_COMPONENT_LIST& components, const QString& dir,
+                              const VINST_VOLUME_QUERY& query = query_volume);
+
 /// The settings shown in the run summary in addition to the release's own.
 struct VINST_RUN_SETTINGS
 {

@@ -237,3 +237,28 @@ TEST_F(Space, IsRoundedInTheSummaryAsInTheLog)
     EXPECT_TRUE(run_summary(release, {"linux", false, 4, 60})
                     .contains("Total selected components size: 0.12 GB"));
 }
+
+TEST_F(Space, IsNeededTwiceForTheLargestPieceOfAFile)
+{
+    VINST_COMPONENT* const large = add("large", 100 * mebibyte, 0);
+    VINST_COMPONENT* const small = add("small", 10 * mebibyte, 0);
+    const VINST_COMPONENT_LIST both{large, small};
+    const QString dl = release.download_dir();
+    const qint64 needed = 160 * mebibyte;
+    EXPECT_TRUE(has_enough_space_to_join(both, dl, volume("/", needed + 1)));
+    EXPECT_TRUE(logged().empty());
+    EXPECT_FALSE(has_enough_space_to_join(both, dl, volume("/", needed)));
+    EXPECT_EQ(logged(), (LINES{"Check having enough joining space:",
+                               "Total download & join size: 0.16 GB, total avail: 0.16 GB"}));
+    EXPECT_FALSE(has_enough_space_to_join(both, dl, volume("/", -1)));
+    EXPECT_TRUE(has_enough_space_to_join({small}, dl, volume("/", 15 * mebibyte + 1)));
+}
+
+TEST_F(Space, IsNeededToJoinOnlyWhatIsMissing)
+{
+    VINST_COMPONENT* const one = add("one", 100, 0);
+    dir.write("dl/one.run", std::string(60, 'x'));
+    one->file.measure();
+    EXPECT_TRUE(has_enough_space_to_join({one}, release.download_dir(), volume("/", 61)));
+    EXPECT_FALSE(has_enough_space_to_join({one}, release.download_dir(), volume("/", 60)));
+}
