@@ -9,6 +9,8 @@
 #include "tests/harness/stopwatch.h"
 #include "tests/harness/wait_until.h"
 
+#include <gmock/gmock.h>
+
 namespace
 {
 
@@ -22,12 +24,15 @@ public:
     CURL_PROXY_INFO discover() override
     {
         ++asked;
+        time_passed += duration;
         return found;
     }
 
     CURL_PROXY_INFO by_default;
     CURL_PROXY_INFO found;
     int asked = 0;
+    std::chrono::milliseconds duration{0};    ///< of a detection, on the test's clock
+    std::chrono::milliseconds time_passed{0}; ///< on that clock
 };
 
 class ConnectionTest : public ManagerTest
@@ -35,6 +40,8 @@ class ConnectionTest : public ManagerTest
 protected:
     ConnectionTest()
     {
+        limits.now = [this]
+        { return VINST_CONNECTION_LIMITS::CLOCK::time_point(proxies.time_passed); };
         builder.component("one");
         VINST_MESSAGES::instance().echo_to_console = true;
     }
@@ -44,7 +51,7 @@ protected:
         if (release == nullptr)
             load();
         VINST_PLAIN_VIEW console;
-        VINST_CONNECTION_TEST test(*release, console, proxies, longest_silence);
+        VINST_CONNECTION_TEST test(*release, console, proxies, limits);
         printed = printed_by([&] { result = test.run(settings); });
         return result.works;
     }
@@ -55,7 +62,7 @@ protected:
     }
 
     FIXED_PROXIES proxies;
-    std::chrono::milliseconds longest_silence = VINST_CONNECTION_TEST::default_silence;
+    VINST_CONNECTION_LIMITS limits;
     VINST_CONNECTION_RESULT result;
     std::string printed;
 };
@@ -305,7 +312,7 @@ TEST_F(ConnectionTest, DetectsNoProxyIfOneWasNamed)
 TEST_F(ConnectionTest, GivesUpOnASilentServerWithin45Seconds)
 {
     load();
-    longest_silence = 1s;
+    limits.silence = 1s;
     server.set_faults(route(), {FAULT::stall_before_headers()});
     const STOPWATCH watch;
     EXPECT_FALSE(test({}));
@@ -313,13 +320,13 @@ TEST_F(ConnectionTest, GivesUpOnASilentServerWithin45Seconds)
     EXPECT_NE(printed.find("error: No data received for 1 seconds, Httpcode: -1, Curlcode: 28\n"),
               std::string::npos)
         << printed;
-    EXPECT_LE(2 * VINST_CONNECTION_TEST::default_silence, 42s);
+    EXPECT_LE(2 * VINST_CONNECTION_LIMITS().silence, 42s);
 }
 
 TEST_F(ConnectionTest, GivesUpOnASlowServerWithin45Seconds)
 {
     load();
-    longest_silence = 1s;
+    limits.silence = 1s;
     // 20 kB/s, which is too much for a silent server.
     server.serve(route(), SERVED_BODY::of_pattern(1'000'000), {FAULT::trickle(2000, 100ms)});
     const STOPWATCH watch;
@@ -329,7 +336,40 @@ TEST_F(ConnectionTest, GivesUpOnASlowServerWithin45Seconds)
                            "Curlcode: 28\n"),
               std::string::npos)
         << printed;
-    EXPECT_LE(2 * VINST_CONNECTION_TEST::default_silence * 11 / 10, 44s);
+    EXPECT_LE(2 * VINST_CONNECTION_LIMITS().silence * 11 / 10, 44s);
+}
+
+TEST_F(ConnectionTest, MakesNoOtherAttemptIfTheDetectionOfAProxyTookTheTime)
+{
+    EXPECT_EQ(limits.total, 45s);
+    load();
+    server.set_faults(route(), {FAULT::status(503)});
+    proxies.duration = 45s;
+    EXPECT_FALSE(test({}));
+    EXPECT_EQ(proxies.asked, 1);
+    EXPECT_EQ(server.request_count(route()), 1U);
+    EXPECT_NE(printed.find(", Httpcode: 503, Curlcode: 22\n"), std::string::npos) << printed;
+}
+
+TEST_F(ConnectionTest, EndsTheLastAttemptWithTheTimeOfTheTest)
+{
+    load();
+    server.set_faults(route(), {FAULT::status(503).times(1), FAULT::stall_before_headers()});
+    limits.total = 10min;
+    proxies.duration = 10min - 3s;
+    EXPECT_FALSE(test({}));
+    EXPECT_EQ(server.request_count(route()), 2U);
+    EXPECT_THAT(printed, testing::HasSubstr("error: No data received for 2 seconds, "));
+}
+
+TEST_F(ConnectionTest, LeavesADetectedProxyTimeToAnswer)
+{
+    const PROXY_SERVER gate(PROXY_ENGINE::tinyproxy);
+    load();
+    server.set_faults(route(), {FAULT::status(503).times(1)});
+    proxies.found = {gate.host(), std::to_string(gate.port()), "", ""};
+    proxies.duration = limits.total;
+    EXPECT_TRUE(test({})) << printed;
 }
 
 TEST_F(ConnectionTest, ReadsAtMostOneMebibyte)

@@ -19,8 +19,14 @@
 #include <QFile>
 #include <QUrl>
 
+#include <algorithm>
+#include <utility>
+
 namespace
 {
+
+/// An attempt in less than this fraction of the usual time would prove nothing.
+constexpr int shortest_attempt = 20;
 
 /// The test file's name, or a default if it isn't safe.
 std::string test_file_name(const QString& test_url)
@@ -94,14 +100,15 @@ void log_proxy_of_downloads(const QString& url, const CURL_PROXY_INFO& setting)
 
 VINST_CONNECTION_TEST::VINST_CONNECTION_TEST(VINST_RELEASE& release, VINST_DOWNLOADER_VIEW& view,
                                              VINST_PROXY_SOURCE& proxies,
-                                             std::chrono::milliseconds longest_silence)
-    : m_release(release), m_view(view), m_proxies(proxies), m_longest_silence(longest_silence)
+                                             VINST_CONNECTION_LIMITS limits)
+    : m_release(release), m_view(view), m_proxies(proxies), m_limits(std::move(limits))
 {
 }
 
 VINST_CONNECTION_RESULT VINST_CONNECTION_TEST::run(const VINST_PROXY_SETTINGS& settings)
 {
     begin_stoppable_work();
+    m_end = m_limits.now() + m_limits.total;
     const QString temp = temp_dir();
     if (temp.isEmpty())
         return failure(message("ERROR_TEMP_NOT_WRITABLE"));
@@ -147,14 +154,18 @@ VINST_CONNECTION_RESULT VINST_CONNECTION_TEST::try_proxies(const VINST_PROXY_SET
             attempt, host_platform(), settings.use_default_proxy, proxy.has_host());
         if (step == VINST_CONNECTION_STEP::give_up)
             return failed_attempts(proxy, result);
-        if (step == VINST_CONNECTION_STEP::retry)
-            continue;
-        if (CURL_PROXY_INFO found = m_proxies.discover(); found.has_host())
+        if (step == VINST_CONNECTION_STEP::look_for_proxy)
         {
-            add_credentials(found, settings);
-            setting = found;
-            attempt = 0;
+            if (CURL_PROXY_INFO found = m_proxies.discover(); found.has_host())
+            {
+                add_credentials(found, settings);
+                setting = found;
+                attempt = 0;
+                m_end = std::max(m_end, m_limits.now() + m_limits.detected_proxy);
+            }
         }
+        if (time_left() < m_limits.silence / shortest_attempt)
+            return failed_attempts(proxy, result);
     }
 }
 
@@ -171,6 +182,11 @@ CURL_PROXY_INFO VINST_CONNECTION_TEST::first_proxy(const VINST_PROXY_SETTINGS& s
     return proxy;
 }
 
+std::chrono::milliseconds VINST_CONNECTION_TEST::time_left() const
+{
+    return std::chrono::duration_cast<std::chrono::milliseconds>(m_end - m_limits.now());
+}
+
 VINST_FETCH_RESULT VINST_CONNECTION_TEST::fetch(const CURL_PROXY_INFO& proxy, bool is_detected,
                                                 const std::string& path)
 {
@@ -185,9 +201,10 @@ VINST_FETCH_RESULT VINST_CONNECTION_TEST::fetch(const CURL_PROXY_INFO& proxy, bo
 
     // Each attempt starts without a file, because the file of an earlier one may have any content.
     FIO_FILE_SYSTEM::remove_if_exists(path);
-    VINST_FETCH fetch{utf8(m_release.test_url()), path, proxy, m_longest_silence};
-    // Longer than the silence, which is the better explanation for a silent server.
-    fetch.time_limit = m_longest_silence * 11 / 10;
+    // The limit is longer than the silence, which is the better explanation for a silent server.
+    const std::chrono::milliseconds limit = std::min(m_limits.silence * 11 / 10, time_left());
+    VINST_FETCH fetch{utf8(m_release.test_url()), path, proxy, limit * 10 / 11};
+    fetch.time_limit = limit;
     return fetch_file(fetch, m_view);
 }
 
