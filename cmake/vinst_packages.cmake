@@ -8,7 +8,7 @@ find_package(CURL 7.87 REQUIRED)
 find_package(Threads REQUIRED)
 
 if(NOT CMAKE_CROSSCOMPILING)
-  find_package(Qt5 5.15 REQUIRED COMPONENTS Qml)
+  find_package(Qt5 5.15 REQUIRED COMPONENTS DBus Qml)
   find_package(Boost 1.74 REQUIRED COMPONENTS program_options)
   find_package(fmt REQUIRED)
   find_package(spdlog REQUIRED)

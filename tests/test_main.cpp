@@ -31,6 +31,7 @@ void scrub_environment()
                              "DISPLAY",
                              "WAYLAND_DISPLAY",
                              "QT_QPA_PLATFORMTHEME",
+                             "DBUS_SESSION_BUS_ADDRESS",
                              "XDG_CONFIG_HOME",
                              "XDG_CONFIG_DIRS"})
         qunsetenv(name);

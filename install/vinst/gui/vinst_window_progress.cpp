@@ -6,13 +6,18 @@
 #include <utility>
 
 VINST_WINDOW_PROGRESS::VINST_WINDOW_PROGRESS(QWidget& window, std::function<void(QWidget&)> alert)
-    : m_window(window), m_alert(std::move(alert)), m_usual_title(window.windowTitle())
+    : m_window(window), m_alert(std::move(alert)), m_usual_title(window.windowTitle()),
+      m_taskbar(window)
 {
 }
 
 void VINST_WINDOW_PROGRESS::show_percentage(std::optional<int> percent)
 {
     m_percent = percent;
+    if (percent)
+        m_taskbar.show(*percent);
+    else
+        m_taskbar.hide();
     follow_window_state();
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "install/vinst/gui/vinst_taskbar_progress.h"
+
 #include <QString>
 
 #include <functional>
@@ -7,8 +9,9 @@
 
 class QWidget;
 
-/// Shows a job to a user who looks at another window: the percentage in the title while the window
-/// is minimised, and a request for attention when the job needs it.
+/// Shows a job to a user who looks at another window: the percentage in the launcher or taskbar,
+/// and in the title while the window is minimised, and a request for attention when the job needs
+/// it.
 class VINST_WINDOW_PROGRESS final
 {
 public:
@@ -29,4 +32,5 @@ private:
     const std::function<void(QWidget&)> m_alert;
     const QString m_usual_title;
     std::optional<int> m_percent;
+    VINST_TASKBAR_PROGRESS m_taskbar;
 };
