@@ -497,6 +497,28 @@ TEST_F(DialogRun, ChangesTheRateLimitWhileItDownloads)
     expect_idle();
 }
 
+TEST_F(DialogRun, LetsTheSpeedFadeWhenNothingArrivesAnyMore)
+{
+    builder.component("one").pattern_content(1'000'000, 1);
+    open();
+    server.set_faults("/one.run", {FAULT::stall_after(500'000)});
+    QStringList speeds;
+    stop_when(
+        [&]
+        {
+            const QString speed = text("m_avg_download_speed_label");
+            if (!speed.isEmpty() && !speeds.contains(speed))
+            {
+                speeds.append(speed);
+                EXPECT_TRUE(text("m_time_label").startsWith("Est. time remaining "));
+            }
+            return speeds.size() == 3;
+        });
+    press_download({});
+    for (const QString& speed : speeds)
+        EXPECT_TRUE(speed.startsWith('(') && speed.endsWith("B/sec)")) << utf8(speed);
+}
+
 TEST_F(DialogRun, StopsWhileItTestsTheConnection)
 {
     builder.component("one");

@@ -82,6 +82,7 @@ void VINST_JOB_DISPLAY::show_integrity(VINST_COMPONENT* component, VINST_INTEGRI
 void VINST_JOB_DISPLAY::show_attempt(const VINST_COMPONENT_LIST& components)
 {
     m_attempt = components;
+    m_speed.reset();
     for (const VINST_COMPONENT* component : components)
         m_ui.m_download_treeview->show_row_state(component, {component->file.has_passed()
                                                                  ? VINST_ROW_STATE::KIND::verified
@@ -89,11 +90,12 @@ void VINST_JOB_DISPLAY::show_attempt(const VINST_COMPONENT_LIST& components)
 }
 
 void VINST_JOB_DISPLAY::show_progress(const std::vector<VINST_COMPONENT_PROGRESS>& progress,
-                                      const VINST_PROGRESS_TOTALS& /*totals*/)
+                                      const VINST_PROGRESS_TOTALS& totals)
 {
     // Stopped transfers seem to wait.
     if (is_to_stop())
         return;
+    show_smoothed_speed(totals);
     // In the order of the attempt.
     const std::size_t count = std::min(progress.size(), m_attempt.size());
     for (std::size_t i = 0; i < count; ++i)
@@ -179,12 +181,24 @@ void VINST_JOB_DISPLAY::show_overall(const QString& text, quint64 percent)
 
 void VINST_JOB_DISPLAY::show_speed(const QString& text)
 {
-    m_ui.m_avg_download_speed_label->setText(speed_label(text));
+    // The manager's figures are those of the last second; here, only their end counts.
+    if (text.isEmpty())
+        m_ui.m_avg_download_speed_label->clear();
 }
 
 void VINST_JOB_DISPLAY::show_time_remaining(const QString& text)
 {
-    m_job->show_time_remaining(text);
+    if (text.isEmpty())
+        m_job->show_time_remaining({});
+}
+
+void VINST_JOB_DISPLAY::show_smoothed_speed(const VINST_PROGRESS_TOTALS& totals)
+{
+    m_speed.add(VINST_SMOOTHED_SPEED::CLOCK::now(), totals);
+    m_ui.m_avg_download_speed_label->setText(speed_label(m_speed.speed_text()));
+    const QString remaining = m_speed.remaining_text();
+    m_job->show_time_remaining(remaining.isEmpty() ? QString()
+                                                   : "Est. time remaining " + remaining);
 }
 
 void VINST_JOB_DISPLAY::show_time(const QString& text)

@@ -2,6 +2,7 @@
 
 #include "install/vinst/download/vinst_downloader_view.h"
 #include "install/vinst/gui/vinst_job_window.h"
+#include "install/vinst/gui/vinst_smoothed_speed.h"
 
 #include <memory>
 
@@ -65,6 +66,7 @@ public:
 
 private:
     void show_failed_rows();
+    void show_smoothed_speed(const VINST_PROGRESS_TOTALS& totals);
     /// Shows or hides what an installation shows: the step, the output, and a busy bar.
     void show_installation_step(const QString& step);
 
@@ -74,6 +76,7 @@ private:
     std::unique_ptr<VINST_WINDOW_PROGRESS> m_outside;
     bool m_is_job_running = false;
     VINST_COMPONENT_LIST m_attempt; ///< the components of the current or last attempt
+    VINST_SMOOTHED_SPEED m_speed;
     int m_overall_percent = 0;
     QString m_installation_step; ///< such as "Installing 2 of 5: The device"; else empty
 };
