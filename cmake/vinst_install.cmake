@@ -28,7 +28,10 @@ endforeach()
 
 # A program that people start, and where a desktop finds it.
 set(desktop_id example.orvane.vinst)
-install(FILES packaging/linux/${desktop_id}.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
+install(FILES packaging/linux/${desktop_id}.desktop packaging/linux/${desktop_id}.open.desktop
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
+# The type of files that the second entry opens.
+install(FILES packaging/linux/${desktop_id}.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/mime/packages)
 configure_file(packaging/linux/${desktop_id}.metainfo.xml.in
                ${CMAKE_BINARY_DIR}/metainfo/${desktop_id}.metainfo.xml @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/metainfo/${desktop_id}.metainfo.xml

@@ -10,7 +10,9 @@ Builds the programs in BUILD_DIR (default: build/release), installs them into a 
 moves that, and checks that
 - the programs run through their links, and know their version;
 - a program can be compiled and linked with the installed header and library;
-- the desktop entry and the AppStream metainfo are valid, and each icon has the size of its directory;
+- the desktop entries and the AppStream metainfo are valid, and each icon has the size of its directory;
+- a manifest with the suffix .vinst.json is opened with the program, other JSON files aren't;
+- with a release added, the programs find it without an option, and the menu entry has its title and icon;
 - the pictures that the metainfo names are in docs/images/.
 Prints each fault, and fails if there is one.
 END
@@ -61,12 +63,34 @@ elif [[ $(LD_LIBRARY_PATH=$prefix/lib/vinst/lib "$work/main" --version) != "vins
     fault "a program that was built with the installed header and library doesn't run"
 fi
 
-desktop-file-validate --warn-kde "$prefix/share/applications/example.orvane.vinst.desktop" >"$work/output" 2>&1 || true
+# check_entries: checks the desktop entries
+check_entries() {
+    desktop-file-validate --warn-kde "$prefix"/share/applications/*.desktop >"$work/output" 2>&1 || true
+    [[ ! -s $work/output ]] || fault "$(<"$work/output")"
+}
+check_entries
+
+# type_of FILE: prints the MIME type of a file, as desktops detect it, with the installed types
+type_of() { XDG_DATA_DIRS=$prefix/share:/usr/share XDG_DATA_HOME=$work gio info -a standard::content-type "$1" | sed -n 's/^ *standard::content-type: //p'; }
+XDG_DATA_DIRS=$prefix/share update-mime-database "$prefix/share/mime" >"$work/output" 2>&1 || fault "$(<"$work/output")"
 [[ ! -s $work/output ]] || fault "$(<"$work/output")"
+echo '[{"data_type": "main", "edition": "pro", "version": "5.2.0.31"},
+    {"data_type": "install", "name": "sole_part", "platform": "linux", "title": "Sole part"}]' >"$work/manifest.json"
+cp "$work/manifest.json" "$work/5.2.vinst.json"
+[[ $(type_of "$work/5.2.vinst.json") == application/vnd.orvane.vinst-manifest+json ]] ||
+    fault "5.2.vinst.json has the type $(type_of "$work/5.2.vinst.json")"
+[[ $(type_of "$work/manifest.json") == application/json ]] || fault "manifest.json has the type $(type_of "$work/manifest.json")"
+openers=$(grep -l '^MimeType=application/vnd.orvane.vinst-manifest+json;$' "$prefix"/share/applications/*.desktop)
+grep -q '^Exec=vinst_gui --manifest %f$' "$openers" || fault "no desktop entry opens manifests"
+rm -r "$prefix/share/mime"/[!p]*
+
 metainfo=$prefix/share/metainfo/example.orvane.vinst.metainfo.xml
 # "example", reserved for examples, is the domain of all addresses in this project.
-appstreamcli validate --no-net --strict --no-color --override cid-maybe-not-rdns=pedantic "$metainfo" >"$work/output" 2>&1 ||
-    fault "$(<"$work/output")"
+check_metainfo() {
+    appstreamcli validate --no-net --strict --no-color --override cid-maybe-not-rdns=pedantic "$metainfo" >"$work/output" 2>&1 ||
+        fault "$(<"$work/output")"
+}
+check_metainfo
 grep -qF "<release version=\"$version\" " "$metainfo" || fault "the metainfo doesn't have the release $version"
 while read -r picture; do
     [[ -f docs/images/$picture ]] || fault "the metainfo names $picture, which is not in docs/images/"
@@ -80,6 +104,24 @@ while read -r icon; do
 done < <(find "$prefix/share/icons" -name '*.png')
 ((count >= 10)) || fault "there are only $count icons"
 [[ -f $prefix/share/icons/hicolor/scalable/apps/vinst.svg ]] || fault "there is no icon as SVG"
+
+# Prints what vinst prints without the variable
+help_of_release() { env -u vinst_manifest "$prefix/bin/vinst" --help || true; }
+[[ $(help_of_release) == *"No release was found."* ]] || fault "vinst has found a release before there is one"
+mkdir "$work/release"
+cp "$work/manifest.json" "$work/release/"
+echo "Veltrin Crest" >"$work/release/name"
+cp packaging/linux/icons/48x48/apps/vinst.png "$work/release/icon.png"
+packaging/linux/add_release.sh "$prefix" "$work/release"
+[[ $(help_of_release) == *sole_part* ]] || fault "vinst doesn't find the release that was added"
+check_entries
+check_metainfo
+menu=$prefix/share/applications/example.orvane.vinst.desktop
+for line in 'Name=Veltrin Crest Pro 5.2 Installer' 'Icon=vinst-release' 'Exec=vinst_gui'; do
+    grep -qxF "$line" "$menu" || fault "the menu entry of a release lacks $line"
+done
+grep -qF '<name>Veltrin Crest Pro 5.2 Installer</name>' "$metainfo" || fault "the metainfo of a release lacks its title"
+cmp -s "$work/release/icon.png" "$prefix/share/icons/hicolor/48x48/apps/vinst-release.png" || fault "the release's icon is not installed"
 
 if $failed; then
     exit 1

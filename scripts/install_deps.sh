@@ -33,7 +33,7 @@ for argument in "$@"; do
                          openssl tmux ca-certificates curl tzdata binutils clang-format clang-tidy
                          e2fsprogs mount util-linux strace python3-yaml
                          pandoc man-db mandoc bsdextrautils bash-completion zsh fish
-                         desktop-file-utils appstream python3-jsonschema) ;;
+                         desktop-file-utils appstream shared-mime-info python3-jsonschema) ;;
         bench) packages+=(nginx-light aria2 curl openssl time) ;;
         package) packages+=(pandoc debhelper fakeroot dpkg-dev lintian debootstrap git iproute2 mount util-linux
                             binutils faketime patchelf qt5-qmake libqt5svg5 perl xz-utils) ;;

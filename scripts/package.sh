@@ -4,7 +4,7 @@ set -euo pipefail
 
 usage() {
     cat <<'END'
-Usage: scripts/package.sh [--base BASE] [--test]
+Usage: scripts/package.sh [--base BASE] [--manifest FILE [--name NAME] [--icon ICON]] [--test]
 
 Installs missing packages and makes, on a Debian 12 machine, in build/dist/:
 
@@ -21,6 +21,14 @@ packages of Debian result in the same bytes, in any directory and at any time. l
                       default. Making it takes a quarter of an hour, and a second run uses it again. Needs
                       root and a Debian mirror
             host      this machine, so that they run with its glibc and newer
+  --manifest FILE
+          puts the release with this manifest into both, so that the programs install it without any option. Its
+          edition and version are appended to VERSION, as in 1.0.0+pro5.2.0.31, and the menu entry has its title, such
+          as "Veltrin Crest Pro 5.2 Installer". Check the manifest with vinst_release first
+  --name NAME
+          the product in that title instead of "Veltrin Crest"
+  --icon ICON
+          the icon of the menu entry, an .svg or .png file
   --test  makes everything twice, in different directories and on different dates, and compares the results.
           Upgrades from an earlier version in a new minimal Debian 12 root, runs the demo there in the
           console, opens the window on a virtual display, and purges the package. Runs the archive's programs
@@ -36,6 +44,9 @@ fail() { printf 'package.sh: %s\n' "$*" >&2; exit 1; }
 
 with_tests=false
 base=debian11
+manifest=
+product="Veltrin Crest"
+icon=
 while (($# > 0)); do
     case $1 in
         --help) usage; exit 0 ;;
@@ -45,9 +56,23 @@ while (($# > 0)); do
             base=$2
             shift 2
             ;;
+        --manifest | --name | --icon)
+            [[ -n ${2:-} ]] || { usage >&2; exit 2; }
+            case $1 in
+                --manifest) manifest=$2 ;;
+                --name) product=$2 ;;
+                --icon) icon=$2 ;;
+            esac
+            shift 2
+            ;;
         *) usage >&2; exit 2 ;;
     esac
 done
+[[ -z $manifest || -f $manifest ]] || fail "there is no $manifest"
+[[ -n $manifest || -z $icon ]] || fail "--icon is for a release: --manifest is missing"
+[[ -z $icon || ($icon =~ \.(svg|png)$ && -f $icon) ]] || fail "this is not an .svg or .png file: $icon"
+[[ -z $manifest ]] || manifest=$(realpath "$manifest")
+[[ -z $icon ]] || icon=$(realpath "$icon")
 if $with_tests && ((EUID != 0)); then
     fail "--test needs root, for a chroot"
 fi
@@ -66,8 +91,13 @@ version=$(sed -nE 's/^project\(vinst VERSION ([0-9.]+) .*/\1/p' CMakeLists.txt)
 date=$(sed -nE "s/^## ${version//./\\.} \(([0-9-]+)\)$/\1/p" CHANGELOG.md)
 [[ -n $version && -n $date ]] || fail "CHANGELOG.md has no dated section for the version '$version'"
 [[ $(dpkg --print-architecture) == amd64 ]] || fail "this machine is not amd64"
-deb=vinst_${version}_amd64.deb
-archive=vinst-$version-linux-x86_64.tar.xz
+full_version=$version
+if [[ -n $manifest ]]; then
+    properties=$(packaging/read_release.pl "$manifest" "$product")
+    full_version+=$(sed -n 3p <<<"$properties")
+fi
+deb=vinst_${full_version}_amd64.deb
+archive=vinst-$full_version-linux-x86_64.tar.xz
 epoch=$(date -u -d "$date" +%s)
 
 work=$(mktemp -d)
@@ -82,8 +112,14 @@ make_sources() {
         while IFS= read -r -d '' file; do [[ ! -e $file ]] || printf '%s\0' "$file"; done |
         tar -c --null -T - | tar -x -C "$1"
     mv "$1/packaging/debian" "$1/debian"
+    if [[ -n $manifest ]]; then
+        mkdir "$1/packaging/release"
+        cp "$manifest" "$1/packaging/release/manifest.json"
+        printf '%s\n' "$product" >"$1/packaging/release/name"
+        [[ -z $icon ]] || cp "$icon" "$1/packaging/release/icon.${icon##*.}"
+    fi
     {
-        printf 'vinst (%s) bookworm; urgency=medium\n\n' "$version"
+        printf 'vinst (%s) bookworm; urgency=medium\n\n' "$full_version"
         printf '  * /usr/share/doc/vinst/CHANGELOG.md has the changes.\n\n'
         printf ' -- The vinst authors <vinst@orvane.example>  %s\n' "$(LC_ALL=C date -u -R -d "@$epoch")"
     } >"$1/debian/changelog"
@@ -112,7 +148,7 @@ build_package() {
 make_archive() {
     if [[ $base == host ]]; then
         dpkg-deb -x "$1/$deb" "$1/unpacked"
-        "${before[@]}" packaging/linux/build_bundle.sh "$1/unpacked/usr" "$version" "$epoch" "$1"
+        "${before[@]}" packaging/linux/build_bundle.sh "$1/unpacked/usr" "$full_version" "$epoch" "$1"
         return
     fi
     # Nothing may depend on the path in the root, either, so it is as different as that outside.
@@ -125,7 +161,7 @@ make_archive() {
         "$@"
         dpkg-deb -x ../vinst_*_amd64.deb ../unpacked' "$inside" "${before[@]}" "${package_command[@]}"
     packaging/linux/in_root.sh --mount "$work/base:/sources" build/debian11/root "${before[@]}" \
-        "$inside/vinst/packaging/linux/build_bundle.sh" "$inside/unpacked/usr" "$version" "$epoch" "$inside"
+        "$inside/vinst/packaging/linux/build_bundle.sh" "$inside/unpacked/usr" "$full_version" "$epoch" "$inside"
     mv "$work/base/$name/$archive" "$1/"
     rm -rf "$work/base"
 }
@@ -202,6 +238,15 @@ END
 
 # try_programs PREFIX: installs the demo release with the programs in PREFIX/bin, and opens the window
 try_programs() {
+    if [[ -n $manifest ]]; then
+        # The window and the demo below use another manifest.
+        local code=0
+        alone_in_root su - ada -c "'$1/bin/vinst' --help" >"$work/output" 2>&1 || code=$?
+        if ((code != 1)) || grep -q "No release was found" "$work/output"; then
+            cat "$work/output" >&2
+            fail "the programs don't find the release"
+        fi
+    fi
     rm -rf "$system/home/ada/demo"
     alone_in_root su - ada -c "vinst/scripts/demo.sh --build-dir '$1' --keep ~/demo" >"$work/output" 2>&1 ||
         { cat "$work/output" >&2; fail "the demo failed"; }

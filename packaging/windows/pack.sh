@@ -4,33 +4,44 @@ set -euo pipefail
 
 usage() {
     cat <<'END'
-Usage: packaging/windows/pack.sh [--icon FILE.ico] LAYOUT_DIR VERSION OUTPUT_DIR
+Usage: packaging/windows/pack.sh [--icon FILE.ico] [--manifest FILE [--name NAME]] LAYOUT_DIR VERSION OUTPUT_DIR
 
 Creates these packages from the output of collect.sh in LAYOUT_DIR:
 
   OUTPUT_DIR/vinst-VERSION-windows-x86_64.zip        can be unpacked and run anywhere
   OUTPUT_DIR/vinst-VERSION-windows-x86_64-setup.exe  a setup program with an uninstaller
 
-  --icon FILE.ico  icon of the setup program and the uninstaller
+  --icon FILE.ico  icon of the setup program and the uninstaller, with --manifest also of the Start menu entry
+  --manifest FILE  puts the release with this manifest into both, so that the program installs it without any
+                   option. Its edition and version are appended to VERSION, as in 1.0.0+pro5.2.0.31, and the
+                   installed program has its title, such as "Veltrin Crest Pro 5.2 Installer". Releases with
+                   different titles can be installed side by side
+  --name NAME      the product in that title instead of "Veltrin Crest"
 
 VERSION has the form 1.2.3 or 1.2.3-rc1. The output is reproducible: all files get the time
 SOURCE_DATE_EPOCH, by default that of the last commit.
-Needs makensis (Debian package nsis), w3m and zip; installs nothing.
+Needs makensis (Debian package nsis), perl, w3m and zip; installs nothing.
 END
 }
 
 fail() { printf 'pack.sh: %s\n' "$*" >&2; exit 1; }
 
 icon=
+manifest=
+product="Veltrin Crest"
 while (($# > 0)); do
     case $1 in
         --help) usage; exit 0 ;;
-        --icon)
+        --icon | --manifest | --name)
             if (($# < 2)) || [[ -z $2 ]]; then
                 echo "pack.sh: $1 needs a value" >&2
                 exit 2
             fi
-            icon=$2
+            case $1 in
+                --icon) icon=$2 ;;
+                --manifest) manifest=$2 ;;
+                --name) product=$2 ;;
+            esac
             shift 2
             ;;
         -*) echo "pack.sh: unknown argument: $1" >&2; usage >&2; exit 2 ;;
@@ -57,6 +68,20 @@ for file in bin/vinst.exe bin/vinst_cli.exe bin/vinst.dll licenses/main.html; do
 done
 [[ -z $icon || -f $icon ]] || fail "there is no $icon"
 [[ -z $icon ]] || icon=$(realpath "$icon")
+[[ -z $manifest || -f $manifest ]] || fail "there is no $manifest"
+
+# What the registry calls the installation, and the names that a user reads.
+title="Veltrin Crest Installer"
+suffix=
+release_version=
+if [[ -n $manifest ]]; then
+    properties=$("$here/../read_release.pl" "$manifest" "$product")
+    { read -r edition && read -r release_version && read -r label && read -r title; } <<<"$properties"
+    version+=$label
+    # As the title: the same for all versions that replace each other.
+    [[ $release_version =~ ^[0-9]+\.[0-9]+ ]]
+    suffix=_${product//[^A-Za-z0-9]/}_${edition,,}_${BASH_REMATCH[0]}
+fi
 
 epoch=${SOURCE_DATE_EPOCH:-$(git -C "$here" log -1 --format=%ct)}
 [[ $epoch =~ ^[0-9]+$ ]] || fail "SOURCE_DATE_EPOCH is not a number: $epoch"
@@ -67,6 +92,8 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 name=vinst-$version-windows-x86_64
 cp -rT "$layout" "$work/$name"
+[[ -z $manifest ]] || cp "$manifest" "$work/$name/bin/manifest.json"
+[[ -z $manifest || -z $icon ]] || cp "$icon" "$work/$name/bin/release.ico"
 cd "$work"
 [[ -z $(find "$name" ! -type f ! -type d) ]] || fail "$layout contains something other than files and directories"
 chmod -R u=rwX,go=rX "$name"
@@ -161,7 +188,10 @@ rm -f "$out/$name.zip" "$out/$name-setup.exe"
 kilobytes=$(find "$work/$name" -type f -printf '%s\n' | awk '{ sum += $1 } END { print int((sum + 1023) / 1024) }')
 defines=(-DVERSION="$version" -DNUMBERS="$numbers" -DKILOBYTES="$kilobytes" -DFILES="$work/files.nsh"
     -DLICENSE="$work/license.txt" -DPICTURE="$work/picture.bmp" -DSETUP="$work/$name-setup.exe")
+defines+=(-DTITLE="$title" -DSUFFIX="$suffix")
 [[ -z $icon ]] || defines+=(-DICON="$icon")
+[[ -z $manifest ]] || defines+=(-DRELEASE_VERSION="$release_version")
+[[ -z $manifest || -z $icon ]] || defines+=(-DRELEASE_ICON="bin\release.ico")
 # Warnings are errors.
 makensis -NOCD -V2 -WX "${defines[@]}" "$here/setup.nsi"
 chmod 644 "$work/$name-setup.exe"

@@ -1,6 +1,7 @@
 ; The setup program and its uninstaller. pack.sh builds it, and defines VERSION, NUMBERS (the version
-; as four numbers), KILOBYTES, FILES (the macros with the list of files), LICENSE, PICTURE, SETUP and
-; optionally ICON.
+; as four numbers), KILOBYTES, FILES (the macros with the list of files), LICENSE, PICTURE, SETUP, TITLE
+; (the name that users read), SUFFIX (of its registry keys) and optionally ICON; and for a release,
+; RELEASE_VERSION and optionally RELEASE_ICON (of the Start menu entry, relative to the directory).
 ;
 ; Command line: /CurrentUser or /AllUsers, /S for unattended mode (by default for the current user),
 ; and last /D=DIRECTORY without quotes. Exit codes other than 0:
@@ -24,10 +25,18 @@ ManifestSupportedOS all
 RequestExecutionLevel user
 AllowSkipFiles off
 
-!define TITLE "Veltrin Crest Installer"
 !define PUBLISHER "Orvane"
 !define PARENT_KEY "Software\Microsoft\Windows\CurrentVersion\Uninstall"
-!define KEY "${PARENT_KEY}\OrvaneVeltrinCrestInstaller"
+!define KEY "${PARENT_KEY}\OrvaneVeltrinCrestInstaller${SUFFIX}"
+!define CLASSES "Software\Classes"
+; The type of manifests. It is among those with which the user can open a JSON file, but not the default.
+!define TYPE "Orvane.vinst.manifest${SUFFIX}"
+!define JSON_TYPES "${CLASSES}\.json\OpenWithProgids"
+!ifdef RELEASE_ICON
+  !define SHOWN_ICON "$INSTDIR\${RELEASE_ICON}"
+!else
+  !define SHOWN_ICON "$INSTDIR\bin\vinst.exe"
+!endif
 !define FOLDER "Orvane\${TITLE}"
 
 !include MUI2.nsh
@@ -191,15 +200,26 @@ Page custom ShowModePage LeaveModePage
     Pop $0
   FunctionEnd
 
+  ; Makes the desktop read the types of files again.
+  Function ${UN}NotifyOfTypes
+    System::Call 'shell32::SHChangeNotify(i 0x08000000, i 0, p 0, p 0)'
+  FunctionEnd
+
   ; Removes the Start menu entry and the registry keys if they belong to $INSTDIR.
   Function ${UN}Unregister
     ReadRegStr $0 SHCTX "${KEY}" InstallLocation
     ${If} $0 == $INSTDIR
       Delete "$SMPROGRAMS\${TITLE}.lnk"
+      DeleteRegKey SHCTX "${CLASSES}\${TYPE}"
+      DeleteRegValue SHCTX "${JSON_TYPES}" "${TYPE}"
+      DeleteRegKey /ifempty SHCTX "${JSON_TYPES}"
+      DeleteRegKey /ifempty SHCTX "${CLASSES}\.json"
       DeleteRegKey SHCTX "${KEY}"
+      Call ${UN}NotifyOfTypes
       ${If} $Mode == CurrentUser
-        ; This key may exist only for this program in a user's registry. The machine's always has it.
+        ; These keys may exist only for this program in a user's registry. The machine's always has them.
         DeleteRegKey /ifempty HKCU "${PARENT_KEY}"
+        DeleteRegKey /ifempty HKCU "${CLASSES}"
       ${EndIf}
     ${EndIf}
   FunctionEnd
@@ -439,7 +459,7 @@ Section
   WriteRegStr SHCTX "${KEY}" DisplayName "${TITLE}"
   WriteRegStr SHCTX "${KEY}" DisplayVersion "${VERSION}"
   WriteRegStr SHCTX "${KEY}" Publisher "${PUBLISHER}"
-  WriteRegStr SHCTX "${KEY}" DisplayIcon "$INSTDIR\bin\vinst.exe,0"
+  WriteRegStr SHCTX "${KEY}" DisplayIcon "${SHOWN_ICON},0"
   WriteRegStr SHCTX "${KEY}" InstallLocation "$INSTDIR"
   WriteRegStr SHCTX "${KEY}" UninstallString '"$INSTDIR\uninstall.exe" /$Mode'
   WriteRegStr SHCTX "${KEY}" QuietUninstallString '"$INSTDIR\uninstall.exe" /S /$Mode'
@@ -447,16 +467,22 @@ Section
   WriteRegDWORD SHCTX "${KEY}" NoModify 1
   WriteRegDWORD SHCTX "${KEY}" NoRepair 1
   WriteRegStr SHCTX "${KEY}" CreatedDirectory "$CreatedDir"
+  WriteRegStr SHCTX "${CLASSES}\${TYPE}" "" "Release manifest"
+  WriteRegStr SHCTX "${CLASSES}\${TYPE}\DefaultIcon" "" "${SHOWN_ICON},0"
+  WriteRegStr SHCTX "${CLASSES}\${TYPE}\shell\open" FriendlyAppName "${TITLE}"
+  WriteRegStr SHCTX "${CLASSES}\${TYPE}\shell\open\command" "" '"$INSTDIR\bin\vinst.exe" --manifest "%1"'
+  WriteRegStr SHCTX "${JSON_TYPES}" "${TYPE}" ""
   ${If} ${Errors}
     Abort "$INSTDIR can't be written to."
   ${EndIf}
   !insertmacro LAY_DOWN_FILES
   SetOutPath "$INSTDIR\bin"
   ClearErrors
-  CreateShortcut "$SMPROGRAMS\${TITLE}.lnk" "$INSTDIR\bin\vinst.exe"
+  CreateShortcut "$SMPROGRAMS\${TITLE}.lnk" "$INSTDIR\bin\vinst.exe" "" "${SHOWN_ICON}"
   ${If} ${Errors}
     Abort "The Start-menu entry can't be made."
   ${EndIf}
+  Call NotifyOfTypes
   SetOutPath "$TEMP"
 SectionEnd
 

@@ -4,11 +4,13 @@ set -euo pipefail
 
 usage() {
     cat <<'END'
-Usage: packaging/windows/test_setup.sh SETUP_EXE ZIP
+Usage: packaging/windows/test_setup.sh [--only PART] SETUP_EXE ZIP
 
 Unpacks the archive, and installs, upgrades and uninstalls with the setup program, for one user and
 for all users, in a temporary Wine prefix without a display. Prints a line for each check that passes,
 and fails at the first that doesn't.
+
+  --only PART  runs one part: cycles, upgrades, others_files, while_running, errors, or release
 
 Needs wine64 with wine, nsis, w3m, zip, unzip and binutils (Debian packages); installs nothing.
 END
@@ -22,6 +24,12 @@ set -E
 if [[ ${1:-} == --help ]]; then
     usage
     exit 0
+fi
+parts=(cycles upgrades others_files while_running errors release)
+if [[ ${1:-} == --only ]]; then
+    [[ " ${parts[*]} " == *" ${2:-} "* ]] || { usage >&2; exit 2; }
+    parts=("$2")
+    shift 2
 fi
 (($# == 2)) || { usage >&2; exit 2; }
 [[ -f $1 ]] || fail "there is no $1"
@@ -256,87 +264,174 @@ snapshot first # Wine creates some files only at the second start
 snapshot before
 unchanged before "doing nothing"
 
-cycle HKCU CurrentUser "$mine" "$roaming" ""
-cycle HKCU CurrentUser 'C:\Some where\else' "$roaming" '/CurrentUser /D=C:\Some where\else'
-cycle HKLM AllUsers "$everybodys" "$program_data" /AllUsers
+# ---- Installing ----
+
+test_cycles() {
+    cycle HKCU CurrentUser "$mine" "$roaming" ""
+    cycle HKCU CurrentUser 'C:\Some where\else' "$roaming" '/CurrentUser /D=C:\Some where\else'
+    cycle HKLM AllUsers "$everybodys" "$program_data" /AllUsers
+}
 
 # ---- Upgrading ----
 
-for mode in CurrentUser AllUsers; do
-    if [[ $mode == CurrentUser ]]; then
-        hive=HKCU directory=$mine menu=$roaming
-    else
-        hive=HKLM directory=$everybodys menu=$program_data
-    fi
-    exits 0 "the older setup /S /$mode" run "$older" /S "/$mode"
-    there "$(to_unix "$directory")/former/former.txt"
-    equal "DisplayVersion" 0.0.1 "$(value "$hive" DisplayVersion)"
-    cycle "$hive" "$mode" "$directory" "$menu" "/$mode"
-done
-exits 0 "the older setup" run "$older" /S '/D=C:\older'
-cycle HKCU CurrentUser 'C:\newer\there' "$roaming" '/D=C:\newer\there'
+test_upgrades() {
+    for mode in CurrentUser AllUsers; do
+        if [[ $mode == CurrentUser ]]; then
+            hive=HKCU directory=$mine menu=$roaming
+        else
+            hive=HKLM directory=$everybodys menu=$program_data
+        fi
+        exits 0 "the older setup /S /$mode" run "$older" /S "/$mode"
+        there "$(to_unix "$directory")/former/former.txt"
+        equal "DisplayVersion" 0.0.1 "$(value "$hive" DisplayVersion)"
+        cycle "$hive" "$mode" "$directory" "$menu" "/$mode"
+    done
+    exits 0 "the older setup" run "$older" /S '/D=C:\older'
+    cycle HKCU CurrentUser 'C:\newer\there' "$roaming" '/D=C:\newer\there'
+}
 
 # ---- Files of others ----
 
-exits 0 "setup" run "$setup" /S '/D=C:\shared\place'
-place=$(to_unix 'C:\shared\place')
-mkdir "$place/theirs"
-echo theirs >"$place/theirs/file.txt"
-echo theirs >"$place/bin/their.dll"
-tree "$place" | grep their >"$work/theirs"
-uninstall HKCU
-tree "$place" | grep -v '^d bin$' >"$work/left"
-same "files of others remain, and nothing else" "$work/theirs" "$work/left"
-# Again with such files present, and as an upgrade.
-exits 0 "the older setup" run "$older" /S '/D=C:\shared\place'
-exits 0 "setup" run "$setup" /S '/D=C:\shared\place'
-uninstall HKCU
-tree "$place" | grep -v '^d bin$' >"$work/left"
-same "files of others also remain after an upgrade" "$work/theirs" "$work/left"
-rm -r "${place%/place}"
-unchanged before "uninstalling next to files of others"
+test_others_files() {
+    exits 0 "setup" run "$setup" /S '/D=C:\shared\place'
+    place=$(to_unix 'C:\shared\place')
+    mkdir "$place/theirs"
+    echo theirs >"$place/theirs/file.txt"
+    echo theirs >"$place/bin/their.dll"
+    tree "$place" | grep their >"$work/theirs"
+    uninstall HKCU
+    tree "$place" | grep -v '^d bin$' >"$work/left"
+    same "files of others remain, and nothing else" "$work/theirs" "$work/left"
+    # Again with such files present, and as an upgrade.
+    exits 0 "the older setup" run "$older" /S '/D=C:\shared\place'
+    exits 0 "setup" run "$setup" /S '/D=C:\shared\place'
+    uninstall HKCU
+    tree "$place" | grep -v '^d bin$' >"$work/left"
+    same "files of others also remain after an upgrade" "$work/theirs" "$work/left"
+    rm -r "${place%/place}"
+    unchanged before "uninstalling next to files of others"
+}
 
 # ---- While the program runs ----
 
-exits 0 "the older setup" run "$older" /S
-# The older version has no libraries, but its program is the same file.
-cp -r "$files/bin/." "$(to_unix "$mine")/bin/"
-place=$(to_unix "$mine")
-timeout -k 10 300 wine "$place/bin/vinst.exe" >/dev/null 2>"$work/stderr" </dev/null &
-program=$!
-until_ "vinst.exe is running" in_use "$mine\\bin\\vinst.exe"
-sleep 5
-kill -0 "$program" 2>/dev/null || { cat "$work/stderr" >&2; fail "vinst.exe did not keep running"; }
-ok "vinst.exe starts and keeps running"
-tree "$place" >"$work/running.files"
-exits 32 "setup while the program runs" run "$setup" /S
-exits 32 "the uninstaller while the program runs" run_line "\"$mine\\uninstall.exe\" /S _?=$mine"
-tree "$place" >"$work/now.files"
-same "nothing changes while the program runs" "$work/running.files" "$work/now.files"
-equal "DisplayVersion" 0.0.1 "$(value HKCU DisplayVersion)"
-kill "$program"
-wait "$program" || true
-program=
-exits 0 "setup after the program has ended" run "$setup" /S
-installed HKCU CurrentUser "$mine" "$roaming"
-uninstall HKCU
-gone "$place"
+test_while_running() {
+    exits 0 "the older setup" run "$older" /S
+    # The older version has no libraries, but its program is the same file.
+    cp -r "$files/bin/." "$(to_unix "$mine")/bin/"
+    place=$(to_unix "$mine")
+    timeout -k 10 300 wine "$place/bin/vinst.exe" >/dev/null 2>"$work/stderr" </dev/null &
+    program=$!
+    until_ "vinst.exe is running" in_use "$mine\\bin\\vinst.exe"
+    sleep 5
+    kill -0 "$program" 2>/dev/null || { cat "$work/stderr" >&2; fail "vinst.exe did not keep running"; }
+    ok "vinst.exe starts and keeps running"
+    tree "$place" >"$work/running.files"
+    exits 32 "setup while the program runs" run "$setup" /S
+    exits 32 "the uninstaller while the program runs" run_line "\"$mine\\uninstall.exe\" /S _?=$mine"
+    tree "$place" >"$work/now.files"
+    same "nothing changes while the program runs" "$work/running.files" "$work/now.files"
+    equal "DisplayVersion" 0.0.1 "$(value HKCU DisplayVersion)"
+    kill "$program"
+    wait "$program" || true
+    program=
+    exits 0 "setup after the program has ended" run "$setup" /S
+    installed HKCU CurrentUser "$mine" "$roaming"
+    uninstall HKCU
+    gone "$place"
+}
 
 # ---- Errors ----
 
-exits 87 "setup with both modes" run "$setup" /S /AllUsers /CurrentUser
-exits 0 "setup" run "$setup" /S
-exits 183 "setup for all into one user's directory" run_line "\"$setup_there\" /S /AllUsers /D=$mine"
-installed HKCU CurrentUser "$mine" "$roaming"
-equal "HKLM's key" none "$(has_key HKLM && echo there || echo none)"
-uninstall HKCU
+test_errors() {
+    exits 87 "setup with both modes" run "$setup" /S /AllUsers /CurrentUser
+    exits 0 "setup" run "$setup" /S
+    exits 183 "setup for all into one user's directory" run_line "\"$setup_there\" /S /AllUsers /D=$mine"
+    installed HKCU CurrentUser "$mine" "$roaming"
+    equal "HKLM's key" none "$(has_key HKLM && echo there || echo none)"
+    uninstall HKCU
 
-# A file can't be installed where a directory exists.
-mkdir -p "$WINEPREFIX/drive_c/half/licenses/main.html"
-tree "$WINEPREFIX/drive_c/half" >"$work/half.files"
-exits 2 "setup that can't install a file" run "$setup" /S '/D=C:\half'
-tree "$WINEPREFIX/drive_c/half" >"$work/now.files"
-same "it removes what it has installed" "$work/half.files" "$work/now.files"
-rm -r "$WINEPREFIX/drive_c/half"
+    # A file can't be installed where a directory exists.
+    mkdir -p "$WINEPREFIX/drive_c/half/licenses/main.html"
+    tree "$WINEPREFIX/drive_c/half" >"$work/half.files"
+    exits 2 "setup that can't install a file" run "$setup" /S '/D=C:\half'
+    tree "$WINEPREFIX/drive_c/half" >"$work/now.files"
+    same "it removes what it has installed" "$work/half.files" "$work/now.files"
+    rm -r "$WINEPREFIX/drive_c/half"
+}
+
+# ---- With a release ----
+
+# value_of KEY NAME: prints a value of the registry; NAME is empty for the key's default
+value_of() {
+    local name=(/ve)
+    [[ -z $2 ]] || name=(/v "$2")
+    run reg query "$1" "${name[@]}" 2>/dev/null | tr -d '\r' | sed -nE 's/^ +.* +REG_SZ +//p'
+}
+release_logs() { grep -rl "Welcome to the Orvane Veltrin Crest Pro Edition 5.2" "$WINEPREFIX"/drive_c/users/*/Temp; }
+has_release_log() { release_logs >/dev/null; }
+
+test_release() {
+    local title="Veltrin Crest Pro 5.2 Installer" directory place lnk text type
+    echo '[{"data_type": "main", "edition": "pro", "version": "5.2.0.31"},
+        {"data_type": "install", "name": "sole_part", "platform": "windows", "title": "Sole part"}]' >"$work/release.json"
+    "$here/pack.sh" --icon "$here/../../install/hosts/vinst.ico" --manifest "$work/release.json" "$files" "$version" "$work/release" \
+        >"$work/pack" 2>&1 || { cat "$work/pack" >&2; fail "packaging a release failed"; }
+    local package="$work/release/vinst-$version+pro5.2.0.31-windows-x86_64"
+
+    unzip -q "$package.zip" -d "$work/release"
+    text=$(run "$package/bin/vinst_cli.exe" --help </dev/null 2>&1) || true
+    [[ $text == *sole_part* ]] || fail "the archive's program doesn't find the release: $text"
+    ok "the archive's program finds the release"
+
+    exits 0 "setup without a release" run "$setup" /S
+    exits 0 "setup with a release" run "$package-setup.exe" /S
+    equal "DisplayName without a release" "Veltrin Crest Installer" "$(value HKCU DisplayName)"
+    local plain_key=$key
+    key+=_VeltrinCrest_pro_5.2
+    equal "DisplayName" "$title" "$(value HKCU DisplayName)"
+    equal "DisplayVersion" "$version+pro5.2.0.31" "$(value HKCU DisplayVersion)"
+    directory="$local_data\\Programs\\Orvane\\$title"
+    equal "InstallLocation" "$directory" "$(value HKCU InstallLocation)"
+    equal "DisplayIcon" "$directory\\bin\\release.ico,0" "$(value HKCU DisplayIcon)"
+    place=$(to_unix "$directory")
+    text=$(cd / && run "$place/bin/vinst_cli.exe" --help </dev/null 2>&1) || true
+    [[ $text == *sole_part* ]] || fail "the installed program doesn't find the release: $text"
+    ok "the installed program finds the release"
+
+    lnk="$roaming/Microsoft/Windows/Start Menu/Programs/$title.lnk"
+    there "$lnk"
+    text=$(strings -el "$lnk"; strings "$lnk")
+    [[ $text == *"$directory\\bin\\vinst.exe"* ]] || fail "the shortcut has another target: $text"
+    [[ $text == *"$directory\\bin\\release.ico"* ]] || fail "the shortcut has another icon: $text"
+    ok "the shortcut has the program and the icon"
+    run start "$(run winepath -w "$lnk" | tr -d '\r')" </dev/null >/dev/null 2>&1
+    # The log of the run is there as soon as the manifest has been read.
+    until_ "the shortcut starts the release" has_release_log
+    run taskkill /f /im vinst.exe >/dev/null
+    shut_down
+    release_logs | xargs -d '\n' rm
+    run reg delete 'HKCU\Software\Orvane' /f >/dev/null # the program's settings
+
+    # A manifest can be opened with the program, but JSON files have no new default.
+    type=Orvane.vinst.manifest_VeltrinCrest_pro_5.2
+    equal "the command for manifests" "\"$directory\\bin\\vinst.exe\" --manifest \"%1\"" \
+        "$(value_of "HKCU\\Software\\Classes\\$type\\shell\\open\\command" '')"
+    equal "its name" "$title" "$(value_of "HKCU\\Software\\Classes\\$type\\shell\\open" FriendlyAppName)"
+    run reg query 'HKCU\Software\Classes\.json\OpenWithProgids' | grep -q "$type" || fail "JSON files can't be opened with the program"
+    ok "JSON files can be opened with the program"
+    equal "the default for JSON files" "(value not set)" "$(value_of 'HKCU\Software\Classes\.json' '')"
+
+    uninstall HKCU
+    gone "$place"
+    key=$plain_key
+    installed HKCU CurrentUser "$mine" "$roaming"
+    uninstall HKCU
+    unchanged before "uninstalling a release"
+}
+
+for part in "${parts[@]}"; do
+    printf '== %s\n' "$part"
+    "test_$part"
+done
 unchanged before "all of the above"
 echo "All checks passed."
