@@ -12,6 +12,8 @@
 namespace
 {
 
+constexpr int button_padding = 24; // pixels, on both sides together
+
 /// \param part  of the second colour, from 0 to 1
 QColor mixed(const QColor& one, const QColor& other, double part)
 {
@@ -184,10 +186,11 @@ void AFCQ_STYLE::drawControl(ControlElement element, const QStyleOption* option,
                              const QWidget* widget) const
 {
     const auto* const bar = qstyleoption_cast<const QStyleOptionProgressBar*>(option);
-    if (element == CE_ProgressBar && bar != nullptr && bar->maximum > bar->minimum &&
-        bar->state.testFlag(State_Horizontal))
+    if (bar != nullptr && bar->maximum > bar->minimum && bar->state.testFlag(State_Horizontal))
     {
-        draw_bar(*painter, *bar);
+        // Below a style sheet, Qt asks for the parts one by one.
+        if (element == CE_ProgressBar || element == CE_ProgressBarContents)
+            draw_bar(*painter, *bar);
         return;
     }
     const auto* const button = qstyleoption_cast<const QStyleOptionButton*>(option);
@@ -206,6 +209,16 @@ QIcon AFCQ_STYLE::standardIcon(StandardPixmap icon, const QStyleOption* option,
 {
     const int number = image_of(icon);
     return number != 0 ? afcq_get_icon(number) : QProxyStyle::standardIcon(icon, option, widget);
+}
+
+QSize AFCQ_STYLE::sizeFromContents(ContentsType type, const QStyleOption* option,
+                                   const QSize& contents, const QWidget* widget) const
+{
+    const QSize size = QProxyStyle::sizeFromContents(type, option, contents, widget);
+    // Fusion leaves no room beside a text that is longer than its smallest button.
+    return type == CT_PushButton
+               ? QSize(std::max(size.width(), contents.width() + button_padding), size.height())
+               : size;
 }
 
 int AFCQ_STYLE::styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,

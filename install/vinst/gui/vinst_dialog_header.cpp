@@ -23,7 +23,7 @@ void fill_dialog_header(QLabel& title, QLabel& version, QLabel& logo, const VINS
     title.setText(release.window_title());
     if (!release.version.isEmpty())
         version.setText("Version " + without_control_characters(release.version));
-    version.setAlignment(Qt::AlignLeft | Qt::AlignBottom);
+    version.setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     version.setContentsMargins(title.fontMetrics().averageCharWidth(), 0, 0, 0);
     logo.setPixmap(afcq_get_pixmap(afcq_logo, logo_size, logo.devicePixelRatioF()));
 }

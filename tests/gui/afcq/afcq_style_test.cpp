@@ -9,6 +9,7 @@
 #include <QImage>
 #include <QMessageBox>
 #include <QPainter>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QStyleFactory>
 #include <QStyleOption>
@@ -237,7 +238,29 @@ TEST_P(Bar, HasNoFrame)
     EXPECT_NE(empty.pixelColor(8, 10), image.pixelColor(8, 10));
 }
 
+TEST_P(Bar, LooksTheSameBelowAStyleSheet)
+{
+    AFCQ_STYLE own_style;
+    QProgressBar bar;
+    bar.setStyle(&own_style);
+    bar.setPalette(palette);
+    bar.setValue(100);
+    const QImage plain = picture_of(bar);
+    EXPECT_EQ(most_frequent_color(plain), afcq_accent(palette).ground);
+    bar.setStyleSheet("QLabel { color : red; }");
+    EXPECT_EQ(picture_of(bar), plain);
+}
+
 INSTANTIATE_TEST_SUITE_P(AfcqStyle, Bar, ::testing::Bool());
+
+TEST(AfcqStyle, LeavesRoomBesideTheTextOfAButton)
+{
+    AFCQ_STYLE style;
+    QPushButton button("Test internet connection");
+    button.setStyle(&style);
+    EXPECT_GE(button.sizeHint().width(),
+              button.fontMetrics().horizontalAdvance(button.text()) + 20);
+}
 
 TEST(AfcqStyle, IsFusionByName)
 {
