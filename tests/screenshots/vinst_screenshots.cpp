@@ -105,6 +105,9 @@ public:
     /// Fails if a control of the window can't be seen completely.
     void shoot(QWidget& window, const QString& name) const
     {
+        // A text may have changed since the last layout.
+        for (int pass = 0; pass < 3; ++pass)
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
         const QStringList cut = cut_controls(window);
         if (!cut.isEmpty())
             fail(name + m_suffix + ": " + cut.join("; "));
