@@ -218,6 +218,83 @@ TEST_F(HostJson, IsWrittenWhenAnOptionIsInvalid)
     EXPECT_EQ(text("error"), "Enter a number between 1-6 for parallel downloads!");
 }
 
+TEST_F(HostJson, LeavesNoEarlierOutcomeWhenTheOptionsCannotBeUsed)
+{
+    builder.component("one").pattern_content(3000, 1);
+    publish();
+    for (const ARGUMENTS& bad : {ARGUMENTS{"--no-such-option"},
+                                 {"--retry-duration", "soon"},
+                                 {"--url", "ftp://127.0.0.1/x"},
+                                 {"--manifest", host_path(dir / "none.json")}})
+    {
+        run_once();
+        ASSERT_EQ(text("result"), "complete");
+        run_with_json(run_arguments(bad));
+        EXPECT_TRUE(result.exited_with(1)) << bad[0];
+        EXPECT_EQ(text("result"), "refused") << bad[0];
+        EXPECT_NE(text("error"), "") << bad[0];
+        EXPECT_EQ(outcome["components"].toArray().size(), 0) << bad[0];
+    }
+    EXPECT_EQ(text("error"), "Can't read manifest data");
+}
+
+TEST_F(HostJson, DescribesARunWithoutARelease)
+{
+    for (const ARGUMENTS& bad : {ARGUMENTS{}, {"--manifest", host_path(dir / "none.json")}})
+    {
+        manifest = host_path(dir / "no-manifest.json");
+        run_with_json(bad);
+        EXPECT_TRUE(result.exited_with(1));
+        EXPECT_EQ(text("result"), "refused");
+        EXPECT_TRUE(outcome["release"].isNull());
+        std::filesystem::remove(file());
+    }
+}
+
+TEST_F(HostJson, OverwritesNoOtherFileWhenTheOptionsCannotBeUsed)
+{
+    builder.component("one").pattern_content(3000, 1);
+    publish();
+    const std::string kept = read_file(dir / "release/manifest.json");
+    run(run_arguments({"--no-such-option", "--json", manifest}));
+    run(run_arguments({"--url", "ftp://127.0.0.1/x", "--json", manifest}));
+    EXPECT_TRUE(result.exited_with(1));
+    EXPECT_EQ(read_file(dir / "release/manifest.json"), kept);
+    // Of two names, neither is certain.
+    run(run_arguments({"--json", host_path(file()), "--json", host_path(dir / "other")}));
+    EXPECT_FALSE(std::filesystem::exists(file()));
+    EXPECT_FALSE(std::filesystem::exists(dir / "other"));
+}
+
+TEST_F(HostJson, MustNotBeAFileOfTheRun)
+{
+    builder.component("one").pattern_content(3000, 1);
+    builder.component("two").pattern_content(3000, 2);
+    publish();
+    const std::string kept = read_file(dir / "release/manifest.json");
+    dir.make_dir("dl");
+    struct CASE
+    {
+        std::string path;
+        const char* reason;
+    };
+    for (const CASE& refused :
+         {CASE{manifest, "It is the manifest"},
+          {host_path(dir / "release/../release/manifest.json"), "It is the manifest"},
+          {download("vinst-5.2.0.31-pro.log"), "It is the log of this run"},
+          {download(builder.file("two").path.filename().string()), "It is a file of the release"}})
+    {
+        run(run_arguments({"--json", refused.path}));
+        EXPECT_TRUE(result.exited_with(1));
+        EXPECT_EQ(output.find("Cannot write the file given with --json ("), 0U) << output;
+        EXPECT_NE(output.find(std::string("): ") + refused.reason + "\n"), std::string::npos)
+            << output;
+    }
+    EXPECT_EQ(server.requests().size(), 0U);
+    EXPECT_EQ(list_tree(dir / "dl"), std::vector<std::string>{});
+    EXPECT_EQ(read_file(dir / "release/manifest.json"), kept);
+}
+
 TEST_F(HostJson, IsWrittenAfterAStop)
 {
     builder.component("one").pattern_content(3'000'000, 1);

@@ -11,6 +11,7 @@
 #include "install/vinst/base/vinst_utils.h"
 #include "install/vinst/console/vinst_cmdline.h"
 #include "install/vinst/console/vinst_console_run.h"
+#include "install/vinst/console/vinst_outcome_file.h"
 #include "install/vinst/console/vinst_version.h"
 #include "install/vinst/gui/vinst_downloader_dlg.h"
 #include "install/vinst/gui/vinst_message_box.h"
@@ -24,7 +25,6 @@
 
 #include <QApplication>
 #include <QDir>
-#include <QRegularExpression>
 
 #include <memory>
 
@@ -36,13 +36,6 @@ constexpr int stopped_early = 1;
 /// Initialized when the library is loaded, before the entry function can be called.
 const MEM_INITIALIZER memory_initializer;
 const bool has_fatal_handlers = (install_fatal_handlers(), true);
-
-/// Makes text from the manifest safe as a part of the log's file name.
-QString file_name_part(QString text)
-{
-    static const QRegularExpression unsafe(QStringLiteral(R"([^\p{L}\p{N}._-])"));
-    return text.replace(unsafe, "_");
-}
 
 /// Renames a file to the first free name with ".1", ".2" and so on. Other runs may do the same.
 bool move_aside(const std::string& path)
@@ -59,8 +52,7 @@ bool move_aside(const std::string& path)
 
 std::string kept_log_path(VINST_RELEASE& release)
 {
-    return utf8(release.ensure_download_dir() + QDir::separator() + "vinst-" +
-                file_name_part(release.version) + '-' + file_name_part(release.edition) + ".log");
+    return utf8(release.ensure_download_dir() + QDir::separator() + release.log_file_name());
 }
 
 /// Moves the log to the download directory, where the user looks for it. Runs that end at the same
@@ -122,6 +114,9 @@ bool save_record(const VINST_RUN_RECORD& record, const VINST_OPTIONS& options)
 {
     if (!options.console_mode || options.json_file.isEmpty())
         return true;
+    // The options of a refused run may not have been checked, and could name any file.
+    if (record.outcome == VINST_RUN_OUTCOME::refused && !is_replaceable_outcome(options.json_file))
+        return true;
     const QString error = replace_file(
         options.json_file, run_record_json(record, options, QDateTime::currentDateTimeUtc()));
     if (!error.isEmpty())
@@ -169,9 +164,11 @@ bool load_release(int argc, const char* const* argv, VINST_OPTIONS& options)
     if (release == nullptr && !gui_host && print_help_without_release(argc, argv))
         return false;
     print_manifest_message(messages);
-    if (release == nullptr)
-        report_early("Cannot read manifest data", true, gui_host);
-    return release != nullptr;
+    if (release != nullptr)
+        return true;
+    report_early("Cannot read manifest data", true, gui_host);
+    options.refuse_unchecked(argc, argv, "Cannot read manifest data");
+    return false;
 }
 
 /// Runs with a release, and leaves the log where the user finds it.
@@ -201,7 +198,7 @@ int run_with_application(int argc, char** argv, bool gui_host)
     VINST_OPTIONS options;
     options.gui_host = gui_host;
     if (!load_release(argc, argv, options))
-        return stopped_early;
+        return end_early(options).exit_code;
     if (options.release != nullptr)
         use_release(*options.release);
     VINST_MESSAGES::instance().log_path = FIO_FILE_SYSTEM::get_tmp_path(utf8(temp));

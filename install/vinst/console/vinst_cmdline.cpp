@@ -10,6 +10,7 @@
 #include "install/vinst/console/vinst_cmdline_options.h"
 #include "install/vinst/console/vinst_console_view.h"
 #include "install/vinst/console/vinst_line_view.h"
+#include "install/vinst/console/vinst_outcome_file.h"
 #include "install/vinst/console/vinst_rate.h"
 #include "install/vinst/download/vinst_connection_test.h"
 #include "install/vinst/release/vinst_parser.h"
@@ -183,6 +184,7 @@ bool VINST_OPTIONS::parse_variables(int argc, char** argv)
         print_text(help_hint + "\n");
         if (gui_host)
             report_early(error + "\n" + help_hint, true, gui_host);
+        refuse_unchecked(argc, argv, error);
         return false;
     }
     const auto take = [this](const char* name, std::string& target)
@@ -203,6 +205,15 @@ bool VINST_OPTIONS::parse_variables(int argc, char** argv)
     parallel_downloads = variables["parallel-downloads"].as<int>();
     retry_duration = variables["retry-duration"].as<int>();
     return true;
+}
+
+void VINST_OPTIONS::refuse_unchecked(int argc, const char* const* argv, const std::string& error)
+{
+    console_mode = !may_run_graphically(argc, argv, gui_host);
+    strict = is_given(argc, argv, "--strict");
+    const std::optional<std::string> named = given_value(argc, argv, "--json");
+    json_file = named ? absolute_path(qt(*named)) : QString();
+    end_early(curl_plain_text(error));
 }
 
 void VINST_OPTIONS::decide_mode()
@@ -384,7 +395,7 @@ bool VINST_OPTIONS::take_json_file()
 {
     if (variables.count("json") == 0)
         return true;
-    const QString obstacle = obstacle_to_writing(json_file);
+    const QString obstacle = obstacle_to_writing(json_file, *release);
     if (obstacle.isEmpty())
         return true;
     const std::string path = utf8(QDir::toNativeSeparators(std::exchange(json_file, {})));

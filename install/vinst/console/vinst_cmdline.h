@@ -59,6 +59,10 @@ struct VINST_OPTIONS
     /// \return 0 when the run continues, 1 when it must stop; the reason has been reported
     int parse(int argc, char** argv);
 
+    /// For a command line that can't be parsed or has no release: sets `early_end`, and the file
+    /// for the outcome if it can be recognized.
+    void refuse_unchecked(int argc, const char* const* argv, const std::string& error);
+
     /// The view that these options and standard output ask for.
     std::unique_ptr<VINST_CONSOLE_VIEW> make_view() const;
 

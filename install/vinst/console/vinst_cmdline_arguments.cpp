@@ -102,6 +102,24 @@ std::string parse_arguments(int argc, const char* const* argv, options::variable
     return {};
 }
 
+std::optional<std::string> given_value(int argc, const char* const* argv, std::string_view option)
+{
+    std::optional<std::string> value;
+    for (int i = 1; i < argc; ++i)
+    {
+        const std::string_view argument = argv[i];
+        if (argument.substr(0, argument.find('=')) != option)
+            continue;
+        const bool is_joined = argument.size() > option.size();
+        if (value || (!is_joined && i + 1 == argc))
+            return std::nullopt;
+        value = is_joined ? argument.substr(option.size() + 1) : std::string_view(argv[++i]);
+    }
+    const bool is_clear = value && !value->empty() && value->front() != '-' && is_utf8(*value) &&
+                          !begins_with_byte_order_mark(*value);
+    return is_clear ? value : std::nullopt;
+}
+
 void overwrite_credentials(int argc, char** argv)
 {
     constexpr std::string_view option = "--proxy-user";

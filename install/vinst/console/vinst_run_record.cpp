@@ -5,11 +5,9 @@
 #include "support/curl/curl_plain_text.h"
 #include "support/curl/curl_redact.h"
 
-#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QSaveFile>
 
 #include <algorithm>
 
@@ -160,12 +158,29 @@ QJsonArray actions_array(const VINST_INSTALL_OUTCOME& installation)
     return result;
 }
 
+QJsonValue release_value(const VINST_RELEASE* release)
+{
+    if (release == nullptr)
+        return {};
+    return QJsonObject{{"version", release->version}, {"edition", release->edition}};
+}
+
+QString download_dir_of(const VINST_OPTIONS& options)
+{
+    return options.release != nullptr ? options.release->download_dir() : QString();
+}
+
+QString install_dir_of(const VINST_OPTIONS& options)
+{
+    return options.release != nullptr && options.auto_install ? options.release->install_dir()
+                                                              : QString();
+}
+
 }
 
 QByteArray run_record_json(const VINST_RUN_RECORD& record, const VINST_OPTIONS& options,
                            const QDateTime& end)
 {
-    const VINST_RELEASE& release = *options.release;
     const QJsonObject object{
         {"format", format_version},
         {"result", outcome_name(record.outcome)},
@@ -173,36 +188,13 @@ QByteArray run_record_json(const VINST_RUN_RECORD& record, const VINST_OPTIONS& 
         {"started", time_text(options.start)},
         {"ended", time_text(end)},
         {"versions", versions_object()},
-        {"release", QJsonObject{{"version", release.version}, {"edition", release.edition}}},
+        {"release", release_value(options.release.get())},
         {"platform", text_or_null(QString::fromStdString(options.platform))},
-        {"download_dir", text_or_null(release.download_dir())},
-        {"install_dir", text_or_null(options.auto_install ? release.install_dir() : QString())},
+        {"download_dir", text_or_null(download_dir_of(options))},
+        {"install_dir", text_or_null(install_dir_of(options))},
         {"proxy", proxy_object(record.connection)},
         {"restart_required", record.installation.needs_restart},
         {"components", components_array(record.installation, options.selected_components)},
         {"actions", actions_array(record.installation)}};
     return QJsonDocument(object).toJson();
-}
-
-QString obstacle_to_writing(const QString& path)
-{
-    if (path.isEmpty())
-        return QStringLiteral("The name is empty"); // QSaveFile would accept it
-    // QSaveFile would put a file in the place of a device or a pipe.
-    if (const QFileInfo existing(path); existing.exists() && !existing.isFile())
-        return QStringLiteral("It is not a regular file");
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        return file.errorString();
-    file.cancelWriting();
-    return {};
-}
-
-QString replace_file(const QString& path, const QByteArray& bytes)
-{
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        return file.errorString();
-    file.write(bytes);
-    return file.commit() ? QString() : file.errorString();
 }

@@ -19,13 +19,6 @@ struct VINST_RUN_RECORD
 };
 
 /// The record as described by docs/run_outcome.schema.json, without credentials. Measures the files
-/// of the selected components.
+/// of the selected components. Without a release, those of its values are null.
 [[nodiscard]] QByteArray run_record_json(const VINST_RUN_RECORD& record,
                                          const VINST_OPTIONS& options, const QDateTime& end);
-
-/// Why the file can't be written; empty if it can. Leaves an existing file as it is.
-[[nodiscard]] QString obstacle_to_writing(const QString& path);
-
-/// Replaces the file by these bytes, or leaves it as it was. \return why it could not be written;
-/// empty if it was
-[[nodiscard]] QString replace_file(const QString& path, const QByteArray& bytes);

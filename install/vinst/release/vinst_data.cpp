@@ -4,6 +4,7 @@
 #include "support/main/main_assert.h"
 
 #include <QDir>
+#include <QRegularExpression>
 #include <QUrl>
 
 namespace
@@ -29,6 +30,13 @@ QString stored_dir(const QString& path)
     if (dir.endsWith(QDir::separator()))
         dir.chop(1);
     return dir;
+}
+
+/// Makes text from the manifest safe as a part of a file name.
+QString file_name_part(QString text)
+{
+    static const QRegularExpression unsafe(QStringLiteral(R"([^\p{L}\p{N}._-])"));
+    return text.replace(unsafe, "_");
 }
 
 VINST_RELEASE* current_release = nullptr;
@@ -154,6 +162,11 @@ QString VINST_RELEASE::window_title() const
 QString VINST_RELEASE::display_title() const
 {
     return window_title() + ' ' + short_version;
+}
+
+QString VINST_RELEASE::log_file_name() const
+{
+    return "vinst-" + file_name_part(version) + '-' + file_name_part(edition) + ".log";
 }
 
 QString VINST_RELEASE::documentation_url() const

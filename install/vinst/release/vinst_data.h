@@ -23,6 +23,7 @@ public:
     QString build_number;
     QString update_number;
     QString edition;
+    QString manifest_path;         ///< absolute; empty for a release that was not read from a file
     QString manifest_download_url; ///< the manifest's "download_url", or this run's mirror
     QString installdir_linux;
     QString installdir_windows;
@@ -72,6 +73,8 @@ public:
     QString window_title() const;
     /// "Orvane Veltrin Crest Pro Edition 5.2", for the log and the help.
     QString display_title() const;
+    /// The name under which a run keeps its log in the download directory.
+    QString log_file_name() const;
     QString documentation_url() const;
     QString survey_url() const;
 

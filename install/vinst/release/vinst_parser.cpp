@@ -323,7 +323,10 @@ std::unique_ptr<VINST_RELEASE> parse_manifest(const QString& path, const VINST_M
         sink("Manifest file " + shown_path + " is not in the supported format\n");
         return nullptr;
     }
-    return LOADER(sink).load(elements);
+    std::unique_ptr<VINST_RELEASE> release = LOADER(sink).load(elements);
+    if (release != nullptr)
+        release->manifest_path = QFileInfo(path).absoluteFilePath();
+    return release;
 }
 
 QString locate_manifest(const QString& application_dir, const QString& named,
