@@ -2,6 +2,8 @@
 
 #include "support/curl/curl_response.h"
 
+#include <chrono>
+#include <optional>
 #include <string>
 
 struct CURL_PROGRESS_DATA;
@@ -50,6 +52,12 @@ struct CURL_RESULT
 {
     CURL_OUTCOME outcome;
     int status = 0; ///< the HTTP status; 0 without one
+    CURL_FAILURE failure = {};
+    /// From the first request to the end; empty if nothing was requested.
+    std::optional<std::chrono::steady_clock::duration> duration = {};
+    /// Whether the file is incomplete although the transfer has succeeded, because only a part of
+    /// it was to be written.
+    bool is_part = false;
 };
 
 /// Stores it where the program reads it.

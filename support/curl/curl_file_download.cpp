@@ -34,7 +34,7 @@ bool is_refusal(const CURL_TRANSFER& transfer)
     constexpr std::array ends = {CURLE_COULDNT_CONNECT, CURLE_GOT_NOTHING, CURLE_SEND_ERROR,
                                  CURLE_RECV_ERROR};
     const CURL_RESULT& result = transfer.result();
-    if (result.outcome.curl_code == CURLE_OK || is_lasting(transfer.failure().kind) ||
+    if (result.outcome.curl_code == CURLE_OK || is_lasting(transfer.result().failure.kind) ||
         transfer.has_body())
         return false;
     return result.status > 0 ||
@@ -55,7 +55,7 @@ struct CURL_FILE_DOWNLOAD::PIECE
     /// Where the bytes end that are written and not in a buffer.
     std::uint64_t end() const
     {
-        return transfer != nullptr ? transfer->written() : begin + size_at_rest;
+        return transfer != nullptr ? transfer->target().written() : begin + size_at_rest;
     }
 };
 
@@ -103,17 +103,18 @@ std::uint64_t CURL_FILE_DOWNLOAD::end_of_main() const
 std::uint64_t CURL_FILE_DOWNLOAD::size() const
 {
     if (m_main != nullptr)
-        return m_main->written();
+        return m_main->target().written();
     return m_file.is_open() ? m_file.size() : size_on_disk(m_request.path);
 }
 
 void CURL_FILE_DOWNLOAD::move_ends()
 {
     if (m_main != nullptr)
-        m_main->set_end(m_pieces.empty() ? 0 : std::max(end_of_main(), m_main->position()));
+        m_main->target().set_end(
+            m_pieces.empty() ? 0 : std::max(end_of_main(), m_main->target().position()));
     for (std::size_t i = 0; i < m_pieces.size(); ++i)
         if (m_pieces[i]->transfer != nullptr)
-            m_pieces[i]->transfer->set_end(end_of(i));
+            m_pieces[i]->transfer->target().set_end(end_of(i));
 }
 
 void CURL_FILE_DOWNLOAD::take_over_pieces()
@@ -125,7 +126,8 @@ void CURL_FILE_DOWNLOAD::take_over_pieces()
     for (const CURL_STORED_PIECE& stored : curl_take_over_pieces(m_request.path, m_version))
     {
         const std::uint64_t size = size_on_disk(stored.path);
-        const std::uint64_t end = m_pieces.empty() ? m_main->position() : m_pieces.back()->end();
+        const std::uint64_t end =
+            m_pieces.empty() ? m_main->target().position() : m_pieces.back()->end();
         if (size == 0 || stored.begin + size > m_request.expected_size)
         {
             curl_remove_piece(stored.path);
@@ -141,7 +143,7 @@ void CURL_FILE_DOWNLOAD::take_over_pieces()
         piece->path = stored.path;
         piece->size_at_rest = size;
         m_request.data->bytes_taken_over +=
-            stored.begin + size - std::max(stored.begin, m_main->position());
+            stored.begin + size - std::max(stored.begin, m_main->target().position());
         m_pieces.push_back(std::move(piece));
     }
     move_ends();
@@ -168,12 +170,14 @@ std::vector<CURL_PART> CURL_FILE_DOWNLOAD::running_parts() const
     const auto end_or_all = [this](std::uint64_t end)
     { return end != 0 ? end : m_request.expected_size; };
     std::vector<CURL_PART> parts;
-    parts.push_back(m_main != nullptr ? CURL_PART{m_main->position(), end_or_all(end_of_main())}
-                                      : CURL_PART());
+    parts.push_back(m_main != nullptr
+                        ? CURL_PART{m_main->target().position(), end_or_all(end_of_main())}
+                        : CURL_PART());
     for (std::size_t i = 0; i < m_pieces.size(); ++i)
-        parts.push_back(m_pieces[i]->transfer != nullptr
-                            ? CURL_PART{m_pieces[i]->transfer->position(), end_or_all(end_of(i))}
-                            : CURL_PART());
+        parts.push_back(
+            m_pieces[i]->transfer != nullptr
+                ? CURL_PART{m_pieces[i]->transfer->target().position(), end_or_all(end_of(i))}
+                : CURL_PART());
     return parts;
 }
 
@@ -241,13 +245,13 @@ void CURL_FILE_DOWNLOAD::take_end(const CURL_TRANSFER& transfer)
 void CURL_FILE_DOWNLOAD::take_end_of_main(const CURL_TRANSFER& transfer)
 {
     m_main = nullptr;
-    if (!m_start && transfer.duration())
-        m_start = CLOCK::now() - *transfer.duration();
+    if (!m_start && transfer.result().duration)
+        m_start = CLOCK::now() - *transfer.result().duration;
     if (m_is_over)
         return;
-    const CURL_FAILURE::KIND kind = transfer.failure().kind;
+    const CURL_FAILURE::KIND kind = transfer.result().failure.kind;
     m_is_joining =
-        kind == CURL_FAILURE::KIND::none && (transfer.ended_before_the_file() || !m_joined.empty());
+        kind == CURL_FAILURE::KIND::none && (transfer.result().is_part || !m_joined.empty());
     if (m_is_joining)
         return;
     // A server that has stopped sending a piece is asked again, also when that was the main
@@ -255,7 +259,7 @@ void CURL_FILE_DOWNLOAD::take_end_of_main(const CURL_TRANSFER& transfer)
     if (m_was_piece && kind != CURL_FAILURE::KIND::none && !is_lasting(kind))
         m_may_split = false;
     else
-        end(transfer.result(), transfer.failure());
+        end(transfer.result());
 }
 
 void CURL_FILE_DOWNLOAD::take_end_of_piece(PIECE& piece, const CURL_TRANSFER& transfer)
@@ -263,7 +267,7 @@ void CURL_FILE_DOWNLOAD::take_end_of_piece(PIECE& piece, const CURL_TRANSFER& tr
     const bool is_refused = is_refusal(transfer);
     piece.transfer = nullptr;
     piece.size_at_rest = size_on_disk(piece.path);
-    const CURL_FAILURE::KIND kind = transfer.failure().kind;
+    const CURL_FAILURE::KIND kind = transfer.result().failure.kind;
     // A server may allow one connection, or the file may have changed: the main transfer will tell.
     if (kind != CURL_FAILURE::KIND::none && kind != CURL_FAILURE::KIND::stopped)
         m_may_split = false;
@@ -441,14 +445,14 @@ void CURL_FILE_DOWNLOAD::end_joining(const CURL_OUTCOME& outcome)
     m_flusher.withdraw(m_file);
     m_file.close();
     report_progress();
-    end({outcome, partial_content}, curl_failure_of(outcome, {true, partial_content, 0}));
+    end({outcome, partial_content, curl_failure_of(outcome, {true, partial_content, 0})});
 }
 
-void CURL_FILE_DOWNLOAD::end(const CURL_RESULT& result, const CURL_FAILURE& failure)
+void CURL_FILE_DOWNLOAD::end(const CURL_RESULT& result)
 {
     m_is_over = true;
     m_is_joining = false;
-    m_failure = failure;
+    m_failure = result.failure;
     if (m_start)
         m_duration = CLOCK::now() - *m_start;
     // What is left is of another version. The pieces of a file that was complete already may not be

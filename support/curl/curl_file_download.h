@@ -90,7 +90,7 @@ private:
     void count_bytes_ahead() const;
     bool report_progress() const;
     void end_joining(const CURL_OUTCOME& outcome);
-    void end(const CURL_RESULT& result, const CURL_FAILURE& failure);
+    void end(const CURL_RESULT& result);
 
     CURL_REQUEST m_request;
     const CURL_CONNECTION_SETTINGS& m_settings;

@@ -10,7 +10,6 @@
 namespace
 {
 
-constexpr std::size_t head_limit = 256 * 1024; // bytes of all headers together
 // A body of unknown length that pauses at the expected size has probably ended.
 constexpr auto longest_wait_for_end = std::chrono::seconds(1);
 
@@ -24,8 +23,6 @@ CURL_TRANSFER::CURL_TRANSFER(CURL_REQUEST request, const CURL_CONNECTION_SETTING
       m_pace(settings.stall_timeout), m_route(m_request.url, settings)
 {
 }
-
-CURL_TRANSFER::~CURL_TRANSFER() = default;
 
 bool CURL_TRANSFER::prepare()
 {
@@ -73,9 +70,9 @@ void CURL_TRANSFER::set_options(CURL_OPTIONS& options)
 {
     m_handle.set_common_options(options, m_settings);
     m_route.set_options(options);
-    m_requests_range = position() > 0;
+    m_requests_range = m_target.position() > 0;
     if (m_requests_range)
-        m_handle.request_range(options, position(), m_requested_end);
+        m_handle.request_range(options, m_target.position(), m_requested_end);
     if (m_request.is_piece())
         m_handle.request_version(options, m_request.validator);
 
@@ -97,29 +94,28 @@ std::size_t CURL_TRANSFER::on_header(char* text, std::size_t size, std::size_t c
 bool CURL_TRANSFER::take_header(std::string_view line)
 {
     m_pace.take_header(CLOCK::now());
-    m_head_bytes += line.size();
-    if (m_head_bytes > head_limit)
+    const CURL_ANSWER::LINE kind = m_answer.take_line(handle(), line);
+    if (kind == CURL_ANSWER::LINE::too_many)
         return end_with({CURLE_WEIRD_SERVER_REPLY, "The server's headers are too long"});
-    m_is_in_head = line != "\r\n" && line != "\n";
-    if (!m_is_in_head && !take_head())
+    if (kind == CURL_ANSWER::LINE::end_of_head && !take_head())
         return false;
     return report_progress();
 }
 
 bool CURL_TRANSFER::take_head()
 {
-    m_head = curl_read_head(handle());
-    if (m_head.status != curl_proxy_authentication_required)
+    const CURL_RESPONSE_HEAD& head = m_answer.head();
+    if (head.status != curl_proxy_authentication_required)
         m_route.note_response();
     const char* text = nullptr;
-    if (m_head.redirects())
+    if (head.redirects())
         curl_easy_getinfo(handle(), CURLINFO_EFFECTIVE_URL, &text);
     if (text == nullptr)
         return true;
     const std::string here = text;
-    if (m_head.redirects_to_http() && curl_has_scheme(here, "https"))
+    if (head.redirects_to_http() && curl_has_scheme(here, "https"))
         return end_with({CURLE_UNSUPPORTED_PROTOCOL, "The server redirects from https to http"});
-    m_follows_redirect = m_route.leaves_by(m_head, handle(), here);
+    m_follows_redirect = m_route.leaves_by(head, handle(), here);
     return !m_follows_redirect;
 }
 
@@ -148,22 +144,20 @@ void CURL_TRANSFER::obey_rate_limit(std::size_t received)
 bool CURL_TRANSFER::take_body(const char* bytes, std::size_t size)
 {
     m_pace.take_body(size, CLOCK::now());
-    if (!m_decision && !start_body())
+    if (!m_answer.decision() && !start_body())
         return false;
 
-    const std::uint64_t to_skip =
-        std::min<std::uint64_t>(size, m_decision->skip - std::min(m_decision->skip, m_skipped));
-    m_skipped += to_skip;
-    bytes += to_skip;
-    size -= static_cast<std::size_t>(to_skip);
+    const std::size_t skipped = m_answer.skip(size);
+    bytes += skipped;
+    size -= skipped;
     if (size == 0)
         return report_progress();
 
     const std::uint64_t most =
         std::min(m_size.most(),
                  m_target.end() != 0 ? m_target.end() : std::numeric_limits<std::uint64_t>::max());
-    const auto wanted =
-        static_cast<std::size_t>(std::min<std::uint64_t>(size, most - std::min(most, position())));
+    const auto wanted = static_cast<std::size_t>(
+        std::min<std::uint64_t>(size, most - std::min(most, m_target.position())));
     m_target.collect(bytes, wanted, m_pace.last_activity());
     const bool is_too_long = wanted < size;
     if ((m_target.has_block() || is_too_long) && !write_collected())
@@ -175,12 +169,14 @@ bool CURL_TRANSFER::take_body(const char* bytes, std::size_t size)
 
 bool CURL_TRANSFER::start_body()
 {
-    m_decision = m_request.is_piece()
-                     ? curl_decide_on_piece(m_head, position(), m_size, m_request.validator)
-                     : curl_decide_on_body(m_head, position(), m_size);
-    if (m_decision->action == CURL_BODY_DECISION::ACTION::refuse)
-        return end_with(m_decision->refusal);
-    if (m_decision->action == CURL_BODY_DECISION::ACTION::already_whole)
+    m_answer.decide(m_request.is_piece()
+                        ? curl_decide_on_piece(m_answer.head(), m_target.position(), m_size,
+                                               m_request.validator)
+                        : curl_decide_on_body(m_answer.head(), m_target.position(), m_size));
+    const CURL_BODY_DECISION& decision = *m_answer.decision();
+    if (decision.action == CURL_BODY_DECISION::ACTION::refuse)
+        return end_with(decision.refusal);
+    if (decision.action == CURL_BODY_DECISION::ACTION::already_whole)
         return end_with({});
     if (!m_target.open_for_body(CURL_MAX_WRITE_SIZE))
         return end_with({CURLE_WRITE_ERROR, m_target.error()});
@@ -192,8 +188,8 @@ bool CURL_TRANSFER::start_body()
 /// Whether only the end of the body will show whether it is the file or a page in its place.
 bool CURL_TRANSFER::may_be_a_page() const
 {
-    return m_head.has_whole_file() && m_decision && !m_decision->total &&
-           position() < m_request.expected_size;
+    return m_answer.head().has_whole_file() && m_answer.decision() && !m_answer.decision()->total &&
+           m_target.position() < m_request.expected_size;
 }
 
 bool CURL_TRANSFER::write_collected()
@@ -203,17 +199,16 @@ bool CURL_TRANSFER::write_collected()
 
 std::string CURL_TRANSFER::validator() const
 {
-    const bool is_right = m_decision && m_decision->action == CURL_BODY_DECISION::ACTION::write &&
-                          m_decision->total == m_request.expected_size;
-    return is_right ? m_head.validator() : std::string();
+    const bool is_right =
+        m_answer.is_written() && m_answer.decision()->total == m_request.expected_size;
+    return is_right ? m_answer.head().validator() : std::string();
 }
 
 bool CURL_TRANSFER::report_progress()
 {
     if (m_settings.progress_callback == nullptr)
         return true;
-    const std::uint64_t total = m_decision ? m_decision->total.value_or(0) : 0;
-    if (m_settings.progress_callback(m_request.data, total, m_target.received()) == 0)
+    if (m_settings.progress_callback(m_request.data, m_answer.total(), m_target.received()) == 0)
         return true;
     return end_with({CURLE_ABORTED_BY_CALLBACK, "Stopped"});
 }
@@ -229,7 +224,7 @@ bool CURL_TRANSFER::keep_going(CLOCK::time_point now)
         return false;
     if (!m_target.flush_now_and_then(now))
         return end_with({CURLE_WRITE_ERROR, m_target.error()});
-    if (m_target.end() != 0 && position() >= m_target.end() &&
+    if (m_target.end() != 0 && m_target.position() >= m_target.end() &&
         now - m_pace.last_activity() >= longest_wait_for_end)
         return end_with({});
     // A pause is not the server's fault. When it is over, libcurl reads what the server has sent
@@ -247,7 +242,7 @@ bool CURL_TRANSFER::keep_going(CLOCK::time_point now)
 void CURL_TRANSFER::pause()
 {
     // Both directions: if only one is paused, libcurl reads the socket once more.
-    if (!m_is_paused && m_decision)
+    if (!m_is_paused && m_answer.decision())
         m_is_paused = curl_easy_pause(handle(), CURLPAUSE_ALL) == CURLE_OK;
 }
 
@@ -275,7 +270,7 @@ int CURL_TRANSFER::answered_status(CURLcode result) const
     const bool stayed = result == CURLE_TOO_MANY_REDIRECTS ||
                         result == CURLE_UNSUPPORTED_PROTOCOL || result == CURLE_URL_MALFORMAT ||
                         m_own_outcome.has_value();
-    return m_head.redirects() && !stayed ? 0 : m_head.status;
+    return m_answer.head().redirects() && !stayed ? 0 : m_answer.head().status;
 }
 
 CURL_OUTCOME CURL_TRANSFER::judge(const CURL_OUTCOME& result)
@@ -289,16 +284,17 @@ CURL_OUTCOME CURL_TRANSFER::judge(const CURL_OUTCOME& result)
         return {};
     if (m_own_outcome)
         return *m_own_outcome;
-    if (result.curl_code == CURLE_OK && m_requested_end != 0 && position() >= m_requested_end)
+    if (result.curl_code == CURLE_OK && m_requested_end != 0 &&
+        m_target.position() >= m_requested_end)
         return {}; // the part has become longer since the request
-    CURL_OUTCOME outcome =
-        curl_judge_end(result, m_head, m_size, m_target.start(), m_skipped, m_decision.has_value());
-    return outcome.curl_code == CURLE_OK ? m_size.judge_end(position()) : outcome;
+    CURL_OUTCOME outcome = curl_judge_end(result, m_answer.head(), m_size, m_target.start(),
+                                          m_answer.skipped(), m_answer.decision().has_value());
+    return outcome.curl_code == CURLE_OK ? m_size.judge_end(m_target.position()) : outcome;
 }
 
 bool CURL_TRANSFER::prepare_repeat(CURLcode result)
 {
-    read_unended_head();
+    m_answer.read_unended_head(handle());
     if (result == CURLE_ABORTED_BY_CALLBACK)
         return false;
     CURL_OPTIONS options(handle());
@@ -329,7 +325,7 @@ bool CURL_TRANSFER::drop_range(CURLcode result, CURL_OPTIONS& options)
 bool CURL_TRANSFER::try_another_login(CURL_OPTIONS& options)
 {
     return !m_own_outcome &&
-           m_route.is_login_required(curl_read_exchange(handle(), m_head.status)) &&
+           m_route.is_login_required(curl_read_exchange(handle(), m_answer.head().status)) &&
            m_route.try_another_login(handle(), options);
 }
 
@@ -339,25 +335,9 @@ void CURL_TRANSFER::start_repeat()
     m_own_outcome.reset();
     m_is_paused = false;
     m_had_turn = true;
-    m_decision.reset();
-    m_head = {};
-    m_head_bytes = 0;
-    m_is_in_head = false;
+    m_answer = {};
     m_handle.forget_error();
     m_pace.start(CLOCK::now());
-}
-
-/// libcurl ends a transfer with an error status before the callback receives the end of the
-/// headers.
-void CURL_TRANSFER::read_unended_head()
-{
-    if (m_is_in_head)
-        m_head = curl_read_head(handle());
-}
-
-bool CURL_TRANSFER::has_body() const
-{
-    return m_decision && m_decision->action == CURL_BODY_DECISION::ACTION::write;
 }
 
 void CURL_TRANSFER::take_over(const CURL_REQUEST& request, FIO_APPEND_FILE& file)
@@ -370,8 +350,8 @@ void CURL_TRANSFER::take_over(const CURL_REQUEST& request, FIO_APPEND_FILE& file
 void CURL_TRANSFER::finish(CURLcode result)
 {
     if (m_start != CLOCK::time_point())
-        m_duration = CLOCK::now() - m_start;
-    read_unended_head();
+        m_result.duration = CLOCK::now() - m_start;
+    m_answer.read_unended_head(handle());
     // The server has declared a body as complete that isn't the file. One that was cut off, on the
     // other hand, may be the start of the file.
     const bool is_page = result == CURLE_OK && may_be_a_page();
@@ -382,18 +362,17 @@ void CURL_TRANSFER::finish(CURLcode result)
     if ((is_page && !m_target.undo()) ||
         (outcome.curl_code == CURLE_OK && !m_target.create_if_missing()))
         outcome = {CURLE_WRITE_ERROR, m_target.error()};
-    m_ended_before_the_file = outcome.curl_code == CURLE_OK && m_request.expected_size != 0 &&
-                              position() < m_request.expected_size;
+    m_result.is_part = outcome.curl_code == CURLE_OK && m_request.expected_size != 0 &&
+                       m_target.position() < m_request.expected_size;
     // Closed before the result is published, so that readers see the final modification time.
     m_target.close();
 
     if (m_settings.progress_callback != nullptr)
-        m_settings.progress_callback(m_request.data, m_decision ? m_decision->total.value_or(0) : 0,
-                                     m_target.received());
+        m_settings.progress_callback(m_request.data, m_answer.total(), m_target.received());
     store(outcome, answered_status(result));
 }
 
-void CURL_TRANSFER::keep_failure(const CURL_OUTCOME& outcome, int status)
+void CURL_TRANSFER::store(const CURL_OUTCOME& outcome, int status)
 {
     CURL_EXCHANGE exchange;
     const char* url = nullptr;
@@ -402,21 +381,18 @@ void CURL_TRANSFER::keep_failure(const CURL_OUTCOME& outcome, int status)
         exchange = curl_read_exchange(handle(), status);
         curl_easy_getinfo(handle(), CURLINFO_EFFECTIVE_URL, &url);
     }
-    m_failure = curl_failure_of(outcome, exchange);
-    m_failure.server = curl_host_and_port(url != nullptr ? url : m_request.url);
-    m_failure.proxy = curl_redact(m_route.proxy().address());
-    m_failure.proxy_source = m_route.proxy().source();
+    CURL_FAILURE& failure = m_result.failure;
+    failure = curl_failure_of(outcome, exchange);
+    failure.server = curl_host_and_port(url != nullptr ? url : m_request.url);
+    failure.proxy = curl_redact(m_route.proxy().address());
+    failure.proxy_source = m_route.proxy().source();
     if (handle() != nullptr && m_route.is_login_required(exchange))
     {
-        m_failure.proxy_schemes = m_route.offered_schemes();
-        m_failure.login_refused = m_route.has_failed_login() || m_route.is_login_refused();
+        failure.proxy_schemes = m_route.offered_schemes();
+        failure.login_refused = m_route.has_failed_login() || m_route.is_login_refused();
     }
-}
-
-void CURL_TRANSFER::store(const CURL_OUTCOME& outcome, int status)
-{
-    keep_failure(outcome, status);
+    m_result.outcome = outcome;
     // After CONNECT, too.
-    const bool is_login = m_failure.status == curl_proxy_authentication_required;
-    m_result = {outcome, is_login ? curl_proxy_authentication_required : status};
+    const bool is_login = failure.status == curl_proxy_authentication_required;
+    m_result.status = is_login ? curl_proxy_authentication_required : status;
 }

@@ -1,13 +1,13 @@
 #pragma once
 
+#include "support/curl/curl_answer.h"
 #include "support/curl/curl_base_connection.h"
+#include "support/curl/curl_failure.h"
 #include "support/curl/curl_handle.h"
 #include "support/curl/curl_pace.h"
 #include "support/curl/curl_request.h"
 #include "support/curl/curl_route.h"
 #include "support/curl/curl_target.h"
-
-#include <curl/curl.h>
 
 #include <chrono>
 #include <functional>
@@ -26,13 +26,9 @@ public:
 
     CURL_TRANSFER(CURL_REQUEST request, const CURL_CONNECTION_SETTINGS& settings,
                   FIO_FLUSHER& flusher);
-    ~CURL_TRANSFER();
-    CURL_TRANSFER(const CURL_TRANSFER&) = delete;
-    CURL_TRANSFER& operator=(const CURL_TRANSFER&) = delete;
 
-    /// Opens the local file if it exists, and sets up the request. If it returns false, the
-    /// transfer has already ended: with an error, or successfully when the file has its expected
-    /// size.
+    /// Opens the local file if it exists, and sets up the request. \return false when the transfer
+    /// has already ended: with an error, or because the file has its expected size
     bool prepare();
     CURL* handle() const { return m_handle.get(); }
 
@@ -57,19 +53,14 @@ public:
 
     /// Called when a body has begun that will be written, before its first byte is.
     void set_body_callback(std::function<void()> callback) { m_on_body = std::move(callback); }
-    /// Where the part that it writes ends. May be moved while it runs, but not to before
-    /// `position`; 0: with the complete file.
-    void set_end(std::uint64_t end) { m_target.set_end(end); }
-    /// Where the next byte that it receives belongs in the complete file.
-    std::uint64_t position() const { return m_target.position(); }
-    /// Where the bytes that it has written end.
-    std::uint64_t written() const { return m_target.written(); }
+    /// The file, or the part of it, that it writes. Its end may be moved while the transfer runs,
+    /// but not to before its position.
+    CURL_TARGET& target() { return m_target; }
     /// What identifies the version of the file that is received; empty before the body has begun,
     /// or when the server offers no such thing or the file has another size.
     std::string validator() const;
 
-    /// Whether a body has begun that is written.
-    bool has_body() const;
+    bool has_body() const { return m_answer.is_written(); }
     /// Whether `take_over` may be called.
     bool can_take_over() const { return has_body() && !m_own_outcome; }
     /// Lets the transfer of a piece continue in the file itself, which is open and ends where the
@@ -84,12 +75,6 @@ public:
     bool is_logging_in() const { return m_route.is_login_untried(); }
     /// Of a transfer that has ended.
     const CURL_RESULT& result() const { return m_result; }
-    const CURL_FAILURE& failure() const { return m_failure; }
-    /// From the first request to the end; empty if nothing was requested.
-    std::optional<CLOCK::duration> duration() const { return m_duration; }
-    /// Whether the file is still incomplete although the transfer has ended successfully, because
-    /// only a part of it was to be written.
-    bool ended_before_the_file() const { return m_ended_before_the_file; }
 
 private:
     static std::size_t on_header(char* text, std::size_t size, std::size_t count, void* self);
@@ -98,16 +83,13 @@ private:
     void set_options(CURL_OPTIONS& options);
     bool take_header(std::string_view line);
     bool take_head();
-    void read_unended_head();
     bool take_body(const char* bytes, std::size_t size);
     void obey_rate_limit(std::size_t received);
     bool start_body();
     bool may_be_a_page() const;
     bool write_collected();
-    /// \return whether the caller wants the transfer to continue
     bool report_progress();
-    /// The first outcome of several counts.
-    /// \return false
+    /// The first outcome of several counts. \return false
     bool end_with(CURL_OUTCOME outcome);
     CURL_OUTCOME judge(const CURL_OUTCOME& result);
     bool follow_redirect(CURL_OPTIONS& options);
@@ -115,7 +97,6 @@ private:
     bool try_another_login(CURL_OPTIONS& options);
     int answered_status(CURLcode result) const;
     void store(const CURL_OUTCOME& outcome, int status);
-    void keep_failure(const CURL_OUTCOME& outcome, int status);
 
     CURL_REQUEST m_request;
     const CURL_CONNECTION_SETTINGS& m_settings;
@@ -126,21 +107,14 @@ private:
     CURL_TARGET m_target;
     CURL_PACE m_pace;
     CURL_ROUTE m_route;
-    std::uint64_t m_skipped = 0; ///< bytes of the body skipped
-    CLOCK::time_point m_start;   ///< of the first request
-    std::optional<CLOCK::duration> m_duration;
+    CLOCK::time_point m_start; ///< of the first request
 
-    CURL_RESPONSE_HEAD m_head;
+    CURL_ANSWER m_answer;
     bool m_follows_redirect = false; ///< the request was ended to follow it by another proxy
     bool m_is_paused = false;
     bool m_had_turn = true; ///< since the last call of `keep_going`, libcurl could receive
     bool m_requests_range = false;
-    bool m_is_in_head = false;    ///< the header lines of an answer have begun and not ended
-    std::size_t m_head_bytes = 0; ///< of all answers of a chain of redirects together
-    std::optional<CURL_BODY_DECISION> m_decision;
     std::optional<CURL_OUTCOME> m_own_outcome; ///< why this side ended the transfer
     std::function<void()> m_on_body;
     CURL_RESULT m_result;
-    CURL_FAILURE m_failure;
-    bool m_ended_before_the_file = false;
 };

@@ -143,6 +143,26 @@ TEST_F(Manager, RemovesThePiecesOfACorruptFile)
     EXPECT_FALSE(std::filesystem::exists(dir / "dl/.pieces"));
 }
 
+TEST_F(Manager, RefetchesAFileWhosePiecesWereCorrupt)
+{
+    builder.component("one").pattern_content(40'000'000, 1);
+    load();
+    server.serve("/one.run", SERVED_BODY::of_pattern(40'000'000, 2),
+                 {FAULT::trickle(1'000'000, 10ms)});
+    server.set_etag("/one.run", "\"v1\"");
+    EXPECT_FALSE(attempt());
+    const std::size_t before = server.request_count("/one.run");
+    EXPECT_GT(before, 1U);
+    EXPECT_EQ(on_disk("one.run").size(), 40'000'000U);
+    EXPECT_FALSE(std::filesystem::exists(dir / "dl/.pieces"));
+    server.serve("/one.run", content_of("one"), {FAULT::trickle(1'000'000, 10ms)});
+    server.set_etag("/one.run", "\"v1\"");
+    EXPECT_TRUE(attempt());
+    EXPECT_EQ(server.request_count("/one.run"), before + 1) << "from one server";
+    EXPECT_TRUE(on_disk("one.run") == content_of("one"));
+    EXPECT_FALSE(std::filesystem::exists(dir / "dl/.pieces"));
+}
+
 TEST_F(Manager, RemovesThePiecesOfAFileThatIsCompleteAlready)
 {
     builder.component("one").pattern_content(3000, 1);
