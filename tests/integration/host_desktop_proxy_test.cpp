@@ -89,6 +89,7 @@ TEST_F(HostDesktop, IsOverruledByTheEnvironment)
 
 TEST_F(HostDesktop, IsNotNeeded)
 {
+    environment["XDG_CURRENT_DESKTOP"] = "GNOME";
     for (const char* modules : {"", "/nonexistent"})
     {
         environment["GIO_MODULE_DIR"] = modules;

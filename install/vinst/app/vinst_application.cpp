@@ -6,10 +6,8 @@
 #include "support/afcq/afcq_style.h"
 
 #include <QApplication>
-#include <QByteArray>
 
 #include <cstdlib>
-#include <vector>
 
 namespace
 {
@@ -42,44 +40,6 @@ void follow_screen_resolution()
         Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);
 }
 
-/// Sets environment variables and restores the previous values.
-class SCOPED_ENVIRONMENT
-{
-public:
-    void set(const char* name, const QByteArray& value)
-    {
-        m_saved.push_back({name, qEnvironmentVariableIsSet(name), qgetenv(name)});
-        qputenv(name, value);
-    }
-    void unset(const char* name)
-    {
-        m_saved.push_back({name, qEnvironmentVariableIsSet(name), qgetenv(name)});
-        qunsetenv(name);
-    }
-    SCOPED_ENVIRONMENT() = default;
-    SCOPED_ENVIRONMENT(const SCOPED_ENVIRONMENT&) = delete;
-    SCOPED_ENVIRONMENT& operator=(const SCOPED_ENVIRONMENT&) = delete;
-    ~SCOPED_ENVIRONMENT()
-    {
-        for (const SAVED& saved : m_saved)
-        {
-            if (saved.was_set)
-                qputenv(saved.name, saved.value);
-            else
-                qunsetenv(saved.name);
-        }
-    }
-
-private:
-    struct SAVED
-    {
-        const char* name;
-        bool was_set;
-        QByteArray value;
-    };
-    std::vector<SAVED> m_saved;
-};
-
 }
 
 void gate_qt_messages()
@@ -88,15 +48,11 @@ void gate_qt_messages()
         previous_handler = qInstallMessageHandler(filter_message);
 }
 
-std::unique_ptr<QApplication> make_application(char** argv, bool with_windows)
+std::unique_ptr<QCoreApplication> make_application(char** argv, bool with_windows)
 {
-    static int argument_count = 1; // QApplication keeps a reference
-    SCOPED_ENVIRONMENT environment;
+    static int argument_count = 1; // the application object keeps a reference
     if (!with_windows)
-    {
-        environment.set("QT_QPA_PLATFORM", "offscreen");
-        environment.unset("QT_QPA_PLATFORMTHEME"); // a desktop's theme may want a display
-    }
+        return std::make_unique<QCoreApplication>(argument_count, argv);
     follow_screen_resolution();
     is_making_application = true;
     auto application = std::make_unique<QApplication>(argument_count, argv);

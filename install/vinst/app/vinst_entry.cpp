@@ -241,11 +241,12 @@ int install_vinst_run(int argc, char** argv, bool gui_host)
         return stopped_early;
     }
 
-    std::unique_ptr<QApplication> application = make_application(argv, with_windows);
+    std::unique_ptr<QCoreApplication> application = make_application(argv, with_windows);
     // Not earlier: connecting to a display may hang, and until here a signal can end the process
     // safely.
     VINST_STOP_SIGNALS signals;
-    const int exit_code = run_with_message_boxes(argc, argv, gui_host);
+    const int exit_code = with_windows ? run_with_message_boxes(argc, argv, gui_host)
+                                       : run_with_application(argc, argv, gui_host);
     application.reset();
     signals.end_by_signal();
     return exit_code;

@@ -12,6 +12,9 @@
 #include <QTimer>
 #include <QUrl>
 
+#include <algorithm>
+#include <array>
+
 namespace
 {
 
@@ -60,6 +63,17 @@ void log_failure(const QString& reason)
 QString desktop_proxy_helper_path()
 {
     return library_directory() + "/vinst_desktop_proxy";
+}
+
+bool is_in_desktop_session()
+{
+    // GIO and libproxy choose the settings that they read by the first five.
+    constexpr std::array names{"XDG_CURRENT_DESKTOP",      "DESKTOP_SESSION",
+                               "GNOME_DESKTOP_SESSION_ID", "KDE_FULL_SESSION",
+                               "MATE_DESKTOP_SESSION_ID",  "DISPLAY",
+                               "WAYLAND_DISPLAY"};
+    return std::any_of(names.begin(), names.end(),
+                       [](const char* name) { return !qEnvironmentVariableIsEmpty(name); });
 }
 
 CURL_PROXY_INFO ask_desktop_for_proxy(const QString& helper, const QString& url,

@@ -12,6 +12,10 @@
 /// the program on Linux only.
 QString desktop_proxy_helper_path();
 
+/// Whether the process belongs to a desktop, whose settings then count. Asking for them outside of
+/// one would only delay the first request.
+bool is_in_desktop_session();
+
 inline constexpr std::chrono::milliseconds longest_desktop_query{3000};
 
 /// The proxy that the desktop's settings name for a URL; empty if they name none. Runs a helper,

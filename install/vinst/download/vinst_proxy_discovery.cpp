@@ -177,7 +177,8 @@ CURL_PROXY_INFO VINST_PROXY_DISCOVERY::system_proxy() const
     const QNetworkProxyQuery query(QUrl(m_release.download_url()), QNetworkProxyQuery::UrlRequest);
     const QList<QNetworkProxy> proxies = QNetworkProxyFactory::systemProxyForQuery(query);
     if (proxies.isEmpty() || proxies.first().type() == QNetworkProxy::NoProxy)
-        return host_platform() == "linux" ? desktop_proxy() : CURL_PROXY_INFO();
+        return host_platform() == "linux" && is_in_desktop_session() ? desktop_proxy()
+                                                                     : CURL_PROXY_INFO();
     const QNetworkProxy& found = proxies.first();
     CURL_PROXY_INFO proxy =
         checked_proxy(found.hostName(), QString::number(found.port()), scheme_of(found));
