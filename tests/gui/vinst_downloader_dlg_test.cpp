@@ -605,6 +605,28 @@ TEST_F(Dialog, FitsASmallScreen)
     expect_fits_small_screen(*dialog->findChild<VINST_LOG_VIEWER_DLG*>());
 }
 
+TEST_F(Dialog, ShowsItsStatusWithoutScrollingOnASmallScreen)
+{
+    builder.component("veltrin_base");
+    builder.component("act").data_type("install").no_file();
+    open();
+    check_auto_install();
+    for (const QSize& size : {QSize(1024, 600), small_screen})
+    {
+        dialog->resize(size);
+        QApplication::processEvents();
+        ASSERT_LE(dialog->height(), size.height());
+        for (const char* name : {"m_download_status_gropbox", "m_download_message_label",
+                                 "m_total_download_progress_bar", "m_download_button"})
+        {
+            const auto& widget = find<QWidget>(name);
+            EXPECT_EQ(widget.visibleRegion().boundingRect(), widget.rect()) << name;
+            const QRect place(widget.mapTo(dialog.get(), QPoint(0, 0)), widget.size());
+            EXPECT_TRUE(dialog->rect().contains(place)) << name;
+        }
+    }
+}
+
 TEST_F(Dialog, CanBeUsedByTheKeyboardInReadingOrder)
 {
     builder.component("one");
