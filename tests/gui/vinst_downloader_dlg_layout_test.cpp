@@ -79,6 +79,17 @@ TEST_F(DialogLayout, ShowsFourteenRowsAtItsDefaultSize)
     EXPECT_GE(visible_rows(), 14) << "with the install options";
 }
 
+TEST_F(DialogLayout, ShowsTheStatusOnAScreenOfSixHundredPixels)
+{
+    open_with_rows(30);
+    check_auto_install();
+    resize({1016, 560});
+    const QLabel& status_label = find<QLabel>("m_download_message_label");
+    EXPECT_EQ(status_label.visibleRegion().boundingRect().size(), status_label.size())
+        << "scrolled out of view";
+    EXPECT_GE(visible_rows(), 3);
+}
+
 TEST_F(DialogLayout, FoldsTheInstallOptionsWhenTheyDoNotApply)
 {
     open_with_rows(3);
@@ -192,7 +203,7 @@ TEST_F(DialogLayout, FiltersTheTreeByKeyboardAlone)
     open_with_rows(12);
     QApplication::setActiveWindow(dialog.get());
     AFCQ_SEARCH_EDIT& filter = find<AFCQ_SEARCH_EDIT>("m_filter_edit");
-    EXPECT_EQ(dialog->focusWidget(), &tree());
+    EXPECT_TRUE(QTest::qWaitFor([this] { return dialog->focusWidget() == &tree(); }, long_wait));
     QTest::keyClick(dialog.get(), Qt::Key_F, Qt::ControlModifier);
     EXPECT_EQ(dialog->focusWidget(), &filter);
     QTest::keyClicks(&filter, "part_1");

@@ -635,7 +635,7 @@ TEST_F(Dialog, CanBeUsedByTheKeyboardInReadingOrder)
     open();
     check_auto_install();
     QApplication::setActiveWindow(dialog.get());
-    tree().setFocus();
+    find<QLineEdit>("m_filter_edit").setFocus();
     QStringList order;
     for (int i = 0; i < 40; ++i)
     {
@@ -650,10 +650,11 @@ TEST_F(Dialog, CanBeUsedByTheKeyboardInReadingOrder)
             order.append(name);
         QTest::keyClick(focus, Qt::Key_Tab);
     }
-    EXPECT_EQ(order, QStringList({"m_download_treeview", "m_description_scroll_area", "m_line_edit",
-                                  "m_browse_button", "m_install_options_groupbox",
-                                  "m_agree_license_checkbox", "m_license_agreement_label",
-                                  "m_line_edit", "m_browse_button", "m_all_actions_checkbox",
-                                  "m_action_checkbox_act", "m_settings_button", "m_help_button",
-                                  "m_log_button", "m_download_button", "m_close_button"}));
+    EXPECT_EQ(order,
+              QStringList({"m_filter_edit", "m_download_treeview", "m_description_scroll_area",
+                           "m_line_edit", "m_browse_button", "m_install_options_groupbox",
+                           "m_agree_license_checkbox", "m_license_agreement_label", "m_line_edit",
+                           "m_browse_button", "m_all_actions_checkbox", "m_action_checkbox_act",
+                           "m_settings_button", "m_help_button", "m_log_button",
+                           "m_download_button", "m_close_button"}));
 }

@@ -119,6 +119,8 @@ void VINST_DOWNLOADER_DLG::set_up_header()
     fill_dialog_header(*m_ui->m_title_label, *m_ui->m_version_label, *m_ui->m_logo_label,
                        m_release);
     m_ui->m_license_agreement_label->setOpenExternalLinks(false);
+    // A text that can be selected would get the focus by a click.
+    m_ui->m_component_title_label->setFocusPolicy(Qt::NoFocus);
 }
 
 void VINST_DOWNLOADER_DLG::set_up_connections()
@@ -187,7 +189,8 @@ void VINST_DOWNLOADER_DLG::set_up_filter()
 {
     AFCQ_SEARCH_EDIT& edit = *m_ui->m_filter_edit;
     m_ui->m_no_match_label->hide();
-    m_ui->m_download_treeview->setFocus();
+    // Not the filter, which is first. Later, because the tree would make a row the current one.
+    QTimer::singleShot(0, m_ui->m_download_treeview, qOverload<>(&QWidget::setFocus));
     connect(&edit, &QLineEdit::textChanged, this,
             [this](const QString& text)
             { m_ui->m_no_match_label->setHidden(m_ui->m_download_treeview->set_filter(text)); });
