@@ -35,6 +35,12 @@ TEST(MessageBoxRules, DivideALongMessageAtItsFirstEmptyLine)
     EXPECT_EQ(parts.details, "Failed:\n" + lines(80));
 }
 
+TEST(MessageBoxRules, KeepTheIndentationOfTheDetails)
+{
+    EXPECT_EQ(divided_message("All failed.\n\n\n" + lines(80) + "\n").details, lines(80));
+    EXPECT_EQ(divided_message("Failed:\n" + lines(80)).details, lines(80));
+}
+
 TEST(MessageBoxRules, DivideALongMessageAfterItsFirstLineOtherwise)
 {
     EXPECT_EQ(divided_message("Failed:\n" + lines(80)).sentence, "Failed:");

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <QClipboard>
+#include <QDialogButtonBox>
 #include <QPlainTextEdit>
 #include <QTest>
 
@@ -74,6 +75,9 @@ TEST(MessageBox, ShowsALongListInAPaneThatCanBeCopied)
                              return;
                          look.stop();
                          size = box->size();
+                         const QWidget& text = *box->findChild<QWidget*>("m_details_text");
+                         const QWidget& buttons = *box->findChild<QDialogButtonBox*>();
+                         EXPECT_LT(text.mapTo(box, text.rect().bottomLeft()).y(), buttons.y());
                          shown_details =
                              box->findChild<QPlainTextEdit*>("m_details_text")->toPlainText();
                          QTest::mouseClick(box->findChild<QPushButton*>("m_copy_details_button"),

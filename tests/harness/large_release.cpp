@@ -12,21 +12,25 @@ constexpr double megabyte = 1024.0 * 1024;
 void add_member(RELEASE_BUILDER& builder, const std::string& group, int number)
 {
     const std::string name = group + "_part_" + std::to_string(number);
-    const double size = (number * 37 + 11) * megabyte;
+    const int megabytes = number * 37 + 11;
+    const double size = megabytes * megabyte;
     builder.component(name)
-        .title("Device support of the family " + group + " with the timing models and layouts of " +
-               "all speed grades and packages, part " + std::to_string(number))
+        .title("Device support of " + group + " with the timing models and layouts of all speed " +
+               "grades and packages, part " + std::to_string(number))
         .desc("Timing and layout data.")
         .parent(group)
         .selected(number % 3 != 0)
         .key("size", size)
-        .key("installsize", size * 2);
+        .key("installsize", size * 2)
+        .key("downloadsize_str", QString::number(megabytes) + " MB")
+        .key("installsize_str", QString::number(megabytes * 2) + " MB");
 }
 
 }
 
 void add_many_components(RELEASE_BUILDER& builder)
 {
+    builder.installdir_linux("${user_home_directory}/orvaneFPGA_pro/5.2");
     for (int group = 1; group <= groups; ++group)
     {
         const std::string name = "family_" + std::to_string(group);

@@ -394,7 +394,7 @@ public:
         settle();
         m_photographer.shoot(m_dialog, "large-idle");
         auto& filter = child<QLineEdit>(m_dialog, "m_filter_edit");
-        filter.setText("family_1 7");
+        filter.setText("family_1 part 7");
         settle();
         m_photographer.shoot(m_dialog, "large-filtered");
         filter.clear();
@@ -444,6 +444,7 @@ private:
 
 int main(int argc, char** argv)
 {
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps); // as in the program
     QApplication application(argc, argv);
     const QStringList arguments = QApplication::arguments();
     if (arguments.size() < 2 || arguments.size() > 5)

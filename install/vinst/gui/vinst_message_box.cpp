@@ -7,6 +7,7 @@
 
 #include <QApplication>
 #include <QClipboard>
+#include <QDialogButtonBox>
 #include <QGridLayout>
 #include <QMessageBox>
 #include <QPlainTextEdit>
@@ -64,6 +65,16 @@ void widen(QMessageBox& box)
     grid->addItem(new QSpacerItem(width, 0), grid->rowCount(), 0, 1, grid->columnCount());
 }
 
+void add_above_buttons(QMessageBox& box, QWidget& pane)
+{
+    auto& grid = *qobject_cast<QGridLayout*>(box.layout());
+    auto* const buttons = box.findChild<QDialogButtonBox*>();
+    const int columns = grid.columnCount();
+    grid.removeWidget(buttons);
+    grid.addWidget(&pane, grid.rowCount(), 0, 1, columns);
+    grid.addWidget(buttons, grid.rowCount(), 0, 1, columns);
+}
+
 /// \param offer  the text of a second button; empty for none. \return whether it was pressed
 bool show_box(const QString& markup, const QString& details, bool is_error, const QString& offer)
 {
@@ -81,10 +92,8 @@ bool show_box(const QString& markup, const QString& details, bool is_error, cons
         offer.isEmpty() ? nullptr : box.addButton(offer, QMessageBox::ActionRole);
     if (!details.isEmpty())
     {
-        // Above the buttons, in the column of the text. The grid is replaced by later changes to
-        // the box, so this is the last one.
-        auto* const grid = qobject_cast<QGridLayout*>(box.layout());
-        grid->addWidget(make_detail_pane(details), grid->rowCount(), 0, 1, grid->columnCount());
+        // The grid is replaced by later changes to the box, so this is the last one.
+        add_above_buttons(box, *make_detail_pane(details));
     }
     exec_modal(box);
     return second != nullptr && box.clickedButton() == second;

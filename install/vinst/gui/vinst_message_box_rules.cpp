@@ -31,6 +31,18 @@ bool is_short(const QString& text)
            longest_word_in(text) <= longest_word;
 }
 
+/// Leaves the blanks with which the first line may be indented.
+QString without_outer_line_breaks(const QString& text)
+{
+    int begin = 0;
+    int end = text.size();
+    while (begin < end && text[begin] == '\n')
+        ++begin;
+    while (end > begin && text[end - 1] == '\n')
+        --end;
+    return text.mid(begin, end - begin);
+}
+
 QString broken(const QString& word)
 {
     if (word.size() <= longest_unbroken_word)
@@ -61,7 +73,7 @@ VINST_MESSAGE_PARTS divided_message(const QString& text)
     {
         const int end = text.indexOf(separator);
         if (end > 0 && is_short(text.left(end)))
-            return {text.left(end), text.mid(end).trimmed()};
+            return {text.left(end), without_outer_line_breaks(text.mid(end))};
     }
     const QString first_line = text.left(text.indexOf('\n'));
     return {first_line.left(shortened_length).trimmed() + QChar(0x2026), text};
