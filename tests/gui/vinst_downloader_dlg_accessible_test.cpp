@@ -58,6 +58,9 @@ TEST_F(DialogAccessible, EveryControlHasItsRoleNameAndValue)
     tree().setCurrentIndex(tree().model()->index(0, 0));
     const std::vector<HEARD> controls{
         {"m_title_label", QAccessible::StaticText, "Orvane Veltrin Crest Pro Edition"},
+        {"m_version_label", QAccessible::StaticText, "Version 5.2.0.31"},
+        {"m_filter_edit", QAccessible::EditableText, "Filter the components"},
+        {"m_component_title_label", QAccessible::StaticText, "The veltrin_base part"},
         {"m_download_treeview", QAccessible::Tree, "Components", "Components"},
         {"m_description_header_label", QAccessible::StaticText, "Description"},
         {"m_description_label", QAccessible::StaticText,
@@ -120,6 +123,20 @@ TEST_F(DialogAccessible, NoControlIsNameless)
         EXPECT_TRUE(label == nullptr || label->accessibleName().isEmpty())
             << "it would replace the text of " << widget->objectName().toStdString();
     }
+}
+
+TEST_F(DialogAccessible, NoControlOfTheOtherDialogsIsNameless)
+{
+    open_release();
+    for (const char* name : {"VINST_SETTINGS_DLG", "VINST_LOG_VIEWER_DLG"})
+        for (QWidget* const widget : find<QDialog>(name).findChildren<QWidget*>())
+        {
+            const bool is_part = widget->focusProxy() != nullptr ||
+                                 widget->objectName().startsWith("qt_") ||
+                                 widget->focusPolicy() == Qt::NoFocus;
+            EXPECT_TRUE(is_part || interface_of(*widget).text(QAccessible::Name) != "")
+                << name << ": " << widget->objectName().toStdString();
+        }
 }
 
 TEST_F(DialogAccessible, EveryControlHasItsState)

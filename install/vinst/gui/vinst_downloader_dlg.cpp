@@ -189,8 +189,14 @@ void VINST_DOWNLOADER_DLG::set_up_filter()
 {
     AFCQ_SEARCH_EDIT& edit = *m_ui->m_filter_edit;
     m_ui->m_no_match_label->hide();
-    // Not the filter, which is first. Later, because the tree would make a row the current one.
-    QTimer::singleShot(0, m_ui->m_download_treeview, qOverload<>(&QWidget::setFocus));
+    // The tree has the focus at first, although the filter is above it. Later, because the tree
+    // then makes a row the current one.
+    QTimer::singleShot(0, this,
+                       [this, &edit]
+                       {
+                           if (focusWidget() == nullptr || focusWidget() == &edit)
+                               m_ui->m_download_treeview->setFocus();
+                       });
     connect(&edit, &QLineEdit::textChanged, this,
             [this](const QString& text)
             { m_ui->m_no_match_label->setHidden(m_ui->m_download_treeview->set_filter(text)); });
