@@ -83,6 +83,7 @@ TEST_F(HostDesktop, IsOverruledByTheEnvironment)
     environment["no_proxy"] = "*";
     run_in_session(manual_settings(other), {"--test-download"});
     EXPECT_EQ(output, "Testing internet connection ... \nINFO: Proxy server: , port:\n"
+                      "INFO: No proxy: excluded by no_proxy\n"
                       "Test download -> success\n")
         << errors;
 }

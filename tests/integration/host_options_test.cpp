@@ -357,6 +357,28 @@ TEST_F(HostOptions, OfProxiesNameTheServerAndThePort)
     EXPECT_EQ(server.request_count(), 0U);
 }
 
+TEST_F(HostOptions, TestTheConnectionAndNameWhatDecidesOnTheProxy)
+{
+    const std::string proxy = "127.0.0.1:" + std::to_string(server.port());
+    const std::string attempt = "Testing internet connection ... \nINFO: Proxy server: ";
+    const std::string named =
+        "127.0.0.1, port:" + std::to_string(server.port()) + "\nINFO: Proxy source: --proxy\n";
+    run({"--test-download", "--proxy", proxy});
+    EXPECT_EQ(output, attempt + named + "Test download -> success\n");
+
+    environment["http_proxy"] = "http://" + proxy;
+    for (const char* variable : {"no_proxy", "NO_PROXY"})
+    {
+        environment[variable] = "127.0.0.1";
+        run({"--test-download"});
+        EXPECT_EQ(output, attempt + ", port:\nINFO: No proxy: excluded by " + variable +
+                              "\nTest download -> success\n");
+        run({"--test-download", "--proxy", proxy});
+        EXPECT_EQ(output, attempt + named + "Test download -> success\n") << variable;
+        environment.erase(variable);
+    }
+}
+
 TEST_F(HostOptions, GiveTheProxyAUserWhosePasswordMayBeEmpty)
 {
     // The server acts as a proxy that asks for a user once.

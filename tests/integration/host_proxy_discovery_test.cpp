@@ -426,7 +426,10 @@ TEST_F(HostDiscovery, FetchesItsFilesDirectlyDespiteTheEnvironment)
     environment["ALL_PROXY"] = "http://127.0.0.1:9";
     environment["no_proxy"] = origin_address;
     test_download();
-    expect_found("127.0.0.1", proxy.port(), "WPAD, http://wpad/wpad.dat");
+    EXPECT_EQ(output,
+              attempt("", "") + "INFO: No proxy: excluded by no_proxy\n" +
+                  attempt("127.0.0.1", std::to_string(proxy.port()), "WPAD, http://wpad/wpad.dat") +
+                  "Test download -> success\n");
 }
 
 TEST_F(HostDiscovery, IsDisabledByTheEnvironment)

@@ -350,7 +350,9 @@ void VINST_OPTIONS::test_connection()
 {
     VINST_MESSAGES::instance().echo_to_console = true;
     const std::unique_ptr<VINST_CONSOLE_VIEW> view = make_view();
-    const VINST_CONNECTION_RESULT result = run_connection_test(*release, *view, proxy_settings());
+    VINST_PROXY_SETTINGS settings = proxy_settings();
+    settings.is_inquiry = true;
+    const VINST_CONNECTION_RESULT result = run_connection_test(*release, *view, settings);
     if (gui_host)
         report_early(result.works ? message("MSG_TEST_DOWNLOAD_SUCCESSFUL") : result.error,
                      !result.works, gui_host);

@@ -16,6 +16,11 @@ void VINST_CONSOLE_VIEW::show_proxy_source(const std::string& source)
     print_text("INFO: Proxy source: " + curl_plain_text(source) + "\n");
 }
 
+void VINST_CONSOLE_VIEW::show_proxy_exclusion(const std::string& variable)
+{
+    print_text("INFO: No proxy: excluded by " + curl_plain_text(variable) + "\n");
+}
+
 std::unique_ptr<VINST_CONSOLE_VIEW> make_console_view()
 {
     if (stdout_is_terminal())

@@ -11,6 +11,7 @@ class VINST_CONSOLE_VIEW : public VINST_DOWNLOADER_VIEW
 public:
     void show_connection_attempt(const std::string& host, const std::string& port) override;
     void show_proxy_source(const std::string& source) override;
+    void show_proxy_exclusion(const std::string& variable) override;
 
     /// Prints the line above the blocks of all attempts.
     virtual void start() = 0;

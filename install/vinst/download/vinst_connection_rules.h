@@ -13,6 +13,9 @@ struct VINST_PROXY_SETTINGS
     std::string password;
     bool use_default_proxy = true; ///< the system's proxy, and discovery when that fails
     std::string source = {};       ///< what names the server, for messages
+    /// The user asks about the connection: shown is also what names a proxy that the user has
+    /// given, and what excludes the server from proxies.
+    bool is_inquiry = false;
 };
 
 /// What a connection test does after an attempt that failed.

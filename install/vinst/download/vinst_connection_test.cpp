@@ -136,7 +136,7 @@ VINST_CONNECTION_RESULT VINST_CONNECTION_TEST::try_proxies(const VINST_PROXY_SET
     for (int attempt = 1;; ++attempt)
     {
         proxy = proxy_for(m_release.test_url(), setting);
-        const VINST_FETCH_RESULT result = fetch(proxy, settings.use_default_proxy, path);
+        const VINST_FETCH_RESULT result = fetch(proxy, settings, path);
         if (has_the_test_file(result, path))
         {
             report(message("TEST_DOWNLOAD_RESULTS", "success"), false);
@@ -187,7 +187,8 @@ std::chrono::milliseconds VINST_CONNECTION_TEST::time_left() const
     return std::chrono::duration_cast<std::chrono::milliseconds>(m_end - m_limits.now());
 }
 
-VINST_FETCH_RESULT VINST_CONNECTION_TEST::fetch(const CURL_PROXY_INFO& proxy, bool is_detected,
+VINST_FETCH_RESULT VINST_CONNECTION_TEST::fetch(const CURL_PROXY_INFO& proxy,
+                                                const VINST_PROXY_SETTINGS& settings,
                                                 const std::string& path)
 {
     const std::string host = curl_plain_text(curl_redact(proxy.host()));
@@ -195,8 +196,7 @@ VINST_FETCH_RESULT VINST_CONNECTION_TEST::fetch(const CURL_PROXY_INFO& proxy, bo
     run_log().info("  Proxy Server: %s, Port:%s", host, proxy.port());
     log_source(proxy);
     m_view.show_connection_attempt(host, proxy.port());
-    if (is_detected && proxy.has_host() && !proxy.source().empty())
-        m_view.show_proxy_source(proxy.source());
+    show_source(proxy, settings);
     run_log().debug("test download file path: %s", path);
 
     // Each attempt starts without a file, because the file of an earlier one may have any content.
@@ -206,6 +206,18 @@ VINST_FETCH_RESULT VINST_CONNECTION_TEST::fetch(const CURL_PROXY_INFO& proxy, bo
     VINST_FETCH fetch{utf8(m_release.test_url()), path, proxy, limit * 10 / 11};
     fetch.time_limit = limit;
     return fetch_file(fetch, m_view);
+}
+
+void VINST_CONNECTION_TEST::show_source(const CURL_PROXY_INFO& proxy,
+                                        const VINST_PROXY_SETTINGS& settings)
+{
+    if (proxy.source().empty())
+        return;
+    // In a download, users are shown only what they don't know.
+    if (proxy.has_host() && (settings.use_default_proxy || settings.is_inquiry))
+        m_view.show_proxy_source(proxy.source());
+    else if (!proxy.has_host() && settings.is_inquiry)
+        m_view.show_proxy_exclusion(proxy.source());
 }
 
 bool VINST_CONNECTION_TEST::has_the_test_file(const VINST_FETCH_RESULT& result,

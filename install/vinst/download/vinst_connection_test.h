@@ -53,9 +53,9 @@ private:
                                         const std::string& path, CURL_PROXY_INFO& proxy);
     CURL_PROXY_INFO first_proxy(const VINST_PROXY_SETTINGS& settings) const;
     std::chrono::milliseconds time_left() const;
-    /// \param is_detected  whether the user doesn't know the proxy, so that its source is shown
-    VINST_FETCH_RESULT fetch(const CURL_PROXY_INFO& proxy, bool is_detected,
+    VINST_FETCH_RESULT fetch(const CURL_PROXY_INFO& proxy, const VINST_PROXY_SETTINGS& settings,
                              const std::string& path);
+    void show_source(const CURL_PROXY_INFO& proxy, const VINST_PROXY_SETTINGS& settings);
     bool has_the_test_file(const VINST_FETCH_RESULT& result, const std::string& path) const;
 
     VINST_RELEASE& m_release;

@@ -49,8 +49,11 @@ public:
     virtual void show_connection_attempt(const std::string& /*host*/, const std::string& /*port*/)
     {
     }
-    /// What names the proxy of the attempt; called after it if the proxy was detected.
+    /// What names the proxy of the attempt; called after it, in a download only if the proxy was
+    /// detected.
     virtual void show_proxy_source(const std::string&) {}
+    /// The variable because of which the attempt uses no proxy; called after it.
+    virtual void show_proxy_exclusion(const std::string& /*variable*/) {}
 
     /// The installer of one of the components that are installed is about to run.
     /// \param number  of this installer, from 1
