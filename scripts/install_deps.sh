@@ -30,6 +30,7 @@ for argument in "$@"; do
         test) packages+=(libgtest-dev libgmock-dev nginx-light squid tinyproxy dante-server iproute2 xvfb
                          dbus-daemon dconf-gsettings-backend glib-networking gsettings-desktop-schemas libglib2.0-bin
                          libkf5config-bin libproxy1-plugin-kconfig libproxy1-plugin-webkit
+                         krb5-kdc krb5-admin-server krb5-user
                          openssl tmux ca-certificates curl tzdata binutils clang-format clang-tidy
                          e2fsprogs mount util-linux strace python3-yaml
                          pandoc man-db mandoc bsdextrautils bash-completion zsh fish

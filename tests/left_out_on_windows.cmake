@@ -6,7 +6,7 @@ set(VINST_LEFT_OUT_ON_WINDOWS
   # These run hosts and servers as Linux processes. On Linux, the same files also test the Windows
   # hosts, by running them through Wine.
   "host_.*_test" desktop_session host_setup slow_resolver failing_libcurl faulty_disk vinst_release_test
-  child_process server_process nginx_server proxy_server socks_server network_namespace silent_name_server
+  child_process server_process nginx_server kerberos_realm proxy_server socks_server network_namespace silent_name_server
   test_authority ext4_disk window_driver
   # Tests without a host process that need those servers.
   curl_downloader_network_test curl_downloader_test vinst_connection_test_test

@@ -1,5 +1,7 @@
 #include "tests/harness/proxy_server.h"
 
+#include "tests/harness/kerberos_realm.h"
+
 #include <filesystem>
 #include <pwd.h>
 #include <stdexcept>
@@ -87,7 +89,18 @@ std::string PROXY_SERVER::login_settings(const SQUID_LOGIN& login) const
     // A helper reports in this way that it can't decide.
     m_dir.write("refuse", "#!/bin/sh\nwhile read -r request; do echo 'BH no'; done\n");
     std::filesystem::permissions(m_dir / "refuse", std::filesystem::perms::owner_all);
-    if (login.negotiate)
+    if (login.realm != nullptr)
+    {
+        // The helper is run by squid's user, who can't read the realm's directory. Its cache of
+        // replays would be a file outside of the test's directories.
+        m_dir.write("krb5.conf", login.realm->configuration());
+        std::filesystem::copy_file(login.realm->keytab(), m_dir / "keytab",
+                                   std::filesystem::copy_options::overwrite_existing);
+        add("negotiate", "/usr/bin/env KRB5_CONFIG=" + here +
+                             "/krb5.conf KRB5RCACHENAME=none: " + helpers +
+                             "negotiate_kerberos_auth -k " + here + "/keytab -s GSS_C_NO_NAME");
+    }
+    else if (login.negotiate)
         add("negotiate", here + "/refuse");
     if (login.ntlm)
         add("ntlm", here + "/refuse");

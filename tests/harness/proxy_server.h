@@ -3,6 +3,8 @@
 #include "tests/harness/server_process.h"
 #include "tests/harness/temp_dir.h"
 
+class KERBEROS_REALM;
+
 enum class PROXY_ENGINE
 {
     tinyproxy,
@@ -18,8 +20,9 @@ struct SQUID_LOGIN
     bool ntlm = false;      ///< the same
     bool digest = false;
     bool basic = false;
-    std::string digest_password = {}; ///< if it differs from the password
-    std::string also_listen = {};     ///< another address of this machine
+    std::string digest_password = {};      ///< if it differs from the password
+    std::string also_listen = {};          ///< another address of this machine
+    const KERBEROS_REALM* realm = nullptr; ///< Negotiate accepts the tickets of its users
 };
 
 /// An HTTP proxy on a loopback port that forwards to any server, including HTTPS by CONNECT. With a
