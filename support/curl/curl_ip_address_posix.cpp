@@ -1,16 +1,13 @@
-#include "support/curl/curl_ip_address.h"
+#include "support/curl/curl_ip_address_platform.h"
 
 #include <arpa/inet.h>
 
-std::optional<std::vector<unsigned char>> curl_parse_ip_address(const std::string& text)
+bool curl_read_ip_v4(const std::string& text, unsigned char* bytes)
 {
-    constexpr std::size_t v4_bytes = 4;
-    constexpr std::size_t v6_bytes = 16;
-    std::vector<unsigned char> bytes(v6_bytes);
-    if (::inet_pton(AF_INET6, text.c_str(), bytes.data()) == 1)
-        return bytes;
-    bytes.resize(v4_bytes);
-    if (::inet_pton(AF_INET, text.c_str(), bytes.data()) == 1)
-        return bytes;
-    return std::nullopt;
+    return ::inet_pton(AF_INET, text.c_str(), bytes) == 1;
+}
+
+bool curl_read_ip_v6(const std::string& text, unsigned char* bytes)
+{
+    return ::inet_pton(AF_INET6, text.c_str(), bytes) == 1;
 }
