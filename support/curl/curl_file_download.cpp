@@ -14,6 +14,7 @@ namespace
 {
 
 constexpr std::size_t join_block = 4 * 1024 * 1024; // bytes joined between two looks at the network
+
 constexpr int partial_content = 206;
 
 std::uint64_t size_on_disk(const std::string& path)
@@ -135,7 +136,7 @@ void CURL_FILE_DOWNLOAD::take_over_pieces()
         }
         if (stored.begin + size <= end || (!m_pieces.empty() && stored.begin < end))
         {
-            m_joined.push_back({stored.path, stored.begin + size}); // it adds nothing
+            m_joined.push_back({stored.path, stored.begin, stored.begin + size}); // it adds nothing
             continue;
         }
         auto piece = std::make_unique<PIECE>();
@@ -321,9 +322,9 @@ void CURL_FILE_DOWNLOAD::join_some()
         return stop();
     if (!m_file.is_open() && !open_to_join())
         return;
-    if (!m_joined.empty())
+    m_waits_for_flush = must_flush_joined_pieces();
+    if (m_waits_for_flush)
         return wait_for_flush();
-    m_waits_for_flush = false;
     if (m_pieces.empty() || m_pieces.front()->begin > m_file.size())
         return leave_joined_file();
     const PIECE& first = *m_pieces.front();
@@ -346,9 +347,22 @@ bool CURL_FILE_DOWNLOAD::open_to_join()
     return !m_is_over;
 }
 
+/// The joined pieces and the next one may take as much space twice as the largest piece could have:
+/// half of what was missing when the run began. So there is seldom more than one flush to wait for.
+bool CURL_FILE_DOWNLOAD::must_flush_joined_pieces() const
+{
+    if (m_joined.empty())
+        return false;
+    if (m_pieces.empty() || m_pieces.front()->begin > m_file.size())
+        return true; // nothing more to join now
+    std::uint64_t twice = m_pieces.front()->end() - m_pieces.front()->begin;
+    for (const JOINED_PIECE& piece : m_joined)
+        twice += piece.end - piece.begin;
+    return twice > (m_request.expected_size - *m_request.counted_from) / 2;
+}
+
 void CURL_FILE_DOWNLOAD::wait_for_flush()
 {
-    m_waits_for_flush = true;
     if (const std::error_code error = m_flusher.error_of(m_file); error)
         end_joining({CURLE_WRITE_ERROR, "Cannot write " + m_request.path + ": " + error.message()});
     else if (!m_flusher.is_flushing(m_request.path) && !m_flusher.request(m_file))
@@ -378,11 +392,15 @@ void CURL_FILE_DOWNLOAD::leave_joined_file()
 
 void CURL_FILE_DOWNLOAD::append_from(const PIECE& piece, std::uint64_t offset)
 {
+    const std::uint64_t before = m_file.size();
     const auto most = static_cast<std::size_t>(
         std::min<std::uint64_t>(join_block, piece.end() - piece.begin - offset));
     if (!m_file.append_from(piece.path, offset, most))
         return make_room_after({CURLE_WRITE_ERROR, m_file.error()});
-    m_flusher.request(m_file);
+    // The end of a piece is flushed in any case; before, no more should be left to flush than
+    // usual.
+    if (before / curl_flush_block != m_file.size() / curl_flush_block)
+        m_flusher.request(m_file);
 }
 
 /// A piece takes its space twice until it is joined. On a full disk the last ones are given up, so
@@ -404,7 +422,7 @@ void CURL_FILE_DOWNLOAD::leave_first_piece()
 {
     PIECE& first = *m_pieces.front();
     m_flusher.request(m_file);
-    m_joined.push_back({first.path, first.end()});
+    m_joined.push_back({first.path, first.begin, first.end()});
     if (first.transfer != nullptr)
     {
         m_main = first.transfer;

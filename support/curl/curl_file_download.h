@@ -14,8 +14,7 @@
 /// later part, a piece, into a file of its own; when the main transfer arrives where that begins,
 /// its bytes are appended, and its connection becomes the main transfer. So the file on disk is the
 /// beginning of the complete one at any time, and what a run leaves, the next one takes over. A
-/// piece is removed once its bytes are flushed in the file; the next one is joined after that, so
-/// that no more than one takes its space twice. Used by one thread.
+/// piece is removed once its bytes are flushed in the file. Used by one thread.
 class CURL_FILE_DOWNLOAD
 {
 public:
@@ -65,7 +64,8 @@ private:
     struct JOINED_PIECE
     {
         std::string path;
-        std::uint64_t end = 0; ///< in the complete file
+        std::uint64_t begin = 0; ///< in the complete file
+        std::uint64_t end = 0;
     };
 
     std::uint64_t end_of(std::size_t piece) const;
@@ -81,6 +81,7 @@ private:
     bool is_caught_up() const;
     void join_some();
     bool open_to_join();
+    bool must_flush_joined_pieces() const;
     void wait_for_flush();
     void remove_flushed_pieces();
     void leave_joined_file();

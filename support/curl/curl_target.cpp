@@ -9,8 +9,8 @@
 namespace
 {
 
-constexpr std::size_t write_block = 256 * 1024;         // bytes collected for one write
-constexpr std::uint64_t flush_block = 64 * 1024 * 1024; // bytes
+constexpr std::size_t write_block = 256 * 1024; // bytes collected for one write
+
 constexpr auto longest_in_memory = std::chrono::milliseconds(300);
 
 }
@@ -130,7 +130,7 @@ bool CURL_TARGET::undo()
 bool CURL_TARGET::flush_now_and_then(TIME now)
 {
     const std::uint64_t unflushed = m_received - m_flushed;
-    if (unflushed >= flush_block || (unflushed > 0 && now - m_last_flush >= m_flush_interval))
+    if (unflushed >= curl_flush_block || (unflushed > 0 && now - m_last_flush >= m_flush_interval))
     {
         m_flusher.request(m_file);
         m_flushed = m_received;

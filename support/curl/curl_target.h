@@ -11,6 +11,9 @@
 
 class FIO_FLUSHER;
 
+/// A growing file is flushed after this many bytes.
+inline constexpr std::uint64_t curl_flush_block = 64 * 1024 * 1024;
+
 /// The file that a transfer writes: the complete one, or a piece of it. Received bytes are
 /// collected and written in blocks; the file is flushed in the background. Positions are offsets in
 /// the complete file. Used by one thread.

@@ -158,7 +158,7 @@ TEST_P(RefusedPieces, LeaveTheFileToOneConnection)
 
 TEST_P(RefusedPieces, AreNotRequestedAgainInTheSameRun)
 {
-    server.set_faults("/f", {GetParam().fault.for_ranges(), slow});
+    server.set_faults("/f", {GetParam().fault.for_ranges(), FAULT::trickle(100'000, 20ms)});
     fetch_all();
     const std::size_t before = server.request_count("/f");
     EXPECT_GT(before, 1U);
