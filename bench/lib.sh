@@ -51,6 +51,7 @@ worker_processes 1;
 $([ "$(id -u)" = 0 ] && echo "user root;")
 events { worker_connections 64; }
 http {
+  log_format milliseconds '\$msec';
   access_log off;
   sendfile on;
   client_body_temp_path $work/nginx/body;
@@ -115,3 +116,78 @@ median() {
 }
 
 ratio() { awk -v part="$1" -v whole="$2" 'BEGIN { printf "%.2f", part / whole }'; }
+
+# draw NAME TITLE COMMANDS: runs commands of gnuplot that plot the table on standard input, which they
+# read as "$work/chart", and writes docs/images/NAME.svg.
+draw() {
+  local name=$1 title=$2 commands=$3
+  cat > "$work/chart"
+  mkdir -p "$root/docs/images"
+  gnuplot <<EOT || fail "gnuplot failed"
+set terminal svg size 720,400 dynamic background rgb 'white' font 'sans-serif,13'
+set output '$root/docs/images/$name.svg'
+set title '$title' noenhanced
+set grid ytics lc rgb '#dddddd'
+set border 3
+set tics nomirror out
+set style fill solid 0.85 noborder
+set linetype 1 lc rgb '#2c6fbb'
+set linetype 2 lc rgb '#e07b39'
+set linetype 3 lc rgb '#5a9e57'
+set linetype 4 lc rgb '#8a5fa8'
+chart = '$work/chart'
+$commands
+EOT
+  echo "chart: docs/images/$name.svg"
+}
+
+# draw_ratios NAME TITLE: bars from lines "label ratio", with a line at 1.
+draw_ratios() {
+  draw "$1" "$2" '
+set ylabel "ratio (less is better)"
+set yrange [0:*]
+set boxwidth 0.6
+set xtics rotate by -20 noenhanced
+set arrow from graph 0, first 1 to graph 1, first 1 nohead dt 2 lc rgb "#555555"
+plot chart using 0:2:xtic(1) with boxes lt 1 notitle, chart using 0:2:(sprintf("%.2f", $2)) with labels offset 0,0.6 notitle'
+}
+
+# draw_series NAME TITLE XLABEL YLABEL [COMMANDS]: lines from rows "series x y", those of a series in sequence.
+draw_series() {
+  local table series plots=
+  table=$(cat)
+  for series in $(printf '%s\n' "$table" | awk '!seen[$1]++ { print $1 }'); do
+    plots+="${plots:+, }chart using 2:(strcol(1) eq '$series' ? \$3 : NaN) with linespoints pt 7 ps 0.4 lw 2 title '$series' noenhanced"
+  done
+  printf '%s\n' "$table" | draw "$1" "$2" "
+set xlabel '$3'
+set ylabel '$4'
+set yrange [0:*]
+set key outside right top
+${5:-}
+plot $plots"
+}
+
+# ratios_of PEER...: prints "vinst/PEER-wall RATIO" and the same for the CPU time, from the table.
+ratios_of() {
+  local peer
+  for peer in "$@"; do
+    echo "$peer-wall $(ratio "$(median vinst 2)" "$(median "$peer" 2)")"
+    echo "$peer-CPU $(ratio "$(median vinst 3)" "$(median "$peer" 3)")"
+  done
+}
+
+# Limits the memory of this shell and its children to 512 MiB, page cache included. Returns false if it can't.
+limit_memory() {
+  local group
+  if group=/sys/fs/cgroup/memory && [ -w $group/tasks ]; then
+    group=$group/vinst_bench.$$
+    mkdir "$group" && echo 512M > "$group/memory.limit_in_bytes" && echo "$BASHPID" > "$group/tasks"
+  elif group=/sys/fs/cgroup && [ -w $group/cgroup.procs ]; then
+    group=$group/vinst_bench.$$
+    mkdir "$group" && echo 512M > "$group/memory.max" && echo "$BASHPID" > "$group/cgroup.procs"
+  else
+    false
+  fi
+}
+unlimit_memory() { rmdir /sys/fs/cgroup/memory/vinst_bench.$$ /sys/fs/cgroup/vinst_bench.$$ 2>/dev/null || true; }

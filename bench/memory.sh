@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Measures the peak memory of a verified download of one small and of one huge file.
+# Measures the peak memory of a verified download over the size of the file.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 # shellcheck source=bench/lib.sh
@@ -8,16 +8,17 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 if [ $# -gt 0 ]; then
   echo "Usage: bench/memory.sh"
   echo
-  echo "Fetches a file of 1 MiB and one of 10 GiB from nginx on loopback and prints the peak memory of"
-  echo "each run in KiB. The 10 GiB are written below TMPDIR (default /tmp), which must have the room."
+  echo "Fetches files of 1 MiB to 10 GiB from nginx on loopback, prints the peak memory of each run in"
+  echo "KiB, and draws it. The 10 GiB are written below TMPDIR (default /tmp), which must have the room."
   [ "$1" = --help ] && exit 0 || exit 2
 fi
 
-need_tools nginx curl md5sum cmake awk
+need_tools nginx curl gnuplot md5sum cmake awk
 command time -f %e true 2>/dev/null || fail "The benchmark needs GNU time. Run scripts/install_deps.sh bench."
 build_release
 begin_work 1000000000 # never in memory: the file itself would count there
-for size in 1M 10G; do
+sizes=(1M 100M 1G 10G)
+for size in "${sizes[@]}"; do
   rm -rf "$work/files" "$work/down"
   mkdir "$work/files" "$work/down"
   printf 'works\n' > "$work/files/test.txt"
@@ -32,3 +33,7 @@ for size in 1M 10G; do
   nginx_pid=
 done
 echo "peak memory, KiB: $(median 1M 4) for 1 MiB, $(median 10G 4) for 10 GiB"
+for size in "${sizes[@]}"; do
+  echo "vinst $(numfmt --from=iec --to-unit=1Mi --format=%f "$size") $(median "$size" 4 | awk '{ print $1 / 1024 }')"
+done | draw_series bench-memory 'Peak memory of a download over the file size' 'MiB of the file' 'MiB of memory' \
+  'set logscale x 10'

@@ -35,19 +35,6 @@ serve "$work/files" "limit_rate $rate;"
 write_manifest "$work/files"
 bytes=$(stat -c %s "$work/files/file.bin")
 
-limit_memory() { # of this shell and its children, to 512 MiB
-  local group
-  if group=/sys/fs/cgroup/memory && [ -w $group/tasks ]; then
-    group=$group/vinst_bench.$$
-    mkdir "$group" && echo 512M > "$group/memory.limit_in_bytes" && echo "$BASHPID" > "$group/tasks"
-  elif group=/sys/fs/cgroup && [ -w $group/cgroup.procs ]; then
-    group=$group/vinst_bench.$$
-    mkdir "$group" && echo 512M > "$group/memory.max" && echo "$BASHPID" > "$group/cgroup.procs"
-  else
-    false
-  fi
-}
-
 export vinst_manifest=$work/manifest.json HOME=$work
 (
   limit_memory 2>/dev/null || echo "No memory cgroup can be made: all memory is used." >&2
@@ -56,7 +43,7 @@ export vinst_manifest=$work/manifest.json HOME=$work
       printf '%s %s\n' "$EPOCHREALTIME" "$line"
     done > "$work/output"
 )
-rmdir /sys/fs/cgroup/memory/vinst_bench.$$ /sys/fs/cgroup/vinst_bench.$$ 2>/dev/null || true
+unlimit_memory
 grep -q ' Download successful$' "$work/output" || { tail -n 20 "$work/output" >&2; fail "vinst did not succeed"; }
 
 awk -v last_byte="$(stat -c %.9Y "$work/down/file.bin")" -v bytes="$bytes" '

@@ -35,7 +35,7 @@ for argument in "$@"; do
                          e2fsprogs mount util-linux strace python3-yaml
                          pandoc man-db mandoc bsdextrautils bash-completion zsh fish
                          desktop-file-utils appstream shared-mime-info python3-jsonschema) ;;
-        bench) packages+=(nginx-light aria2 curl openssl time) ;;
+        bench) packages+=(nginx-light aria2 curl wget2 openssl time gnuplot-nox iproute2 e2fsprogs mount) ;;
         package) packages+=(pandoc debhelper fakeroot dpkg-dev lintian debootstrap git iproute2 mount util-linux
                             binutils faketime patchelf qt5-qmake libqt5svg5 perl xz-utils) ;;
         screenshots) packages+=(libgtest-dev libgmock-dev xvfb util-linux fonts-dejavu-core pngquant) ;;
