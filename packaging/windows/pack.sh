@@ -113,7 +113,7 @@ done
 # The variables in single quotes are for makensis.
 # shellcheck disable=SC2016
 {
-    echo "!macro LAY_DOWN_FILES"
+    echo "!macro LAY_DOWN_FILES DIRECTORY"
     for directory in . "${directories[@]}"; do
         in_it=()
         for path in "${files[@]}"; do
@@ -121,13 +121,19 @@ done
         done
         ((${#in_it[@]} > 0)) || continue
         if [[ $directory == . ]]; then
-            echo '  SetOutPath "$INSTDIR"'
+            echo '  SetOutPath "${DIRECTORY}"'
         else
-            printf '  SetOutPath "$INSTDIR\\%s"\n' "${directory//\//\\}"
+            printf '  SetOutPath "${DIRECTORY}\\%s"\n' "${directory//\//\\}"
         fi
         for path in "${in_it[@]}"; do
             printf '  File "%s"\n' "$work/$name/$path"
         done
+    done
+    echo "!macroend"
+
+    echo "!macro EACH_FILE FUNCTION"
+    for path in "${files[@]}"; do
+        printf '  Push "$INSTDIR\\%s"\n  Call ${FUNCTION}\n' "${path//\//\\}"
     done
     echo "!macroend"
 
@@ -186,14 +192,16 @@ rm -f "$out/$name.zip" "$out/$name-setup.exe"
     find "$name" -type f | sort | zip -q -X -D -9 "$work/$name.zip" -@
 )
 kilobytes=$(find "$work/$name" -type f -printf '%s\n' | awk '{ sum += $1 } END { print int((sum + 1023) / 1024) }')
-defines=(-DVERSION="$version" -DNUMBERS="$numbers" -DKILOBYTES="$kilobytes" -DFILES="$work/files.nsh"
-    -DLICENSE="$work/license.txt" -DPICTURE="$work/picture.bmp" -DSETUP="$work/$name-setup.exe")
-defines+=(-DTITLE="$title" -DSUFFIX="$suffix")
+defines=(-DVERSION="$version" -DNUMBERS="$numbers" -DTITLE="$title" -DSUFFIX="$suffix" -DCOMMON="$here/common.nsh"
+    -DFILES="$work/files.nsh" -DUNINSTALLER="$work/uninstall.exe")
 [[ -z $icon ]] || defines+=(-DICON="$icon")
 [[ -z $manifest ]] || defines+=(-DRELEASE_VERSION="$release_version")
 [[ -z $manifest || -z $icon ]] || defines+=(-DRELEASE_ICON="bin\release.ico")
 # Warnings are errors.
-makensis -NOCD -V2 -WX "${defines[@]}" "$here/setup.nsi"
+makensis -NOCD -V2 -WX "${defines[@]}" "$here/uninstall.nsi"
+touch -d "@$epoch" "$work/uninstall.exe"
+makensis -NOCD -V2 -WX "${defines[@]}" -DKILOBYTES="$kilobytes" -DLICENSE="$work/license.txt" \
+    -DPICTURE="$work/picture.bmp" -DSETUP="$work/$name-setup.exe" "$here/setup.nsi"
 chmod 644 "$work/$name-setup.exe"
 mv "$work/$name.zip" "$out/"
 mv "$work/$name-setup.exe" "$out/"

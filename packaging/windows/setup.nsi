@@ -1,13 +1,10 @@
-; The setup program and its uninstaller. pack.sh builds it, and defines VERSION, NUMBERS (the version
-; as four numbers), KILOBYTES, FILES (the macros with the list of files), LICENSE, PICTURE, SETUP, TITLE
-; (the name that users read), SUFFIX (of its registry keys) and optionally ICON; and for a release,
-; RELEASE_VERSION and optionally RELEASE_ICON (of the Start menu entry, relative to the directory).
+; The setup program. pack.sh builds it, and defines SETUP (the program to make), UNINSTALLER (see
+; uninstall.nsi), KILOBYTES, LICENSE, PICTURE and what common.nsh needs.
 ;
-; Command line: /CurrentUser or /AllUsers, /S for unattended mode (by default for the current user),
-; and last /D=DIRECTORY without quotes. Exit codes other than 0:
+; Command line: /CurrentUser or /AllUsers, /S for unattended mode (by default for the current user), /Downgrade
+; to replace a newer version without asking, and last /D=DIRECTORY without quotes. Exit codes other than 0:
 ;      1  cancelled by the user
 ;      2  a file could not be installed; everything was rolled back
-;      5  the uninstaller could not remove all files
 ;     32  files are in use; nothing was changed
 ;     87  wrong command line
 ;    112  not enough space; nothing was changed
@@ -15,70 +12,35 @@
 ;    740  needs administrator rights; nothing was changed
 ;   1150  needs a newer Windows
 ;   1633  needs a 64-bit Windows
-; The codes from 5 on are the Windows error codes.
+;   1638  a newer version is installed; nothing was changed
+; The codes from 32 on are the Windows error codes.
+;
+; An upgrade unpacks the files into the directory setup~new below the target, moves the old version into setup~old
+; below its directory, and the new one into its place. An error until then restores the old version.
 
-Target amd64-unicode
-SetCompressor /SOLID lzma
-ManifestDPIAware true
-ManifestSupportedOS all
-; Needs no rights for the current user; for all users it restarts itself and requests them.
-RequestExecutionLevel user
-AllowSkipFiles off
-
-!define PUBLISHER "Orvane"
-!define PARENT_KEY "Software\Microsoft\Windows\CurrentVersion\Uninstall"
-!define KEY "${PARENT_KEY}\OrvaneVeltrinCrestInstaller${SUFFIX}"
-!define CLASSES "Software\Classes"
-; The type of manifests. It is among those with which the user can open a JSON file, but not the default.
-!define TYPE "Orvane.vinst.manifest${SUFFIX}"
-!define JSON_TYPES "${CLASSES}\.json\OpenWithProgids"
-!ifdef RELEASE_ICON
-  !define SHOWN_ICON "$INSTDIR\${RELEASE_ICON}"
-!else
-  !define SHOWN_ICON "$INSTDIR\bin\vinst.exe"
-!endif
-!define FOLDER "Orvane\${TITLE}"
-
-!include MUI2.nsh
-!include nsDialogs.nsh
-!include LogicLib.nsh
-!include FileFunc.nsh
-!include WinVer.nsh
-!include x64.nsh
-!include "${FILES}"
-
-Name "${TITLE}"
+!define IS_SETUP
+!define DESCRIPTION "${TITLE} set-up"
+!include "${COMMON}"
+!include WordFunc.nsh
 OutFile "${SETUP}"
-BrandingText "${PUBLISHER} ${TITLE} ${VERSION}"
-ShowInstDetails nevershow
-ShowUninstDetails nevershow
 
-VIProductVersion ${NUMBERS}
-VIFileVersion ${NUMBERS}
-VIAddVersionKey ProductName "${TITLE}"
-VIAddVersionKey ProductVersion "${VERSION}"
-VIAddVersionKey FileVersion "${VERSION}"
-VIAddVersionKey FileDescription "${TITLE} set-up"
-VIAddVersionKey CompanyName "${PUBLISHER}"
-VIAddVersionKey LegalCopyright "${PUBLISHER}"
-
-Var Mode         ; AllUsers or CurrentUser
-Var ModeGiven    ; the same, if given on the command line
 Var DirGiven     ; as given by /D=
 Var Begun        ; 1 after the first change
-Var OldDir       ; directory of an older version for the same users
-Var CreatedDir   ; the topmost directory that setup creates
-Var InUse        ; a file that is in use
+Var IsInPlace    ; 1 after the first file of the new version was moved to its place
+Var OldDir       ; directory of the installed version for the same users, or empty
+Var OldVersion   ; its version, size and CreatedDirectory, and that of its release
+Var OldSize
+Var OldCreated
+Var OldRelease
+Var Winner       ; which of two files with the same path remains: source or target
 Var ModePage
 Var ForMeButton
 Var ForAllButton
 
 !ifdef ICON
   !define MUI_ICON "${ICON}"
-  !define MUI_UNICON "${ICON}"
 !else
   !define MUI_ICON "${NSISDIR}\Contrib\Graphics\Icons\box-install.ico"
-  !define MUI_UNICON "${NSISDIR}\Contrib\Graphics\Icons\box-uninstall.ico"
 !endif
 !define MUI_WELCOMEFINISHPAGE_BITMAP "${PICTURE}"
 !define MUI_ABORTWARNING
@@ -93,155 +55,7 @@ Page custom ShowModePage LeaveModePage
 !define MUI_FINISHPAGE_RUN_FUNCTION StartProgram
 !insertmacro MUI_PAGE_FINISH
 
-!insertmacro MUI_UNPAGE_CONFIRM
-!insertmacro MUI_UNPAGE_INSTFILES
-
 !insertmacro MUI_LANGUAGE English
-
-; ---- Setup and uninstaller ----------------------------------------------------------------------
-
-; Quits with a message, which unattended mode doesn't show.
-!macro LEAVE CODE TEXT
-  MessageBox MB_OK|MB_ICONSTOP "${TEXT}" /SD IDOK
-  SetErrorLevel ${CODE}
-  Quit
-!macroend
-!define Leave "!insertmacro LEAVE"
-
-!macro SHARED_FUNCTIONS UN
-  ; Reads the users from the command line into $ModeGiven.
-  Function ${UN}ReadCommandLine
-    StrCpy $ModeGiven ""
-    ${GetParameters} $0
-    ClearErrors
-    ${GetOptions} $0 "/AllUsers" $1
-    ${IfNot} ${Errors}
-      StrCpy $ModeGiven AllUsers
-    ${EndIf}
-    ClearErrors
-    ${GetOptions} $0 "/CurrentUser" $1
-    ${IfNot} ${Errors}
-      ${If} $ModeGiven != ""
-        ${Leave} 87 "Only one of /AllUsers and /CurrentUser can be given."
-      ${EndIf}
-      StrCpy $ModeGiven CurrentUser
-    ${EndIf}
-    ClearErrors
-  FunctionEnd
-
-  ; Selects the registry, the Start menu and the folders of the users in $Mode from here on.
-  Function ${UN}EnterMode
-    SetRegView 64
-    ${If} $Mode == AllUsers
-      SetShellVarContext all
-    ${Else}
-      SetShellVarContext current
-    ${EndIf}
-  FunctionEnd
-
-  ; Stores the file path from the stack in $InUse if the file can't be opened for writing.
-  Function ${UN}NoteIfInUse
-    Exch $0
-    Push $1
-    ${If} ${FileExists} "$0"
-      ClearErrors
-      FileOpen $1 "$0" a
-      ${If} ${Errors}
-        StrCpy $InUse $0
-      ${Else}
-        FileClose $1
-      ${EndIf}
-      ClearErrors
-    ${EndIf}
-    Pop $1
-    Pop $0
-  FunctionEnd
-
-  ; Asks to close the program for as long as a file in $INSTDIR is in use.
-  Function ${UN}WaitUntilFree
-    ${Do}
-      StrCpy $InUse ""
-      !insertmacro EACH_PROGRAM_FILE ${UN}NoteIfInUse
-      Push "$INSTDIR\uninstall.exe"
-      ${If} "${UN}" == ""
-        Call ${UN}NoteIfInUse
-      ${Else}
-        Pop $0 ; may be the running program
-      ${EndIf}
-      ${If} $InUse == ""
-        ${ExitDo}
-      ${EndIf}
-      MessageBox MB_RETRYCANCEL|MB_ICONEXCLAMATION "The ${TITLE} is running. Close it and try again.$\r$\n$\r$\nThis file is in use:$\r$\n$InUse" /SD IDCANCEL IDRETRY +3
-      SetErrorLevel 32
-      Abort "$InUse is in use."
-    ${Loop}
-  FunctionEnd
-
-  ; Removes the directory on the stack and its parents up to $CreatedDir, if they are empty.
-  Function ${UN}RemoveEmptyDirectories
-    Exch $0
-    Push $1
-    Push $2
-    RMDir "$0"
-    ${If} $CreatedDir != ""
-      StrLen $1 $CreatedDir
-      ${Do}
-        ${GetParent} $0 $0
-        StrLen $2 $0
-        ${If} $2 < $1
-          ${ExitDo}
-        ${EndIf}
-        RMDir "$0"
-      ${Loop}
-    ${EndIf}
-    ClearErrors
-    Pop $2
-    Pop $1
-    Pop $0
-  FunctionEnd
-
-  ; Makes the desktop read the types of files again.
-  Function ${UN}NotifyOfTypes
-    System::Call 'shell32::SHChangeNotify(i 0x08000000, i 0, p 0, p 0)'
-  FunctionEnd
-
-  ; Removes the Start menu entry and the registry keys if they belong to $INSTDIR.
-  Function ${UN}Unregister
-    ReadRegStr $0 SHCTX "${KEY}" InstallLocation
-    ${If} $0 == $INSTDIR
-      Delete "$SMPROGRAMS\${TITLE}.lnk"
-      DeleteRegKey SHCTX "${CLASSES}\${TYPE}"
-      DeleteRegValue SHCTX "${JSON_TYPES}" "${TYPE}"
-      DeleteRegKey /ifempty SHCTX "${JSON_TYPES}"
-      DeleteRegKey /ifempty SHCTX "${CLASSES}\.json"
-      DeleteRegKey SHCTX "${KEY}"
-      Call ${UN}NotifyOfTypes
-      ${If} $Mode == CurrentUser
-        ; These keys may exist only for this program in a user's registry. The machine's always has them.
-        DeleteRegKey /ifempty HKCU "${PARENT_KEY}"
-        DeleteRegKey /ifempty HKCU "${CLASSES}"
-      ${EndIf}
-    ${EndIf}
-  FunctionEnd
-
-  ; Removes all installed files except the uninstaller. Errors mean that a file remains.
-  Function ${UN}RemoveFiles
-    SetOutPath "$TEMP" ; the current directory can't be removed
-    !insertmacro REMOVE_FILES
-    ${If} ${Errors}
-      StrCpy $0 1
-    ${Else}
-      StrCpy $0 0
-    ${EndIf}
-    !insertmacro REMOVE_DIRECTORIES
-    ClearErrors
-    ${If} $0 = 1
-      SetErrors
-    ${EndIf}
-  FunctionEnd
-!macroend
-!insertmacro SHARED_FUNCTIONS ""
-!insertmacro SHARED_FUNCTIONS "un."
 
 ; ---- Installing ---------------------------------------------------------------------------------
 
@@ -408,92 +222,309 @@ Function FindMissing
   ${Loop}
 FunctionEnd
 
-; Removes an older version first, with its own uninstaller, which knows its files.
-Function RemoveOldVersion
-  ReadRegStr $OldDir SHCTX "${KEY}" InstallLocation
-  ReadRegStr $CreatedDir SHCTX "${KEY}" CreatedDirectory
-  ClearErrors
-  ${If} $OldDir == ""
-  ${OrIfNot} ${FileExists} "$OldDir\uninstall.exe"
-    StrCpy $OldDir ""
-    StrCpy $CreatedDir ""
-    Return
-  ${EndIf}
-  ${Do}
-    ClearErrors
-    ExecWait '"$OldDir\uninstall.exe" /S /$Mode _?=$OldDir' $0
-    ${If} ${Errors}
-      StrCpy $0 2
-    ${EndIf}
-    ${If} $0 = 0
+; ---- Replacing the old version ----
+
+; $3: the first file or directory in the directory $0 that is not in use by setup itself; empty if there is none.
+; To move all, ask again after each: an open search would keep the directory from being removed.
+Function FirstEntry
+  Push $2
+  Push $4
+  Push $5
+  FindFirst $2 $3 "$0\*.*"
+  ${DoWhile} $3 != ""
+    ; The new version may be installed below the old one.
+    StrLen $4 "$0\$3\"
+    StrCpy $5 "$INSTDIR\" $4
+    ${If} $3 != "."
+    ${AndIf} $3 != ".."
+    ${AndIf} $3 != "setup~old"
+    ${AndIf} $3 != "setup~new"
+    ${AndIf} $5 != "$0\$3\"
       ${ExitDo}
     ${EndIf}
-    MessageBox MB_RETRYCANCEL|MB_ICONEXCLAMATION "The version in $OldDir could not be removed. If it is running, close it and try again." /SD IDCANCEL IDRETRY +3
-    SetErrorLevel $0
-    Abort "The version in $OldDir could not be removed."
+    FindNext $2 $3
   ${Loop}
-  Delete "$OldDir\uninstall.exe"
-  Push $OldDir
-  Call RemoveEmptyDirectories
+  FindClose $2
+  Pop $5
+  Pop $4
+  Pop $2
+  ClearErrors
 FunctionEnd
 
-Section
-  Call RefuseOthersDirectory
-  Call WaitUntilFree
-  Call RefuseFullDisk
-  Call RemoveOldVersion
-  ; The old version's directory remains if it contains other files.
-  StrCpy $1 $CreatedDir
-  Call FindMissing
-  ${If} $OldDir == $INSTDIR
-  ${AndIf} $1 != ""
-  ${AndIf} ${FileExists} "$1\*.*"
-    StrCpy $CreatedDir $1
-  ${EndIf}
+; Moves everything in the directory $0 to the directory $1, and removes $0. Errors mean that something remains.
+Function MoveAll
+  Push $3
+  CreateDirectory "$1"
+  ${Do}
+    Call FirstEntry
+    ${If} $3 == ""
+      ${ExitDo}
+    ${EndIf}
+    ${IfNot} ${FileExists} "$1\$3"
+      Rename "$0\$3" "$1\$3"
+    ${ElseIf} ${FileExists} "$0\$3\*.*"
+      Push $0
+      Push $1
+      StrCpy $0 "$0\$3"
+      StrCpy $1 "$1\$3"
+      Call MoveAll
+      Pop $1
+      Pop $0
+    ${ElseIf} $Winner == source
+      Delete "$1\$3"
+      Rename "$0\$3" "$1\$3"
+    ${Else}
+      Delete "$0\$3"
+    ${EndIf}
+    ${If} ${Errors}
+      ${ExitDo}
+    ${EndIf}
+  ${Loop}
+  Pop $3
+  RMDir "$0"
+FunctionEnd
 
-  ; First install what is needed to uninstall, in case of later errors.
-  StrCpy $Begun 1
+; A newer version is replaced only if the user agrees. Of a release, its version counts first.
+Function RefuseDowngrade
+  ${GetParameters} $0
   ClearErrors
-  SetOutPath "$INSTDIR"
-  WriteUninstaller "$INSTDIR\uninstall.exe"
+  ${GetOptions} $0 "/Downgrade" $1
+  ${IfNot} ${Errors}
+  ${OrIf} $OldVersion == ""
+    ClearErrors
+    Return
+  ${EndIf}
+  ClearErrors
+  StrCpy $2 0
+  !ifdef RELEASE_VERSION
+    ${If} $OldRelease != ""
+      ${VersionCompare} "$OldRelease" "${RELEASE_VERSION}" $2
+    ${EndIf}
+  !endif
+  ${If} $2 = 0
+    ${WordFind} "$OldVersion" "+" "+1" $0
+    ${WordFind} "$0" "-" "+1" $0
+    ${VersionCompare} "$0.0" "${NUMBERS}" $2
+  ${EndIf}
+  ClearErrors
+  ${If} $2 = 1
+    MessageBox MB_YESNO|MB_ICONQUESTION|MB_DEFBUTTON2 "The newer version $OldVersion is installed. Do you want to replace it with the version ${VERSION}?" /SD IDNO IDYES +3
+    SetErrorLevel 1638
+    Abort "The newer version $OldVersion is installed."
+  ${EndIf}
+FunctionEnd
+
+; A file can't be installed where a directory exists.
+Function RefuseBlocked
+  !insertmacro EACH_FILE RefuseDirectory
+FunctionEnd
+
+Function RefuseDirectory
+  Exch $0
+  ${If} ${FileExists} "$0\*.*"
+    MessageBox MB_OK|MB_ICONSTOP "There is a directory in place of the file $0." /SD IDOK
+    SetErrorLevel 2
+    Abort "There is a directory in place of the file $0."
+  ${EndIf}
+  Pop $0
+FunctionEnd
+
+; Reads what is installed.
+Function FindOldVersion
+  ReadRegStr $OldDir SHCTX "${KEY}" InstallLocation
+  ReadRegStr $OldVersion SHCTX "${KEY}" DisplayVersion
+  ReadRegDWORD $OldSize SHCTX "${KEY}" EstimatedSize
+  ReadRegStr $OldCreated SHCTX "${KEY}" CreatedDirectory
+  ReadRegStr $OldRelease SHCTX "${KEY}" ReleaseVersion
+  ClearErrors
+FunctionEnd
+
+; Completes or undoes an earlier upgrade that was interrupted, as by a power failure.
+Function FinishInterrupted
+  RMDir /r "$INSTDIR\setup~new"
+  ${If} $OldDir != ""
+  ${AndIf} ${FileExists} "$OldDir\setup~old\*.*"
+    ${If} ${FileExists} "$OldDir\uninstall.exe"
+      Call RemoveOldVersion
+    ${Else}
+      Call RestoreOldFiles
+    ${EndIf}
+  ${EndIf}
+  ${IfNot} ${FileExists} "$OldDir\uninstall.exe"
+    StrCpy $OldDir ""
+  ${EndIf}
+  ClearErrors
+FunctionEnd
+
+Function MoveOldVersionAside
+  ${If} $OldDir == ""
+    Return
+  ${EndIf}
+  SetOutPath "$TEMP" ; the current directory can't be moved
+  CreateDirectory "$OldDir\setup~old"
+  StrCpy $0 $OldDir
+  ${Do}
+    Call FirstEntry
+    ${If} $3 == ""
+      ${ExitDo}
+    ${EndIf}
+    Rename "$OldDir\$3" "$OldDir\setup~old\$3"
+    ${If} ${Errors}
+      MessageBox MB_RETRYCANCEL|MB_ICONEXCLAMATION "$OldDir\$3 is in use. Close the programs that use it and try again." /SD IDCANCEL IDRETRY +3
+      SetErrorLevel 32
+      Abort "$OldDir\$3 is in use."
+    ${EndIf}
+  ${Loop}
+FunctionEnd
+
+Function RestoreOldFiles
+  StrCpy $0 "$OldDir\setup~old"
+  StrCpy $1 $OldDir
+  StrCpy $Winner target
+  Call MoveAll
+FunctionEnd
+
+; The old version's own uninstaller knows its files. What else is there belongs to others, and returns to its place.
+Function RemoveOldVersion
+  ClearErrors
+  ExecWait '"$OldDir\setup~old\uninstall.exe" /S /$Mode _?=$OldDir\setup~old' $0
+  ${If} ${Errors}
+  ${OrIf} $0 <> 0
+    ClearErrors ; the next setup tries it again
+    Return
+  ${EndIf}
+  Delete "$OldDir\setup~old\uninstall.exe"
+  Call RestoreOldFiles
+  ClearErrors
+FunctionEnd
+
+; Writes the registry and the Start menu entry for a version in $INSTDIR. Errors mean that something was not written.
+; \param $R0  its version, $R1 its size in KB, $R2 CreatedDirectory, $R3 the version of its release
+Function Register
+  ClearErrors
   WriteRegStr SHCTX "${KEY}" DisplayName "${TITLE}"
-  WriteRegStr SHCTX "${KEY}" DisplayVersion "${VERSION}"
+  WriteRegStr SHCTX "${KEY}" DisplayVersion "$R0"
   WriteRegStr SHCTX "${KEY}" Publisher "${PUBLISHER}"
   WriteRegStr SHCTX "${KEY}" DisplayIcon "${SHOWN_ICON},0"
   WriteRegStr SHCTX "${KEY}" InstallLocation "$INSTDIR"
   WriteRegStr SHCTX "${KEY}" UninstallString '"$INSTDIR\uninstall.exe" /$Mode'
   WriteRegStr SHCTX "${KEY}" QuietUninstallString '"$INSTDIR\uninstall.exe" /S /$Mode'
-  WriteRegDWORD SHCTX "${KEY}" EstimatedSize ${KILOBYTES}
+  WriteRegDWORD SHCTX "${KEY}" EstimatedSize $R1
   WriteRegDWORD SHCTX "${KEY}" NoModify 1
   WriteRegDWORD SHCTX "${KEY}" NoRepair 1
-  WriteRegStr SHCTX "${KEY}" CreatedDirectory "$CreatedDir"
+  WriteRegStr SHCTX "${KEY}" CreatedDirectory "$R2"
+  ${If} $R3 != ""
+    WriteRegStr SHCTX "${KEY}" ReleaseVersion "$R3"
+  ${EndIf}
   WriteRegStr SHCTX "${CLASSES}\${TYPE}" "" "Release manifest"
   WriteRegStr SHCTX "${CLASSES}\${TYPE}\DefaultIcon" "" "${SHOWN_ICON},0"
   WriteRegStr SHCTX "${CLASSES}\${TYPE}\shell\open" FriendlyAppName "${TITLE}"
   WriteRegStr SHCTX "${CLASSES}\${TYPE}\shell\open\command" "" '"$INSTDIR\bin\vinst.exe" --manifest "%1"'
   WriteRegStr SHCTX "${JSON_TYPES}" "${TYPE}" ""
+  SetOutPath "$INSTDIR\bin"
+  CreateShortcut "$SMPROGRAMS\${TITLE}.lnk" "$INSTDIR\bin\vinst.exe" "" "${SHOWN_ICON}"
+  SetOutPath "$TEMP"
+  Call NotifyOfTypes
+FunctionEnd
+
+Section
+  Call FindOldVersion
+  Call RefuseDowngrade
+  Call RefuseOthersDirectory
+  Call RefuseBlocked
+  Call WaitUntilFree
+  ${If} $OldDir != ""
+  ${AndIf} $OldDir != $INSTDIR
+    StrCpy $R4 $INSTDIR
+    StrCpy $INSTDIR $OldDir
+    Call WaitUntilFree
+    StrCpy $INSTDIR $R4
+  ${EndIf}
+  Call RefuseFullDisk
+  Call FinishInterrupted
+  Call FindMissing
+  ${If} $OldCreated != ""
+    ; Directories that the old version's setup has created are still to be removed with this version.
+    StrLen $0 "$OldCreated\"
+    StrCpy $1 "$INSTDIR\" $0
+    ${If} $1 == "$OldCreated\"
+      StrCpy $CreatedDir $OldCreated
+    ${EndIf}
+  ${EndIf}
+
+  StrCpy $Begun 1
+  ClearErrors
+  !insertmacro LAY_DOWN_FILES "$INSTDIR\setup~new"
+  SetOutPath "$INSTDIR\setup~new"
+  File /oname=uninstall.exe "${UNINSTALLER}"
+  SetOutPath "$TEMP"
   ${If} ${Errors}
+    SetErrorLevel 2
     Abort "$INSTDIR can't be written to."
   ${EndIf}
-  !insertmacro LAY_DOWN_FILES
-  SetOutPath "$INSTDIR\bin"
-  ClearErrors
-  CreateShortcut "$SMPROGRAMS\${TITLE}.lnk" "$INSTDIR\bin\vinst.exe" "" "${SHOWN_ICON}"
+
+  Call MoveOldVersionAside
+  StrCpy $IsInPlace 1
+  StrCpy $0 "$INSTDIR\setup~new"
+  StrCpy $1 $INSTDIR
+  StrCpy $Winner source
+  Call MoveAll
   ${If} ${Errors}
-    Abort "The Start-menu entry can't be made."
+    SetErrorLevel 2
+    Abort "$INSTDIR can't be written to."
   ${EndIf}
-  Call NotifyOfTypes
-  SetOutPath "$TEMP"
+  StrCpy $R0 "${VERSION}"
+  StrCpy $R1 "${KILOBYTES}"
+  StrCpy $R2 $CreatedDir
+  StrCpy $R3 ""
+  !ifdef RELEASE_VERSION
+    StrCpy $R3 "${RELEASE_VERSION}"
+  !endif
+  Call Register
+  ${If} ${Errors}
+    SetErrorLevel 2
+    Abort "The program can't be registered."
+  ${EndIf}
+
+  ${If} $OldDir != ""
+    Call RemoveOldVersion
+    ${If} $OldDir != $INSTDIR
+      StrCpy $0 $CreatedDir
+      StrCpy $CreatedDir $OldCreated
+      Push $OldDir
+      Call RemoveEmptyDirectories
+      StrCpy $CreatedDir $0
+    ${EndIf}
+  ${EndIf}
 SectionEnd
 
+; Restores what there was before.
 Function .onInstFailed
-  ${If} $Begun = 1
-    Call RemoveFiles
-    Call Unregister
-    Delete "$INSTDIR\uninstall.exe"
-    Push $INSTDIR
-    Call RemoveEmptyDirectories
+  ${If} $Begun != 1
+    Return
   ${EndIf}
+  SetOutPath "$TEMP"
+  RMDir /r "$INSTDIR\setup~new"
+  ${If} $IsInPlace = 1
+    Call RemoveFiles
+    Delete "$INSTDIR\uninstall.exe"
+    Call Unregister
+  ${EndIf}
+  ${If} $OldDir != ""
+    Call RestoreOldFiles
+    ${If} $IsInPlace = 1
+      StrCpy $R4 $INSTDIR
+      StrCpy $INSTDIR $OldDir
+      StrCpy $R0 $OldVersion
+      StrCpy $R1 $OldSize
+      StrCpy $R2 $OldCreated
+      StrCpy $R3 $OldRelease
+      Call Register
+      StrCpy $INSTDIR $R4
+    ${EndIf}
+  ${EndIf}
+  Push $INSTDIR
+  Call RemoveEmptyDirectories
 FunctionEnd
 
 Function StartProgram
@@ -504,57 +535,3 @@ Function StartProgram
     Exec '"$INSTDIR\bin\vinst.exe"'
   ${EndIf}
 FunctionEnd
-
-; ---- Uninstalling -------------------------------------------------------------------------------
-
-Function un.onInit
-  Call un.ReadCommandLine
-  SetRegView 64
-  StrCpy $Mode $ModeGiven
-  ${If} $Mode == ""
-    StrCpy $Mode CurrentUser
-    ReadRegStr $0 HKCU "${KEY}" InstallLocation
-    ReadRegStr $1 HKLM "${KEY}" InstallLocation
-    ClearErrors
-    ${If} $0 != $INSTDIR
-    ${AndIf} $1 == $INSTDIR
-      StrCpy $Mode AllUsers
-    ${EndIf}
-  ${EndIf}
-  ${If} $Mode == AllUsers
-    UserInfo::GetAccountType
-    Pop $0
-    ${If} $0 != Admin
-      SetErrorLevel 740
-      ${IfNot} ${Silent}
-        ClearErrors
-        ExecShell runas "$INSTDIR\uninstall.exe" "/AllUsers"
-        ${IfNot} ${Errors}
-          SetErrorLevel 0
-        ${EndIf}
-      ${EndIf}
-      Quit
-    ${EndIf}
-  ${EndIf}
-  Call un.EnterMode
-FunctionEnd
-
-Section Uninstall
-  Call un.WaitUntilFree
-  StrCpy $CreatedDir ""
-  ReadRegStr $0 SHCTX "${KEY}" InstallLocation
-  ${If} $0 == $INSTDIR
-    ReadRegStr $CreatedDir SHCTX "${KEY}" CreatedDirectory
-  ${EndIf}
-  Call un.RemoveFiles
-  ${If} ${Errors}
-    ; The entries remain, so that the user can try again.
-    MessageBox MB_OK|MB_ICONEXCLAMATION "Not all files in $INSTDIR could be removed." /SD IDOK
-    SetErrorLevel 5
-    Abort "Not all files could be removed."
-  ${EndIf}
-  Call un.Unregister
-  Delete "$INSTDIR\uninstall.exe"
-  Push $INSTDIR
-  Call un.RemoveEmptyDirectories
-SectionEnd

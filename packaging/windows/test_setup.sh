@@ -10,7 +10,8 @@ Unpacks the archive, and installs, upgrades and uninstalls with the setup progra
 for all users, in a temporary Wine prefix without a display. Prints a line for each check that passes,
 and fails at the first that doesn't.
 
-  --only PART  runs one part: cycles, upgrades, others_files, while_running, errors, or release
+  --only PART  runs one part: cycles, upgrades, others_files, while_running, errors, release,
+               downgrade, failing_upgrade, or
 
 Needs wine64 with wine, nsis, w3m, zip, unzip and binutils (Debian packages); installs nothing.
 END
@@ -25,7 +26,7 @@ if [[ ${1:-} == --help ]]; then
     usage
     exit 0
 fi
-parts=(cycles upgrades others_files while_running errors release)
+parts=(cycles upgrades others_files while_running errors release downgrade failing_upgrade)
 if [[ ${1:-} == --only ]]; then
     [[ " ${parts[*]} " == *" ${2:-} "* ]] || { usage >&2; exit 2; }
     parts=("$2")
@@ -240,7 +241,7 @@ uninstall() {
     directory=$(to_unix "$(value "$1" InstallLocation)")
     command=$(value "$1" QuietUninstallString)
     exits 0 "$command" run_line "$command"
-    # It continues as a copy, so that it can remove itself.
+    # A copy removes it.
     until_ "the uninstaller has removed itself" is_gone "$directory/uninstall.exe"
     until_ "the uninstaller has removed its registry key" has_no_key "$1"
     shut_down
@@ -253,7 +254,7 @@ cycle() {
     installed "$hive" "$mode" "$directory" "$menu"
     place=$(to_unix "$directory")
     uninstall "$hive"
-    gone "$place"
+    until_ "its directory is removed" is_gone "$place"
     unchanged before "uninstalling for $mode"
 }
 
@@ -328,6 +329,7 @@ test_while_running() {
     tree "$place" >"$work/running.files"
     exits 32 "setup while the program runs" run "$setup" /S
     exits 32 "the uninstaller while the program runs" run_line "\"$mine\\uninstall.exe\" /S _?=$mine"
+    exits 32 "the QuietUninstallString while the program runs" run_line "$(value HKCU QuietUninstallString)"
     tree "$place" >"$work/now.files"
     same "nothing changes while the program runs" "$work/running.files" "$work/now.files"
     equal "DisplayVersion" 0.0.1 "$(value HKCU DisplayVersion)"
@@ -427,6 +429,102 @@ test_release() {
     installed HKCU CurrentUser "$mine" "$roaming"
     uninstall HKCU
     unchanged before "uninstalling a release"
+}
+
+# ---- Downgrading ----
+
+test_downgrade() {
+    local newer=$work/newer/vinst-99.0.0-windows-x86_64-setup.exe
+    "$here/pack.sh" "$work/older" 99.0.0 "$work/newer" >"$work/pack" 2>&1 ||
+        { cat "$work/pack" >&2; fail "packaging a newer version failed"; }
+    exits 0 "the newer setup" run "$newer" /S
+    tree "$(to_unix "$mine")" >"$work/newer.files"
+    exits "$((1638 & 255))" "setup over a newer version" run "$setup" /S
+    tree "$(to_unix "$mine")" >"$work/now.files"
+    same "the newer version remains" "$work/newer.files" "$work/now.files"
+    equal "DisplayVersion" 99.0.0 "$(value HKCU DisplayVersion)"
+    exits 0 "setup /Downgrade over a newer version" run "$setup" /S /Downgrade
+    installed HKCU CurrentUser "$mine" "$roaming"
+    exits 0 "setup over the same version" run "$setup" /S
+    installed HKCU CurrentUser "$mine" "$roaming"
+    uninstall HKCU
+
+    # Of a release, its version counts first.
+    local key=${key}_VeltrinCrest_pro_5.2 release
+    for release in 5.2.0.9 5.2.0.31; do
+        printf '[{"data_type": "main", "edition": "pro", "version": "%s"}]' "$release" >"$work/release.json"
+        "$here/pack.sh" --manifest "$work/release.json" "$work/older" 1.0.0 "$work/newer" >"$work/pack" 2>&1 ||
+            { cat "$work/pack" >&2; fail "packaging a release failed"; }
+    done
+    exits 0 "setup with the newer release" run "$work/newer/vinst-1.0.0+pro5.2.0.31-windows-x86_64-setup.exe" /S
+    exits "$((1638 & 255))" "setup with the older release" run "$work/newer/vinst-1.0.0+pro5.2.0.9-windows-x86_64-setup.exe" /S
+    equal "DisplayVersion" 1.0.0+pro5.2.0.31 "$(value HKCU DisplayVersion)"
+    uninstall HKCU
+    unchanged before "a downgrade"
+}
+
+# ---- An upgrade that fails ----
+
+# state NAME DIRECTORY: writes the files with their contents, and the registry, to $work/NAME.state
+state() {
+    shut_down
+    {
+        tree "$2"
+        sums "$2"
+        awk '/^\[/ { wanted = /VeltrinCrestInstaller|Orvane\.vinst/ } wanted && !/^#time=/' "$WINEPREFIX/user.reg" |
+            sed -E 's/^(\[.*\]) [0-9]+$/\1/'
+    } >"$work/$1.state"
+    grep -q DisplayVersion "$work/$1.state" || fail "the registry can't be read"
+}
+
+test_failing_upgrade() {
+    local place lnk="$roaming/Microsoft/Windows/Start Menu/Programs/Veltrin Crest Installer.lnk"
+    place=$(to_unix "$mine")
+    exits 0 "the older setup" run "$older" /S
+    mkdir "$place/theirs"
+    echo theirs >"$place/theirs/file.txt"
+    echo theirs >"$place/bin/their.dll"
+    cp "$lnk" "$work/lnk"
+    state older "$place"
+
+    # The last step fails: the Start menu entry can't be replaced.
+    rm "$lnk"
+    mkdir -p "$lnk/directory"
+    exits 2 "setup that can't make the Start menu entry" run "$setup" /S
+    state now "$place"
+    same "it leaves the older version as it was" "$work/older.state" "$work/now.state"
+    rm -r "$lnk"
+
+    # A file can't be installed: nothing begins.
+    mkdir -p "$place/bin/zlib1.dll/directory"
+    cp "$work/lnk" "$lnk"
+    exits 2 "setup that can't install a file" run "$setup" /S
+    rm -r "$place/bin/zlib1.dll"
+    state now "$place"
+    same "that leaves the older version as it was, too" "$work/older.state" "$work/now.state"
+
+    # What an interrupted setup leaves behind: first before, then after it moved the new version to its place.
+    mkdir -p "$place/setup~new/bin" "$place/setup~old"
+    echo half >"$place/setup~new/bin/vinst.dll"
+    mv "$place/bin" "$place/uninstall.exe" "$place/setup~old/"
+    exits 0 "setup after one that was interrupted" run "$setup" /S
+    gone "$place/setup~new"
+    gone "$place/setup~old"
+    gone "$place/former"
+    there "$place/theirs/file.txt"
+    rm -r "$place/theirs" "$place/bin/their.dll"
+    installed HKCU CurrentUser "$mine" "$roaming"
+
+    uninstall HKCU
+
+    exits 0 "the older setup" run "$older" /S
+    cp -r "$place" "$work/copy"
+    mv "$work/copy" "$place/setup~old"
+    exits 0 "setup after one that was interrupted later" run "$setup" /S
+    gone "$place/setup~old"
+    installed HKCU CurrentUser "$mine" "$roaming"
+    uninstall HKCU
+    unchanged before "an upgrade that fails"
 }
 
 for part in "${parts[@]}"; do
