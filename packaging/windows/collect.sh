@@ -42,7 +42,6 @@ plugins=(
     platforms/qwindows.dll platforms/qoffscreen.dll # the console program uses the second
     imageformats/qgif.dll imageformats/qico.dll imageformats/qsvg.dll
     iconengines/qsvgicon.dll
-    styles/qwindowsvistastyle.dll
 )
 for file in "${ours[@]/#/$bin/}" "$licenses/main.html" "${plugins[@]/#/$sdk/plugins/}"; do
     [[ -f $file ]] || fail "there is no $file"
@@ -150,7 +149,7 @@ install -D -m 644 "$licenses/main.html" "$out/licenses/main.html"
 family_of() { # FILE NAME
     case ${1,,} in
         qt5svg.dll | qsvg.dll | qsvgicon.dll) echo qtsvg ;;
-        qt5*.dll | qwindows.dll | qoffscreen.dll | qgif.dll | qico.dll | qwindowsvistastyle.dll) echo qtbase ;;
+        qt5*.dll | qwindows.dll | qoffscreen.dll | qgif.dll | qico.dll) echo qtbase ;;
         libcurl.dll) echo curl ;;
         libtbb12.dll) echo onetbb ;;
         zlib1.dll) echo zlib ;;

@@ -23,6 +23,8 @@ AllowSkipFiles off
 !else
   !define SHOWN_ICON "$INSTDIR\bin\vinst.exe"
 !endif
+!define APP_PATHS "Software\Microsoft\Windows\CurrentVersion\App Paths"
+!define APP_PATH "${APP_PATHS}\vinst_cli.exe"
 !define FOLDER "Orvane\${TITLE}"
 
 !include MUI2.nsh
@@ -153,8 +155,88 @@ Function NotifyOfTypes
   System::Call 'shell32::SHChangeNotify(i 0x08000000, i 0, p 0, p 0)'
 FunctionEnd
 
+; Opens the key of the environment of the users in $Mode. $1: the key; $0: 0 if it was opened.
+Function OpenEnvironment
+  ; KEY_QUERY_VALUE | KEY_SET_VALUE | KEY_WOW64_64KEY
+  ${If} $Mode == AllUsers
+    System::Call 'advapi32::RegOpenKeyExW(p 0x80000002, w "SYSTEM\CurrentControlSet\Control\Session Manager\Environment", i 0, i 0x0103, *p .r1) i .r0'
+  ${Else}
+    System::Call 'advapi32::RegOpenKeyExW(p 0x80000001, w "Environment", i 0, i 0x0103, *p .r1) i .r0'
+  ${EndIf}
+FunctionEnd
+
+; Reads the variable PATH of the key $1. It may be longer than a string of NSIS, so it is in memory that the caller
+; frees. $2: its type; $4: ";", its value and ";", with space for $INSTDIR\bin behind it; $5: the part that begins
+; with ";$INSTDIR\bin;", or 0.
+Function ReadPath
+  StrCpy $2 2 ; REG_EXPAND_SZ
+  StrCpy $3 0
+  System::Call 'advapi32::RegQueryValueExW(p r1, w "Path", p 0, *i r2r2, p 0, *i r3r3) i .r0'
+  ${If} $0 <> 0
+    StrCpy $2 2
+    StrCpy $3 0
+  ${EndIf}
+  IntOp $0 $3 + 2500
+  System::Alloc $0
+  Pop $4
+  System::Call 'kernel32::lstrcpyW(p r4, w ";")'
+  ${If} $3 > 0
+    IntPtrOp $0 $4 + 2
+    System::Call 'advapi32::RegQueryValueExW(p r1, w "Path", p 0, p 0, p r0, *i r3r3)'
+    System::Call 'kernel32::lstrcatW(p r4, w ";")'
+  ${EndIf}
+  System::Call 'shlwapi::StrStrIW(p r4, w ";$INSTDIR\bin;") p .r5'
+FunctionEnd
+
+; Writes the variable PATH of the key $1, with the type $2, from the memory $4 as ReadPath fills it. Frees that, and
+; closes the key.
+Function WritePath
+  System::Call 'kernel32::lstrlenW(p r4) i .r3'
+  ${If} $3 < 2
+    System::Call 'advapi32::RegDeleteValueW(p r1, w "Path")'
+  ${Else}
+    IntOp $0 $3 * 2
+    IntPtrOp $0 $4 + $0
+    IntPtrOp $0 $0 - 2
+    System::Call '*$0(&i2 0)' ; the last semicolon
+    IntPtrOp $0 $4 + 2
+    IntOp $3 $3 - 1
+    IntOp $3 $3 * 2
+    System::Call 'advapi32::RegSetValueExW(p r1, w "Path", i 0, i r2, p r0, i r3)'
+  ${EndIf}
+  System::Free $4
+  System::Call 'advapi32::RegCloseKey(p r1)'
+  SendMessage ${HWND_BROADCAST} ${WM_SETTINGCHANGE} 0 "STR:Environment" /TIMEOUT=2000
+FunctionEnd
+
+; Removes $INSTDIR\bin from the variable PATH of the users in $Mode.
+Function RemoveFromPath
+  Call OpenEnvironment
+  ${If} $0 <> 0
+    Return
+  ${EndIf}
+  Call ReadPath
+  ${If} $5 P= 0
+    System::Free $4
+    System::Call 'advapi32::RegCloseKey(p r1)'
+    Return
+  ${EndIf}
+  StrLen $0 ";$INSTDIR\bin"
+  IntOp $0 $0 * 2
+  IntPtrOp $0 $5 + $0
+  System::Call 'kernel32::lstrlenW(p r0) i .r3'
+  IntOp $3 $3 + 1
+  IntOp $3 $3 * 2
+  System::Call 'kernel32::RtlMoveMemory(p r5, p r0, p r3)'
+  Call WritePath
+FunctionEnd
+
 ; Removes the Start menu entry and the registry keys if they belong to $INSTDIR.
 Function Unregister
+  ReadRegStr $0 SHCTX "${APP_PATH}" ""
+  ${If} $0 == "$INSTDIR\bin\vinst_cli.exe"
+    DeleteRegKey SHCTX "${APP_PATH}"
+  ${EndIf}
   ReadRegStr $0 SHCTX "${KEY}" InstallLocation
   ${If} $0 == $INSTDIR
     Delete "$SMPROGRAMS\${TITLE}.lnk"
@@ -163,10 +245,12 @@ Function Unregister
     DeleteRegKey /ifempty SHCTX "${JSON_TYPES}"
     DeleteRegKey /ifempty SHCTX "${CLASSES}\.json"
     DeleteRegKey SHCTX "${KEY}"
+    Call RemoveFromPath
     Call NotifyOfTypes
     ${If} $Mode == CurrentUser
       ; These keys may exist only for this program in a user's registry. The machine's always has them.
       DeleteRegKey /ifempty HKCU "${PARENT_KEY}"
+      DeleteRegKey /ifempty HKCU "${APP_PATHS}"
       DeleteRegKey /ifempty HKCU "${CLASSES}"
     ${EndIf}
   ${EndIf}

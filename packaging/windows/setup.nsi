@@ -398,6 +398,22 @@ Function RemoveOldVersion
   ClearErrors
 FunctionEnd
 
+; Appends $INSTDIR\bin to the variable PATH of the users in $Mode, unless it is there. Keeps the errors flag.
+Function AddToPath
+  Call OpenEnvironment
+  ${If} $0 <> 0
+    Return
+  ${EndIf}
+  Call ReadPath
+  ${If} $5 P<> 0
+    System::Free $4
+    System::Call 'advapi32::RegCloseKey(p r1)'
+    Return
+  ${EndIf}
+  System::Call 'kernel32::lstrcatW(p r4, w "$INSTDIR\bin;")'
+  Call WritePath
+FunctionEnd
+
 ; Writes the registry and the Start menu entry for a version in $INSTDIR. Errors mean that something was not written.
 ; \param $R0  its version, $R1 its size in KB, $R2 CreatedDirectory, $R3 the version of its release
 Function Register
@@ -416,6 +432,9 @@ Function Register
   ${If} $R3 != ""
     WriteRegStr SHCTX "${KEY}" ReleaseVersion "$R3"
   ${EndIf}
+  WriteRegStr SHCTX "${KEY}" HelpLink "https://docs.orvane.example/vinst"
+  WriteRegStr SHCTX "${KEY}" URLInfoAbout "https://docs.orvane.example/veltrin"
+  WriteRegStr SHCTX "${APP_PATH}" "" "$INSTDIR\bin\vinst_cli.exe"
   WriteRegStr SHCTX "${CLASSES}\${TYPE}" "" "Release manifest"
   WriteRegStr SHCTX "${CLASSES}\${TYPE}\DefaultIcon" "" "${SHOWN_ICON},0"
   WriteRegStr SHCTX "${CLASSES}\${TYPE}\shell\open" FriendlyAppName "${TITLE}"
@@ -424,6 +443,7 @@ Function Register
   SetOutPath "$INSTDIR\bin"
   CreateShortcut "$SMPROGRAMS\${TITLE}.lnk" "$INSTDIR\bin\vinst.exe" "" "${SHOWN_ICON}"
   SetOutPath "$TEMP"
+  Call AddToPath
   Call NotifyOfTypes
 FunctionEnd
 
@@ -489,6 +509,10 @@ Section
   ${If} $OldDir != ""
     Call RemoveOldVersion
     ${If} $OldDir != $INSTDIR
+      StrCpy $R4 $INSTDIR
+      StrCpy $INSTDIR $OldDir
+      Call RemoveFromPath
+      StrCpy $INSTDIR $R4
       StrCpy $0 $CreatedDir
       StrCpy $CreatedDir $OldCreated
       Push $OldDir

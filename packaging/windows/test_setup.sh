@@ -10,8 +10,8 @@ Unpacks the archive, and installs, upgrades and uninstalls with the setup progra
 for all users, in a temporary Wine prefix without a display. Prints a line for each check that passes,
 and fails at the first that doesn't.
 
-  --only PART  runs one part: cycles, upgrades, others_files, while_running, errors, release,
-               downgrade, failing_upgrade, or
+  --only PART  runs one part: cycles, upgrades, others_files, while_running, errors, release, path,
+               downgrade, or failing_upgrade
 
 Needs wine64 with wine, nsis, w3m, zip, unzip and binutils (Debian packages); installs nothing.
 END
@@ -26,7 +26,7 @@ if [[ ${1:-} == --help ]]; then
     usage
     exit 0
 fi
-parts=(cycles upgrades others_files while_running errors release downgrade failing_upgrade)
+parts=(cycles upgrades others_files while_running errors release path downgrade failing_upgrade)
 if [[ ${1:-} == --only ]]; then
     [[ " ${parts[*]} " == *" ${2:-} "* ]] || { usage >&2; exit 2; }
     parts=("$2")
@@ -156,6 +156,18 @@ key='Software\Microsoft\Windows\CurrentVersion\Uninstall\OrvaneVeltrinCrestInsta
 value() { # HIVE NAME
     run reg query "$1\\$key" /v "$2" | tr -d '\r' | sed -nE "s/^ +$2 +REG_(SZ|DWORD) +//p"
 }
+# value_of KEY NAME: prints a value of the registry; NAME is empty for the key's default
+value_of() {
+    local name=(/ve)
+    [[ -z $2 ]] || name=(/v "$2")
+    run reg query "$1" "${name[@]}" 2>/dev/null | tr -d '\r' | sed -nE 's/^ +.* +REG_SZ +//p'
+}
+app_path='Software\Microsoft\Windows\CurrentVersion\App Paths\vinst_cli.exe'
+# found_in_path PROGRAM: prints the path of a program that Windows finds in a process with the environment of a new logon
+found_in_path() {
+    shut_down
+    run_line "for %%i in ($1) do @echo %%~\$PATH:i" 2>/dev/null | tr -d '\r'
+}
 has_key() { run reg query "$1\\$key" >"$work/key" 2>&1; }
 is_gone() { [[ ! -e $1 ]]; }
 in_use() { [[ $(run_line "type nul >> \"$1\"" 2>&1) == *"haring violation"* ]]; }
@@ -226,6 +238,10 @@ installed() {
     equal "QuietUninstallString" "\"$directory\\uninstall.exe\" /S /$mode" "$(value "$hive" QuietUninstallString)"
     equal "EstimatedSize" "$(printf '0x%x' "$(find "$files" -type f -printf '%s\n' |
         awk '{ sum += $1 } END { print int((sum + 1023) / 1024) }')")" "$(value "$hive" EstimatedSize)"
+    equal "HelpLink" https://docs.orvane.example/vinst "$(value "$hive" HelpLink)"
+    equal "URLInfoAbout" https://docs.orvane.example/veltrin "$(value "$hive" URLInfoAbout)"
+    equal "the App Path of vinst_cli.exe" "$directory\\bin\\vinst_cli.exe" "$(value_of "$hive\\$app_path" '')"
+    equal "vinst_cli in a new console is" "$directory\\bin\\vinst_cli.exe" "$(found_in_path vinst_cli.exe)"
     equal "NoModify" 0x1 "$(value "$hive" NoModify)"
     equal "NoRepair" 0x1 "$(value "$hive" NoRepair)"
     shortcut="$menu/Microsoft/Windows/Start Menu/Programs/Veltrin Crest Installer.lnk"
@@ -363,12 +379,6 @@ test_errors() {
 
 # ---- With a release ----
 
-# value_of KEY NAME: prints a value of the registry; NAME is empty for the key's default
-value_of() {
-    local name=(/ve)
-    [[ -z $2 ]] || name=(/v "$2")
-    run reg query "$1" "${name[@]}" 2>/dev/null | tr -d '\r' | sed -nE 's/^ +.* +REG_SZ +//p'
-}
 release_logs() { grep -rl "Welcome to the Orvane Veltrin Crest Pro Edition 5.2" "$WINEPREFIX"/drive_c/users/*/Temp; }
 has_release_log() { release_logs >/dev/null; }
 
@@ -429,6 +439,28 @@ test_release() {
     installed HKCU CurrentUser "$mine" "$roaming"
     uninstall HKCU
     unchanged before "uninstalling a release"
+}
+
+# ---- PATH ----
+
+test_path() {
+    local long type before_path
+    # Longer than the strings of the setup program, and with an empty part.
+    printf -v long 'C:\\a directory of others\\%04d;' {1..200}
+    for type in REG_EXPAND_SZ REG_SZ; do
+        run reg add 'HKCU\Environment' /v Path /t "$type" /d "$long" /f >/dev/null
+        before_path=$(run reg query 'HKCU\Environment' /v Path)
+        [[ $before_path == *"$type"*"0200;"* ]] || fail "PATH was not set: $before_path"
+        exits 0 "setup with a long PATH" run "$setup" /S
+        exits 0 "setup again" run "$setup" /S
+        equal "the end of PATH" "0200;;$mine\\bin" "$(run reg query 'HKCU\Environment' /v Path | tr -d '\r' |
+            sed -n "s/^ *Path *$type .*\\\\\(0200;.*\)/\1/p")"
+        uninstall HKCU
+        [[ $(run reg query 'HKCU\Environment' /v Path) == "$before_path" ]] || fail "PATH was not restored"
+        ok "PATH is what it was, with the type $type"
+    done
+    run reg delete 'HKCU\Environment' /v Path /f >/dev/null
+    unchanged before "a long PATH"
 }
 
 # ---- Downgrading ----
