@@ -32,7 +32,7 @@ for argument in "$@"; do
                          libkf5config-bin libproxy1-plugin-kconfig libproxy1-plugin-webkit
                          krb5-kdc krb5-admin-server krb5-user
                          openssl tmux ca-certificates curl tzdata binutils clang-format clang-tidy
-                         e2fsprogs mount util-linux strace python3-yaml
+                         e2fsprogs mount util-linux strace python3-yaml libxml2-utils
                          pandoc man-db mandoc bsdextrautils bash-completion zsh fish
                          desktop-file-utils appstream shared-mime-info python3-jsonschema) ;;
         bench) packages+=(nginx-light aria2 curl wget2 openssl time gnuplot-nox iproute2 e2fsprogs mount) ;;
@@ -40,7 +40,8 @@ for argument in "$@"; do
                             binutils faketime patchelf qt5-qmake libqt5svg5 perl xz-utils) ;;
         screenshots) packages+=(libgtest-dev libgmock-dev xvfb util-linux fonts-dejavu-core pngquant) ;;
         windows) packages+=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev googletest wine wine64 nsis
-                            fonts-dejavu-core libqt5svg5 jq w3m zip unzip xz-utils) ;;
+                            fonts-dejavu-core libqt5svg5 jq w3m zip unzip xz-utils
+                            osslsigncode openssl python3) ;;
         --help) usage; exit 0 ;;
         *) echo "install_deps.sh: unknown argument: $argument" >&2; usage >&2; exit 2 ;;
     esac

@@ -5,7 +5,7 @@ cd "$(dirname "$0")/.."
 
 usage() {
     cat <<'END'
-Usage: scripts/windows.sh [--no-tests]
+Usage: scripts/windows.sh [--no-tests] [PACK_OPTION...]
 
 Installs missing packages, cross-builds the Windows programs, runs their tests under Wine, and creates
 a zip file and a setup program in build/windows/dist/.
@@ -13,16 +13,28 @@ a zip file and a setup program in build/windows/dist/.
 The libraries for Windows come from the directory that VINST_WIN64_SDK names, or else from
 ../shared/win64-sdk.tar.xz if it exists. Otherwise packaging/windows/build_sdk.sh builds them from
 Debian's sources, which takes about an hour.
+
+  --no-tests   only builds and packages
+  PACK_OPTION  --icon, --manifest, --name, --sign, --key or --timestamp with a value, for packaging/windows/pack.sh:
+               for the packages of a release, and for signing. The tests of the setup program are for packages
+               without a release
 END
 }
 
 with_tests=true
-case ${1:-} in
-    --help) usage; exit 0 ;;
-    --no-tests) with_tests=false ;;
-    '') ;;
-    *) usage >&2; exit 2 ;;
-esac
+pack_options=(--icon install/hosts/vinst.ico)
+while (($# > 0)); do
+    case $1 in
+        --help) usage; exit 0 ;;
+        --no-tests) with_tests=false; shift ;;
+        --icon | --manifest | --name | --sign | --key | --timestamp)
+            [[ -n ${2:-} ]] || { usage >&2; exit 2; }
+            pack_options+=("$1" "$2")
+            shift 2
+            ;;
+        *) usage >&2; exit 2 ;;
+    esac
+done
 
 say() { printf '\n== %s\n' "$*"; }
 
@@ -104,10 +116,15 @@ version=$(sed -n 's/^project(vinst VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
 rm -rf "$build/dist" "$build/layout"
 mkdir -p "$build/dist"
 packaging/windows/collect.sh "$build/bin" "$build/licenses" "$VINST_WIN64_SDK" "$build/layout"
-packaging/windows/pack.sh --icon install/hosts/vinst.ico "$build/layout" "$version" "$build/dist"
+packaging/windows/pack.sh "${pack_options[@]}" "$build/layout" "$version" "$build/dist"
 if $with_tests; then
     say "Testing the setup program"
-    packaging/windows/test_setup.sh "$build"/dist/*-setup.exe "$build"/dist/*.zip
+    tested=$build/dist
+    if [[ " ${pack_options[*]} " == *" --manifest "* ]]; then
+        tested=$build/dist_without_release
+        packaging/windows/pack.sh --icon install/hosts/vinst.ico "$build/layout" "$version" "$tested"
+    fi
+    packaging/windows/test_setup.sh "$tested/vinst-$version-windows-x86_64-setup.exe" "$tested/vinst-$version-windows-x86_64.zip"
     say "Installing the demo release"
     scripts/windows_demo.sh
 fi

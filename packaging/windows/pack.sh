@@ -4,7 +4,8 @@ set -euo pipefail
 
 usage() {
     cat <<'END'
-Usage: packaging/windows/pack.sh [--icon FILE.ico] [--manifest FILE [--name NAME]] LAYOUT_DIR VERSION OUTPUT_DIR
+Usage: packaging/windows/pack.sh [--icon FILE.ico] [--manifest FILE [--name NAME]]
+           [--sign CERTIFICATE [--key FILE] [--timestamp URL]] LAYOUT_DIR VERSION OUTPUT_DIR
 
 Creates these packages from the output of collect.sh in LAYOUT_DIR:
 
@@ -17,10 +18,18 @@ Creates these packages from the output of collect.sh in LAYOUT_DIR:
                    installed program has its title, such as "Veltrin Crest Pro 5.2 Installer". Releases with
                    different titles can be installed side by side
   --name NAME      the product in that title instead of "Veltrin Crest"
+  --sign CERTIFICATE
+                   signs vinst.exe, vinst_cli.exe, vinst.dll, the uninstaller and the setup program with this
+                   certificate: a PEM file, also with the certificates of its authorities, or a PKCS #12 file (.p12 or
+                   .pfx) with its key. Its password, if it has one, is read from the file VINST_SIGN_PASSWORD_FILE
+  --key FILE       the certificate's key, a PEM file; by default, it is in the same file
+  --timestamp URL  has the time of the signatures confirmed by this server (RFC 3161), so that they remain valid when
+                   the certificate expires
 
 VERSION has the form 1.2.3 or 1.2.3-rc1. The output is reproducible: all files get the time
 SOURCE_DATE_EPOCH, by default that of the last commit.
-Needs makensis (Debian package nsis), perl, w3m and zip; installs nothing.
+Needs makensis (Debian package nsis), perl, w3m and zip, with --sign also osslsigncode; installs
+nothing.
 END
 }
 
@@ -29,10 +38,13 @@ fail() { printf 'pack.sh: %s\n' "$*" >&2; exit 1; }
 icon=
 manifest=
 product="Veltrin Crest"
+certificate=
+key=
+timestamp=
 while (($# > 0)); do
     case $1 in
         --help) usage; exit 0 ;;
-        --icon | --manifest | --name)
+        --icon | --manifest | --name | --sign | --key | --timestamp)
             if (($# < 2)) || [[ -z $2 ]]; then
                 echo "pack.sh: $1 needs a value" >&2
                 exit 2
@@ -41,6 +53,9 @@ while (($# > 0)); do
                 --icon) icon=$2 ;;
                 --manifest) manifest=$2 ;;
                 --name) product=$2 ;;
+                --sign) certificate=$2 ;;
+                --key) key=$2 ;;
+                --timestamp) timestamp=$2 ;;
             esac
             shift 2
             ;;
@@ -59,6 +74,7 @@ missing=()
 command -v makensis >/dev/null || missing+=(nsis)
 command -v w3m >/dev/null || missing+=(w3m)
 command -v zip >/dev/null || missing+=(zip)
+[[ -z $certificate ]] || command -v osslsigncode >/dev/null || missing+=(osslsigncode)
 ((${#missing[@]} == 0)) || fail "these packages are missing: ${missing[*]}"
 
 [[ $version =~ ^([0-9]{1,5}\.[0-9]{1,5}\.[0-9]{1,5})([-+.][A-Za-z0-9.+-]+)?$ ]] || fail "not a valid version: $version"
@@ -69,6 +85,28 @@ done
 [[ -z $icon || -f $icon ]] || fail "there is no $icon"
 [[ -z $icon ]] || icon=$(realpath "$icon")
 [[ -z $manifest || -f $manifest ]] || fail "there is no $manifest"
+
+[[ -n $certificate || -z $key$timestamp ]] || fail "--key and --timestamp need --sign"
+for file in ${certificate:+"$certificate"} ${key:+"$key"}; do
+    [[ -f $file ]] || fail "there is no $file"
+done
+
+# sign FILE... : signs each program if --sign is given
+sign() {
+    [[ -n $certificate ]] || return 0
+    local options=(-h sha256 -n "$title" -i https://docs.orvane.example/veltrin -time "$epoch") file
+    case $certificate in
+        *.p12 | *.pfx) options+=(-pkcs12 "$certificate") ;;
+        *) options+=(-certs "$certificate" -key "${key:-$certificate}") ;;
+    esac
+    [[ -z ${VINST_SIGN_PASSWORD_FILE:-} ]] || options+=(-readpass "$VINST_SIGN_PASSWORD_FILE")
+    [[ -z $timestamp ]] || options+=(-ts "$timestamp")
+    for file in "$@"; do
+        osslsigncode sign "${options[@]}" -in "$file" -out "$work/signed" >"$work/signing" 2>&1 ||
+            { cat "$work/signing" >&2; fail "${file##*/} can't be signed"; }
+        mv "$work/signed" "$file"
+    done
+}
 
 # What the registry calls the installation, and the names that a user reads.
 title="Veltrin Crest Installer"
@@ -94,6 +132,7 @@ name=vinst-$version-windows-x86_64
 cp -rT "$layout" "$work/$name"
 [[ -z $manifest ]] || cp "$manifest" "$work/$name/bin/manifest.json"
 [[ -z $manifest || -z $icon ]] || cp "$icon" "$work/$name/bin/release.ico"
+sign "$work/$name"/bin/{vinst.exe,vinst_cli.exe,vinst.dll}
 cd "$work"
 [[ -z $(find "$name" ! -type f ! -type d) ]] || fail "$layout contains something other than files and directories"
 chmod -R u=rwX,go=rX "$name"
@@ -199,9 +238,11 @@ defines=(-DVERSION="$version" -DNUMBERS="$numbers" -DTITLE="$title" -DSUFFIX="$s
 [[ -z $manifest || -z $icon ]] || defines+=(-DRELEASE_ICON="bin\release.ico")
 # Warnings are errors.
 makensis -NOCD -V2 -WX "${defines[@]}" "$here/uninstall.nsi"
+sign "$work/uninstall.exe"
 touch -d "@$epoch" "$work/uninstall.exe"
 makensis -NOCD -V2 -WX "${defines[@]}" -DKILOBYTES="$kilobytes" -DLICENSE="$work/license.txt" \
     -DPICTURE="$work/picture.bmp" -DSETUP="$work/$name-setup.exe" "$here/setup.nsi"
+sign "$work/$name-setup.exe"
 chmod 644 "$work/$name-setup.exe"
 mv "$work/$name.zip" "$out/"
 mv "$work/$name-setup.exe" "$out/"

@@ -10,8 +10,8 @@ Unpacks the archive, and installs, upgrades and uninstalls with the setup progra
 for all users, in a temporary Wine prefix without a display. Prints a line for each check that passes,
 and fails at the first that doesn't.
 
-  --only PART  runs one part: cycles, upgrades, others_files, while_running, errors, release, path,
-               downgrade, or failing_upgrade
+  --only PART  runs one part: cycles, upgrades, others_files, while_running, errors, release, signatures,
+               path, downgrade, or failing_upgrade
 
 Needs wine64 with wine, nsis, w3m, zip, unzip and binutils (Debian packages); installs nothing.
 END
@@ -26,7 +26,7 @@ if [[ ${1:-} == --help ]]; then
     usage
     exit 0
 fi
-parts=(cycles upgrades others_files while_running errors release path downgrade failing_upgrade)
+parts=(cycles upgrades others_files while_running errors release signatures path downgrade failing_upgrade)
 if [[ ${1:-} == --only ]]; then
     [[ " ${parts[*]} " == *" ${2:-} "* ]] || { usage >&2; exit 2; }
     parts=("$2")
@@ -439,6 +439,49 @@ test_release() {
     installed HKCU CurrentUser "$mine" "$roaming"
     uninstall HKCU
     unchanged before "uninstalling a release"
+}
+
+# ---- Signatures ----
+
+test_signatures() {
+    local command file package=$work/signed/vinst-$version-windows-x86_64 place
+    for command in openssl osslsigncode; do
+        command -v "$command" >/dev/null || fail "there is no $command"
+    done
+    openssl req -x509 -newkey rsa:2048 -nodes -days 2 -subj /CN=Authority -keyout "$work/ca.key" -out "$work/ca.pem" 2>/dev/null
+    openssl req -newkey rsa:2048 -nodes -subj "/O=Orvane/CN=Test" -keyout "$work/sign.key" -out "$work/sign.csr" 2>/dev/null
+    printf 'keyUsage=digitalSignature\nextendedKeyUsage=codeSigning\n' >"$work/sign.ext"
+    openssl x509 -req -in "$work/sign.csr" -CA "$work/ca.pem" -CAkey "$work/ca.key" -CAcreateserial -days 2 \
+        -extfile "$work/sign.ext" -out "$work/sign.pem" 2>/dev/null
+    # The signatures have the time of the package, at which the certificate has to be valid.
+    SOURCE_DATE_EPOCH=$(date +%s) "$here/pack.sh" --sign "$work/sign.pem" --key "$work/sign.key" "$files" "$version" \
+        "$work/signed" >"$work/pack" 2>&1 || { cat "$work/pack"; fail "signing failed"; }
+    unzip -q "$package.zip" -d "$work/signed"
+    exits 0 "the signed setup" run "$package-setup.exe" /S
+    place=$(to_unix "$mine")
+    for file in "$package-setup.exe" "$place/uninstall.exe" {"$package","$place"}/bin/{vinst.exe,vinst_cli.exe,vinst.dll}; do
+        osslsigncode verify -CAfile "$work/ca.pem" -in "$file" >"$work/verify" 2>&1 ||
+            { cat "$work/verify"; fail "$file is not signed"; }
+        ok "${file#"$work"/} is signed"
+    done
+    help_of "$place/bin/vinst_cli.exe"
+    # The check fails for what was changed, and for what is not signed.
+    cp "$place/bin/vinst.exe" "$work/changed.exe"
+    printf x | dd of="$work/changed.exe" bs=1 seek=2048 conv=notrunc 2>/dev/null
+    for file in "$work/changed.exe" "$files/bin/vinst.exe"; do
+        ! osslsigncode verify -CAfile "$work/ca.pem" -in "$file" >"$work/verify" 2>&1 || fail "$file should not be accepted"
+    done
+    ok "a changed program and one without signature are not accepted"
+    uninstall HKCU
+    unchanged before "uninstalling what was signed"
+
+    openssl pkcs12 -export -in "$work/sign.pem" -inkey "$work/sign.key" -passout pass:secret -out "$work/sign.p12"
+    printf secret >"$work/password"
+    VINST_SIGN_PASSWORD_FILE=$work/password SOURCE_DATE_EPOCH=$(date +%s) "$here/pack.sh" --sign "$work/sign.p12" \
+        "$work/older" 0.0.2 "$work/signed" >"$work/pack" 2>&1 || { cat "$work/pack"; fail "signing with PKCS #12 failed"; }
+    osslsigncode verify -CAfile "$work/ca.pem" -in "$work/signed/vinst-0.0.2-windows-x86_64-setup.exe" >"$work/verify" 2>&1 ||
+        { cat "$work/verify"; fail "the setup program is not signed"; }
+    ok "a PKCS #12 file with a password signs, too"
 }
 
 # ---- PATH ----
