@@ -3,6 +3,8 @@ if(WIN32)
   # The linker of Debian 12 sets these by default; others don't. A stack protector would add
   # libssp-0.dll to the programs.
   add_link_options(LINKER:--dynamicbase LINKER:--high-entropy-va LINKER:--nxcompat)
+  # Versions of Windows that lack functions which the programs need refuse to start them, with a message.
+  add_link_options(LINKER:--major-subsystem-version=6 LINKER:--minor-subsystem-version=2)
   return()
 endif()
 

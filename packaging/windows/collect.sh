@@ -243,6 +243,7 @@ while read -r family; do
 done < <(printf '%s\n' "${!family_files[@]}" | sort) |
     perl "$here/../sbom.pl" vinst-windows-x86_64 "$product_version" "$epoch" >"$out/sbom.spdx.json"
 
+"$here/check_headers.py" "$out" >&2 || fail "the files have the faults above"
 chmod -R u=rwX,go=rX "$out"
 find "$out" -exec touch -h -d "@$epoch" {} +
 [[ ! -d $4 ]] || rmdir "$4"

@@ -11,9 +11,10 @@ for all users, in a temporary Wine prefix without a display. Prints a line for e
 and fails at the first that doesn't.
 
   --only PART  runs one part: cycles, upgrades, others_files, while_running, errors, release, signatures,
-               path, downgrade, or failing_upgrade
+               headers, path, downgrade, or failing_upgrade
 
-Needs wine64 with wine, nsis, w3m, zip, unzip and binutils (Debian packages); installs nothing.
+Needs wine64 with wine, nsis, w3m, zip, unzip, binutils, openssl and osslsigncode (Debian packages); installs
+nothing.
 END
 }
 
@@ -26,7 +27,7 @@ if [[ ${1:-} == --help ]]; then
     usage
     exit 0
 fi
-parts=(cycles upgrades others_files while_running errors release signatures path downgrade failing_upgrade)
+parts=(cycles upgrades others_files while_running errors release signatures headers path downgrade failing_upgrade)
 if [[ ${1:-} == --only ]]; then
     [[ " ${parts[*]} " == *" ${2:-} "* ]] || { usage >&2; exit 2; }
     parts=("$2")
@@ -482,6 +483,41 @@ test_signatures() {
     osslsigncode verify -CAfile "$work/ca.pem" -in "$work/signed/vinst-0.0.2-windows-x86_64-setup.exe" >"$work/verify" 2>&1 ||
         { cat "$work/verify"; fail "the setup program is not signed"; }
     ok "a PKCS #12 file with a password signs, too"
+}
+
+# ---- Headers ----
+
+# finds FAULT FILE: checks the copy of the packed files, in which there has to be that fault of the file
+finds() {
+    exits 1 "the check" "$here/check_headers.py" "$work/copy" >"$work/output"
+    grep -qF "$2: $1" "$work/output" || { cat "$work/output"; fail "the check doesn't find: $2: $1"; }
+    ok "the check finds: $2: $1"
+}
+
+fresh_copy() { rm -rf "$work/copy" && cp -r "$files" "$work/copy"; }
+
+test_headers() {
+    exits 0 "the check of all packed programs" "$here/check_headers.py" "$files"
+    # Bytes of vinst.exe, at an offset from its headers, that are wrong.
+    local pe at old new fault
+    pe=$(od -An -tu4 -j60 -N4 "$files/bin/vinst.exe")
+    while read -r at old new fault; do
+        fresh_copy
+        equal "the byte $at" "$old" "$(od -An -tx1 -j$((pe + at)) -N1 "$work/copy/bin/vinst.exe" | tr -d ' ')"
+        printf '%b' "\\x$new" | dd of="$work/copy/bin/vinst.exe" bs=1 seek=$((pe + at)) conv=notrunc 2>/dev/null
+        finds "$fault" vinst.exe
+    done <<'END'
+94 60 20 has no address randomization
+94 60 40 has no high-entropy addresses
+95 01 00 has no data execution prevention
+72 06 05 doesn't have the subsystem version 6.2
+END
+    fresh_copy
+    rm "$work/copy/bin/libcurl.dll"
+    finds "needs libcurl.dll, which is neither packed nor a part of Windows" vinst.dll
+    fresh_copy
+    sed -i 's/longPathAware/longPathAwarE/g' "$work/copy/bin/vinst.exe"
+    finds "has no longPathAware true in its application manifest" vinst.exe
 }
 
 # ---- PATH ----
