@@ -18,7 +18,8 @@ OutFile "${UNINSTALLER}"
 Caption "${TITLE} Uninstall"
 InstallButtonText "Uninstall"
 
-Var DirGiven ; as given by _?=
+Var DirGiven  ; as given by _?=
+Var IsRemoved ; 1 if everything was removed that this program can remove
 
 !ifdef ICON
   !define MUI_ICON "${ICON}"
@@ -104,6 +105,9 @@ FunctionEnd
 ; A running program can't be deleted, so a copy of it deletes it as soon as this process has ended. Windows deletes
 ; the copy when it starts the next time, if an administrator runs this.
 Function RemoveSelf
+  ${If} $DirGiven != ""
+    Return
+  ${EndIf}
   GetTempFileName $0
   CopyFiles /SILENT "$EXEPATH" "$0"
   System::Call 'kernel32::SetEnvironmentVariableW(w "VINST_CREATED_DIRECTORY", w "$CreatedDir")'
@@ -153,9 +157,17 @@ Section
     Abort "Not all files could be removed."
   ${EndIf}
   Call Unregister
-  ${If} $DirGiven == ""
+  StrCpy $IsRemoved 1
+  ${If} ${Silent}
     Call RemoveSelf
   ${EndIf}
   Push $INSTDIR
   Call RemoveEmptyDirectories
 SectionEnd
+
+; The window may remain open for long.
+Function .onGUIEnd
+  ${If} $IsRemoved = 1
+    Call RemoveSelf
+  ${EndIf}
+FunctionEnd
