@@ -148,6 +148,9 @@ TEST(Reports, DescribeTheResultOfARun)
 
 TEST(Reports, ShowWhatFailed)
 {
+    EXPECT_TRUE(install_report({RESULT::installed, {}, {}, true})
+                    .endsWith("successfully installed.\n\nRestart the computer to complete the "
+                              "installation."));
     EXPECT_EQ(install_report({RESULT::failed, {}, "It failed. Its output:\n  <a> & b"}),
               "<h2><font color=red>Installation Incomplete</font></h2>Please check the log for "
               "more information.\n\nIt failed. Its output:\n  &lt;a&gt; &amp; b");

@@ -194,10 +194,8 @@ void install(VINST_DOWNLOADER_MGR& manager, VINST_RUN_FACTS& facts, VINST_RUN_RE
     facts.has_left_out = !outcome.not_installed.isEmpty();
     if (facts.was_stopped)
         return;
-    for (const QString& line : outcome.not_installed)
+    for (const QString& line : install_remarks(outcome))
         report(utf8(line), false);
-    if (const QString notice = restart_notice(outcome); !notice.isEmpty())
-        report(utf8(notice), false);
     report(utf8(install_verdict(outcome)), false);
 }
 

@@ -318,11 +318,12 @@ QString INSTALLATION::reason_for_nothing() const
 
 }
 
-QString restart_notice(const VINST_INSTALL_OUTCOME& outcome)
+QStringList install_remarks(const VINST_INSTALL_OUTCOME& outcome)
 {
-    return outcome.needs_restart
-               ? QStringLiteral("Restart the computer to complete the installation.")
-               : QString();
+    QStringList lines = outcome.not_installed;
+    if (outcome.needs_restart)
+        lines.append(QStringLiteral("Restart the computer to complete the installation."));
+    return lines;
 }
 
 QString install_verdict(const VINST_INSTALL_OUTCOME& outcome)

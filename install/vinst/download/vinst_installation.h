@@ -45,8 +45,8 @@ struct VINST_INSTALL_OUTCOME
     std::vector<VINST_COMPONENT_INSTALLATION> details = {};
 };
 
-/// The line about a restart of the computer; empty if none is needed.
-QString restart_notice(const VINST_INSTALL_OUTCOME& outcome);
+/// The lines above the verdict: what was not installed, and whether a restart is needed.
+QStringList install_remarks(const VINST_INSTALL_OUTCOME& outcome);
 
 /// The line that ends an installation. Contains no text from the manifest.
 QString install_verdict(const VINST_INSTALL_OUTCOME& outcome);

@@ -235,7 +235,7 @@ VINST_JOB_REPORT VINST_DOWNLOAD_JOB::install_components()
     m_result = result_of(outcome);
     const QString status = install_status(outcome, seconds);
     m_view.show_status(status);
-    for (const QString& line : outcome.not_installed)
+    for (const QString& line : install_remarks(outcome))
         run_log().info("%s", utf8(line));
     run_log().info("%s", utf8(status));
     return {install_report(outcome), outcome.result != VINST_INSTALL_OUTCOME::RESULT::installed,

@@ -146,10 +146,10 @@ QString install_report(const VINST_INSTALL_OUTCOME& outcome)
     case VINST_INSTALL_OUTCOME::RESULT::installed:
         return "<h2><font color=green>Installation Complete</font></h2>The software was "
                "successfully installed." +
-               below_report(outcome.not_installed);
+               below_report(install_remarks(outcome));
     case VINST_INSTALL_OUTCOME::RESULT::nothing_to_install:
         return "<h2><font color=red>Nothing was installed</font></h2>" +
-               as_sentence(outcome.reason) + below_report(outcome.not_installed);
+               as_sentence(outcome.reason) + below_report(install_remarks(outcome));
     case VINST_INSTALL_OUTCOME::RESULT::failed:
     case VINST_INSTALL_OUTCOME::RESULT::stopped:
         break;
