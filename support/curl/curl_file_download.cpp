@@ -322,9 +322,9 @@ void CURL_FILE_DOWNLOAD::join_some()
         return stop();
     if (!m_file.is_open() && !open_to_join())
         return;
-    m_waits_for_flush = must_flush_joined_pieces();
-    if (m_waits_for_flush)
+    if (must_flush_joined_pieces())
         return wait_for_flush();
+    m_waits_for_flush = false;
     if (m_pieces.empty() || m_pieces.front()->begin > m_file.size())
         return leave_joined_file();
     const PIECE& first = *m_pieces.front();
@@ -363,6 +363,7 @@ bool CURL_FILE_DOWNLOAD::must_flush_joined_pieces() const
 
 void CURL_FILE_DOWNLOAD::wait_for_flush()
 {
+    m_waits_for_flush = true;
     if (const std::error_code error = m_flusher.error_of(m_file); error)
         end_joining({CURLE_WRITE_ERROR, "Cannot write " + m_request.path + ": " + error.message()});
     else if (!m_flusher.is_flushing(m_request.path) && !m_flusher.request(m_file))
@@ -396,7 +397,9 @@ void CURL_FILE_DOWNLOAD::append_from(const PIECE& piece, std::uint64_t offset)
     const auto most = static_cast<std::size_t>(
         std::min<std::uint64_t>(join_block, piece.end() - piece.begin - offset));
     if (!m_file.append_from(piece.path, offset, most))
-        return make_room_after({CURLE_WRITE_ERROR, m_file.error()});
+        // Removing joined pieces may make room.
+        return m_joined.empty() ? make_room_after({CURLE_WRITE_ERROR, m_file.error()})
+                                : wait_for_flush();
     // The end of a piece is flushed in any case; before, no more should be left to flush than
     // usual.
     if (before / curl_flush_block != m_file.size() / curl_flush_block)
