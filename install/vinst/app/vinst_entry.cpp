@@ -63,10 +63,16 @@ std::string keep_log(VINST_RELEASE& release)
     const std::string kept = kept_log_path(release);
     if (!FIO_FILE_SYSTEM::exists(temporary))
         return {};
-    while (!FIO_FILE_SYSTEM::move(temporary, kept, false))
-        if (!FIO_FILE_SYSTEM::exists(kept) || !move_aside(kept))
+    constexpr int most_attempts = 20; // another run may take the name after each of them
+    for (int attempt = 0; attempt < most_attempts; ++attempt)
+    {
+        if (FIO_FILE_SYSTEM::move(temporary, kept, false))
+            return kept;
+        // If it doesn't exist any more, another run has just moved it aside.
+        if (FIO_FILE_SYSTEM::exists(kept) && !move_aside(kept))
             return temporary;
-    return kept;
+    }
+    return temporary;
 }
 
 /// Prints the log's path where the user doesn't expect it, or needs it.
