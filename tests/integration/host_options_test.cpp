@@ -141,6 +141,13 @@ TEST_F(HostOptions, ThatAreMisspeltAreReportedWithoutTheirValues)
     for (const auto& [argument, error] : std::vector<std::pair<std::string, std::string>>{
              {"--proxy-usr=ada:secret", "Error: unrecognised option '--proxy-usr'\n\n"},
              {"-proxy-user=ada:secret", "Error: unrecognised option '-proxy-user'\n\n"},
+             {"--proxy-userada:secret", "Error: unrecognised option '--proxy-user'\n\n"},
+             {"--proxy-user:secret", "Error: unrecognised option '--proxy-user'\n\n"},
+             {"--user/secret", "Error: unrecognised option '--user'\n\n"},
+             {"-psecret", "Error: unrecognised option '-p'\n\n"},
+             {"-usecret", "Error: unrecognised option '-u'\n\n"},
+             {"-Uada:secret", "Error: unrecognised option '-U'\n\n"},
+             {"-p", "Error: unrecognised option '-p'\n\n"},
              {"--p=ada:secret",
               "Error: option '--p' is ambiguous and matches '--parallel-downloads', "
               "'--platform', '--proxy', and '--proxy-user'\n\n"}})

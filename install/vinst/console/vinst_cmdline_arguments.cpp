@@ -61,16 +61,42 @@ void require_values(const options::parsed_options& parsed, const options::option
                                             option.string_key + "' is missing");
 }
 
-/// The name of an unknown option includes its value if that follows an equals sign.
-std::string text_without_value(const options::error_with_option_name& error)
+/// Whether what follows the letter of an unknown option such as "-psecret" may be a value, as the
+/// program has no options of one letter.
+bool may_have_joined_value(const std::string& name, const options::options_description& all)
+{
+    constexpr std::string_view lower_case = "abcdefghijklmnopqrstuvwxyz-";
+    if (name.size() <= 2 || name[0] != '-' || name[1] == '-')
+        return false;
+    if (name.find_first_not_of(lower_case) != std::string::npos)
+        return true;
+    // Of --proxy, --proxy-user and --url. Otherwise it is only a hyphen that is missing.
+    return (name[1] == 'p' || name[1] == 'u') && !names_option("-" + name, all);
+}
+
+/// The length of an unknown option's name without what may be its value.
+std::size_t shown_size(const std::string& name, const options::options_description& all)
+{
+    constexpr std::string_view secret_option = "--proxy-user";
+    const std::string without_separated = name.substr(0, name.find_first_of("=:/@ "));
+    if (may_have_joined_value(without_separated, all))
+        return 2;
+    if (without_separated.compare(0, secret_option.size(), secret_option) == 0)
+        return secret_option.size();
+    return without_separated.size();
+}
+
+/// The name of an unknown option includes its value if that isn't a separate argument.
+std::string text_without_value(const options::error_with_option_name& error,
+                               const options::options_description& all)
 {
     std::string text = error.what();
     const std::string name = error.get_option_name();
-    const std::size_t value = name.find('=');
     const std::size_t at = text.find(name);
-    if (value != std::string::npos && at != std::string::npos)
-        text.erase(at + value, name.size() - value);
-    return text;
+    if (name.empty() || at == std::string::npos)
+        return text;
+    const std::size_t size = shown_size(name, all);
+    return text.erase(at + size, name.size() - size);
 }
 
 }
@@ -93,7 +119,7 @@ std::string parse_arguments(int argc, const char* const* argv, options::variable
     }
     catch (const options::error_with_option_name& error)
     {
-        return text_without_value(error);
+        return text_without_value(error, all);
     }
     catch (const std::exception& error)
     {
