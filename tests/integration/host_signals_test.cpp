@@ -302,6 +302,9 @@ TEST_F(HostSignals, EndTheProcessImmediatelyTheSecondTime)
     EXPECT_TRUE(taken.within(700ms));
     EXPECT_EQ(ended->signal, SIGINT);
     EXPECT_TRUE(wait_until([this] { return installer_has_ended(); }));
+    // Only the log is left, not the installer's output.
+    EXPECT_EQ(temporary_files_in(dir / "tmp").size(), 1U);
+    EXPECT_TRUE(temporary_log_holds("Welcome to the "));
     end_installer();
 }
 

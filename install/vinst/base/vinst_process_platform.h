@@ -26,7 +26,8 @@ void pass_signal_on(QProcess& process, int signal_number);
 /// Ends every process of the group at once, also after the installer itself has ended.
 void kill_group(QProcess& process);
 
-/// Kills the group of the installer that is running, if there is one. May be called in a signal
+/// Kills the group of the installer that is running, if there is one. On Linux, also removes the
+/// file with its output: the program ends now and can't do it later. May be called in a signal
 /// handler or on any thread.
 void kill_running_installer();
 

@@ -2,7 +2,10 @@
 
 #include "install/vinst/base/vinst_child_process.h"
 
+#include <algorithm>
+#include <array>
 #include <atomic>
+#include <climits>
 #include <csignal>
 #include <set>
 #include <sys/prctl.h>
@@ -14,6 +17,20 @@ namespace
 // Written by the main thread, read by a signal handler; 0 while no installer is running.
 std::atomic<pid_t> running_installer{0};
 static_assert(std::atomic<pid_t>::is_always_lock_free, "the handler must not block");
+
+// The file with the output of the installer that is running, for the same handler. Changed only
+// while the flag is false.
+std::array<char, PATH_MAX> output_path{};
+std::atomic<bool> has_output_path{false};
+
+void remember_output(const std::string& path)
+{
+    has_output_path = false;
+    if (path.empty() || path.size() >= output_path.size())
+        return;
+    std::copy_n(path.c_str(), path.size() + 1, output_path.begin());
+    has_output_path = true;
+}
 
 /// Runs the installer in a session of its own: a terminal's Ctrl-C doesn't reach it twice, and an
 /// installer that asks on /dev/tty gets an error instead of waiting for an answer.
@@ -31,7 +48,11 @@ public:
                         signal_group(m_early_signal);
                 });
     }
-    ~GROUP_PROCESS() override { running_installer = 0; }
+    ~GROUP_PROCESS() override
+    {
+        running_installer = 0;
+        remember_output({});
+    }
     GROUP_PROCESS(const GROUP_PROCESS&) = delete;
     GROUP_PROCESS& operator=(const GROUP_PROCESS&) = delete;
 
@@ -93,6 +114,7 @@ void write_output_to(QProcess& process, const std::string& path)
 {
     process.setProcessChannelMode(QProcess::MergedChannels);
     process.setStandardOutputFile(QString::fromStdString(path));
+    remember_output(path);
 }
 
 void pass_signal_on(QProcess& process, int signal_number)
@@ -109,6 +131,8 @@ void kill_running_installer()
 {
     if (const pid_t group = running_installer; group > 0)
         ::kill(-group, SIGKILL);
+    if (has_output_path)
+        ::unlink(output_path.data());
 }
 
 // Not QProcess::startDetached, which passes on all descriptors, and SIGPIPE as ignored.
