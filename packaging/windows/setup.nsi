@@ -417,7 +417,12 @@ FunctionEnd
 ; Writes the registry and the Start menu entry for a version in $INSTDIR. Errors mean that something was not written.
 ; \param $R0  its version, $R1 its size in KB, $R2 CreatedDirectory, $R3 the version of its release
 Function Register
+  ; The first of several installations has the App Path, as in PATH.
+  ReadRegStr $0 SHCTX "${APP_PATH}" ""
   ClearErrors
+  ${IfNot} ${FileExists} "$0"
+    WriteRegStr SHCTX "${APP_PATH}" "" "$INSTDIR\bin\vinst_cli.exe"
+  ${EndIf}
   WriteRegStr SHCTX "${KEY}" DisplayName "${TITLE}"
   WriteRegStr SHCTX "${KEY}" DisplayVersion "$R0"
   WriteRegStr SHCTX "${KEY}" Publisher "${PUBLISHER}"
@@ -434,7 +439,6 @@ Function Register
   ${EndIf}
   WriteRegStr SHCTX "${KEY}" HelpLink "https://docs.orvane.example/vinst"
   WriteRegStr SHCTX "${KEY}" URLInfoAbout "https://docs.orvane.example/veltrin"
-  WriteRegStr SHCTX "${APP_PATH}" "" "$INSTDIR\bin\vinst_cli.exe"
   WriteRegStr SHCTX "${CLASSES}\${TYPE}" "" "Release manifest"
   WriteRegStr SHCTX "${CLASSES}\${TYPE}\DefaultIcon" "" "${SHOWN_ICON},0"
   WriteRegStr SHCTX "${CLASSES}\${TYPE}\shell\open" FriendlyAppName "${TITLE}"
