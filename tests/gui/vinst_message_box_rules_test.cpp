@@ -1,7 +1,10 @@
 #include "install/vinst/gui/vinst_message_box_rules.h"
 
+#include "tests/gui/looks.h"
+
 #include <gtest/gtest.h>
 
+#include <QLabel>
 #include <QStringList>
 
 namespace
@@ -69,4 +72,25 @@ TEST(MessageBoxRules, OfferBreaksInLongWordsOnly)
     EXPECT_EQ(broken.remove(zero_width_space), "in " + path + " now");
     for (const QString& piece : with_breaks(QString(500, 'x')).split(zero_width_space))
         EXPECT_LE(piece.size(), 30);
+}
+
+TEST(MessageBoxRules, LeaveHeadlinesAloneOnALightWindow)
+{
+    const QString headline = "<h2><font color=green>Done</font></h2>";
+    EXPECT_EQ(with_readable_headlines(headline, light_palette()), headline);
+}
+
+TEST(MessageBoxRules, KeepHeadlinesReadableOnADarkWindow)
+{
+    for (const char* color : {"green", "red"})
+    {
+        QLabel label(with_readable_headlines(
+            QStringLiteral("<h2><font color=%1>_____ H _____</font></h2>").arg(color),
+            dark_palette()));
+        label.setPalette(dark_palette());
+        const QImage picture = picture_of(label);
+        const QImage line = picture.copy(0, picture.height() / 2 - 2, picture.width(), 4);
+        EXPECT_TRUE(has_color(line, color)) << color;
+        EXPECT_GE(contrast(color, most_frequent_color(line)), 3) << color;
+    }
 }

@@ -83,7 +83,7 @@ bool show_box(const QString& markup, const QString& details, bool is_error, cons
     box.setWindowIcon(afcq_get_icon(afcq_window_icon));
     box.setWindowTitle(program_title());
     box.setTextFormat(Qt::RichText);
-    box.setText(as_rich_text(with_breaks(markup)));
+    box.setText(as_rich_text(with_readable_headlines(with_breaks(markup), box.palette())));
     box.setIcon(is_error ? QMessageBox::Critical : QMessageBox::Information);
     box.setStandardButtons(QMessageBox::Ok);
     box.setDefaultButton(QMessageBox::Ok);

@@ -1,5 +1,7 @@
 #include "install/vinst/gui/vinst_message_box_rules.h"
 
+#include "support/afcq/afcq_colors.h"
+
 #include <algorithm>
 
 namespace
@@ -11,6 +13,7 @@ constexpr int longest_word = 120;
 constexpr int shortened_length = 200;
 constexpr int longest_unbroken_word = 60;
 constexpr int break_distance = 30;
+constexpr double headline_contrast = 3.5; // large, bold text needs 3
 constexpr QChar zero_width_space(0x200B);
 
 int longest_word_in(const QString& text)
@@ -94,4 +97,18 @@ QString with_breaks(const QString& text)
         word.clear();
     }
     return result + broken(word);
+}
+
+QString with_readable_headlines(QString markup, const QPalette& palette)
+{
+    if (!afcq_is_dark(palette))
+        return markup;
+    for (const char* color : {"green", "red"})
+    {
+        const QString tag = QStringLiteral("<font color=%1>").arg(color);
+        const QColor ground =
+            afcq_readable_ground(QColor(color), palette.color(QPalette::Window), headline_contrast);
+        markup.replace(tag, tag.chopped(1) + " style=\"background-color:" + ground.name() + "\">");
+    }
+    return markup;
 }

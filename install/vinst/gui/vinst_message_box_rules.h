@@ -1,8 +1,10 @@
 #pragma once
 
+#include <QPalette>
 #include <QString>
 
-// How a message is divided so that its box fits on every screen, independent of the box.
+// How a message is divided so that its box fits on every screen, and how its colours stay readable,
+// independent of the box.
 
 /// A message that is short enough is one sentence; otherwise the rest is shown in a pane that
 /// scrolls.
@@ -20,3 +22,6 @@ VINST_MESSAGE_PARTS divided_message(const QString& text);
 /// The text with invisible break opportunities in words of more than 60 characters, such as paths.
 /// Qt's labels break lines only there and at blanks.
 QString with_breaks(const QString& text);
+
+/// In a dark palette, the headlines' fixed colours get a ground on which they can be read.
+QString with_readable_headlines(QString markup, const QPalette& palette);
