@@ -8,9 +8,9 @@ Usage: scripts/screenshots.sh [--build-dir DIR] [--out DIR] [--matrix]
 
 Builds the project, runs its windows on a virtual display through a simulated download and
 installation, and saves pictures of them as docs/images/NAME.png, at 200 % as NAME-2x and with a
-dark palette as NAME-dark. Uses no network. The home directory in the pictures exists only for the
-programs that this script runs. Times and speeds differ from run to run. Fails if a control in a
-picture is cut or outside of its window.
+dark palette as NAME-dark; those of a release with 200 components are large-NAME. Uses no network.
+The home directory in the pictures exists only for the programs that this script runs. Times and
+speeds differ from run to run. Fails if a control in a picture is cut or outside of its window.
 
   --build-dir DIR  use DIR/tests/vinst_screenshots instead of building it
   --out DIR        save the pictures in DIR
@@ -146,6 +146,7 @@ fi
 
 start_display 2560x2000
 take "" 1 light
+take "" 1 light large
 take -2x 2 light
 take -dark 1 dark
 
