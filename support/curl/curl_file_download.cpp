@@ -347,11 +347,18 @@ bool CURL_FILE_DOWNLOAD::open_to_join()
     return !m_is_over;
 }
 
+/// Those that overlap with others may end beyond the bytes that are in the file now.
+bool CURL_FILE_DOWNLOAD::would_flush_remove_pieces() const
+{
+    return std::any_of(m_joined.begin(), m_joined.end(),
+                       [this](const auto& piece) { return piece.end <= m_file.size(); });
+}
+
 /// The joined pieces and the next one may take as much space twice as the largest piece could have:
 /// half of what was missing when the run began. So there is seldom more than one flush to wait for.
 bool CURL_FILE_DOWNLOAD::must_flush_joined_pieces() const
 {
-    if (m_joined.empty())
+    if (!would_flush_remove_pieces())
         return false;
     if (m_pieces.empty() || m_pieces.front()->begin > m_file.size())
         return true; // nothing more to join now
@@ -398,8 +405,8 @@ void CURL_FILE_DOWNLOAD::append_from(const PIECE& piece, std::uint64_t offset)
         std::min<std::uint64_t>(join_block, piece.end() - piece.begin - offset));
     if (!m_file.append_from(piece.path, offset, most))
         // Removing joined pieces may make room.
-        return m_joined.empty() ? make_room_after({CURLE_WRITE_ERROR, m_file.error()})
-                                : wait_for_flush();
+        return would_flush_remove_pieces() ? wait_for_flush()
+                                           : make_room_after({CURLE_WRITE_ERROR, m_file.error()});
     // The end of a piece is flushed in any case; before, no more should be left to flush than
     // usual.
     if (before / curl_flush_block != m_file.size() / curl_flush_block)

@@ -60,7 +60,8 @@ public:
 
 private:
     struct PIECE;
-    /// All its bytes are in the file, but perhaps not on the disk there.
+    /// All its bytes are in the file, but perhaps not on the disk there; or it overlaps with
+    /// others, and isn't needed.
     struct JOINED_PIECE
     {
         std::string path;
@@ -81,6 +82,7 @@ private:
     bool is_caught_up() const;
     void join_some();
     bool open_to_join();
+    bool would_flush_remove_pieces() const;
     bool must_flush_joined_pieces() const;
     void wait_for_flush();
     void remove_flushed_pieces();

@@ -243,6 +243,18 @@ TEST_F(InterruptedPieces, AreRemovedWhenTheServerHasAnotherVersion)
     EXPECT_EQ(data->bytes_taken_over, 0U);
 }
 
+/// As after a run that could not remove a piece.
+TEST_F(Pieces, ThatOverlapAreJoinedAndRemoved)
+{
+    store_piece(100'000, 200'000);
+    store_piece(150'000, 300'000);
+    store_piece(250'000, 400'000);
+    store_piece(350'000, 500'000);
+    fetch_all(1);
+    expect_success(content);
+    EXPECT_EQ(files(), std::vector<std::string>{"f"});
+}
+
 TEST_F(InterruptedPieces, AreRemovedOnRequest)
 {
     interrupt();

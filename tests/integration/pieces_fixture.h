@@ -1,10 +1,12 @@
 #pragma once
 
+#include "support/curl/curl_pieces.h"
 #include "support/curl/curl_split_refusals.h"
 #include "tests/harness/wait_until.h"
 #include "tests/integration/downloader_fixture.h"
 
 #include <algorithm>
+#include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -47,6 +49,14 @@ protected:
     static std::uint64_t first_byte(const HTTP_REQUEST& request)
     {
         return std::stoull(request.range().substr(std::string("bytes=").size()));
+    }
+
+    /// Leaves a piece as an interrupted run does.
+    void store_piece(std::uint64_t begin, std::uint64_t end) const
+    {
+        const std::string version = curl_piece_version(path(), content.size(), "\"v1\"");
+        std::ofstream(curl_piece_path(path(), version, begin), std::ios::binary)
+            << content.substr(begin, end - begin);
     }
 
     std::vector<std::string> files() const
