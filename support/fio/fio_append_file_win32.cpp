@@ -1,6 +1,7 @@
 #include "support/fio/fio_append_file.h"
 
 #include "support/fio/fio_file_system.h"
+#include "support/fio/fio_reparse.h"
 
 #include <algorithm>
 #include <array>
@@ -28,12 +29,11 @@ std::string reason(DWORD error)
     return text.empty() ? "error " + std::to_string(error) : std::filesystem::path(text).u8string();
 }
 
-bool is_link(HANDLE file)
+FIO_REPARSE_KIND reparse_kind(HANDLE file)
 {
     FILE_ATTRIBUTE_TAG_INFO tag = {};
-    return ::GetFileInformationByHandleEx(file, FileAttributeTagInfo, &tag, sizeof tag) != FALSE &&
-           (tag.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
-           IsReparseTagNameSurrogate(tag.ReparseTag);
+    ::GetFileInformationByHandleEx(file, FileAttributeTagInfo, &tag, sizeof tag);
+    return fio_reparse_kind(tag.FileAttributes, tag.ReparseTag);
 }
 
 bool has_second_name(const FIO_PATH& path)
@@ -87,18 +87,14 @@ bool FIO_APPEND_FILE::open(const std::string& path, OPENING opening)
             return false;
     }
     HANDLE file = open_for_appending(native, create, FILE_FLAG_OPEN_REPARSE_POINT);
-    const bool led_elsewhere = file != INVALID_HANDLE_VALUE && is_link(file);
-    if (file != INVALID_HANDLE_VALUE && !led_elsewhere)
+    const FIO_REPARSE_KIND kind =
+        file != INVALID_HANDLE_VALUE ? reparse_kind(file) : FIO_REPARSE_KIND::none;
+    const bool led_elsewhere = kind == FIO_REPARSE_KIND::redirection;
+    if (kind == FIO_REPARSE_KIND::stored)
     {
-        // A reparse point that isn't a link, such as a file kept in a cloud, is reopened without
-        // FILE_FLAG_OPEN_REPARSE_POINT.
-        FILE_ATTRIBUTE_TAG_INFO tag = {};
-        ::GetFileInformationByHandleEx(file, FileAttributeTagInfo, &tag, sizeof tag);
-        if ((tag.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0)
-        {
-            ::CloseHandle(file);
-            file = open_for_appending(native, create, 0);
-        }
+        // Its content is reached only without FILE_FLAG_OPEN_REPARSE_POINT.
+        ::CloseHandle(file);
+        file = open_for_appending(native, create, 0);
     }
     if (file == INVALID_HANDLE_VALUE)
     {
