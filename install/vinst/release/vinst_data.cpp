@@ -1,5 +1,6 @@
 #include "install/vinst/release/vinst_data.h"
 
+#include "install/vinst/base/vinst_user_dirs.h"
 #include "install/vinst/release/vinst_mirror.h"
 #include "support/main/main_assert.h"
 
@@ -17,11 +18,6 @@ const QString default_test_md5sum = QStringLiteral("6d265a6cae1793f41a0fbe9ffbfa
 const QString documentation_base = QStringLiteral("https://docs.orvane.example/veltrin");
 const QString survey_base = QStringLiteral("https://survey.orvane.example/vinst");
 const QString internal_domain = QStringLiteral(".internal.orvane.example");
-
-QString home_dir()
-{
-    return QDir::toNativeSeparators(QDir::homePath());
-}
 
 /// The stored form of directories: cleaned, with native separators, without a trailing one.
 QString stored_dir(const QString& path)
@@ -100,8 +96,8 @@ const QString& VINST_RELEASE::ensure_download_dir()
 
 QString VINST_RELEASE::default_download_dir() const
 {
-    return home_dir() + QDir::separator() + "Downloads" + QDir::separator() + "orvaneFPGA_" +
-           edition + '_' + short_version;
+    return QDir::toNativeSeparators(best_downloads_dir(downloads_dirs())) + QDir::separator() +
+           "orvaneFPGA_" + edition + '_' + short_version;
 }
 
 QString VINST_RELEASE::default_install_dir(const QString& platform)
