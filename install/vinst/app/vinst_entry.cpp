@@ -232,6 +232,7 @@ int install_vinst_run(int argc, char** argv, bool gui_host)
 {
     open_missing_standard_streams();
     survive_closed_pipes();
+    suppress_system_dialogs();
     gate_qt_messages();
     set_up_console();
     use_utf8_file_names();

@@ -1,5 +1,6 @@
 #include "install/vinst/base/vinst_fatal_handlers_platform.h"
 
+#include "install/vinst/base/vinst_platform.h"
 #include "support/main/main_globals.h"
 
 #include <atomic>
@@ -89,6 +90,7 @@ void install_exception_translator()
 void end_process_now(int exit_code) noexcept
 {
     std::fflush(stderr); // this C library buffers it
+    restore_console();
     ::TerminateProcess(::GetCurrentProcess(), static_cast<UINT>(exit_code));
     for (;;)
         ::Sleep(INFINITE);

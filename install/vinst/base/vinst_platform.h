@@ -44,8 +44,17 @@ void open_missing_standard_streams();
 /// start with the system's default again. A host that ignores such writes keeps doing so.
 void survive_closed_pipes();
 
-/// Enables escape sequences in the terminal where the platform requires it.
+/// Enables escape sequences and UTF-8 in the terminal where the platform requires it. At the end of
+/// the process, the terminal is as before.
 void set_up_console();
+
+/// Makes the terminal as it was before set_up_console(), for ends of the process that run no
+/// destructors. Can be called from any thread.
+void restore_console() noexcept;
+
+/// Makes access to a drive without a medium fail, instead of a window of the system that waits for
+/// the user. Installers inherit this.
+void suppress_system_dialogs();
 
 /// Whether windows can be shown: there is a display, or a Qt platform that needs none is selected.
 bool has_display();

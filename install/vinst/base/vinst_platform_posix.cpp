@@ -58,6 +58,10 @@ void survive_closed_pipes()
 
 void set_up_console() {}
 
+void restore_console() noexcept {}
+
+void suppress_system_dialogs() {}
+
 bool has_display()
 {
     return !qEnvironmentVariableIsEmpty("DISPLAY") ||

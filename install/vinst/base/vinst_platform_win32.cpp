@@ -5,6 +5,7 @@
 #include <QTextCodec>
 
 #include <array>
+#include <atomic>
 #include <vector>
 
 #include <windows.h>
@@ -12,22 +13,48 @@
 namespace
 {
 
-/// Sets the console's code page to UTF-8 and restores the user's afterwards.
-class UTF8_CONSOLE
+/// The user's console: its code page and the mode of its output.
+class CONSOLE_SETTINGS
 {
 public:
-    UTF8_CONSOLE() : m_previous(::GetConsoleOutputCP()) { ::SetConsoleOutputCP(CP_UTF8); }
-    ~UTF8_CONSOLE()
+    CONSOLE_SETTINGS() = default;
+    ~CONSOLE_SETTINGS() { restore(); }
+    CONSOLE_SETTINGS(const CONSOLE_SETTINGS&) = delete;
+    CONSOLE_SETTINGS& operator=(const CONSOLE_SETTINGS&) = delete;
+
+    void change()
     {
-        if (m_previous != 0)
-            ::SetConsoleOutputCP(m_previous);
+        if (m_is_changed)
+            return;
+        m_code_page = ::GetConsoleOutputCP();
+        m_output = ::GetStdHandle(STD_OUTPUT_HANDLE);
+        m_has_mode = ::GetConsoleMode(m_output, &m_mode) != FALSE;
+        m_is_changed = true;
+        ::SetConsoleOutputCP(CP_UTF8);
+        if (m_has_mode)
+            ::SetConsoleMode(m_output, m_mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING |
+                                           DISABLE_NEWLINE_AUTO_RETURN);
     }
-    UTF8_CONSOLE(const UTF8_CONSOLE&) = delete;
-    UTF8_CONSOLE& operator=(const UTF8_CONSOLE&) = delete;
+
+    void restore() noexcept
+    {
+        if (!m_is_changed.exchange(false))
+            return;
+        if (m_code_page != 0)
+            ::SetConsoleOutputCP(m_code_page);
+        if (m_has_mode)
+            ::SetConsoleMode(m_output, m_mode);
+    }
 
 private:
-    UINT m_previous;
+    std::atomic<bool> m_is_changed{false}; ///< also protects the other members
+    UINT m_code_page = 0;                  ///< 0: there is no console
+    HANDLE m_output = nullptr;
+    DWORD m_mode = 0;
+    bool m_has_mode = false; ///< the output is a console's
 };
+
+CONSOLE_SETTINGS console_settings;
 
 }
 
@@ -85,12 +112,17 @@ void survive_closed_pipes()
 
 void set_up_console()
 {
-    static const UTF8_CONSOLE console;
-    const HANDLE output = ::GetStdHandle(STD_OUTPUT_HANDLE);
-    DWORD mode = 0;
-    if (::GetConsoleMode(output, &mode) != FALSE)
-        ::SetConsoleMode(output,
-                         mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING | DISABLE_NEWLINE_AUTO_RETURN);
+    console_settings.change();
+}
+
+void restore_console() noexcept
+{
+    console_settings.restore();
+}
+
+void suppress_system_dialogs()
+{
+    ::SetErrorMode(::GetErrorMode() | SEM_FAILCRITICALERRORS);
 }
 
 bool has_display()

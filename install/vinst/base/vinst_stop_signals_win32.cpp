@@ -1,5 +1,6 @@
 #include "install/vinst/base/vinst_stop_signals.h"
 
+#include "install/vinst/base/vinst_platform.h"
 #include "install/vinst/base/vinst_process_platform.h"
 #include "install/vinst/base/vinst_stop.h"
 
@@ -60,6 +61,7 @@ BOOL WINAPI on_console_request(DWORD kind)
     if (!take_request(kind) && can_wait)
     {
         kill_running_installer();
+        restore_console();
         ::TerminateProcess(::GetCurrentProcess(), ended_by_control_c); // second request
     }
     if (!can_wait)

@@ -19,6 +19,32 @@ private:
 
 }
 
+TEST(SystemDialogs, AreSuppressed)
+{
+    const UINT mode = ::GetErrorMode();
+    ::SetErrorMode(mode & ~UINT{SEM_FAILCRITICALERRORS});
+    suppress_system_dialogs();
+    EXPECT_EQ(::GetErrorMode(), mode | SEM_FAILCRITICALERRORS);
+    ::SetErrorMode(mode);
+}
+
+TEST(Console, IsRestored)
+{
+    // Of a console of this process, if it has none.
+    const bool is_own = ::AllocConsole() != FALSE;
+    constexpr UINT code_page = 437;
+    ASSERT_NE(::SetConsoleOutputCP(code_page), FALSE);
+    set_up_console();
+    EXPECT_EQ(::GetConsoleOutputCP(), UINT{CP_UTF8});
+    restore_console();
+    EXPECT_EQ(::GetConsoleOutputCP(), code_page);
+    ::SetConsoleOutputCP(850);
+    restore_console(); // has nothing to restore now
+    EXPECT_EQ(::GetConsoleOutputCP(), 850U);
+    if (is_own)
+        ::FreeConsole();
+}
+
 TEST_F(StandardHandles, ThatAreInvalidAreCleared)
 {
     const HANDLE stale = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
