@@ -12,6 +12,7 @@
 #include "install/vinst/download/vinst_fetch.h"
 #include "install/vinst/download/vinst_pac_runner.h"
 #include "install/vinst/download/vinst_proxy_rules.h"
+#include "install/vinst/download/vinst_system_proxy.h"
 #include "install/vinst/release/vinst_data.h"
 #include "support/curl/curl_proxy_environment.h"
 #include "support/curl/curl_redact.h"
@@ -175,7 +176,11 @@ CURL_PROXY_INFO VINST_PROXY_DISCOVERY::get_default_proxy() const
 CURL_PROXY_INFO VINST_PROXY_DISCOVERY::system_proxy() const
 {
     const QNetworkProxyQuery query(QUrl(m_release.download_url()), QNetworkProxyQuery::UrlRequest);
-    const QList<QNetworkProxy> proxies = QNetworkProxyFactory::systemProxyForQuery(query);
+    const QList<QNetworkProxy> proxies =
+        host_platform() == "windows"
+            ? ask_system_for_proxies(query, QNetworkProxyFactory::systemProxyForQuery,
+                                     [this] { return may_go_on(); })
+            : QNetworkProxyFactory::systemProxyForQuery(query);
     if (proxies.isEmpty() || proxies.first().type() == QNetworkProxy::NoProxy)
         return host_platform() == "linux" && is_in_desktop_session() ? desktop_proxy()
                                                                      : CURL_PROXY_INFO();
