@@ -3,6 +3,7 @@
 #include "install/vinst/base/vinst_platform.h"
 #include "install/vinst/base/vinst_print.h"
 #include "install/vinst/base/vinst_text.h"
+#include "install/vinst/gui/vinst_message_font.h"
 #include "support/afcq/afcq_style.h"
 
 #include <QApplication>
@@ -58,5 +59,7 @@ std::unique_ptr<QCoreApplication> make_application(char** argv, bool with_window
     auto application = std::make_unique<QApplication>(argument_count, argv);
     is_making_application = false;
     QApplication::setStyle(new AFCQ_STYLE);
+    if (host_platform() == "windows")
+        use_message_font();
     return application;
 }
