@@ -251,8 +251,10 @@ void CURL_FILE_DOWNLOAD::take_end_of_main(const CURL_TRANSFER& transfer)
     if (m_is_over)
         return;
     const CURL_FAILURE::KIND kind = transfer.result().failure.kind;
-    m_is_joining =
-        kind == CURL_FAILURE::KIND::none && (transfer.result().is_part || !m_joined.empty());
+    // On a full disk, removing joined pieces makes room, for which they have to be flushed.
+    m_is_joining = (kind == CURL_FAILURE::KIND::none && transfer.result().is_part) ||
+                   ((kind == CURL_FAILURE::KIND::none || kind == CURL_FAILURE::KIND::write) &&
+                    !m_joined.empty());
     if (m_is_joining)
         return;
     // A server that has stopped sending a piece is asked again, also when that was the main

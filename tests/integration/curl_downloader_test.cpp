@@ -1,5 +1,6 @@
 #include "tests/integration/downloader_fixture.h"
 
+#include "support/curl/curl_pieces.h"
 #include "tests/harness/loopback.h"
 #include "tests/harness/nginx_server.h"
 #include "tests/harness/stopwatch.h"
@@ -667,6 +668,28 @@ TEST_F(Downloader, ResumesFromNginxAndAcceptsIts416ForACompleteFile)
     dir.write("f", body.substr(0, 50'000));
     EXPECT_EQ(fetch(without_ranges.url("/f")), 200);
     expect_success(body);
+}
+
+TEST_F(Downloader, MakesRoomByRemovingPiecesThatAreInTheFileAlready)
+{
+    if (!TMPFS_DIR::available())
+        GTEST_SKIP() << "file systems can't be mounted here";
+    const TMPFS_DIR disk(2'200'000);
+    const std::string content = pattern(2'000'000);
+    const std::string file = (disk.path() / "f").string();
+    server.serve("/f", content);
+    server.set_etag("/f", "\"v1\"");
+    write_file(file, content.substr(0, 1'000'000));
+    const std::string version = curl_piece_version(file, content.size(), "\"v1\"");
+    write_file(curl_piece_path(file, version, 400'000), content.substr(400'000, 500'000));
+    data = std::make_unique<CURL_PROGRESS_DATA>();
+    CURL_DOWNLOADER downloader("", proxy, false, 10);
+    downloader.set_least_piece(100'000);
+    downloader.add_file(server.url("/f"), file, data.get(), content.size());
+    downloader.download_files(1, true);
+    EXPECT_EQ(data->curl_code, 0) << text_of(*data);
+    EXPECT_TRUE(read_file(file) == content);
+    EXPECT_FALSE(std::filesystem::exists(disk.path() / ".pieces"));
 }
 
 TEST_F(Downloader, CompletesAFileWhosePiecesDoNotFitOnTheDiskTwice)
