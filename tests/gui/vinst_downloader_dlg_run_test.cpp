@@ -465,6 +465,30 @@ TEST_F(DialogRun, RestoresTheFocusAfterAStopByKey)
     EXPECT_TRUE(button("m_download_button").hasFocus());
 }
 
+TEST_F(DialogRun, MovesTheFocusToDownloadWhileAnotherProgramIsActive)
+{
+    builder.component("one").pattern_content(300'000, 1);
+    open();
+    server.set_faults("/one.run", {FAULT::trickle(10'000, 10ms)});
+    QApplication::setActiveWindow(dialog.get());
+    when([this] { return size_of("dl/one.run") > 0; },
+         [] { QApplication::setActiveWindow(nullptr); });
+    press_download({"OK"});
+    EXPECT_EQ(dialog->focusWidget(), &button("m_download_button"));
+}
+
+TEST_F(DialogRun, LeavesTheFocusAloneIfNothingIsStarted)
+{
+    builder.component("one").selected(false).pattern_content(3000, 1);
+    open();
+    QApplication::setActiveWindow(dialog.get());
+    tree().setFocus();
+    MODAL_BOXES boxes({"OK"});
+    QTest::keyClick(&tree(), Qt::Key_Return);
+    EXPECT_EQ(status(), "There is nothing to download: no component is selected.");
+    EXPECT_EQ(dialog->focusWidget(), &tree());
+}
+
 TEST_F(DialogRun, ChangesTheRateLimitWhileItDownloads)
 {
     builder.component("one").pattern_content(16 * 1024 * 1024, 1);

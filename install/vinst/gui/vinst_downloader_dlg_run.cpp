@@ -9,6 +9,7 @@
 #include "ui_vinst_downloader_dlg.h"
 
 #include <QMessageBox>
+#include <QPointer>
 
 #include <utility>
 
@@ -43,14 +44,18 @@ void VINST_DOWNLOADER_DLG::start_download()
         hand_components_to_manager();
     else
         follow_selection();
+    const QPointer<QWidget> focus_before = focusWidget();
     enter_busy_state();
     m_display.begin_job();
     const VINST_JOB_REPORT report = m_job.run(choices());
     m_display.end_job(report.end);
     return_to_idle();
+    const bool was_refused = report.end.result == VINST_JOB_END::RESULT::none;
+    if (was_refused && focus_before != nullptr && focus_before->isVisible())
+        focus_before->setFocus();
     m_ui->m_download_treeview->refresh_run_flags();
     update_space_labels();
-    if (report.end.result != VINST_JOB_END::RESULT::none || !report.text.isEmpty())
+    if (!was_refused || !report.text.isEmpty())
         m_display.outside()->ask_for_attention();
     if (show_report(report))
         show_log();
@@ -102,7 +107,8 @@ void VINST_DOWNLOADER_DLG::ask_before_stop()
 
 void VINST_DOWNLOADER_DLG::stop_job()
 {
-    m_stop_had_focus = m_ui->m_stop_button->hasFocus();
+    // Not hasFocus, which is false while another window is active.
+    m_stop_had_focus = focusWidget() == m_ui->m_stop_button;
     m_ui->m_stop_button->setEnabled(false);
     m_manager.stop();
     m_display.show_status(QStringLiteral("Download stopped"));
@@ -144,7 +150,7 @@ void VINST_DOWNLOADER_DLG::return_to_idle()
     m_ui->m_close_button->setEnabled(true);
     m_ui->m_download_dir_line_edit->setEnabled(true);
     apply_auto_install_availability();
-    if (m_ui->m_stop_button->hasFocus() || std::exchange(m_stop_had_focus, false))
+    if (std::exchange(m_stop_had_focus, false) || focusWidget() == m_ui->m_stop_button)
         m_ui->m_download_button->setFocus();
     m_ui->m_stop_button->setEnabled(false);
 }
