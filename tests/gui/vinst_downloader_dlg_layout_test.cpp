@@ -227,3 +227,30 @@ TEST_F(DialogLayout, FiltersTheTreeByKeyboardAlone)
     EXPECT_EQ(dialog->focusWidget(), &tree());
     EXPECT_FALSE(dialog->is_download_in_progress());
 }
+
+TEST_F(DialogLayout, ShowsTheCurrentComponentAfterTheFilterWasCleared)
+{
+    open_with_rows(100);
+    resize(default_size);
+    AFCQ_SEARCH_EDIT& filter = find<AFCQ_SEARCH_EDIT>("m_filter_edit");
+    QTest::keyClicks(&filter, "part_77");
+    const QModelIndex current = tree().model()->index(77, 0);
+    tree().setCurrentIndex(current);
+    QTest::keyClick(&filter, Qt::Key_Escape);
+    EXPECT_EQ(filter.text(), "");
+    EXPECT_TRUE(tree().viewport()->rect().contains(tree().visualRect(current)));
+}
+
+TEST_F(DialogLayout, LeavesAGroupCollapsedWhenTheFilterIsCleared)
+{
+    builder.component("group").no_file();
+    builder.component("member").parent("group").pattern_content(1000, 1);
+    open_with_rows(3);
+    const QModelIndex group = tree().model()->index(0, 0);
+    tree().setCurrentIndex(tree().model()->index(0, 0, group));
+    tree().collapse(group);
+    AFCQ_SEARCH_EDIT& filter = find<AFCQ_SEARCH_EDIT>("m_filter_edit");
+    QTest::keyClicks(&filter, "part_1");
+    QTest::keyClick(&filter, Qt::Key_Escape);
+    EXPECT_FALSE(tree().isExpanded(group));
+}

@@ -68,7 +68,11 @@ void VINST_DOWNLOADER_TREEVIEW::set_release(VINST_RELEASE& release)
 bool VINST_DOWNLOADER_TREEVIEW::set_filter(const QString& text)
 {
     m_filter = text;
-    return filter_tree(*this, text);
+    const bool is_any_shown = filter_tree(*this, text);
+    // What was searched for, likely. Not in a collapsed group, which would be expanded.
+    if (text.isEmpty() && !visualRect(currentIndex()).isEmpty())
+        scrollTo(currentIndex());
+    return is_any_shown;
 }
 
 void VINST_DOWNLOADER_TREEVIEW::populate()
