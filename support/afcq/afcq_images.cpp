@@ -1,6 +1,7 @@
 #include "support/afcq/afcq_images.h"
 
 #include <QFile>
+#include <QGuiApplication>
 #include <QImageReader>
 #include <QSize>
 #include <QString>
@@ -33,7 +34,10 @@ QIcon afcq_get_icon(int number)
 
 QPixmap afcq_get_pixmap(int number, const QSize& size, qreal ratio)
 {
-    QPixmap pixmap = afcq_get_icon(number).pixmap(nullptr, size * ratio);
+    // An icon without a window uses the resolution of the sharpest screen.
+    const qreal icon_ratio =
+        QCoreApplication::testAttribute(Qt::AA_UseHighDpiPixmaps) ? qApp->devicePixelRatio() : 1;
+    QPixmap pixmap = afcq_get_icon(number).pixmap(nullptr, size * ratio / icon_ratio);
     pixmap.setDevicePixelRatio(ratio);
     return pixmap;
 }

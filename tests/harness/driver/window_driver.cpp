@@ -20,6 +20,14 @@ QWidget* visible_window(const QString& class_name)
     return nullptr;
 }
 
+QWidget* visible_widget(const QString& name)
+{
+    for (QWidget* const widget : QApplication::allWidgets())
+        if (widget->objectName() == name && widget->isVisible())
+            return widget;
+    return nullptr;
+}
+
 QAbstractButton* usable_button(const QString& name)
 {
     for (QWidget* const widget : QApplication::allWidgets())
@@ -75,6 +83,14 @@ private:
             if (window == nullptr)
                 return false;
             std::printf("scale %g, width %d\n", window->devicePixelRatioF(), window->width());
+            return true;
+        }
+        if (step.startsWith("height:"))
+        {
+            const QWidget* const widget = visible_widget(name);
+            if (widget == nullptr)
+                return false;
+            std::printf("height %d\n", widget->height());
             return true;
         }
         if (!step.startsWith("click:"))
