@@ -15,7 +15,7 @@ set(VINST_LEFT_OUT_ON_WINDOWS
 # Tests that are excluded from a Windows build, as patterns of GoogleTest's filter.
 set(VINST_TESTS_LEFT_OUT_ON_WINDOWS
   # Wine has no monospaced font.
-  DescriptionLabel.ShowsChecksumsInASmallerMonospacedFont
+  DescriptionLabel.ShowsChecksumsInASmallerMonospacedFont LogViewer.UsesAFontOfFixedWidth
   # Wine can't create links, so that none can be refused. The rule for Windows is tested on Linux,
   # where the platform is a parameter.
   AppendFile.FollowsNoLink Logger.FollowsNoLink RemoveIfExists.RemovesALinkAndNotItsTarget

@@ -178,7 +178,8 @@ bool FIO_APPEND_FILE::append_from(const std::string& path, std::uint64_t offset,
         ::ReadFile(source, block.data(), static_cast<DWORD>(block.size()), &count, &begin) != FALSE;
     const DWORD error = ::GetLastError();
     ::CloseHandle(source);
-    if (!is_read || count == 0)
-        return fail("read", path, is_read ? "it is too short" : reason(error));
+    const bool is_at_end = is_read ? count == 0 : error == ERROR_HANDLE_EOF;
+    if (is_at_end || !is_read)
+        return fail("read", path, is_at_end ? "it is too short" : reason(error));
     return append(block.data(), count);
 }

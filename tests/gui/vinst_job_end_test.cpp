@@ -1,6 +1,7 @@
 #include "install/vinst/gui/vinst_job_end.h"
 
 #include "install/vinst/download/vinst_installation.h"
+#include "tests/harness/temp_dir.h"
 
 #include <gtest/gtest.h>
 
@@ -25,53 +26,53 @@ VINST_JOB_END end_of_job(RESULT result)
     return end;
 }
 
+/// With DIR in place of the directory, which is shown with the platform's separators.
+QString text_of(const VINST_JOB_END& end)
+{
+    return job_end_text(end).replace(native(QStringLiteral("/opt/crest")), "DIR");
+}
+
 }
 
 TEST(JobEnd, SaysWhatWasInstalled)
 {
     VINST_JOB_END end = end_of_job(RESULT::installed);
-    EXPECT_EQ(job_end_text(end), "7 components, 2.00 GB in 14 min, installed to /opt/crest");
+    EXPECT_EQ(text_of(end), "7 components, 2.00 GB in 14 min, installed to DIR");
     end.reused = gib;
-    EXPECT_EQ(job_end_text(end),
-              "7 components, 2.00 GB in 14 min (1.00 GB reused), installed to /opt/crest");
+    EXPECT_EQ(text_of(end), "7 components, 2.00 GB in 14 min (1.00 GB reused), installed to DIR");
     end.done = 5;
-    EXPECT_EQ(job_end_text(end),
-              "5 of 7 components, 2.00 GB in 14 min (1.00 GB reused), installed to /opt/crest");
+    EXPECT_EQ(text_of(end),
+              "5 of 7 components, 2.00 GB in 14 min (1.00 GB reused), installed to DIR");
     end.done = 7;
     end.fetched = 0;
-    EXPECT_EQ(job_end_text(end), "7 components, 1.00 GB reused, installed to /opt/crest in 14 min");
+    EXPECT_EQ(text_of(end), "7 components, 1.00 GB reused, installed to DIR in 14 min");
     end.components = end.done = 1;
-    EXPECT_EQ(job_end_text(end), "1 component, 1.00 GB reused, installed to /opt/crest in 14 min");
+    EXPECT_EQ(text_of(end), "1 component, 1.00 GB reused, installed to DIR in 14 min");
 }
 
 TEST(JobEnd, SaysWhatWasDownloaded)
 {
     VINST_JOB_END end = end_of_job(RESULT::downloaded);
-    EXPECT_EQ(job_end_text(end), "7 components, 2.00 GB in 14 min, downloaded to /opt/crest");
+    EXPECT_EQ(text_of(end), "7 components, 2.00 GB in 14 min, downloaded to DIR");
     end.reused = gib;
-    EXPECT_EQ(job_end_text(end),
-              "7 components, 2.00 GB in 14 min (1.00 GB reused), downloaded to /opt/crest");
+    EXPECT_EQ(text_of(end), "7 components, 2.00 GB in 14 min (1.00 GB reused), downloaded to DIR");
     end.fetched = 0;
-    EXPECT_EQ(job_end_text(end),
-              "7 components, nothing to download: 1.00 GB already in /opt/crest");
+    EXPECT_EQ(text_of(end), "7 components, nothing to download: 1.00 GB already in DIR");
 }
 
 TEST(JobEnd, SaysHowFarAStoppedOrFailedJobGot)
 {
     VINST_JOB_END end = end_of_job(RESULT::stopped);
     end.done = 3;
-    EXPECT_EQ(job_end_text(end),
-              "Stopped after 14 min: 3 of 7 components complete, 2.00 GB downloaded");
+    EXPECT_EQ(text_of(end), "Stopped after 14 min: 3 of 7 components complete, 2.00 GB downloaded");
     end.result = RESULT::failed;
-    EXPECT_EQ(job_end_text(end),
-              "Failed after 14 min: 3 of 7 components complete, 2.00 GB downloaded");
+    EXPECT_EQ(text_of(end), "Failed after 14 min: 3 of 7 components complete, 2.00 GB downloaded");
     end.fetched = 0;
-    EXPECT_EQ(job_end_text(end),
-              "Failed after 14 min: 3 of 7 components complete, nothing downloaded");
+    EXPECT_EQ(text_of(end), "Failed after 14 min: 3 of 7 components complete, nothing downloaded");
     end.was_installing = true;
-    EXPECT_EQ(job_end_text(end), "Failed after 14 min: 3 of 7 components installed to /opt/crest");
+    EXPECT_EQ(text_of(end), "Failed after 14 min: 3 of 7 components installed to DIR");
     end.was_begun = false;
-    EXPECT_EQ(job_end_text(end), "Failed before the download began");
+    EXPECT_EQ(text_of(end), "Failed before the download began");
 }
 
 TEST(JobEnd, SaysNothingAboutAJobThatDidNotBegin)

@@ -6,6 +6,7 @@
 #include <QDir>
 
 #include <algorithm>
+#include <cmath>
 
 namespace
 {
@@ -67,7 +68,7 @@ QString rounded_duration(double seconds)
         return QStringLiteral("less than 1 s");
     if (seconds < minute)
         return QString::number(static_cast<int>(seconds)) + " s";
-    const auto minutes = static_cast<qint64>(seconds / minute + 0.5);
+    const auto minutes = static_cast<qint64>(std::lround(seconds / minute));
     if (minutes < hour)
         return QString::number(minutes) + " min";
     return QString::number(minutes / hour) + " h" +

@@ -30,8 +30,9 @@ TEST(SystemDialogs, AreSuppressed)
 
 TEST(Console, IsRestored)
 {
-    // Of a console of this process, if it has none.
-    const bool is_own = ::AllocConsole() != FALSE;
+    // A process that was started without a console may have a part of one.
+    ::FreeConsole();
+    ASSERT_NE(::AllocConsole(), FALSE);
     constexpr UINT code_page = 437;
     ASSERT_NE(::SetConsoleOutputCP(code_page), FALSE);
     set_up_console();
@@ -41,8 +42,7 @@ TEST(Console, IsRestored)
     ::SetConsoleOutputCP(850);
     restore_console(); // has nothing to restore now
     EXPECT_EQ(::GetConsoleOutputCP(), 850U);
-    if (is_own)
-        ::FreeConsole();
+    ::FreeConsole();
 }
 
 TEST_F(StandardHandles, ThatAreInvalidAreCleared)
