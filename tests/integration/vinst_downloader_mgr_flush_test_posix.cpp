@@ -60,7 +60,7 @@ TEST_F(ManagerFlush, FailsAndRefetchesAFileThatCannotBeFlushed)
         EXPECT_FALSE(manager->download(1));
     }
     EXPECT_EQ(manager->failed_components(), VINST_COMPONENT_LIST{one});
-    EXPECT_TRUE(manager->write_error());
+    EXPECT_TRUE(manager->errors().write_error());
     EXPECT_TRUE(log_holds("[error] Cannot flush " + (dir / "dl/one.run").string() +
                           " to the disk: Input/output error\n"))
         << log();

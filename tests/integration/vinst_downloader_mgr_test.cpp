@@ -119,7 +119,7 @@ TEST_F(Manager, RefetchesACorruptFileInTheNextAttempt)
     EXPECT_TRUE(printed_holds(
         "Download failed. Failed to write data to the destination. Ensure you have sufficient disk "
         "space.\n"));
-    EXPECT_TRUE(manager->write_error());
+    EXPECT_TRUE(manager->errors().write_error());
     EXPECT_EQ(manager->failed_components(), all());
     EXPECT_TRUE(log_holds("[debug] MD5 => " + (dir / "dl/one.run").string() + ", actual md5:"));
     EXPECT_FALSE(manager->has_pending_integrity_tasks());
@@ -201,7 +201,7 @@ TEST_F(Manager, TreatsAFileThatIsTooLongAsAWriteErrorAndOneThatIsTooShortAsIncom
     {
         server.set_faults("/one.run", {FAULT::other_body(SERVED_BODY::of_pattern(size, 1))});
         EXPECT_FALSE(attempt());
-        EXPECT_EQ(manager->write_error(), size > 3000);
+        EXPECT_EQ(manager->errors().write_error(), size > 3000);
         EXPECT_FALSE(std::filesystem::exists(dir / "dl/one.run"));
     }
 }
@@ -230,7 +230,7 @@ TEST_F(Manager, KeepsACompleteFileDespiteOtherContentOnTheServer)
         server.set_faults("/one.run", {fault});
         EXPECT_TRUE(attempt());
         EXPECT_TRUE(printed_holds("\nDownload successful\n")) << printed;
-        EXPECT_FALSE(manager->not_found_error());
+        EXPECT_FALSE(manager->errors().not_found_error());
         EXPECT_EQ(manager->passed_components(), all());
         EXPECT_EQ(on_disk("one.run"), content_of("one"));
     }
@@ -243,7 +243,7 @@ TEST_F(Manager, RefetchesAnExistingCorruptFileInTheSecondAttempt)
     load();
     dir.write("dl/one.run", std::string(3000, 'x'));
     EXPECT_FALSE(attempt());
-    EXPECT_TRUE(manager->write_error());
+    EXPECT_TRUE(manager->errors().write_error());
     EXPECT_EQ(server.request_count("/one.run"), 0U);
     EXPECT_TRUE(attempt());
     EXPECT_EQ(server.request_count("/one.run"), 1U);
@@ -270,11 +270,11 @@ TEST_F(Manager, DeletesWhatIsNotFound)
     EXPECT_TRUE(printed_holds(
         "One: Error: The requested URL returned error: 404, Httpcode: 404, Curlcode: 22\n"));
     EXPECT_TRUE(printed_holds("\nDownload failed. Error 404: File not found.\n"));
-    EXPECT_TRUE(manager->not_found_error());
-    EXPECT_FALSE(manager->write_error());
+    EXPECT_TRUE(manager->errors().not_found_error());
+    EXPECT_FALSE(manager->errors().write_error());
     EXPECT_FALSE(std::filesystem::exists(dir / "dl/one.run"));
-    EXPECT_EQ(manager->lasting_error_texts(), QStringList{"Error 404: File not found."});
-    EXPECT_TRUE(manager->error_lines().contains(
+    EXPECT_EQ(manager->errors().lasting_texts(), QStringList{"Error 404: File not found."});
+    EXPECT_TRUE(manager->errors().error_lines().contains(
         "One: Error: The requested URL returned error: 404, Httpcode: 404, Curlcode: 22"));
 }
 
@@ -358,7 +358,7 @@ TEST_F(Manager, ReportsAConnectionErrorOfEachFile)
         << printed;
     EXPECT_TRUE(printed_holds("\nTwo (http://" + peer + "/two.run): no connection to "));
     EXPECT_TRUE(component("one")->progress_data->http_code == -1);
-    EXPECT_FALSE(manager->write_error());
+    EXPECT_FALSE(manager->errors().write_error());
 }
 
 TEST_F(Manager, ReportsALinkInPlaceOfAFile)
@@ -367,7 +367,7 @@ TEST_F(Manager, ReportsALinkInPlaceOfAFile)
     load();
     std::filesystem::create_symlink(dir / "elsewhere", dir / "dl/one.run");
     EXPECT_FALSE(attempt());
-    EXPECT_TRUE(manager->write_error());
+    EXPECT_TRUE(manager->errors().write_error());
     EXPECT_TRUE(printed_holds("\nOne (" + server.url("/one.run") + "): Cannot write " +
                               (dir / "dl/one.run").string() +
                               ": it is a link. Remove it and try again; 3000 bytes are needed, "))
@@ -383,7 +383,7 @@ TEST_F(Manager, NeverCompletesAComponentWithoutASize)
     EXPECT_TRUE(printed_holds("One: [0 / 0] 0% \n"));
     EXPECT_FALSE(component("one")->file.is_complete());
     EXPECT_EQ(manager->failed_components(), all());
-    EXPECT_FALSE(manager->write_error());
+    EXPECT_FALSE(manager->errors().write_error());
 }
 
 TEST_F(Manager, SkipsComponentsWithoutAFile)

@@ -58,7 +58,7 @@ TEST_F(Integrity, AcceptsAFileWithTheRightChecksum)
     EXPECT_EQ(manager->passed_components(), VINST_COMPONENT_LIST{one});
     EXPECT_TRUE(one->file.has_passed());
     EXPECT_TRUE(one->file.is_checked());
-    EXPECT_FALSE(manager->write_error());
+    EXPECT_FALSE(manager->errors().write_error());
 }
 
 TEST_F(Integrity, FailsForAMissingFileWithoutAWriteError)
@@ -66,7 +66,7 @@ TEST_F(Integrity, FailsForAMissingFileWithoutAWriteError)
     load_one();
     EXPECT_FALSE(check());
     EXPECT_EQ(manager->failed_components(), VINST_COMPONENT_LIST{one});
-    EXPECT_FALSE(manager->write_error());
+    EXPECT_FALSE(manager->errors().write_error());
     EXPECT_TRUE(log_holds("[debug] add failed component: one\n"));
     EXPECT_FALSE(log_holds("MD5 =>"));
 }
@@ -77,7 +77,7 @@ TEST_F(Integrity, FailsForAWrongChecksumWithAWriteError)
     put(std::string(3000, 'x'));
     EXPECT_FALSE(check());
     EXPECT_EQ(manager->failed_components(), VINST_COMPONENT_LIST{one});
-    EXPECT_TRUE(manager->write_error());
+    EXPECT_TRUE(manager->errors().write_error());
     EXPECT_TRUE(log_holds("MD5 => " + (dir / "dl/one.run").string() +
                           ", actual md5:" + calc_md5sum(one->file.path()).toStdString() +
                           ", expected md5:" + one->md5sum.toStdString() + "\n"));
@@ -91,7 +91,7 @@ TEST_F(Integrity, RejectsAFileThatGrewAfterItsCheck)
     put(content_of("one") + "x");
     EXPECT_FALSE(manager->check_integrity());
     EXPECT_EQ(manager->failed_components(), VINST_COMPONENT_LIST{one});
-    EXPECT_TRUE(manager->write_error());
+    EXPECT_TRUE(manager->errors().write_error());
 }
 
 TEST_F(Integrity, ComparesChecksumsCaseSensitively)
@@ -113,7 +113,7 @@ TEST_F(Integrity, AppliesOnlyToTheDirectoryOfTheCheck)
     release->set_download_dir(QString::fromStdString((dir / "other").string()));
     EXPECT_FALSE(manager->check_integrity());
     EXPECT_EQ(manager->failed_components(), VINST_COMPONENT_LIST{one});
-    EXPECT_FALSE(manager->write_error());
+    EXPECT_FALSE(manager->errors().write_error());
     dir.write("other/one.run", content_of("one"));
     EXPECT_TRUE(check());
 }

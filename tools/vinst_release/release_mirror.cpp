@@ -251,8 +251,9 @@ QStringList fetch_components(VINST_RELEASE& release, const VINST_COMPONENT_LIST&
         if (is_to_stop() || manager.failed_components().empty())
             return {};
         const QStringList failures = failures_of(manager.failed_components());
-        const VINST_RETRY_DECISION decision = decide_retry(
-            attempt, CLOCK::now() - start, std::chrono::minutes(retry_minutes), manager.fault());
+        const VINST_RETRY_DECISION decision =
+            decide_retry(attempt, CLOCK::now() - start, std::chrono::minutes(retry_minutes),
+                         manager.errors().fault());
         if (decision.action != VINST_RETRY_DECISION::ACTION::retry)
             return failures;
         for (const QString& failure : failures)

@@ -73,7 +73,7 @@ void report_giving_up(const VINST_DOWNLOADER_MGR& manager, VINST_RETRY_DECISION:
         report("Download failed. Exceeded retry limit. Process aborted.", false);
         return;
     }
-    for (const QString& text : manager.lasting_error_texts())
+    for (const QString& text : manager.errors().lasting_texts())
         report(utf8(text), false);
 }
 
@@ -110,7 +110,7 @@ bool download_with_retries(VINST_DOWNLOADER_MGR& manager, VINST_CONSOLE_VIEW& vi
             return true;
         const VINST_RETRY_DECISION decision =
             decide_retry(attempt, CLOCK::now() - start,
-                         std::chrono::minutes(options.retry_duration), manager.fault());
+                         std::chrono::minutes(options.retry_duration), manager.errors().fault());
         if (decision.action != VINST_RETRY_DECISION::ACTION::retry)
         {
             report_giving_up(manager, decision.action);

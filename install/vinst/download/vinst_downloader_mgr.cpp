@@ -21,9 +21,7 @@
 namespace
 {
 
-constexpr int curl_write_error = 23;
 constexpr int curl_aborted_by_callback = 42;
-constexpr int curl_filesize_exceeded = 63;
 constexpr int http_not_found = 404;
 constexpr long connect_seconds = 10;
 constexpr std::chrono::milliseconds progress_interval{1000};
@@ -91,6 +89,35 @@ VINST_COMPONENT_PROGRESS::STATE state_of(const VINST_COMPONENT& component)
         return STATE::verified;
     const bool is_moving = data.curl_code == -1 && data.bytes_received > 0;
     return is_moving && !component.file.is_complete() ? STATE::moving : STATE::waiting;
+}
+
+QString error_line_of(const VINST_COMPONENT& component)
+{
+    const CURL_PROGRESS_DATA& data = *component.progress_data;
+    return transfer_error_line(component.display_name(), error_text_of(data), data.http_code,
+                               data.curl_code);
+}
+
+void remove_missing_file(const VINST_COMPONENT& component)
+{
+    // A file that is locked now is removed on the next progress pass.
+    if (component.progress_data->http_code == http_not_found)
+        FIO_FILE_SYSTEM::remove_unless_held(utf8(component.file.path()));
+}
+
+void show_totals(VINST_DOWNLOADER_VIEW& view, const VINST_PROGRESS_TOTALS& totals)
+{
+    view.show_overall(overall_text(totals), percentage(totals.downloaded, totals.total));
+    if (const QString speed = speed_text(totals); !speed.isEmpty())
+        view.show_speed(speed);
+    if (const QString remaining = remaining_text(totals); !remaining.isEmpty())
+        view.show_time_remaining("Est. time remaining " + remaining);
+}
+
+void report_line(VINST_DOWNLOADER_VIEW& view, const QString& line)
+{
+    view.show_reported_line(line);
+    report(utf8(line), false);
 }
 
 }
@@ -164,11 +191,7 @@ bool VINST_DOWNLOADER_MGR::download(int parallel_downloads)
 
 void VINST_DOWNLOADER_MGR::queue_components(CURL_DOWNLOADER& downloader)
 {
-    m_write_error = false;
-    m_not_found_error = false;
-    m_login_refused = false;
-    m_error_lines.clear();
-    m_logged_error_lines.clear();
+    m_errors = {};
     m_passed_components.clear();
     m_failed_components.clear();
 
@@ -232,7 +255,8 @@ void VINST_DOWNLOADER_MGR::wait_for_downloads(CURL_DOWNLOADER& downloader)
         if (const std::size_t now = downloader.finished_files(); now != finished)
         {
             finished = now;
-            start_checks_of_complete_files();
+            for (VINST_COMPONENT* component : m_components)
+                get_progress_percentage(component, true, false, received_bytes(*component));
         }
     }
     if (is_to_stop())
@@ -247,19 +271,14 @@ void VINST_DOWNLOADER_MGR::note_work(const CURL_DOWNLOADER& downloader)
         if (!time)
             continue;
         const CURL_PROGRESS_DATA& data = *component->progress_data;
-        m_login_refused = m_login_refused || downloader.failure_of(&data).login_refused;
+        if (downloader.failure_of(&data).login_refused)
+            m_errors.note_refused_login();
         // Later attempts take over what the first one has counted.
         if (component->work.attempts++ == 0)
             component->work.bytes_reused += data.bytes_taken_over;
         component->work.time += *time;
         component->work.bytes_fetched += fetched_bytes(data);
     }
-}
-
-void VINST_DOWNLOADER_MGR::start_checks_of_complete_files()
-{
-    for (VINST_COMPONENT* component : m_components)
-        get_progress_percentage(component, true, false, received_bytes(*component));
 }
 
 void VINST_DOWNLOADER_MGR::stop()
@@ -284,14 +303,15 @@ bool VINST_DOWNLOADER_MGR::update_progress()
     for (VINST_COMPONENT* component : m_components)
     {
         progress.push_back(take_progress(component, totals));
-        note_lasting_errors(*component->progress_data);
+        m_errors.note(*component->progress_data);
         remove_missing_file(*component);
         if (!is_in_error(*component->progress_data))
             continue;
-        take_error(*component, progress.back());
+        progress.back().error_line = error_line_of(*component);
+        m_errors.add_line(progress.back().error_line);
         all_good = false;
     }
-    show_totals(totals);
+    show_totals(m_view, totals);
     m_view.show_progress(progress, totals);
     return all_good;
 }
@@ -321,44 +341,6 @@ VINST_COMPONENT_PROGRESS VINST_DOWNLOADER_MGR::take_progress(VINST_COMPONENT* co
     totals.delta += fetched - std::min<quint64>(fetched, data.bytes_seen);
     data.bytes_seen = fetched;
     return progress;
-}
-
-void VINST_DOWNLOADER_MGR::note_lasting_errors(const CURL_PROGRESS_DATA& data)
-{
-    if (data.http_code == http_not_found)
-        m_not_found_error = true;
-    // A file that is too long would not have matched its checksum.
-    if (data.curl_code == curl_write_error || data.curl_code == curl_filesize_exceeded)
-        m_write_error = true;
-}
-
-void VINST_DOWNLOADER_MGR::remove_missing_file(const VINST_COMPONENT& component)
-{
-    // A file that is locked now is removed on the next progress pass.
-    if (component.progress_data->http_code == http_not_found)
-        FIO_FILE_SYSTEM::remove_unless_held(utf8(component.file.path()));
-}
-
-void VINST_DOWNLOADER_MGR::take_error(const VINST_COMPONENT& component,
-                                      VINST_COMPONENT_PROGRESS& progress)
-{
-    const CURL_PROGRESS_DATA& data = *component.progress_data;
-    progress.error_line =
-        transfer_error_line(progress.name, error_text_of(data), data.http_code, data.curl_code);
-    // Each pass repeats the line on the screen; it is logged once.
-    if (!m_logged_error_lines.contains(progress.error_line))
-        run_log().info("%s", utf8(progress.error_line));
-    m_logged_error_lines.insert(progress.error_line);
-    m_error_lines.append(progress.error_line);
-}
-
-void VINST_DOWNLOADER_MGR::show_totals(const VINST_PROGRESS_TOTALS& totals)
-{
-    m_view.show_overall(overall_text(totals), percentage(totals.downloaded, totals.total));
-    if (const QString speed = speed_text(totals); !speed.isEmpty())
-        m_view.show_speed(speed);
-    if (const QString remaining = remaining_text(totals); !remaining.isEmpty())
-        m_view.show_time_remaining("Est. time remaining " + remaining);
 }
 
 quint64 VINST_DOWNLOADER_MGR::get_progress_percentage(VINST_COMPONENT* component, bool start_check,
@@ -396,7 +378,7 @@ bool VINST_DOWNLOADER_MGR::check_integrity()
     if (is_to_stop())
         return true;
     m_view.show_status(QStringLiteral("Checking file integrity, please wait..."));
-    report_line(QStringLiteral("Checking file integrity ..."));
+    report_line(m_view, QStringLiteral("Checking file integrity ..."));
     m_checks.wait();
     m_passed_components.clear();
     m_failed_components.clear();
@@ -422,7 +404,7 @@ void VINST_DOWNLOADER_MGR::sort_component(VINST_COMPONENT* component)
     m_failed_components.push_back(component);
     run_log().debug("add failed component: %s", component->log_name());
     if (file.is_corrupted())
-        m_write_error = true;
+        m_errors.note_wrong_checksum();
 }
 
 void VINST_DOWNLOADER_MGR::prepare_installer(VINST_COMPONENT& component) const
@@ -461,41 +443,16 @@ CURL_PROXY_INFO VINST_DOWNLOADER_MGR::get_firefox_proxy(QString& autoconfig_url)
     return VINST_PROXY_DISCOVERY(m_release, m_view).get_firefox_proxy(autoconfig_url);
 }
 
-QStringList VINST_DOWNLOADER_MGR::lasting_error_texts() const
-{
-    QStringList texts;
-    if (m_write_error)
-        texts.append(QString::fromStdString(message("ERROR_CURL_WRITE_ERROR")));
-    if (m_not_found_error)
-        texts.append(QString::fromStdString(message("ERROR_CURL_404_ERROR")));
-    if (m_login_refused)
-        texts.append(QStringLiteral("The proxy has refused the user name and password."));
-    return texts;
-}
-
-VINST_ATTEMPT_FAULT VINST_DOWNLOADER_MGR::fault() const
-{
-    if (m_login_refused)
-        return VINST_ATTEMPT_FAULT::final;
-    return m_write_error || m_not_found_error ? VINST_ATTEMPT_FAULT::lasting
-                                              : VINST_ATTEMPT_FAULT::passing;
-}
-
-void VINST_DOWNLOADER_MGR::report_line(const QString& line)
-{
-    m_view.show_reported_line(line);
-    report(utf8(line), false);
-}
-
 void VINST_DOWNLOADER_MGR::report_result(bool succeeded)
 {
     QString line = QStringLiteral("Download successful");
     if (!succeeded)
-        line = (QStringList(QStringLiteral("Download failed")) + lasting_error_texts()).join(". ");
+        line =
+            (QStringList(QStringLiteral("Download failed")) + m_errors.lasting_texts()).join(". ");
     if (m_stopped || is_shutting_down())
         line = QStringLiteral("Download stopped");
     m_view.show_status(line);
-    report_line(line);
+    report_line(m_view, line);
 }
 
 void VINST_DOWNLOADER_MGR::report_failures(const CURL_DOWNLOADER& downloader)
@@ -504,7 +461,7 @@ void VINST_DOWNLOADER_MGR::report_failures(const CURL_DOWNLOADER& downloader)
     {
         const CURL_FAILURE transfer = downloader.failure_of(component->progress_data.get());
         component->last_failure = failure_text(file_failure(*component, transfer));
-        report_line(component->last_failure);
+        report_line(m_view, component->last_failure);
         m_error_text = component->last_failure;
     }
 }

@@ -1,15 +1,13 @@
 #pragma once
 
+#include "install/vinst/download/vinst_attempt_errors.h"
 #include "install/vinst/download/vinst_connection_test.h"
 #include "install/vinst/download/vinst_installation.h"
 #include "install/vinst/download/vinst_integrity_checks.h"
-#include "install/vinst/download/vinst_retry.h"
 #include "support/curl/curl_rate_limit.h"
 #include "support/curl/curl_split_refusals.h"
 
-#include <QSet>
 #include <QString>
-#include <QStringList>
 
 class CURL_DOWNLOADER;
 
@@ -28,8 +26,7 @@ public:
 
     /// Limits all downloads together, also those that are running. 0: no limit.
     void set_rate_limit(quint64 bytes_per_second) { m_rate_limit.set(bytes_per_second); }
-    /// Whether verified installers are made executable, as is necessary where they are to be run.
-    /// By default they are.
+    /// Whether verified installers are made executable, to be run here. By default they are.
     void set_prepares_installers(bool prepares) { m_prepares_installers = prepares; }
 
     /// Makes one attempt to download all components. \return whether all are complete and passed
@@ -68,14 +65,10 @@ public:
 
     const VINST_COMPONENT_LIST& passed_components() const { return m_passed_components; }
     const VINST_COMPONENT_LIST& failed_components() const { return m_failed_components; }
-    const QStringList& error_lines() const { return m_error_lines; }
+    /// Of the last attempt.
+    const VINST_ATTEMPT_ERRORS& errors() const { return m_errors; }
     /// Why the last file of those that failed did, for a message box.
     const QString& error_text() const { return m_error_text; }
-    bool write_error() const { return m_write_error; }
-    bool not_found_error() const { return m_not_found_error; }
-    VINST_ATTEMPT_FAULT fault() const;
-    /// The error texts of the last attempt for errors that retries don't fix.
-    QStringList lasting_error_texts() const;
 
 private:
     void queue_components(CURL_DOWNLOADER& downloader);
@@ -83,16 +76,10 @@ private:
     void delete_corrupted_file(VINST_COMPONENT* component);
     void wait_for_downloads(CURL_DOWNLOADER& downloader);
     void note_work(const CURL_DOWNLOADER& downloader);
-    void start_checks_of_complete_files();
     VINST_COMPONENT_PROGRESS take_progress(VINST_COMPONENT* component,
                                            VINST_PROGRESS_TOTALS& totals);
-    void note_lasting_errors(const CURL_PROGRESS_DATA& data);
-    void remove_missing_file(const VINST_COMPONENT& component);
-    void take_error(const VINST_COMPONENT& component, VINST_COMPONENT_PROGRESS& progress);
-    void show_totals(const VINST_PROGRESS_TOTALS& totals);
     void sort_component(VINST_COMPONENT* component);
     void prepare_installer(VINST_COMPONENT& component) const;
-    void report_line(const QString& line);
     void report_result(bool succeeded);
     void report_failures(const CURL_DOWNLOADER& downloader);
 
@@ -107,11 +94,7 @@ private:
     quint64 m_total_size = 0; ///< bytes
     bool m_prepares_installers = true;
     bool m_stopped = false;
-    bool m_write_error = false;
-    bool m_not_found_error = false;
-    bool m_login_refused = false;
     bool m_was_corrupted_here = false; ///< a file that this run has fetched
-    QStringList m_error_lines;
-    QSet<QString> m_logged_error_lines; ///< in this attempt
+    VINST_ATTEMPT_ERRORS m_errors;
     QString m_error_text;
 };

@@ -170,12 +170,12 @@ bool VINST_DOWNLOAD_JOB::download_with_retries(VINST_JOB_REPORT& report)
 
         const VINST_RETRY_DECISION decision =
             decide_retry(attempt, std::chrono::nanoseconds(since_start.nsecsElapsed()),
-                         m_choices.retry_duration, m_manager.fault());
+                         m_choices.retry_duration, m_manager.errors().fault());
         switch (decision.action)
         {
         case VINST_RETRY_DECISION::ACTION::give_up_on_error:
-            report = {m_manager.lasting_error_texts().join('\n'), true, false};
-            m_view.show_status(m_manager.lasting_error_texts().join(' '));
+            report = {m_manager.errors().lasting_texts().join('\n'), true, false};
+            m_view.show_status(m_manager.errors().lasting_texts().join(' '));
             return false;
         case VINST_RETRY_DECISION::ACTION::give_up_on_time:
             report = retries_exhausted();
