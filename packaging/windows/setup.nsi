@@ -363,16 +363,24 @@ Function MoveOldVersionAside
   SetOutPath "$TEMP" ; the current directory can't be moved
   CreateDirectory "$OldDir\setup~old"
   StrCpy $0 $OldDir
+  StrCpy $4 0
   ${Do}
     Call FirstEntry
     ${If} $3 == ""
       ${ExitDo}
     ${EndIf}
+    ClearErrors
     Rename "$OldDir\$3" "$OldDir\setup~old\$3"
     ${If} ${Errors}
-      MessageBox MB_RETRYCANCEL|MB_ICONEXCLAMATION "$OldDir\$3 is in use. Close the programs that use it and try again." /SD IDCANCEL IDRETRY +3
-      SetErrorLevel 32
-      Abort "$OldDir\$3 is in use."
+      ; A virus scanner, or a program that is just ending, leaves it within 10 s.
+      IntOp $4 $4 + 1
+      ${If} $4 < 20
+        Sleep 500
+      ${Else}
+        MessageBox MB_RETRYCANCEL|MB_ICONEXCLAMATION "$OldDir\$3 is in use. Close the programs that use it and try again." /SD IDCANCEL IDRETRY +3
+        SetErrorLevel 32
+        Abort "$OldDir\$3 is in use."
+      ${EndIf}
     ${EndIf}
   ${Loop}
 FunctionEnd
@@ -384,6 +392,23 @@ Function RestoreOldFiles
   Call MoveAll
 FunctionEnd
 
+; Deletes the file on the stack, for at most 10 s: its program may not have ended completely, or a virus scanner reads it.
+Function DeletePatiently
+  Exch $0
+  Push $1
+  StrCpy $1 0
+  ${DoWhile} $1 < 20
+    Delete "$0"
+    ${IfNot} ${FileExists} "$0"
+      ${ExitDo}
+    ${EndIf}
+    Sleep 500
+    IntOp $1 $1 + 1
+  ${Loop}
+  Pop $1
+  Pop $0
+FunctionEnd
+
 ; The old version's own uninstaller knows its files. What else is there belongs to others, and returns to its place.
 Function RemoveOldVersion
   ClearErrors
@@ -393,7 +418,8 @@ Function RemoveOldVersion
     ClearErrors ; the next setup tries it again
     Return
   ${EndIf}
-  Delete "$OldDir\setup~old\uninstall.exe"
+  Push "$OldDir\setup~old\uninstall.exe"
+  Call DeletePatiently
   Call RestoreOldFiles
   ClearErrors
 FunctionEnd
