@@ -629,8 +629,8 @@ test_failing_upgrade() {
     uninstall HKCU
 
     exits 0 "the older setup" run "$older" /S
-    cp -r "$place" "$work/copy"
-    mv "$work/copy" "$place/setup~old"
+    cp -r "$place" "$work/interrupted"
+    mv "$work/interrupted" "$place/setup~old"
     exits 0 "setup after one that was interrupted later" run "$setup" /S
     gone "$place/setup~old"
     installed HKCU CurrentUser "$mine" "$roaming"
